@@ -1,0 +1,24 @@
+#ifndef DP_BATCH_BATCH_FILE_CONVERTER_HPP
+#define DP_BATCH_BATCH_FILE_CONVERTER_HPP
+
+#include <vector>
+
+#include "batch/batch_file_intf.hpp"
+#include "batch/batch_file_reader.hpp"
+#include "common/export.hpp"
+#include "transactions/transaction_command.hpp"
+
+namespace dp {
+
+/// Turns the entries of a batch file into transaction commands.
+class DP_API batch_file_converter final : public batch_file_intf, public batch_file_reader {
+  public:
+    batch_file_converter();
+    void process_entry(batch_file_entry& entry, registrar* reg) override;
+
+    std::vector<transaction_command> commands;
+};
+
+}  // namespace dp
+
+#endif

@@ -1,0 +1,32 @@
+#ifndef DP_BATCH_BATCH_FILE_ENTRY_HPP
+#define DP_BATCH_BATCH_FILE_ENTRY_HPP
+
+#include <iosfwd>
+#include <string>
+
+#include "batch/qualified_setting_name.hpp"
+#include "common/export.hpp"
+
+namespace dp {
+
+/// One line of a batch file, as text: a setting command in a request, the same command with its
+/// outcome in an answer.
+class DP_API batch_file_entry {
+  public:
+    std::string status;     ///< outcome as a decimal number; "0" in a request and on success
+    std::string detail;     ///< the command's correlator; "0" in a clean request
+    std::string tid;        ///< transaction identifier, one word
+    std::string operation;  ///< keyword, or "command" for the two-word output form
+    std::string command;    ///< the word behind "command"; otherwise neither read nor written
+    qualified_setting_name name;
+    std::string value_in;   ///< the value given
+    std::string value_out;  ///< the value produced
+};
+
+/// Writes the line without a line end. Nothing is escaped: a value with a double quote or a
+/// backslash does not survive being written and read again.
+DP_API std::ostream& operator<<(std::ostream& os, const batch_file_entry& entry);
+
+}  // namespace dp
+
+#endif

@@ -1,0 +1,27 @@
+#ifndef DP_BATCH_BATCH_FILE_LOADER_HPP
+#define DP_BATCH_BATCH_FILE_LOADER_HPP
+
+#include <vector>
+
+#include "batch/batch_file_entry.hpp"
+#include "batch/batch_file_intf.hpp"
+#include "batch/batch_file_reader.hpp"
+#include "common/export.hpp"
+
+namespace dp {
+
+/// Gathers the entries of a batch file and counts which of them succeeded.
+class DP_API batch_file_loader final : public batch_file_intf, public batch_file_reader {
+  public:
+    /// `entry_list` is appended to and stays the caller's.
+    explicit batch_file_loader(std::vector<batch_file_entry>* entry_list);
+    void process_entry(batch_file_entry& entry, registrar* reg) override;
+
+    unsigned failed = 0;     ///< entries whose status is not exactly "0"
+    unsigned succeeded = 0;  ///< entries whose status is exactly "0"
+    std::vector<batch_file_entry>* entries;
+};
+
+}  // namespace dp
+
+#endif

@@ -1,0 +1,36 @@
+#ifndef DP_BATCH_BATCH_FILE_READER_HPP
+#define DP_BATCH_BATCH_FILE_READER_HPP
+
+#include <iosfwd>
+#include <string>
+
+#include "common/export.hpp"
+
+namespace dp {
+
+class batch_file_intf;
+class registrar;
+
+/// Turns the lines of a batch file into entries.
+class DP_API batch_file_reader {
+  public:
+    /// `entry_processor` receives the entries; it stays the caller's.
+    explicit batch_file_reader(batch_file_intf* entry_processor);
+
+    /// Reads `in` to its end and hands every accepted line to the processor; returns how many there
+    /// were. Empty lines, lines of blanks and lines that begin with '#' are skipped; a line with
+    /// more behind its second value than one word at its very end is dropped. A short line is
+    /// accepted and keeps the previous line's texts in the words that it lacks; its values are
+    /// empty. Holds one line at a time. `reg` may be null; it is only handed on.
+    virtual int read_file(std::istream& in, registrar* reg);
+
+    /// Writes the plain text of a possibly compressed batch file to `out`. False only when the file
+    /// can't be opened.
+    bool decompress(std::string file_name, std::ostream& out);
+
+    batch_file_intf* processor;
+};
+
+}  // namespace dp
+
+#endif

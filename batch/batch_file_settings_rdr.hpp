@@ -1,0 +1,28 @@
+#ifndef DP_BATCH_BATCH_FILE_SETTINGS_RDR_HPP
+#define DP_BATCH_BATCH_FILE_SETTINGS_RDR_HPP
+
+#include <string>
+#include <vector>
+
+#include "batch/batch_file_intf.hpp"
+#include "batch/batch_file_reader.hpp"
+#include "common/export.hpp"
+
+namespace dp {
+
+/// Collects the qualified names and the input values of a batch file into two lists that stay
+/// aligned.
+class DP_API batch_file_settings_rdr final : public batch_file_intf, public batch_file_reader {
+  public:
+    /// Both lists are appended to and stay the caller's.
+    batch_file_settings_rdr(std::vector<std::string>* name_list,
+                            std::vector<std::string>* value_list);
+    void process_entry(batch_file_entry& entry, registrar* reg) override;
+
+    std::vector<std::string>* names;
+    std::vector<std::string>* values;
+};
+
+}  // namespace dp
+
+#endif

@@ -1,0 +1,136 @@
+#ifndef DP_BIOS_DP_API_H
+#define DP_BIOS_DP_API_H
+
+/*
+ * The BIOS (UEFI) setup attributes of the managed server: read them and change their values.
+ *
+ * Order of calls: the dp_cim_change_*_fname functions (optional), dp_api_initialize, then queries
+ * and changes in any order, and dp_api_uninitialize last. Every function but dp_api_initialize and
+ * the setters answers 1, and writes nothing, while the service is not initialised.
+ *
+ * Threads: the service has no lock; never call it from two threads at once. Files that it shares
+ * with other processes are read under advisory file locks.
+ *
+ * Lifetime: every text and array handed out belongs to the service and stays valid until the same
+ * collection is read again or the service is uninitialised. Callers never free it.
+ *
+ * Texts are bytes; no character set is assumed.
+ */
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define DP_C_API __attribute__((visibility("default")))
+
+/* One BIOS attribute. Texts are NUL-terminated and never null. */
+typedef struct dp_attribute {
+    const char* id; /* attribute name */
+    const char* spif;
+    const char* grif;
+    const char* cfg; /* collection */
+    const char* cfgname;
+    const char* cfgsetn;
+    const char* grp; /* group */
+    const char* gspif;
+    const char* ggrif;
+    const char* mri;
+    const char* dsc; /* description */
+    const char* fds;
+    int32_t type; /* 3 numeric, 4 string, 5 no range data, any other value enumeration */
+    uint32_t flg; /* flags; bit 20: the attribute carries rec */
+    uint32_t mni;
+    uint32_t mxi;
+    const char* dft; /* default value */
+    const char* mfg;
+    const char* dfa; /* "remove": the default is that the setting is deleted */
+    const char* rec;
+    uint32_t min; /* numeric: lower bound, upper bound, step */
+    uint32_t max;
+    uint32_t stp;
+    uint32_t minc; /* string: least and greatest length, pattern */
+    uint32_t maxc;
+    const char* reg;
+    uint32_t num; /* enumeration: number of choices, the choices */
+    const char* chc;
+} dp_attribute;
+
+#define DP_VALUE_SIZE 80 /* bytes of dp_transaction.value, its NUL included */
+
+/* One request to read or change an attribute's value. The caller supplies the record and keeps the
+ * texts alive during the call. */
+typedef struct dp_transaction {
+    uint32_t status;       /* out: 0 success; 16 no value; 19 the value was cut to 79 characters;
+                              224 not a read; 255 the batch could not be run; else the error code
+                              of the settings service */
+    uint32_t operation;    /* in: 1 get, 2 set, 17 getv, 18 setv, 34 delete */
+    const char* name;      /* in: collection "." attribute [ "." instance ] */
+    const char* new_value; /* in: value to set */
+    char value[DP_VALUE_SIZE]; /* out: value read, NUL-terminated */
+} dp_transaction;
+
+/* The records are read by stride on the 32-bit target, where they are 28 and 24 words. */
+#if defined(__cplusplus) && defined(__SIZEOF_POINTER__) && __SIZEOF_POINTER__ == 4
+static_assert(sizeof(dp_attribute) == 28 * 4, "dp_attribute is 28 words");
+static_assert(sizeof(dp_transaction) == 24 * 4, "dp_transaction is 24 words");
+#endif
+
+/* Creates the service; a second call does nothing. Reads no file. Always 0. */
+DP_C_API int dp_api_initialize(void);
+
+/* Destroys the service, and with it all that it handed out. Always 0. */
+DP_C_API int dp_api_uninitialize(void);
+
+/* The names of the collections. 0; 1 not initialised. *names is null when there are none. */
+DP_C_API int dp_get_bios_collections(const char*** names, unsigned* count);
+
+/* The attributes of a collection. 0; 1 not initialised; 2 unknown collection.
+ * A null collection throws std::logic_error out of this and every other function that takes one. */
+DP_C_API int dp_get_bios_attributes(const char* collection, dp_attribute** attrs, unsigned* count);
+
+/* The qualified names of a collection's setting instances, as the settings file lists them. 0; 1
+ * not initialised; 2 unknown collection. */
+DP_C_API int dp_get_bios_attribute_names(const char* collection, const char*** names,
+                                         unsigned* count);
+
+/* The attribute of a qualified name. 0 found; 1 not found (*attr is null) or not initialised. */
+DP_C_API int dp_get_bios_attribute(const char* name, dp_attribute** attr);
+
+/* Reads the values of trans[0 .. count-1], whose operation must be 1, from the settings file (which
+ * 0: as last set) or the current-values file (any other which: in force). Number of requests that
+ * failed; 1 not initialised. A file is read again when it changed and the last read lies more than
+ * 4 seconds back. */
+DP_C_API int dp_get_bios_attribute_value(dp_transaction* trans, unsigned count, int which);
+
+/* Has the settings service carry out trans[0 .. count-1] as one batch and waits for it, at most
+ * about 60 seconds. 0 all done (status fields stay as they were); -1 the batch could not be run
+ * (every status is 255); 3 failures were reported without result entries; otherwise the number of
+ * failed commands, each with its code in status; 1 also when not initialised. Names and values go
+ * into a line of text as they stand: a double quote, backslash or line end in them does not arrive.
+ * One process at a time may do this. */
+DP_C_API int dp_set_bios_attribute_value(dp_transaction* trans, unsigned count);
+
+/* Whether what the service handed out is out of date. 0 no; 1 not initialised; 2 unknown
+ * collection; 4 the collections changed; 5 the setting instances changed; 6 another BIOS build. A
+ * change is reported once; initialise the service anew then. */
+DP_C_API int dp_bios_need_reinit(const char* collection);
+
+/* Sets every setting instance of the collection to its default, in one batch. 0 all done; 1 not
+ * initialised; 2 unknown collection; 3 the batch failed in part or whole, or there was nothing to
+ * reset. */
+DP_C_API int dp_bios_reset_to_defaults(const char* collection);
+
+#ifdef __cplusplus
+} /* extern "C" */
+
+/* Replace the service's file names, before its first use. They outlive the service. The names
+ * become part of command lines that a shell runs: they come from the program itself and are
+ * trusted, never from a file or a user. A null name is ignored. These three have C++ linkage. */
+DP_C_API void dp_cim_change_template_fname(const char* fname);
+DP_C_API void dp_cim_change_settings_fname(const char* fname);
+DP_C_API void dp_cim_change_current_fname(const char* fname);
+#endif
+
+#endif

@@ -1,0 +1,85 @@
+#ifndef DP_BIOS_TEMPLATE_INFO_HPP
+#define DP_BIOS_TEMPLATE_INFO_HPP
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "bios/dp_api.h"
+#include "common/export.hpp"
+
+/// One attribute of the UEFI template. The template's text is a sequence of records; a record is a
+/// sequence of items, each a key, ":", a value and the item end byte, closed by the record end byte
+/// and an optional line feed. Fields whose keys are missing stay empty or zero.
+class DP_API template_info {
+  public:
+    static constexpr char item_end = '\x95';
+    static constexpr char record_end = '\xA7';
+    /// A record without its end byte must fit into this many bytes.
+    static constexpr unsigned record_limit = 16383;
+    /// Bit of `flg`: the attribute carries `rec`.
+    static constexpr std::uint32_t rec_flag = 0x100000;
+
+    /// Values of `type`; any other is an enumeration (`num`, `chc`).
+    static constexpr std::int32_t type_numeric = 3;   ///< `min`, `max`, `stp`
+    static constexpr std::int32_t type_string = 4;    ///< `minc`, `maxc`, `reg`
+    static constexpr std::int32_t type_no_range = 5;  ///< none
+
+    /// Fills the fields from one record without its end byte. Unknown keys are skipped, the later
+    /// of two equal keys wins, text in a number field gives 0.
+    void parse_setting_info(std::string record);
+
+    /// Appends one entry per record of `in` to `out`, those only that hold the item "cfg:" + `cfg`
+    /// when `cfg` is not empty. A record that is too long ends the reading; what was read stays.
+    /// Always 0.
+    static int read_settings(std::ifstream& in, std::vector<template_info>& out, std::string cfg);
+
+    /// The unsigned number at the beginning of `text`, as a stream extracts it; 0 when there is
+    /// none.
+    static std::uint32_t a2i(std::string text, bool hex);
+
+    /// Fills `a` with this entry's fields. Its texts point into this object: `a` is good as long as
+    /// this object lives unchanged.
+    void convert_to_attribute(dp_attribute& a) const;
+
+    std::uint32_t leading_words[2] = {};  ///< of the record's layout; not used
+    std::string id;
+    std::string spif;
+    std::string grif;
+    std::string cfg;
+    std::string cfgname;
+    std::string cfgsetn;
+    std::string grp;
+    std::string gspif;
+    std::string ggrif;
+    std::string mri;
+    std::string dsc;
+    std::string fds;
+    std::int32_t type = 0;
+    std::uint32_t flg = 0;
+    std::uint32_t mni = 0;
+    std::uint32_t mxi = 0;
+    std::string dft;
+    std::string mfg;
+    std::string dfa;
+    std::string rec;
+    std::uint32_t min = 0;
+    std::uint32_t max = 0;
+    std::uint32_t stp = 0;
+    std::uint32_t minc = 0;
+    std::uint32_t maxc = 0;
+    std::string reg;
+    std::uint32_t num = 0;
+    std::string chc;
+};
+
+/// Writes one record with its end byte and a line feed, flushed: the common items, then those of
+/// the entry's type. A parser gets the same fields back.
+DP_API std::ostream& operator<<(std::ostream& os, const template_info& info);
+
+namespace dp {
+using ::template_info;
+}  // namespace dp
+
+#endif

@@ -1,0 +1,90 @@
+# How libdp_common is put together.
+#
+#   dp_common_objects      every source of the library, compiled once
+#   dp_common              libdp_common.so: the objects with the board's own paths
+#   dp_common_relocatable  the same library (same SONAME, in lib/relocatable) whose fixed paths move
+#                          below $DP_ROOT; demos and system tests choose it with LD_LIBRARY_PATH
+#   dp_common_static       the objects with movable paths, hidden parts reachable, for unit tests
+#
+# Public headers are copied to ${PROJECT_BINARY_DIR}/include/dp_common as they will be installed;
+# host/ and tools/ see that folder and nothing else of the library.
+
+set(DP_PUBLIC_INCLUDE_DIR "${PROJECT_BINARY_DIR}/include/dp_common")
+
+# dp_public_headers(HEADER...): headers of the current folder that customers may include.
+function(dp_public_headers)
+  file(RELATIVE_PATH folder "${PROJECT_SOURCE_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}")
+  foreach(header IN LISTS ARGN)
+    configure_file("${header}" "${DP_PUBLIC_INCLUDE_DIR}/${folder}/${header}" COPYONLY)
+    get_filename_component(subfolder "${folder}/${header}" DIRECTORY)
+    install(FILES "${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/dp_common/${subfolder}"
+            COMPONENT development)
+  endforeach()
+endfunction()
+
+# dp_library_sources(SOURCE...): sources of the current folder that belong to the library.
+function(dp_library_sources)
+  foreach(source IN LISTS ARGN)
+    target_sources(dp_common_objects PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/${source}")
+  endforeach()
+endfunction()
+
+function(dp_define_library)
+  add_library(dp_common_objects OBJECT)
+  target_include_directories(dp_common_objects PRIVATE "${PROJECT_SOURCE_DIR}")
+  target_link_libraries(dp_common_objects PRIVATE dp_compile_options)
+endfunction()
+
+# One shared library out of the objects and the source that says where the fixed paths lie.
+function(_dp_add_shared name roots_source)
+  add_library(${name} SHARED "${PROJECT_SOURCE_DIR}/common/${roots_source}")
+  target_link_libraries(${name} PRIVATE dp_common_objects dp_compile_options
+                                        dp_platform_implementation)
+  target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}")
+  target_include_directories(
+    ${name} INTERFACE "$<BUILD_INTERFACE:${DP_PUBLIC_INCLUDE_DIR}>"
+                      "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/dp_common>")
+  target_compile_features(${name} INTERFACE cxx_std_20)
+  set_target_properties(
+    ${name} PROPERTIES OUTPUT_NAME dp_common VERSION ${PROJECT_VERSION}
+                       SOVERSION ${PROJECT_VERSION_MAJOR})
+  if(NOT DP_SANITIZE)
+    target_link_options(${name} PRIVATE -Wl,-z,defs)
+  endif()
+endfunction()
+
+function(dp_finish_library)
+  _dp_add_shared(dp_common fixed_root.cpp)
+  add_library(dp_common::dp_common ALIAS dp_common)
+  if(DP_BUILD_RELOCATABLE)
+    _dp_add_shared(dp_common_relocatable relocatable_root.cpp)
+    set_target_properties(dp_common_relocatable PROPERTIES LIBRARY_OUTPUT_DIRECTORY
+                                                           "${PROJECT_BINARY_DIR}/lib/relocatable")
+  endif()
+  if(DP_BUILD_TESTS OR DP_BUILD_FUZZ OR DP_BUILD_BENCH)
+    add_library(dp_common_static STATIC EXCLUDE_FROM_ALL
+                "${PROJECT_SOURCE_DIR}/common/relocatable_root.cpp")
+    target_link_libraries(dp_common_static PUBLIC dp_compile_options PRIVATE dp_common_objects)
+    target_include_directories(dp_common_static PUBLIC "${PROJECT_SOURCE_DIR}")
+  endif()
+
+  install(TARGETS dp_common EXPORT dp_common
+          LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime
+          NAMELINK_COMPONENT development)
+  set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/dp_common")
+  install(EXPORT dp_common NAMESPACE dp_common:: DESTINATION "${package_dir}"
+          FILE dp_common-targets.cmake COMPONENT development)
+  include(CMakePackageConfigHelpers)
+  configure_package_config_file(
+    "${PROJECT_SOURCE_DIR}/cmake/dp_common-config.cmake.in"
+    "${PROJECT_BINARY_DIR}/dp_common-config.cmake" INSTALL_DESTINATION "${package_dir}")
+  write_basic_package_version_file("${PROJECT_BINARY_DIR}/dp_common-config-version.cmake"
+                                   COMPATIBILITY SameMajorVersion)
+  install(FILES "${PROJECT_BINARY_DIR}/dp_common-config.cmake"
+                "${PROJECT_BINARY_DIR}/dp_common-config-version.cmake"
+          DESTINATION "${package_dir}" COMPONENT development)
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/dp_common.pc.in"
+                 "${PROJECT_BINARY_DIR}/dp_common.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/dp_common.pc"
+          DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
+endfunction()

@@ -1,0 +1,49 @@
+#ifndef DP_COMMON_FILE_LOCKS_HPP
+#define DP_COMMON_FILE_LOCKS_HPP
+
+#include <cstdio>
+#include <string>
+
+#include "common/export.hpp"
+
+// Advisory locks on whole files, for processes that share them. They exclude other processes that
+// use the same lock file through these functions, never other threads of the same process; closing
+// any descriptor of the file drops the process's locks on it.
+
+/// Takes an exclusive lock on the whole file, however it grows, waiting until it is granted. 0 or
+/// -1 with errno set (EINTR when a signal handler ran).
+DP_API int file_lock_write(int fd);
+
+/// Takes a shared lock on the whole file, waiting until it is granted. 0 or -1 with errno set.
+DP_API int file_lock_read(int fd);
+
+/// Releases the lock on the whole file without waiting. 0 or -1 with errno set.
+DP_API int file_unlock(int fd);
+
+/// Holds a shared lock on `path` for its lifetime. A file that can't be opened (a reader never
+/// creates it) or locked leaves the guard without a lock and its owner unaware.
+class DP_API readlock {
+  public:
+    explicit readlock(std::string path);
+    ~readlock();
+    readlock(const readlock&) = delete;
+    readlock& operator=(const readlock&) = delete;
+
+  private:
+    std::FILE* stream_;
+};
+
+/// Holds an exclusive lock on `path` for its lifetime. A missing file is created; contents are
+/// never changed. A file that can't be opened or locked leaves the guard without a lock.
+class DP_API writelock {
+  public:
+    explicit writelock(std::string path);
+    ~writelock();
+    writelock(const writelock&) = delete;
+    writelock& operator=(const writelock&) = delete;
+
+  private:
+    std::FILE* stream_;
+};
+
+#endif

@@ -1,0 +1,58 @@
+#ifndef DP_COMMON_FIXED_PATHS_HPP
+#define DP_COMMON_FIXED_PATHS_HPP
+
+#include <string>
+
+#include "common/export.hpp"
+
+namespace dp {
+
+/// A path or command of the outside world whose place on the board never changes.
+///
+/// The library as a board ships it uses the text as it stands. A relocatable build (made for demos
+/// and tests, never shipped) puts the folder named by the environment variable DP_ROOT in front.
+class fixed_path {
+  public:
+    constexpr explicit fixed_path(const char* board_path) : board_path_(board_path) {}
+
+    /// The path to use in this process.
+    [[nodiscard]] DP_API std::string str() const;
+
+  private:
+    const char* board_path_;
+};
+
+/// Every fixed path and command of the outside, once.
+namespace fixed_paths {
+
+// Defaults of the BIOS service's file names; the `dp_cim_change_*_fname` functions replace them.
+inline constexpr fixed_path uefi_template{"/var/dp/uefi_template.efi"};
+inline constexpr fixed_path uefi_settings{"/var/dp/uefi_settings.txt"};
+inline constexpr fixed_path uefi_current{"/var/dp/uefi_current.txt"};
+
+// Texts that the outside tools make for the BIOS service.
+inline constexpr fixed_path uefi_info{"/tmp/dp/uefi_info.txt"};
+inline constexpr fixed_path uefi_configs{"/tmp/dp/uefi_configs.txt"};
+inline constexpr fixed_path uefi_build_id{"/tmp/dp/uefi.bld"};
+
+// The batch exchange with the settings service.
+inline constexpr fixed_path batch{"/tmp/dp/batch"};
+inline constexpr fixed_path batch_result{"/tmp/dp/batch.out"};
+
+// The folder for temporary files.
+inline constexpr fixed_path temporary_folder{"/tmp"};
+
+// Change history of the transaction that is just ending. The misspelt name is the one in use.
+inline constexpr fixed_path change_history{"/tmp/config_change_hisroty.log"};
+
+// Table of RAS event categories, written by another component.
+inline constexpr fixed_path event_categories{"/tmp/DS/uim_ras_category_mapping.cfg"};
+
+// Tools that the library runs.
+inline constexpr fixed_path dpspy{"/bin/dpspy"};
+inline constexpr fixed_path sysvpd{"/bin/sysvpd"};
+
+}  // namespace fixed_paths
+}  // namespace dp
+
+#endif

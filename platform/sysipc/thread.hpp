@@ -1,0 +1,17 @@
+#ifndef DP_PLATFORM_SYSIPC_THREAD_HPP
+#define DP_PLATFORM_SYSIPC_THREAD_HPP
+
+#include <cstdint>
+
+#include "common/export.hpp"
+
+namespace sysipc {
+
+struct DP_API thread {
+    /// Pauses the calling thread for at least `milliseconds`; a signal does not cut it short.
+    static void sleep(std::uint32_t milliseconds);
+};
+
+}  // namespace sysipc
+
+#endif

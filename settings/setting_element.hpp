@@ -1,0 +1,57 @@
+#ifndef DP_SETTINGS_SETTING_ELEMENT_HPP
+#define DP_SETTINGS_SETTING_ELEMENT_HPP
+
+#include <cstdint>
+#include <string>
+
+#include "common/export.hpp"
+#include "settings/instance_number.hpp"
+
+namespace dp {
+
+/// The description of a setting: its instances, its record, and how its values are checked. Owners
+/// of configurations derive from it. One element may serve several settings.
+class DP_API setting_element {
+  public:
+    static constexpr std::uint32_t record_key_flag = 1U << 21;
+    static constexpr std::uint32_t record_refresh_flag = 1U << 22;
+    /// Instances of the setting may always be deleted.
+    static constexpr std::uint32_t deletable_flag = 1U << 31;
+
+    setting_element() = default;
+    setting_element(const setting_element&) = delete;
+    setting_element& operator=(const setting_element&) = delete;
+
+    // The order of the virtual operations is part of the binary interface.
+
+    /// Turns an input value into the form that the owner stores, in place. False when it can't be
+    /// mapped. The base changes nothing and returns true.
+    virtual bool map_value(std::string* value);
+
+    /// The setting's default value. The base has none: the empty string.
+    virtual std::string default_value();
+
+    /// 0 when `value` is acceptable, otherwise the status code for the command. The base accepts
+    /// every value.
+    virtual std::int32_t validate(const std::string& value);
+
+    virtual ~setting_element();
+
+    /// Highest instance number; `no_instance` when the setting is single-valued.
+    std::uint32_t max_instance = no_instance;
+    /// Lowest instance number.
+    std::uint32_t min_instance = 0;
+    /// Name of the record that the setting belongs to; empty for none.
+    std::string record_name;
+    std::uint32_t flags = 0;
+};
+
+/// The element of settings that have no description: every value is acceptable.
+class DP_API non_xml_setting_element : public setting_element {
+  public:
+    std::int32_t validate(const std::string& value) override;
+};
+
+}  // namespace dp
+
+#endif

@@ -1,0 +1,126 @@
+#include "tests/support/test_platform.hpp"
+
+#include <sys/stat.h>
+#include <utime.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+#include "common/clock.hpp"
+#include "platform/sysipc/thread.hpp"
+
+namespace sysipc {
+
+// The process starts without a log; a recording_log makes itself the log.
+event_log::streams* application_log::app_streams = nullptr;
+
+}  // namespace sysipc
+
+namespace test {
+namespace {
+
+stepped_time* active_time = nullptr;
+
+}  // namespace
+
+recording_log::recording_log(std::uint32_t level_mask)
+    : mask_value(level_mask), previous_(sysipc::application_log::app_streams) {
+    sysipc::application_log::app_streams = this;
+}
+
+recording_log::~recording_log() {
+    sysipc::application_log::app_streams = previous_;
+}
+
+void recording_log::append(const std::string& level, const std::string& text) {
+    lines.push_back({level, text});
+}
+
+stepped_time::stepped_time(std::time_t start)
+    : milliseconds(static_cast<std::int64_t>(start) * 1000) {
+    active_time = this;
+}
+
+stepped_time::~stepped_time() {
+    active_time = nullptr;
+}
+
+std::string root() {
+    const char* value = std::getenv("DP_ROOT");
+    if (value == nullptr || *value == '\0') {
+        throw std::logic_error("DP_ROOT is not set: the test's main did not run");
+    }
+    return value;
+}
+
+void clean_root() {
+    const std::filesystem::path base = root();
+    for (const auto& item : std::filesystem::directory_iterator(base)) {
+        std::filesystem::remove_all(item);
+    }
+    for (const char* folder : {"bin", "tmp/dp", "tmp/DS", "var/dp"}) {
+        std::filesystem::create_directories(base / folder);
+    }
+}
+
+std::string read_file(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+void write_file(const std::string& path, const std::string& content) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << content;
+    out.close();
+    if (!out) {
+        throw std::runtime_error("cannot write " + path);
+    }
+}
+
+void set_mtime(const std::string& path, std::time_t seconds) {
+    const utimbuf times{seconds, seconds};
+    if (utime(path.c_str(), &times) != 0) {
+        throw std::runtime_error("cannot set the time of " + path);
+    }
+}
+
+void write_script(const std::string& path, const std::string& body) {
+    write_file(path, "#!/bin/sh\n" + body + "\n");
+    if (chmod(path.c_str(), 0755) != 0) {
+        throw std::runtime_error("cannot make executable " + path);
+    }
+}
+
+}  // namespace test
+
+namespace sysipc {
+
+void thread::sleep(std::uint32_t milliseconds) {
+    if (test::active_time == nullptr) {
+        timespec rest{static_cast<std::time_t>(milliseconds / 1000),
+                      static_cast<long>(milliseconds % 1000) * 1'000'000L};
+        while (nanosleep(&rest, &rest) != 0 && errno == EINTR) {
+        }
+        return;
+    }
+    auto& time = *test::active_time;
+    time.milliseconds += milliseconds;
+    time.sleeps.push_back(milliseconds);
+    if (time.on_sleep) {
+        time.on_sleep(milliseconds);
+    }
+}
+
+}  // namespace sysipc
+
+namespace dp {
+
+std::time_t current_time() {
+    return test::active_time != nullptr ? test::active_time->now() : std::time(nullptr);
+}
+
+}  // namespace dp

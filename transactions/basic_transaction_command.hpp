@@ -1,0 +1,30 @@
+#ifndef DP_TRANSACTIONS_BASIC_TRANSACTION_COMMAND_HPP
+#define DP_TRANSACTIONS_BASIC_TRANSACTION_COMMAND_HPP
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+
+#include "common/export.hpp"
+#include "transactions/operations.hpp"
+
+namespace dp {
+
+/// A command that knows its setting by name only.
+struct DP_API basic_transaction_command {
+    std::int32_t status = 0;
+    std::uint32_t correlator = 0;
+    std::string tid;
+    operations operation = op_unknown;
+    std::string name;  ///< qualified setting name
+    std::string value_in;
+    std::string value_out;
+
+    /// Writes the same result line as `transaction_command::write_terse_output`, with `name` for
+    /// the target.
+    void write_terse_output(std::ostream& os);
+};
+
+}  // namespace dp
+
+#endif

@@ -1,0 +1,26 @@
+#ifndef DP_TRANSACTIONS_DETAIL_ERRORS_HPP
+#define DP_TRANSACTIONS_DETAIL_ERRORS_HPP
+
+#include <cstdint>
+#include <string>
+
+#include "common/export.hpp"
+
+namespace dp {
+
+/// Detailed reasons of a failed command, each with a fixed message.
+enum detail_errors : std::int32_t {
+    detail_none = 0,
+    detail_bad_credentials = 1,
+    detail_account_exists = 2,
+    detail_password_reused = 3,
+    detail_password_weak = 4,
+};
+
+/// What a command contributes to its error output: "" for `detail_none`, otherwise "[", the code,
+/// "]" and the code's message; a code that is not listed has no message.
+DP_API std::string contribute_error_string(detail_errors code);
+
+}  // namespace dp
+
+#endif

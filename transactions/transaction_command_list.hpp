@@ -1,0 +1,38 @@
+#ifndef DP_TRANSACTIONS_TRANSACTION_COMMAND_LIST_HPP
+#define DP_TRANSACTIONS_TRANSACTION_COMMAND_LIST_HPP
+
+#include <cstdint>
+#include <iosfwd>
+#include <vector>
+
+#include "common/export.hpp"
+
+namespace dp {
+
+class transaction_command;
+
+/// The commands of a transaction in execution order, and how many of them are done. Does not own
+/// the commands.
+class DP_API transaction_command_list : public std::vector<transaction_command*> {
+  public:
+    using std::vector<transaction_command*>::vector;
+
+    struct status {
+        std::uint32_t total = 0;
+        std::uint32_t errors = 0;     ///< complete with a status other than 0
+        std::uint32_t completed = 0;  ///< complete, failed or not
+    };
+
+    /// Counts the commands into `status`.
+    void update_status();
+
+    // A member may have its class's name as long as the class is spelt out once, `struct status`.
+    struct status status;
+};
+
+/// Writes "(total,completed,errors)".
+DP_API std::ostream& operator<<(std::ostream& os, const struct transaction_command_list::status& s);
+
+}  // namespace dp
+
+#endif
