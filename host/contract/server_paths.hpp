@@ -1,0 +1,29 @@
+#ifndef DP_HOST_CONTRACT_SERVER_PATHS_HPP
+#define DP_HOST_CONTRACT_SERVER_PATHS_HPP
+
+#include "common/fixed_paths.hpp"
+
+/// Files through which dp_settingsd and the simulated server's tools meet.
+namespace server_paths {
+
+/// The folders of the exchange files and of the lasting files.
+inline constexpr dp::fixed_path exchange_folder{"/tmp/dp"};
+inline constexpr dp::fixed_path data_folder{"/var/dp"};
+
+/// What the server should do, one line: "restart", or "update" for a BIOS update whose parts lie
+/// ready in `update_folder`. dp_settingsd takes the file away and answers in `server_answer` with
+/// one line: "0", or a status other than 0 and a reason.
+inline constexpr dp::fixed_path server_request{"/tmp/dp/server"};
+inline constexpr dp::fixed_path server_answer{"/tmp/dp/server.out"};
+
+/// The parts of a BIOS update: a template, and the text of its build id.
+inline constexpr dp::fixed_path update_folder{"/var/dp/update"};
+inline constexpr dp::fixed_path update_template{"/var/dp/update/uefi_template.efi"};
+inline constexpr dp::fixed_path update_build_id{"/var/dp/update/build_id"};
+
+/// The server's vital product data, a line KEY=VALUE each; UEFIID is the BIOS's build id.
+inline constexpr dp::fixed_path vital_product_data{"/var/dp/vpd.txt"};
+
+}  // namespace server_paths
+
+#endif
