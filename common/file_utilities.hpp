@@ -17,7 +17,7 @@ DP_API std::string dirname(const std::string& path);
 /// The text after the last '/' or '\'; the whole `path` if it holds neither.
 DP_API std::string basename(const std::string& path);
 
-/// Length of the stream in bytes; the read position is left where it was.
+/// Length of the stream in bytes, at most the greatest int; the read position is left where it was.
 DP_API int istrmlength(std::ifstream& in);
 
 /// Modification time in seconds since the epoch, links followed; 0 if the file can't be examined.

@@ -27,6 +27,9 @@ class DP_API transaction_command {
     /// `value_in` for a set, getv or setv, and into `value_out` for a get or setv.
     transaction_command(operations op, setting* target_setting, setting::cache::entry& entry);
 
+    /// Completes the command as failed with `code`, unless an earlier problem left its code.
+    void fail(std::int32_t code);
+
     /// Answers a plain read from the cache, if the value is known there.
     void setup();
 

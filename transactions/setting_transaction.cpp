@@ -1,0 +1,81 @@
+#include "transactions/setting_transaction.hpp"
+
+#include <algorithm>
+#include <ostream>
+
+#include "settings/plugin_list.hpp"
+#include "settings/setting.hpp"
+#include "transactions/command_status.hpp"
+#include "transactions/transaction_command.hpp"
+
+namespace dp {
+namespace {
+
+constexpr std::int32_t validate_step = 2;
+constexpr std::int32_t execute_step_number = 1;
+
+bool owns(const plugin* p, const transaction_command& command) {
+    return command.target.setting != nullptr && command.target.setting->owner == p;
+}
+
+}  // namespace
+
+void setting_transaction::command_finish_visitor::operator()(transaction_command* command) const {
+    if (command->complete && owns(plugin_, *command)) {
+        command->finish();
+    }
+}
+
+void setting_transaction::on_execute_step(registrar& reg, plugin_list& plugins) {
+    indexed_size_ = 0;
+    if (step == validate_step) {
+        for (transaction_command* command : commands) {
+            if (command->status == command_status::success && !command->complete &&
+                command->target.setting != nullptr) {
+                command->target.setting->validate(command);
+            }
+        }
+    } else if (step == execute_step_number) {
+        for (transaction_command* command : commands) {
+            command->setup();
+        }
+        std::for_each(plugins.begin(), plugins.end(), execution_visitor(reg, *this));
+    }
+}
+
+void setting_transaction::on_substep_complete(registrar& /*reg*/, plugin* p) {
+    // All commands are looked at for every plug-in, twice: what a plug-in owns may change with what
+    // others did, so there is no list by owner to keep.
+    std::for_each(commands.begin(), commands.end(), command_finish_visitor(p));
+    for (transaction_command* command : commands) {
+        if (!command->complete && owns(p, *command)) {
+            command->fail(command_status::not_answered);
+        }
+    }
+}
+
+transaction_command* setting_transaction::get_command_by_corr(std::uint32_t correlator) {
+    if (indexed_size_ != commands.size()) {
+        by_correlator_.clear();
+        by_correlator_.reserve(commands.size());
+        for (std::size_t i = 0; i < commands.size(); ++i) {
+            by_correlator_.emplace(commands[i]->correlator, i);  // keeps the first of equals
+        }
+        indexed_size_ = commands.size();
+    }
+    const auto found = by_correlator_.find(correlator);
+    return found == by_correlator_.end() ? nullptr : commands[found->second];
+}
+
+void setting_transaction::write_batch_commands(std::ostream& os, bool terse) {
+    for (transaction_command* command : commands) {
+        if (terse) {
+            command->write_terse_output(os);
+        } else {
+            os << *command;
+        }
+        os << std::endl;
+    }
+}
+
+}  // namespace dp
