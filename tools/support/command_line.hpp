@@ -1,0 +1,26 @@
+#ifndef DP_TOOLS_SUPPORT_COMMAND_LINE_HPP
+#define DP_TOOLS_SUPPORT_COMMAND_LINE_HPP
+
+#include <CLI/CLI.hpp>
+#include <iosfwd>
+#include <optional>
+
+namespace dp_tools {
+
+/// Exit codes that every program shares.
+namespace exit_code {
+inline constexpr int done = 0;
+inline constexpr int failed = 1;
+inline constexpr int wrong_usage = 2;
+}  // namespace exit_code
+
+/// Parses the command line into what was bound to `app`. Empty: go on. Otherwise the exit code to
+/// end with: help was asked for and printed, or the usage was wrong and a message is on stderr.
+std::optional<int> parse_command_line(CLI::App& app, int argc, const char* const* argv);
+
+/// Flushes `out`; false when something written to it was lost.
+bool flushed(std::ostream& out);
+
+}  // namespace dp_tools
+
+#endif

@@ -1,0 +1,59 @@
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <optional>
+#include <string>
+
+#include "contract/server_paths.hpp"
+#include "support/command_line.hpp"
+
+// Stand-in for the board's reader of vital product data: the server's is a text file.
+
+namespace {
+
+/// The value of the first line KEY=VALUE of `in` whose key is `key`.
+std::optional<std::string> find_value(std::istream& in, const std::string& key) {
+    std::string line;
+    while (std::getline(in, line)) {
+        const auto equals = line.find('=');
+        if (equals != std::string::npos && line.compare(0, equals, key) == 0) {
+            return line.substr(equals + 1);
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app{"Prints one item of the server's vital product data."};
+    std::string key;
+    app.add_option("-g", key, "Print the value of KEY; UEFIID is the BIOS's build id")
+        ->type_name("KEY")
+        ->required();
+    const std::string file = server_paths::vital_product_data.str();
+    app.footer("The data stands in " + file +
+               ", a line KEY=VALUE each.\n"
+               "Exit codes: 0 done, 1 no such item or no data, 2 wrong usage.");
+    if (const auto code = dp_tools::parse_command_line(app, argc, argv)) {
+        return *code;
+    }
+
+    std::ifstream in(file);
+    if (!in) {
+        std::cerr << "sysvpd: can't read " << file << ": " << std::strerror(errno) << '\n';
+        return dp_tools::exit_code::failed;
+    }
+    const auto value = find_value(in, key);
+    if (!value) {
+        std::cerr << "sysvpd: " << file << " has no " << key << '\n';
+        return dp_tools::exit_code::failed;
+    }
+    std::cout << *value << '\n';
+    if (!dp_tools::flushed(std::cout)) {
+        std::cerr << "sysvpd: can't write the value\n";
+        return dp_tools::exit_code::failed;
+    }
+    return dp_tools::exit_code::done;
+}
