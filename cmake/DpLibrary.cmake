@@ -44,7 +44,6 @@ function(_dp_add_shared name roots_source)
   target_include_directories(
     ${name} INTERFACE "$<BUILD_INTERFACE:${DP_PUBLIC_INCLUDE_DIR}>"
                       "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/dp_common>")
-  target_compile_features(${name} INTERFACE cxx_std_20)
   set_target_properties(
     ${name} PROPERTIES OUTPUT_NAME dp_common VERSION ${PROJECT_VERSION}
                        SOVERSION ${PROJECT_VERSION_MAJOR})
