@@ -10,6 +10,7 @@ namespace sysipc {
 struct DP_API application_log {
     /// Null when the process has no log. Owned by the platform, valid as long as it is not null;
     /// changed only while no call of the library runs.
+    // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): one log for the process.
     static event_log::streams* app_streams;
 };
 
