@@ -17,6 +17,8 @@
  * Texts are bytes; no character set is assumed.
  */
 
+/* A C99 header: what C++ would write otherwise stays. NOLINTBEGIN(modernize-*) */
+
 #include <stdint.h>
 
 #ifdef __cplusplus
@@ -132,5 +134,7 @@ DP_C_API void dp_cim_change_template_fname(const char* fname);
 DP_C_API void dp_cim_change_settings_fname(const char* fname);
 DP_C_API void dp_cim_change_current_fname(const char* fname);
 #endif
+
+/* NOLINTEND(modernize-*) */
 
 #endif

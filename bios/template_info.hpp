@@ -31,8 +31,8 @@ class DP_API template_info {
     void parse_setting_info(std::string record);
 
     /// Appends one entry per record of `in` to `out`, those only that hold the item "cfg:" + `cfg`
-    /// when `cfg` is not empty. A record that is too long ends the reading; what was read stays.
-    /// Always 0.
+    /// when `cfg` is not empty. A record with nothing in it counts. A record that is too long ends
+    /// the reading and leaves `in` failed; what was read stays. Always 0.
     static int read_settings(std::ifstream& in, std::vector<template_info>& out, std::string cfg);
 
     /// The unsigned number at the beginning of `text`, as a stream extracts it; 0 when there is
@@ -75,7 +75,8 @@ class DP_API template_info {
 };
 
 /// Writes one record with its end byte and a line feed, flushed: the common items, then those of
-/// the entry's type. A parser gets the same fields back.
+/// the entry's type. A parser gets the same fields back. Numbers do not depend on the stream's
+/// flags; it is left in decimal.
 DP_API std::ostream& operator<<(std::ostream& os, const template_info& info);
 
 namespace dp {

@@ -1,0 +1,117 @@
+#ifndef DP_TESTS_SUPPORT_PLAIN_TEMPLATE_READER_HPP
+#define DP_TESTS_SUPPORT_PLAIN_TEMPLATE_READER_HPP
+
+#include <istream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "bios/template_info.hpp"
+
+namespace test {
+
+inline std::uint32_t number_plainly(const std::string& text, bool hex) {
+    std::istringstream in(text);
+    std::uint32_t number = 0;
+    in >> (hex ? std::hex : std::dec) >> number;
+    return number;
+}
+
+/// Template records read with streams, as one would first write it: what the library's scanner is
+/// held against.
+inline void parse_plainly(template_info& info, const std::string& record) {
+    std::istringstream in(record);
+    while (in.good()) {
+        std::string key;
+        std::string value;
+        std::getline(in, key, ':');
+        std::getline(in, value, template_info::item_end);
+        if (in.fail()) {
+            break;
+        }
+        if (key == "id") {
+            info.id = value;
+        } else if (key == "spif") {
+            info.spif = value;
+        } else if (key == "grif") {
+            info.grif = value;
+        } else if (key == "cfg") {
+            info.cfg = value;
+        } else if (key == "cfgname") {
+            info.cfgname = value;
+        } else if (key == "cfgsetn") {
+            info.cfgsetn = value;
+        } else if (key == "grp") {
+            info.grp = value;
+        } else if (key == "gspif") {
+            info.gspif = value;
+        } else if (key == "ggrif") {
+            info.ggrif = value;
+        } else if (key == "mri") {
+            info.mri = value;
+        } else if (key == "dsc") {
+            info.dsc = value;
+        } else if (key == "fds") {
+            info.fds = value;
+        } else if (key == "type") {
+            info.type = static_cast<std::int32_t>(number_plainly(value, false));
+        } else if (key == "flg") {
+            info.flg = number_plainly(value, true);
+        } else if (key == "mni") {
+            info.mni = number_plainly(value, false);
+        } else if (key == "mxi") {
+            info.mxi = number_plainly(value, false);
+        } else if (key == "dft") {
+            info.dft = value;
+        } else if (key == "mfg") {
+            info.mfg = value;
+        } else if (key == "dfa") {
+            info.dfa = value;
+        } else if (key == "rec") {
+            info.rec = value;
+        } else if (key == "min") {
+            info.min = number_plainly(value, false);
+        } else if (key == "max") {
+            info.max = number_plainly(value, false);
+        } else if (key == "stp") {
+            info.stp = number_plainly(value, false);
+        } else if (key == "minc") {
+            info.minc = number_plainly(value, false);
+        } else if (key == "maxc") {
+            info.maxc = number_plainly(value, false);
+        } else if (key == "reg") {
+            info.reg = value;
+        } else if (key == "num") {
+            info.num = number_plainly(value, false);
+        } else if (key == "chc") {
+            info.chc = value;
+        }
+    }
+}
+
+inline void read_plainly(std::istream& in, std::vector<template_info>& out,
+                         const std::string& cfg) {
+    std::string buffer(template_info::record_limit + 1, '\0');
+    const std::string filter = cfg.empty() ? "" : "cfg:" + cfg + template_info::item_end;
+    while (in.good()) {
+        in.getline(buffer.data(), static_cast<std::streamsize>(buffer.size()),
+                   template_info::record_end);
+        if (in.fail()) {
+            break;
+        }
+        // The end byte counts among the bytes that were taken; the end of the stream has none.
+        const auto taken = static_cast<std::size_t>(in.gcount()) - (in.eof() ? 0 : 1);
+        const std::string record = buffer.substr(0, taken);
+        if (record.find(filter) != std::string::npos) {
+            out.emplace_back();
+            parse_plainly(out.back(), record);
+        }
+        if (in.peek() == '\n') {
+            in.get();
+        }
+    }
+}
+
+}  // namespace test
+
+#endif
