@@ -1,0 +1,24 @@
+#ifndef DP_TESTS_UNIT_EXEC_COMMAND_LINE_MODEL_HPP
+#define DP_TESTS_UNIT_EXEC_COMMAND_LINE_MODEL_HPP
+
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace test {
+
+/// What a command line should become, worked out in two passes (tokens, then grammar) where the
+/// library has one loop over characters.
+struct command_line_outcome {
+    using redirection = std::tuple<std::string, std::string, int>;  // source, target, operation
+
+    std::string refusal;  ///< the logged reason; empty when the line is accepted
+    std::vector<std::string> params;
+    std::vector<redirection> redirections;
+};
+
+command_line_outcome model_command_line(const std::string& line);
+
+}  // namespace test
+
+#endif
