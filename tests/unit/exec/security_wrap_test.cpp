@@ -81,7 +81,7 @@ int chomp(const char* text) {
     return chomp(text, flag);
 }
 
-int flag_of(std::vector<security_wrap::redirection> redirections) {
+int flag_of(const std::vector<security_wrap::redirection>& redirections) {
     security_wrap::redirection_file out;
     security_wrap::redirection_file err;
     return security_wrap::parse_redirection(redirections, out, err);
@@ -640,7 +640,7 @@ void expect_as_model(const std::string& line) {
 }
 
 TEST(security_wrap_model, agrees_on_every_short_line) {
-    const std::string alphabet = "a2 >\"\\&<|";
+    const std::string alphabet = R"(a2 >"\&<|)";
     std::vector<std::string> lines{""};
     std::size_t begin = 0;
     for (int length = 1; length <= 5; ++length) {

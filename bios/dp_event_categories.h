@@ -1,0 +1,43 @@
+#ifndef DP_BIOS_DP_EVENT_CATEGORIES_H
+#define DP_BIOS_DP_EVENT_CATEGORIES_H
+
+/*
+ * The table that maps numbered event categories (of RAS events) to names. Another component writes
+ * it to a file, which is read at every call. Needs no initialisation and keeps no state, so any
+ * thread may call it at any time.
+ *
+ * Texts are bytes; no character set is assumed.
+ */
+
+/* A C99 header: what C++ would write otherwise stays. NOLINTBEGIN(modernize-*) */
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define DP_CATEGORY_TEXT_SIZE 256 /* bytes of each text of an entry, its NUL included */
+
+/* One category. The bytes behind a text's NUL are 0. */
+typedef struct dp_category_map_entry {
+    int32_t bit; /* category number */
+    char name[DP_CATEGORY_TEXT_SIZE];
+    char value[DP_CATEGORY_TEXT_SIZE];
+} dp_category_map_entry;
+
+/* Sets *count to the number of entries and copies them, in the file's order, to out unless that is
+ * null. There is no capacity argument: a caller learns *count with a null out and supplies room for
+ * every entry; the file may change in between, so room for some more is wise. A missing or
+ * unreadable file has 0 entries. 0; -1 when count is null (nothing is written) or memory ran out
+ * (*count is 0). */
+__attribute__((visibility("default"))) int dp_get_uim_event_category_mapping(
+    dp_category_map_entry* out, uint32_t* count);
+
+#ifdef __cplusplus
+} /* extern "C" */
+#endif
+
+/* NOLINTEND(modernize-*) */
+
+#endif

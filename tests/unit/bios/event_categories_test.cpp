@@ -1,0 +1,258 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "bios/category_bitmap.hpp"
+#include "bios/dp_event_categories.h"
+#include "tests/support/test_platform.hpp"
+#include "tests/unit/bios/failing_new.hpp"
+
+extern "C" int event_categories_in_c(std::uint32_t* count, const char** first_value);
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+using entry = std::tuple<std::int32_t, std::string, std::string>;
+
+static_assert(offsetof(dp_category_map_entry, bit) == 0);
+static_assert(offsetof(dp_category_map_entry, name) == 4);
+static_assert(offsetof(dp_category_map_entry, value) == 260);
+static_assert(sizeof(dp_category_map_entry) == 516);
+
+class event_categories : public testing::Test {
+  protected:
+    void SetUp() override { test::clean_root(); }
+
+    static std::string file() { return test::root() + "/tmp/DS/uim_ras_category_mapping.cfg"; }
+
+    // The entries that the C API gives for a file of this content.
+    static std::vector<entry> read(const std::string& content) {
+        test::write_file(file(), content);
+        std::uint32_t count = 99;
+        EXPECT_EQ(dp_get_uim_event_category_mapping(nullptr, &count), 0);
+        std::vector<dp_category_map_entry> records(count + 1);
+        std::memset(records.data(), 0x55, records.size() * sizeof(records[0]));
+        std::uint32_t second = 99;
+        EXPECT_EQ(dp_get_uim_event_category_mapping(records.data(), &second), 0);
+        EXPECT_EQ(second, count);
+        EXPECT_EQ(records[count].bit, 0x55555555) << "nothing is written behind the last entry";
+        std::vector<entry> entries;
+        for (std::uint32_t i = 0; i < count; ++i) {
+            entries.emplace_back(records[i].bit, records[i].name, records[i].value);
+        }
+        return entries;
+    }
+};
+
+TEST_F(event_categories, blanks_around_the_three_parts_do_not_count) {
+    const entry fan{12, "Fan", "Fan failure"};
+    EXPECT_THAT(read("12=Fan::Fan failure\n"), ElementsAre(fan));
+    EXPECT_THAT(read("12 = Fan :: Fan failure\n"), ElementsAre(fan));
+    EXPECT_THAT(read("12   =   Fan   ::   Fan failure   \n"), ElementsAre(fan));
+}
+
+TEST_F(event_categories, only_blanks_are_removed) {
+    EXPECT_THAT(read("1 =\tA\t::\tB\t\r\n"), ElementsAre(entry(1, "\tA\t", "\tB\t\r")));
+    EXPECT_THAT(read("1\t=A::B\n"), ElementsAre(entry(1, "A", "B")));
+}
+
+TEST_F(event_categories, lines_that_do_not_begin_with_a_digit_are_skipped) {
+    EXPECT_THAT(read("# 5 = X :: Y\n"
+                     " # 5 = X :: Y\n"
+                     " 5 = X :: Y\n"
+                     "\n"
+                     "-5 = X :: Y\n"
+                     "+5 = X :: Y\n"
+                     "=X::Y\n"
+                     "\t5 = X :: Y\n"
+                     "3 = Memory :: Memory errors\n"),
+                ElementsAre(entry(3, "Memory", "Memory errors")));
+}
+
+TEST_F(event_categories, lines_without_their_separators_in_order_are_skipped) {
+    EXPECT_THAT(read("5\n"
+                     "5 = X\n"
+                     "5 :: Y\n"
+                     "5 :: X = Y\n"
+                     "5 = X : Y\n"
+                     "6=::\n"),
+                ElementsAre(entry(6, "", "")));
+}
+
+TEST_F(event_categories, the_first_separators_count) {
+    EXPECT_THAT(read("1=a=b::c::d=e\n"), ElementsAre(entry(1, "a=b", "c::d=e")));
+    EXPECT_THAT(read("1=a:::b\n"), ElementsAre(entry(1, "a", ":b")));
+    EXPECT_THAT(read("1=::::\n"), ElementsAre(entry(1, "", "::")));
+}
+
+TEST_F(event_categories, the_number_ends_where_its_digits_end) {
+    EXPECT_THAT(read("7 seven = A :: B\n8x=C::D\n0x10=E::F\n9.5=G::H\n"),
+                ElementsAre(entry(7, "A", "B"), entry(8, "C", "D"), entry(0, "E", "F"),
+                            entry(9, "G", "H")));
+}
+
+TEST_F(event_categories, a_number_that_overflows_skips_its_line) {
+    EXPECT_THAT(read("2147483647=A::B\n"
+                     "2147483648=C::D\n"
+                     "99999999999999999999999999=E::F\n"
+                     "00000000000000000000000001=G::H\n"),
+                ElementsAre(entry(2147483647, "A", "B"), entry(1, "G", "H")));
+}
+
+TEST_F(event_categories, order_and_duplicates_are_kept) {
+    EXPECT_THAT(read("2=B::b\n1=A::a\n2=B::b\n2=C::c\n"),
+                ElementsAre(entry(2, "B", "b"), entry(1, "A", "a"), entry(2, "B", "b"),
+                            entry(2, "C", "c")));
+}
+
+TEST_F(event_categories, the_last_line_needs_no_line_end) {
+    EXPECT_THAT(read("1=A::a\n2=B::b"), ElementsAre(entry(1, "A", "a"), entry(2, "B", "b")));
+}
+
+TEST_F(event_categories, a_line_holds_at_most_199_characters) {
+    const std::string longest = "1=A::" + std::string(194, 'v');
+    ASSERT_EQ(longest.size(), 199U);
+    const entry whole{1, "A", std::string(194, 'v')};
+    const entry second{2, "B", "b"};
+    EXPECT_THAT(read(longest + "\n2=B::b\n"), ElementsAre(whole, second));
+    EXPECT_THAT(read("2=B::b\n" + longest), ElementsAre(second, whole));
+}
+
+TEST_F(event_categories, a_longer_line_ends_the_reading) {
+    const std::string too_long = "1=A::" + std::string(195, 'v');
+    const entry zero{0, "Z", "z"};
+    EXPECT_THAT(read("0=Z::z\n" + too_long + "\n2=B::b\n"), ElementsAre(zero));
+    EXPECT_THAT(read("0=Z::z\n" + too_long), ElementsAre(zero));
+    EXPECT_THAT(read("0=Z::z\n#" + std::string(100000, 'c') + "\n2=B::b\n"), ElementsAre(zero));
+}
+
+TEST_F(event_categories, a_line_ends_at_a_nul_inside_it) {
+    using namespace std::string_literals;
+    EXPECT_THAT(read("1=A::a\0b\n2=B\0::b\n\0003=C::c\n4=D::d\n"s),
+                ElementsAre(entry(1, "A", "a"), entry(4, "D", "d")));
+}
+
+TEST_F(event_categories, bytes_beyond_ascii_pass_through) {
+    EXPECT_THAT(read("1=\xff\xc3\xa4::\x80\n"), ElementsAre(entry(1, "\xff\xc3\xa4", "\x80")));
+}
+
+TEST_F(event_categories, a_missing_empty_or_unreadable_file_has_no_entries) {
+    std::uint32_t count = 99;
+    dp_category_map_entry record{};
+    EXPECT_EQ(dp_get_uim_event_category_mapping(&record, &count), 0);
+    EXPECT_EQ(count, 0U);
+    EXPECT_THAT(read(""), IsEmpty());
+    std::filesystem::remove(file());
+    std::filesystem::create_directory(file());
+    count = 99;
+    EXPECT_EQ(dp_get_uim_event_category_mapping(&record, &count), 0);
+    EXPECT_EQ(count, 0U);
+}
+
+TEST_F(event_categories, without_a_count_nothing_is_written) {
+    test::write_file(file(), "1=A::a\n");
+    dp_category_map_entry record;
+    std::memset(&record, 0x55, sizeof record);
+    const dp_category_map_entry before = record;
+    EXPECT_EQ(dp_get_uim_event_category_mapping(&record, nullptr), -1);
+    EXPECT_EQ(std::memcmp(&record, &before, sizeof record), 0);
+    EXPECT_EQ(dp_get_uim_event_category_mapping(nullptr, nullptr), -1);
+}
+
+TEST_F(event_categories, the_file_is_read_at_every_call) {
+    EXPECT_THAT(read("1=A::a\n"), ElementsAre(entry(1, "A", "a")));
+    EXPECT_THAT(read("1=B::b\n2=C::c\n"), ElementsAre(entry(1, "B", "b"), entry(2, "C", "c")));
+}
+
+TEST_F(event_categories, a_caller_in_c_gets_the_same_records) {
+    test::write_file(file(), "1=A::a\n2=B::b\n");
+    std::uint32_t count = 0;
+    const char* value = nullptr;
+    EXPECT_EQ(event_categories_in_c(&count, &value), 0);
+    EXPECT_EQ(count, 2U);
+    EXPECT_STREQ(value, "a");
+}
+
+TEST_F(event_categories, many_entries_are_copied) {
+    std::string content;
+    for (int i = 0; i < 5000; ++i) {
+        content += std::to_string(i) + " = n" + std::to_string(i) + " :: v\n";
+    }
+    const auto entries = read(content);
+    ASSERT_EQ(entries.size(), 5000U);
+    EXPECT_EQ(entries[4999], entry(4999, "n4999", "v"));
+}
+
+TEST_F(event_categories, texts_are_cut_to_255_characters) {
+    for (const std::size_t length : {254U, 255U, 256U, 257U, 300U}) {
+        const dp::BitMap from{-7, std::string(length, 'n'), std::string(length, 'v')};
+        dp_category_map_entry to;
+        std::memset(&to, 0x55, sizeof to);
+        dp::copy_to_entry(from, to);
+        const std::size_t kept = length < 255 ? length : 255;
+        EXPECT_EQ(to.bit, -7);
+        EXPECT_EQ(std::string(to.name), std::string(kept, 'n'));
+        EXPECT_EQ(std::string(to.value), std::string(kept, 'v'));
+        EXPECT_EQ(to.name[255], '\0');
+        EXPECT_EQ(to.value[255], '\0');
+    }
+}
+
+TEST_F(event_categories, the_bytes_behind_a_text_are_cleared) {
+    dp_category_map_entry to;
+    std::memset(&to, 0x55, sizeof to);
+    dp::copy_to_entry({1, "ab", ""}, to);
+    EXPECT_EQ(std::string(to.name, sizeof to.name), "ab" + std::string(254, '\0'));
+    EXPECT_EQ(std::string(to.value, sizeof to.value), std::string(256, '\0'));
+}
+
+TEST_F(event_categories, extracting_into_a_table_keeps_the_parts) {
+    test::write_file(file(), "3 = Memory :: Memory errors\n");
+    dp::category_bitMap map;
+    EXPECT_EQ(map.file_name, file());
+    EXPECT_THAT(map.entries, IsEmpty());
+    map.extractBitMap();
+    ASSERT_EQ(map.entries.size(), 1U);
+    EXPECT_EQ(map.entries[0].bit, 3);
+    EXPECT_EQ(map.entries[0].name, "Memory");
+    EXPECT_EQ(map.entries[0].value, "Memory errors");
+}
+
+TEST_F(event_categories, a_lack_of_memory_is_an_answer) {
+    // Names too long for the small-string buffer, so that each line allocates.
+    const std::string name(40, 'n');
+    test::write_file(file(), "1=" + name + "::a\n2=" + name + "::b\n3=" + name + "::c\n");
+    int failures = 0;
+    for (int successes = 0; successes < 1000; ++successes) {
+        std::uint32_t count = 99;
+        int result = 99;
+        bool failed = false;
+        {
+            const test::failing_new failing(successes);
+            result = dp_get_uim_event_category_mapping(nullptr, &count);
+            failed = test::failing_new::failed();
+        }
+        if (!failed) {
+            EXPECT_EQ(result, 0);
+            EXPECT_EQ(count, 3U);
+            break;
+        }
+        ++failures;
+        EXPECT_EQ(result, -1) << successes;
+        EXPECT_EQ(count, 0U) << successes;
+    }
+    EXPECT_GT(failures, 5);
+    EXPECT_LT(failures, 1000);
+}
+
+}  // namespace

@@ -1,0 +1,53 @@
+#include "tests/unit/bios/failing_new.hpp"
+
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+thread_local bool armed = false;
+thread_local int successes_left = 0;
+thread_local bool reached = false;
+
+}  // namespace
+
+namespace test {
+
+failing_new::failing_new(int successes) {
+    successes_left = successes;
+    reached = false;
+    armed = true;
+}
+
+failing_new::~failing_new() {
+    armed = false;
+}
+
+bool failing_new::failed() {
+    return reached;
+}
+
+}  // namespace test
+
+// The program's own allocation; array forms and sized deletes end here too.
+void* operator new(std::size_t size) {
+    if (armed && successes_left-- == 0) {
+        armed = false;
+        reached = true;
+        throw std::bad_alloc();
+    }
+    void* memory = std::malloc(size == 0 ? 1 : size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
