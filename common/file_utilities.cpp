@@ -24,7 +24,13 @@ std::size_t last_separator(const std::string& path) {
     return path.find_last_of("/\\");
 }
 
-// The length in bytes, which may exceed an int; the read position is left where it was.
+bool is_folder(const std::string& path) {
+    struct stat64 info {};
+    return stat64(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+// The length in bytes, which may exceed an int; -1 when the stream can't be positioned. The read
+// position is left where it was.
 std::int64_t stream_length(std::ifstream& in) {
     const auto position = in.tellg();
     in.seekg(0, std::ios::end);
@@ -73,12 +79,8 @@ int touch(const char* path) {
 
 bool fileexist(const std::string& path) {
     const std::ifstream in(path);
-    if (in.fail() || in.bad()) {
-        return false;
-    }
     // A folder can be opened for reading too, but it is no file.
-    struct stat64 info {};
-    return stat64(path.c_str(), &info) == 0 && !S_ISDIR(info.st_mode);
+    return in.good() && !is_folder(path);
 }
 
 int compfile(const std::string& a, const std::string& b) {
@@ -88,7 +90,8 @@ int compfile(const std::string& a, const std::string& b) {
         return 0;
     }
     std::int64_t remaining = stream_length(in_a);
-    if (remaining != stream_length(in_b)) {
+    // Folders open too, and some file systems give them a length of 0.
+    if (remaining < 0 || remaining != stream_length(in_b) || is_folder(a) || is_folder(b)) {
         return 0;
     }
     constexpr std::int64_t chunk_size = 4096;

@@ -17,7 +17,8 @@ DP_API std::string dirname(const std::string& path);
 /// The text after the last '/' or '\'; the whole `path` if it holds neither.
 DP_API std::string basename(const std::string& path);
 
-/// Length of the stream in bytes, at most the greatest int; the read position is left where it was.
+/// Length of the stream in bytes, at most the greatest int; -1 when the stream has none. The read
+/// position is left where it was.
 DP_API int istrmlength(std::ifstream& in);
 
 /// Modification time in seconds since the epoch, links followed; 0 if the file can't be examined.
@@ -36,7 +37,7 @@ DP_API int touch(const char* path);
 /// Whether `path` can be opened for reading. A folder counts as not existing.
 DP_API bool fileexist(const std::string& path);
 
-/// 1 if both files open and hold the same bytes, else 0.
+/// 1 if both files open and hold the same bytes, else 0; folders never do.
 DP_API int compfile(const std::string& a, const std::string& b);
 
 /// Whether the file is longer than 8 bytes and its first four, a little-endian number, count the

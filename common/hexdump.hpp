@@ -14,8 +14,9 @@ struct hexdump {
     int count;
 };
 
-/// Writes two lower-case digits a byte with nothing between. The stream's flags are restored; its
-/// fill character stays '0' once a byte was written.
+/// Writes two lower-case digits a byte with nothing between. Of the stream's flags only the base is
+/// replaced, and restored behind the last byte; the fill character stays '0' once a byte was
+/// written.
 DP_API std::ostream& operator<<(std::ostream& os, const hexdump& h);
 
 }  // namespace dp

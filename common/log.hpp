@@ -2,6 +2,7 @@
 #define DP_COMMON_LOG_HPP
 
 #include <cstdint>
+#include <locale>
 #include <sstream>
 
 #include "platform/sysipc/application_log.hpp"

@@ -1,0 +1,435 @@
+#include "common/file_locks.hpp"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "common/file_utilities.hpp"
+#include "common/log.hpp"
+#include "tests/support/child_process.hpp"
+#include "tests/support/test_platform.hpp"
+
+namespace fs = std::filesystem;
+using test::child_process;
+using test::recording_log;
+
+namespace {
+
+using lines = std::vector<recording_log::line>;
+
+// A descriptor for a scope. Closing it drops this process's locks on its file.
+class descriptor {
+  public:
+    descriptor(const std::string& path, int flags) : fd_(open(path.c_str(), flags | O_CLOEXEC)) {}
+    ~descriptor() { close(fd_); }
+    descriptor(const descriptor&) = delete;
+    descriptor& operator=(const descriptor&) = delete;
+    operator int() const { return fd_; }
+
+  private:
+    int fd_;
+};
+
+// The lock that would keep another process from locking `path` exclusively; F_UNLCK when there is
+// none. `at` picks a single byte.
+struct seen_lock {
+    int type;
+    pid_t holder;
+    off_t start;
+    off_t length;
+};
+
+// Asks from a process of its own, to which the locks of this one are another's.
+seen_lock lock_on(const std::string& path, off_t at = -1) {
+    int ends[2];
+    EXPECT_EQ(pipe(ends), 0);
+    child_process asker([&](const auto&) {
+        const descriptor fd(path, O_RDWR);
+        struct flock query {};
+        query.l_type = F_WRLCK;
+        query.l_whence = SEEK_SET;
+        query.l_start = at < 0 ? 0 : at;
+        query.l_len = at < 0 ? 0 : 1;
+        if (fcntl(fd, F_GETLK, &query) != 0) {
+            return 1;
+        }
+        const seen_lock seen{query.l_type, query.l_pid, query.l_start, query.l_len};
+        return write(ends[1], &seen, sizeof seen) == sizeof seen ? 0 : 1;
+    });
+    EXPECT_EQ(asker.wait(), 0);
+    close(ends[1]);
+    seen_lock seen{};
+    EXPECT_EQ(read(ends[0], &seen, sizeof seen), static_cast<ssize_t>(sizeof seen));
+    close(ends[0]);
+    return seen;
+}
+
+class lock_file : public testing::Test {
+  protected:
+    void SetUp() override { test::clean_root(); }
+
+    // A process that tells 'w' before it waits for the guard, 'g' when it has it, and gives it up
+    // and tells 'd' at the next byte from here.
+    template <class Guard>
+    [[nodiscard]] auto holder() const {
+        return [this](const child_process::parent_line& parent) {
+            parent.tell('w');
+            {
+                const Guard guard(path);
+                parent.tell('g');
+                static_cast<void>(parent.hear());
+            }
+            parent.tell('d');
+            static_cast<void>(parent.hear());
+            return 0;
+        };
+    }
+
+    const std::string path = test::root() + "/tmp/dp/lock";
+};
+
+// Long enough for a process that need not wait to say so, most of the time; a test that relies on
+// silence can only pass by mistake, never fail.
+constexpr int short_while_ms = 100;
+
+// Interrupts waiting calls of this process until the scope ends.
+class interruptions {
+  public:
+    interruptions() {
+        struct sigaction action {};
+        action.sa_handler = [](int) {};
+        sigaction(SIGALRM, &action, &previous_);
+        const itimerval soon_and_often{{0, 20'000}, {0, 20'000}};
+        setitimer(ITIMER_REAL, &soon_and_often, nullptr);
+    }
+    ~interruptions() {
+        const itimerval never{};
+        setitimer(ITIMER_REAL, &never, nullptr);
+        sigaction(SIGALRM, &previous_, nullptr);
+    }
+    interruptions(const interruptions&) = delete;
+    interruptions& operator=(const interruptions&) = delete;
+
+  private:
+    struct sigaction previous_ {};
+};
+
+// Closes the descriptor that this process has of `path`, behind the back of whoever opened it, as
+// a daemon does that closes every descriptor it inherited.
+void close_descriptor_of(const std::string& path) {
+    std::vector<int> found;
+    for (const auto& item : fs::directory_iterator("/proc/self/fd")) {
+        std::error_code ignored;
+        if (fs::read_symlink(item.path(), ignored) == path) {
+            found.push_back(std::stoi(item.path().filename().string()));
+        }
+    }
+    ASSERT_EQ(found.size(), 1U);
+    ASSERT_EQ(close(found[0]), 0);
+}
+
+}  // namespace
+
+using file_lock_functions = lock_file;
+
+TEST_F(file_lock_functions, lock_the_whole_file_however_it_grows) {
+    test::write_file(path, "");
+    const descriptor fd(path, O_RDWR);
+    ASSERT_EQ(file_lock_write(fd), 0);
+    const seen_lock seen = lock_on(path);
+    EXPECT_EQ(seen.type, F_WRLCK);
+    EXPECT_EQ(seen.holder, getpid());
+    EXPECT_EQ(seen.start, 0);
+    EXPECT_EQ(seen.length, 0);
+    EXPECT_EQ(lock_on(path, 0).type, F_WRLCK);
+    EXPECT_EQ(lock_on(path, 5'000'000'000).type, F_WRLCK);
+}
+
+TEST_F(file_lock_functions, lock_from_the_start_wherever_the_position_is) {
+    test::write_file(path, "0123456789");
+    const descriptor fd(path, O_RDWR);
+    ASSERT_EQ(lseek(fd, 5, SEEK_SET), 5);
+    ASSERT_EQ(file_lock_read(fd), 0);
+    EXPECT_EQ(lock_on(path, 0).type, F_RDLCK);
+    EXPECT_EQ(lock_on(path).start, 0);
+}
+
+TEST_F(file_lock_functions, turn_one_kind_into_the_other) {
+    test::write_file(path, "");
+    const descriptor fd(path, O_RDWR);
+    ASSERT_EQ(file_lock_read(fd), 0);
+    EXPECT_EQ(lock_on(path).type, F_RDLCK);
+    ASSERT_EQ(file_lock_write(fd), 0);
+    EXPECT_EQ(lock_on(path).type, F_WRLCK);
+    ASSERT_EQ(file_lock_read(fd), 0);
+    EXPECT_EQ(lock_on(path).type, F_RDLCK);
+}
+
+TEST_F(file_lock_functions, release_the_lock) {
+    test::write_file(path, "");
+    const descriptor fd(path, O_RDWR);
+    ASSERT_EQ(file_lock_write(fd), 0);
+    EXPECT_EQ(file_unlock(fd), 0);
+    EXPECT_EQ(lock_on(path).type, F_UNLCK);
+    EXPECT_EQ(file_unlock(fd), 0) << "without a lock too";
+}
+
+TEST_F(file_lock_functions, need_a_descriptor_of_the_right_mode) {
+    test::write_file(path, "");
+    {
+        const descriptor fd(path, O_RDONLY);
+        errno = 0;
+        EXPECT_EQ(file_lock_write(fd), -1);
+        EXPECT_EQ(errno, EBADF);
+        EXPECT_EQ(file_lock_read(fd), 0);
+    }
+    {
+        const descriptor fd(path, O_WRONLY);
+        errno = 0;
+        EXPECT_EQ(file_lock_read(fd), -1);
+        EXPECT_EQ(errno, EBADF);
+        EXPECT_EQ(file_lock_write(fd), 0);
+    }
+    for (const auto function : {file_lock_write, file_lock_read, file_unlock}) {
+        errno = 0;
+        EXPECT_EQ(function(-1), -1);
+        EXPECT_EQ(errno, EBADF);
+    }
+}
+
+TEST_F(file_lock_functions, wait_for_another_process_but_release_without_waiting) {
+    child_process writer(holder<writelock>());
+    ASSERT_EQ(writer.hear(), 'w');
+    ASSERT_EQ(writer.hear(), 'g');
+    child_process waiter([this](const child_process::parent_line& parent) {
+        const descriptor fd(path, O_RDWR);
+        if (file_unlock(fd) != 0) {
+            return 1;
+        }
+        parent.tell('u');
+        if (file_lock_write(fd) != 0) {
+            return 2;
+        }
+        parent.tell('g');
+        return 0;
+    });
+    ASSERT_EQ(waiter.hear(), 'u');
+    EXPECT_EQ(waiter.hear(short_while_ms), '\0');
+    writer.tell('.');
+    EXPECT_EQ(waiter.hear(), 'g');
+    EXPECT_EQ(waiter.wait(), 0);
+}
+
+using readlock_on_a_file = lock_file;
+
+TEST_F(readlock_on_a_file, that_is_missing_holds_nothing_logs_nothing_and_creates_nothing) {
+    const recording_log log(0xFFFFFFFF);
+    { const readlock guard(path); }
+    EXPECT_FALSE(fs::exists(path));
+    EXPECT_EQ(log.lines, lines{});
+}
+
+TEST_F(readlock_on_a_file, holds_a_shared_lock_for_its_lifetime) {
+    const recording_log log(0xFFFFFFFF);
+    test::write_file(path, "content");
+    {
+        const readlock guard(path);
+        const seen_lock seen = lock_on(path);
+        EXPECT_EQ(seen.type, F_RDLCK);
+        EXPECT_EQ(seen.holder, getpid());
+        EXPECT_EQ(seen.length, 0);
+    }
+    EXPECT_EQ(lock_on(path).type, F_UNLCK);
+    EXPECT_EQ(test::read_file(path), "content");
+    EXPECT_EQ(log.lines, lines{});
+}
+
+TEST_F(readlock_on_a_file, waits_while_another_process_writes) {
+    std::optional<writelock> mine(std::in_place, path);
+    child_process reader(holder<readlock>());
+    ASSERT_EQ(reader.hear(), 'w');
+    EXPECT_EQ(reader.hear(short_while_ms), '\0');
+    mine.reset();
+    EXPECT_EQ(reader.hear(), 'g');
+}
+
+TEST_F(readlock_on_a_file, shares_it_with_other_readers) {
+    test::write_file(path, "");
+    const readlock mine(path);
+    child_process first(holder<readlock>());
+    child_process second(holder<readlock>());
+    for (const auto* reader : {&first, &second}) {
+        EXPECT_EQ(reader->hear(), 'w');
+        EXPECT_EQ(reader->hear(), 'g');
+    }
+}
+
+TEST_F(readlock_on_a_file, keeps_writers_out_until_the_last_reader_is_done) {
+    test::write_file(path, "");
+    child_process first(holder<readlock>());
+    child_process second(holder<readlock>());
+    for (const auto* reader : {&first, &second}) {
+        ASSERT_EQ(reader->hear(), 'w');
+        ASSERT_EQ(reader->hear(), 'g');
+    }
+    child_process writer(holder<writelock>());
+    ASSERT_EQ(writer.hear(), 'w');
+    EXPECT_EQ(writer.hear(short_while_ms), '\0');
+    first.tell('.');
+    ASSERT_EQ(first.hear(), 'd');
+    EXPECT_EQ(writer.hear(short_while_ms), '\0');
+    second.tell('.');
+    EXPECT_EQ(writer.hear(), 'g');
+}
+
+TEST_F(readlock_on_a_file, goes_on_without_a_lock_and_logs_when_the_wait_fails) {
+    recording_log log(dp::log_level::log);
+    child_process writer(holder<writelock>());
+    ASSERT_EQ(writer.hear(), 'w');
+    ASSERT_EQ(writer.hear(), 'g');
+    const lines expected{
+        {"LOG", " readlock file " + path + " failed, errno= " + std::to_string(EINTR)}};
+    {
+        const interruptions keep_coming;
+        { const readlock guard(path); }
+        EXPECT_EQ(log.lines, expected);
+        log.mask_value = ~dp::log_level::log;
+        { const readlock guard(path); }
+    }
+    EXPECT_EQ(log.lines, expected);
+}
+
+TEST_F(readlock_on_a_file, logs_when_the_lock_cannot_be_released) {
+    recording_log log(dp::log_level::log);
+    test::write_file(path, "");
+    const lines expected{{"LOG", " ~readlock failed, errno= " + std::to_string(EBADF)}};
+    {
+        const readlock guard(path);
+        close_descriptor_of(path);
+    }
+    EXPECT_EQ(log.lines, expected);
+    log.mask_value = ~dp::log_level::log;
+    {
+        const readlock guard(path);
+        close_descriptor_of(path);
+    }
+    EXPECT_EQ(log.lines, expected);
+}
+
+using writelock_on_a_file = lock_file;
+
+TEST_F(writelock_on_a_file, creates_a_missing_one_and_locks_it) {
+    const recording_log log(0xFFFFFFFF);
+    {
+        const writelock guard(path);
+        EXPECT_TRUE(fs::exists(path));
+        EXPECT_EQ(fs::file_size(path), 0U);
+        const seen_lock seen = lock_on(path);
+        EXPECT_EQ(seen.type, F_WRLCK);
+        EXPECT_EQ(seen.holder, getpid());
+        EXPECT_EQ(seen.length, 0);
+    }
+    EXPECT_EQ(lock_on(path).type, F_UNLCK);
+    EXPECT_TRUE(fs::exists(path));
+    EXPECT_EQ(log.lines, lines{});
+}
+
+TEST_F(writelock_on_a_file, never_changes_its_contents) {
+    test::write_file(path, "content");
+    test::set_mtime(path, 1000);
+    { const writelock guard(path); }
+    EXPECT_EQ(test::read_file(path), "content");
+    EXPECT_EQ(mtime(path), 1000);
+}
+
+TEST_F(writelock_on_a_file, that_cannot_be_opened_holds_nothing_and_logs_nothing) {
+    const recording_log log(0xFFFFFFFF);
+    {
+        const writelock missing_folder(test::root() + "/missing/lock");
+        const writelock folder(test::root());
+    }
+    EXPECT_EQ(log.lines, lines{});
+}
+
+TEST_F(writelock_on_a_file, waits_for_another_writer) {
+    std::optional<writelock> mine(std::in_place, path);
+    child_process writer(holder<writelock>());
+    ASSERT_EQ(writer.hear(), 'w');
+    EXPECT_EQ(writer.hear(short_while_ms), '\0');
+    mine.reset();
+    EXPECT_EQ(writer.hear(), 'g');
+}
+
+TEST_F(writelock_on_a_file, ends_with_the_process_that_holds_it) {
+    child_process writer(holder<writelock>());
+    ASSERT_EQ(writer.hear(), 'w');
+    ASSERT_EQ(writer.hear(), 'g');
+    EXPECT_EQ(lock_on(path).type, F_WRLCK);
+    kill(writer.pid(), SIGKILL);
+    EXPECT_EQ(writer.wait(), 128 + SIGKILL);
+    EXPECT_EQ(lock_on(path).type, F_UNLCK);
+}
+
+TEST_F(writelock_on_a_file, goes_on_without_a_lock_and_logs_when_the_wait_fails) {
+    recording_log log(dp::log_level::log);
+    child_process reader(holder<writelock>());
+    ASSERT_EQ(reader.hear(), 'w');
+    ASSERT_EQ(reader.hear(), 'g');
+    const lines expected{
+        {"LOG", " writelock file " + path + " failed, errno= " + std::to_string(EINTR)}};
+    {
+        const interruptions keep_coming;
+        { const writelock guard(path); }
+        EXPECT_EQ(log.lines, expected);
+        log.mask_value = ~dp::log_level::log;
+        { const writelock guard(path); }
+    }
+    EXPECT_EQ(log.lines, expected);
+}
+
+TEST_F(writelock_on_a_file, logs_when_two_processes_wait_for_each_other) {
+    const recording_log log(dp::log_level::log);
+    const std::string other = path + "2";
+    const writelock mine(path);
+    child_process peer([&](const child_process::parent_line& parent) {
+        const writelock first(other);
+        parent.tell('h');
+        const writelock second(path);
+        return 0;
+    });
+    ASSERT_EQ(peer.hear(), 'h');
+    // The peer must be waiting for `path` before we wait for `other`; the kernel sees the circle
+    // whoever closes it, and ends one of the two waits.
+    { const writelock guard(other); }
+    if (log.lines.empty()) {
+        // It was the peer's wait that failed: the peer is done with both by now.
+        EXPECT_EQ(peer.wait(), 0);
+    } else {
+        EXPECT_EQ(log.lines, (lines{{"LOG", " writelock file " + other +
+                                                " failed, errno= " + std::to_string(EDEADLK)}}));
+    }
+}
+
+TEST_F(writelock_on_a_file, logs_when_the_lock_cannot_be_released) {
+    recording_log log(dp::log_level::log);
+    const lines expected{{"LOG", " ~writelock file failed, errno= " + std::to_string(EBADF)}};
+    {
+        const writelock guard(path);
+        close_descriptor_of(path);
+    }
+    EXPECT_EQ(log.lines, expected);
+    log.mask_value = ~dp::log_level::log;
+    {
+        const writelock guard(path);
+        close_descriptor_of(path);
+    }
+    EXPECT_EQ(log.lines, expected);
+}

@@ -1,0 +1,71 @@
+#include "common/fixed_paths.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "common/root.hpp"
+#include "tests/support/test_platform.hpp"
+
+namespace paths = dp::fixed_paths;
+
+TEST(fixed_paths, are_the_boards_own_below_the_root) {
+    const std::string root = test::root();
+    EXPECT_EQ(paths::uefi_template.str(), root + "/var/dp/uefi_template.efi");
+    EXPECT_EQ(paths::uefi_settings.str(), root + "/var/dp/uefi_settings.txt");
+    EXPECT_EQ(paths::uefi_current.str(), root + "/var/dp/uefi_current.txt");
+    EXPECT_EQ(paths::uefi_configs.str(), root + "/tmp/dp/uefi_configs.txt");
+    EXPECT_EQ(paths::uefi_build_id.str(), root + "/tmp/dp/uefi.bld");
+    EXPECT_EQ(paths::batch.str(), root + "/tmp/dp/batch");
+    EXPECT_EQ(paths::batch_result.str(), root + "/tmp/dp/batch.out");
+    EXPECT_EQ(paths::change_history.str(), root + "/tmp/config_change_hisroty.log");
+    EXPECT_EQ(paths::event_categories.str(), root + "/tmp/DS/uim_ras_category_mapping.cfg");
+    EXPECT_EQ(paths::dpspy.str(), root + "/bin/dpspy");
+    EXPECT_EQ(paths::sysvpd.str(), root + "/bin/sysvpd");
+}
+
+// The root is read once a process, so each of these runs in a process of its own.
+class relocatable_root : public testing::Test {
+  protected:
+    void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+};
+
+using relocatable_root_death_test = relocatable_root;
+
+TEST_F(relocatable_root_death_test, must_not_mean_anything_to_a_shell) {
+    for (const char* bad : {"/tmp/a b", "/tmp/$(id)", "/tmp/a;b", "/tmp/a'b", "/tmp/\xC3\xA4",
+                            "/tmp/a\nb", "relative"}) {
+        EXPECT_DEATH(
+            {
+                setenv("DP_ROOT", bad, 1);
+                dp::fixed_path_root();
+            },
+            "DP_ROOT must be an absolute path");
+    }
+}
+
+TEST_F(relocatable_root_death_test, is_empty_when_the_variable_is_missing_or_empty) {
+    EXPECT_EXIT(
+        {
+            unsetenv("DP_ROOT");
+            std::exit(paths::batch.str() == "/tmp/dp/batch" ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(
+        {
+            setenv("DP_ROOT", "", 1);
+            std::exit(paths::batch.str() == "/tmp/dp/batch" ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST_F(relocatable_root_death_test, stays_what_it_was_at_the_first_look) {
+    EXPECT_EXIT(
+        {
+            setenv("DP_ROOT", "/one-root", 1);
+            dp::fixed_path_root();
+            setenv("DP_ROOT", "/another-root", 1);
+            std::exit(paths::batch.str() == "/one-root/tmp/dp/batch" ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
