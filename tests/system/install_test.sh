@@ -1,0 +1,79 @@
+#!/usr/bin/env bash
+# Installs the build into an empty prefix and builds the first programs of the README against it, once
+# through the CMake package and once through pkg-config, as a customer would.
+#
+# usage: install_test.sh SOURCE_DIR BUILD_DIR
+set -euo pipefail
+source_dir=$1
+build_dir=$2
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+prefix=$scratch/prefix
+
+fail() {
+  printf 'FAILED: %s\n' "$*" >&2
+  exit 1
+}
+
+# The README shows the programs as they are.
+for program in c_api/list_defaults.c class_interface/check_batch.cpp; do
+  awk -v marker="<!-- examples/$program -->" '
+    $0 == marker { found = 1; next }
+    found && /^```/ { if (inside) exit; inside = 1; next }
+    inside { print }' "$source_dir/README.md" >"$scratch/shown"
+  cmp "$scratch/shown" "$source_dir/examples/$program" ||
+    fail "the README's text of $program is not the program"
+done
+
+cmake --install "$build_dir" --prefix "$prefix" >"$scratch/install.log"
+libdir=$(dirname "$(find "$prefix" -name libdp_common.so)")
+[ -n "$libdir" ] || fail "no libdp_common.so was installed"
+if find "$prefix" -path '*relocatable*' | grep -q .; then
+  fail "the relocatable library was installed"
+fi
+
+# The library needs the C++ standard library, what that needs, and the platform library.
+readelf -d "$libdir/libdp_common.so" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' >"$scratch/needed"
+if grep -vE '^(libdp_platform|libstdc\+\+|libm|libgcc_s|libc|ld-linux[-a-z0-9_]*)\.so' "$scratch/needed"; then
+  fail "libdp_common.so links more than it may"
+fi
+readelf -d "$libdir/libdp_common.so" | grep -q 'SONAME.*\[libdp_common\.so\.[0-9]*\]' ||
+  fail "libdp_common.so has no SONAME"
+
+check_programs() {
+  local where=$1
+  printf '0 0 t set A.B "1" ""\n0 0 t get A.B "" ""\n' |
+    LD_LIBRARY_PATH=$libdir "$where/check_batch" >"$scratch/out" && fail "a bad line went unnoticed"
+  grep -qx '1 clean set commands, 1 other lines' "$scratch/out" || fail "check_batch counts wrongly"
+  LD_LIBRARY_PATH=$libdir "$where/list_defaults" || fail "list_defaults does not run"
+}
+
+cmake -S "$source_dir/examples" -B "$scratch/examples" -DCMAKE_PREFIX_PATH="$prefix" >"$scratch/cmake.log"
+cmake --build "$scratch/examples" >"$scratch/build.log" || { cat "$scratch/build.log"; fail "CMake package"; }
+check_programs "$scratch/examples"
+
+export PKG_CONFIG_PATH=$libdir/pkgconfig
+mkdir "$scratch/plain"
+# shellcheck disable=SC2046 # the flags are words
+{
+  cc -std=c99 -Wall -Wextra -Werror -pedantic "$source_dir/examples/c_api/list_defaults.c" \
+    -o "$scratch/plain/list_defaults" $(pkg-config --cflags --libs dp_common)
+  c++ -std=c++17 -Wall -Wextra -Werror "$source_dir/examples/class_interface/check_batch.cpp" \
+    -o "$scratch/plain/check_batch" $(pkg-config --cflags --libs dp_common)
+}
+check_programs "$scratch/plain"
+
+# Every installed header stands on its own.
+find "$prefix/include/dp_common" -name '*.hpp' -printf '%P\n' | while read -r header; do
+  printf '#include <%s>\n' "$header" |
+    c++ -std=c++17 -Wall -Wextra -Werror -I "$prefix/include/dp_common" -fsyntax-only -x c++ - ||
+    fail "$header does not stand on its own"
+done
+find "$prefix/include/dp_common" -name '*.h' -printf '%P\n' | while read -r header; do
+  for standard in c99 c11 c17; do
+    printf '#include <%s>\n' "$header" |
+      cc "-std=$standard" -pedantic -Wall -Wextra -Werror -I "$prefix/include/dp_common" -fsyntax-only -x c - ||
+      fail "$header does not compile as $standard"
+  done
+done
+echo "installed, and built against"
