@@ -1,0 +1,202 @@
+#!/usr/bin/env bash
+# Walks the whole road with real processes in a scratch folder: compiles a registry, starts the settings
+# service, and lists, reads, changes and resets the BIOS attributes of a simulated server.
+#
+# usage: demo.sh BUILD_DIR [--registry FILE]
+set -euo pipefail
+
+fail() {
+  printf 'demo: %s\n' "$*" >&2
+  exit 1
+}
+
+source_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+build_dir=$(cd "$1" && pwd)
+shift
+registry=$source_dir/tools/sample/server.registry.json
+own_registry=
+while [ $# -gt 0 ]; do
+  case $1 in
+    --registry)
+      [ $# -ge 2 ] || { echo "demo: --registry needs a file" >&2; exit 2; }
+      registry=$2 own_registry=yes
+      shift 2
+      ;;
+    --registry=*)
+      registry=${1#*=} own_registry=yes
+      shift
+      ;;
+    *)
+      echo "usage: ./dev demo [--registry FILE]" >&2
+      exit 2
+      ;;
+  esac
+done
+if [ ! -f "$registry" ] || [ ! -r "$registry" ]; then
+  fail "cannot read the registry $registry"
+fi
+registry=$(realpath "$registry")
+
+scratch=$(mktemp -d /tmp/dp-demo.XXXXXX)
+service=
+background=
+clean_up() {
+  local status=$?
+  trap - EXIT
+  [ -z "$background" ] || kill "$background" 2>/dev/null || true
+  if [ -n "$service" ] && kill "$service" 2>/dev/null; then
+    wait "$service" 2>/dev/null || true
+  fi
+  if [ $status -ne 0 ] && [ -s "$scratch/service.log" ]; then
+    echo "demo: the settings service's log:" >&2
+    tail -n 20 "$scratch/service.log" >&2
+  fi
+  rm -rf "$scratch"
+  exit $status
+}
+trap clean_up EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM
+
+# Everything that has a fixed place on a board lies below the scratch folder here.
+export DP_ROOT=$scratch
+export LD_LIBRARY_PATH=$build_dir/lib/relocatable:$build_dir/lib
+export PATH=$build_dir/bin:$PATH
+unset DP_LOG DP_LOG_MASK DP_LOG_TAG
+mkdir -p "$scratch/bin" "$scratch/tmp"
+ln -s "$build_dir/bin/dpspy" "$build_dir/bin/sysvpd" "$scratch/bin/"
+
+if [ -t 1 ]; then
+  title() { printf '\n\033[1m# %s\033[0m\n' "$*"; }
+  prompt() { printf '\033[32m$ %s\033[0m\n' "$*"; }
+else
+  title() { printf '\n# %s\n' "$*"; }
+  prompt() { printf '$ %s\n' "$*"; }
+fi
+# What is run is printed as a person would type it.
+quoted() {
+  local word text=
+  for word in "$@"; do
+    case $word in
+      *[!A-Za-z0-9_.,:=/+@%-]* | '') word="'$word'" ;;
+    esac
+    text+="${text:+ }$word"
+  done
+  printf '%s' "$text"
+}
+run() {
+  prompt "$(quoted "$@")"
+  "$@" 2>&1
+}
+# Long tables are cut for the eye; --help of dpctl tells how to see it all.
+run_head() {
+  local lines=$1 output
+  shift
+  prompt "$(quoted "$@")"
+  output=$("$@" 2>&1)
+  printf '%s\n' "$output" | head -n "$lines"
+  local total
+  total=$(printf '%s\n' "$output" | wc -l)
+  [ "$total" -le "$lines" ] || printf '... %d more lines\n' $((total - lines))
+}
+
+cd "$scratch"
+cp "$registry" registry.json
+
+title "Compile the server's attribute registry into a BIOS template and its first values"
+unfit=()
+if [ -n "$own_registry" ] && ! dp-template registry.json -o /dev/null >/dev/null 2>&1; then
+  unfit=(--skip-unfit)
+fi
+run dp-template registry.json -o template.efi --settings settings.txt --current current.txt "${unfit[@]}"
+run dp-server install --template template.efi --settings settings.txt --current current.txt --build-id DEMO-1.00
+
+title "Start the settings service (another process)"
+prompt "dp_settingsd &"
+dp_settingsd >"$scratch/ready" 2>"$scratch/service.log" &
+service=$!
+for _ in $(seq 100); do
+  if grep -qs 'dp_settingsd: ready' "$scratch/ready"; then
+    break
+  fi
+  kill -0 "$service" 2>/dev/null || fail "the settings service did not start: $(cat "$scratch/service.log")"
+  sleep 0.1
+done
+grep -s 'dp_settingsd: ready' "$scratch/ready" || fail "the settings service did not get ready"
+
+# What to change: three settings of any registry, and values other than their present ones.
+collections=$(dpctl collections --json | jq -r '.collections[].name')
+# shellcheck disable=SC2016 # jq's variables, not the shell's
+choose='
+  [.attributes[] | select(.read_only | not)
+   | . as $a | .settings[0] as $s | select($s.pending != null)
+   | if .type == "enumeration" then
+       ([.possible_values[] | select(. != $s.pending and . != "" and (test("[\"\\\\]") | not))][0]) as $new
+       | select($new != null) | {name: $s.name, type, new: $new}
+     elif .type == "integer" then
+       (if ($s.pending | tonumber) != .minimum then .minimum
+        else .minimum + ([.step, 1] | max) end) as $new
+       | select($new <= .maximum) | {name: $s.name, type, new: ($new | tostring)}
+     else empty end]'
+changes='[]'
+for collection in $collections; do
+  mapfile -t names < <(dpctl list "$collection" --json | jq -r '[.settings[] | select(.read_only | not) | .name][:200][]')
+  [ ${#names[@]} -gt 0 ] || continue
+  changes=$(jq -n --argjson old "$changes" --argjson more "$(dpctl show --json "${names[@]}" | jq "$choose")" \
+    '$old + $more')
+done
+[ "$(jq length <<<"$changes")" -gt 0 ] || fail "the registry has no attribute that this demo could change"
+# One of each kind first, so that the set shows both.
+changes=$(jq -c '[(map(select(.type == "enumeration"))[0:2], map(select(.type == "integer"))[0:1]) | .[]]' <<<"$changes")
+mapfile -t assignments < <(jq -r '.[] | "\(.name)=\(.new)"' <<<"$changes")
+first=${assignments[0]%%=*}
+collection=${first%%.*}
+refused=$(jq -r '(map(select(.type == "enumeration")) + .)[0] | .name' <<<"$changes")=NotThisOne
+
+title "List"
+run dpctl collections
+run_head 12 dpctl list "$collection"
+title "Show one attribute, and get values"
+run dpctl show "$first"
+run dpctl get "${assignments[@]%%=*}"
+
+title "Change several values in one batch"
+run dpctl set "${assignments[@]}"
+title "A value that the attribute does not allow is refused, with the reason"
+run dpctl set "$refused" && fail "a value was accepted that should not be"
+echo "(exit code 1)"
+
+title "The changes are pending; a restart of the server makes them current"
+run dpctl get --current "${assignments[@]%%=*}"
+run dp-server restart
+run dpctl get --current "${assignments[@]%%=*}"
+
+title "A BIOS update brings another template; check tells programs that they need to look anew"
+if [ -n "$own_registry" ]; then
+  jq '.RegistryEntries.Attributes += [(.RegistryEntries.Attributes[0] | {AttributeName: "DemoNewFeature",
+      DisplayName: "New with this BIOS", Type: "Boolean", DefaultValue: false, ReadOnly: false, MenuPath})
+      | with_entries(select(.value != null))]' registry.json >update.json
+else
+  cp "$source_dir/tools/sample/server-update.registry.json" update.json
+fi
+run dp-template update.json -o update.efi "${unfit[@]}"
+prompt "dpctl check $collection --wait 30 &"
+dpctl check "$collection" --wait 30 >"$scratch/check" 2>&1 &
+background=$!
+sleep 2
+run dp-server update --template update.efi --build-id DEMO-2.00
+wait "$background" || fail "check failed: $(cat "$scratch/check")"
+background=
+cat "$scratch/check"
+run dpctl collections
+
+title "Reset a collection to its defaults"
+run dpctl reset "$collection"
+run dpctl get "$first"
+
+title "Stop the service"
+prompt "kill -TERM $service"
+kill -TERM "$service"
+wait "$service" || fail "the settings service did not stop cleanly"
+service=
+echo "stopped; the scratch folder is removed"
