@@ -73,8 +73,8 @@ unsigned code_lengths(const std::array<std::uint32_t, Symbols>& frequencies,
     if (used < 2) {
         return static_cast<unsigned>(used);
     }
-    std::stable_sort(order.begin(), order.begin() + used, [&](std::uint16_t a, std::uint16_t b) {
-        return frequencies[a] < frequencies[b];
+    std::sort(order.begin(), order.begin() + used, [&](std::uint16_t a, std::uint16_t b) {
+        return frequencies[a] != frequencies[b] ? frequencies[a] < frequencies[b] : a < b;
     });
 
     // The leaves in order of weight, behind them the inner nodes, which are made in that order too:

@@ -447,6 +447,10 @@ bool read_image(std::streambuf& from, std::size_t size, std::vector<unsigned cha
     return true;
 }
 
+/// What is an image: 8 bytes of header whose compressed size is below the limit. No text is, since
+/// the size's top byte would be a control byte. An image must be there as a whole; what stands
+/// behind its compressed size (padding, another image) is left alone. The blocks must end with the
+/// text and take no more bits than the compressed size has; it may have more.
 outcome expand(std::streambuf& from, std::vector<unsigned char>& text) {
     std::array<unsigned char, header_size> header{};
     if (read_bytes(from, header.data(), header.size()) != header.size()) {

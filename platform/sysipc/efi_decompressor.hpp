@@ -9,9 +9,10 @@
 namespace sysipc {
 
 struct DP_API efi_decompressor {
-    /// Reads `in` from its position to its end and expands it. Returns an empty vector when the
-    /// data is not a compressed image, and when it is one but truncated or corrupt. The stream's
-    /// state and position are not defined afterwards.
+    /// Reads the image at the position of `in` and expands it. Returns an empty vector when the
+    /// data is not a compressed image, and, with one "ERR" line in the application log, when it is
+    /// one but truncated, corrupt or too big. Does not throw. The stream's state and position are
+    /// not defined afterwards.
     static std::vector<unsigned char> decompress(std::istream& in);
 };
 

@@ -1,0 +1,185 @@
+#include "platform/posix/efi_compressor.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <sstream>
+#include <vector>
+
+#include "platform/posix/efi_format.hpp"
+#include "platform/sysipc/efi_decompressor.hpp"
+#include "tests/unit/platform/support.hpp"
+
+namespace {
+
+namespace efi = dp_platform::efi;
+using dp_platform::efi_compress;
+
+/// Compresses and expands; the header must fit the image as well.
+testing::AssertionResult round_trip(const std::string& text) {
+    const std::string image = efi_compress(text);
+    const auto number = [&](std::size_t at) {
+        std::size_t value = 0;
+        for (std::size_t i = 4; i-- > 0;) {
+            value = value << 8U | static_cast<unsigned char>(image[at + i]);
+        }
+        return value;
+    };
+    if (image.size() <= efi::header_size || number(0) + efi::header_size != image.size() ||
+        number(4) != text.size()) {
+        return testing::AssertionFailure() << "header of " << text.size() << " bytes";
+    }
+    const test::kept_log log;
+    std::istringstream in(image);
+    const auto expanded = sysipc::efi_decompressor::decompress(in);
+    if (!log.lines.empty()) {
+        return testing::AssertionFailure() << log.lines[0] << ", " << text.size() << " bytes";
+    }
+    if (std::string(expanded.begin(), expanded.end()) != text) {
+        return testing::AssertionFailure() << "text of " << text.size() << " bytes differs";
+    }
+    return testing::AssertionSuccess();
+}
+
+std::string random_text(std::size_t size, unsigned letters, unsigned seed) {
+    std::mt19937 random(seed);
+    std::string text(size, '\0');
+    for (char& byte : text) {
+        byte = static_cast<char>(random() % letters);
+    }
+    return text;
+}
+
+std::string template_text(std::size_t size) {
+    std::string text;
+    std::mt19937 random(7);
+    while (text.size() < size) {
+        text += "id:Attribute" + std::to_string(random() % 100000) +
+                "\x95"
+                "cfg:Setup\x95grp:./Main/Advanced/Processor Configuration\x95type:1\x95num:2\x95"
+                "chc:" +
+                (random() % 2 == 0 ? "Disabled,Enabled" : "Auto,Manual,Off") + "\x95\xA7\n";
+    }
+    text.resize(size);
+    return text;
+}
+
+TEST(efi_compress, every_small_size_comes_back) {
+    for (std::size_t size = 0; size <= 600; ++size) {
+        ASSERT_TRUE(round_trip(std::string(size, 'x')));
+        ASSERT_TRUE(round_trip(random_text(size, 256, static_cast<unsigned>(size))));
+        ASSERT_TRUE(round_trip(random_text(size, 2, static_cast<unsigned>(size))));
+        ASSERT_TRUE(round_trip(template_text(size)));
+    }
+}
+
+TEST(efi_compress, every_byte_value_comes_back) {
+    std::string text;
+    for (int value = 0; value < 256; ++value) {
+        text += static_cast<char>(value);
+        ASSERT_TRUE(round_trip(std::string(1, static_cast<char>(value))));
+    }
+    EXPECT_TRUE(round_trip(text));
+    EXPECT_TRUE(round_trip(text + text));
+}
+
+TEST(efi_compress, texts_around_the_ends_of_blocks_come_back) {
+    // Random bytes: nearly every byte is a symbol.
+    for (const std::size_t blocks : {1U, 2U, 3U}) {
+        for (std::size_t size = blocks * 32768 - 3; size <= blocks * 32768 + 3; ++size) {
+            ASSERT_TRUE(round_trip(random_text(size, 256, 1)));
+        }
+    }
+    ASSERT_TRUE(round_trip(random_text(300'000, 256, 2)));
+}
+
+TEST(efi_compress, patterns_of_every_period_come_back) {
+    for (std::size_t period = 1; period <= 40; ++period) {
+        const std::string pattern = random_text(period, 256, static_cast<unsigned>(period));
+        std::string text;
+        while (text.size() < 3000) {
+            text += pattern;
+        }
+        ASSERT_TRUE(round_trip(text));
+    }
+}
+
+TEST(efi_compress, repeats_around_the_size_of_the_window_come_back) {
+    for (std::size_t distance = efi::window_size - 3; distance <= efi::window_size + 3;
+         ++distance) {
+        const std::string text = random_text(distance, 256, 3);
+        ASSERT_TRUE(round_trip(text + text.substr(0, 600)));
+    }
+}
+
+TEST(efi_compress, a_repeat_within_the_window_is_used_and_one_behind_it_is_not) {
+    const std::string text = random_text(efi::window_size, 256, 4);
+    EXPECT_LT(efi_compress(text + text.substr(0, 256)).size(), efi_compress(text).size() + 10);
+    const std::string longer = random_text(efi::window_size + 1, 256, 4);
+    EXPECT_GT(efi_compress(longer + longer.substr(0, 256)).size(),
+              efi_compress(longer).size() + 100);
+}
+
+TEST(efi_compress, codes_are_kept_to_16_bits_when_frequencies_want_more) {
+    // Runs of one letter are a byte and a match. Match lengths as frequent as Fibonacci numbers
+    // make the deepest trees. A letter comes again only outside the window, so that no other match
+    // is found.
+    constexpr unsigned letters = 36;
+    constexpr unsigned shortest = efi::window_size / letters + 10;
+    std::vector<std::size_t> runs;
+    std::size_t frequency = 1;
+    std::size_t next = 1;
+    for (std::size_t length = shortest; runs.size() + frequency < 16384; ++length) {
+        ASSERT_LE(length, efi::max_match);
+        runs.insert(runs.end(), frequency, length);
+        const std::size_t sum = frequency + next;
+        frequency = next;
+        next = sum;
+    }
+    std::mt19937 random(5);
+    std::shuffle(runs.begin(), runs.end(), random);
+    std::string text;
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        text.append(runs[i] + 1, static_cast<char>('A' + i % letters));
+    }
+    EXPECT_TRUE(round_trip(text));
+}
+
+TEST(efi_compress, template_text_shrinks_well) {
+    const std::string text = template_text(100'000);
+    EXPECT_TRUE(round_trip(text));
+    EXPECT_LT(efi_compress(text).size(), text.size() / 10);
+}
+
+TEST(efi_compress, one_repeated_byte_shrinks_to_next_to_nothing) {
+    const std::string text(1'000'000, '\0');
+    EXPECT_TRUE(round_trip(text));
+    EXPECT_LT(efi_compress(text).size(), 1000U);
+}
+
+TEST(efi_compress, random_bytes_grow_by_less_than_a_hundredth) {
+    const std::string text = random_text(200'000, 256, 6);
+    EXPECT_LT(efi_compress(text).size(), text.size() + text.size() / 100);
+}
+
+TEST(efi_compress, an_image_as_small_as_another_encoders) {
+    const std::string folder = DP_SHARED_DATA_DIR "/efi/";
+    const std::string text = test::read_file(folder + "records.bin");
+    if (text.empty()) {
+        GTEST_SKIP() << "no sample images in " << folder;
+    }
+    EXPECT_TRUE(round_trip(text));
+    EXPECT_LT(efi_compress(text).size(), test::read_file(folder + "records.uefi").size() * 11 / 10);
+}
+
+TEST(efi_compress, an_image_of_nothing_still_has_a_stream) {
+    EXPECT_GT(efi_compress("").size(), efi::header_size);
+}
+
+TEST(efi_compress, a_text_that_no_reader_takes_gives_no_image) {
+    const std::string text(std::size_t{efi::original_limit} + 1, '\0');
+    EXPECT_EQ(efi_compress(text), "");
+}
+
+}  // namespace

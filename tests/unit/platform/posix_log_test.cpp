@@ -1,0 +1,235 @@
+#include "platform/posix/posix_log.hpp"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <ctime>
+#include <regex>
+#include <sstream>
+
+#include "tests/unit/platform/support.hpp"
+
+namespace {
+
+using test::finished;
+using test::run;
+using test::scratch_folder;
+
+const std::string writer = LOG_WRITER;
+
+std::vector<std::string> lines_of(const std::string& text) {
+    std::istringstream in(text);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(in, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+TEST(posix_log, is_absent_by_default) {
+    const finished result = run({writer, "ERR", " text"}, {});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, "no log\n");
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(run({writer}, {{"DP_LOG", "none"}}).out, "no log\n");
+    EXPECT_EQ(run({writer}, {{"DP_LOG", ""}}).out, "no log\n");
+}
+
+TEST(posix_log, writes_time_process_level_and_text_to_stderr) {
+    const finished result =
+        run({writer, "LOG", " first", "ERR", " ***ERROR*** second"}, {{"DP_LOG", "stderr"}});
+    EXPECT_EQ(result.out, "mask 90000000 file 1 level 6\n");
+    const auto lines = lines_of(result.err);
+    ASSERT_EQ(lines.size(), 2U);
+    const std::regex form(
+        R"((\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d)\.\d{3}Z platform_log_wr\w*\[\d+\] (.*))");
+    std::smatch parts;
+    ASSERT_TRUE(std::regex_match(lines[0], parts, form)) << lines[0];
+    EXPECT_EQ(parts[2], "LOG first");
+    std::tm time{};
+    ASSERT_NE(strptime(parts[1].str().c_str(), "%Y-%m-%dT%H:%M:%S", &time), nullptr);
+    EXPECT_NEAR(static_cast<double>(timegm(&time)), static_cast<double>(std::time(nullptr)), 60.0);
+    ASSERT_TRUE(std::regex_match(lines[1], parts, form)) << lines[1];
+    EXPECT_EQ(parts[2], "ERR ***ERROR*** second");
+}
+
+TEST(posix_log, appends_to_a_file_that_only_owner_and_group_read) {
+    const scratch_folder folder;
+    const std::string path = folder.path("log");
+    EXPECT_EQ(run({writer, "LOG", " one"}, {{"DP_LOG", "file:" + path}}).out,
+              "mask 90000000 file 2 level 6\n");
+    EXPECT_EQ(run({writer, "LOG", " two"}, {{"DP_LOG", "file:" + path}}).err, "");
+    const auto lines = lines_of(test::read_file(path));
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_TRUE(lines[0].ends_with("] LOG one")) << lines[0];
+    EXPECT_TRUE(lines[1].ends_with("] LOG two")) << lines[1];
+    struct stat status {};
+    ASSERT_EQ(stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U & ~0640U, 0U);
+}
+
+TEST(posix_log, takes_mask_and_tag_from_the_environment) {
+    finished result =
+        run({writer, "LOG", " text"},
+            {{"DP_LOG", "stderr"}, {"DP_LOG_MASK", "0xf0000007"}, {"DP_LOG_TAG", "me"}});
+    EXPECT_EQ(result.out, "mask f0000007 file 1 level 7\n");
+    EXPECT_NE(result.err.find("Z me["), std::string::npos) << result.err;
+    result = run({writer}, {{"DP_LOG", "stderr"}, {"DP_LOG_MASK", "268435456"}});
+    EXPECT_EQ(result.out, "mask 10000000 file 1 level 3\n");
+    result = run({writer}, {{"DP_LOG", "stderr"}, {"DP_LOG_MASK", "0"}});
+    EXPECT_EQ(result.out, "mask 00000000 file 1 level 8\n");
+}
+
+TEST(posix_log, keeps_its_mask_when_the_variable_is_no_32_bit_number) {
+    for (const char* mask : {"all", "0x", "12 ", "-1", "0x100000000", "4294967296"}) {
+        const finished result = run({writer}, {{"DP_LOG", "stderr"}, {"DP_LOG_MASK", mask}});
+        EXPECT_EQ(result.out, "mask 90000000 file 1 level 6\n") << mask;
+        EXPECT_EQ(lines_of(result.err).size(), 1U) << result.err;
+        EXPECT_NE(result.err.find("DP_LOG_MASK"), std::string::npos);
+    }
+}
+
+TEST(posix_log, is_absent_with_a_line_on_stderr_when_the_file_cannot_be_opened) {
+    const scratch_folder folder;
+    for (const std::string& path : {folder.path("missing/log"), folder.path(), std::string()}) {
+        const finished result = run({writer, "ERR", " text"}, {{"DP_LOG", "file:" + path}});
+        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.out, "no log\n");
+        EXPECT_EQ(lines_of(result.err).size(), 1U) << result.err;
+        EXPECT_NE(result.err.find("log file"), std::string::npos);
+    }
+}
+
+TEST(posix_log, is_absent_with_a_line_on_stderr_when_the_sink_is_unknown) {
+    const finished result = run({writer, "ERR", " text"}, {{"DP_LOG", "printer"}});
+    EXPECT_EQ(result.out, "no log\n");
+    EXPECT_EQ(lines_of(result.err).size(), 1U) << result.err;
+    EXPECT_NE(result.err.find("\"printer\""), std::string::npos);
+}
+
+TEST(posix_log, shows_control_bytes_so_that_a_text_stays_one_line) {
+    const finished result = run({writer, "LOG",
+                                 " a\nb\r\tc\x1b[2J\x7f caf\xc3\xa9 \xc2\x9b"
+                                 "31m \xc2\xa7 \x95"},
+                                {{"DP_LOG", "stderr"}});
+    const auto lines = lines_of(result.err);
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_TRUE(lines[0].ends_with(
+        "LOG a\\x0ab\\x0d\\x09c\\x1b[2J\\x7f caf\xc3\xa9 \xc2\\x9b31m \xc2\xa7 \x95"))
+        << lines[0];
+}
+
+TEST(posix_log, does_not_let_level_or_tag_break_the_line_either) {
+    const finished result =
+        run({writer, "L\nG", " text"}, {{"DP_LOG", "stderr"}, {"DP_LOG_TAG", "a\nb"}});
+    const auto lines = lines_of(result.err);
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_NE(lines[0].find("a\\x0ab["), std::string::npos);
+    EXPECT_TRUE(lines[0].ends_with("] L\\x0aG text"));
+}
+
+TEST(posix_log, lines_of_several_processes_on_one_file_do_not_mix) {
+    const scratch_folder folder;
+    const std::string path = folder.path("log");
+    setenv("DP_LOG", ("file:" + path).c_str(), 1);
+    std::vector<pid_t> children;
+    for (const char letter : {'a', 'b', 'c', 'd'}) {
+        const std::string text = " " + std::string(3000, letter);
+        const pid_t child = fork();
+        if (child == 0) {
+            const int null = open("/dev/null", O_WRONLY);
+            dup2(null, STDOUT_FILENO);
+            execl(writer.c_str(), writer.c_str(), "--repeat", "200", "LOG", text.c_str(), nullptr);
+            _exit(127);
+        }
+        children.push_back(child);
+    }
+    unsetenv("DP_LOG");
+    for (const pid_t child : children) {
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_EQ(status, 0);
+    }
+    const auto lines = lines_of(test::read_file(path));
+    EXPECT_EQ(lines.size(), 800U);
+    for (const auto& line : lines) {
+        ASSERT_GT(line.size(), 3000U);
+        const std::string text = line.substr(line.size() - 3000);
+        ASSERT_EQ(text.find_first_not_of(text[0]), std::string::npos);
+        ASSERT_TRUE(line.substr(0, line.size() - 3000).ends_with("] LOG ")) << line.substr(0, 100);
+    }
+}
+
+TEST(posix_log, a_pipe_that_nobody_empties_loses_lines_but_does_not_stop_the_process) {
+    const scratch_folder folder;
+    const std::string path = folder.path("pipe");
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_GE(reader, 0);
+    const finished result = run({writer, "--repeat", "5000", "LOG", " " + std::string(100, 'x')},
+                                {{"DP_LOG", "file:" + path}});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, "mask 90000000 file 2 level 6\n");
+    close(reader);
+}
+
+TEST(posix_log, a_pipe_without_a_reader_is_no_log) {
+    const scratch_folder folder;
+    const std::string path = folder.path("pipe");
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    EXPECT_EQ(run({writer}, {{"DP_LOG", "file:" + path}}).out, "no log\n");
+}
+
+TEST(posix_log, the_system_log_is_a_sink) {
+    const finished result = run({writer, "ERR", " text %s %n"}, {{"DP_LOG", "syslog"}});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, "mask 90000000 file 3 level 6\n");
+    EXPECT_EQ(result.err, "");
+}
+
+TEST(configure_log, a_program_has_its_own_defaults) {
+    const finished result = run({writer, "--defaults", "stderr", "0x10000000", "ERR", " text"}, {});
+    EXPECT_EQ(result.out, "configured 1\nmask 10000000 file 1 level 3\n");
+    EXPECT_EQ(lines_of(result.err).size(), 1U);
+}
+
+TEST(configure_log, the_environment_comes_before_the_defaults) {
+    EXPECT_EQ(run({writer, "--defaults", "stderr", "1"}, {{"DP_LOG", "none"}}).out,
+              "configured 1\nno log\n");
+    EXPECT_EQ(run({writer, "--defaults", "none", "1"},
+                  {{"DP_LOG", "stderr"}, {"DP_LOG_MASK", "0x80000000"}})
+                  .out,
+              "configured 1\nmask 80000000 file 1 level 6\n");
+}
+
+TEST(configure_log, reports_a_sink_that_cannot_be_opened) {
+    EXPECT_EQ(run({writer, "--defaults", "file:/nonexistent/log", "1"}, {}).out,
+              "configured 0\nno log\n");
+}
+
+TEST(configure_log, replaces_the_sink_of_the_running_process_and_keeps_errno) {
+    const scratch_folder folder;
+    for (const char* name : {"DP_LOG", "DP_LOG_MASK", "DP_LOG_TAG"}) {
+        unsetenv(name);
+    }
+    ASSERT_TRUE(dp_platform::configure_log({.sink = "file:" + folder.path("a"), .tag = "first"}));
+    errno = EXDEV;
+    sysipc::application_log::app_streams->append("LOG", " one");
+    EXPECT_EQ(errno, EXDEV);
+    ASSERT_TRUE(dp_platform::configure_log({.sink = "file:" + folder.path("b"), .tag = "second"}));
+    sysipc::application_log::app_streams->append("LOG", " two");
+    ASSERT_TRUE(dp_platform::configure_log({}));
+    EXPECT_EQ(sysipc::application_log::app_streams, nullptr);
+    EXPECT_NE(
+        test::read_file(folder.path("a")).find("first[" + std::to_string(getpid()) + "] LOG one\n"),
+        std::string::npos);
+    EXPECT_NE(test::read_file(folder.path("b"))
+                  .find("second[" + std::to_string(getpid()) + "] LOG two\n"),
+              std::string::npos);
+}
+
+}  // namespace
