@@ -44,6 +44,9 @@ function(_dp_add_shared name roots_source)
   target_include_directories(
     ${name} INTERFACE "$<BUILD_INTERFACE:${DP_PUBLIC_INCLUDE_DIR}>"
                       "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/dp_common>")
+  # A cross linker doesn't look for the platform library where the programs' run path says.
+  target_link_options(
+    ${name} INTERFACE "$<BUILD_INTERFACE:-Wl,-rpath-link,${CMAKE_LIBRARY_OUTPUT_DIRECTORY}>")
   set_target_properties(
     ${name} PROPERTIES OUTPUT_NAME dp_common VERSION ${PROJECT_VERSION}
                        SOVERSION ${PROJECT_VERSION_MAJOR})

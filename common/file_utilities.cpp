@@ -94,11 +94,12 @@ int compfile(const std::string& a, const std::string& b) {
     if (remaining < 0 || remaining != stream_length(in_b) || is_folder(a) || is_folder(b)) {
         return 0;
     }
-    constexpr std::int64_t chunk_size = 4096;
+    constexpr std::streamsize chunk_size = 4096;
     std::array<char, chunk_size> chunk_a{};
     std::array<char, chunk_size> chunk_b{};
     while (remaining > 0) {
-        const std::int64_t size = std::min(remaining, chunk_size);
+        const auto size =
+            static_cast<std::streamsize>(std::min<std::int64_t>(remaining, chunk_size));
         in_a.read(chunk_a.data(), size);
         in_b.read(chunk_b.data(), size);
         if (!in_a || !in_b ||
