@@ -43,6 +43,8 @@ int file_unlock(int fd) {
     return lock_whole_file(fd, F_SETLK64, F_UNLCK);
 }
 
+// The copies are part of the constructors' signatures.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 readlock::readlock(std::string path) : stream_(std::fopen(path.c_str(), "r")) {
     if (stream_ != nullptr && file_lock_read(fileno(stream_)) != 0) {
         const int error = errno;
@@ -54,6 +56,7 @@ readlock::~readlock() {
     unlock_and_close(stream_, "~readlock");
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 writelock::writelock(std::string path) : stream_(std::fopen(path.c_str(), "a")) {
     if (stream_ != nullptr && file_lock_write(fileno(stream_)) != 0) {
         const int error = errno;

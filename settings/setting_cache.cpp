@@ -1,5 +1,7 @@
 #include "settings/setting_cache.hpp"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <bit>
 #include <ostream>
@@ -27,69 +29,92 @@ std::uint32_t mix(std::uint32_t x) {
     return x;
 }
 
+std::uint32_t random_word() {
+    std::uint32_t word = 0;
+    return getentropy(&word, sizeof word) == 0 ? word : 0;
+}
+
 }  // namespace
 
 // Many entries in creation order. Removing one leaves a gap; when half of the entries are gaps they
 // are closed all at once, so that removing costs constant time on average. `slots` is an open hash
-// table of positions in `entries`, at most half full; a gap keeps its slot until the next clean-up.
+// table of the positions in `entries` that are no gaps, at most half full.
 struct setting_cache::many {
     std::vector<entry> entries;
     std::vector<std::uint32_t> slots;
     std::uint32_t gaps = 0;
+    // Instance numbers come from files: who writes one must not know which of them share a slot.
+    const std::uint32_t seed = random_word();
 
-    [[nodiscard]] std::uint32_t find(std::uint32_t instance) const {
-        const auto mask = static_cast<std::uint32_t>(slots.size() - 1);
-        for (std::uint32_t slot = mix(instance) & mask; slots[slot] != no_position;
-             slot = (slot + 1) & mask) {
-            const entry& e = entries[slots[slot]];
-            if (e.instance == instance && !e.removed_) {
-                return slots[slot];
+    [[nodiscard]] std::uint32_t mask() const {
+        return static_cast<std::uint32_t>(slots.size() - 1);
+    }
+
+    // The slot at which the search for an instance begins.
+    [[nodiscard]] std::uint32_t home(std::uint32_t instance) const {
+        return mix(instance ^ seed) & mask();
+    }
+
+    // The slot of the instance's entry, or the free slot where the search for it ends.
+    [[nodiscard]] std::uint32_t find_slot(std::uint32_t instance) const {
+        std::uint32_t slot = home(instance);
+        while (slots[slot] != no_position && entries[slots[slot]].instance != instance) {
+            slot = (slot + 1) & mask();
+        }
+        return slot;
+    }
+
+    // Frees a slot and moves the entries behind it up, so that every search still finds them.
+    void free_slot(std::uint32_t slot) {
+        for (std::uint32_t next = (slot + 1) & mask(); slots[next] != no_position;
+             next = (next + 1) & mask()) {
+            const std::uint32_t start = home(entries[slots[next]].instance);
+            // An entry must not move in front of the slot at which its search begins.
+            if (((next - start) & mask()) >= ((next - slot) & mask())) {
+                slots[slot] = slots[next];
+                slot = next;
             }
         }
-        return no_position;
+        slots[slot] = no_position;
     }
 
-    void index(std::uint32_t position) {
-        const auto mask = static_cast<std::uint32_t>(slots.size() - 1);
-        std::uint32_t slot = mix(entries[position].instance) & mask;
-        while (slots[slot] != no_position) {
-            slot = (slot + 1) & mask;
-        }
-        slots[slot] = position;
-    }
-
-    void rebuild_index() {
+    void rebuild_slots() {
         slots.assign(std::bit_ceil(entries.size() * 2 + 2), no_position);
         for (std::uint32_t position = 0; position < entries.size(); ++position) {
-            index(position);
+            if (!entries[position].removed_) {
+                slots[find_slot(entries[position].instance)] = position;
+            }
         }
     }
 
-    void close_gaps() {
-        std::erase_if(entries, [](const entry& e) { return e.removed_; });
-        gaps = 0;
-        rebuild_index();
+    entry* find(std::uint32_t instance) {
+        const std::uint32_t position = slots[find_slot(instance)];
+        return position == no_position ? nullptr : &entries[position];
     }
 
     entry* add(std::uint32_t instance) {
-        entry e;
-        e.instance = instance;
-        entries.push_back(std::move(e));
+        entries.emplace_back().instance = instance;
         if (entries.size() * 2 > slots.size()) {
-            rebuild_index();
+            rebuild_slots();
         } else {
-            index(static_cast<std::uint32_t>(entries.size() - 1));
+            slots[find_slot(instance)] = static_cast<std::uint32_t>(entries.size() - 1);
         }
         return &entries.back();
     }
 
-    void remove(std::uint32_t position) {
-        entry& e = entries[position];
-        e.valid = false;
+    void remove(std::uint32_t instance) {
+        const std::uint32_t slot = find_slot(instance);
+        if (slots[slot] == no_position) {
+            return;
+        }
+        entry& e = entries[slots[slot]];
+        free_slot(slot);
+        e = entry{};
         e.removed_ = true;
-        std::string().swap(e.value);
-        if (++gaps * 2 > entries.size()) {
-            close_gaps();
+        if (++gaps > entries.size() / 2) {
+            std::erase_if(entries, [](const entry& x) { return x.removed_; });
+            gaps = 0;
+            rebuild_slots();
         }
     }
 };
@@ -99,11 +124,8 @@ setting_cache::~setting_cache() = default;
 
 setting_cache::entry* setting_cache::find_entry(std::uint32_t instance, bool create) {
     if (many_) {
-        const std::uint32_t position = many_->find(instance);
-        if (position != no_position) {
-            return &many_->entries[position];
-        }
-        return create ? many_->add(instance) : nullptr;
+        entry* const found = many_->find(instance);
+        return found == nullptr && create ? many_->add(instance) : found;
     }
     for (std::uint32_t i = 0; i < few_count_; ++i) {
         if (few_[i].instance == instance) {
@@ -117,7 +139,7 @@ setting_cache::entry* setting_cache::find_entry(std::uint32_t instance, bool cre
         many_ = std::make_unique<many>();
         many_->entries.reserve(std::size_t{few_limit} * 2);
         std::move(few_.get(), few_.get() + few_count_, std::back_inserter(many_->entries));
-        many_->rebuild_index();
+        many_->rebuild_slots();
         few_.reset();
         few_count_ = 0;
         return many_->add(instance);
@@ -135,10 +157,7 @@ setting_cache::entry* setting_cache::find_entry(std::uint32_t instance, bool cre
 
 void setting_cache::remove_instance(std::uint32_t instance) {
     if (many_) {
-        const std::uint32_t position = many_->find(instance);
-        if (position != no_position) {
-            many_->remove(position);
-        }
+        many_->remove(instance);
         return;
     }
     entry* const end = few_.get() + few_count_;

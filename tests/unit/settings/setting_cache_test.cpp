@@ -1,0 +1,340 @@
+#include "settings/setting_cache.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <iomanip>
+#include <map>
+#include <numeric>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tests/support/cpu_time.hpp"
+
+using dp::setting_cache;
+
+namespace {
+
+std::vector<std::uint32_t> instances(const setting_cache& cache) {
+    std::vector<std::uint32_t> all;
+    cache.for_each([&](const setting_cache::entry& e) { all.push_back(e.instance); });
+    return all;
+}
+
+std::string printed(const setting_cache& cache) {
+    std::ostringstream os;
+    os << cache;
+    return os.str();
+}
+
+void set(setting_cache& cache, std::uint32_t instance, const std::string& value) {
+    auto* e = cache.find_entry(instance, true);
+    e->value = value;
+    e->valid = true;
+}
+
+// What the cache promises, said in the plainest way.
+class plain_cache {
+  public:
+    setting_cache::entry* find_entry(std::uint32_t instance, bool create) {
+        for (auto& e : entries) {
+            if (e.instance == instance) {
+                return &e;
+            }
+        }
+        if (!create) {
+            return nullptr;
+        }
+        entries.emplace_back().instance = instance;
+        return &entries.back();
+    }
+    void remove_instance(std::uint32_t instance) {
+        const auto found = std::find_if(entries.begin(), entries.end(), [instance](const auto& e) {
+            return e.instance == instance;
+        });
+        if (found != entries.end()) {
+            entries.erase(found);
+        }
+    }
+    std::vector<setting_cache::entry> entries;
+};
+
+// Whether both hold the same entries in the same order.
+bool same(const setting_cache& cache, const plain_cache& plain) {
+    if (cache.size() != plain.entries.size()) {
+        return false;
+    }
+    std::size_t at = 0;
+    bool equal = true;
+    cache.for_each([&](const setting_cache::entry& e) {
+        const auto& other = plain.entries[at++];
+        equal = equal && e.instance == other.instance && e.valid == other.valid &&
+                e.value == other.value;
+    });
+    return equal && at == plain.entries.size();
+}
+
+// Counts flushes.
+class counting_buffer final : public std::stringbuf {
+  public:
+    int flushes = 0;
+
+  protected:
+    int sync() override {
+        ++flushes;
+        return std::stringbuf::sync();
+    }
+};
+
+constexpr std::uint32_t many = 100'000;
+// Enough for the slowest machine under a sanitizer, out of reach for a search of every entry.
+constexpr double generous_seconds = 8;
+
+}  // namespace
+
+TEST(setting_cache, starts_empty) {
+    setting_cache cache;
+    EXPECT_EQ(cache.size(), 0U);
+    EXPECT_EQ(cache.find_entry(0, false), nullptr);
+    EXPECT_EQ(printed(cache), "");
+    cache.remove_instance(0);
+    EXPECT_EQ(cache.size(), 0U);
+}
+
+TEST(setting_cache, creates_entries_only_when_told_to) {
+    setting_cache cache;
+    EXPECT_EQ(cache.find_entry(5, false), nullptr);
+    EXPECT_EQ(cache.size(), 0U);
+    auto* e = cache.find_entry(5, true);
+    ASSERT_NE(e, nullptr);
+    EXPECT_FALSE(e->valid);
+    EXPECT_EQ(e->value, "");
+    EXPECT_EQ(e->instance, 5U);
+    EXPECT_EQ(cache.find_entry(5, false), e);
+    EXPECT_EQ(cache.find_entry(5, true), e);
+    EXPECT_EQ(cache.size(), 1U);
+}
+
+TEST(setting_cache, keeps_the_order_of_creation) {
+    setting_cache cache;
+    const std::vector<std::uint32_t> order{9, 2, 0xFFFFFFFF, 0, 7, 0xFFFFFFFE, 1};
+    for (const auto instance : order) {
+        cache.find_entry(instance, true);
+    }
+    EXPECT_EQ(instances(cache), order);
+}
+
+TEST(setting_cache, removal_closes_the_gap) {
+    setting_cache cache;
+    for (std::uint32_t i = 0; i < 5; ++i) {
+        cache.find_entry(i, true);
+    }
+    cache.remove_instance(2);
+    EXPECT_EQ(instances(cache), (std::vector<std::uint32_t>{0, 1, 3, 4}));
+    cache.remove_instance(2);
+    EXPECT_EQ(cache.size(), 4U);
+    cache.find_entry(2, true);
+    EXPECT_EQ(instances(cache), (std::vector<std::uint32_t>{0, 1, 3, 4, 2}));
+}
+
+TEST(setting_cache, an_entry_created_again_knows_nothing_of_the_removed_one) {
+    for (const std::uint32_t others : {0U, 100U}) {
+        setting_cache cache;
+        for (std::uint32_t i = 1; i <= others; ++i) {
+            cache.find_entry(i, true);
+        }
+        set(cache, 0, "old");
+        cache.remove_instance(0);
+        auto* e = cache.find_entry(0, true);
+        EXPECT_FALSE(e->valid);
+        EXPECT_EQ(e->value, "");
+    }
+}
+
+TEST(setting_cache, does_as_a_plain_vector_does_whatever_the_order_of_calls) {
+    // Few instances, so that a cache grows and shrinks across the border between few and many.
+    std::mt19937 random(7);
+    for (const std::uint32_t range : {2U, 6U, 9U, 12U, 40U, 300U}) {
+        setting_cache cache;
+        plain_cache plain;
+        for (int i = 0; i < 4'000; ++i) {
+            const auto instance = static_cast<std::uint32_t>(random() % range) * 0x01000193U;
+            // Phases of growing and of shrinking.
+            const bool grow = random() % 4 != 0 ? i / 200 % 2 == 0 : random() % 2 == 0;
+            if (grow) {
+                const auto value = std::to_string(i);
+                auto* e = cache.find_entry(instance, true);
+                auto* other = plain.find_entry(instance, true);
+                ASSERT_EQ(e->value, other->value);
+                ASSERT_EQ(e->valid, other->valid);
+                e->value = other->value = value;
+                e->valid = other->valid = i % 3 != 0;
+            } else {
+                cache.remove_instance(instance);
+                plain.remove_instance(instance);
+                ASSERT_EQ(cache.find_entry(instance, false), nullptr);
+            }
+            ASSERT_TRUE(same(cache, plain)) << "range " << range << ", call " << i;
+        }
+    }
+}
+
+TEST(setting_cache, keeps_order_and_cost_with_100_000_instances_in_any_order) {
+    std::vector<std::uint32_t> upwards(many);
+    std::iota(upwards.begin(), upwards.end(), 0U);
+    std::vector<std::uint32_t> downwards(upwards.rbegin(), upwards.rend());
+    std::vector<std::uint32_t> shuffled = upwards;
+    std::mt19937 random(11);
+    std::shuffle(shuffled.begin(), shuffled.end(), random);
+    std::vector<std::uint32_t> far_apart(many);
+    for (std::uint32_t i = 0; i < many; ++i) {
+        far_apart[i] = i << 12U | i >> 20U;
+    }
+    std::sort(far_apart.begin(), far_apart.end());
+    far_apart.erase(std::unique(far_apart.begin(), far_apart.end()), far_apart.end());
+    std::vector<std::uint32_t> top(many);
+    std::iota(top.begin(), top.end(), 0xFFFFFFFFU - many + 1);
+
+    const test::cpu_time used;
+    for (const auto& order : {upwards, downwards, shuffled, far_apart, top}) {
+        setting_cache cache;
+        for (const auto instance : order) {
+            cache.find_entry(instance, true)->value = std::to_string(instance);
+        }
+        ASSERT_EQ(instances(cache), order);
+        // Every second one goes, in another order than it came.
+        std::vector<std::uint32_t> going;
+        std::vector<std::uint32_t> staying;
+        for (std::size_t i = 0; i < order.size(); ++i) {
+            (i % 2 == 0 ? going : staying).push_back(order[i]);
+        }
+        std::shuffle(going.begin(), going.end(), random);
+        for (const auto instance : going) {
+            cache.remove_instance(instance);
+        }
+        ASSERT_EQ(cache.size(), staying.size());
+        ASSERT_EQ(instances(cache), staying);
+        for (const auto instance : going) {
+            ASSERT_EQ(cache.find_entry(instance, false), nullptr);
+        }
+        for (const auto instance : staying) {
+            const auto* e = cache.find_entry(instance, false);
+            ASSERT_NE(e, nullptr);
+            ASSERT_EQ(e->value, std::to_string(instance));
+        }
+        // They come back behind the others.
+        std::vector<std::uint32_t> expected = staying;
+        expected.insert(expected.end(), going.begin(), going.end());
+        for (const auto instance : going) {
+            cache.find_entry(instance, true);
+        }
+        ASSERT_EQ(instances(cache), expected);
+        for (const auto instance : expected) {
+            cache.remove_instance(instance);
+        }
+        ASSERT_EQ(cache.size(), 0U);
+        ASSERT_EQ(instances(cache), std::vector<std::uint32_t>{});
+    }
+    EXPECT_LT(used.seconds(), generous_seconds);
+}
+
+TEST(setting_cache, one_instance_may_come_and_go_all_the_time) {
+    setting_cache cache;
+    for (std::uint32_t i = 0; i < many; ++i) {
+        cache.find_entry(i, true);
+    }
+    const test::cpu_time used;
+    for (std::uint32_t i = 0; i < many; ++i) {
+        cache.remove_instance(many / 2);
+        cache.find_entry(many / 2, true)->value = "x";
+    }
+    EXPECT_LT(used.seconds(), generous_seconds);
+    EXPECT_EQ(cache.size(), std::size_t{many});
+    EXPECT_EQ(instances(cache).back(), many / 2);
+}
+
+TEST(setting_cache, oldest_of_a_window_may_go_as_the_next_one_comes) {
+    setting_cache cache;
+    const test::cpu_time used;
+    for (std::uint32_t i = 0; i < many * 3; ++i) {
+        cache.find_entry(i, true);
+        if (i >= 1000) {
+            cache.remove_instance(i - 1000);
+        }
+    }
+    EXPECT_LT(used.seconds(), generous_seconds);
+    std::vector<std::uint32_t> window(1000);
+    std::iota(window.begin(), window.end(), many * 3 - 1000);
+    EXPECT_EQ(instances(cache), window);
+}
+
+TEST(setting_cache, prints_a_single_valued_settings_value_alone) {
+    setting_cache cache;
+    set(cache, 0xFFFFFFFE, "UEFI");
+    EXPECT_EQ(printed(cache), "UEFI");
+}
+
+TEST(setting_cache, prints_an_empty_value_as_two_quotes) {
+    setting_cache cache;
+    set(cache, 0xFFFFFFFE, "");
+    EXPECT_EQ(printed(cache), "\"\"");
+}
+
+TEST(setting_cache, prints_each_instance_on_a_line_of_its_own) {
+    setting_cache cache;
+    set(cache, 2, "two");
+    set(cache, 0, "");
+    set(cache, 0xFFFFFFFF, "odd");
+    set(cache, 0xFFFFFFFE, "single");
+    EXPECT_EQ(printed(cache), "\n[2] two\n[0] \"\"\n[4294967295] oddsingle");
+}
+
+TEST(setting_cache, prints_nothing_for_entries_that_are_not_valid) {
+    setting_cache cache;
+    set(cache, 1, "one");
+    set(cache, 2, "two");
+    cache.find_entry(1, false)->valid = false;
+    cache.find_entry(3, true);
+    EXPECT_EQ(printed(cache), "\n[2] two");
+    std::ostringstream os;
+    os << *cache.find_entry(1, false);
+    EXPECT_EQ(os.str(), "");
+}
+
+TEST(setting_cache, prints_instances_in_decimal_whatever_the_stream_has) {
+    setting_cache cache;
+    set(cache, 255, "x");
+    std::ostringstream os;
+    os << std::hex << std::showbase << std::showpos << cache;
+    EXPECT_EQ(os.str(), "\n[255] x");
+}
+
+TEST(setting_cache, flushes_at_each_line_end) {
+    setting_cache cache;
+    set(cache, 1, "one");
+    set(cache, 2, "two");
+    set(cache, 0xFFFFFFFE, "single");
+    counting_buffer buffer;
+    std::ostream os(&buffer);
+    os << cache;
+    EXPECT_EQ(buffer.flushes, 2);
+}
+
+TEST(setting_cache, prints_100_000_instances_in_order_of_creation) {
+    setting_cache cache;
+    std::string expected;
+    for (std::uint32_t i = many; i > 0; --i) {
+        set(cache, i, "v" + std::to_string(i));
+    }
+    for (std::uint32_t i = many; i > 0; --i) {
+        if (i % 3 == 0) {
+            cache.remove_instance(i);
+        } else {
+            expected += "\n[" + std::to_string(i) + "] v" + std::to_string(i);
+        }
+    }
+    EXPECT_EQ(printed(cache), expected);
+}
