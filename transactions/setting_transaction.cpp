@@ -27,7 +27,7 @@ void setting_transaction::command_finish_visitor::operator()(transaction_command
 }
 
 void setting_transaction::on_execute_step(registrar& reg, plugin_list& plugins) {
-    indexed_size_ = 0;
+    by_correlator_.clear();
     if (step == validate_step) {
         for (transaction_command* command : commands) {
             if (command->status == command_status::success && !command->complete &&
@@ -55,16 +55,34 @@ void setting_transaction::on_substep_complete(registrar& /*reg*/, plugin* p) {
 }
 
 transaction_command* setting_transaction::get_command_by_corr(std::uint32_t correlator) {
-    if (indexed_size_ != commands.size()) {
-        by_correlator_.clear();
-        by_correlator_.reserve(commands.size());
-        for (std::size_t i = 0; i < commands.size(); ++i) {
-            by_correlator_.emplace(commands[i]->correlator, i);  // keeps the first of equals
-        }
-        indexed_size_ = commands.size();
+    if (by_correlator_.size() != commands.size()) {
+        index_correlators();
     }
-    const auto found = by_correlator_.find(correlator);
-    return found == by_correlator_.end() ? nullptr : commands[found->second];
+    const auto indexed = std::lower_bound(by_correlator_.begin(), by_correlator_.end(),
+                                          std::pair{correlator, std::uint32_t{0}});
+    if (indexed != by_correlator_.end() && indexed->first == correlator &&
+        commands[indexed->second]->correlator == correlator) {
+        return commands[indexed->second];
+    }
+    // Commands are open data: the correlator may have been stored since the index was made.
+    const auto found = std::find_if(
+        commands.begin(), commands.end(),
+        [correlator](const auto* command) { return command->correlator == correlator; });
+    if (found == commands.end()) {
+        return nullptr;
+    }
+    index_correlators();
+    return *found;
+}
+
+void setting_transaction::index_correlators() {
+    by_correlator_.clear();
+    by_correlator_.reserve(commands.size());
+    for (const transaction_command* command : commands) {
+        by_correlator_.emplace_back(command->correlator,
+                                    static_cast<std::uint32_t>(by_correlator_.size()));
+    }
+    std::sort(by_correlator_.begin(), by_correlator_.end());
 }
 
 void setting_transaction::write_batch_commands(std::ostream& os, bool terse) {

@@ -1,11 +1,11 @@
 #ifndef DP_TRANSACTIONS_SETTING_TRANSACTION_HPP
 #define DP_TRANSACTIONS_SETTING_TRANSACTION_HPP
 
-#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 #include <string>
-#include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include "common/export.hpp"
 #include "transactions/transaction.hpp"
@@ -30,9 +30,10 @@ class DP_API setting_transaction : public transaction {
     void on_execute_step(registrar& reg, plugin_list& plugins) override;
     void on_substep_complete(registrar& reg, plugin* p) override;
 
-    /// The first command with that correlator, or null. Constant time on average: the correlators
-    /// of listed commands are indexed at the first call and again when the list's length changed or
-    /// a step began, so they must stay as they are in between.
+    /// The first command with that correlator, or null. The correlators of the listed commands are
+    /// indexed at the first call and again when the list's length changed or a step began; finding
+    /// one is then a matter of a few comparisons. One that the index lacks is looked for in the
+    /// list, command by command.
     transaction_command* get_command_by_corr(std::uint32_t correlator);
 
     /// Writes every command in order, each followed by a line end and a flush: its terse line, or
@@ -46,8 +47,10 @@ class DP_API setting_transaction : public transaction {
     std::int32_t progress = 0;  ///< counts progress records; the logs advance it
 
   private:
-    std::unordered_map<std::uint32_t, std::size_t> by_correlator_;
-    std::size_t indexed_size_ = 0;
+    void index_correlators();
+
+    // Every listed command's correlator and position, sorted.
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> by_correlator_;
 };
 
 }  // namespace dp

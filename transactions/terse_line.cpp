@@ -19,6 +19,7 @@ std::ostream& operator<<(std::ostream& os, const terse_line& line) {
     text += "\" \"";
     text += line.value_out;
     text += "\" ";
+    os.width(0);
     return os.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 

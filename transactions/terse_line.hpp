@@ -20,7 +20,8 @@ struct terse_line {
     const std::string& value_out;
 };
 
-/// Writes the line without a line end. Numbers are plain decimal whatever the stream's flags.
+/// Writes the line without a line end. It is the same whatever the stream's flags, fill and width
+/// are; the width is reset, as by any output operation.
 std::ostream& operator<<(std::ostream& os, const terse_line& line);
 
 }  // namespace dp

@@ -80,6 +80,7 @@ void transaction_command::map_input_value() {
     }
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): it changes the target's cache.
 void transaction_command::finish() {
     if (!complete || target.setting == nullptr) {
         return;
@@ -123,7 +124,8 @@ std::ostream& operator<<(std::ostream& os, const transaction_command& command) {
          << map_operation(command.operation) << ' ' << std::setw(30) << command.target.get_name()
          << ' ' << std::setw(10) << quoted(command.value_in) << ' ' << std::setw(10)
          << quoted(command.value_out) << ' ';
-    return os << line.str();
+    os.width(0);
+    return os << line.view();
 }
 
 }  // namespace dp

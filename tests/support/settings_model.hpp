@@ -9,6 +9,7 @@
 
 #include "batch/qualified_setting_name.hpp"
 #include "settings/configuration.hpp"
+#include "settings/instance_number.hpp"
 #include "settings/plugin.hpp"
 #include "settings/registrar.hpp"
 #include "settings/setting.hpp"
@@ -16,6 +17,13 @@
 
 // A small host: what a settings service derives from the library's interfaces.
 namespace test {
+
+/// The cache entry of a single-valued setting whose value is not known.
+inline dp::setting::cache::entry single_entry() {
+    dp::setting::cache::entry e;
+    e.instance = dp::no_instance;
+    return e;
+}
 
 class configuration final : public dp::configuration {
   public:

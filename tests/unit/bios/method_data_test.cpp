@@ -222,7 +222,8 @@ TEST(method_data, a_payload_that_runs_into_the_trailer_is_unpacked_but_invalid) 
         const ZEB_MethodData m(record("name", 8 + over, payload));
         EXPECT_EQ(m.valid, 0);
         EXPECT_EQ(m.method, "name");
-        EXPECT_EQ(m.data, payload + bytes(magic.begin(), magic.begin() + static_cast<std::ptrdiff_t>(over)));
+        EXPECT_EQ(m.data, payload + bytes(magic.begin(),
+                                          magic.begin() + static_cast<std::ptrdiff_t>(over)));
     }
     EXPECT_EQ(ZEB_MethodData(record("name", 8, payload)).valid, 1);
 }

@@ -15,7 +15,7 @@ class setting_validation : public testing::Test {
     // An open command on the setting.
     dp::transaction_command command(dp::operations op, const std::string& instance = "",
                                     const std::string& value = "") {
-        dp::setting::cache::entry none;
+        auto none = test::single_entry();
         dp::transaction_command c(op, &s, none);
         c.status = 0;
         c.target.instance = instance;
