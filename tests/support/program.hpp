@@ -1,0 +1,27 @@
+#ifndef DP_TESTS_SUPPORT_PROGRAM_HPP
+#define DP_TESTS_SUPPORT_PROGRAM_HPP
+
+#include <string>
+#include <vector>
+
+namespace test {
+
+/// How a program ended.
+struct program_result {
+    int exit_code = -1;  ///< 128 and the signal's number when a signal ended it
+    std::string out;
+    std::string err;
+};
+
+/// Runs a program of this build and waits for its end, at most a minute: then it is killed. Its
+/// fixed paths lie below $DP_ROOT, its working folder is $DP_ROOT, its standard input is empty.
+program_result run_program(const std::string& name, const std::vector<std::string>& arguments);
+
+/// The same by a user without rights on what this user has locked: the user "nobody" when the tests
+/// run as root, otherwise just as it is. Needs what it works on to be open to that user.
+program_result run_program_unprivileged(const std::string& name,
+                                        const std::vector<std::string>& arguments);
+
+}  // namespace test
+
+#endif

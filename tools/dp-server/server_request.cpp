@@ -1,0 +1,105 @@
+#include "server_request.hpp"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <optional>
+#include <string_view>
+#include <thread>
+
+#include "contract/server_paths.hpp"
+#include "server_files.hpp"
+#include "support/file_handle.hpp"
+#include "support/input_file.hpp"
+#include "support/output_files.hpp"
+
+namespace dp_tools {
+namespace {
+
+using clock = std::chrono::steady_clock;
+
+/// Held by the operator whose request runs.
+constexpr dp::fixed_path request_lock{"/tmp/dp/server.lock"};
+constexpr std::chrono::milliseconds pause{20};
+constexpr std::size_t answer_limit = 65536;
+
+/// Calls `attempt` again and again until it answers true or the time is over.
+template <class Attempt>
+bool wait_until(clock::time_point deadline, Attempt attempt) {
+    while (!attempt()) {
+        const auto left = deadline - clock::now();
+        if (left <= clock::duration::zero()) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::min<clock::duration>(left, pause));
+    }
+    return true;
+}
+
+/// The service's answer; none as long as there is no whole line.
+std::optional<std::string> read_answer(const std::string& path) {
+    const auto content = read_file(path, answer_limit);
+    if (!content.bytes) {
+        return std::nullopt;
+    }
+    const auto end = content.bytes->find('\n');
+    if (end == std::string::npos) {
+        return std::nullopt;
+    }
+    return content.bytes->substr(0, end);
+}
+
+/// Why the answer says that the request was not carried out.
+std::string reason_of(const std::string& answer) {
+    const auto blank = answer.find(' ');
+    const std::string status = answer.substr(0, blank);
+    if (status == "0") {
+        return "";
+    }
+    const std::string reason = blank == std::string::npos ? "" : answer.substr(blank + 1);
+    return (reason.empty() ? "the service refused" : reason) + " (status " + status + ")";
+}
+
+}  // namespace
+
+std::string run_request(const std::string& request, std::chrono::milliseconds timeout,
+                        const std::function<std::string()>& prepare) {
+    const auto deadline = clock::now() + timeout;
+    if (const std::string problem = problem_with_folder(server_paths::exchange_folder.str());
+        !problem.empty()) {
+        return problem + "; is dp_settingsd running?";
+    }
+    const std::string lock_name = request_lock.str();
+    const file_handle lock(
+        open(lock_name.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (!lock.is_open()) {
+        return lock_name + ": " + std::strerror(errno);
+    }
+    if (!wait_until(deadline, [&] { return flock(lock.get(), LOCK_EX | LOCK_NB) == 0; })) {
+        return "another request is still running";
+    }
+    if (const std::string problem = prepare(); !problem.empty()) {
+        return problem;
+    }
+    const std::string answer_name = server_paths::server_answer.str();
+    if (unlink(answer_name.c_str()) != 0 && errno != ENOENT) {
+        return answer_name + ": " + std::strerror(errno);
+    }
+    const std::string request_name = server_paths::server_request.str();
+    if (const std::string problem = replace_file(request_name, request + "\n"); !problem.empty()) {
+        return problem;
+    }
+    std::optional<std::string> answer;
+    if (wait_until(deadline, [&] { return (answer = read_answer(answer_name)).has_value(); })) {
+        return reason_of(*answer);
+    }
+    const bool was_waiting = unlink(request_name.c_str()) == 0;
+    return was_waiting ? "nobody took the request within the time; is dp_settingsd running?"
+                       : "dp_settingsd took the request but did not answer within the time";
+}
+
+}  // namespace dp_tools

@@ -1,0 +1,74 @@
+#include <iostream>
+#include <string>
+
+#include "support/attribute_text.hpp"
+#include "support/command_line.hpp"
+#include "support/input_file.hpp"
+#include "support/output_files.hpp"
+
+// Stand-in for the board's template reader, with the command lines that the library runs:
+//   dpspy -sf  -i TEMPLATE -o OUT
+//   dpspy -sc -i TEMPLATE -o OUT
+
+namespace {
+
+int fail(const std::string& reason) {
+    std::cerr << "dpspy: " << reason << '\n';
+    return dp_tools::exit_code::failed;
+}
+
+/// The configurations, one a line.
+std::string configuration_list(const std::string& text) {
+    std::string list;
+    for (const auto& name : dp_tools::configurations(text)) {
+        if (name.find('\n') != std::string::npos) {
+            std::cerr << "dpspy: a configuration's name holds a line end; it is not listed\n";
+            continue;
+        }
+        list += name + '\n';
+    }
+    return list;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app{
+        "Expands a BIOS template into its attribute text (-sf), or lists the configurations in "
+        "it,\n"
+        "one a line in order of first appearance (-sc)."};
+    bool show = false;
+    bool configurations = false;
+    bool full_text = false;
+    std::string input;
+    std::string output;
+    app.add_flag("-s", show, "Show what is in the template")->required();
+    auto* const full_option = app.add_flag("-f", full_text, "The attribute text");
+    app.add_flag("-c", configurations, "The list of configurations")->excludes(full_option);
+    app.add_option("-i", input, "The template, compressed or as attribute text")
+        ->type_name("TEMPLATE")
+        ->required();
+    app.add_option("-o", output, "The file to write; it is replaced whole or stays as it was")
+        ->type_name("OUT")
+        ->required();
+    app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage.");
+    if (const auto code = dp_tools::parse_command_line(app, argc, argv)) {
+        return *code;
+    }
+    if (!full_text && !configurations) {
+        std::cerr << "dpspy: one of -sf and -sc is required\n";
+        return dp_tools::exit_code::wrong_usage;
+    }
+
+    const auto content = dp_tools::read_file(input, dp_tools::template_limit);
+    if (!content.bytes) {
+        return fail(content.error);
+    }
+    const auto expanded = dp_tools::expand_template(*content.bytes);
+    if (!expanded.text) {
+        return fail(input + ": " + expanded.error);
+    }
+    const std::string error = dp_tools::replace_file(
+        output, full_text ? *expanded.text : configuration_list(*expanded.text));
+    return error.empty() ? dp_tools::exit_code::done : fail(error);
+}
