@@ -14,6 +14,9 @@ namespace dp {
 class DP_API batch_file_converter final : public batch_file_intf, public batch_file_reader {
   public:
     batch_file_converter();
+    // The reader half points at this object.
+    batch_file_converter(const batch_file_converter&) = delete;
+    batch_file_converter& operator=(const batch_file_converter&) = delete;
     void process_entry(batch_file_entry& entry, registrar* reg) override;
 
     std::vector<transaction_command> commands;

@@ -5,6 +5,7 @@
 namespace dp {
 
 std::ostream& operator<<(std::ostream& os, const batch_file_entry& entry) {
+    os.width(0);
     os << entry.status << ' ' << entry.detail << ' ' << entry.tid << ' ' << entry.operation << ' ';
     if (entry.operation == "command") {
         os << entry.command << ' ';

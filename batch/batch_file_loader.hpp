@@ -15,6 +15,9 @@ class DP_API batch_file_loader final : public batch_file_intf, public batch_file
   public:
     /// `entry_list` is appended to and stays the caller's.
     explicit batch_file_loader(std::vector<batch_file_entry>* entry_list);
+    // The reader half points at this object.
+    batch_file_loader(const batch_file_loader&) = delete;
+    batch_file_loader& operator=(const batch_file_loader&) = delete;
     void process_entry(batch_file_entry& entry, registrar* reg) override;
 
     unsigned failed = 0;     ///< entries whose status is not exactly "0"

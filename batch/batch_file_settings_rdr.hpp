@@ -17,6 +17,9 @@ class DP_API batch_file_settings_rdr final : public batch_file_intf, public batc
     /// Both lists are appended to and stay the caller's.
     batch_file_settings_rdr(std::vector<std::string>* name_list,
                             std::vector<std::string>* value_list);
+    // The reader half points at this object.
+    batch_file_settings_rdr(const batch_file_settings_rdr&) = delete;
+    batch_file_settings_rdr& operator=(const batch_file_settings_rdr&) = delete;
     void process_entry(batch_file_entry& entry, registrar* reg) override;
 
     std::vector<std::string>* names;

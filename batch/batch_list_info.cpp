@@ -22,8 +22,8 @@ bool batch_list_info::is_full_form(const std::string& text) {
     return !text.empty() && text.front() == '[' && text.find("value=") != std::string::npos;
 }
 
-// The texts that the operations below take by value are part of their signatures.
-// NOLINTBEGIN(performance-unnecessary-value-param)
+// That the operations below take texts by value and are the object's is part of their signatures.
+// NOLINTBEGIN(performance-unnecessary-value-param, readability-convert-member-functions-to-static)
 
 void batch_list_info::parse_selections(std::string text, std::map<std::string, std::string>& sel) {
     sel.clear();
@@ -104,6 +104,6 @@ std::string batch_list_info::tersify(std::string text) {
     return get_string_terse(sel);
 }
 
-// NOLINTEND(performance-unnecessary-value-param)
+// NOLINTEND(performance-unnecessary-value-param, readability-convert-member-functions-to-static)
 
 }  // namespace dp

@@ -1,0 +1,522 @@
+#include "batch/batch_file_reader.hpp"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <filesystem>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "batch/batch_file_entry.hpp"
+#include "batch/batch_file_intf.hpp"
+#include "tests/support/cpu_time.hpp"
+#include "tests/support/reference_reader.hpp"
+#include "tests/support/settings_model.hpp"
+#include "tests/support/test_platform.hpp"
+#include "tests/unit/batch/scripted_decompressor.hpp"
+
+using dp::batch_file_entry;
+using test::recording_log;
+
+namespace {
+
+using namespace std::string_literals;
+
+// An entry's ten texts.
+using texts = std::array<std::string, 10>;
+
+texts texts_of(const batch_file_entry& e) {
+    return {
+        e.status,       e.detail,        e.tid,      e.operation, e.command, e.name.configuration,
+        e.name.setting, e.name.instance, e.value_in, e.value_out};
+}
+
+class gathering_processor final : public dp::batch_file_intf {
+  public:
+    void process_entry(batch_file_entry& entry, dp::registrar* reg) override {
+        entries.push_back(texts_of(entry));
+        registrars.push_back(reg);
+    }
+    std::vector<texts> entries;
+    std::vector<dp::registrar*> registrars;
+};
+
+std::vector<texts> read(std::istream& in) {
+    gathering_processor gathered;
+    dp::batch_file_reader reader(&gathered);
+    const int count = reader.read_file(in, nullptr);
+    EXPECT_EQ(static_cast<std::size_t>(count), gathered.entries.size());
+    return gathered.entries;
+}
+
+std::vector<texts> read(const std::string& file) {
+    std::istringstream in(file);
+    return read(in);
+}
+
+std::vector<texts> reference(const std::string& file) {
+    std::istringstream in(file);
+    std::vector<texts> all;
+    const int count =
+        test::reference_read_file(in, [&](const auto& entry) { all.push_back(texts_of(entry)); });
+    EXPECT_EQ(static_cast<std::size_t>(count), all.size());
+    return all;
+}
+
+// The text with what is not printable in angle brackets.
+std::string shown(const std::string& text) {
+    std::ostringstream os;
+    for (const char c : text) {
+        if (c >= ' ' && c <= '~') {
+            os << c;
+        } else {
+            os << '<' << static_cast<int>(static_cast<unsigned char>(c)) << '>';
+        }
+    }
+    return os.str();
+}
+
+// False, with a failure reported, when the reader and the reference do not agree.
+bool agrees_with_reference(const std::string& file) {
+    const auto actual = read(file);
+    const auto expected = reference(file);
+    if (actual == expected) {
+        return true;
+    }
+    ADD_FAILURE() << "read " << actual.size() << " entries instead of " << expected.size()
+                  << ", or others, from:\n"
+                  << shown(file);
+    return false;
+}
+
+// Makes lines as they are written, and lines as they should never be.
+class line_maker {
+  public:
+    explicit line_maker(unsigned seed) : random_(seed) {}
+
+    std::string file() {
+        std::string text;
+        for (auto lines = below(9); lines > 0; --lines) {
+            text += line() + (below(12) == 0 ? "\r\n" : "\n");
+        }
+        if (below(4) == 0 && !text.empty()) {
+            text.pop_back();
+        }
+        if (below(2) == 0) {
+            mangle(text);
+        }
+        return text;
+    }
+
+  private:
+    unsigned below(unsigned limit) { return static_cast<unsigned>(random_() % limit); }
+
+    std::string one_of(const std::vector<std::string>& all) {
+        return all[below(static_cast<unsigned>(all.size()))];
+    }
+
+    std::string gap() {
+        return below(8) == 0 ? one_of({"  ", "\t", "\v", "\f", "\r", " \t ", ""}) : " ";
+    }
+
+    std::string value() {
+        std::string text = below(16) == 0 ? one_of({"", "x", "\\", "\\\""}) : "\"";
+        for (auto length = below(8); length > 0; --length) {
+            text +=
+                one_of({"a", "b", " ", "\\\"", "\\\\", "\\x", "#", "\t", "'", "\xC3\xA4", "\0"s});
+        }
+        return text + (below(16) == 0 ? "" : "\"");
+    }
+
+    std::string line() {
+        switch (below(16)) {
+            case 0:
+                return "";
+            case 1:
+                return "# 0 0 t set A.B \"\" \"\"";
+            case 2:
+                return std::string(below(5), below(4) == 0 ? '\t' : ' ');
+            case 3:
+                return " # 0 0 t set A.B \"\" \"\"";
+            default:
+                break;
+        }
+        std::vector<std::string> items{
+            one_of({"0", "255", "16", "x", "-1"}),
+            one_of({"0", "1", "100", "4294967295"}),
+            one_of({"t", "<cim-1>", "<tid>"}),
+            one_of({"set", "setv", "get", "command", "command import", "command ", "commands"}),
+            one_of({"A.B", "A.B.3", "A.B.C.3", "B", ".", "..", "A.", "\"A.B\"", "A.B\"x\""}),
+            value(),
+            value(),
+            one_of({"", "", "", "word", "two words", "#", "\"", "\"\""}),
+        };
+        items.resize(below(4) == 0 ? below(9) : items.size());
+        std::string text = below(8) == 0 ? gap() : "";
+        for (const auto& item : items) {
+            text += item + gap();
+        }
+        if (below(2) == 0 && !text.empty()) {
+            text.pop_back();
+        }
+        return text;
+    }
+
+    void mangle(std::string& text) {
+        const std::string bytes = "\"\"\\\\  \n\t\r\v\f\0#.x\xFF"s;
+        for (auto times = 1 + below(4); times > 0 && !text.empty(); --times) {
+            const auto at = below(static_cast<unsigned>(text.size()));
+            switch (below(4)) {
+                case 0:
+                    text[at] = bytes[below(static_cast<unsigned>(bytes.size()))];
+                    break;
+                case 1:
+                    text.insert(at, 1, bytes[below(static_cast<unsigned>(bytes.size()))]);
+                    break;
+                case 2:
+                    text.erase(at, 1 + below(6));
+                    break;
+                default:
+                    text += text.substr(at, below(40));
+                    break;
+            }
+        }
+    }
+
+    std::mt19937 random_;
+};
+
+// The line's texts when it is accepted alone.
+std::vector<texts> accepted(const std::string& line) {
+    EXPECT_TRUE(agrees_with_reference(line));
+    return read(line);
+}
+
+}  // namespace
+
+TEST(read_file, hands_over_the_words_and_values_of_a_line) {
+    EXPECT_EQ(read("0 7 t1 set A.B.3 \"in\" \"out\"\n"),
+              (std::vector<texts>{{"0", "7", "t1", "set", "", "A", "B", "3", "in", "out"}}));
+    EXPECT_EQ(
+        read("16 7 t1 command import A.B \"in\" \"out\" \n"),
+        (std::vector<texts>{{"16", "7", "t1", "command", "import", "A", "B", "", "in", "out"}}));
+}
+
+TEST(read_file, hands_the_registrar_on) {
+    test::registrar reg;
+    gathering_processor gathered;
+    dp::batch_file_reader reader(&gathered);
+    std::istringstream in("0 0 t set A.B \"\" \"\"\n0 0 t set A.C \"\" \"\"\n");
+    EXPECT_EQ(reader.read_file(in, &reg), 2);
+    EXPECT_EQ(gathered.registrars, (std::vector<dp::registrar*>{&reg, &reg}));
+}
+
+TEST(read_file, skips_comments_empty_lines_and_lines_of_blanks) {
+    EXPECT_TRUE(read("").empty());
+    EXPECT_TRUE(read("\n").empty());
+    EXPECT_TRUE(read("# a comment\n\n   \n#\n# 0 0 t set A.B \"\" \"\"\n ").empty());
+}
+
+TEST(read_file, knows_comments_in_column_one_only) {
+    const auto entries = read(" # 0 t set A.B \"x\" \"y\"\n");
+    ASSERT_EQ(entries.size(), 1U);
+    EXPECT_EQ(entries[0][0], "#");
+}
+
+TEST(read_file, does_not_skip_a_line_of_tabs) {
+    const auto entries = read("0 1 t set A.B \"x\" \"y\"\n\t\t\n\r\n");
+    ASSERT_EQ(entries.size(), 3U);
+    EXPECT_EQ(entries[1], (texts{"0", "1", "t", "set", "", "A", "B", "", "", ""}));
+    EXPECT_EQ(entries[2], entries[1]);
+}
+
+TEST(read_file, accepts_at_most_one_word_behind_the_values) {
+    const std::string line = R"(0 0 t1 set A.B "x" "y")";
+    for (const auto* end : {"", " ", "    ", "\t", "\r", " word", "word", "  word", " #"}) {
+        EXPECT_EQ(accepted(line + end).size(), 1U) << '[' << end << ']';
+    }
+    for (const auto* end : {" two words", "two words", " word\ttoo"}) {
+        EXPECT_EQ(accepted(line + end).size(), 0U) << '[' << end << ']';
+    }
+}
+
+TEST(read_file, goes_by_the_end_of_the_line_and_so_drops_a_word_followed_by_a_blank) {
+    const std::string line = R"(0 0 t1 set A.B "x" "y")";
+    for (const auto* end : {" word ", "word ", " word\r", "w "}) {
+        EXPECT_EQ(accepted(line + end).size(), 0U) << '[' << end << ']';
+    }
+}
+
+TEST(read_file, accepts_short_lines) {
+    EXPECT_EQ(accepted("0"), (std::vector<texts>{{"0", "", "", "", "", "err", "invalid_setting"}}));
+    EXPECT_EQ(accepted("0 1 t get A.B"),
+              (std::vector<texts>{{"0", "1", "t", "get", "", "A", "B"}}));
+    EXPECT_EQ(accepted("0 1 t get A.B \"x"),
+              (std::vector<texts>{{"0", "1", "t", "get", "", "A", "B", "", "x", ""}}));
+    EXPECT_EQ(accepted("0 1 t get A.B \"x\" "),
+              (std::vector<texts>{{"0", "1", "t", "get", "", "A", "B", "", "x", ""}}));
+    EXPECT_EQ(accepted("0 1 t command"),
+              (std::vector<texts>{{"0", "1", "t", "command", "", "err", "invalid_setting"}}));
+}
+
+TEST(read_file, short_lines_keep_the_words_of_the_line_before_but_not_its_values) {
+    const auto entries = read(
+        "16 7 t1 command import A.B.3 \"in\" \"out\"\n"
+        "0 8\n"
+        "5\n"
+        "0 9 t2 get C.D\n"
+        "0 0 t3 command\n");
+    EXPECT_EQ(entries, (std::vector<texts>{
+                           {"16", "7", "t1", "command", "import", "A", "B", "3", "in", "out"},
+                           {"0", "8", "t1", "command", "import", "A", "B", "3", "", ""},
+                           {"5", "8", "t1", "command", "import", "A", "B", "3", "", ""},
+                           {"0", "9", "t2", "get", "import", "C", "D", "", "", ""},
+                           {"0", "0", "t3", "command", "import", "C", "D", "", "", ""},
+                       }));
+}
+
+TEST(read_file, dropped_lines_leave_their_words_behind_too) {
+    const auto entries = read(
+        "1 2 dropped command word A.B.3 \"in\" \"out\" two words\n"
+        "0\n");
+    EXPECT_EQ(
+        entries,
+        (std::vector<texts>{{"0", "2", "dropped", "command", "word", "A", "B", "3", "", ""}}));
+}
+
+TEST(read_file, skipped_lines_leave_nothing_behind) {
+    const auto entries = read("0 1 t set A.B \"x\" \"y\"\n# 9 9 9\n\n0\n");
+    ASSERT_EQ(entries.size(), 2U);
+    EXPECT_EQ(entries[1], (texts{"0", "1", "t", "set", "", "A", "B", "", "", ""}));
+}
+
+TEST(read_file, takes_escaped_values) {
+    EXPECT_EQ(read(R"(0 0 t set A.B "a\"b\\c" "\x")")[0][8], R"(a"b\c)");
+    EXPECT_EQ(read(R"(0 0 t set A.B "a\"b\\c" "\x")")[0][9], "x");
+}
+
+TEST(read_file, reads_a_last_line_without_a_line_end) {
+    EXPECT_EQ(read("0 1 t set A.B \"x\" \"y\"\n0 2 t set A.B \"x\" \"y\"").size(), 2U);
+}
+
+TEST(read_file, reads_lines_that_end_with_a_carriage_return) {
+    EXPECT_EQ(read("0 1 t set A.B \"x\" \"y\"\r\n"), read("0 1 t set A.B \"x\" \"y\"\n"));
+}
+
+TEST(read_file, reads_nothing_from_a_stream_that_failed_or_ended) {
+    for (const auto state : {std::ios::failbit, std::ios::badbit, std::ios::eofbit}) {
+        std::istringstream in("0 1 t set A.B \"x\" \"y\"\n");
+        in.setstate(state);
+        EXPECT_TRUE(read(in).empty());
+    }
+}
+
+TEST(read_file, begins_where_the_stream_stands) {
+    std::istringstream in("0 1 t set A.B \"x\" \"y\"\n0 2 t set A.B \"x\" \"y\"\n");
+    in.seekg(10);
+    const auto entries = read(in);
+    ASSERT_EQ(entries.size(), 2U);
+    EXPECT_EQ(entries[0][0], "A.B");
+    EXPECT_EQ(entries[1][1], "2");
+}
+
+TEST(read_file, keeps_bytes_as_they_are) {
+    const std::string line = "0\0 \xFF t set A\0.B \"\0\x01\xFE\" \"\xC3\xA4\"\n"s;
+    EXPECT_EQ(read(line), (std::vector<texts>{{"0\0"s, "\xFF", "t", "set", "", "A\0"s, "B", "",
+                                               "\0\x01\xFE"s, "\xC3\xA4"}}));
+}
+
+TEST(read_file, takes_names_of_dots_and_words_of_a_megabyte) {
+    const std::string big(1'000'000, 'w');
+    const std::string dots(1'000'000, '.');
+    EXPECT_EQ(read(big + " 0 t set " + dots + " \"" + big + "\" \"\"\n"),
+              (std::vector<texts>{
+                  {big, "0", "t", "set", "", "", std::string(999'998, '.'), "", big, ""}}));
+    EXPECT_EQ(read("0 0 t set .. \"\" \"\"\n"),
+              (std::vector<texts>{{"0", "0", "t", "set", "", "", "", "", "", ""}}));
+}
+
+TEST(read_file, logs_every_line_it_parses_with_the_bit_of_value_4) {
+    const std::string file =
+        "0 0 t1 set A.B \"in\" \"out\"\n"
+        "# comment\n"
+        "0 0 t2 set A.B.C.3 \"\" \"out\" two words\n"
+        "0 0 t3\n";
+    recording_log log(4);
+    EXPECT_EQ(read(file).size(), 2U);
+    const std::string begin = " batch_file_reader::read_file, tid=";
+    EXPECT_EQ(log.lines, (std::vector<recording_log::line>{
+                             {"LOG", begin + "t1, setting_name=B, setting_value_in=in"},
+                             {"LOG", begin + "t2, setting_name=B.C.3, setting_value_in="},
+                             {"LOG", begin + "t3, setting_name=B.C.3, setting_value_in="},
+                         }));
+    log.mask_value = ~4U;
+    log.lines.clear();
+    EXPECT_EQ(read(file).size(), 2U);
+    EXPECT_TRUE(log.lines.empty());
+}
+
+TEST(read_file, reads_what_stream_extraction_reads_from_generated_and_mangled_files) {
+    line_maker maker(99);
+    std::size_t entries = 0;
+    for (int i = 0; i < 20'000; ++i) {
+        const std::string file = maker.file();
+        if (!agrees_with_reference(file)) {
+            return;
+        }
+        entries += read(file).size();
+    }
+    EXPECT_GT(entries, 40'000U) << "the files hold next to nothing";
+}
+
+TEST(read_file, reads_what_stream_extraction_reads_from_random_bytes) {
+    std::mt19937 random(3);
+    for (int i = 0; i < 5'000; ++i) {
+        std::string file;
+        for (auto length = random() % 300; length > 0; --length) {
+            file +=
+                random() % 3 == 0 ? static_cast<char>(random() % 256) : "\" \\\n#."[random() % 6];
+        }
+        if (!agrees_with_reference(file)) {
+            return;
+        }
+    }
+}
+
+TEST(read_file, reads_what_stream_extraction_reads_from_every_cut_of_a_line) {
+    const std::string line = "0 7 t1 command import A.B.3 \"a\\\"b\" \"c\\\\\" word\r";
+    for (std::size_t end = 0; end <= line.size(); ++end) {
+        for (std::size_t begin = 0; begin <= end; ++begin) {
+            if (!agrees_with_reference("9 9 t9 set C.D \"\" \"\"\n" +
+                                       line.substr(begin, end - begin))) {
+                return;
+            }
+        }
+    }
+}
+
+TEST(read_file, reads_a_million_lines) {
+    std::string file;
+    for (int i = 0; i < 1'000'000; ++i) {
+        file += "0 " + std::to_string(i) + " t set A.B.1 \"v\" \"\" \n";
+    }
+    class counting_processor final : public dp::batch_file_intf {
+      public:
+        void process_entry(batch_file_entry& entry, dp::registrar*) override {
+            in_order = in_order && entry.detail == std::to_string(count++);
+        }
+        int count = 0;
+        bool in_order = true;
+    } counted;
+    dp::batch_file_reader reader(&counted);
+    std::istringstream in(file);
+    const test::cpu_time used;
+    EXPECT_EQ(reader.read_file(in, nullptr), 1'000'000);
+    EXPECT_LT(used.seconds(), 20);
+    EXPECT_TRUE(counted.in_order);
+}
+
+namespace {
+
+class decompression : public testing::Test {
+  protected:
+    void SetUp() override { test::clean_root(); }
+    void TearDown() override { test::decompressor_script = nullptr; }
+
+    static int open_descriptors() {
+        const std::filesystem::directory_iterator all("/proc/self/fd");
+        return static_cast<int>(std::distance(begin(all), end(all)));
+    }
+
+    const std::string path = test::root() + "/tmp/dp/batch";
+    gathering_processor gathered;
+    dp::batch_file_reader reader{&gathered};
+};
+
+}  // namespace
+
+TEST_F(decompression, of_a_plain_file_gives_its_bytes) {
+    std::string every_byte = "0 0 t set A.B \"\" \"\"\r\n";
+    for (int i = 0; i < 100'000; ++i) {
+        every_byte += static_cast<char>(i * 7);
+    }
+    test::write_file(path, every_byte);
+    std::stringstream out;
+    EXPECT_TRUE(reader.decompress(path, out));
+    EXPECT_EQ(out.str(), every_byte);
+}
+
+TEST_F(decompression, of_an_empty_file_gives_nothing_and_leaves_the_output_good) {
+    test::write_file(path, "");
+    std::stringstream out;
+    EXPECT_TRUE(reader.decompress(path, out));
+    EXPECT_EQ(out.str(), "");
+    EXPECT_TRUE(out.good());
+}
+
+TEST_F(decompression, of_a_compressed_file_gives_its_plain_text) {
+    test::write_file(path, "compressed");
+    test::decompressor_script = [](std::istream& in) {
+        std::string word;
+        in >> word;
+        const std::string plain = word == "compressed" ? "0 0 t set A.B \"x\" \"\"\n\0\xFF"s : "";
+        return std::vector<unsigned char>(plain.begin(), plain.end());
+    };
+    std::stringstream out;
+    EXPECT_TRUE(reader.decompress(path, out));
+    EXPECT_EQ(out.str(), "0 0 t set A.B \"x\" \"\"\n\0\xFF"s);
+    EXPECT_EQ(reader.read_file(out, nullptr), 2);
+    EXPECT_EQ(gathered.entries[0][8], "x");
+}
+
+TEST_F(decompression, hands_the_decompressor_the_whole_file_from_its_start) {
+    test::write_file(path, "whole\nfile");
+    std::string seen;
+    test::decompressor_script = [&](std::istream& in) {
+        std::ostringstream copy;
+        copy << in.rdbuf();
+        seen = copy.str();
+        in.setstate(std::ios::badbit);
+        return std::vector<unsigned char>();
+    };
+    std::stringstream out;
+    EXPECT_TRUE(reader.decompress(path, out));
+    EXPECT_EQ(seen, "whole\nfile");
+    EXPECT_EQ(out.str(), "whole\nfile") << "whatever state the decompressor left behind";
+}
+
+TEST_F(decompression, fails_only_for_a_file_that_cannot_be_opened) {
+    bool asked = false;
+    test::decompressor_script = [&](std::istream&) {
+        asked = true;
+        return std::vector<unsigned char>();
+    };
+    std::stringstream out;
+    EXPECT_FALSE(reader.decompress(path, out));
+    EXPECT_FALSE(reader.decompress("", out));
+    EXPECT_FALSE(asked);
+    EXPECT_EQ(out.str(), "");
+}
+
+TEST_F(decompression, passes_exceptions_on_with_the_file_closed) {
+    test::write_file(path, "x");
+    test::decompressor_script = [](std::istream&) -> std::vector<unsigned char> {
+        throw std::runtime_error("out of order");
+    };
+    const int before = open_descriptors();
+    std::stringstream out;
+    EXPECT_THROW(reader.decompress(path, out), std::runtime_error);
+    EXPECT_EQ(open_descriptors(), before);
+    EXPECT_EQ(out.str(), "");
+}
+
+TEST_F(decompression, keeps_no_file_open) {
+    test::write_file(path, "x");
+    const int before = open_descriptors();
+    std::stringstream out;
+    EXPECT_TRUE(reader.decompress(path, out));
+    EXPECT_EQ(open_descriptors(), before);
+}

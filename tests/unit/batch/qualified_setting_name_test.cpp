@@ -1,0 +1,81 @@
+#include "batch/qualified_setting_name.hpp"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+struct parts {
+    std::string configuration;
+    std::string setting;
+    std::string instance;
+    bool operator==(const parts&) const = default;
+};
+
+void PrintTo(const parts& p, std::ostream* os) {
+    *os << '(' << p.configuration << '|' << p.setting << '|' << p.instance << ')';
+}
+
+parts parsed(const std::string& text) {
+    dp::qualified_setting_name name;
+    name.configuration = name.setting = name.instance = "old";
+    name.parse(text);
+    return {name.configuration, name.setting, name.instance};
+}
+
+}  // namespace
+
+TEST(qualified_setting_name, splits_at_the_first_and_the_last_dot) {
+    EXPECT_EQ(parsed("BIOS.BootMode"), (parts{"BIOS", "BootMode", ""}));
+    EXPECT_EQ(parsed("BIOS.BootMode.3"), (parts{"BIOS", "BootMode", "3"}));
+    EXPECT_EQ(parsed("BIOS.Boot.Mode.3"), (parts{"BIOS", "Boot.Mode", "3"}));
+    EXPECT_EQ(parsed("a.b.c.d.e"), (parts{"a", "b.c.d", "e"}));
+}
+
+TEST(qualified_setting_name, without_a_dot_has_the_configuration_err) {
+    EXPECT_EQ(parsed("BootMode"), (parts{"err", "BootMode", ""}));
+    EXPECT_EQ(parsed(""), (parts{"err", "invalid_setting", ""}));
+    EXPECT_EQ(parsed(" "), (parts{"err", " ", ""}));
+}
+
+TEST(qualified_setting_name, keeps_empty_parts) {
+    EXPECT_EQ(parsed("A."), (parts{"A", "", ""}));
+    EXPECT_EQ(parsed(".B"), (parts{"", "B", ""}));
+    EXPECT_EQ(parsed("A..3"), (parts{"A", "", "3"}));
+    EXPECT_EQ(parsed("A.B."), (parts{"A", "B", ""}));
+}
+
+TEST(qualified_setting_name, takes_names_of_nothing_but_dots) {
+    EXPECT_EQ(parsed("."), (parts{"", "", ""}));
+    EXPECT_EQ(parsed(".."), (parts{"", "", ""}));
+    EXPECT_EQ(parsed("..."), (parts{"", ".", ""}));
+    EXPECT_EQ(parsed(std::string(1'000'000, '.')), (parts{"", std::string(999'998, '.'), ""}));
+}
+
+TEST(qualified_setting_name, does_not_look_into_its_parts) {
+    EXPECT_EQ(parsed("A.B.x y"), (parts{"A", "B", "x y"}));
+    const std::string bytes("\0.\xFF.\n", 5);
+    EXPECT_EQ(parsed(bytes), (parts{std::string("\0", 1), "\xFF", "\n"}));
+    const std::string long_word(1'000'000, 'x');
+    EXPECT_EQ(parsed(long_word), (parts{"err", long_word, ""}));
+}
+
+TEST(qualified_setting_name, joins_its_parts_again) {
+    dp::qualified_setting_name name;
+    for (const std::string text :
+         {"BIOS.Boot.Mode.3", "BIOS.BootMode", ".", "A.", ".B", "A..3", "..."}) {
+        name.parse(text);
+        EXPECT_EQ(name.get_name(), text == "..." ? ".." : text) << text;
+    }
+}
+
+TEST(qualified_setting_name, joined_name_shows_what_was_missing) {
+    dp::qualified_setting_name name;
+    EXPECT_EQ(name.get_name(), ".");
+    name.parse("BootMode");
+    EXPECT_EQ(name.get_name(), "err.BootMode");
+    name.parse("");
+    EXPECT_EQ(name.get_name(), "err.invalid_setting");
+}

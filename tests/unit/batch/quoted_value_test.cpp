@@ -1,0 +1,96 @@
+#include "batch/quoted_value.hpp"
+
+#include <gtest/gtest.h>
+
+#include <iterator>
+#include <sstream>
+#include <string>
+
+namespace {
+
+using namespace std::string_literals;
+
+std::string read(const std::string& text) {
+    std::stringstream in(text);
+    return dp::parse_quoted_escaped_str(in);
+}
+
+}  // namespace
+
+TEST(parse_quoted_escaped_str, reads_what_stands_between_the_quotes) {
+    EXPECT_EQ(read(R"("abc")"), "abc");
+    EXPECT_EQ(read(R"("a b	c")"), "a b\tc");
+    EXPECT_EQ(read(R"("")"), "");
+    EXPECT_EQ(read("\"a\0\n\xFF\""s), "a\0\n\xFF"s);
+}
+
+TEST(parse_quoted_escaped_str, skips_what_stands_before_the_opening_quote) {
+    EXPECT_EQ(read(R"(  "a\"b" )"), R"(a"b)");
+    EXPECT_EQ(read(R"(stray "abc")"), "abc");
+    EXPECT_EQ(read("\n\t\"abc\""), "abc");
+}
+
+TEST(parse_quoted_escaped_str, a_backslash_takes_the_next_character_as_it_is) {
+    EXPECT_EQ(read(R"("\"\\\n\x")"), R"("\nx)");
+    EXPECT_EQ(read(R"("a\\")"), R"(a\)");
+    EXPECT_EQ(read(R"("\\\"")"), R"(\")");
+}
+
+TEST(parse_quoted_escaped_str, a_backslash_before_the_opening_quote_hides_the_next_character) {
+    EXPECT_EQ(read(R"(\"abc")"), "") << "the second quote opens a value that never ends";
+    EXPECT_EQ(read(R"(\"abc"def")"), "def");
+    EXPECT_EQ(read(R"(\\"abc")"), "abc");
+    EXPECT_EQ(read(R"(\x"abc")"), "abc");
+}
+
+TEST(parse_quoted_escaped_str, an_unterminated_value_ends_with_the_input) {
+    EXPECT_EQ(read(R"(x"abc)"), "abc");
+    EXPECT_EQ(read(R"(")"), "");
+    EXPECT_EQ(read(R"("abc\)"), "abc");
+    EXPECT_EQ(read(R"("abc\")"), R"(abc")");
+}
+
+TEST(parse_quoted_escaped_str, is_empty_without_a_quote) {
+    EXPECT_EQ(read(""), "");
+    EXPECT_EQ(read("abc"), "");
+    EXPECT_EQ(read("\\"), "");
+    EXPECT_EQ(read(R"(\")"), "");
+}
+
+TEST(parse_quoted_escaped_str, consumes_its_value_and_nothing_behind_it) {
+    std::stringstream in(R"(x "one""two" rest)");
+    EXPECT_EQ(dp::parse_quoted_escaped_str(in), "one");
+    EXPECT_TRUE(in.good());
+    EXPECT_EQ(dp::parse_quoted_escaped_str(in), "two");
+    EXPECT_TRUE(in.good());
+    EXPECT_EQ(in.peek(), ' ');
+    EXPECT_EQ(dp::parse_quoted_escaped_str(in), "");
+    EXPECT_TRUE(in.eof());
+    EXPECT_EQ(dp::parse_quoted_escaped_str(in), "");
+}
+
+TEST(parse_quoted_escaped_str, closing_quote_at_the_very_end_leaves_the_stream_good) {
+    std::stringstream in(R"("abc")");
+    EXPECT_EQ(dp::parse_quoted_escaped_str(in), "abc");
+    EXPECT_TRUE(in.good());
+}
+
+TEST(parse_quoted_escaped_str, takes_nothing_from_a_stream_that_failed_or_ended) {
+    for (const auto state : {std::ios::failbit, std::ios::badbit, std::ios::eofbit}) {
+        std::stringstream in(R"("abc")");
+        in.setstate(state);
+        EXPECT_EQ(dp::parse_quoted_escaped_str(in), "");
+        in.clear();
+        EXPECT_EQ(dp::parse_quoted_escaped_str(in), "abc");
+    }
+}
+
+TEST(parse_quoted_escaped_str, reads_values_of_any_size) {
+    const std::string text(1'000'000, 'x');
+    EXPECT_EQ(read('"' + text + '"'), text);
+    std::string escaped;
+    for (int i = 0; i < 500'000; ++i) {
+        escaped += "\\\"";
+    }
+    EXPECT_EQ(read('"' + escaped + '"'), std::string(500'000, '"'));
+}
