@@ -19,6 +19,7 @@
 
 /* A C99 header: what C++ would write otherwise stays. NOLINTBEGIN(modernize-*) */
 
+#include <stddef.h>
 #include <stdint.h>
 
 #ifdef __cplusplus
@@ -73,10 +74,53 @@ typedef struct dp_transaction {
     char value[DP_VALUE_SIZE]; /* out: value read, NUL-terminated */
 } dp_transaction;
 
-/* The records are read by stride on the 32-bit target, where they are 28 and 24 words. */
-#if defined(__cplusplus) && defined(__SIZEOF_POINTER__) && __SIZEOF_POINTER__ == 4
-static_assert(sizeof(dp_attribute) == 28 * 4, "dp_attribute is 28 words");
-static_assert(sizeof(dp_transaction) == 24 * 4, "dp_transaction is 24 words");
+/* The 32-bit target's binaries know the records as 28 and 24 words and walk arrays of them by that
+ * stride. */
+#if defined(__SIZEOF_POINTER__) && __SIZEOF_POINTER__ == 4
+#ifdef __cplusplus
+#define DP_STATIC_ASSERT_(condition, text) static_assert(condition, text)
+#else
+#define DP_STATIC_ASSERT_(condition, text) __extension__ _Static_assert(condition, text)
+#endif
+#define DP_WORD_(record, field, word) \
+    DP_STATIC_ASSERT_(offsetof(record, field) == 4 * (word), #record "." #field " has moved")
+DP_WORD_(dp_attribute, id, 0);
+DP_WORD_(dp_attribute, spif, 1);
+DP_WORD_(dp_attribute, grif, 2);
+DP_WORD_(dp_attribute, cfg, 3);
+DP_WORD_(dp_attribute, cfgname, 4);
+DP_WORD_(dp_attribute, cfgsetn, 5);
+DP_WORD_(dp_attribute, grp, 6);
+DP_WORD_(dp_attribute, gspif, 7);
+DP_WORD_(dp_attribute, ggrif, 8);
+DP_WORD_(dp_attribute, mri, 9);
+DP_WORD_(dp_attribute, dsc, 10);
+DP_WORD_(dp_attribute, fds, 11);
+DP_WORD_(dp_attribute, type, 12);
+DP_WORD_(dp_attribute, flg, 13);
+DP_WORD_(dp_attribute, mni, 14);
+DP_WORD_(dp_attribute, mxi, 15);
+DP_WORD_(dp_attribute, dft, 16);
+DP_WORD_(dp_attribute, mfg, 17);
+DP_WORD_(dp_attribute, dfa, 18);
+DP_WORD_(dp_attribute, rec, 19);
+DP_WORD_(dp_attribute, min, 20);
+DP_WORD_(dp_attribute, max, 21);
+DP_WORD_(dp_attribute, stp, 22);
+DP_WORD_(dp_attribute, minc, 23);
+DP_WORD_(dp_attribute, maxc, 24);
+DP_WORD_(dp_attribute, reg, 25);
+DP_WORD_(dp_attribute, num, 26);
+DP_WORD_(dp_attribute, chc, 27);
+DP_STATIC_ASSERT_(sizeof(dp_attribute) == 4 * 28, "dp_attribute is 28 words");
+DP_WORD_(dp_transaction, status, 0);
+DP_WORD_(dp_transaction, operation, 1);
+DP_WORD_(dp_transaction, name, 2);
+DP_WORD_(dp_transaction, new_value, 3);
+DP_WORD_(dp_transaction, value, 4);
+DP_STATIC_ASSERT_(sizeof(dp_transaction) == 4 * 24, "dp_transaction is 24 words");
+#undef DP_WORD_
+#undef DP_STATIC_ASSERT_
 #endif
 
 /* Creates the service; a second call does nothing. Reads no file. Always 0. */

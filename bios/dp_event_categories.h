@@ -26,6 +26,14 @@ typedef struct dp_category_map_entry {
     char value[DP_CATEGORY_TEXT_SIZE];
 } dp_category_map_entry;
 
+/* Callers lay out the same record: it has no padding, whatever the machine. */
+#ifdef __cplusplus
+static_assert(sizeof(dp_category_map_entry) == 4 + 2 * DP_CATEGORY_TEXT_SIZE, "no padding");
+#else
+__extension__ _Static_assert(sizeof(dp_category_map_entry) == 4 + 2 * DP_CATEGORY_TEXT_SIZE,
+                             "no padding");
+#endif
+
 /* Sets *count to the number of entries and copies them, in the file's order, to out unless that is
  * null. There is no capacity argument: a caller learns *count with a null out and supplies room for
  * every entry; the file may change in between, so room for some more is wise. A missing or
