@@ -1,0 +1,19 @@
+#ifndef DP_PLATFORM_DP_ALERTS_HPP
+#define DP_PLATFORM_DP_ALERTS_HPP
+
+#include <cstdint>
+
+namespace dp::command {
+
+/// What a plug-in of the settings service alerts the other components to, on queue 8. The numbers
+/// are the receivers'; a board may add its own.
+enum class alerts : std::uint16_t {
+    settings_changed = 1,  ///< value: how many, at most 255
+    persist_failed = 2,    ///< settings could not be kept; value: error number, at most 255
+    bios_updated = 3,      ///< another template is in place
+    server_restarted = 4,  ///< pending values became current
+};
+
+}  // namespace dp::command
+
+#endif

@@ -1,0 +1,53 @@
+#ifndef DP_PLATFORM_DP_MESSAGE_FORMATTER_HPP
+#define DP_PLATFORM_DP_MESSAGE_FORMATTER_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <iosfwd>
+
+#include "common/export.hpp"
+#include "platform/dp/alerts.hpp"
+
+namespace sysipc {
+class message;
+}
+
+namespace dp {
+
+/// Writes and reads the messages of the settings service's plug-ins. Payload: 2 bytes kind (1),
+/// 2 bytes alert, then the parameters: plug-in id and value, a byte each.
+class DP_API message_formatter {
+  public:
+    static constexpr std::uint16_t alert_kind = 1;
+    /// What stands in front of the parameters, to be added to `parameter_byte_count` for the
+    /// message's payload length.
+    static constexpr std::size_t payload_offset = 4;
+
+    /// A formatter of `target`, which must outlive it. The message stays as it is.
+    explicit message_formatter(sysipc::message& target);
+
+    /// Makes the message an alert of the plug-in `id`; it is not sent, and its payload length is
+    /// the caller's to set.
+    void send_alert_plugins(command::alerts alert, unsigned char id, unsigned char value);
+
+    /// Bytes of parameters that `send_alert_plugins` wrote; 0 before.
+    [[nodiscard]] std::size_t parameter_byte_count() const;
+
+    /// Whether the message is an alert with all its parameters; only then do the others tell
+    /// anything.
+    [[nodiscard]] bool is_alert() const;
+    [[nodiscard]] command::alerts alert() const;
+    [[nodiscard]] unsigned char id() const;
+    [[nodiscard]] unsigned char value() const;
+
+  private:
+    sysipc::message& target_;
+    std::size_t parameter_byte_count_ = 0;
+};
+
+/// "persist_failed plugin=3 value=28"; an alert without a name is its number.
+DP_API std::ostream& operator<<(std::ostream& os, const message_formatter& formatter);
+
+}  // namespace dp
+
+#endif
