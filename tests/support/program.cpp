@@ -88,7 +88,7 @@ void collect(pid_t child, int out, int err, program_result& result) {
 
 program_result run(const std::string& name, const std::vector<std::string>& arguments,
                    bool unprivileged) {
-    const std::string path = std::string(DP_PROGRAM_FOLDER) + "/" + name;
+    const std::string path = program_path(name);
     std::vector<std::string> texts{name};
     texts.insert(texts.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
@@ -97,7 +97,6 @@ program_result run(const std::string& name, const std::vector<std::string>& argu
         pointers.push_back(text.data());
     }
     pointers.push_back(nullptr);
-    setenv("LD_LIBRARY_PATH", DP_RELOCATABLE_FOLDER, 1);
 
     const pipe_ends out = make_pipe();
     const pipe_ends err = make_pipe();
@@ -117,6 +116,13 @@ program_result run(const std::string& name, const std::vector<std::string>& argu
 }
 
 }  // namespace
+
+std::string program_path(const std::string& name) {
+    // Once: other threads may be reading the environment later on.
+    static const int done = setenv("LD_LIBRARY_PATH", DP_RELOCATABLE_FOLDER, 1);
+    static_cast<void>(done);
+    return std::string(DP_PROGRAM_FOLDER) + "/" + name;
+}
 
 program_result run_program(const std::string& name, const std::vector<std::string>& arguments) {
     return run(name, arguments, false);
