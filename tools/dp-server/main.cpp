@@ -83,9 +83,7 @@ int finish(const std::string& command, const std::string& problem, const std::st
     return dp_tools::flushed(std::cout) ? dp_tools::exit_code::done : dp_tools::exit_code::failed;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
     CLI::App app{"The operator panel of the simulated server that dp_settingsd serves."};
     options chosen;
     app.require_subcommand(1);
@@ -119,4 +117,10 @@ int main(int argc, char** argv) {
     };
     return finish("update", dp_tools::run_request("update", timeout, place),
                   "updated the BIOS to " + chosen.update_build_id);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    return dp_tools::guarded_main("dp-server", run, argc, argv);
 }

@@ -82,7 +82,7 @@ std::string run_request(const std::string& request, std::chrono::milliseconds ti
     if (!wait_until(deadline, [&] { return flock(lock.get(), LOCK_EX | LOCK_NB) == 0; })) {
         return "another request is still running";
     }
-    if (const std::string problem = prepare(); !problem.empty()) {
+    if (std::string problem = prepare(); !problem.empty()) {
         return problem;
     }
     const std::string answer_name = server_paths::server_answer.str();
@@ -90,7 +90,7 @@ std::string run_request(const std::string& request, std::chrono::milliseconds ti
         return answer_name + ": " + std::strerror(errno);
     }
     const std::string request_name = server_paths::server_request.str();
-    if (const std::string problem = replace_file(request_name, request + "\n"); !problem.empty()) {
+    if (std::string problem = replace_file(request_name, request + "\n"); !problem.empty()) {
         return problem;
     }
     std::optional<std::string> answer;

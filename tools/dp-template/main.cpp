@@ -190,9 +190,7 @@ int compile(const options& chosen) {
     return dp_tools::flushed(std::cout) ? dp_tools::exit_code::done : dp_tools::exit_code::failed;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
     CLI::App app;
     options chosen;
     describe(app, chosen);
@@ -200,4 +198,10 @@ int main(int argc, char** argv) {
         return *code;
     }
     return compile(chosen);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    return dp_tools::guarded_main("dp-template", run, argc, argv);
 }

@@ -30,9 +30,7 @@ std::string configuration_list(const std::string& text) {
     return list;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
     CLI::App app{
         "Expands a BIOS template into its attribute text (-sf), or lists the configurations in "
         "it,\n"
@@ -71,4 +69,10 @@ int main(int argc, char** argv) {
     const std::string error = dp_tools::replace_file(
         output, full_text ? *expanded.text : configuration_list(*expanded.text));
     return error.empty() ? dp_tools::exit_code::done : fail(error);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    return dp_tools::guarded_main("dpspy", run, argc, argv);
 }

@@ -1,5 +1,7 @@
 #include "support/command_line.hpp"
 
+#include <cstdio>
+#include <exception>
 #include <ostream>
 
 namespace dp_tools {
@@ -11,6 +13,17 @@ std::optional<int> parse_command_line(CLI::App& app, int argc, const char* const
         return app.exit(error) == 0 ? exit_code::done : exit_code::wrong_usage;
     }
     return std::nullopt;
+}
+
+int guarded_main(const char* program, int (*body)(int, char**), int argc, char** argv) noexcept {
+    try {
+        return body(argc, argv);
+    } catch (const std::exception& error) {
+        static_cast<void>(std::fprintf(stderr, "%s: %s\n", program, error.what()));
+    } catch (...) {
+        static_cast<void>(std::fprintf(stderr, "%s: unexpected failure\n", program));
+    }
+    return exit_code::failed;
 }
 
 bool flushed(std::ostream& out) {

@@ -24,9 +24,7 @@ std::optional<std::string> find_value(std::istream& in, const std::string& key) 
     return std::nullopt;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
     CLI::App app{"Prints one item of the server's vital product data."};
     std::string key;
     app.add_option("-g", key, "Print the value of KEY; UEFIID is the BIOS's build id")
@@ -56,4 +54,10 @@ int main(int argc, char** argv) {
         return dp_tools::exit_code::failed;
     }
     return dp_tools::exit_code::done;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    return dp_tools::guarded_main("sysvpd", run, argc, argv);
 }
