@@ -2,7 +2,9 @@
 #define DP_BIOS_CIM_HELPER_HPP
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -23,57 +25,88 @@ struct readtimes {
     std::uint32_t force = 0;             ///< non-zero: the next question is answered with a read
 };
 
-/// The BIOS attribute service behind the C API. Not thread-safe.
+/// The BIOS attribute service behind the C API: reads its files on first need and keeps what it
+/// read. Not thread-safe.
 ///
 /// Its file names become part of command lines that a shell runs. They come from the process that
 /// loads the library and are trusted; nothing that is read from a file reaches a command line.
+///
+/// Where a collection's name is a `const char*`, null throws std::logic_error. A call that ends
+/// with any other exception (memory) can be made again: what was not read to its end counts as not
+/// read.
 class cim_helper {
   public:
-    using value_map = std::map<std::string, std::string>;
+    using value_map = std::map<std::string, std::string, std::less<>>;
     using name_lists = std::vector<std::vector<std::string>>;
 
+    // Class-wide, and replaced before first use, by contract.
+    // NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables)
     static std::string dp_api_template_fname;
     /// Item 0: the settings file (values as last set); item 1: the current-values file.
     static std::array<std::string, 2> dp_api_settings_fname;
+    // NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
 
     cim_helper() = default;
     ~cim_helper() = default;
     cim_helper(const cim_helper&) = delete;
     cim_helper& operator=(const cim_helper&) = delete;
 
-    int init();
+    /// Does nothing: every file is read on first need. Always 1.
+    static int init() { return 1; }
 
-    // Template and files (cim_helper_files.cpp).
-    /// Whether `file` must be read (again); then fills `out` for the caller to store with
-    /// `store_read_time` once it has read.
-    int is_read_necessary(const std::string& file, unsigned slot, readtimes& out);
-    int read_template(std::string cfg, bool force, std::vector<template_info>& out);
+    // Reading the files.
+
+    /// 1 when `file` must be read (again), with `out` filled for the caller to store in the slot
+    /// once it has read; 0 when the slot's last read is at most 4 seconds old or the file has not
+    /// changed since. A file that changed in the second in which it was read is read again.
+    int is_read_necessary(const std::string& file, unsigned slot, readtimes& out) const;
+    /// Appends the template's entries of a collection to `out` when the template changed, or in any
+    /// case with `force`. Always 1.
+    int read_template(const std::string& cfg, bool force, std::vector<template_info>& out);
+    /// Appends the names of the collections. 1 read, 0 not necessary.
     int read_config_names(std::vector<std::string>& names);
+    /// Appends the qualified names of the settings file to the lists of their collections. 1 read,
+    /// 0 not necessary.
     int read_setting_instances(name_lists& inst);
+    /// The values of the settings file (`which` 0) or the current-values file (any other), read
+    /// again when necessary. Never null.
     value_map* read_settings(int which);
+    /// 1 when the build id was read (empty without a file), 0 when not necessary.
     int read_uefi_build_id_file(std::string& id);
+    /// 1 when the build-id file was replaced by another id, 0 otherwise.
     static int update_uefi_build_id_file();
-    static std::uint32_t a2i(std::string text, bool hex);
+    /// The same as `template_info::a2i`.
+    static std::uint32_t a2i(const std::string& text, bool hex);
 
-    // Queries (cim_helper_queries.cpp).
+    // Queries.
+
     int init_confignames();
     int init_setting_instances();
-    int get_config_idx(const std::string& name, unsigned* idx);
-    int is_valid_collection(const std::string& name);
+    /// 1 and the first position of the name in the list of collections; 0 when it is not there.
+    int get_config_idx(std::string_view name, unsigned* idx);
+    int is_valid_collection(std::string_view name);
     int get_config_count();
     const char** get_config_names();
     dp_attribute* get_attributes(const char* cfg);
+    /// How many attributes `get_attributes` gave; reads nothing but the list of collections.
     unsigned get_attributes_count(const char* cfg);
+    /// The first attribute with the name's setting part for its id; null without one.
     dp_attribute* get_attribute(const char* name);
     const char** get_attribute_names(const char* cfg);
     unsigned get_attribute_names_count(const char* cfg);
     static int get_setting_value(const value_map* map, const std::string& name, std::string* value);
+    /// Answers each request in `trans`; returns how many failed.
     int get_bios_attribute_value(dp_transaction* trans, unsigned count, int which);
 
-    // Changes (cim_helper_changes.cpp).
+    // Changes.
+
+    /// Appends one command per request, in order, with correlators from 100 up.
     void trans_to_commands(const dp_transaction* trans, unsigned count,
                            std::vector<basic_transaction_command>& cmds) const;
+    /// Writes the batch file; the next one gets another transaction id.
     void write_batch_file(std::vector<basic_transaction_command>& cmds);
+    /// Has the commands carried out and gathers the answers, which may take a minute. How many
+    /// failed, or -1 when there is nothing to do or no answer.
     int process_batch_file(std::vector<basic_transaction_command>& cmds,
                            std::vector<batch_file_entry>& entries);
     /// Index of the first command with that correlator, or -1. The commands are in the order of
@@ -85,12 +118,16 @@ class cim_helper {
     int reset_to_defaults(const char* cfg);
 
   private:
+    // The read-time slots. Two of the files have two readers, each with its own slot.
     static constexpr unsigned slot_settings = 0;
     static constexpr unsigned slot_current = 1;
     static constexpr unsigned slot_template = 2;
     static constexpr unsigned slot_config_names = 3;
     static constexpr unsigned slot_instances = 4;
     static constexpr unsigned slot_build_id = 5;
+
+    bool load_attributes(std::string_view cfg, unsigned& idx);
+    [[nodiscard]] dp_attribute* find_attribute(unsigned idx, std::string_view id);
 
     std::array<value_map, 2> values_;
     std::array<readtimes, 6> read_times_{};
@@ -105,7 +142,7 @@ class cim_helper {
     std::vector<std::vector<const char*>> attribute_names_;
     std::string build_id_;
 
-    // Indexes beside the lists above: first position of a name.
+    // Indexes beside the lists above: the first position of a name or id.
     std::unordered_map<std::string_view, unsigned> config_index_;
     std::vector<std::unordered_map<std::string_view, std::size_t>> attribute_index_;
 };

@@ -8,6 +8,15 @@
  * and changes in any order, and dp_api_uninitialize last. Every function but dp_api_initialize and
  * the setters answers 1, and writes nothing, while the service is not initialised.
  *
+ * Files are read on first need, and again when a function says so. A file that is missing counts as
+ * empty: no collections, no attributes, no values.
+ *
+ * Null: an output pointer may be null, its result is then not given; a null array of requests
+ * counts as an array of none; a null name names nothing; a null new_value is an empty text. Only a
+ * null collection is refused, by a std::logic_error that is thrown out of the function. No other
+ * exception leaves it: when memory runs out or a file breaks off, queries answer 1 and hand nothing
+ * out, the other functions fail as a whole, and the call can be made again.
+ *
  * Threads: the service has no lock; never call it from two threads at once. Files that it shares
  * with other processes are read under advisory file locks.
  *
@@ -66,8 +75,8 @@ typedef struct dp_attribute {
  * texts alive during the call. */
 typedef struct dp_transaction {
     uint32_t status;       /* out: 0 success; 16 no value; 19 the value was cut to 79 characters;
-                              224 not a read; 255 the batch could not be run; else the error code
-                              of the settings service */
+                              224 not a read; 255 the call failed as a whole; else the error code of
+                              the settings service */
     uint32_t operation;    /* in: 1 get, 2 set, 17 getv, 18 setv, 34 delete */
     const char* name;      /* in: collection "." attribute [ "." instance ] */
     const char* new_value; /* in: value to set */
@@ -123,7 +132,7 @@ DP_STATIC_ASSERT_(sizeof(dp_transaction) == 4 * 24, "dp_transaction is 24 words"
 #undef DP_STATIC_ASSERT_
 #endif
 
-/* Creates the service; a second call does nothing. Reads no file. Always 0. */
+/* Creates the service; a second call does nothing. Reads no file. 0; 1 out of memory. */
 DP_C_API int dp_api_initialize(void);
 
 /* Destroys the service, and with it all that it handed out. Always 0. */
@@ -132,22 +141,24 @@ DP_C_API int dp_api_uninitialize(void);
 /* The names of the collections. 0; 1 not initialised. *names is null when there are none. */
 DP_C_API int dp_get_bios_collections(const char*** names, unsigned* count);
 
-/* The attributes of a collection. 0; 1 not initialised; 2 unknown collection.
- * A null collection throws std::logic_error out of this and every other function that takes one. */
+/* The attributes of a collection, as an array that is walked record by record; they are read once.
+ * 0; 1 not initialised; 2 unknown collection. *attrs is null when there are none. */
 DP_C_API int dp_get_bios_attributes(const char* collection, dp_attribute** attrs, unsigned* count);
 
-/* The qualified names of a collection's setting instances, as the settings file lists them. 0; 1
- * not initialised; 2 unknown collection. */
+/* The qualified names of a collection's setting instances, as the settings file lists them; they
+ * are read once. 0; 1 not initialised; 2 unknown collection. *names is null when there are none. */
 DP_C_API int dp_get_bios_attribute_names(const char* collection, const char*** names,
                                          unsigned* count);
 
-/* The attribute of a qualified name. 0 found; 1 not found (*attr is null) or not initialised. */
+/* The first attribute whose id is the middle part of a qualified name (collection "." attribute
+ * [ "." instance ]). 0 found; 1 not found (*attr is null) or not initialised. */
 DP_C_API int dp_get_bios_attribute(const char* name, dp_attribute** attr);
 
 /* Reads the values of trans[0 .. count-1], whose operation must be 1, from the settings file (which
  * 0: as last set) or the current-values file (any other which: in force). Number of requests that
- * failed; 1 not initialised. A file is read again when it changed and the last read lies more than
- * 4 seconds back. */
+ * failed, each with its reason in status (a value that was cut did not fail); 1 also when not
+ * initialised. A file is read again when it changed and the last read lies more than 4 seconds
+ * back, the settings file also after every batch. */
 DP_C_API int dp_get_bios_attribute_value(dp_transaction* trans, unsigned count, int which);
 
 /* Has the settings service carry out trans[0 .. count-1] as one batch and waits for it, at most
@@ -173,7 +184,8 @@ DP_C_API int dp_bios_reset_to_defaults(const char* collection);
 
 /* Replace the service's file names, before its first use. They outlive the service. The names
  * become part of command lines that a shell runs: they come from the program itself and are
- * trusted, never from a file or a user. A null name is ignored. These three have C++ linkage. */
+ * trusted, never from a file or a user. A null name is ignored. These three have C++ linkage and
+ * may throw std::bad_alloc. */
 DP_C_API void dp_cim_change_template_fname(const char* fname);
 DP_C_API void dp_cim_change_settings_fname(const char* fname);
 DP_C_API void dp_cim_change_current_fname(const char* fname);

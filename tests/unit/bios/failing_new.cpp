@@ -8,14 +8,16 @@ namespace {
 
 thread_local bool armed = false;
 thread_local int successes_left = 0;
+thread_local bool lasts = false;
 thread_local bool reached = false;
 
 }  // namespace
 
 namespace test {
 
-failing_new::failing_new(int successes) {
+failing_new::failing_new(int successes, bool lasting) {
     successes_left = successes;
+    lasts = lasting;
     reached = false;
     armed = true;
 }
@@ -28,12 +30,20 @@ bool failing_new::failed() {
     return reached;
 }
 
+spared_new::spared_new() : armed_(armed) {
+    armed = false;
+}
+
+spared_new::~spared_new() {
+    armed = armed_;
+}
+
 }  // namespace test
 
-// The program's own allocation; array forms and sized deletes end here too.
+// The program's own allocation; the array and no-throw forms and sized deletes end here too.
 void* operator new(std::size_t size) {
-    if (armed && successes_left-- == 0) {
-        armed = false;
+    if (armed && successes_left-- <= 0) {
+        armed = lasts;
         reached = true;
         throw std::bad_alloc();
     }

@@ -3,17 +3,29 @@
 
 namespace test {
 
-/// Lets one allocation of this program fail: the one after `successes` others on this thread.
-/// Construct one around the call under test.
+/// Lets one allocation of this program fail: the one after `successes` others on this thread; with
+/// `lasting` all later ones too. Construct one around the call under test.
 class failing_new {
   public:
-    explicit failing_new(int successes);
+    explicit failing_new(int successes, bool lasting = false);
     ~failing_new();
     failing_new(const failing_new&) = delete;
     failing_new& operator=(const failing_new&) = delete;
 
     /// Whether the failure was reached.
     [[nodiscard]] static bool failed();
+};
+
+/// Around what a test itself does during a call under test: its allocations neither fail nor count.
+class spared_new {
+  public:
+    spared_new();
+    ~spared_new();
+    spared_new(const spared_new&) = delete;
+    spared_new& operator=(const spared_new&) = delete;
+
+  private:
+    bool armed_;
 };
 
 }  // namespace test

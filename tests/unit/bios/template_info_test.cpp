@@ -1,6 +1,8 @@
 #include "bios/template_info.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstddef>
@@ -16,30 +18,17 @@
 #include <vector>
 
 #include "tests/support/plain_template_reader.hpp"
+#include "tests/support/template_text.hpp"
 #include "tests/support/test_platform.hpp"
 
 namespace {
 
 using namespace std::string_literals;
+using test::item;
+using test::record;
 
 static_assert(std::is_same_v<dp::template_info, template_info>);
 static_assert(std::is_nothrow_move_constructible_v<template_info>, "vectors of entries grow by it");
-
-std::string item(std::string_view key, std::string_view value) {
-    std::string text(key);
-    text += ':';
-    text += value;
-    text += '\x95';
-    return text;
-}
-
-std::string record(std::initializer_list<std::string> items) {
-    std::string text;
-    for (const auto& one : items) {
-        text += one;
-    }
-    return text + "\xA7\n";
-}
 
 auto fields(const template_info& info) {
     const auto texts = std::tie(info.id, info.spif, info.grif, info.cfg, info.cfgname, info.cfgsetn,
@@ -51,10 +40,28 @@ auto fields(const template_info& info) {
     return std::tuple_cat(texts, numbers);
 }
 
+// A file in memory: thousands of cases would keep a disk busy.
+class memory_file {
+  public:
+    memory_file() : fd_(memfd_create("template", 0)) {}
+    ~memory_file() { close(fd_); }
+    memory_file(const memory_file&) = delete;
+    memory_file& operator=(const memory_file&) = delete;
+
+    std::ifstream hold(const std::string& bytes) {
+        EXPECT_EQ(ftruncate(fd_, 0), 0);
+        EXPECT_EQ(pwrite(fd_, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
+        return std::ifstream("/proc/self/fd/" + std::to_string(fd_), std::ios::binary);
+    }
+
+  private:
+    int fd_;
+};
+
 std::vector<template_info> read(const std::string& bytes, const std::string& cfg = "") {
-    const std::string path = test::root() + "/template.txt";
-    test::write_file(path, bytes);
-    std::ifstream in(path, std::ios::binary);
+    static memory_file file;
+    std::ifstream in = file.hold(bytes);
+    EXPECT_TRUE(in.is_open());
     std::vector<template_info> entries;
     EXPECT_EQ(template_info::read_settings(in, entries, cfg), 0);
     return entries;

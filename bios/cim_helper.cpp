@@ -1,0 +1,600 @@
+#include "bios/cim_helper.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <utility>
+
+#include "batch/batch_file_loader.hpp"
+#include "batch/batch_file_settings_rdr.hpp"
+#include "batch/batch_list_info.hpp"
+#include "batch/qualified_setting_name.hpp"
+#include "common/clock.hpp"
+#include "common/file_locks.hpp"
+#include "common/file_utilities.hpp"
+#include "common/fixed_paths.hpp"
+#include "common/log.hpp"
+#include "common/numbers.hpp"
+#include "transactions/command_status.hpp"
+#include "transactions/operations.hpp"
+
+namespace dp {
+namespace {
+
+constexpr std::int64_t fresh_seconds = 4;
+
+constexpr std::uint32_t first_correlator = 100;
+
+constexpr int result_tries = 60;
+constexpr int result_interval_ms = 1000;
+
+// Answers of the operations.
+constexpr int unknown_collection = 2;
+constexpr int no_result_entries = 3;
+constexpr int reset_failed = 3;
+constexpr int collections_changed = 4;
+constexpr int instances_changed = 5;
+constexpr int build_id_changed = 6;
+
+std::string_view collection_name(const char* cfg) {
+    if (cfg == nullptr) {
+        throw std::logic_error("null collection name");
+    }
+    return cfg;
+}
+
+// The bytes of a file as far as they can be read. Line by line from a stream would do, were it not
+// that streams swallow it when memory runs out.
+std::string file_text(const std::string& file) {
+    std::ifstream in(file, std::ios::binary);
+    std::array<char, 4096> block{};
+    std::string text;
+    do {
+        in.read(block.data(), block.size());
+        text.append(block.data(), static_cast<std::size_t>(in.gcount()));
+    } while (in);
+    return text;
+}
+
+// The names and values of a settings file, aligned and in its order; none without a file.
+void read_settings_file(const std::string& file, std::vector<std::string>& names,
+                        std::vector<std::string>& values) {
+    std::stringstream text;
+    batch_file_settings_rdr reader(&names, &values);
+    // A stream swallows what goes wrong inside, but half a file must not pass for a whole one.
+    text.exceptions(std::ios::badbit | std::ios::failbit);
+    reader.decompress(file, text);
+    text.exceptions(std::ios::badbit);
+    reader.read_file(text, nullptr);
+}
+
+// Has the outside tool make `text_file` anew out of the template when the template is newer. How
+// that went shows only in the file.
+void expand_template(const char* options, const std::string& text_file) {
+    const std::string& template_file = cim_helper::dp_api_template_fname;
+    if (!file_newer_than(template_file, text_file)) {
+        return;
+    }
+    const std::string command =
+        fixed_paths::dpspy.str() + options + template_file + " -o " + text_file;
+    log_line(log_level::trace_4, "LOG", command);
+    [[maybe_unused]] const int result = std::system(command.c_str());
+}
+
+void remove_file(const std::string& file) {
+    if (std::remove(file.c_str()) != 0 && errno != ENOENT) {
+        const int error = errno;
+        log_line(log_level::trace_4, "LOG", "remove ", file, " failed, errno= ", error);
+    }
+}
+
+void set_status(dp_transaction& request, std::int32_t status) {
+    request.status = static_cast<std::uint32_t>(status);
+}
+
+void answer_with_value(dp_transaction& request, std::string_view value) {
+    constexpr std::size_t most = sizeof(request.value) - 1;
+    const std::size_t length = std::min(value.size(), most);
+    value.copy(request.value, length);
+    request.value[length] = '\0';
+    set_status(request, value.size() > most ? command_status::value_cut : command_status::success);
+}
+
+// False when the request failed.
+bool answer_request(dp_transaction& request, const cim_helper::value_map& values) {
+    if (request.operation != op_get) {
+        set_status(request, command_status::unknown_operation);
+        return false;
+    }
+    const auto found = request.name != nullptr ? values.find(std::string_view(request.name))  //
+                                               : values.end();
+    if (found == values.end()) {
+        set_status(request, command_status::unresolved);
+        return false;
+    }
+    if (batch_list_info::is_full_form(found->second)) {
+        answer_with_value(request, batch_list_info().tersify(found->second));
+    } else {
+        answer_with_value(request, found->second);
+    }
+    return true;
+}
+
+}  // namespace
+
+// NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables): see their declarations.
+std::string cim_helper::dp_api_template_fname = fixed_paths::uefi_template.str();
+std::array<std::string, 2> cim_helper::dp_api_settings_fname = {fixed_paths::uefi_settings.str(),
+                                                                fixed_paths::uefi_current.str()};
+// NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
+
+// Reading the files.
+
+int cim_helper::is_read_necessary(const std::string& file, unsigned slot, readtimes& out) const {
+    const std::int64_t now = current_time();
+    const readtimes& last = read_times_[slot];
+    if (last.force == 0 && last.read_time + fresh_seconds >= now) {
+        return 0;
+    }
+    const std::int32_t modified = mtime(file);
+    // Modification times are cut to 32 bits, and so is the read time that is held against them.
+    if (last.force == 0 && last.modification_time == modified &&
+        static_cast<std::int32_t>(last.read_time) != modified) {
+        return 0;
+    }
+    out = {now, modified, 0};
+    return 1;
+}
+
+int cim_helper::read_template(const std::string& cfg, bool force, std::vector<template_info>& out) {
+    readtimes times;
+    const bool necessary = is_read_necessary(dp_api_template_fname, slot_template, times) != 0;
+    if (!necessary && !force) {
+        return 1;
+    }
+    const readlock lock(dp_api_template_fname);
+    const std::string text_file = fixed_paths::uefi_info.str();
+    expand_template(" -sf  -i ", text_file);
+    {
+        std::ifstream in(text_file, std::ios::binary);
+        template_info::read_settings(in, out, cfg);
+    }
+    if (necessary) {
+        read_times_[slot_template] = times;
+    }
+    return 1;
+}
+
+int cim_helper::read_config_names(std::vector<std::string>& names) {
+    readtimes times;
+    if (is_read_necessary(dp_api_template_fname, slot_config_names, times) == 0) {
+        return 0;
+    }
+    const readlock lock(dp_api_template_fname);
+    const std::string list_file = fixed_paths::uefi_configs.str();
+    expand_template(" -sc -i ", list_file);
+    const std::string list = file_text(list_file);
+    for (std::size_t begin = 0; begin < list.size();) {
+        const std::size_t end = std::min(list.find('\n', begin), list.size());
+        if (end != begin) {
+            names.emplace_back(list, begin, end - begin);
+        }
+        begin = end + 1;
+    }
+    read_times_[slot_config_names] = times;
+    return 1;
+}
+
+int cim_helper::read_setting_instances(name_lists& inst) {
+    readtimes times;
+    const std::string& file = dp_api_settings_fname[0];
+    if (is_read_necessary(file, slot_instances, times) == 0) {
+        return 0;
+    }
+    const readlock lock(file);
+    std::vector<std::string> names;
+    std::vector<std::string> values;
+    read_settings_file(file, names, values);
+    init_confignames();
+    inst.resize(config_names_.size());
+    qualified_setting_name parts;
+    for (std::string& name : names) {
+        parts.parse(name);
+        unsigned idx = 0;
+        if (get_config_idx(parts.configuration, &idx) != 0) {
+            inst[idx].push_back(std::move(name));
+        }
+    }
+    read_times_[slot_instances] = times;
+    return 1;
+}
+
+cim_helper::value_map* cim_helper::read_settings(int which) {
+    const unsigned slot = which == 0 ? slot_settings : slot_current;
+    const std::string& file = dp_api_settings_fname[slot];
+    value_map& map = values_[slot];
+    readtimes times;
+    if (is_read_necessary(file, slot, times) == 0) {
+        return &map;
+    }
+    const readlock lock(file);
+    std::vector<std::string> names;
+    std::vector<std::string> values;
+    read_settings_file(file, names, values);
+    map.clear();
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        map.insert_or_assign(std::move(names[i]), std::move(values[i]));
+    }
+    read_times_[slot] = times;
+    return &map;
+}
+
+int cim_helper::read_uefi_build_id_file(std::string& id) {
+    readtimes times;
+    const std::string file = fixed_paths::uefi_build_id.str();
+    if (is_read_necessary(file, slot_build_id, times) == 0) {
+        return 0;
+    }
+    const readlock lock(file);
+    const std::string text = file_text(file);
+    id.assign(text, 0, text.find('\n'));
+    read_times_[slot_build_id] = times;
+    return 1;
+}
+
+int cim_helper::update_uefi_build_id_file() {
+    const std::string file = fixed_paths::uefi_build_id.str();
+    const std::string fresh = tempname(fixed_paths::temporary_folder.str(), "uefiinfo");
+    const std::string command = fixed_paths::sysvpd.str() + " -g UEFIID > " + fresh;
+    if (std::system(command.c_str()) != 0) {
+        log_error_line("Failed running sysvpd");
+    }
+    int replaced = 0;
+    if (compfile(fresh, file) == 0) {
+        const writelock lock(file);
+        copyfile(fresh, file);
+        replaced = 1;
+    }
+    remove_file(fresh);
+    return replaced;
+}
+
+std::uint32_t cim_helper::a2i(const std::string& text, bool hex) {
+    return template_info::a2i(text, hex);
+}
+
+// Queries.
+
+int cim_helper::init_confignames() {
+    if (confignames_ready_ != 0) {
+        return 1;
+    }
+    std::vector<std::string> names;
+    if (read_config_names(names) != 0) {
+        config_names_ = std::move(names);
+    }
+    config_name_pointers_.clear();
+    config_index_.clear();
+    for (std::size_t i = 0; i < config_names_.size(); ++i) {
+        config_index_.emplace(config_names_[i], static_cast<unsigned>(i));
+        if (!config_names_[i].empty()) {
+            config_name_pointers_.push_back(config_names_[i].c_str());
+        }
+    }
+    templates_.resize(config_names_.size());
+    attributes_.resize(config_names_.size());
+    attribute_index_.resize(config_names_.size());
+    read_uefi_build_id_file(build_id_);
+    confignames_ready_ = 1;
+    return 1;
+}
+
+int cim_helper::init_setting_instances() {
+    if (instances_ready_ != 0) {
+        return 1;
+    }
+    name_lists inst;
+    if (read_setting_instances(inst) != 0) {
+        instances_ = std::move(inst);
+    }
+    attribute_names_.clear();
+    attribute_names_.resize(instances_.size());
+    for (std::size_t i = 0; i < instances_.size(); ++i) {
+        attribute_names_[i].reserve(instances_[i].size());
+        for (const std::string& name : instances_[i]) {
+            attribute_names_[i].push_back(name.c_str());
+        }
+    }
+    instances_ready_ = 1;
+    return 1;
+}
+
+int cim_helper::get_config_idx(std::string_view name, unsigned* idx) {
+    init_confignames();
+    const auto found = config_index_.find(name);
+    if (found == config_index_.end()) {
+        return 0;
+    }
+    if (idx != nullptr) {
+        *idx = found->second;
+    }
+    return 1;
+}
+
+int cim_helper::is_valid_collection(std::string_view name) {
+    return get_config_idx(name, nullptr);
+}
+
+int cim_helper::get_config_count() {
+    init_confignames();
+    return static_cast<int>(config_name_pointers_.size());
+}
+
+const char** cim_helper::get_config_names() {
+    init_confignames();
+    return config_name_pointers_.empty() ? nullptr : config_name_pointers_.data();
+}
+
+// Makes the attributes of a collection ready, once there are any. False for an unknown one.
+bool cim_helper::load_attributes(std::string_view cfg, unsigned& idx) {
+    if (get_config_idx(cfg, &idx) == 0) {
+        return false;
+    }
+    if (!attributes_[idx].empty()) {
+        return true;
+    }
+    std::vector<template_info> entries;
+    read_template(config_names_[idx], true, entries);
+    std::vector<dp_attribute> attributes;
+    std::unordered_map<std::string_view, std::size_t> index;
+    attributes.reserve(entries.size());
+    index.reserve(entries.size());
+    for (template_info& entry : entries) {
+        if (batch_list_info::is_full_form(entry.dft)) {
+            entry.dft = batch_list_info().tersify(entry.dft);
+        }
+        dp_attribute& attribute = attributes.emplace_back();
+        entry.convert_to_attribute(attribute);
+        index.emplace(attribute.id, attributes.size() - 1);
+    }
+    // Moving a vector leaves its entries, and with them the texts, where they are.
+    templates_[idx] = std::move(entries);
+    attributes_[idx] = std::move(attributes);
+    attribute_index_[idx] = std::move(index);
+    return true;
+}
+
+dp_attribute* cim_helper::find_attribute(unsigned idx, std::string_view id) {
+    const auto found = attribute_index_[idx].find(id);
+    return found != attribute_index_[idx].end() ? &attributes_[idx][found->second] : nullptr;
+}
+
+dp_attribute* cim_helper::get_attributes(const char* cfg) {
+    unsigned idx = 0;
+    if (!load_attributes(collection_name(cfg), idx) || attributes_[idx].empty()) {
+        return nullptr;
+    }
+    return attributes_[idx].data();
+}
+
+unsigned cim_helper::get_attributes_count(const char* cfg) {
+    unsigned idx = 0;
+    if (get_config_idx(collection_name(cfg), &idx) == 0) {
+        return 0;
+    }
+    return static_cast<unsigned>(attributes_[idx].size());
+}
+
+dp_attribute* cim_helper::get_attribute(const char* name) {
+    if (name == nullptr) {
+        return nullptr;
+    }
+    qualified_setting_name parts;
+    parts.parse(name);
+    unsigned idx = 0;
+    return load_attributes(parts.configuration, idx) ? find_attribute(idx, parts.setting) : nullptr;
+}
+
+const char** cim_helper::get_attribute_names(const char* cfg) {
+    const std::string_view name = collection_name(cfg);
+    init_setting_instances();
+    unsigned idx = 0;
+    if (get_config_idx(name, &idx) == 0 || idx >= attribute_names_.size() ||
+        attribute_names_[idx].empty()) {
+        return nullptr;
+    }
+    return attribute_names_[idx].data();
+}
+
+unsigned cim_helper::get_attribute_names_count(const char* cfg) {
+    const std::string_view name = collection_name(cfg);
+    init_setting_instances();
+    unsigned idx = 0;
+    if (get_config_idx(name, &idx) == 0 || idx >= attribute_names_.size()) {
+        return 0;
+    }
+    return static_cast<unsigned>(attribute_names_[idx].size());
+}
+
+int cim_helper::get_setting_value(const value_map* map, const std::string& name,
+                                  std::string* value) {
+    const auto found = map->find(name);
+    if (found == map->end()) {
+        return 0;
+    }
+    *value = found->second;
+    return 1;
+}
+
+int cim_helper::get_bios_attribute_value(dp_transaction* trans, unsigned count, int which) {
+    const value_map& values = *read_settings(which);
+    if (trans == nullptr) {
+        return 0;
+    }
+    int failed = 0;
+    for (unsigned i = 0; i < count; ++i) {
+        if (!answer_request(trans[i], values)) {
+            ++failed;
+        }
+    }
+    return failed;
+}
+
+// Changes.
+
+void cim_helper::trans_to_commands(const dp_transaction* trans, unsigned count,
+                                   std::vector<basic_transaction_command>& cmds) const {
+    if (trans == nullptr) {
+        return;
+    }
+    const std::string tid = "<cim-" + std::to_string(correlator_) + ">";
+    for (unsigned i = 0; i < count; ++i) {
+        const dp_transaction& request = trans[i];
+        basic_transaction_command& command = cmds.emplace_back();
+        command.correlator = first_correlator + i;
+        command.tid = tid;
+        command.operation = static_cast<operations>(request.operation);
+        command.name = request.name != nullptr ? request.name : "";
+        command.value_in = request.new_value != nullptr ? request.new_value : "";
+    }
+}
+
+void cim_helper::write_batch_file(std::vector<basic_transaction_command>& cmds) {
+    std::ofstream out(fixed_paths::batch.str(), std::ios::binary);
+    if (out) {
+        for (basic_transaction_command& command : cmds) {
+            command.write_terse_output(out);
+            out << '\n' << std::flush;
+        }
+    }
+    out.close();
+    ++correlator_;
+}
+
+int cim_helper::process_batch_file(std::vector<basic_transaction_command>& cmds,
+                                   std::vector<batch_file_entry>& entries) {
+    if (cmds.empty()) {
+        return -1;
+    }
+    const std::string result_file = fixed_paths::batch_result.str();
+    // An earlier batch's answer is never taken for this one's.
+    remove_file(result_file);
+    write_batch_file(cmds);
+    if (!wait_for_file_exists(result_file, result_tries, result_interval_ms)) {
+        return -1;
+    }
+    // Whatever the answer says, values may have changed.
+    read_times_[slot_settings].force = 1;
+    std::ifstream in(result_file, std::ios::binary);
+    if (!in) {
+        return -1;
+    }
+    batch_file_loader loader(&entries);
+    loader.read_file(in, nullptr);
+    // A folder, or an answer that breaks off: it says nothing about the commands that it lacks.
+    return in.bad() ? -1 : static_cast<int>(loader.failed);
+}
+
+int cim_helper::find_correlator_index(const std::vector<basic_transaction_command>& cmds,
+                                      std::uint32_t corr) {
+    const auto found =
+        std::lower_bound(cmds.begin(), cmds.end(), corr,
+                         [](const basic_transaction_command& command, std::uint32_t wanted) {
+                             return command.correlator < wanted;
+                         });
+    if (found == cmds.end() || found->correlator != corr) {
+        return -1;
+    }
+    return static_cast<int>(found - cmds.begin());
+}
+
+int cim_helper::set_bios_attribute_value(dp_transaction* trans, unsigned count) {
+    std::vector<basic_transaction_command> cmds;
+    std::vector<batch_file_entry> entries;
+    trans_to_commands(trans, count, cmds);
+    const int result = process_batch_file(cmds, entries);
+    if (result == -1) {
+        // There are as many commands as requests, and none for a null array.
+        for (std::size_t i = 0; i < cmds.size(); ++i) {
+            set_status(trans[i], command_status::not_run);
+        }
+        return -1;
+    }
+    if (result == 0) {
+        return 0;
+    }
+    if (entries.empty()) {
+        return no_result_entries;
+    }
+    for (const batch_file_entry& entry : entries) {
+        if (entry.status == "0") {
+            continue;
+        }
+        const int index = find_correlator_index(cmds, parse_unsigned(entry.detail).value);
+        if (index != -1) {
+            trans[index].status = parse_unsigned(entry.status).value;
+        }
+    }
+    return result;
+}
+
+int cim_helper::need_reinit(const char* cfg) {
+    if (is_valid_collection(collection_name(cfg)) == 0) {
+        return unknown_collection;
+    }
+    std::vector<std::string> names;
+    if (read_config_names(names) != 0) {
+        if (names.size() != config_names_.size() ||
+            std::any_of(names.begin(), names.end(), [this](const std::string& name) {
+                return get_config_idx(name, nullptr) == 0;
+            })) {
+            return collections_changed;
+        }
+    }
+    init_setting_instances();
+    name_lists inst;
+    if (read_setting_instances(inst) != 0 && inst != instances_) {
+        return instances_changed;
+    }
+    std::string id;
+    if (read_uefi_build_id_file(id) != 0 && id != build_id_) {
+        return build_id_changed;
+    }
+    return 0;
+}
+
+int cim_helper::reset_to_defaults(const char* cfg) {
+    const std::string_view collection = collection_name(cfg);
+    unsigned idx = 0;
+    if (get_config_idx(collection, &idx) == 0) {
+        return unknown_collection;
+    }
+    init_setting_instances();
+    std::vector<basic_transaction_command> cmds;
+    // The attributes are looked up in one collection, so that a template without any of them is
+    // read once and not for each instance.
+    if (idx < instances_.size() && !instances_[idx].empty() && load_attributes(collection, idx)) {
+        qualified_setting_name parts;
+        for (const std::string& name : instances_[idx]) {
+            parts.parse(name);
+            const dp_attribute* attribute = find_attribute(idx, parts.setting);
+            if (attribute == nullptr) {
+                continue;
+            }
+            dp_transaction request{};
+            request.operation = std::strcmp(attribute->dfa, "remove") == 0 ? op_delete : op_set;
+            request.name = name.c_str();
+            request.new_value = attribute->dft;
+            trans_to_commands(&request, 1, cmds);
+        }
+    }
+    std::vector<batch_file_entry> entries;
+    return process_batch_file(cmds, entries) != 0 ? reset_failed : 0;
+}
+
+}  // namespace dp

@@ -1,0 +1,193 @@
+#include "bios/dp_api.h"
+
+#include <cxxabi.h>
+
+#include <memory>
+#include <new>
+#include <stdexcept>
+
+#include "bios/cim_helper.hpp"
+#include "transactions/command_status.hpp"
+
+namespace {
+
+constexpr int failed = 1;
+constexpr int unknown_collection = 2;
+constexpr int reset_failed = 3;
+
+std::unique_ptr<dp::cim_helper>& service() {
+    static std::unique_ptr<dp::cim_helper> instance;
+    return instance;
+}
+
+void refuse_null(const char* collection) {
+    if (collection == nullptr) {
+        throw std::logic_error("null collection name");
+    }
+}
+
+// Runs `call` with the service. No exception may reach a C caller: `otherwise` answers for it.
+template <class Call, class Otherwise>
+int guarded(Call call, Otherwise otherwise) {
+    try {
+        return call(*service());
+    } catch (const abi::__forced_unwind&) {
+        throw;  // The thread is being cancelled: not a failure, and not ours to stop.
+    } catch (...) {
+        return otherwise();
+    }
+}
+
+template <class Call>
+int guarded(Call call) {
+    return guarded(call, [] { return failed; });
+}
+
+template <class Value>
+void give(Value* output, Value value) {
+    if (output != nullptr) {
+        *output = value;
+    }
+}
+
+void set_every_status(dp_transaction* trans, unsigned count, std::int32_t status) {
+    for (unsigned i = 0; trans != nullptr && i < count; ++i) {
+        trans[i].status = static_cast<std::uint32_t>(status);
+    }
+}
+
+}  // namespace
+
+int dp_api_initialize() {
+    if (!service()) {
+        service().reset(new (std::nothrow) dp::cim_helper);
+        if (!service()) {
+            return failed;
+        }
+        dp::cim_helper::init();
+    }
+    return 0;
+}
+
+int dp_api_uninitialize() {
+    service().reset();
+    return 0;
+}
+
+int dp_get_bios_collections(const char*** names, unsigned* count) {
+    if (!service()) {
+        return failed;
+    }
+    return guarded([&](dp::cim_helper& helper) {
+        const char** list = helper.get_config_names();
+        give(names, list);
+        give(count, static_cast<unsigned>(helper.get_config_count()));
+        return 0;
+    });
+}
+
+int dp_get_bios_attributes(const char* collection, dp_attribute** attrs, unsigned* count) {
+    if (!service()) {
+        return failed;
+    }
+    refuse_null(collection);
+    return guarded([&](dp::cim_helper& helper) {
+        if (helper.is_valid_collection(collection) == 0) {
+            return unknown_collection;
+        }
+        dp_attribute* list = helper.get_attributes(collection);
+        give(attrs, list);
+        give(count, helper.get_attributes_count(collection));
+        return 0;
+    });
+}
+
+int dp_get_bios_attribute_names(const char* collection, const char*** names, unsigned* count) {
+    if (!service()) {
+        return failed;
+    }
+    refuse_null(collection);
+    return guarded([&](dp::cim_helper& helper) {
+        if (helper.is_valid_collection(collection) == 0) {
+            return unknown_collection;
+        }
+        const char** list = helper.get_attribute_names(collection);
+        give(names, list);
+        give(count, helper.get_attribute_names_count(collection));
+        return 0;
+    });
+}
+
+int dp_get_bios_attribute(const char* name, dp_attribute** attr) {
+    if (!service()) {
+        return failed;
+    }
+    dp_attribute* found = nullptr;
+    const int result = guarded([&](dp::cim_helper& helper) {
+        found = helper.get_attribute(name);
+        return found != nullptr ? 0 : failed;
+    });
+    give(attr, found);
+    return result;
+}
+
+int dp_get_bios_attribute_value(dp_transaction* trans, unsigned count, int which) {
+    if (!service()) {
+        return failed;
+    }
+    return guarded(
+        [&](dp::cim_helper& helper) {
+            return helper.get_bios_attribute_value(trans, count, which);
+        },
+        [&] {
+            set_every_status(trans, count, dp::command_status::not_run);
+            return static_cast<int>(count);
+        });
+}
+
+int dp_set_bios_attribute_value(dp_transaction* trans, unsigned count) {
+    if (!service()) {
+        return failed;
+    }
+    return guarded(
+        [&](dp::cim_helper& helper) { return helper.set_bios_attribute_value(trans, count); },
+        [&] {
+            set_every_status(trans, count, dp::command_status::not_run);
+            return -1;
+        });
+}
+
+int dp_bios_need_reinit(const char* collection) {
+    if (!service()) {
+        return failed;
+    }
+    refuse_null(collection);
+    return guarded([&](dp::cim_helper& helper) { return helper.need_reinit(collection); });
+}
+
+int dp_bios_reset_to_defaults(const char* collection) {
+    if (!service()) {
+        return failed;
+    }
+    refuse_null(collection);
+    return guarded([&](dp::cim_helper& helper) { return helper.reset_to_defaults(collection); },
+                   [] { return reset_failed; });
+}
+
+void dp_cim_change_template_fname(const char* fname) {
+    if (fname != nullptr) {
+        dp::cim_helper::dp_api_template_fname = fname;
+    }
+}
+
+void dp_cim_change_settings_fname(const char* fname) {
+    if (fname != nullptr) {
+        dp::cim_helper::dp_api_settings_fname[0] = fname;
+    }
+}
+
+void dp_cim_change_current_fname(const char* fname) {
+    if (fname != nullptr) {
+        dp::cim_helper::dp_api_settings_fname[1] = fname;
+    }
+}

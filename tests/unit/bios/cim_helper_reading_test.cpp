@@ -1,0 +1,537 @@
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "bios/cim_helper.hpp"
+#include "common/file_locks.hpp"
+#include "common/log.hpp"
+#include "tests/support/template_text.hpp"
+#include "tests/unit/bios/bios_service.hpp"
+
+namespace {
+
+using dp::cim_helper;
+using dp::readtimes;
+using test::attribute;
+using test::setting;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using lines = std::vector<test::recording_log::line>;
+
+class reading : public test::bios_service {
+  protected:
+    // The question that a slot's reader asks; an answer of 1 is stored by really reading.
+    int settings_read_necessary() {
+        readtimes out;
+        return helper.is_read_necessary(settings_file, 0, out);
+    }
+
+    std::vector<std::string> template_ids(const std::string& cfg, bool force) {
+        std::vector<template_info> entries;
+        EXPECT_EQ(helper.read_template(cfg, force, entries), 1);
+        std::vector<std::string> ids;
+        for (const auto& entry : entries) {
+            ids.push_back(entry.id);
+        }
+        return ids;
+    }
+
+    std::string value(const std::string& name, int which = 0) {
+        std::string text;
+        return cim_helper::get_setting_value(helper.read_settings(which), name, &text) != 0
+                   ? text
+                   : "(none)";
+    }
+
+    // A tool that keeps its command lines and copies a prepared text to where it is told.
+    void install_dpspy() {
+        test::write_script(dpspy, "printf '%s\\n' \"$*\" >> " + calls_file + "\n" +
+                                      "while [ \"$1\" != -o ]; do shift; done\n" + "cp " +
+                                      prepared_file + " \"$2\"");
+    }
+
+    std::string calls() { return test::read_file(calls_file); }
+
+    const std::string calls_file = test::root() + "/calls";
+    const std::string prepared_file = test::root() + "/prepared";
+    cim_helper helper;
+};
+
+TEST_F(reading, file_that_was_never_read_must_be_read) {
+    readtimes out{1, 2, 3};
+    write_aged(settings_file, "", 100);
+    EXPECT_EQ(helper.is_read_necessary(settings_file, 0, out), 1);
+    EXPECT_EQ(out.read_time, time.now());
+    EXPECT_EQ(out.modification_time, time.now() - 100);
+    EXPECT_EQ(out.force, 0U);
+}
+
+TEST_F(reading, question_alone_does_not_count_as_a_read) {
+    write_aged(settings_file, "", 100);
+    EXPECT_EQ(settings_read_necessary(), 1);
+    EXPECT_EQ(settings_read_necessary(), 1);
+}
+
+TEST_F(reading, file_is_fresh_for_four_seconds) {
+    write_aged(settings_file, setting("Main.A", "old"), 100);
+    EXPECT_EQ(value("Main.A"), "old");
+    write_aged(settings_file, setting("Main.A", "new"), 50);
+    for (int seconds = 0; seconds <= 4; ++seconds) {
+        EXPECT_EQ(settings_read_necessary(), 0) << seconds;
+        EXPECT_EQ(value("Main.A"), "old") << seconds;
+        time.advance(1);
+    }
+    EXPECT_EQ(settings_read_necessary(), 1);
+    EXPECT_EQ(value("Main.A"), "new");
+}
+
+TEST_F(reading, unchanged_file_is_not_read_again) {
+    write_aged(settings_file, setting("Main.A", "1"), 100);
+    EXPECT_EQ(value("Main.A"), "1");
+    time.advance(1000);
+    readtimes out{1, 2, 3};
+    EXPECT_EQ(helper.is_read_necessary(settings_file, 0, out), 0);
+    EXPECT_EQ(out.read_time, 1) << "untouched when no read is necessary";
+}
+
+TEST_F(reading, file_with_an_older_time_has_changed_too) {
+    write_aged(settings_file, setting("Main.A", "1"), 100);
+    EXPECT_EQ(value("Main.A"), "1");
+    write_aged(settings_file, setting("Main.A", "2"), 200);
+    time.advance(5);
+    EXPECT_EQ(value("Main.A"), "2");
+}
+
+TEST_F(reading, file_that_changed_in_the_second_of_its_read_is_read_again) {
+    write_aged(settings_file, setting("Main.A", "1"), 0);
+    EXPECT_EQ(value("Main.A"), "1");
+    write_aged(settings_file, setting("Main.A", "2"), 0);
+    time.advance(4);
+    EXPECT_EQ(value("Main.A"), "1") << "fresh all the same";
+    time.advance(1);
+    EXPECT_EQ(value("Main.A"), "2");
+    time.advance(5);
+    EXPECT_EQ(settings_read_necessary(), 0) << "its read now lies behind its change";
+}
+
+TEST_F(reading, clock_that_was_set_back_keeps_a_file_fresh) {
+    write_aged(settings_file, setting("Main.A", "1"), 100);
+    EXPECT_EQ(value("Main.A"), "1");
+    test::set_mtime(settings_file, time.now() - 99);
+    time.advance(-1000);
+    EXPECT_EQ(settings_read_necessary(), 0);
+}
+
+TEST_F(reading, times_past_the_32_bit_second_are_told_apart) {
+    time.milliseconds = 4'102'444'800'000;  // in the year 2100
+    write_aged(settings_file, setting("Main.A", "1"), 0);
+    EXPECT_EQ(value("Main.A"), "1");
+    write_aged(settings_file, setting("Main.A", "2"), 0);
+    time.advance(5);
+    EXPECT_EQ(value("Main.A"), "2") << "changed in the second of its read";
+    time.advance(5);
+    EXPECT_EQ(settings_read_necessary(), 0);
+}
+
+TEST_F(reading, missing_file_is_read_once_and_again_when_it_appears) {
+    EXPECT_EQ(value("Main.A"), "(none)");
+    time.advance(100);
+    EXPECT_EQ(settings_read_necessary(), 0);
+    write_aged(settings_file, setting("Main.A", "1"), 50);
+    EXPECT_EQ(value("Main.A"), "1");
+}
+
+TEST_F(reading, file_that_went_away_has_no_values) {
+    write_aged(settings_file, setting("Main.A", "1"), 100);
+    EXPECT_EQ(value("Main.A"), "1");
+    std::filesystem::remove(settings_file);
+    time.advance(5);
+    EXPECT_EQ(value("Main.A"), "(none)");
+}
+
+TEST_F(reading, slots_are_independent) {
+    write_aged(settings_file, setting("Main.A", "set"), 100);
+    write_aged(current_file, setting("Main.A", "current"), 100);
+    EXPECT_EQ(value("Main.A", 0), "set");
+    EXPECT_EQ(value("Main.A", 1), "current");
+    for (const unsigned slot : {2U, 3U, 4U, 5U}) {
+        readtimes out;
+        EXPECT_EQ(helper.is_read_necessary(settings_file, slot, out), 1) << slot;
+    }
+}
+
+TEST_F(reading, template_gives_the_entries_of_one_collection_or_of_all) {
+    write_aged(info_file, attribute("Main", "A") + attribute("Main2", "B") + attribute("Main", "C"),
+               10);
+    EXPECT_THAT(template_ids("Main", false), ElementsAre("A", "C"));
+    EXPECT_THAT(template_ids("", true), ElementsAre("A", "B", "C"));
+}
+
+TEST_F(reading, template_is_read_once_within_four_seconds_unless_forced) {
+    write_aged(info_file, attribute("Main", "A"), 10);
+    EXPECT_THAT(template_ids("Main", false), ElementsAre("A"));
+    time.advance(4);
+    EXPECT_THAT(template_ids("Main", false), IsEmpty());
+    EXPECT_THAT(template_ids("Main", true), ElementsAre("A"));
+}
+
+TEST_F(reading, template_entries_are_appended) {
+    write_aged(info_file, attribute("Main", "A"), 10);
+    std::vector<template_info> entries(2);
+    helper.read_template("Main", true, entries);
+    ASSERT_EQ(entries.size(), 3U);
+    EXPECT_EQ(entries[2].id, "A");
+}
+
+TEST_F(reading, forced_template_read_that_was_not_necessary_leaves_the_read_time) {
+    write_aged(template_file, "image", 100);
+    write_aged(info_file, attribute("Main", "A"), 10);
+    EXPECT_THAT(template_ids("Main", false), ElementsAre("A"));
+    time.advance(3);
+    EXPECT_THAT(template_ids("Main", true), ElementsAre("A"));
+    EXPECT_THAT(template_ids("Main", false), IsEmpty());
+    // Five seconds after the first read, two after the forced one.
+    test::set_mtime(template_file, time.now() - 50);
+    time.advance(2);
+    EXPECT_THAT(template_ids("Main", false), ElementsAre("A"));
+}
+
+TEST_F(reading, forced_template_read_that_was_necessary_counts) {
+    write_aged(template_file, "image", 100);
+    write_aged(info_file, attribute("Main", "A"), 10);
+    EXPECT_THAT(template_ids("Main", true), ElementsAre("A"));
+    EXPECT_THAT(template_ids("Main", false), IsEmpty());
+}
+
+TEST_F(reading, tool_expands_a_template_that_is_newer_than_its_text) {
+    install_dpspy();
+    test::write_file(prepared_file, attribute("Main", "New"));
+    write_aged(template_file, "image", 10);
+    write_aged(info_file, attribute("Main", "Old"), 20);
+    test::recording_log log(dp::log_level::trace_4);
+    EXPECT_THAT(template_ids("Main", false), ElementsAre("New"));
+    EXPECT_EQ(calls(), "-sf -i " + template_file + " -o " + info_file + "\n");
+    EXPECT_EQ(log.lines,
+              (lines{{"LOG", " " + dpspy + " -sf  -i " + template_file + " -o " + info_file}}));
+}
+
+TEST_F(reading, tool_expands_a_template_that_is_as_old_as_its_text) {
+    install_dpspy();
+    test::write_file(prepared_file, attribute("Main", "New"));
+    write_aged(template_file, "image", 20);
+    write_aged(info_file, attribute("Main", "Old"), 20);
+    EXPECT_THAT(template_ids("Main", false), ElementsAre("New"));
+}
+
+TEST_F(reading, tool_expands_a_template_that_has_no_text_yet) {
+    install_dpspy();
+    test::write_file(prepared_file, attribute("Main", "New"));
+    write_aged(template_file, "image", 20);
+    EXPECT_THAT(template_ids("Main", false), ElementsAre("New"));
+}
+
+TEST_F(reading, tool_does_not_run_for_a_text_that_is_newer) {
+    install_dpspy();
+    write_aged(template_file, "image", 20);
+    write_aged(info_file, attribute("Main", "A"), 10);
+    write_aged(configs_file, "Main\n", 10);
+    test::recording_log log(0xFFFFFFFF);
+    EXPECT_THAT(template_ids("Main", false), ElementsAre("A"));
+    std::vector<std::string> names;
+    EXPECT_EQ(helper.read_config_names(names), 1);
+    EXPECT_EQ(calls(), "");
+    EXPECT_THAT(log.lines, IsEmpty());
+}
+
+TEST_F(reading, replaced_template_name_reaches_the_command_line) {
+    install_dpspy();
+    const std::string other = test::root() + "/var/dp/other.efi";
+    dp_cim_change_template_fname(other.c_str());
+    test::write_file(prepared_file, attribute("Main", "New"));
+    write_aged(other, "image", 20);
+    EXPECT_THAT(template_ids("Main", false), ElementsAre("New"));
+    EXPECT_EQ(calls(), "-sf -i " + other + " -o " + info_file + "\n");
+}
+
+TEST_F(reading, failed_tool_shows_only_in_the_text) {
+    test::write_script(dpspy, "exit 1");
+    write_aged(template_file, "image", 10);
+    test::recording_log log(dp::log_level::error);
+    EXPECT_THAT(template_ids("Main", false), IsEmpty());
+    write_aged(info_file, attribute("Main", "Stale"), 20);
+    EXPECT_THAT(template_ids("Main", true), ElementsAre("Stale"));
+    std::filesystem::remove(dpspy);
+    EXPECT_THAT(template_ids("Main", true), ElementsAre("Stale"));
+    EXPECT_THAT(log.lines, IsEmpty());
+}
+
+TEST_F(reading, folder_in_the_place_of_the_texts_gives_nothing) {
+    std::filesystem::create_directory(info_file);
+    std::filesystem::create_directory(configs_file);
+    std::filesystem::create_directory(settings_file);
+    EXPECT_THAT(template_ids("Main", true), IsEmpty());
+    std::vector<std::string> names;
+    EXPECT_EQ(helper.read_config_names(names), 1);
+    EXPECT_THAT(names, IsEmpty());
+    EXPECT_EQ(value("Main.A"), "(none)");
+}
+
+TEST_F(reading, collection_names_are_the_lines_that_hold_something) {
+    write_aged(configs_file, "\nMain\n\n Boot \nB\xE9\r\n\nLast", 10);
+    std::vector<std::string> names{"before"};
+    EXPECT_EQ(helper.read_config_names(names), 1);
+    EXPECT_THAT(names, ElementsAre("before", "Main", " Boot ", "B\xE9\r", "Last"));
+}
+
+TEST_F(reading, collection_names_are_read_when_the_template_changed) {
+    write_aged(template_file, "image", 100);
+    write_aged(configs_file, "Main\n", 10);
+    std::vector<std::string> names;
+    EXPECT_EQ(helper.read_config_names(names), 1);
+    time.advance(5);
+    EXPECT_EQ(helper.read_config_names(names), 0);
+    EXPECT_THAT(names, ElementsAre("Main"));
+    test::set_mtime(template_file, time.now() - 90);
+    EXPECT_EQ(helper.read_config_names(names), 1);
+    EXPECT_THAT(names, ElementsAre("Main", "Main"));
+}
+
+TEST_F(reading, collection_names_come_from_the_tool) {
+    install_dpspy();
+    test::write_file(prepared_file, "Main\nBoot\n");
+    write_aged(template_file, "image", 10);
+    test::recording_log log(dp::log_level::trace_4);
+    std::vector<std::string> names;
+    EXPECT_EQ(helper.read_config_names(names), 1);
+    EXPECT_THAT(names, ElementsAre("Main", "Boot"));
+    EXPECT_EQ(calls(), "-sc -i " + template_file + " -o " + configs_file + "\n");
+    EXPECT_EQ(log.lines,
+              (lines{{"LOG", " " + dpspy + " -sc -i " + template_file + " -o " + configs_file}}));
+}
+
+TEST_F(reading, long_list_of_collections_is_read_whole) {
+    std::string text;
+    for (int i = 0; i < 5000; ++i) {
+        text += "Collection" + std::to_string(i) + "\n";
+    }
+    write_aged(configs_file, text, 10);
+    std::vector<std::string> names;
+    helper.read_config_names(names);
+    ASSERT_EQ(names.size(), 5000U);
+    EXPECT_EQ(names[4321], "Collection4321");
+}
+
+TEST_F(reading, settings_are_the_names_and_input_values_of_the_lines) {
+    write_aged(settings_file,
+               "# a comment\n\n" + setting("Main.A", "1") + setting("Main.B.7", "two words") +
+                   "0 0 t set Main.C \"in\" \"out\"\n" + setting("NoConfiguration", "x") +
+                   "0 0 t set Main.D \"a \\\"quoted\\\" \\\\ word\" \"\"\n",
+               10);
+    EXPECT_EQ(value("Main.A"), "1");
+    EXPECT_EQ(value("Main.B.7"), "two words");
+    EXPECT_EQ(value("Main.C"), "in");
+    EXPECT_EQ(value("err.NoConfiguration"), "x");
+    EXPECT_EQ(value("Main.D"), "a \"quoted\" \\ word");
+    EXPECT_EQ(helper.read_settings(0)->size(), 5U);
+}
+
+TEST_F(reading, later_of_two_settings_with_one_name_wins) {
+    write_aged(settings_file, setting("Main.A", "1") + setting("Main.A", "2"), 10);
+    EXPECT_EQ(value("Main.A"), "2");
+}
+
+TEST_F(reading, settings_that_are_gone_are_gone_after_the_next_read) {
+    write_aged(settings_file, setting("Main.A", "1") + setting("Main.B", "1"), 10);
+    EXPECT_EQ(value("Main.A"), "1");
+    write_aged(settings_file, setting("Main.B", "2"), 9);
+    time.advance(5);
+    EXPECT_EQ(value("Main.A"), "(none)");
+    EXPECT_EQ(value("Main.B"), "2");
+}
+
+TEST_F(reading, settings_need_no_last_line_end) {
+    std::string text = setting("Main.A", "1");
+    text.pop_back();
+    write_aged(settings_file, text, 10);
+    EXPECT_EQ(value("Main.A"), "1");
+}
+
+TEST_F(reading, zero_selects_the_settings_file_and_any_other_number_the_current_values) {
+    write_aged(settings_file, setting("Main.A", "set"), 10);
+    write_aged(current_file, setting("Main.A", "current"), 10);
+    EXPECT_EQ(value("Main.A", 0), "set");
+    for (const int which : {1, 2, 7, 1'000'000, -1, -7}) {
+        EXPECT_EQ(value("Main.A", which), "current") << which;
+    }
+    EXPECT_EQ(helper.read_settings(1), helper.read_settings(-1));
+    EXPECT_NE(helper.read_settings(1), helper.read_settings(0));
+}
+
+TEST_F(reading, map_keeps_its_place_over_reads) {
+    const auto* map = helper.read_settings(0);
+    write_aged(settings_file, setting("Main.A", "1"), 10);
+    time.advance(5);
+    EXPECT_EQ(helper.read_settings(0), map);
+    EXPECT_EQ(map->size(), 1U);
+}
+
+TEST_F(reading, value_of_an_absent_name_is_left_alone) {
+    write_aged(settings_file, setting("Main.A", "1"), 10);
+    std::string text = "before";
+    EXPECT_EQ(cim_helper::get_setting_value(helper.read_settings(0), "Main.a", &text), 0);
+    EXPECT_EQ(cim_helper::get_setting_value(helper.read_settings(0), "", &text), 0);
+    EXPECT_EQ(text, "before");
+    EXPECT_EQ(cim_helper::get_setting_value(helper.read_settings(0), "Main.A", &text), 1);
+    EXPECT_EQ(text, "1");
+}
+
+TEST_F(reading, instances_are_listed_by_collection_in_the_order_of_the_file) {
+    write_aged(configs_file, "Main\nBoot\nEmpty\n", 10);
+    write_aged(settings_file,
+               setting("Boot.X", "") + setting("Main.B.2", "") + setting("Other.A", "") +
+                   setting("Main.B.1", "") + setting("Main.A", "") + setting("plain", "") +
+                   setting("Main.A", "again"),
+               10);
+    cim_helper::name_lists lists;
+    EXPECT_EQ(helper.read_setting_instances(lists), 1);
+    ASSERT_EQ(lists.size(), 3U);
+    EXPECT_THAT(lists[0], ElementsAre("Main.B.2", "Main.B.1", "Main.A", "Main.A"));
+    EXPECT_THAT(lists[1], ElementsAre("Boot.X"));
+    EXPECT_THAT(lists[2], IsEmpty());
+    EXPECT_EQ(helper.read_setting_instances(lists), 0);
+}
+
+TEST_F(reading, instances_are_appended_to_lists_that_exist_and_surplus_lists_dropped) {
+    write_aged(configs_file, "Main\n", 10);
+    write_aged(settings_file, setting("Main.A", ""), 10);
+    cim_helper::name_lists lists{{"before"}, {"surplus"}};
+    EXPECT_EQ(helper.read_setting_instances(lists), 1);
+    ASSERT_EQ(lists.size(), 1U);
+    EXPECT_THAT(lists[0], ElementsAre("before", "Main.A"));
+}
+
+TEST_F(reading, build_id_is_the_first_line) {
+    std::string id = "before";
+    write_aged(build_id_file, "ABC123\nmore\n", 10);
+    EXPECT_EQ(helper.read_uefi_build_id_file(id), 1);
+    EXPECT_EQ(id, "ABC123");
+    EXPECT_EQ(helper.read_uefi_build_id_file(id), 0);
+    write_aged(build_id_file, "no line end", 9);
+    time.advance(5);
+    EXPECT_EQ(helper.read_uefi_build_id_file(id), 1);
+    EXPECT_EQ(id, "no line end");
+}
+
+TEST_F(reading, build_id_is_left_alone_when_no_read_is_necessary) {
+    write_aged(build_id_file, "ABC123\n", 10);
+    std::string id;
+    helper.read_uefi_build_id_file(id);
+    id = "kept";
+    EXPECT_EQ(helper.read_uefi_build_id_file(id), 0);
+    EXPECT_EQ(id, "kept");
+}
+
+TEST_F(reading, missing_or_empty_build_id_file_leaves_the_id_empty) {
+    std::string id = "before";
+    EXPECT_EQ(helper.read_uefi_build_id_file(id), 1);
+    EXPECT_EQ(id, "");
+    write_aged(build_id_file, "", 10);
+    id = "before";
+    time.advance(5);
+    EXPECT_EQ(helper.read_uefi_build_id_file(id), 1);
+    EXPECT_EQ(id, "");
+}
+
+TEST_F(reading, numbers_are_read_as_in_templates) {
+    EXPECT_EQ(cim_helper::a2i("100", false), 100U);
+    EXPECT_EQ(cim_helper::a2i("100", true), 256U);
+    EXPECT_EQ(cim_helper::a2i("x", false), 0U);
+}
+
+// While another process holds the write lock, a reader waits and then sees what was written.
+class locked_reading : public reading {
+  protected:
+    void expect_wait(const std::string& lock_file, const std::string& changed_file,
+                     const std::string& content, const std::function<void()>& read) {
+        test::other_process writer([&](const std::function<void()>& ready) {
+            const writelock lock(lock_file);
+            ready();
+            test::hold_on();
+            test::write_file(changed_file, content);
+            return 0;
+        });
+        read();
+        EXPECT_EQ(writer.wait(), 0);
+    }
+};
+
+TEST_F(locked_reading, values_wait_for_the_writer_of_the_settings) {
+    write_aged(settings_file, setting("Main.A", "old"), 100);
+    expect_wait(settings_file, settings_file, setting("Main.A", "new"),
+                [&] { EXPECT_EQ(value("Main.A"), "new"); });
+}
+
+TEST_F(locked_reading, values_wait_for_the_writer_of_the_current_values) {
+    write_aged(current_file, setting("Main.A", "old"), 100);
+    expect_wait(current_file, current_file, setting("Main.A", "new"),
+                [&] { EXPECT_EQ(value("Main.A", 1), "new"); });
+}
+
+TEST_F(locked_reading, instances_wait_for_the_writer_of_the_settings) {
+    write_aged(configs_file, "Main\n", 10);
+    write_aged(settings_file, setting("Main.Old", ""), 100);
+    expect_wait(settings_file, settings_file, setting("Main.New", ""), [&] {
+        cim_helper::name_lists lists;
+        helper.read_setting_instances(lists);
+        ASSERT_EQ(lists.size(), 1U);
+        EXPECT_THAT(lists[0], ElementsAre("Main.New"));
+    });
+}
+
+TEST_F(locked_reading, attributes_wait_for_the_writer_of_the_template) {
+    write_aged(template_file, "image", 100);
+    write_aged(info_file, attribute("Main", "Old"), 50);
+    expect_wait(template_file, info_file, attribute("Main", "New"),
+                [&] { EXPECT_THAT(template_ids("Main", false), ElementsAre("New")); });
+}
+
+TEST_F(locked_reading, tool_runs_while_the_template_is_locked_against_writers) {
+    write_aged(template_file, "image", 10);
+    // The tool asks for the write lock itself: it must not get it before it ends.
+    const std::string locker = test::root() + "/locker";
+    test::write_script(dpspy, "touch " + locker + ".started; sleep 0.2; touch " + locker +
+                                  ".ended; printf 'id:A\\225\\247\\n' > " + info_file);
+    test::other_process writer([&](const std::function<void()>& ready) {
+        ready();
+        while (!std::filesystem::exists(locker + ".started")) {
+            usleep(1000);
+        }
+        const writelock lock(template_file);
+        return std::filesystem::exists(locker + ".ended") ? 0 : 1;
+    });
+    EXPECT_THAT(template_ids("", false), ElementsAre("A"));
+    EXPECT_EQ(writer.wait(), 0);
+}
+
+TEST_F(locked_reading, collection_names_wait_for_the_writer_of_the_template) {
+    write_aged(template_file, "image", 100);
+    write_aged(configs_file, "Old\n", 50);
+    expect_wait(template_file, configs_file, "New\n", [&] {
+        std::vector<std::string> names;
+        helper.read_config_names(names);
+        EXPECT_THAT(names, ElementsAre("New"));
+    });
+}
+
+TEST_F(locked_reading, build_id_waits_for_its_writer) {
+    write_aged(build_id_file, "old\n", 100);
+    expect_wait(build_id_file, build_id_file, "new\n", [&] {
+        std::string id;
+        helper.read_uefi_build_id_file(id);
+        EXPECT_EQ(id, "new");
+    });
+}
+
+}  // namespace
