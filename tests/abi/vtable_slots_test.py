@@ -91,6 +91,16 @@ LIBRARY = {
         ]
         for name in ("batch_file_settings_rdr", "batch_file_converter", "batch_file_loader")
     },
+    **{
+        f"dp::{name}": [[
+            f"dp::{name}::~{name}()",
+            f"dp::{name}::~{name}()",
+            f"dp::{name}::start(dp::setting_transaction*)",
+            f"dp::{name}::add_progress(dp::setting_transaction*)",
+            f"dp::{name}::stop(dp::setting_transaction*)",
+        ]]
+        for name in ("client_log", "process_log")
+    },
 }
 
 PROBE = {

@@ -1,0 +1,313 @@
+#include "logs/process_log.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <string>
+
+#include "common/fixed_paths.hpp"
+#include "common/log.hpp"
+#include "tests/support/test_platform.hpp"
+#include "tests/unit/logs/fake_store.hpp"
+#include "tests/unit/logs/sample_transaction.hpp"
+
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+const std::string init_record = "<dp-status> 0001 DP.MESSAGE init \n";
+
+class process_log : public testing::Test {
+  protected:
+    void SetUp() override {
+        test::clean_root();
+        setenv("TZ", "UTC", 1);
+    }
+    void TearDown() override {
+        unsetenv("TZ");
+        tzset();
+    }
+
+    static std::string path() { return test::root() + "/tmp/status"; }
+    static std::string history_path() { return test::root() + "/tmp/config_change_hisroty.log"; }
+
+    // The file's text behind the record of the constructor.
+    static std::string records() {
+        const std::string text = test::read_file(path());
+        EXPECT_EQ(text.substr(0, init_record.size()), init_record);
+        return text.substr(std::min(init_record.size(), text.size()));
+    }
+
+    test::stepped_time time{1'700'000'000};
+};
+
+TEST_F(process_log, a_fresh_log_is_one_record) {
+    test::write_file(path(), "left from the last run\n");
+    const dp::process_log log(path(), false);
+    EXPECT_EQ(test::read_file(path()), init_record);
+}
+
+TEST_F(process_log, a_fresh_log_in_the_data_store_is_one_record) {
+    test::fake_store store;
+    const dp::process_log log("status", true);
+    EXPECT_EQ(store.text, init_record);
+    EXPECT_THAT(store.openings,
+                ElementsAre(test::fake_store::opening{"status", 4356, init_record.size()}));
+}
+
+TEST_F(process_log, each_record_has_its_form) {
+    dp::process_log log(path(), false);
+    log.log_working("T", -1);
+    log.log_message("T", "a", "b c");
+    log.log_error("T", "A.B.1", 18);
+    log.log_done("T", 1, 2, 3);
+    log.log_outfile("T", "/tmp/out file");
+    log.add_entry("my name", "ANY body");
+    log.add_entry("", "");
+    EXPECT_EQ(records(),
+              "<T> 0002 DP.WORKING -1\n"
+              "<T> 0003 DP.MESSAGE a b c\n"
+              "<T> 0004 DP.ERROR A.B.1 18\n"
+              "<T> 0005 DP.DONE 1 2 3\n"
+              "<T> 0006 DP.OUTFILE /tmp/out file\n"
+              "<my name> 0007 ANY body\n"
+              "<> 0008 \n");
+}
+
+TEST_F(process_log, each_record_is_traced) {
+    test::recording_log diagnostics(dp::log_level::trace_4);
+    dp::process_log log(path(), false);
+    log.log_working("T", 5);
+    EXPECT_THAT(
+        diagnostics.lines,
+        ElementsAre(
+            test::recording_log::line{"LOG", " add_entry: <dp-status> 0001 DP.MESSAGE init "},
+            test::recording_log::line{"LOG", " add_entry: <T> 0002 DP.WORKING 5"}));
+    diagnostics.mask_value = ~dp::log_level::trace_4;
+    log.log_working("T", 6);
+    EXPECT_EQ(diagnostics.lines.size(), 2U);
+}
+
+TEST_F(process_log, the_number_is_four_lower_case_hexadecimal_digits) {
+    test::fake_store store;
+    dp::process_log log("status", true);
+    for (int i = 2; i <= 0xff; ++i) {
+        log.add_entry("T", "");
+    }
+    EXPECT_THAT(store.text, AllOf(HasSubstr("<T> 00fa \n"), testing::EndsWith("<T> 00ff \n")));
+    log.add_entry("T", "");
+    EXPECT_THAT(store.text, testing::EndsWith("<T> 0100 \n"));
+}
+
+TEST_F(process_log, the_65536th_record_is_numbered_0000) {
+    test::fake_store store;
+    dp::process_log log("status", true);
+    for (int i = 2; i <= 65535; ++i) {
+        log.add_entry("T", "");
+    }
+    EXPECT_THAT(store.text, testing::EndsWith("<T> fffe \n<T> ffff \n"));
+    log.add_entry("T", "");
+    EXPECT_THAT(store.text, testing::EndsWith("<T> ffff \n<T> 0000 \n"));
+    log.add_entry("T", "");
+    EXPECT_THAT(store.text, testing::EndsWith("<T> 0000 \n<T> 0001 \n"));
+}
+
+TEST_F(process_log, older_records_are_pruned_and_numbers_go_on) {
+    test::fake_store store;
+    dp::process_log log("status", true);
+    // 34 bytes of the first record and 370 of 22 bytes make 8174; one more passes 8192.
+    for (int i = 0; i < 370; ++i) {
+        log.add_entry("T", std::string(12, 'w'));
+    }
+    EXPECT_EQ(store.text.size(), 8174U);
+    EXPECT_THAT(store.text, testing::StartsWith(init_record));
+    log.add_entry("T", std::string(12, 'w'));
+    // 279 records of 22 bytes are the most below 6144.
+    EXPECT_EQ(store.text.size(), 279U * 22);
+    EXPECT_THAT(store.text, AllOf(testing::StartsWith("<T> 005e "),
+                                  testing::EndsWith("\n<T> 0174 wwwwwwwwwwww\n")));
+}
+
+TEST_F(process_log, a_record_longer_than_the_limits_is_written) {
+    dp::process_log log(path(), false);
+    const std::string body(10000, 'b');
+    log.add_entry("T", body);
+    EXPECT_EQ(test::read_file(path()), "<T> 0002 " + body + "\n");
+    log.log_working("T", 1);
+    EXPECT_EQ(test::read_file(path()), "<T> 0003 DP.WORKING 1\n");
+}
+
+TEST_F(process_log, start_and_progress_count_on) {
+    dp::process_log log(path(), false);
+    test::sample_transaction sample("T");
+    auto& t = sample.transaction;
+    log.start(&t);
+    EXPECT_EQ(t.progress, 1);
+    log.add_progress(&t);
+    log.add_progress(&t);
+    EXPECT_EQ(t.progress, 3);
+    EXPECT_EQ(records(),
+              "<T> 0002 DP.WORKING 0\n"
+              "<T> 0003 DP.WORKING 1\n"
+              "<T> 0004 DP.WORKING 2\n");
+}
+
+TEST_F(process_log, start_is_written_without_steps_but_progress_is_not) {
+    dp::process_log log(path(), false);
+    test::sample_transaction sample("T");
+    auto& t = sample.transaction;
+    t.step = 0;
+    t.progress = 7;
+    log.add_progress(&t);
+    EXPECT_EQ(t.progress, 7);
+    EXPECT_EQ(records(), "");
+    log.start(&t);
+    EXPECT_EQ(records(), "<T> 0002 DP.WORKING 7\n") << "the sequence did not advance either";
+    EXPECT_EQ(t.progress, 8);
+}
+
+TEST_F(process_log, failed_commands_are_reported_in_order) {
+    dp::process_log log(path(), false);
+    test::sample_transaction sample("T");
+    sample.add(&sample.b, "1", 18, "x");
+    sample.add(&sample.c, "", 0, "fine");
+    sample.add(&sample.c, "", 226, "");
+    sample.add(nullptr, "", 16, "no setting");
+    log.start(&sample.transaction);
+    log.stop(&sample.transaction);
+    EXPECT_EQ(records(),
+              "<T> 0002 DP.WORKING 0\n"
+              "<T> 0003 DP.ERROR A.B.1 18\n"
+              "<T> 0004 DP.MESSAGE A.B.1 \"x\"\n"
+              "<T> 0005 DP.ERROR A.C 226\n"
+              "<T> 0006 DP.DONE 1 1 3\n");
+}
+
+TEST_F(process_log, a_command_that_is_not_complete_is_reported_but_not_counted) {
+    dp::process_log log(path(), false);
+    test::sample_transaction sample("T");
+    sample.add(&sample.b, "", 255, "").complete = false;
+    sample.add(&sample.c, "", 5, "");
+    log.stop(&sample.transaction);
+    EXPECT_EQ(records(),
+              "<T> 0002 DP.ERROR A.B 255\n"
+              "<T> 0003 DP.ERROR A.C 5\n"
+              "<T> 0004 DP.DONE 1 1 1\n");
+}
+
+TEST_F(process_log, errors_leave_the_scratch_history_alone) {
+    test::write_file(history_path(), "somebody's\n");
+    dp::process_log log(path(), false);
+    test::sample_transaction sample("T");
+    sample.add(&sample.b, "", 5, "");
+    sample.add(&sample.c, "", 0, "v");
+    log.stop(&sample.transaction);
+    EXPECT_EQ(test::read_file(history_path()), "somebody's\n");
+}
+
+TEST_F(process_log, success_ends_in_zeros_and_leaves_no_scratch_file) {
+    test::recording_log diagnostics(~dp::log_level::trace_4);
+    dp::process_log log(path(), false);
+    test::sample_transaction sample("T");
+    sample.add(&sample.b, "", 0, "1");
+    sample.add(&sample.c, "", 0, "2");
+    log.stop(&sample.transaction);
+    EXPECT_EQ(records(), "<T> 0002 DP.DONE 0 2 0\n");
+    EXPECT_FALSE(std::filesystem::exists(history_path()));
+    EXPECT_THAT(diagnostics.lines, IsEmpty());
+}
+
+TEST_F(process_log, a_transaction_without_commands_succeeds) {
+    dp::process_log log(path(), false);
+    test::sample_transaction sample("T");
+    log.stop(&sample.transaction);
+    EXPECT_EQ(records(), "<T> 0002 DP.DONE 0 0 0\n");
+}
+
+TEST_F(process_log, success_appends_the_changes_to_the_scratch_history) {
+    // A second name keeps the text that `stop` removes.
+    test::write_file(history_path(), "earlier\n");
+    const std::string kept = test::root() + "/tmp/kept";
+    std::filesystem::create_hard_link(history_path(), kept);
+    dp::process_log log(path(), false);
+    test::sample_transaction sample("T");
+    sample.add(&sample.b, "1", 0, "on");
+    sample.add(nullptr, "", 0, "skipped");
+    sample.add(&sample.c, "", 0, "");
+    log.stop(&sample.transaction);
+    EXPECT_FALSE(std::filesystem::exists(history_path()));
+    EXPECT_EQ(test::read_file(kept),
+              "earlier\n"
+              "Tue Nov 14 22:13:20 2023   A.B.1   \"on\"\n"
+              "Tue Nov 14 22:13:20 2023   A.C   \"\"\n");
+}
+
+TEST_F(process_log, a_scratch_file_that_cannot_be_opened_or_removed_is_logged) {
+    test::recording_log diagnostics(dp::log_level::error | dp::log_level::trace_4);
+    std::filesystem::create_directories(history_path() + "/in the way");
+    dp::process_log log(path(), false);
+    test::sample_transaction sample("T");
+    sample.add(&sample.b, "", 0, "v");
+    diagnostics.lines.clear();
+    log.stop(&sample.transaction);
+    using line = test::recording_log::line;
+    EXPECT_THAT(diagnostics.lines,
+                ElementsAre(line{"ERR", " ***ERROR*** Open " + history_path() + " failed"},
+                            line{"LOG", " remove file: " + history_path() +
+                                            " failed, errno= " + std::to_string(ENOTEMPTY)},
+                            line{"LOG", " add_entry: <T> 0002 DP.DONE 0 1 0"}));
+    EXPECT_EQ(records(), "<T> 0002 DP.DONE 0 1 0\n");
+}
+
+TEST_F(process_log, an_absent_scratch_file_is_not_an_error_to_remove) {
+    test::recording_log diagnostics(dp::log_level::error | dp::log_level::trace_4);
+    dp::process_log log("/dev/null", false);
+    std::filesystem::remove_all(test::root() + "/tmp");
+    test::sample_transaction sample("T");
+    diagnostics.lines.clear();
+    log.stop(&sample.transaction);
+    using line = test::recording_log::line;
+    EXPECT_THAT(diagnostics.lines,
+                ElementsAre(line{"ERR", " ***ERROR*** Open " + history_path() + " failed"},
+                            line{"LOG", " add_entry: <T> 0002 DP.DONE 0 0 0"}));
+}
+
+TEST_F(process_log, a_status_file_that_cannot_be_written_is_left_as_it_was) {
+    const std::string blocked = test::root() + "/tmp/blocked";
+    std::filesystem::create_directories(blocked);
+    dp::process_log log(blocked, false);
+    test::sample_transaction sample("T");
+    log.start(&sample.transaction);
+    log.stop(&sample.transaction);
+    EXPECT_TRUE(std::filesystem::is_empty(blocked));
+    std::filesystem::remove(blocked);
+    log.log_outfile("T", "f");
+    EXPECT_EQ(test::read_file(blocked), init_record +
+                                            "<T> 0002 DP.WORKING 0\n"
+                                            "<T> 0003 DP.DONE 0 0 0\n"
+                                            "<T> 0004 DP.OUTFILE f\n");
+}
+
+TEST_F(process_log, acts_through_its_base) {
+    dp::process_log log(path(), false);
+    dp::client_log& base = log;
+    test::sample_transaction sample("T");
+    sample.add(&sample.b, "", 0, "v");
+    base.start(&sample.transaction);
+    base.add_progress(&sample.transaction);
+    base.stop(&sample.transaction);
+    EXPECT_EQ(records(),
+              "<T> 0002 DP.WORKING 0\n"
+              "<T> 0003 DP.WORKING 1\n"
+              "<T> 0004 DP.DONE 0 1 0\n");
+}
+
+}  // namespace
