@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "common/export.hpp"
+#include "platform/dp/alerts.hpp"
 
 namespace dp {
 
@@ -60,6 +61,15 @@ class DP_API plugin {
     virtual void on_add_configuration(registrar& reg, configuration* config);
     virtual void on_unregister_configuration(registrar& reg, configuration* config);
     virtual void on_remove_configuration(registrar& reg, configuration* config);
+
+    /// Tells the rest of the controller, on message queue 8, that something happened here, with
+    /// `source` as the alert's source. Does not wait; an alert that can't be sent is logged.
+    void send_alert(command::alerts alert, unsigned char value) const;
+
+    /// The command line that starts a service with this process's log settings: `command` and,
+    /// where the application log has them (a mask, a level other than 8, a file above 0), " -f ",
+    /// " -l " and " -m " with the file, the level and the mask. Runs nothing.
+    static std::string create_service_command(const std::string& command);
 
     /// The printed name of a type; "unknown" for any other value.
     static const char* map(types type);
