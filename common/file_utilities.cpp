@@ -29,6 +29,12 @@ bool is_folder(const std::string& path) {
     return stat64(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
+// In seconds since the epoch; 0 if the file can't be examined. Unlike `mtime`, not cut to 32 bits.
+std::int64_t modification_time(const std::string& path) {
+    struct stat64 info {};
+    return stat64(path.c_str(), &info) == 0 ? info.st_mtime : 0;
+}
+
 // The length in bytes, which may exceed an int; -1 when the stream can't be positioned. The read
 // position is left where it was.
 std::int64_t stream_length(std::ifstream& in) {
@@ -56,14 +62,13 @@ int istrmlength(std::ifstream& in) {
 }
 
 int mtime(const std::string& path) {
-    struct stat64 info {};
-    return stat64(path.c_str(), &info) == 0 ? static_cast<std::int32_t>(info.st_mtime) : 0;
+    return static_cast<std::int32_t>(modification_time(path));
 }
 
 // The copies are part of the functions' signatures.
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 bool file_older_than(std::string a, std::string b) {
-    return mtime(a) < mtime(b);
+    return modification_time(a) < modification_time(b);
 }
 
 bool file_newer_than(std::string a, std::string b) {

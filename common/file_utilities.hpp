@@ -22,10 +22,11 @@ DP_API std::string basename(const std::string& path);
 DP_API int istrmlength(std::ifstream& in);
 
 /// Modification time in seconds since the epoch, links followed; 0 if the file can't be examined.
-/// The time is cut to 32 bits: past January 2038 it wraps around, which equality tests survive.
+/// The time is cut to 32 bits: past January 2038 it wraps around to negative numbers, so it then
+/// tells whether a file changed, but not which of two is older.
 DP_API int mtime(const std::string& path);
 
-/// `mtime(a) < mtime(b)`; a missing file is the oldest.
+/// `mtime(a) < mtime(b)`, of the whole times also past January 2038; a missing file is the oldest.
 DP_API bool file_older_than(std::string a, std::string b);
 
 /// `mtime(a) >= mtime(b)`: the opposite of `file_older_than`, so equal times count as newer.

@@ -186,6 +186,26 @@ TEST_F(file_times, compare_strictly_for_older_and_otherwise_newer) {
     EXPECT_TRUE(file_newer_than(path("same"), path("same")));
 }
 
+TEST_F(file_times, compare_whole_times_past_2038) {
+    write_file(path("before"), "");
+    write_file(path("after"), "");
+    write_file(path("later"), "");
+    test::set_mtime(path("before"), 0x7FFFFFFF);
+    test::set_mtime(path("after"), static_cast<time_t>(0x80000000LL));
+    test::set_mtime(path("later"), static_cast<time_t>(0x80000001LL));
+    struct stat info {};
+    ASSERT_EQ(stat(path("after").c_str(), &info), 0);
+    if (info.st_mtime != 0x80000000LL) {
+        GTEST_SKIP() << "this file system has no times past 2038";
+    }
+    EXPECT_TRUE(file_older_than(path("before"), path("after")));
+    EXPECT_TRUE(file_newer_than(path("after"), path("before")));
+    EXPECT_FALSE(file_newer_than(path("before"), path("after")));
+    EXPECT_TRUE(file_older_than(path("after"), path("later")));
+    EXPECT_TRUE(file_older_than(path("missing"), path("after")));
+    EXPECT_FALSE(file_newer_than(path("missing"), path("after")));
+}
+
 TEST_F(file_times, count_a_missing_file_as_the_oldest) {
     write_file(path("f"), "");
     EXPECT_TRUE(file_older_than(path("missing"), path("f")));
