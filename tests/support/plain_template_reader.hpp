@@ -4,6 +4,7 @@
 #include <istream>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "bios/template_info.hpp"
@@ -110,6 +111,17 @@ inline void read_plainly(std::istream& in, std::vector<template_info>& out,
             in.get();
         }
     }
+}
+
+/// Every field of an entry, to compare entries by.
+inline auto fields(const template_info& info) {
+    const auto texts = std::tie(info.id, info.spif, info.grif, info.cfg, info.cfgname, info.cfgsetn,
+                                info.grp, info.gspif, info.ggrif, info.mri, info.dsc, info.fds,
+                                info.dft, info.mfg, info.dfa, info.rec, info.reg, info.chc);
+    const auto numbers =
+        std::tie(info.type, info.flg, info.mni, info.mxi, info.min, info.max, info.stp, info.minc,
+                 info.maxc, info.num, info.leading_words[0], info.leading_words[1]);
+    return std::tuple_cat(texts, numbers);
 }
 
 }  // namespace test

@@ -1,8 +1,6 @@
 #include "bios/template_info.hpp"
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <array>
 #include <cstddef>
@@ -17,6 +15,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "tests/support/memory_file.hpp"
 #include "tests/support/plain_template_reader.hpp"
 #include "tests/support/template_text.hpp"
 #include "tests/support/test_platform.hpp"
@@ -24,42 +23,15 @@
 namespace {
 
 using namespace std::string_literals;
+using test::fields;
 using test::item;
 using test::record;
 
 static_assert(std::is_same_v<dp::template_info, template_info>);
 static_assert(std::is_nothrow_move_constructible_v<template_info>, "vectors of entries grow by it");
 
-auto fields(const template_info& info) {
-    const auto texts = std::tie(info.id, info.spif, info.grif, info.cfg, info.cfgname, info.cfgsetn,
-                                info.grp, info.gspif, info.ggrif, info.mri, info.dsc, info.fds,
-                                info.dft, info.mfg, info.dfa, info.rec, info.reg, info.chc);
-    const auto numbers =
-        std::tie(info.type, info.flg, info.mni, info.mxi, info.min, info.max, info.stp, info.minc,
-                 info.maxc, info.num, info.leading_words[0], info.leading_words[1]);
-    return std::tuple_cat(texts, numbers);
-}
-
-// A file in memory: thousands of cases would keep a disk busy.
-class memory_file {
-  public:
-    memory_file() : fd_(memfd_create("template", 0)) {}
-    ~memory_file() { close(fd_); }
-    memory_file(const memory_file&) = delete;
-    memory_file& operator=(const memory_file&) = delete;
-
-    std::ifstream hold(const std::string& bytes) {
-        EXPECT_EQ(ftruncate(fd_, 0), 0);
-        EXPECT_EQ(pwrite(fd_, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
-        return std::ifstream("/proc/self/fd/" + std::to_string(fd_), std::ios::binary);
-    }
-
-  private:
-    int fd_;
-};
-
 std::vector<template_info> read(const std::string& bytes, const std::string& cfg = "") {
-    static memory_file file;
+    static const test::memory_file file;
     std::ifstream in = file.hold(bytes);
     EXPECT_TRUE(in.is_open());
     std::vector<template_info> entries;

@@ -1,0 +1,82 @@
+// Any bytes as a selection: both forms are split as a plain splitter splits them, and a selection
+// that the forms can carry comes back from them.
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "batch/batch_list_info.hpp"
+#include "tests/fuzz/fuzzing.hpp"
+
+namespace {
+
+using selection = std::map<std::string, std::string>;
+
+std::vector<std::string> split(const std::string& text, char separator) {
+    std::vector<std::string> pieces(1);
+    for (const char c : text) {
+        if (c == separator) {
+            pieces.emplace_back();
+        } else {
+            pieces.back() += c;
+        }
+    }
+    return pieces;
+}
+
+selection parse_plainly(const std::string& text) {
+    selection all;
+    if (text.empty()) {
+        return all;
+    }
+    if (text[0] == '[' && text.find("value=") != std::string::npos) {
+        for (const auto& item : split(text, ']')) {
+            auto parts = split(item, '\'');
+            parts.resize(std::max<std::size_t>(parts.size(), 4));
+            if (!parts[1].empty()) {
+                all[parts[1]] = parts[3];
+            }
+        }
+        return all;
+    }
+    const auto values = split(text, ',');
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        all[values[i]] = std::to_string(i + 1);
+    }
+    return all;
+}
+
+/// Whether the full form can say it.
+bool full_form_carries(const selection& all) {
+    const auto fits = [](const std::string& text) {
+        return text.find_first_of("']") == std::string::npos;
+    };
+    return std::all_of(all.begin(), all.end(), [&](const auto& item) {
+        return !item.first.empty() && fits(item.first) && fits(item.second);
+    });
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string text(data, data + size);
+    dp::batch_list_info info;
+    selection parsed;
+    info.parse_selections(text, parsed);
+    fuzzing::require(parsed == parse_plainly(text), "the selection of a plain splitter");
+
+    const std::string full = info.get_string(parsed);
+    const std::string terse = info.get_string_terse(parsed);
+    fuzzing::require(info.tersify(text) == terse, "the terse form of the text is its selection's");
+    fuzzing::require(info.get_current().empty(), "the current selection is left alone");
+    info.set_current(text);
+    fuzzing::require(info.get_current() == full && info.get_current_terse() == terse,
+                     "the current selection is the text's");
+    if (full_form_carries(parsed)) {
+        selection back;
+        info.parse_selections(full, back);
+        fuzzing::require(back == parsed, "a selection comes back from its full form");
+    }
+    return 0;
+}
