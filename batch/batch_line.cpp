@@ -12,9 +12,6 @@ bool is_space(char c) {
 }  // namespace
 
 std::string_view batch_line::next_word() {
-    if (at_end_) {
-        return {};
-    }
     while (at_ != last_ && is_space(*at_)) {
         ++at_;
     }
@@ -39,9 +36,6 @@ void batch_line::skip_word() {
 
 void batch_line::take_value(std::string& value) {
     value.clear();
-    if (at_end_) {
-        return;
-    }
     // To the opening quote; a backslash hides the byte behind it.
     while (at_ != last_ && *at_ != '"') {
         at_ += *at_ == '\\' && at_ + 1 != last_ ? 2 : 1;

@@ -7,7 +7,9 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <filesystem>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
@@ -121,6 +123,11 @@ class interruptions {
   private:
     struct sigaction previous_ {};
 };
+
+std::ptrdiff_t open_descriptors() {
+    const fs::directory_iterator all("/proc/self/fd");
+    return std::distance(begin(all), end(all));
+}
 
 // Closes the descriptor that this process has of `path`, behind the back of whoever opened it, as
 // a daemon does that closes every descriptor it inherited.
@@ -322,6 +329,17 @@ TEST_F(readlock_on_a_file, logs_when_the_lock_cannot_be_released) {
         close_descriptor_of(path);
     }
     EXPECT_EQ(log.lines, expected);
+}
+
+TEST_F(readlock_on_a_file, keeps_no_descriptor_open) {
+    test::write_file(path, "");
+    const auto before = open_descriptors();
+    {
+        const readlock reader(path);
+        const writelock writer(path);
+        EXPECT_EQ(open_descriptors(), before + 2);
+    }
+    EXPECT_EQ(open_descriptors(), before);
 }
 
 using writelock_on_a_file = lock_file;

@@ -317,6 +317,7 @@ TEST_F(compfile_of_two_files, is_0_for_folders) {
     write_file(path("a"), "");
     EXPECT_EQ(compfile(folder, folder), 0);
     EXPECT_EQ(compfile(path("a"), folder), 0);
+    EXPECT_EQ(compfile("/proc", "/proc"), 0) << "whose length is 0";
 }
 
 TEST_F(compfile_of_two_files, is_1_for_a_file_and_itself) {
