@@ -121,7 +121,7 @@ std::string program_path(const std::string& name) {
     // Once: other threads may be reading the environment later on.
     static const int done = setenv("LD_LIBRARY_PATH", DP_RELOCATABLE_FOLDER, 1);
     static_cast<void>(done);
-    return std::string(DP_PROGRAM_FOLDER) + "/" + name;
+    return name.starts_with('/') ? name : std::string(DP_PROGRAM_FOLDER) + "/" + name;
 }
 
 program_result run_program(const std::string& name, const std::vector<std::string>& arguments) {

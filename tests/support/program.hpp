@@ -13,12 +13,14 @@ struct program_result {
     std::string err;
 };
 
-/// Where a program of this build lies. Also sets the environment of this process so that programs
-/// that it starts, directly or through a shell, have their fixed paths below $DP_ROOT.
+/// Where a program of this build lies; a path, of a program of the system, stays as it is. Also
+/// sets the environment of this process so that programs that it starts, directly or through a
+/// shell, have their fixed paths below $DP_ROOT.
 std::string program_path(const std::string& name);
 
-/// Runs a program of this build and waits for its end, at most a minute: then it is killed. Its
-/// fixed paths lie below $DP_ROOT, its working folder is $DP_ROOT, its standard input is empty.
+/// Runs the program at `program_path(name)` and waits for its end, at most a minute: then it is
+/// killed. Its fixed paths lie below $DP_ROOT, its working folder is $DP_ROOT, its standard input
+/// is empty.
 program_result run_program(const std::string& name, const std::vector<std::string>& arguments);
 
 /// The same by a user without rights on what this user has locked: the user "nobody" when the tests
