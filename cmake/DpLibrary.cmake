@@ -50,6 +50,9 @@ function(_dp_add_shared name roots_source)
   set_target_properties(
     ${name} PROPERTIES OUTPUT_NAME dp_common VERSION ${PROJECT_VERSION}
                        SOVERSION ${PROJECT_VERSION_MAJOR})
+  set(map "${PROJECT_SOURCE_DIR}/cmake/dp_common.map")
+  target_link_options(${name} PRIVATE "-Wl,--version-script=${map}")
+  set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS "${map}")
   if(NOT DP_SANITIZE)
     target_link_options(${name} PRIVATE -Wl,-z,defs)
   endif()

@@ -4,4 +4,7 @@
 /// Marks what the shared library exports; everything else is hidden.
 #define DP_API __attribute__((visibility("default")))
 
+/// Marks an operation of an exported class that is the library's own business.
+#define DP_LOCAL __attribute__((visibility("hidden")))
+
 #endif

@@ -56,7 +56,7 @@ class DP_API client_log {
     using line_list = std::list<std::string>;
 
     // Drops lines in front of `kept`, which stands for `kept_size` bytes of the text.
-    void prune_before(line_list::const_iterator kept, std::int32_t kept_size);
+    DP_LOCAL void prune_before(line_list::const_iterator kept, std::int32_t kept_size);
 
     std::string file_name_;
     std::int32_t total_ = 0;  // bytes of the text, a line end for each line included

@@ -45,7 +45,7 @@ class DP_API process_log : public client_log {
     void log_outfile(const std::string& name, const std::string& file);
 
   private:
-    static void write_change_history(const setting_transaction& t);
+    DP_LOCAL static void write_change_history(const setting_transaction& t);
 
     std::uint32_t sequence_ = 0;  // of the last record; the low 16 bits are shown
 };

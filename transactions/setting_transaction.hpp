@@ -47,7 +47,7 @@ class DP_API setting_transaction : public transaction {
     std::int32_t progress = 0;  ///< counts progress records; the logs advance it
 
   private:
-    void index_correlators();
+    DP_LOCAL void index_correlators();
 
     // Every listed command's correlator and position, sorted.
     std::vector<std::pair<std::uint32_t, std::uint32_t>> by_correlator_;
