@@ -85,16 +85,6 @@ LIBRARY = {
         "dp::batch_file_checker::process_entry(dp::batch_file_entry&, dp::registrar*)",
     ]],
     **{
-        f"dp::{name}": [[
-            f"dp::{name}::~{name}()",
-            f"dp::{name}::~{name}()",
-            f"dp::{name}::start(dp::setting_transaction*)",
-            f"dp::{name}::add_progress(dp::setting_transaction*)",
-            f"dp::{name}::stop(dp::setting_transaction*)",
-        ]]
-        for name in ("client_log", "process_log")
-    },
-    **{
         f"dp::{name}": [
             [f"dp::{name}::process_entry(dp::batch_file_entry&, dp::registrar*)"],
             ["dp::batch_file_reader::read_file(std::istream&, dp::registrar*)"],
