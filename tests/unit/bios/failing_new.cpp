@@ -40,7 +40,7 @@ spared_new::~spared_new() {
 
 }  // namespace test
 
-// The program's own allocation; the array and no-throw forms and sized deletes end here too.
+// The program's own allocation, in every form: what one of them makes, another takes back.
 void* operator new(std::size_t size) {
     if (armed && successes_left-- <= 0) {
         armed = lasts;
@@ -54,10 +54,34 @@ void* operator new(std::size_t size) {
     return memory;
 }
 
+void* operator new(std::size_t size, const std::nothrow_t& /*unused*/) noexcept {
+    try {
+        return operator new(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& unused) noexcept {
+    return operator new(size, unused);
+}
+
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }
 
-void operator delete(void* memory, std::size_t) noexcept {
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}
+
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete[](void* memory, std::size_t /*size*/) noexcept {
     std::free(memory);
 }
