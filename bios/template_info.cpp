@@ -32,22 +32,24 @@ std::uint32_t hexadecimal(std::string_view text) {
     return dp::parse_unsigned(text, dp::number_base::hexadecimal).value;
 }
 
-/// A key of up to seven bytes as one number: its bytes and its length.
+constexpr std::size_t longest_key = 7;
+
+/// A key as one number: the bytes behind a first bit that marks its length. It is a key's own as
+/// long as the key is no longer than the longest one.
+constexpr std::uint64_t no_bytes = 1;
+constexpr std::uint64_t with_byte(std::uint64_t number, char byte) {
+    return number << 8U | static_cast<unsigned char>(byte);
+}
 constexpr std::uint64_t packed(std::string_view key) {
-    std::uint64_t number = key.size();
+    std::uint64_t number = no_bytes;
     for (const char byte : key) {
-        number = number << 8U | static_cast<unsigned char>(byte);
+        number = with_byte(number, byte);
     }
     return number;
 }
 
-constexpr std::size_t longest_key = 7;
-
-void store_item(template_info& info, std::string_view key, std::string_view value) {
-    if (key.size() > longest_key) {
-        return;
-    }
-    switch (packed(key)) {
+void store_item(template_info& info, std::uint64_t key, std::string_view value) {
+    switch (key) {
         case packed("id"):
             info.id = value;
             break;
@@ -139,17 +141,21 @@ void store_item(template_info& info, std::string_view key, std::string_view valu
 }
 
 void parse_record(template_info& info, std::string_view record) {
-    std::size_t position = 0;
-    while (position < record.size()) {
-        const std::size_t colon = record.find(':', position);
-        if (colon == std::string_view::npos || colon + 1 == record.size()) {
-            return;
+    for (std::size_t position = 0; position < record.size();) {
+        std::uint64_t key = no_bytes;
+        std::size_t colon = position;
+        for (; colon < record.size() && record[colon] != ':'; ++colon) {
+            key = with_byte(key, record[colon]);
         }
         const std::size_t value = colon + 1;
+        if (value >= record.size()) {
+            return;
+        }
         const std::size_t end =
             std::min(record.find(template_info::item_end, value), record.size());
-        store_item(info, record.substr(position, colon - position),
-                   record.substr(value, end - value));
+        if (colon - position <= longest_key) {
+            store_item(info, key, record.substr(value, end - value));
+        }
         position = end + 1;
     }
 }
@@ -181,6 +187,7 @@ class record_splitter {
         if (end != nullptr) {
             record = {start(), static_cast<std::size_t>(end - start())};
             begin_ += record.size() + 1;
+            bytes_read_ += record.size() + 1;
             skip_line_feed_ = true;
             return true;
         }
@@ -190,7 +197,15 @@ class record_splitter {
         }
         record = {start(), size()};
         begin_ = end_;
+        bytes_read_ += record.size();
         return !record.empty();
+    }
+
+    /// How much the records so far took, and about how much the stream still has.
+    [[nodiscard]] std::size_t bytes_read() const { return bytes_read_; }
+    [[nodiscard]] std::size_t bytes_left() const {
+        const std::streamsize in_stream = in_.rdbuf()->in_avail();
+        return size() + (in_stream > 0 ? static_cast<std::size_t>(in_stream) : 0);
     }
 
   private:
@@ -220,8 +235,18 @@ class record_splitter {
     std::unique_ptr<char[]> window_;
     std::size_t begin_ = 0;
     std::size_t end_ = 0;
+    std::size_t bytes_read_ = 0;
     bool skip_line_feed_ = false;
 };
+
+/// Makes room for as many entries as are likely to come, since growing moves all that are there. A
+/// guess: it never makes the vector grow to more than eight times its size, or to more than 64.
+void make_room(std::vector<template_info>& out, std::size_t bytes_an_entry,
+               std::size_t bytes_left) {
+    const std::size_t likely = bytes_left / std::max<std::size_t>(bytes_an_entry, 1) + 1;
+    const std::size_t size = out.size();
+    out.reserve(size + std::clamp(likely, size / 2 + 1, size * 7 + 64));
+}
 
 void append_text(std::string& line, std::string_view key, std::string_view value) {
     line.append(key);
@@ -252,8 +277,13 @@ int template_info::read_settings(std::ifstream& in, std::vector<template_info>& 
         append_text(filter, "cfg:", cfg);
     }
     record_splitter records(in);
+    std::size_t taken = 0;
     for (std::string_view record; records.next(record);) {
         if (record.find(filter) != std::string_view::npos) {
+            ++taken;
+            if (out.size() == out.capacity()) {
+                make_room(out, records.bytes_read() / taken, records.bytes_left());
+            }
             parse_record(out.emplace_back(), record);
         }
     }
