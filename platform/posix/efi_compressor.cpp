@@ -16,8 +16,8 @@ using namespace efi;
 
 /// How many earlier places are compared for one position, and how many when the match so far is
 /// already good. Bounds the time for any text.
-constexpr unsigned max_probes = 1024;
-constexpr unsigned good_probes = 256;
+constexpr unsigned max_probes = 256;
+constexpr unsigned good_probes = 64;
 constexpr unsigned good_match = 16;
 /// A shortest match from further away costs more bits than its bytes.
 constexpr unsigned far_distance = 4096;
