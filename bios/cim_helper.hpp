@@ -80,20 +80,26 @@ class cim_helper {
 
     // Queries.
 
+    /// Read the list of collections (and the build id), and the setting instances, once for the
+    /// life of the service. What needs them calls them. Always 1.
     int init_confignames();
     int init_setting_instances();
     /// 1 and the first position of the name in the list of collections; 0 when it is not there.
     int get_config_idx(std::string_view name, unsigned* idx);
     int is_valid_collection(std::string_view name);
     int get_config_count();
+    /// The first of the collections' names; null without any.
     const char** get_config_names();
+    /// The first of a collection's attributes, which are read once there are any; null without any.
     dp_attribute* get_attributes(const char* cfg);
     /// How many attributes `get_attributes` gave; reads nothing but the list of collections.
     unsigned get_attributes_count(const char* cfg);
     /// The first attribute with the name's setting part for its id; null without one.
     dp_attribute* get_attribute(const char* name);
+    /// The first of the names of a collection's setting instances; null without any.
     const char** get_attribute_names(const char* cfg);
     unsigned get_attribute_names_count(const char* cfg);
+    /// 1 and the value of that name; 0, and `value` untouched, without one.
     static int get_setting_value(const value_map* map, const std::string& name, std::string* value);
     /// Answers each request in `trans`; returns how many failed.
     int get_bios_attribute_value(dp_transaction* trans, unsigned count, int which);
@@ -113,6 +119,7 @@ class cim_helper {
     /// their correlators, as `trans_to_commands` makes them.
     static int find_correlator_index(const std::vector<basic_transaction_command>& cmds,
                                      std::uint32_t corr);
+    /// These three answer what the functions of the C API document.
     int set_bios_attribute_value(dp_transaction* trans, unsigned count);
     int need_reinit(const char* cfg);
     int reset_to_defaults(const char* cfg);

@@ -9,7 +9,6 @@
 #include <memory>
 #include <ostream>
 #include <string_view>
-#include <utility>
 
 #include "common/numbers.hpp"
 
@@ -18,8 +17,8 @@
 //   - a record ends with A7 or with the file; one line feed directly behind A7 belongs to it;
 //   - a key ends with the first ":" behind it, whatever stands before; without one, nothing more of
 //     the record counts;
-//   - a value ends with the first 95, or with the record; an empty value at the very end of the
-//     record is dropped with its key.
+//   - a value ends with the first 95, or with the record; a key with nothing at all behind its ":"
+//     is dropped.
 // Every byte may be zero.
 
 namespace {
