@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "batch/batch_file_entry.hpp"
+#include "batch/batch_list_info.hpp"
 #include "common/quoting.hpp"
 #include "contract/choice_list.hpp"
 #include "contract/template_flags.hpp"
@@ -127,6 +128,9 @@ class attribute_compiler {
     [[nodiscard]] bool was_described_anew() const { return described_anew_; }
     /// Whether neither a current nor a default value is known.
     [[nodiscard]] bool has_no_value() const { return has_no_value_; }
+
+    /// Whether the current value stands in for a default that the registry does not give.
+    [[nodiscard]] bool has_borrowed_default() const { return has_borrowed_default_; }
 
     void unfit(const json_value& value, std::string_view member, std::string message) {
         fits_ = false;
@@ -295,7 +299,8 @@ class attribute_compiler {
     /// nothing; `doubt` tells what is odd about a text that is kept all the same.
     template <class TextOf, class Doubt>
     void compile_values(TextOf text_of, Doubt doubt) {
-        bool known = false;
+        bool has_default = false;
+        bool has_current = false;
         for (const std::string_view name : {"DefaultValue", "CurrentValue"}) {
             const json_value* found = member(name);
             if (found == nullptr) {
@@ -305,9 +310,9 @@ class attribute_compiler {
             if (!text) {
                 continue;
             }
-            known = true;
             // A default stands in the template, too, which carries less than a batch line.
             const bool is_default = name == "DefaultValue";
+            (is_default ? has_default : has_current) = true;
             const std::string problem = is_default ? item_problem(*text) : value_problem(*text);
             if (!problem.empty()) {
                 unfit(*found, name, "the value " + shown(*text) + " " + problem);
@@ -321,7 +326,12 @@ class attribute_compiler {
             }
             result_.value = *text;
         }
-        has_no_value_ = !known;
+        has_no_value_ = !has_default && !has_current;
+        // A reset must not lead to a state that the server never had.
+        if (!has_default && has_current && item_problem(result_.value).empty()) {
+            result_.info.dft = result_.value;
+            has_borrowed_default_ = true;
+        }
     }
 
     /// The text of a value that stands for itself. An empty one counts as none where the empty text
@@ -469,11 +479,12 @@ class attribute_compiler {
                       " is above the greatest length " + std::to_string(info.maxc));
         }
         info.reg = text_member("ValueExpression");
+        const value_pattern pattern(info.reg);
         if (!info.reg.empty()) {
             const json_value& expression = *member("ValueExpression");
             std::string problem = item_problem(info.reg);
             if (problem.empty()) {
-                problem = pattern_problem(info.reg);
+                problem = pattern.problem();
             }
             if (!problem.empty()) {
                 unfit(expression, "ValueExpression",
@@ -483,11 +494,20 @@ class attribute_compiler {
         compile_values(
             [&](const json_value& value, std::string_view name) { return plain_text(value, name); },
             [&](const std::string& text) -> std::string {
+                // The service holds a list selection against its choices only.
+                if (dp::batch_list_info::is_full_form(text)) {
+                    return "";
+                }
                 const std::size_t length = length_in_characters(text);
                 if (length < info.minc) {
                     return "is shorter than the least length";
                 }
-                return length > info.maxc ? "is longer than the greatest length" : "";
+                if (length > info.maxc) {
+                    return "is longer than the greatest length";
+                }
+                return pattern.problem().empty() && !pattern.matches(text)
+                           ? "does not match the pattern"
+                           : "";
             });
     }
 
@@ -498,6 +518,7 @@ class attribute_compiler {
     bool fits_ = true;
     bool described_anew_ = false;
     bool has_no_value_ = false;
+    bool has_borrowed_default_ = false;
 };
 
 /// Walks from the root to the list of attributes; null, with a finding, when there is none.
@@ -669,12 +690,9 @@ class registry_compiler {
             ++result_.unfit;
             return;
         }
-        if (compiler.was_described_anew() && described_anew_++ == 0) {
-            first_described_anew_ = {&source, pointer};
-        }
-        if (compiler.has_no_value() && without_value_++ == 0) {
-            first_without_value_ = {&source, pointer};
-        }
+        described_anew_.count(compiler.was_described_anew(), source, pointer);
+        without_value_.count(compiler.has_no_value(), source, pointer);
+        without_default_.count(compiler.has_borrowed_default(), source, pointer);
         result_.attributes.push_back(std::move(compiled));
     }
 
@@ -718,25 +736,35 @@ class registry_compiler {
         }
     }
 
-    /// What concerns many attributes is told once.
-    void tell_counts() {
-        if (described_anew_ > 0) {
-            findings_.add(severity::warning, *first_described_anew_.first,
-                          first_described_anew_.second,
-                          "descriptions hold characters that a template can't carry; they are "
-                          "replaced (" +
-                              std::to_string(described_anew_) + " attributes, this is the first)");
+    /// Attributes that have something in common, which is told once.
+    struct common_trait {
+        void count(bool has_it, const json_value& source, const std::string& at) {
+            if (has_it && number++ == 0) {
+                first = &source;
+                pointer = at;
+            }
         }
-        if (without_value_ > 0) {
-            findings_.add(severity::warning, *first_without_value_.first,
-                          first_without_value_.second,
-                          "neither a current nor a default value is given; the value starts out "
-                          "empty (" +
-                              std::to_string(without_value_) + " attributes, this is the first)");
+
+        std::size_t number = 0;
+        const json_value* first = nullptr;
+        std::string pointer;
+    };
+
+    void tell(const common_trait& trait, const std::string& message) {
+        if (trait.number > 0) {
+            findings_.add(
+                severity::warning, *trait.first, trait.pointer,
+                message + " (" + std::to_string(trait.number) + " attributes, this is the first)");
         }
     }
 
-    using first_place = std::pair<const json_value*, std::string>;
+    void tell_counts() {
+        tell(described_anew_,
+             "descriptions hold characters that a template can't carry; they are replaced");
+        tell(without_value_,
+             "neither a current nor a default value is given; the value starts out empty");
+        tell(without_default_, "no default value is given; the current value stands in for it");
+    }
 
     const json_value& root_;
     const std::optional<std::string>& forced_collection_;
@@ -748,10 +776,9 @@ class registry_compiler {
     std::map<std::string, std::string> titles_;
     std::set<std::string> told_renamed_;
     std::unordered_map<std::string, std::string> places_;  ///< from qualified name to pointer
-    std::size_t described_anew_ = 0;
-    std::size_t without_value_ = 0;
-    first_place first_described_anew_;
-    first_place first_without_value_;
+    common_trait described_anew_;
+    common_trait without_value_;
+    common_trait without_default_;
 };
 
 }  // namespace

@@ -42,9 +42,9 @@ struct compiled_registry {
 /// all belong to that one, otherwise to collections after their menus.
 ///
 /// Enumerations and Booleans (False, True) become type 1, Integers type 3, Strings type 4. A bound
-/// or length that is missing does not bound; a step that is missing or 0 is 1; a default that is
-/// missing or null is empty; ReadOnly and Immutable set the flag `read_only`; the help text goes to
-/// `fds`. Passwords are left out: their values must not stand in files.
+/// or length that is missing does not bound; a step that is missing or 0 is 1; for a default that
+/// is missing or null the current value stands in; ReadOnly and Immutable set the flag `read_only`;
+/// the help text goes to `fds`. Passwords are left out: their values must not stand in files.
 compiled_registry compile_registry(const json_value& root,
                                    const std::optional<std::string>& collection);
 

@@ -236,6 +236,18 @@ TEST(compile_registry, a_value_that_the_registry_itself_excludes_is_kept_with_a_
                 ElementsAre(HasSubstr("longer than the greatest length")));
     EXPECT_THAT(warnings(compile_one("String", R"("MinLength": 2, "DefaultValue": "a")")),
                 ElementsAre(HasSubstr("shorter than the least length")));
+    EXPECT_THAT(
+        warnings(compile_one("String", R"("ValueExpression": "^[a-z]$", "DefaultValue": "B")")),
+        ElementsAre(HasSubstr("does not match the pattern")));
+    // Characters count, not bytes, and a pattern matches anywhere.
+    EXPECT_THAT(warnings(compile_one("String",
+                                     R"("MaxLength": 2, "ValueExpression": "\u00fc",
+                                        "DefaultValue": "\u00fc\u00fc")")),
+                IsEmpty());
+    EXPECT_THAT(warnings(compile_one("String",
+                                     R"("MaxLength": 2, "ValueExpression": "^a",
+                                        "DefaultValue": "[value='B',order='1']")")),
+                IsEmpty());
 }
 
 TEST(compile_registry, the_first_value_is_the_current_one_else_the_default) {
@@ -246,10 +258,19 @@ TEST(compile_registry, the_first_value_is_the_current_one_else_the_default) {
                   .attributes.at(0)
                   .value,
               "d");
-    const auto only_current = compile_one("String", R"("CurrentValue": "c", "DefaultValue": null)");
-    EXPECT_EQ(only_current.attributes.at(0).value, "c");
-    EXPECT_EQ(only_current.attributes[0].info.dft, "");
-    EXPECT_THAT(only_current.findings, IsEmpty());
+}
+
+TEST(compile_registry, the_current_value_stands_in_for_a_missing_default_and_that_is_told_once) {
+    const auto compiled = compile_attributes(
+        R"({"AttributeName": "A", "Type": "String", "CurrentValue": "c", "DefaultValue": null},
+           {"AttributeName": "B", "Type": "Integer", "CurrentValue": 5},
+           {"AttributeName": "C", "Type": "Integer", "CurrentValue": 5, "DefaultValue": 4})");
+    EXPECT_EQ(compiled.attributes.at(0).value, "c");
+    EXPECT_EQ(compiled.attributes[0].info.dft, "c");
+    EXPECT_EQ(compiled.attributes.at(1).info.dft, "5");
+    EXPECT_EQ(compiled.attributes.at(2).info.dft, "4");
+    EXPECT_THAT(warnings(compiled), ElementsAre(testing::AllOf(HasSubstr("/0: no default value"),
+                                                               HasSubstr("2 attributes"))));
 }
 
 TEST(compile_registry, attributes_without_any_value_start_empty_and_are_told_once) {
@@ -378,6 +399,7 @@ TEST(compile_registry, values_that_can_not_be_carried_are_unfit) {
     const auto current = compile_one("String", R"("CurrentValue": "\u00a7 1")");
     EXPECT_THAT(unfit(current), IsEmpty());
     EXPECT_EQ(current.attributes.at(0).value, "\xC2\xA7 1");
+    EXPECT_EQ(current.attributes[0].info.dft, "");
     EXPECT_THAT(unfit(compile_one("String", R"("ValueExpression": "[\u00a7]")")), SizeIs(1));
     EXPECT_THAT(unfit(compile_one("Enumeration",
                                   R"("Value": [{"ValueName": "On"}, {"ValueName": "\u0155"}])")),
