@@ -13,7 +13,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "tests/support/test_platform.hpp"
+#include "tests/support/scratch_files.hpp"
 
 namespace test {
 namespace {

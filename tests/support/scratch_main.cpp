@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/test_platform.hpp"
+#include "tests/support/scratch_files.hpp"
 
 // Runs the tests in a child process whose $DP_ROOT is a scratch folder: the library reads it when
 // it is loaded, and the folder goes away however the tests end.

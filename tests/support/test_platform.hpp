@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/sysipc/application_log.hpp"
+#include "tests/support/scratch_files.hpp"
 
 namespace test {
 
@@ -57,19 +58,6 @@ class stepped_time {
     std::vector<std::uint32_t> sleeps;
     std::function<void(std::uint32_t)> on_sleep;  ///< called with the pause, after it was recorded
 };
-
-/// The scratch folder of this run: $DP_ROOT, with bin, tmp/dp and var/dp in it. A test that needs
-/// them clean calls `clean_root` first.
-std::string root();
-void clean_root();
-
-/// Whole files.
-std::string read_file(const std::string& path);
-void write_file(const std::string& path, const std::string& content);
-/// Sets access and modification time to whole seconds.
-void set_mtime(const std::string& path, std::time_t seconds);
-/// Writes an executable shell script.
-void write_script(const std::string& path, const std::string& body);
 
 }  // namespace test
 

@@ -4,7 +4,7 @@
 #include <sstream>
 
 #include "tests/support/program.hpp"
-#include "tests/support/test_platform.hpp"
+#include "tests/support/scratch_files.hpp"
 #include "tests/unit/dpctl/scratch_server.hpp"
 
 // The completion, run by bash as readline would: with the line, the cursor and the words, which

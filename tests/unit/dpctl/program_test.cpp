@@ -9,7 +9,7 @@
 
 #include "contract/service_status.hpp"
 #include "tests/support/program.hpp"
-#include "tests/support/test_platform.hpp"
+#include "tests/support/scratch_files.hpp"
 #include "tests/unit/dpctl/scratch_server.hpp"
 
 // dpctl as a process, in a server that is written down and with a stand-in for the service.

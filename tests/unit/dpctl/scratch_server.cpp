@@ -7,7 +7,7 @@
 #include <set>
 #include <sstream>
 
-#include "tests/support/test_platform.hpp"
+#include "tests/support/scratch_files.hpp"
 
 namespace test {
 namespace {

@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <string>
 
-#include "tests/support/test_platform.hpp"
+#include "tests/support/scratch_files.hpp"
 
 namespace {
 

@@ -17,7 +17,7 @@
 #include "batch/batch_file_settings_rdr.hpp"
 #include "bios/template_info.hpp"
 #include "tests/support/program.hpp"
-#include "tests/support/test_platform.hpp"
+#include "tests/support/scratch_files.hpp"
 
 // The programs as processes, in a scratch folder.
 

@@ -15,7 +15,7 @@
 #include "contract/choice_list.hpp"
 #include "contract/template_flags.hpp"
 #include "dp-template/json_document.hpp"
-#include "tests/support/test_platform.hpp"
+#include "tests/support/scratch_files.hpp"
 
 namespace {
 
