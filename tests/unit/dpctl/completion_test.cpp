@@ -117,6 +117,12 @@ TEST_F(completion, offers_values_with_blanks) {
     EXPECT_THAT(complete({"set", "Boot.Mode", "=", "\"Fa"}), ElementsAre("Fast Boot"));
 }
 
+TEST_F(completion, offers_what_goes_on_inside_quotes) {
+    EXPECT_THAT(complete({"set", "'Boot.Mode=F"}), ElementsAre("Boot.Mode=Fast Boot"));
+    EXPECT_THAT(complete({"set", "\"Boot.D"}), ElementsAre("Boot.Delay="));
+    EXPECT_THAT(complete({"get", "'Boot.D"}), ElementsAre("Boot.Delay"));
+}
+
 TEST_F(completion, offers_whole_words_where_equals_does_not_split_them) {
     EXPECT_THAT(complete({"set", "Boot.Mode=U"}, " \t\n"), ElementsAre("Boot.Mode=UEFI"));
 }
