@@ -134,7 +134,7 @@ choose='
        ([.possible_values[] | select(. != $s.pending and . != "" and (test("[\"\\\\]") | not))][0]) as $new
        | select($new != null) | {name: $s.name, type, new: $new}
      elif .type == "integer" then
-       (if ($s.pending | tonumber) != .minimum then .minimum
+       (if (($s.pending | tonumber?) // null) != .minimum then .minimum
         else .minimum + ([.step, 1] | max) end) as $new
        | select($new <= .maximum) | {name: $s.name, type, new: ($new | tostring)}
      else empty end]'
