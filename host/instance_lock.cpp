@@ -1,0 +1,41 @@
+#include "instance_lock.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "own_file.hpp"
+#include "service_log.hpp"
+
+namespace dp_host {
+
+std::string instance_lock::take(const std::string& path) {
+    file_descriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
+                              S_IRUSR | S_IWUSR));
+    const int open_error = errno;
+    if (std::string problem = problem_with_file(path); !problem.empty()) {
+        return problem;
+    }
+    if (!file.is_open()) {
+        return text_of("cannot open ", path, ": ", std::strerror(open_error));
+    }
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    if (fcntl(file.get(), F_SETLK, &lock) == 0) {
+        file_ = std::move(file);
+        return {};
+    }
+    if (errno != EACCES && errno != EAGAIN) {
+        return text_of("cannot lock ", path, ": ", std::strerror(errno));
+    }
+    if (fcntl(file.get(), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK && lock.l_pid > 0) {
+        return text_of("already running as process ", lock.l_pid);
+    }
+    return "already running";
+}
+
+}  // namespace dp_host
