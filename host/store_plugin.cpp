@@ -1,0 +1,208 @@
+#include "store_plugin.hpp"
+
+#include <algorithm>
+#include <utility>
+
+#include "contract/service_status.hpp"
+#include "settings/configuration.hpp"
+#include "settings/registrar.hpp"
+#include "settings/setting_element.hpp"
+#include "transactions/command_status.hpp"
+
+namespace dp_host {
+namespace {
+
+bool is_write(dp::operations op) {
+    return op == dp::op_set || op == dp::op_setv || op == dp::op_delete;
+}
+
+// The settings whose instances come and go with those of `s`: its record's, if it is the key.
+const std::vector<dp::setting*>& row_of(const dp::setting& s) {
+    static const std::vector<dp::setting*> none;
+    const auto& records = s.configuration->records;
+    const auto record = records.find(s.element->record_name);
+    return s.is_record_key() && record != records.end() ? record->second.settings : none;
+}
+
+void succeed(dp::transaction_command& command, const std::string& value) {
+    command.value_out = value;
+    command.complete = true;
+}
+
+// A command that was already answered turns out not to have happened.
+void fail_after_all(dp::transaction_command& command, std::int32_t status) {
+    command.value_out.clear();
+    command.status = status;
+}
+
+}  // namespace
+
+store_plugin::store_plugin(persist_function persist)
+    : dp::plugin("settings_store", settings_owner), persist_(std::move(persist)) {}
+
+void store_plugin::on_start(dp::registrar& /*reg*/) {}
+
+void store_plugin::on_stop(dp::registrar& /*reg*/) {}
+
+void store_plugin::serve(const template_model& model, value_store& store) {
+    model_ = &model;
+    store_ = &store;
+    store.for_each([](value_store::place at, const std::string& value) {
+        at.setting->set_instance_value(value, at.instance);
+    });
+    for (const auto& configuration : model.configurations()) {
+        configuration->changed = 0;
+    }
+}
+
+bool store_plugin::is_open(const dp::transaction_command& command) const {
+    return command.status == dp::command_status::success && !command.complete &&
+           command.target.setting != nullptr && command.target.setting->owner == this;
+}
+
+template_element& store_plugin::element_of(const dp::setting& s) const {
+    return *model_->attributes()[model_->position_of(&s)].element;
+}
+
+void store_plugin::process_transaction(dp::registrar& reg, dp::transaction* trans) {
+    if (trans == nullptr) {
+        return;
+    }
+    auto* const settings = dynamic_cast<dp::setting_transaction*>(trans);
+    if (settings == nullptr) {
+        trans->substep_complete(reg, this);
+        return;
+    }
+    std::vector<dp::transaction_command*> answered;
+    for (dp::transaction_command* command : settings->commands) {
+        if (is_open(*command)) {
+            carry_out(*command);
+            answered.push_back(command);
+        }
+    }
+    const auto changed = store_->changed_places();
+    if (store_->has_changes()) {
+        if (persist_()) {
+            store_->keep_changes();
+        } else {
+            take_back(answered);
+        }
+    }
+    trans->substep_complete(reg, this);
+
+    // The end of the sub-step stored each command's own value in the cache; deletes, rows and
+    // changes taken back are not among them.
+    for (const auto& at : changed) {
+        bring_to_cache(at);
+        at.setting->configuration->changed = 0;
+    }
+}
+
+void store_plugin::carry_out(dp::transaction_command& command) {
+    dp::setting& setting = *command.target.setting;
+    const dp::operations op = command.operation;
+    if (op != dp::op_get && op != dp::op_getv && !is_write(op)) {
+        command.fail(service_status::not_supported);
+        return;
+    }
+    value_store::place at{&setting, 0};
+    if (!element_of(setting).names_instance(command.target.instance, at.instance)) {
+        command.fail(service_status::bad_instance);
+        return;
+    }
+    if (op == dp::op_delete) {
+        remove(command, at);
+    } else if (is_write(op)) {
+        write(command, at);
+    } else {
+        read(command, at);
+    }
+}
+
+void store_plugin::read(dp::transaction_command& command, value_store::place at) {
+    const std::string* const value = store_->find(at);
+    if (value == nullptr) {
+        command.fail(dp::command_status::value_not_known);
+    } else {
+        succeed(command, *value);
+    }
+}
+
+void store_plugin::write(dp::transaction_command& command, value_store::place at) {
+    const std::string* const present = store_->find(at);
+    const bool is_there = present != nullptr;
+    if (element_of(*at.setting).is_read_only() && (!is_there || *present != command.value_in)) {
+        command.fail(service_status::read_only);
+        return;
+    }
+    store_->put(at, command.value_in);
+    if (!is_there) {
+        for (dp::setting* member : row_of(*at.setting)) {
+            const value_store::place field{member, at.instance};
+            if (at.instance <= member->element->max_instance && store_->find(field) == nullptr) {
+                store_->put(field, member->element->default_value());
+            }
+        }
+    }
+    succeed(command, command.value_in);
+}
+
+void store_plugin::remove(dp::transaction_command& command, value_store::place at) {
+    template_element& element = element_of(*at.setting);
+    if (element.is_read_only()) {
+        command.fail(service_status::read_only);
+        return;
+    }
+    if (element.is_single_valued()) {
+        const std::string value = element.default_value();
+        store_->put(at, value);
+        succeed(command, value);
+        return;
+    }
+    for (dp::setting* member : row_of(*at.setting)) {
+        store_->remove({member, at.instance});
+    }
+    store_->remove(at);
+    succeed(command, "");
+}
+
+bool store_plugin::is_changed(value_store::place at) const {
+    const auto& row = row_of(*at.setting);
+    return store_->is_changed(at) || std::any_of(row.begin(), row.end(), [&](dp::setting* member) {
+               return store_->is_changed({member, at.instance});
+           });
+}
+
+void store_plugin::take_back(const std::vector<dp::transaction_command*>& answered) {
+    std::vector<dp::transaction_command*> reads;
+    for (dp::transaction_command* command : answered) {
+        value_store::place at{command->target.setting, 0};
+        if (!element_of(*at.setting).names_instance(command->target.instance, at.instance) ||
+            !is_changed(at)) {
+            continue;
+        }
+        if (!is_write(command->operation)) {
+            reads.push_back(command);
+        } else if (command->status == dp::command_status::success) {
+            fail_after_all(*command, service_status::not_persisted);
+        }
+    }
+    store_->undo_changes();
+    // Reads in between saw values that are gone again.
+    for (dp::transaction_command* command : reads) {
+        command->status = dp::command_status::success;
+        command->complete = false;
+        command->value_out.clear();
+        carry_out(*command);
+    }
+}
+
+void store_plugin::bring_to_cache(value_store::place at) const {
+    if (const std::string* const value = store_->find(at); value != nullptr) {
+        at.setting->set_instance_value(*value, at.instance);
+    } else if (at.setting->cache.find_entry(at.instance, false) != nullptr) {
+        at.setting->remove_instance(at.instance);
+    }
+}
+
+}  // namespace dp_host

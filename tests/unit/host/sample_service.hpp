@@ -1,0 +1,93 @@
+#ifndef DP_TESTS_UNIT_HOST_SAMPLE_SERVICE_HPP
+#define DP_TESTS_UNIT_HOST_SAMPLE_SERVICE_HPP
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "batch/batch_file_entry.hpp"
+#include "batch_transaction.hpp"
+#include "host_registrar.hpp"
+#include "settings/configuration.hpp"
+#include "store_plugin.hpp"
+#include "tests/support/sample_template.hpp"
+#include "transactions/transaction_command.hpp"
+#include "values_file.hpp"
+
+namespace test {
+
+/// A store plug-in on the sample template's defaults, behind a registrar. What it persists goes
+/// into a text, or is refused.
+class sample_service : public testing::Test {
+  protected:
+    sample_service()
+        : plugin([this] {
+              ++persist_calls;
+              if (!disk_is_full) {
+                  on_disk = text();
+              }
+              return !disk_is_full;
+          }) {
+        std::string problem;
+        model = dp_host::template_model::make(sample_template(), &plugin, problem);
+        store = std::make_unique<dp_host::value_store>(*model);
+        store->add_defaults([](const dp::setting&) { return true; });
+        plugin.serve(*model, *store);
+        registrar.add_plugin(&plugin);
+        registrar.use_model(model.get());
+    }
+
+    std::string text() const {
+        std::ostringstream out;
+        dp_host::write_values(*store, out);
+        return out.str();
+    }
+
+    dp::transaction_command command(const std::string& operation, const std::string& name,
+                                    const std::string& value = "") {
+        dp::batch_file_entry entry;
+        entry.status = "0";
+        entry.detail = "0";
+        entry.tid = "<test-1>";
+        entry.operation = operation;
+        entry.name.parse(name);
+        entry.value_in = value;
+        return {&registrar, entry};
+    }
+
+    /// Runs the commands as one transaction.
+    void run(std::vector<dp::transaction_command>& commands) {
+        dp_host::batch_transaction transaction(commands);
+        transaction.queue(registrar);
+        registrar.run_queued();
+        EXPECT_TRUE(transaction.is_complete());
+    }
+
+    /// Runs one command alone and returns it.
+    dp::transaction_command run_one(const std::string& operation, const std::string& name,
+                                    const std::string& value = "") {
+        std::vector<dp::transaction_command> commands{command(operation, name, value)};
+        run(commands);
+        return commands.front();
+    }
+
+    std::string value_of(const std::string& name) {
+        const auto result = run_one("get", name);
+        return result.status == 0 ? result.value_out : "status " + std::to_string(result.status);
+    }
+
+    bool disk_is_full = false;
+    int persist_calls = 0;
+    std::string on_disk;
+    dp_host::host_registrar registrar;
+    dp_host::store_plugin plugin;
+    std::unique_ptr<dp_host::template_model> model;
+    std::unique_ptr<dp_host::value_store> store;
+};
+
+}  // namespace test
+
+#endif
