@@ -1,0 +1,79 @@
+#include "batch_exchange.hpp"
+
+#include <ctime>
+#include <string>
+
+#include "batch_run.hpp"
+#include "common/fixed_paths.hpp"
+#include "exchange_file.hpp"
+#include "own_file.hpp"
+#include "service_files.hpp"
+#include "service_log.hpp"
+#include "staged_file.hpp"
+
+namespace dp_host {
+namespace {
+
+// The library's client looks for its answer for 61 seconds.
+constexpr std::time_t client_patience = 62;
+
+// Why a batch that was being run at a crash need not be run again; empty when it must.
+std::string reason_to_drop(const own_file& running) {
+    const std::string next = dp::fixed_paths::batch.str();
+    const std::string result = dp::fixed_paths::batch_result.str();
+    if (!open_own_file(next).missing) {
+        return "a newer batch waits";
+    }
+    const own_file answer = open_own_file(result);
+    if (answer.problem.empty() && !is_later(running.modified, answer.modified)) {
+        return "it was answered";
+    }
+    const std::time_t age = std::time(nullptr) - running.modified.tv_sec;
+    if (age > client_patience || age < -client_patience) {
+        return "its client has given up";
+    }
+    return {};
+}
+
+}  // namespace
+
+void batch_exchange::recover() {
+    const std::string path = service_files::running_batch.str();
+    const own_file running = open_own_file(path);
+    if (running.missing) {
+        return;
+    }
+    const std::string reason = running.problem.empty() ? reason_to_drop(running) : running.problem;
+    if (reason.empty()) {
+        log_line("a batch was being run when the service ended: running it again");
+        run_and_answer();
+        return;
+    }
+    log_line("dropped the batch that was being run when the service ended: ", reason);
+    clear_away(path);
+}
+
+bool batch_exchange::look() {
+    if (!take_exchange_file(dp::fixed_paths::batch.str(), service_files::running_batch.str())) {
+        return false;
+    }
+    run_and_answer();
+    return true;
+}
+
+void batch_exchange::run_and_answer() {
+    const std::string running = service_files::running_batch.str();
+    const std::string result = dp::fixed_paths::batch_result.str();
+    staged_file answer(result, staged_file::passing);
+    const std::string problem = run_batch(running, registrar_, answer.out());
+    if (!problem.empty()) {
+        log_error("cannot run a batch: ", problem);
+    } else if (!answer.complete() || !answer.replace()) {
+        // Its client waits in vain; the next one finds the way free.
+        log_error("cannot answer a batch: ", answer.problem());
+        clear_away(result);
+    }
+    clear_away(running);
+}
+
+}  // namespace dp_host

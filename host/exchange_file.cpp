@@ -1,0 +1,47 @@
+#include "exchange_file.hpp"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "own_file.hpp"
+#include "service_log.hpp"
+
+namespace dp_host {
+namespace {
+
+// A read lease is granted only while nobody has the file open for writing. File systems without
+// leases say nothing about writers; there the end of writing was announced.
+bool is_being_written(int fd) {
+    if (fcntl(fd, F_SETLEASE, F_RDLCK) == 0) {
+        fcntl(fd, F_SETLEASE, F_UNLCK);
+        return false;
+    }
+    return errno == EAGAIN;
+}
+
+}  // namespace
+
+bool take_exchange_file(const std::string& path, const std::string& taken_path) {
+    const own_file file = open_own_file(path);
+    if (!file.problem.empty()) {
+        if (!file.missing) {
+            const bool cleared = clear_away(path);
+            log_error("refused: ", file.problem, cleared ? "; removed it" : "; it stays there");
+        }
+        return false;
+    }
+    if (is_being_written(file.descriptor.get())) {
+        return false;
+    }
+    clear_away(taken_path);
+    if (std::rename(path.c_str(), taken_path.c_str()) != 0) {
+        log_error("cannot take ", path, ": ", std::strerror(errno));
+        return false;
+    }
+    return true;
+}
+
+}  // namespace dp_host

@@ -1,0 +1,54 @@
+#include "exchange_watch.hpp"
+
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "service_log.hpp"
+
+namespace dp_host {
+namespace {
+
+// Ends of writing and renames tell of finished files; what is made otherwise (links, folders,
+// pipes, further names of finished files) is only noticed when it appears.
+constexpr std::uint32_t arrivals = IN_CLOSE_WRITE | IN_MOVED_TO | IN_CREATE;
+constexpr std::uint32_t departures = IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED | IN_UNMOUNT;
+
+}  // namespace
+
+std::string exchange_watch::begin(const std::string& folder) {
+    notify_ = file_descriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    if (!notify_.is_open() || inotify_add_watch(notify_.get(), folder.c_str(),
+                                                arrivals | IN_DELETE_SELF | IN_MOVE_SELF |
+                                                    IN_ONLYDIR | IN_DONT_FOLLOW) == -1) {
+        return text_of("cannot watch ", folder, ": ", std::strerror(errno));
+    }
+    return {};
+}
+
+bool exchange_watch::take_events() {
+    alignas(inotify_event) std::array<char, 4096> buffer{};
+    bool is_there = true;
+    for (;;) {
+        const ssize_t count = read(notify_.get(), buffer.data(), buffer.size());
+        if (count == -1 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            return is_there;
+        }
+        inotify_event event{};
+        for (std::size_t at = 0; at < static_cast<std::size_t>(count);
+             at += sizeof event + event.len) {
+            std::memcpy(&event, buffer.data() + at, sizeof event);
+            is_there = is_there && (event.mask & departures) == 0;
+        }
+    }
+}
+
+}  // namespace dp_host

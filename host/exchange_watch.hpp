@@ -1,0 +1,30 @@
+#ifndef DP_HOST_EXCHANGE_WATCH_HPP
+#define DP_HOST_EXCHANGE_WATCH_HPP
+
+#include <string>
+
+#include "file_descriptor.hpp"
+
+namespace dp_host {
+
+/// Notices files that appear in a folder, finished or not.
+class exchange_watch {
+  public:
+    /// Begins to watch. Whoever looks at the folder after that misses nothing. Returns why the
+    /// folder can't be watched; empty when it is.
+    std::string begin(const std::string& folder);
+
+    /// Readable when something happened.
+    [[nodiscard]] int descriptor() const { return notify_.get(); }
+
+    /// Takes note of what happened. False when the folder itself went away: then prepare it anew
+    /// and `begin` again.
+    bool take_events();
+
+  private:
+    file_descriptor notify_;
+};
+
+}  // namespace dp_host
+
+#endif

@@ -1,0 +1,70 @@
+#include "exchange_watch.hpp"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+
+#include "tests/support/test_platform.hpp"
+
+namespace {
+
+class exchange_watch_test : public testing::Test {
+  protected:
+    void SetUp() override {
+        test::clean_root();
+        ASSERT_EQ(watch.begin(folder), "");
+    }
+
+    bool something_happened() {
+        pollfd entry{watch.descriptor(), POLLIN, 0};
+        return poll(&entry, 1, 0) == 1;
+    }
+
+    std::string folder = test::root() + "/tmp/dp";
+    std::string file = folder + "/batch";
+    dp_host::exchange_watch watch;
+};
+
+TEST_F(exchange_watch_test, quiet_folders_tell_nothing) {
+    EXPECT_FALSE(something_happened());
+    EXPECT_TRUE(watch.take_events());
+}
+
+TEST_F(exchange_watch_test, whatever_way_a_file_arrives_is_noticed) {
+    test::write_file(file, "x");
+    EXPECT_TRUE(something_happened());
+    EXPECT_TRUE(watch.take_events());
+    EXPECT_FALSE(something_happened());
+
+    test::write_file(test::root() + "/elsewhere", "x");
+    ASSERT_EQ(std::rename((test::root() + "/elsewhere").c_str(), file.c_str()), 0);
+    EXPECT_TRUE(something_happened());
+    EXPECT_TRUE(watch.take_events());
+
+    ASSERT_EQ(link(file.c_str(), (file + "2").c_str()), 0);
+    EXPECT_TRUE(something_happened());
+    EXPECT_TRUE(watch.take_events());
+
+    ASSERT_EQ(symlink(file.c_str(), (file + "3").c_str()), 0);
+    EXPECT_TRUE(something_happened());
+}
+
+TEST_F(exchange_watch_test, a_folder_that_goes_away_is_noticed) {
+    std::filesystem::remove_all(folder);
+    EXPECT_TRUE(something_happened());
+    EXPECT_FALSE(watch.take_events());
+    EXPECT_NE(watch.begin(folder), "");
+    ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
+    EXPECT_EQ(watch.begin(folder), "");
+    test::write_file(file, "x");
+    EXPECT_TRUE(something_happened());
+    EXPECT_TRUE(watch.take_events());
+    ASSERT_EQ(std::rename(folder.c_str(), (folder + "2").c_str()), 0);
+    EXPECT_FALSE(watch.take_events());
+}
+
+}  // namespace
