@@ -1,0 +1,30 @@
+#ifndef DP_HOST_SERVER_EXCHANGE_HPP
+#define DP_HOST_SERVER_EXCHANGE_HPP
+
+#include "settings_service.hpp"
+
+namespace dp_host {
+
+/// The exchange with the simulated server's operator: one request at a time, taken by renaming and
+/// answered in a file of its own. A request that was being carried out when the service was killed
+/// is carried out again: both requests may be repeated, and an update should not stay half done.
+class server_exchange {
+  public:
+    /// The service stays the caller's and outlives the exchange.
+    explicit server_exchange(settings_service& service) : service_(service) {}
+
+    /// Deals with what a service that was killed left behind. Call it once, before `look`.
+    void recover();
+
+    /// Takes, carries out and answers a request, if one is there. True when there was one.
+    bool look();
+
+  private:
+    void carry_out_and_answer();
+
+    settings_service& service_;
+};
+
+}  // namespace dp_host
+
+#endif

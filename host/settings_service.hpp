@@ -1,0 +1,65 @@
+#ifndef DP_HOST_SETTINGS_SERVICE_HPP
+#define DP_HOST_SETTINGS_SERVICE_HPP
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bios/template_info.hpp"
+#include "host_registrar.hpp"
+#include "server_outcome.hpp"
+#include "store_plugin.hpp"
+#include "template_model.hpp"
+#include "value_store.hpp"
+
+namespace dp_host {
+
+/// The service's state: the template's configurations and the values of their settings, in memory
+/// and on disk. Pending values (as last set) and current values (in force) are two files; a restart
+/// of the simulated server makes the one the other.
+class settings_service {
+  public:
+    settings_service();
+    ~settings_service();
+    settings_service(const settings_service&) = delete;
+    settings_service& operator=(const settings_service&) = delete;
+
+    /// Reads the template and the values and writes what is missing: files of values from the
+    /// template's defaults (pending ones from the current ones, if only those are there), and the
+    /// build id. Returns why the service can't begin; empty when it has begun.
+    std::string start();
+
+    host_registrar& registrar() { return registrar_; }
+
+    /// To be called when transactions were run. If the file of pending values does not hold what
+    /// the commands were told, because writing it failed half-way, tries to put it right.
+    void settle();
+
+    /// Restarts the simulated server: pending values become current.
+    server_outcome restart();
+
+    /// Updates the simulated server's BIOS from the parts that lie ready, and restarts it. Values
+    /// of attributes that the new template still has, and that are still valid, stay; all others
+    /// are the new defaults. Everything is examined and written beside the old files first; then
+    /// they are replaced one behind the other. Interrupted anywhere, the update can be run again.
+    server_outcome update();
+
+  private:
+    struct update_parts;
+
+    bool persist();
+    std::string write_store(const std::string& path, const value_store& store);
+    std::string load_values();
+    server_outcome prepare_update(update_parts& parts);
+    void install(std::unique_ptr<template_model> model, std::unique_ptr<value_store> store);
+
+    host_registrar registrar_;
+    store_plugin plugin_;
+    std::unique_ptr<template_model> model_;
+    std::unique_ptr<value_store> store_;
+    bool file_differs_ = false;
+};
+
+}  // namespace dp_host
+
+#endif

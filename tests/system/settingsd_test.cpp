@@ -1,0 +1,502 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <random>
+#include <set>
+#include <sstream>
+
+#include "batch/batch_file_settings_rdr.hpp"
+#include "contract/service_status.hpp"
+#include "scratch_server.hpp"
+#include "tests/support/program.hpp"
+#include "tests/support/sample_template.hpp"
+#include "tests/support/test_platform.hpp"
+
+namespace {
+
+using test::eventually;
+using test::scratch_server;
+
+class settingsd : public testing::Test {
+  protected:
+    scratch_server server;
+
+    void start() { ASSERT_TRUE(server.start()) << scratch_server::log(); }
+
+    // The service ends at once, with exit code 1 and, beside its ordinary log, this one line.
+    void expect_refusal(const std::string& line) {
+        EXPECT_FALSE(server.start());
+        EXPECT_EQ(server.wait(), 1);
+        std::istringstream log(scratch_server::log());
+        std::string told;
+        for (std::string one; std::getline(log, one);) {
+            told += one.find("] LOG ") == std::string::npos ? one + "\n" : "";
+        }
+        EXPECT_EQ(told, "dp_settingsd: " + line + "\n");
+    }
+
+    static std::string path(const std::string& below_root) {
+        return scratch_server::path(below_root);
+    }
+};
+
+std::size_t line_count(const std::string& text) {
+    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
+// --- usage and start
+
+TEST_F(settingsd, tells_what_it_is) {
+    const auto help = test::run_program("dp_settingsd", {"--help"});
+    EXPECT_EQ(help.exit_code, 0);
+    EXPECT_NE(help.out.find(path("/var/dp")), std::string::npos);
+    const auto version = test::run_program("dp_settingsd", {"--version"});
+    EXPECT_EQ(version.exit_code, 0);
+    EXPECT_EQ(version.out.rfind("dp_settingsd ", 0), 0U);
+}
+
+TEST_F(settingsd, wrong_usage_exits_with_2) {
+    for (const char* argument : {"--frob", "word", "-x"}) {
+        const auto result = test::run_program("dp_settingsd", {argument});
+        EXPECT_EQ(result.exit_code, 2) << argument;
+        EXPECT_NE(result.err, "");
+    }
+}
+
+TEST_F(settingsd, makes_its_folders_for_its_user_only_and_narrows_those_that_are_there) {
+    start();
+    for (const char* folder : {"/tmp/dp", "/var/dp"}) {
+        struct stat info {};
+        ASSERT_EQ(stat(path(folder).c_str(), &info), 0);
+        EXPECT_EQ(info.st_mode & 07777, 0700U) << folder;
+    }
+    EXPECT_EQ(server.stop(), 0);
+    std::filesystem::remove_all(path("/tmp"));
+    start();
+    EXPECT_NE(scratch_server::run_batch("0 1 t get Boot.Mode \"\" \"\"\n"), "");
+}
+
+TEST_F(settingsd, the_first_start_writes_values_and_build_id) {
+    start();
+    const std::string values = test::read_file(scratch_server::pending());
+    EXPECT_NE(values.find("Boot.Mode \"UEFI\" \"\""), std::string::npos);
+    EXPECT_EQ(test::read_file(scratch_server::current()), values);
+    EXPECT_EQ(test::read_file(path("/tmp/dp/uefi.bld")), "B1\n");
+}
+
+TEST_F(settingsd, a_missing_or_broken_template_is_refused) {
+    const std::string bios = path("/var/dp/uefi_template.efi");
+    const std::string whole = test::read_file(bios);
+    ASSERT_EQ(unlink(bios.c_str()), 0);
+    expect_refusal("cannot open " + bios + ": No such file or directory");
+    for (const std::string& broken :
+         {std::string(), std::string("no template"), whole.substr(0, whole.size() / 2)}) {
+        test::write_file(bios, broken);
+        EXPECT_FALSE(server.start());
+        EXPECT_EQ(server.wait(), 1);
+        EXPECT_NE(scratch_server::log().find("dp_settingsd: " + path("/bin/dpspy") +
+                                             " failed with exit code 1\n"),
+                  std::string::npos)
+            << scratch_server::log();
+    }
+    EXPECT_FALSE(std::filesystem::exists(scratch_server::pending()));
+}
+
+TEST_F(settingsd, folders_and_files_that_are_links_are_refused) {
+    const std::string aside = path("/aside");
+    for (const char* name :
+         {"/tmp/dp", "/var/dp", "/var/dp/uefi_template.efi", "/var/dp/uefi_settings.txt",
+          "/var/dp/uefi_current.txt", "/var/dp/vpd.txt", "/var/dp/dp_settingsd.lock",
+          "/tmp/dp/uefi_info.txt", "/tmp/dp/uefi.bld"}) {
+        const std::string real = path(name);
+        const bool was_there = std::filesystem::exists(real);
+        if (was_there) {
+            std::filesystem::rename(real, aside);
+        } else {
+            test::write_file(aside, "");
+        }
+        std::filesystem::create_symlink(aside, real);
+        expect_refusal(real + " is a link");
+        std::filesystem::remove(real);
+        if (was_there) {
+            std::filesystem::rename(aside, real);
+        } else {
+            std::filesystem::remove(aside);
+        }
+    }
+    start();
+}
+
+TEST_F(settingsd, folders_and_files_of_somebody_else_are_refused) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can give files away";
+    }
+    for (const char* name : {"/tmp/dp", "/var/dp", "/var/dp/uefi_template.efi"}) {
+        ASSERT_EQ(chown(path(name).c_str(), 12345, 12345), 0);
+        expect_refusal(path(name) + " belongs to user 12345, not to user 0");
+        ASSERT_EQ(chown(path(name).c_str(), 0, 0), 0);
+    }
+}
+
+TEST_F(settingsd, one_instance_runs_at_a_time) {
+    start();
+    const auto second = test::run_program("dp_settingsd", {});
+    EXPECT_EQ(second.exit_code, 1);
+    EXPECT_EQ(second.err,
+              "dp_settingsd: already running as process " + std::to_string(server.pid()) + "\n");
+    EXPECT_EQ(scratch_server::run_batch("0 1 t get Boot.Mode \"\" \"\"\n"),
+              "0 1 t get Boot.Mode \"\" \"UEFI\" \n");
+    EXPECT_EQ(server.stop(SIGKILL), 128 + SIGKILL);
+    start();
+}
+
+// --- batches
+
+TEST_F(settingsd, every_line_of_a_batch_is_answered_in_order) {
+    start();
+    const std::string too_long = "0 104 <cim-7> set Boot.Label \"" + std::string(70'000, 'x');
+    EXPECT_EQ(
+        scratch_server::run_batch("# changes\n"
+                                  "0 100 <cim-7> set Boot.Mode \"Legacy\" \"\" \n"
+                                  "0 101 <cim-7> set Boot.Mode \"CSM\" \"\" \n"
+                                  "0 102 <cim-7> set Boot.Gone \"1\" \"\" \n"
+                                  "0 103 <cim-7> set Boot.Delay \"5\" \"\" and more\n" +
+                                  too_long +
+                                  "\" \"\" \n"
+                                  "\n"
+                                  "0 105 <cim-7> set Boot.Delay \"1000\" \"\" \n"
+                                  "0 106 <cim-7> set Boot.Delay \"7\" \"\" \n"
+                                  "0 107 <cim-7> set Boot.Delay \"x\" \"\" \n"
+                                  "0 108 <cim-7> set Boot.Label \"twenty-one characters\" \"\" \n"
+                                  "0 109 <cim-7> set Boot.Vendor \"other\" \"\" \n"
+                                  "0 110 <cim-7> get Boot.Mode \"\" \"\" \n"
+                                  "0 111 <cim-7> frob Boot.Mode \"\" \"\" \n"
+                                  "0 112 <cim-7> cmd_export Boot.Mode \"\" \"\" \n"
+                                  "0 113 <cim-7> get Ports.Speed.9 \"\" \"\" \n"
+                                  "0 114 <cim-7> delete Boot.Mode \"\" \"\" \n"),
+        "0 100 <cim-7> set Boot.Mode \"Legacy\" \"Legacy\" \n"
+        "48 101 <cim-7> set Boot.Mode \"CSM\" \"\" \n"
+        "16 102 <cim-7> set ERR.INVALID_SETTING \"1\" \"\" \n"
+        "57 103 <cim-7> set Boot.Delay \"\" \"\" \n"
+        "57 104 <cim-7> set Boot.Label \"\" \"\" \n"
+        "50 105 <cim-7> set Boot.Delay \"1000\" \"\" \n"
+        "51 106 <cim-7> set Boot.Delay \"7\" \"\" \n"
+        "49 107 <cim-7> set Boot.Delay \"x\" \"\" \n"
+        "53 108 <cim-7> set Boot.Label \"twenty-one characters\" \"\" \n"
+        "55 109 <cim-7> set Boot.Vendor \"other\" \"\" \n"
+        "0 110 <cim-7> get Boot.Mode \"\" \"Legacy\" \n"
+        "224 111 <cim-7> unknown Boot.Mode \"\" \"\" \n"
+        "58 112 <cim-7> command export Boot.Mode \"\" \"\" \n"
+        "59 113 <cim-7> get Ports.Speed.9 \"\" \"\" \n"
+        "226 114 <cim-7> delete Boot.Mode \"\" \"\" \n");
+    EXPECT_NE(test::read_file(scratch_server::pending()).find("Boot.Mode \"Legacy\""),
+              std::string::npos);
+}
+
+TEST_F(settingsd, a_batch_that_waited_for_the_service_is_run) {
+    scratch_server::write_batch("0 1 t set Boot.Mode \"Legacy\" \"\"\n");
+    test::set_mtime(scratch_server::batch(), 1000);
+    start();
+    EXPECT_EQ(scratch_server::wait_for_result(), "0 1 t set Boot.Mode \"Legacy\" \"Legacy\" \n");
+}
+
+TEST_F(settingsd, a_batch_is_taken_when_its_writer_is_done_and_not_before) {
+    const std::string name = scratch_server::batch();
+    const int early = open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    const std::string half = "0 1 t get Boot.Mode";
+    ASSERT_EQ(write(early, half.data(), half.size()), static_cast<ssize_t>(half.size()));
+    start();
+    EXPECT_TRUE(std::filesystem::exists(name));
+    const std::string rest = " \"\" \"\"\n0 2 t get Boot.Delay \"\" \"\"\n";
+    ASSERT_EQ(write(early, rest.data(), rest.size()), static_cast<ssize_t>(rest.size()));
+    EXPECT_TRUE(std::filesystem::exists(name));
+    close(early);
+    EXPECT_EQ(scratch_server::wait_for_result(),
+              "0 1 t get Boot.Mode \"\" \"UEFI\" \n0 2 t get Boot.Delay \"\" \"5\" \n");
+}
+
+TEST_F(settingsd, a_batch_may_arrive_by_rename_or_as_a_link_to_a_finished_file) {
+    start();
+    const std::string beside = path("/tmp/dp/beside");
+    const std::string text = "0 1 t get Boot.Mode \"\" \"\"\n";
+    const std::string answer = "0 1 t get Boot.Mode \"\" \"UEFI\" \n";
+    test::write_file(beside, text);
+    ASSERT_EQ(rename(beside.c_str(), scratch_server::batch().c_str()), 0);
+    EXPECT_EQ(scratch_server::wait_for_result(), answer);
+    ASSERT_EQ(unlink(scratch_server::result().c_str()), 0);
+    test::write_file(beside, text);
+    ASSERT_EQ(link(beside.c_str(), scratch_server::batch().c_str()), 0);
+    EXPECT_EQ(scratch_server::wait_for_result(), answer);
+}
+
+TEST_F(settingsd, what_is_no_batch_file_of_ours_is_refused_and_the_service_goes_on) {
+    start();
+    const std::string name = scratch_server::batch();
+    const auto is_gone = [&] {
+        return !std::filesystem::exists(std::filesystem::symlink_status(name));
+    };
+    test::write_file(path("/precious"), "precious");
+    std::filesystem::create_symlink(path("/precious"), name);
+    EXPECT_TRUE(eventually(is_gone));
+    ASSERT_EQ(mkfifo(name.c_str(), 0600), 0);
+    EXPECT_TRUE(eventually(is_gone));
+    ASSERT_EQ(mkdir(name.c_str(), 0700), 0);
+    EXPECT_TRUE(eventually(is_gone));
+    if (geteuid() == 0) {
+        test::write_file(path("/tmp/dp/foreign"), "0 1 t get Boot.Mode \"\" \"\"\n");
+        ASSERT_EQ(chown(path("/tmp/dp/foreign").c_str(), 12345, 12345), 0);
+        ASSERT_EQ(rename(path("/tmp/dp/foreign").c_str(), name.c_str()), 0);
+        EXPECT_TRUE(eventually(is_gone));
+    }
+    EXPECT_EQ(test::read_file(path("/precious")), "precious");
+    EXPECT_FALSE(std::filesystem::exists(scratch_server::result()));
+    EXPECT_EQ(scratch_server::run_batch("0 1 t get Boot.Mode \"\" \"\"\n"),
+              "0 1 t get Boot.Mode \"\" \"UEFI\" \n");
+    EXPECT_NE(scratch_server::log().find(name + " is a link; removed it"), std::string::npos);
+}
+
+TEST_F(settingsd, garbage_fails_by_itself) {
+    start();
+    std::mt19937 random(7);
+    std::string garbage;
+    for (int i = 0; i < 200'000; ++i) {
+        garbage += static_cast<char>(random());
+    }
+    const std::string result =
+        scratch_server::run_batch(garbage + "\n0 1 t get Boot.Mode \"\" \"\"\n");
+    EXPECT_NE(result.find("\n0 1 t get Boot.Mode \"\" \"UEFI\" \n"), std::string::npos);
+    EXPECT_EQ(server.stop(), 0);
+}
+
+TEST_F(settingsd, a_hundred_thousand_commands_are_answered_one_line_each) {
+    start();
+    std::ostringstream text;
+    for (int i = 0; i < 100'000; ++i) {
+        text << "0 " << i << " t set Ports.Speed." << i % 4 + 1 << " \"" << i % 1000 + 1
+             << "\" \"\" \n";
+    }
+    const std::string result = scratch_server::run_batch(text.str());
+    EXPECT_EQ(line_count(result), 100'000U);
+    EXPECT_EQ(result.rfind("0 0 t set Ports.Speed.1 \"1\" \"1\" \n", 0), 0U);
+    EXPECT_NE(test::read_file(scratch_server::pending()).find("Ports.Speed.4 \"1000\""),
+              std::string::npos);
+}
+
+TEST_F(settingsd, batches_that_follow_at_once_are_all_run) {
+    start();
+    for (int i = 0; i < 200; ++i) {
+        const std::string value = std::to_string(i % 13 * 5);
+        EXPECT_EQ(scratch_server::run_batch("0 1 t set Boot.Delay \"" + value + "\" \"\"\n"),
+                  "0 1 t set Boot.Delay \"" + value + "\" \"" + value + "\" \n");
+    }
+}
+
+TEST_F(settingsd, a_result_that_cannot_be_written_is_logged_and_the_service_goes_on) {
+    start();
+    std::filesystem::create_directories(scratch_server::result() + "/full");
+    test::write_file(scratch_server::batch(), "0 1 t set Boot.Mode \"Legacy\" \"\"\n");
+    EXPECT_TRUE(eventually(
+        [] { return scratch_server::log().find("cannot answer a batch: ") != std::string::npos; }));
+    std::filesystem::remove_all(scratch_server::result());
+    EXPECT_EQ(scratch_server::run_batch("0 1 t get Boot.Mode \"\" \"\"\n"),
+              "0 1 t get Boot.Mode \"\" \"Legacy\" \n");
+}
+
+TEST_F(settingsd, changes_that_cannot_be_written_to_disk_fail_and_did_not_happen) {
+    start();
+    std::filesystem::rename(path("/var/dp"), path("/var/aside"));
+    EXPECT_EQ(scratch_server::run_batch("0 1 t set Boot.Mode \"Legacy\" \"\"\n"
+                                        "0 2 t get Boot.Mode \"\" \"\"\n"
+                                        "0 3 t set Boot.Mode \"CSM\" \"\"\n"),
+              "56 1 t set Boot.Mode \"Legacy\" \"\" \n"
+              "0 2 t get Boot.Mode \"\" \"UEFI\" \n"
+              "48 3 t set Boot.Mode \"CSM\" \"\" \n");
+    std::filesystem::rename(path("/var/aside"), path("/var/dp"));
+    EXPECT_EQ(scratch_server::run_batch("0 1 t set Boot.Mode \"Legacy\" \"\"\n"),
+              "0 1 t set Boot.Mode \"Legacy\" \"Legacy\" \n");
+}
+
+TEST_F(settingsd, an_exchange_folder_that_is_removed_is_made_anew) {
+    start();
+    std::filesystem::remove_all(path("/tmp/dp"));
+    ASSERT_TRUE(eventually([] {
+        return scratch_server::log().find("the exchange folder went away") != std::string::npos &&
+               std::filesystem::exists(scratch_server::path("/tmp/dp"));
+    }));
+    EXPECT_EQ(scratch_server::run_batch("0 1 t get Boot.Mode \"\" \"\"\n"),
+              "0 1 t get Boot.Mode \"\" \"UEFI\" \n");
+}
+
+// --- ends
+
+TEST_F(settingsd, stops_when_asked) {
+    for (const int signal : {SIGTERM, SIGINT}) {
+        start();
+        EXPECT_EQ(server.stop(signal), 0) << scratch_server::log();
+    }
+}
+
+TEST_F(settingsd, finishes_the_batch_that_it_runs_before_it_stops) {
+    start();
+    std::ostringstream text;
+    for (int i = 0; i < 300'000; ++i) {
+        text << "0 " << i << " t set Ports.Speed.1 \"" << i % 1000 + 1 << "\" \"\" \n";
+    }
+    scratch_server::write_batch(text.str());
+    ASSERT_TRUE(eventually([] { return !std::filesystem::exists(scratch_server::batch()); }));
+    EXPECT_EQ(server.stop(), 0);
+    EXPECT_EQ(line_count(test::read_file(scratch_server::result())), 300'000U);
+    EXPECT_FALSE(std::filesystem::exists(path("/tmp/dp/batch.run")));
+}
+
+// The values of the pending file as the library reads them.
+std::vector<std::string> pending_values() {
+    std::vector<std::string> names;
+    std::vector<std::string> values;
+    dp::batch_file_settings_rdr reader(&names, &values);
+    std::stringstream plain;
+    EXPECT_TRUE(reader.decompress(scratch_server::pending(), plain));
+    reader.read_file(plain, nullptr);
+    return values;
+}
+
+TEST_F(settingsd, killed_at_any_moment_it_keeps_whole_batches_and_all_that_it_answered) {
+    constexpr int attributes = 300;
+    constexpr int rounds = 40;
+    std::vector<template_info> infos;
+    for (int i = 0; i < attributes; ++i) {
+        infos.push_back(test::number("A", "N" + std::to_string(i), "0", 0, 0xFFFFFFFF, 1));
+    }
+    scratch_server::install(infos, "B1");
+    std::mt19937 random(20240517);
+    int answered = 0;  // the value of the last batch whose answer was seen
+    int sent = 0;
+    int seen_in_the_act = 0;
+    for (int round = 0; round < rounds; ++round) {
+        ASSERT_TRUE(server.start()) << scratch_server::log();
+        // What was sent before the last end is carried out now, if it was not before.
+        if (sent > answered) {
+            ASSERT_NE(scratch_server::wait_for_result(), "(no result)");
+            answered = sent;
+        }
+        std::ostringstream text;
+        ++sent;
+        for (int i = 0; i < attributes; ++i) {
+            text << "0 " << i << " t set A.N" << i << " \"" << sent << "\" \"\" \n";
+        }
+        scratch_server::write_batch(text.str());
+        usleep(static_cast<useconds_t>(random() % 12'000));
+        server.send(SIGKILL);
+        EXPECT_EQ(server.wait(), 128 + SIGKILL);
+
+        const bool was_answered = std::filesystem::exists(scratch_server::result());
+        if (was_answered) {
+            const std::string result = test::read_file(scratch_server::result());
+            ASSERT_EQ(line_count(result), static_cast<std::size_t>(attributes));
+            EXPECT_EQ(result.find("\n0 299 t set A.N299 ") != std::string::npos, true);
+            answered = sent;
+        }
+        const auto values = pending_values();
+        ASSERT_EQ(values.size(), static_cast<std::size_t>(attributes));
+        const std::set<std::string> different(values.begin(), values.end());
+        ASSERT_EQ(different.size(), 1U) << "part of a batch";
+        const int kept = std::stoi(*different.begin());
+        EXPECT_TRUE(kept == answered || kept == sent) << kept;
+        seen_in_the_act += was_answered ? 0 : 1;
+    }
+    // Both kinds of ends occurred, or the test shows nothing.
+    EXPECT_GT(seen_in_the_act, 0);
+    EXPECT_LT(seen_in_the_act, rounds);
+}
+
+// --- the simulated server
+
+TEST_F(settingsd, a_restart_makes_pending_values_current) {
+    start();
+    scratch_server::run_batch("0 1 t set Boot.Mode \"Legacy\" \"\"\n");
+    EXPECT_EQ(test::read_file(scratch_server::current()).find("Legacy"), std::string::npos);
+    EXPECT_EQ(scratch_server::request("restart\n"), "0\n");
+    EXPECT_EQ(test::read_file(scratch_server::current()),
+              test::read_file(scratch_server::pending()));
+    EXPECT_NE(test::read_file(scratch_server::current()).find("Legacy"), std::string::npos);
+}
+
+TEST_F(settingsd, a_request_that_waited_for_the_service_is_carried_out) {
+    test::write_file(path("/tmp/dp/server"), "restart\n");
+    start();
+    EXPECT_TRUE(eventually([&] { return test::read_file(path("/tmp/dp/server.out")) == "0\n"; }));
+}
+
+TEST_F(settingsd, an_update_installs_template_values_and_build_id) {
+    start();
+    scratch_server::run_batch(
+        "0 1 t set Boot.Mode \"Legacy\" \"\"\n"
+        "0 2 t set Boot.Delay \"55\" \"\"\n");
+    scratch_server::place_update({test::choice("Boot", "Mode", "UEFI", "UEFI,Legacy"),
+                                  test::number("Boot", "Delay", "1", 0, 10, 1),
+                                  test::choice("Fans", "Speed", "low", "low,high")},
+                                 "B2");
+    EXPECT_EQ(scratch_server::request("update\n"), "0\n");
+    EXPECT_EQ(test::read_file(path("/tmp/dp/uefi.bld")), "B2\n");
+    EXPECT_EQ(test::read_file(path("/var/dp/vpd.txt")), "SERIAL=1\nUEFIID=B2\n");
+    EXPECT_EQ(scratch_server::run_batch("0 1 t get Boot.Mode \"\" \"\"\n"
+                                        "0 2 t get Boot.Delay \"\" \"\"\n"
+                                        "0 3 t get Boot.Label \"\" \"\"\n"
+                                        "0 4 t set Fans.Speed \"high\" \"\"\n"),
+              "0 1 t get Boot.Mode \"\" \"Legacy\" \n"
+              "0 2 t get Boot.Delay \"\" \"1\" \n"
+              "16 3 t get ERR.INVALID_SETTING \"\" \"\" \n"
+              "0 4 t set Fans.Speed \"high\" \"high\" \n");
+    EXPECT_EQ(server.stop(), 0);
+    start();
+    EXPECT_EQ(scratch_server::run_batch("0 1 t get Fans.Speed \"\" \"\"\n"),
+              "0 1 t get Fans.Speed \"\" \"high\" \n");
+}
+
+TEST_F(settingsd, an_update_that_cannot_be_used_is_refused_and_the_old_bios_stays) {
+    start();
+    scratch_server::place_update({}, "B2");
+    test::write_file(path("/var/dp/update/uefi_template.efi"), "garbage");
+    const std::string answer = scratch_server::request("update\n");
+    EXPECT_EQ(answer, std::to_string(service_status::malformed_line) + " " + path("/bin/dpspy") +
+                          " failed with exit code 1\n");
+    EXPECT_EQ(scratch_server::run_batch("0 1 t get Boot.Mode \"\" \"\"\n"),
+              "0 1 t get Boot.Mode \"\" \"UEFI\" \n");
+    EXPECT_EQ(test::read_file(path("/tmp/dp/uefi.bld")), "B1\n");
+    EXPECT_EQ(server.stop(), 0);
+    start();
+}
+
+TEST_F(settingsd, killed_in_an_update_it_completes_it) {
+    std::mt19937 random(3);
+    const std::vector<template_info> bios[] = {{test::choice("Boot", "Mode", "UEFI", "UEFI,Legacy"),
+                                                test::text("Boot", "Two", "2", 0, 0, "")},
+                                               {test::choice("Boot", "Mode", "UEFI", "UEFI,Legacy"),
+                                                test::text("Boot", "One", "1", 0, 0, "")}};
+    start();
+    scratch_server::run_batch("0 1 t set Boot.Mode \"Legacy\" \"\"\n");
+    for (int round = 0; round < 12; ++round) {
+        const std::string build_id = "B" + std::to_string(round + 2);
+        scratch_server::place_update(bios[round % 2], build_id);
+        std::filesystem::remove(path("/tmp/dp/server.out"));
+        test::write_file(path("/tmp/dp/server"), "update\n");
+        usleep(static_cast<useconds_t>(random() % 40'000));
+        server.stop(SIGKILL);
+        ASSERT_TRUE(server.start()) << scratch_server::log();
+        ASSERT_TRUE(
+            eventually([&] { return std::filesystem::exists(path("/tmp/dp/server.out")); }));
+        EXPECT_EQ(test::read_file(path("/tmp/dp/uefi.bld")), build_id + "\n");
+        const std::string newest = round % 2 == 0 ? "Two \"2\"" : "One \"1\"";
+        const std::string values = test::read_file(scratch_server::pending());
+        EXPECT_NE(values.find(newest), std::string::npos) << values;
+        EXPECT_NE(values.find("Mode \"Legacy\""), std::string::npos) << values;
+        EXPECT_EQ(values, test::read_file(scratch_server::current()));
+    }
+}
+
+}  // namespace

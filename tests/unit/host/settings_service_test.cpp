@@ -1,0 +1,270 @@
+#include "settings_service.hpp"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <sstream>
+
+#include "batch_run.hpp"
+#include "common/file_utilities.hpp"
+#include "contract/service_status.hpp"
+#include "tests/support/sample_template.hpp"
+#include "tests/support/test_platform.hpp"
+
+namespace {
+
+// Stand-ins for the outside tools: templates are plain text, the build id is a line of a file.
+constexpr const char* copying_dpspy = "cp \"$3\" \"$5\"";
+constexpr const char* reading_sysvpd = "sed -n 's/^UEFIID=//p' \"$DP_ROOT/var/dp/vpd.txt\"";
+
+std::string records(const std::vector<template_info>& infos) {
+    std::ostringstream out;
+    for (const auto& info : infos) {
+        out << info;
+    }
+    return out.str();
+}
+
+class settings_service_test : public testing::Test {
+  protected:
+    void SetUp() override {
+        test::clean_root();
+        test::write_script(test::root() + "/bin/dpspy", copying_dpspy);
+        test::write_script(test::root() + "/bin/sysvpd", reading_sysvpd);
+        test::write_file(bios, records(before));
+        test::write_file(vpd, "SERIAL=7\nUEFIID=B1\n");
+    }
+
+    static std::string in_root(const std::string& path) { return test::root() + path; }
+
+    std::string run(dp_host::settings_service& service, const std::string& batch) const {
+        test::write_file(work, batch);
+        std::ostringstream answer;
+        EXPECT_EQ(dp_host::run_batch(work, service.registrar(), answer), "");
+        service.settle();
+        return answer.str();
+    }
+
+    void lay_out_update(const std::vector<template_info>& infos) const {
+        std::filesystem::create_directories(in_root("/var/dp/update"));
+        test::write_file(in_root("/var/dp/update/uefi_template.efi"), records(infos));
+        test::write_file(in_root("/var/dp/update/build_id"), "B2\n");
+    }
+
+    const std::vector<template_info> before{
+        test::choice("A", "Mode", "x", "x,y,z"), test::number("A", "Size", "1", 0, 100, 1),
+        test::text("A", "Gone", "old", 0, 0, ""),
+        test::with_instances(test::number("A", "Port", "5", 0, 10, 1), 1, 2)};
+    const std::vector<template_info> after{
+        test::choice("A", "Mode", "z", "y,z"), test::number("A", "Size", "2", 0, 10, 1),
+        test::text("B", "New", "fresh", 0, 0, ""),
+        test::with_instances(test::number("A", "Port", "6", 0, 10, 1), 2, 3),
+        test::with_instances(test::number("B", "Fan", "7", 0, 10, 1), 1, 2)};
+    const std::string all_defaults =
+        "0 0 uefi set A.Mode \"x\" \"\" \n0 0 uefi set A.Size \"1\" \"\" \n"
+        "0 0 uefi set A.Gone \"old\" \"\" \n0 0 uefi set A.Port.1 \"5\" \"\" \n"
+        "0 0 uefi set A.Port.2 \"5\" \"\" \n";
+    const std::string bios = in_root("/var/dp/uefi_template.efi");
+    const std::string pending = in_root("/var/dp/uefi_settings.txt");
+    const std::string current = in_root("/var/dp/uefi_current.txt");
+    const std::string vpd = in_root("/var/dp/vpd.txt");
+    const std::string build_id = in_root("/tmp/dp/uefi.bld");
+    const std::string work = in_root("/tmp/dp/batch.run");
+};
+
+TEST_F(settings_service_test, the_first_start_writes_both_files_from_defaults_and_the_build_id) {
+    dp_host::settings_service service;
+    ASSERT_EQ(service.start(), "");
+    EXPECT_EQ(test::read_file(pending), all_defaults);
+    EXPECT_EQ(test::read_file(current), all_defaults);
+    EXPECT_EQ(test::read_file(build_id), "B1\n");
+}
+
+TEST_F(settings_service_test, stored_values_are_served_and_their_file_stays_as_it_is) {
+    const std::string text =
+        "0 0 t set A.Gone \"g\" \"\"\n0 0 t set A.Mode \"y\" \"\"\n"
+        "0 0 t set A.Size \"999\" \"\"\n0 0 t set A.Port.2 \"9\" \"\"\n";
+    test::write_file(pending, text);
+    dp_host::settings_service service;
+    ASSERT_EQ(service.start(), "");
+    EXPECT_EQ(test::read_file(pending), text);
+    EXPECT_EQ(run(service, "0 1 t get A.Size \"\" \"\"\n0 2 t get A.Port.1 \"\" \"\"\n"),
+              "0 1 t get A.Size \"\" \"999\" \n32 2 t get A.Port.1 \"\" \"\" \n");
+}
+
+TEST_F(settings_service_test, missing_values_become_defaults_and_unknown_ones_go) {
+    test::write_file(pending, "0 0 t set A.Mode \"y\" \"\"\n0 0 t set A.Odd \"1\" \"\"\n");
+    dp_host::settings_service service;
+    ASSERT_EQ(service.start(), "");
+    EXPECT_EQ(test::read_file(pending),
+              "0 0 uefi set A.Mode \"y\" \"\" \n0 0 uefi set A.Size \"1\" \"\" \n"
+              "0 0 uefi set A.Gone \"old\" \"\" \n");
+}
+
+TEST_F(settings_service_test, lost_pending_values_are_taken_from_the_current_ones) {
+    test::write_file(current, "0 0 t set A.Mode \"y\" \"\"\n");
+    dp_host::settings_service service;
+    ASSERT_EQ(service.start(), "");
+    EXPECT_NE(test::read_file(pending).find("A.Mode \"y\""), std::string::npos);
+}
+
+TEST_F(settings_service_test, links_in_place_of_its_files_are_refused) {
+    for (const auto& path : {bios, pending, current, build_id, vpd}) {
+        const std::string real = path + ".real";
+        test::write_file(real, test::read_file(path));
+        unlink(path.c_str());
+        ASSERT_EQ(symlink(real.c_str(), path.c_str()), 0);
+        dp_host::settings_service service;
+        EXPECT_EQ(service.start(), path + " is a link");
+        ASSERT_EQ(unlink(path.c_str()), 0);
+        if (path == bios || path == vpd) {
+            ASSERT_EQ(rename(real.c_str(), path.c_str()), 0);
+        }
+    }
+}
+
+TEST_F(settings_service_test, a_template_that_cannot_be_used_is_a_reason_not_to_start) {
+    test::write_file(bios, "no template at all");
+    EXPECT_EQ(dp_host::settings_service().start(),
+              in_root("/tmp/dp/uefi_info.txt") + " holds no attributes");
+    test::write_file(bios, records({test::choice("A.B", "C", "", "")}));
+    EXPECT_EQ(dp_host::settings_service().start(),
+              bios + ": attribute 1 (A.B.C): its collection is not a word without dots");
+    EXPECT_FALSE(fileexist(pending));
+}
+
+TEST_F(settings_service_test, values_survive_a_new_start) {
+    {
+        dp_host::settings_service service;
+        ASSERT_EQ(service.start(), "");
+        EXPECT_EQ(run(service, "0 1 t set A.Mode \"z\" \"\"\n0 2 t delete A.Port.1 \"\" \"\"\n"),
+                  "0 1 t set A.Mode \"z\" \"z\" \n0 2 t delete A.Port.1 \"\" \"\" \n");
+    }
+    dp_host::settings_service service;
+    ASSERT_EQ(service.start(), "");
+    EXPECT_EQ(run(service, "0 1 t get A.Mode \"\" \"\"\n0 2 t get A.Port.1 \"\" \"\"\n"),
+              "0 1 t get A.Mode \"\" \"z\" \n32 2 t get A.Port.1 \"\" \"\" \n");
+    EXPECT_NE(test::read_file(current).find("A.Mode \"x\""), std::string::npos);
+}
+
+TEST_F(settings_service_test, a_change_that_cannot_be_written_fails) {
+    dp_host::settings_service service;
+    ASSERT_EQ(service.start(), "");
+    // Nothing can be made in the data folder any more.
+    const std::string data = in_root("/var/dp");
+    const std::string aside = in_root("/var/aside");
+    ASSERT_EQ(rename(data.c_str(), aside.c_str()), 0);
+    EXPECT_EQ(run(service, "0 1 t set A.Mode \"z\" \"\"\n0 2 t get A.Mode \"\" \"\"\n"),
+              "56 1 t set A.Mode \"z\" \"\" \n0 2 t get A.Mode \"\" \"x\" \n");
+    ASSERT_EQ(rename(aside.c_str(), data.c_str()), 0);
+    EXPECT_EQ(run(service, "0 1 t set A.Mode \"z\" \"\"\n"), "0 1 t set A.Mode \"z\" \"z\" \n");
+    EXPECT_NE(test::read_file(pending).find("A.Mode \"z\""), std::string::npos);
+}
+
+TEST_F(settings_service_test, a_restart_makes_pending_values_current) {
+    dp_host::settings_service service;
+    ASSERT_EQ(service.start(), "");
+    run(service, "0 1 t set A.Mode \"z\" \"\"\n");
+    EXPECT_EQ(test::read_file(current), all_defaults);
+    EXPECT_EQ(service.restart().status, 0);
+    EXPECT_EQ(test::read_file(current), test::read_file(pending));
+    EXPECT_NE(test::read_file(current), all_defaults);
+}
+
+TEST_F(settings_service_test, a_restart_that_cannot_be_written_fails) {
+    dp_host::settings_service service;
+    ASSERT_EQ(service.start(), "");
+    std::filesystem::rename(in_root("/var/dp"), in_root("/var/aside"));
+    const auto outcome = service.restart();
+    EXPECT_EQ(outcome.status, service_status::not_persisted);
+    EXPECT_NE(outcome.reason, "");
+}
+
+TEST_F(settings_service_test, an_update_carries_over_what_is_still_valid) {
+    dp_host::settings_service service;
+    ASSERT_EQ(service.start(), "");
+    run(service,
+        "0 1 t set A.Mode \"y\" \"\"\n0 2 t set A.Size \"50\" \"\"\n"
+        "0 3 t set A.Port.2 \"9\" \"\"\n");
+    lay_out_update(after);
+    const auto outcome = service.update();
+    ASSERT_EQ(outcome.status, 0) << outcome.reason;
+    // Mode is still a choice, Size is too big now, Port keeps the instance that it still has.
+    const std::string expected =
+        "0 0 uefi set A.Mode \"y\" \"\" \n0 0 uefi set A.Size \"2\" \"\" \n"
+        "0 0 uefi set B.New \"fresh\" \"\" \n0 0 uefi set A.Port.2 \"9\" \"\" \n"
+        "0 0 uefi set B.Fan.1 \"7\" \"\" \n0 0 uefi set B.Fan.2 \"7\" \"\" \n";
+    EXPECT_EQ(test::read_file(pending), expected);
+    EXPECT_EQ(test::read_file(current), expected);
+    EXPECT_EQ(test::read_file(bios), records(after));
+    EXPECT_EQ(test::read_file(vpd), "SERIAL=7\nUEFIID=B2\n");
+    EXPECT_EQ(test::read_file(build_id), "B2\n");
+    EXPECT_FALSE(fileexist(in_root("/var/dp/update/uefi_template.efi")));
+    EXPECT_FALSE(fileexist(in_root("/tmp/dp/update_info.txt")));
+    EXPECT_EQ(run(service, "0 1 t get A.Gone \"\" \"\"\n0 2 t set B.New \"n\" \"\"\n"),
+              "16 1 t get ERR.INVALID_SETTING \"\" \"\" \n0 2 t set B.New \"n\" \"n\" \n");
+}
+
+TEST_F(settings_service_test, an_update_can_be_run_again) {
+    dp_host::settings_service service;
+    ASSERT_EQ(service.start(), "");
+    lay_out_update(after);
+    ASSERT_EQ(service.update().status, 0);
+    const std::string once = test::read_file(pending);
+    lay_out_update(after);
+    ASSERT_EQ(service.update().status, 0);
+    EXPECT_EQ(test::read_file(pending), once);
+}
+
+TEST_F(settings_service_test, an_update_whose_parts_cannot_be_used_changes_nothing) {
+    dp_host::settings_service service;
+    ASSERT_EQ(service.start(), "");
+    EXPECT_EQ(service.update().status, service_status::not_supported);
+
+    lay_out_update({test::choice("A", "X.Y", "", "")});
+    EXPECT_EQ(service.update().reason, "attribute 1 (A.X.Y): its name has a dot");
+    lay_out_update(after);
+    test::write_file(in_root("/var/dp/update/build_id"), "\n");
+    EXPECT_EQ(service.update().reason, in_root("/var/dp/update/build_id") + " holds no build id");
+    test::write_file(in_root("/var/dp/update/build_id"), "B\t2\n");
+    EXPECT_EQ(service.update().status, service_status::malformed_line);
+    std::filesystem::remove(in_root("/var/dp/update/build_id"));
+    EXPECT_EQ(service.update().status, service_status::malformed_line);
+    lay_out_update(after);
+    test::write_script(in_root("/bin/dpspy"), "exit 1");
+    EXPECT_EQ(service.update().reason, in_root("/bin/dpspy") + " failed with exit code 1");
+
+    EXPECT_EQ(test::read_file(bios), records(before));
+    EXPECT_EQ(test::read_file(pending), all_defaults);
+    EXPECT_EQ(test::read_file(vpd), "SERIAL=7\nUEFIID=B1\n");
+    EXPECT_EQ(run(service, "0 1 t get A.Gone \"\" \"\"\n"), "0 1 t get A.Gone \"\" \"old\" \n");
+}
+
+TEST_F(settings_service_test, a_folder_of_updates_that_is_a_link_is_refused) {
+    dp_host::settings_service service;
+    ASSERT_EQ(service.start(), "");
+    lay_out_update(after);
+    std::filesystem::rename(in_root("/var/dp/update"), in_root("/var/elsewhere"));
+    std::filesystem::create_directory_symlink(in_root("/var/elsewhere"), in_root("/var/dp/update"));
+    EXPECT_EQ(service.update().reason, in_root("/var/dp/update") + " is a link");
+}
+
+TEST_F(settings_service_test, an_update_interrupted_behind_its_template_is_completed_by_a_start) {
+    {
+        dp_host::settings_service service;
+        ASSERT_EQ(service.start(), "");
+        run(service, "0 1 t set A.Mode \"y\" \"\"\n");
+    }
+    test::write_file(bios, records(after));  // as far as the update came
+    lay_out_update(after);
+    dp_host::settings_service service;
+    ASSERT_EQ(service.start(), "");
+    EXPECT_EQ(run(service, "0 1 t get A.Mode \"\" \"\"\n"), "0 1 t get A.Mode \"\" \"y\" \n");
+    ASSERT_EQ(service.update().status, 0);
+    EXPECT_EQ(test::read_file(vpd), "SERIAL=7\nUEFIID=B2\n");
+    EXPECT_NE(test::read_file(pending).find("A.Mode \"y\""), std::string::npos);
+}
+
+}  // namespace
