@@ -88,6 +88,9 @@ function(dp_finish_library)
   install(FILES "${PROJECT_BINARY_DIR}/dp_common-config.cmake"
                 "${PROJECT_BINARY_DIR}/dp_common-config-version.cmake"
           DESTINATION "${package_dir}" COMPONENT development)
+  # Relative to the file itself, so that any prefix given to the installation holds.
+  file(RELATIVE_PATH DP_PC_TO_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+  string(REGEX REPLACE "/$" "" DP_PC_TO_PREFIX "${DP_PC_TO_PREFIX}")
   configure_file("${PROJECT_SOURCE_DIR}/cmake/dp_common.pc.in"
                  "${PROJECT_BINARY_DIR}/dp_common.pc" @ONLY)
   install(FILES "${PROJECT_BINARY_DIR}/dp_common.pc"

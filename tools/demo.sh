@@ -37,7 +37,7 @@ if [ ! -f "$registry" ] || [ ! -r "$registry" ]; then
 fi
 registry=$(realpath "$registry")
 
-scratch=$(mktemp -d /tmp/dp-demo.XXXXXX)
+scratch=$(mktemp -d -t dp-demo.XXXXXX)
 service=
 background=
 clean_up() {
