@@ -59,10 +59,24 @@ std::size_t adopt_all(named_values& values, value_store& store) {
     return report.dropped();
 }
 
-void carry_over(const value_store& before, value_store& store) {
+// What nobody can set is the new BIOS's to tell, if it tells it.
+bool is_told_by(const template_model& model, const dp::setting& before) {
+    const std::size_t position =
+        model.position_of(model.find(before.configuration->name, before.name));
+    if (position == template_model::npos) {
+        return false;
+    }
+    template_element& element = *model.attributes()[position].element;
+    return element.is_read_only() && !element.default_value().empty();
+}
+
+void carry_over(const value_store& before, const template_model& model, value_store& store) {
     adoption_report report;
     dp::qualified_setting_name name;
     before.for_each([&](value_store::place at, const std::string& value) {
+        if (is_told_by(model, *at.setting)) {
+            return;
+        }
         name.configuration = at.setting->configuration->name;
         name.setting = at.setting->name;
         name.instance = at.instance == dp::no_instance ? "" : std::to_string(at.instance);
@@ -235,9 +249,10 @@ server_outcome settings_service::prepare_update(update_parts& parts) {
         return {service_status::malformed_line, problem};
     }
     parts.store = std::make_unique<value_store>(*parts.model);
-    carry_over(*store_, *parts.store);
-    parts.store->add_defaults([this](const dp::setting& s) {
-        return model_->find(s.configuration->name, s.name) == nullptr;
+    carry_over(*store_, *parts.model, *parts.store);
+    parts.store->add_defaults([&](const dp::setting& s) {
+        return model_->find(s.configuration->name, s.name) == nullptr ||
+               is_told_by(*parts.model, s);
     });
     return {};
 }

@@ -40,8 +40,9 @@ class settings_service {
 
     /// Updates the simulated server's BIOS from the parts that lie ready, and restarts it. Values
     /// of attributes that the new template still has, and that are still valid, stay; all others
-    /// are the new defaults. Everything is examined and written beside the old files first; then
-    /// they are replaced one behind the other. Interrupted anywhere, the update can be run again.
+    /// are the new defaults, and so are read-only attributes for which it has one. Everything is
+    /// examined and written beside the old files first; then they are replaced one behind the
+    /// other. Interrupted anywhere, the update can be run again.
     server_outcome update();
 
   private:

@@ -207,6 +207,24 @@ TEST_F(settings_service_test, an_update_carries_over_what_is_still_valid) {
               "16 1 t get ERR.INVALID_SETTING \"\" \"\" \n0 2 t set B.New \"n\" \"n\" \n");
 }
 
+TEST_F(settings_service_test, an_update_tells_read_only_values_anew_where_it_can) {
+    const auto told = [](const char* version, const char* serial) {
+        return std::vector<template_info>{
+            test::with_flags(test::text("A", "Version", version, 0, 0, ""),
+                             template_flags::read_only),
+            test::with_flags(test::text("A", "Serial", serial, 0, 0, ""),
+                             template_flags::read_only)};
+    };
+    test::write_file(bios, records(told("1.0", "")));
+    test::write_file(pending, "0 0 t set A.Version \"1.0\" \"\"\n0 0 t set A.Serial \"S7\" \"\"\n");
+    dp_host::settings_service service;
+    ASSERT_EQ(service.start(), "");
+    lay_out_update(told("2.0", ""));
+    ASSERT_EQ(service.update().status, 0);
+    EXPECT_EQ(test::read_file(pending),
+              "0 0 uefi set A.Version \"2.0\" \"\" \n0 0 uefi set A.Serial \"S7\" \"\" \n");
+}
+
 TEST_F(settings_service_test, an_update_can_be_run_again) {
     dp_host::settings_service service;
     ASSERT_EQ(service.start(), "");
