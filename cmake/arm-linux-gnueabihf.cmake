@@ -1,5 +1,6 @@
 # 32-bit ARM (Debian's armhf) with Debian's cross compiler. Libraries come from the sysroot that
-# `./dev arm` unpacks; programs run under qemu-arm with that sysroot's loader and libraries.
+# `./dev arm` unpacks; programs run under qemu-arm (the static one, which works in bare systems too)
+# with that sysroot's loader and libraries.
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
@@ -23,4 +24,4 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(ENV{PKG_CONFIG_LIBDIR} "${DP_ARM_SYSROOT}/usr/lib/arm-linux-gnueabihf/pkgconfig")
 set(ENV{PKG_CONFIG_SYSROOT_DIR} "${DP_ARM_SYSROOT}")
 
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L "${DP_ARM_SYSROOT}")
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm-static -L "${DP_ARM_SYSROOT}")

@@ -52,7 +52,7 @@ mount -t binfmt_misc binfmt_misc "$table" || give_up "no private table of progra
 # The header of a little-endian 32-bit ELF program or shared object for machine 40, ARM.
 magic='\x7fELF\x01\x01\x01\x00\x00\x00\x00\x00\x00\x00\x00\x00\x02\x00\x28\x00'
 mask='\xff\xff\xff\xff\xff\xff\xff\x00\xff\xff\xff\xff\xff\xff\xff\xff\xfe\xff\xff\xff'
-printf '%s' ":qemu-arm:M::$magic:$mask:$(command -v qemu-arm):F" >"$table/register" ||
+printf '%s' ":qemu-arm:M::$magic:$mask:$(command -v qemu-arm-static):F" >"$table/register" ||
   give_up "qemu-arm could not be registered"
 "$probe" --version >/dev/null || give_up "the trial program does not run"
 exec "$@"

@@ -3,7 +3,10 @@
 # through the CMake package and once through pkg-config, as a customer would.
 #
 # usage: install_test.sh SOURCE_DIR BUILD_DIR
+# CC and CXX name the compilers, CMAKE_TOOLCHAIN_FILE what CMake needs beyond that.
 set -euo pipefail
+read -ra cc <<<"${CC:-cc}"
+read -ra cxx <<<"${CXX:-c++}"
 source_dir=$1
 build_dir=$2
 scratch=$(mktemp -d)
@@ -56,9 +59,9 @@ export PKG_CONFIG_PATH=$libdir/pkgconfig
 mkdir "$scratch/plain"
 # shellcheck disable=SC2046 # the flags are words
 {
-  cc -std=c99 -Wall -Wextra -Werror -pedantic "$source_dir/examples/c_api/list_defaults.c" \
+  "${cc[@]}" -std=c99 -Wall -Wextra -Werror -pedantic "$source_dir/examples/c_api/list_defaults.c" \
     -o "$scratch/plain/list_defaults" $(pkg-config --cflags --libs dp_common)
-  c++ -std=c++17 -Wall -Wextra -Werror "$source_dir/examples/class_interface/check_batch.cpp" \
+  "${cxx[@]}" -std=c++17 -Wall -Wextra -Werror "$source_dir/examples/class_interface/check_batch.cpp" \
     -o "$scratch/plain/check_batch" $(pkg-config --cflags --libs dp_common)
 }
 check_programs "$scratch/plain"
@@ -66,14 +69,17 @@ check_programs "$scratch/plain"
 # Every installed header stands on its own.
 find "$prefix/include/dp_common" -name '*.hpp' -printf '%P\n' | while read -r header; do
   printf '#include <%s>\n' "$header" |
-    c++ -std=c++17 -Wall -Wextra -Werror -I "$prefix/include/dp_common" -fsyntax-only -x c++ - ||
+    "${cxx[@]}" -std=c++17 -Wall -Wextra -Werror -I "$prefix/include/dp_common" -fsyntax-only -x c++ - ||
     fail "$header does not stand on its own"
 done
 find "$prefix/include/dp_common" -name '*.h' -printf '%P\n' | while read -r header; do
   for standard in c99 c11 c17; do
     printf '#include <%s>\n' "$header" |
-      cc "-std=$standard" -pedantic -Wall -Wextra -Werror -I "$prefix/include/dp_common" -fsyntax-only -x c - ||
+      "${cc[@]}" "-std=$standard" -pedantic -Wall -Wextra -Werror -I "$prefix/include/dp_common" -fsyntax-only -x c - ||
       fail "$header does not compile as $standard"
   done
+  printf '#include <%s>\n' "$header" |
+    "${cxx[@]}" -std=c++17 -pedantic -Wall -Wextra -Werror -I "$prefix/include/dp_common" -fsyntax-only -x c++ - ||
+    fail "$header does not compile as c++17"
 done
 echo "installed, and built against"

@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# usage: clean_root_test.sh MIRROR ARCHITECTURE PACKAGE_FOLDER
+#
+# Makes a bare Debian 12, installs the packages of the folder and runs them there for the first time. The
+# system exists only for the test.
+set -euo pipefail
+mirror=$1
+architecture=$2
+packages=$(cd "$3" && pwd)
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+cp "$packages"/*.deb "$here/first_run.sh" "$scratch"
+rm -f "$scratch"/*-dbgsym_*.deb
+
+# shellcheck disable=SC2016 # the hooks expand $1
+mmdebstrap --quiet --variant=minbase --architectures="$architecture" --format=null \
+  --skip=chroot/mount/proc,chroot/mount/sys \
+  --customize-hook='mkdir "$1/packages"' \
+  --customize-hook="sync-in $scratch /packages" \
+  --customize-hook='chroot "$1" sh -c "apt-get -qq -y -o Dpkg::Use-Pty=0 install --no-install-recommends /packages/*.deb"' \
+  --customize-hook='chroot "$1" sh /packages/first_run.sh' \
+  --customize-hook='chroot "$1" apt-get -qq -y -o Dpkg::Use-Pty=0 purge dp-common-tools libdp-common1' \
+  bookworm - "deb $mirror bookworm main"
