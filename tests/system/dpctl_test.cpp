@@ -1,0 +1,100 @@
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <nlohmann/json.hpp>
+#include <thread>
+
+#include "scratch_server.hpp"
+#include "tests/support/program.hpp"
+#include "tests/support/sample_template.hpp"
+
+// dpctl and dp_settingsd, a process each: what a person does and sees.
+
+namespace {
+
+using nlohmann::json;
+using test::program_result;
+using test::scratch_server;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+program_result dpctl(const std::vector<std::string>& arguments) {
+    return test::run_program("dpctl", arguments);
+}
+
+class dpctl_and_service : public testing::Test {
+  protected:
+    void SetUp() override { ASSERT_TRUE(server_.start()) << scratch_server::log(); }
+
+    scratch_server server_;
+};
+
+TEST_F(dpctl_and_service, lists_what_the_service_keeps) {
+    const auto result = dpctl({"collections"});
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_THAT(result.out, HasSubstr("Boot"));
+    EXPECT_THAT(dpctl({"list", "Ports"}).out, HasSubstr("Ports.Speed.4"));
+    EXPECT_EQ(dpctl({"get", "Boot.Mode"}).out, "Boot.Mode=UEFI\n");
+}
+
+TEST_F(dpctl_and_service, changes_are_pending_until_the_server_restarts) {
+    const auto result = dpctl({"set", "Boot.Mode=Legacy", "Boot.Delay=60", "Ports.Speed.2=1"});
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_THAT(result.out,
+                HasSubstr("Boot.Mode: UEFI -> Legacy, pending until the server restarts\n"));
+    EXPECT_EQ(dpctl({"get", "--current", "Boot.Mode"}).out, "Boot.Mode=UEFI\n");
+    EXPECT_EQ(scratch_server::request("restart\n"), "0\n");
+    EXPECT_EQ(dpctl({"get", "--current", "Boot.Mode"}).out, "Boot.Mode=Legacy\n");
+}
+
+TEST_F(dpctl_and_service, says_what_was_refused_and_why_and_does_the_rest) {
+    const auto result = dpctl({"set", "Boot.Mode=CSM", "Boot.Delay=61", "Boot.Vendor=other",
+                               "Ports.Speed.5=1", "Boot.Label=a label"});
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_THAT(result.err, HasSubstr("dpctl: Boot.Mode: \"CSM\" is not one of "));
+    EXPECT_THAT(result.err, HasSubstr("dpctl: Boot.Delay: \"61\" is out of range (allowed: "));
+    EXPECT_THAT(result.err, HasSubstr("dpctl: Boot.Vendor: it is read-only\n"));
+    EXPECT_THAT(result.err, HasSubstr("dpctl: Ports.Speed.5: the attribute has no such instance"));
+    EXPECT_THAT(result.out, HasSubstr("-> a label, pending"));
+    EXPECT_EQ(dpctl({"get", "Boot.Label", "Boot.Mode"}).out,
+              "Boot.Label=a label\nBoot.Mode=UEFI\n");
+}
+
+TEST_F(dpctl_and_service, reset_brings_the_defaults_back) {
+    ASSERT_EQ(dpctl({"set", "Boot.Mode=Legacy", "Boot.Delay=60"}).exit_code, 0);
+    const auto result = dpctl({"reset", "Boot"});
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_THAT(result.out, HasSubstr("Boot.Mode: Legacy -> UEFI\n"));
+    EXPECT_EQ(dpctl({"get", "Boot.Mode"}).out, "Boot.Mode=UEFI\n");
+    EXPECT_THAT(dpctl({"reset", "Boot"}).out, HasSubstr("nothing to do"));
+}
+
+TEST_F(dpctl_and_service, check_tells_a_bios_update) {
+    scratch_server::place_update(test::sample_template(), "B2");
+    std::string answer;
+    std::thread update([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+        answer = scratch_server::request("update\n");
+    });
+    const auto result = dpctl({"check", "Boot", "--wait", "40", "--json"});
+    update.join();
+    EXPECT_EQ(answer, "0\n");
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    const json document = json::parse(result.out, nullptr, false);
+    ASSERT_TRUE(document.is_object()) << result.out;
+    EXPECT_EQ(document["changed"], true);
+    EXPECT_THAT(document["reasons"],
+                testing::Contains(testing::ResultOf(
+                    [](const json& one) { return one["code"].get<int>(); }, testing::Eq(6))));
+}
+
+TEST_F(dpctl_and_service, reading_goes_on_without_the_service) {
+    ASSERT_EQ(dpctl({"set", "Boot.Mode=Legacy"}).exit_code, 0);
+    EXPECT_EQ(server_.stop(), 0);
+    EXPECT_EQ(dpctl({"get", "Boot.Mode"}).out, "Boot.Mode=Legacy\n");
+    const auto same = dpctl({"set", "Boot.Mode=Legacy"});
+    EXPECT_EQ(same.exit_code, 0);
+    EXPECT_THAT(same.err, IsEmpty());
+}
+
+}  // namespace
