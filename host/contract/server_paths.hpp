@@ -21,6 +21,18 @@ inline constexpr dp::fixed_path update_folder{"/var/dp/update"};
 inline constexpr dp::fixed_path update_template{"/var/dp/update/uefi_template.efi"};
 inline constexpr dp::fixed_path update_build_id{"/var/dp/update/build_id"};
 
+/// What the transaction that runs, or ran last, does: the library's process status file.
+/// dp_settingsd begins it anew for every transaction; its last record is DP.DONE.
+inline constexpr dp::fixed_path process_status{"/tmp/dp/status"};
+
+/// Every change that dp_settingsd made for its clients, oldest first, a `change_record` a line.
+/// Only what changed a value is there: no reads, no failed commands, and no sets of the value that
+/// was there already. Lines are appended once the change is on the disk, all of a transaction in
+/// one go and before it is answered. When the file grows beyond its limit the oldest lines are
+/// dropped, and it is another file then. Readers pass over a last line without a line end: it is
+/// being written.
+inline constexpr dp::fixed_path change_history{"/var/dp/history"};
+
 /// The server's vital product data, a line KEY=VALUE each; UEFIID is the BIOS's build id.
 inline constexpr dp::fixed_path vital_product_data{"/var/dp/vpd.txt"};
 
