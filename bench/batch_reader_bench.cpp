@@ -1,0 +1,230 @@
+// The batch reader beside what one would use instead: a stream for each line, and three JSON
+// libraries on the same records as JSON Lines, all into a vector of records of ten strings. The
+// limits are one look at each byte, and a copy of the fields' bytes.
+//
+// DP_BENCH_BATCH=FILE measures a batch file of yours instead of generated lines.
+
+#include <rapidjson/document.h>
+#include <simdjson.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "batch/batch_file_checker.hpp"
+#include "batch/batch_file_loader.hpp"
+#include "support/memory_stream.hpp"
+#include "support/sample_batch.hpp"
+#include "support/side_by_side.hpp"
+#include "tests/support/reference_reader.hpp"
+
+namespace {
+
+constexpr std::size_t lines = 200'000;
+
+using records = std::vector<dp::batch_file_entry>;
+
+void read_with_simdjson(const simdjson::padded_string& text, records& out) {
+    simdjson::ondemand::parser parser;
+    simdjson::ondemand::document_stream documents = parser.iterate_many(text);
+    for (auto document : documents) {
+        simdjson::ondemand::object object = document.get_object();
+        dp::batch_file_entry& entry = out.emplace_back();
+        // In the order of the text, which is the fastest way.
+        const auto take = [&](std::string& to, const char* key) {
+            to = std::string_view(object.find_field(key));
+        };
+        take(entry.status, "status");
+        take(entry.detail, "detail");
+        take(entry.tid, "tid");
+        take(entry.operation, "operation");
+        take(entry.command, "command");
+        take(entry.name.configuration, "configuration");
+        take(entry.name.setting, "setting");
+        take(entry.name.instance, "instance");
+        take(entry.value_in, "value_in");
+        take(entry.value_out, "value_out");
+    }
+}
+
+// `Object` has [key]; `text_of` makes a text of what that gives.
+template <class Object, class TextOf>
+void take_fields(Object& object, dp::batch_file_entry& entry, TextOf text_of) {
+    entry.status = text_of(object["status"]);
+    entry.detail = text_of(object["detail"]);
+    entry.tid = text_of(object["tid"]);
+    entry.operation = text_of(object["operation"]);
+    entry.command = text_of(object["command"]);
+    entry.name.configuration = text_of(object["configuration"]);
+    entry.name.setting = text_of(object["setting"]);
+    entry.name.instance = text_of(object["instance"]);
+    entry.value_in = text_of(object["value_in"]);
+    entry.value_out = text_of(object["value_out"]);
+}
+
+void read_with_rapidjson(const std::string& text, records& out) {
+    rapidjson::StringStream in(text.c_str());
+    rapidjson::MemoryPoolAllocator<> memory;
+    while (true) {
+        memory.Clear();
+        rapidjson::Document object(&memory);
+        object.ParseStream<rapidjson::kParseStopWhenDoneFlag>(in);
+        if (object.HasParseError()) {
+            return;  // the end of the text
+        }
+        take_fields(object, out.emplace_back(), [](const rapidjson::Value& value) {
+            return std::string_view(value.GetString(), value.GetStringLength());
+        });
+    }
+}
+
+void read_with_nlohmann(const std::string& text, records& out) {
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = text.find('\n', begin);
+        auto object = nlohmann::json::parse(text.begin() + static_cast<std::ptrdiff_t>(begin),
+                                            text.begin() + static_cast<std::ptrdiff_t>(end));
+        take_fields(object, out.emplace_back(), [](const nlohmann::json& value) {
+            return std::string_view(value.get_ref<const std::string&>());
+        });
+        begin = end + 1;
+    }
+}
+
+std::size_t count_lines(const std::string& text) {
+    std::size_t count = 0;
+    for (const char* at = text.data(); at != nullptr; ++count) {
+        const char* const last = text.data() + text.size();
+        at = static_cast<const char*>(std::memchr(at, '\n', static_cast<std::size_t>(last - at)));
+        at = at == nullptr ? nullptr : at + 1;
+    }
+    return count - 1;
+}
+
+void copy_fields(const records& from, char* to) {
+    const auto copy = [&](const std::string& field) {
+        std::memcpy(to, field.data(), field.size());
+        to += field.size();
+    };
+    for (const dp::batch_file_entry& entry : from) {
+        copy(entry.status);
+        copy(entry.detail);
+        copy(entry.tid);
+        copy(entry.operation);
+        copy(entry.command);
+        copy(entry.name.configuration);
+        copy(entry.name.setting);
+        copy(entry.name.instance);
+        copy(entry.value_in);
+        copy(entry.value_out);
+    }
+    bench::keep(*to);
+}
+
+/// A text with all the lines, and what is in them.
+records sample(std::string& text) {
+    const char* const file = std::getenv("DP_BENCH_BATCH");
+    if (file == nullptr) {
+        records expected = bench::sample_batch(lines);
+        text = bench::batch_text(expected);
+        return expected;
+    }
+    std::ostringstream content;
+    content << std::ifstream(file, std::ios::binary).rdbuf();
+    bench::require(!content.str().empty(), std::string("nothing to read in ") + file);
+    // Short files are read again and again.
+    do {
+        text += content.str();
+        if (text.back() != '\n') {
+            text += '\n';
+        }
+    } while (text.size() < lines * 70);
+    return bench::read_plainly(text);
+}
+
+}  // namespace
+
+int main() {
+    std::string text;
+    const records expected = sample(text);
+    const std::string json = bench::json_lines(expected);
+    const simdjson::padded_string padded(json);
+    std::string copied(text.size(), '\0');
+    std::printf("%zu commands, %.1f bytes a line; as JSON Lines %.1f bytes\n", expected.size(),
+                static_cast<double>(text.size()) / static_cast<double>(expected.size()),
+                static_cast<double>(json.size()) / static_cast<double>(expected.size()));
+
+    records got;
+    // Everyone begins without records and without room for them.
+    const auto start_anew = [&] { records().swap(got); };
+    const auto check = [&](const char* who) {
+        bench::require(bench::equal(got, expected), who);
+        start_anew();
+    };
+
+    unsigned good = 0;
+    const auto check_by_stream = [&] {
+        bench::memory_stream in(text);
+        dp::batch_file_checker checker;
+        test::reference_read_file(in, [&](auto& entry) { checker.process_entry(entry, nullptr); });
+        good = checker.good;
+    };
+    const auto check_by_reader = [&] {
+        bench::memory_stream in(text);
+        dp::batch_file_checker checker;
+        dp::batch_file_reader(&checker).read_file(in, nullptr);
+        good = checker.good;
+    };
+    check_by_stream();
+    const unsigned good_plainly = good;
+    check_by_reader();
+    bench::require(good == good_plainly, "batch_file_checker and the stream reader");
+
+    bench::side_by_side counting("checking a batch file", "line", expected.size());
+    counting.add("stream reader", check_by_stream);
+    counting.add("batch_file_reader, checker", check_by_reader);
+    counting.add("limit: memchr for line ends", [&] { bench::keep(count_lines(text)); });
+    counting.expect_faster("batch_file_reader, checker", "stream reader", 8);
+    counting.run();
+
+    const auto load_by_stream = [&] {
+        bench::memory_stream in(text);
+        test::reference_read_file(in, [&](auto& entry) { got.push_back(entry); });
+    };
+    const auto load_by_reader = [&] {
+        bench::memory_stream in(text);
+        dp::batch_file_loader(&got).read_file(in, nullptr);
+    };
+    const auto load_by_simdjson = [&] { read_with_simdjson(padded, got); };
+    const auto load_by_rapidjson = [&] { read_with_rapidjson(json, got); };
+    const auto load_by_nlohmann = [&] { read_with_nlohmann(json, got); };
+    load_by_stream();
+    check("the stream reader");
+    load_by_reader();
+    check("batch_file_loader");
+    load_by_simdjson();
+    check("simdjson");
+    load_by_rapidjson();
+    check("RapidJSON");
+    load_by_nlohmann();
+    check("nlohmann");
+
+    bench::side_by_side storing("loading a batch file into records of ten strings", "line",
+                                expected.size());
+    storing.add("stream reader", load_by_stream, start_anew);
+    storing.add("batch_file_loader", load_by_reader, start_anew);
+    storing.add("simdjson, on demand", load_by_simdjson, start_anew);
+    storing.add("RapidJSON", load_by_rapidjson, start_anew);
+    storing.add("nlohmann", load_by_nlohmann, start_anew);
+    storing.add(
+        "copying the records", [&] { got = expected; }, start_anew);
+    storing.add("limit: copying the fields' bytes", [&] { copy_fields(expected, copied.data()); });
+    storing.expect_faster("batch_file_loader", "stream reader", 2.5);
+    storing.expect_faster("batch_file_loader", "simdjson, on demand", 1.4);
+    storing.run();
+    return 0;
+}

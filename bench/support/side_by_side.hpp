@@ -1,0 +1,76 @@
+#ifndef DP_BENCH_SUPPORT_SIDE_BY_SIDE_HPP
+#define DP_BENCH_SUPPORT_SIDE_BY_SIDE_HPP
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace bench {
+
+/// Keeps the compiler from leaving out the work that led to `value`.
+template <class Value>
+void keep(const Value& value) {
+    asm volatile("" : : "g"(&value) : "memory");
+}
+
+/// Ends the program with `message` unless `condition` holds: contenders that disagree are not
+/// compared.
+void require(bool condition, std::string_view message);
+
+/// Contenders that do the same work on the same items, measured in one process. They run in turn
+/// over many short rounds, in the other direction every other round, so that what slows the machine
+/// down for a while slows all of them down. What counts is each round's ratios; the spread tells
+/// how good they are. Times are the thread's processor time.
+class side_by_side {
+  public:
+    using work = std::function<void()>;
+
+    /// `item` is what the times are given for ("line"); `work` of a contender does `items` of them.
+    side_by_side(std::string title, std::string item, std::size_t items);
+
+    /// Adds a contender. The first one is the reference. What `prepare` does before each run is not
+    /// measured.
+    void add(std::string name, work run, work prepare = {});
+
+    /// A line below the table: whether `name` was at least `factor` times as fast as `other`.
+    void expect_faster(std::string name, std::string other, double factor);
+
+    /// The same the other way round: `name` takes at most `factor` times the time of `other`.
+    void expect_within(std::string name, std::string other, double factor);
+
+    /// Measures and prints the table.
+    void run();
+
+  private:
+    struct contender {
+        std::string name;
+        work run;
+        work prepare;
+        unsigned repeats = 1;         // runs in a round, so that short ones can be measured
+        std::vector<double> seconds;  // of one run, by round
+    };
+    struct expectation {
+        std::string name;
+        std::string other;
+        double factor;
+        bool is_limit;  // of time, not of speed
+    };
+
+    static double measure(const contender& c);
+    void calibrate();
+    [[nodiscard]] const contender& find(const std::string& name) const;
+    void print() const;
+    void print(const expectation& e) const;
+
+    std::string title_;
+    std::string item_;
+    std::size_t items_;
+    std::vector<contender> contenders_;
+    std::vector<expectation> expectations_;
+};
+
+}  // namespace bench
+
+#endif
