@@ -44,11 +44,14 @@ void setting_transaction::on_execute_step(registrar& reg, plugin_list& plugins) 
 }
 
 void setting_transaction::on_substep_complete(registrar& /*reg*/, plugin* p) {
-    // All commands are looked at for every plug-in, twice: what a plug-in owns may change with what
-    // others did, so there is no list by owner to keep.
-    std::for_each(commands.begin(), commands.end(), command_finish_visitor(p));
+    // All commands are looked at for every plug-in: what a plug-in owns may change with what others
+    // did, so there is no list by owner to keep. Finishing one command leaves the others as they
+    // are, so one look at each does.
+    const command_finish_visitor finish(p);
     for (transaction_command* command : commands) {
-        if (!command->complete && owns(p, *command)) {
+        if (command->complete) {
+            finish(command);
+        } else if (owns(p, *command)) {
             command->fail(command_status::not_answered);
         }
     }
