@@ -34,6 +34,12 @@ std::uint32_t random_word() {
     return getentropy(&word, sizeof word) == 0 ? word : 0;
 }
 
+// One for all caches: asking the system costs more than the rest of a small index.
+std::uint32_t process_seed() {
+    static const std::uint32_t seed = random_word();
+    return seed;
+}
+
 }  // namespace
 
 // Many entries in creation order. Removing one leaves a gap; when half of the entries are gaps they
@@ -44,7 +50,7 @@ struct setting_cache::many {
     std::vector<std::uint32_t> slots;
     std::uint32_t gaps = 0;
     // Instance numbers come from files: who writes one must not know which of them share a slot.
-    const std::uint32_t seed = random_word();
+    const std::uint32_t seed = process_seed();
 
     [[nodiscard]] std::uint32_t mask() const {
         return static_cast<std::uint32_t>(slots.size() - 1);
