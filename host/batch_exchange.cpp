@@ -65,10 +65,10 @@ void batch_exchange::run_and_answer() {
     const std::string running = service_files::running_batch.str();
     const std::string result = dp::fixed_paths::batch_result.str();
     staged_file answer(result, staged_file::passing);
-    const std::string problem = run_batch(running, registrar_, answer.out());
+    const std::string problem = run_batch(running, registrar_, answer);
     if (!problem.empty()) {
         log_error("cannot run a batch: ", problem);
-    } else if (!answer.complete() || !answer.replace()) {
+    } else if (!answer.replace()) {
         // Its client waits in vain; the next one finds the way free.
         log_error("cannot answer a batch: ", answer.problem());
         clear_away(result);

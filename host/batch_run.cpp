@@ -15,6 +15,7 @@
 #include "own_file.hpp"
 #include "service_log.hpp"
 #include "settings/setting_instance.hpp"
+#include "status_log.hpp"
 #include "transactions/basic_transaction_command.hpp"
 #include "transactions/command_status.hpp"
 
@@ -47,6 +48,22 @@ void write_line(dp::transaction_command& command, std::ostream& answer) {
     answer << '\n';
 }
 
+// Commands in their order, and the lines between them that are none.
+void write_answers(std::vector<dp::transaction_command>& commands, const batch_feed& feed,
+                   std::ostream& answer) {
+    std::size_t position = 0;
+    const auto write_until = [&](std::size_t end) {
+        for (; position < end; ++position) {
+            write_line(commands[position], answer);
+        }
+    };
+    for (auto dropped : feed.dropped()) {
+        write_until(dropped.position);
+        write_line(dropped.answer, answer);
+    }
+    write_until(commands.size());
+}
+
 void refuse_all(std::istream& text, std::ostream& answer) {
     std::string line;
     for (line_kind kind = next_line(text, line); kind != line_kind::end;
@@ -58,27 +75,23 @@ void refuse_all(std::istream& text, std::ostream& answer) {
     }
 }
 
-void run_text(std::istream& text, host_registrar& registrar, std::ostream& answer) {
+void run_text(std::istream& text, host_registrar& registrar, staged_file& answer) {
     dp::batch_file_converter converter;
     batch_feed feed(text, [&converter] { return converter.commands.size(); });
     std::istream lines(&feed);
     converter.read_file(lines, &registrar);
 
-    batch_transaction transaction(converter.commands);
+    status_log progress;
+    batch_transaction transaction(converter.commands,
+                                  [&progress](auto& t) { progress.add_progress(&t); });
+    progress.start(&transaction);
     transaction.queue(registrar);
     registrar.run_queued();
-
-    std::size_t position = 0;
-    const auto write_until = [&](std::size_t end) {
-        for (; position < end; ++position) {
-            write_line(converter.commands[position], answer);
-        }
-    };
-    for (auto dropped : feed.dropped()) {
-        write_until(dropped.position);
-        write_line(dropped.answer, answer);
+    write_answers(converter.commands, feed, answer.out());
+    if (answer.complete()) {
+        progress.log_outfile(transaction.name, answer.path());
     }
-    write_until(converter.commands.size());
+    progress.stop(&transaction);
 
     const auto& status = transaction.commands.status;
     log_line("batch ", transaction.requester, ": ", status.total, " commands, ", status.errors,
@@ -87,7 +100,7 @@ void run_text(std::istream& text, host_registrar& registrar, std::ostream& answe
 
 }  // namespace
 
-std::string run_batch(const std::string& path, host_registrar& registrar, std::ostream& answer) {
+std::string run_batch(const std::string& path, host_registrar& registrar, staged_file& answer) {
     const own_file file = open_own_file(path);
     if (!file.problem.empty()) {
         return file.problem;
@@ -102,7 +115,8 @@ std::string run_batch(const std::string& path, host_registrar& registrar, std::o
     if (file.size > largest_batch ||
         (is_image && static_cast<std::uint64_t>(plain.tellp()) > largest_batch)) {
         log_error(path, " is longer than ", largest_batch, " bytes: none of it is run");
-        refuse_all(source, answer);
+        refuse_all(source, answer.out());
+        answer.complete();
         return {};
     }
     run_text(source, registrar, answer);

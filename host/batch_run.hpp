@@ -2,10 +2,10 @@
 #define DP_HOST_BATCH_RUN_HPP
 
 #include <cstdint>
-#include <iosfwd>
 #include <string>
 
 #include "host_registrar.hpp"
+#include "staged_file.hpp"
 
 namespace dp_host {
 
@@ -18,8 +18,12 @@ inline constexpr std::uint64_t largest_batch = std::uint64_t{256} * 1024 * 1024;
 /// double quote are written escaped, because a reader would drop a result line that holds them as
 /// they are, and with it the command's outcome.
 ///
-/// Returns why the file could not be read; empty when it was.
-std::string run_batch(const std::string& path, host_registrar& registrar, std::ostream& answer);
+/// The process status file tells of it from its start to its end. The answer is complete when the
+/// status tells of its file and of the transaction's end; it is left to the caller to put it in
+/// place, or to see why it is not complete.
+///
+/// Returns why the batch file could not be read; empty when it was.
+std::string run_batch(const std::string& path, host_registrar& registrar, staged_file& answer);
 
 }  // namespace dp_host
 

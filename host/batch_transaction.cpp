@@ -4,6 +4,7 @@
 #include <map>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 #include "contract/service_status.hpp"
 #include "settings/instance_number.hpp"
@@ -37,7 +38,9 @@ void check_instance(dp::transaction_command& command) {
 
 }  // namespace
 
-batch_transaction::batch_transaction(std::vector<dp::transaction_command>& batch) {
+batch_transaction::batch_transaction(std::vector<dp::transaction_command>& batch,
+                                     listener on_step_end)
+    : on_step_end_(std::move(on_step_end)) {
     commands.reserve(batch.size());
     for (auto& command : batch) {
         commands.push_back(&command);
@@ -61,6 +64,14 @@ void batch_transaction::queue(dp::registrar& reg) {
         }
     }
     reg.queue_transaction(this);
+}
+
+void batch_transaction::execute_step(dp::registrar& reg, dp::plugin_list& plugins) {
+    const std::int32_t before = step;
+    dp::setting_transaction::execute_step(reg, plugins);
+    if (step != before && on_step_end_) {
+        on_step_end_(*this);
+    }
 }
 
 void batch_transaction::on_execute_step(dp::registrar& reg, dp::plugin_list& plugins) {

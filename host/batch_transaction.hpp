@@ -1,6 +1,7 @@
 #ifndef DP_HOST_BATCH_TRANSACTION_HPP
 #define DP_HOST_BATCH_TRANSACTION_HPP
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,13 +15,18 @@ namespace dp_host {
 /// written.
 class batch_transaction final : public dp::setting_transaction {
   public:
+    using listener = std::function<void(batch_transaction&)>;
+
     /// The commands stay the caller's and in their place until the transaction is complete.
-    explicit batch_transaction(std::vector<dp::transaction_command>& batch);
+    /// `on_step_end`, if there is one, is called whenever a step ended.
+    explicit batch_transaction(std::vector<dp::transaction_command>& batch,
+                               listener on_step_end = nullptr);
 
     /// Checks the instances that commands name, maps their values and hands the transaction to the
     /// registrar. Called once.
     void queue(dp::registrar& reg);
 
+    void execute_step(dp::registrar& reg, dp::plugin_list& plugins) override;
     void on_execute_step(dp::registrar& reg, dp::plugin_list& plugins) override;
     void on_transaction_complete(dp::registrar& reg) override;
     void on_transaction_event(dp::registrar& reg) override;
@@ -30,6 +36,7 @@ class batch_transaction final : public dp::setting_transaction {
   private:
     void keep_reads_in_order();
 
+    listener on_step_end_;
     bool is_complete_ = false;
 };
 

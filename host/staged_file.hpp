@@ -49,6 +49,9 @@ class staged_file {
     /// What went wrong; empty when nothing did.
     [[nodiscard]] const std::string& problem() const { return problem_; }
 
+    /// The file that gets the content.
+    [[nodiscard]] const std::string& path() const { return path_; }
+
   private:
     bool fail(const char* what, const std::string& path, int error);
 

@@ -3,7 +3,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "answered_batch.hpp"
 #include "batch/batch_file_loader.hpp"
+#include "common/file_utilities.hpp"
 #include "efi_compressor.hpp"
 #include "sample_service.hpp"
 #include "tests/support/test_platform.hpp"
@@ -16,12 +18,11 @@ class batch_run_test : public test::sample_service {
 
     std::string run_file(const std::string& text) {
         test::write_file(path, text);
-        std::ostringstream answer;
-        EXPECT_EQ(dp_host::run_batch(path, registrar, answer), "");
-        return answer.str();
+        return test::answer_to(path, registrar);
     }
 
     std::string path = test::root() + "/tmp/dp/batch.run";
+    std::string status = test::root() + "/tmp/dp/status";
 };
 
 TEST_F(batch_run_test, every_command_gets_its_line_in_the_files_order) {
@@ -111,9 +112,7 @@ TEST_F(batch_run_test, a_file_that_is_too_long_fails_every_command_and_runs_none
     // The rest of the file is a hole: one line of zero bytes, longer than any line may be.
     ASSERT_EQ(truncate(path.c_str(), static_cast<off_t>(dp_host::largest_batch + 1)), 0);
     test::recording_log log(0x10000000);
-    std::ostringstream answer;
-    EXPECT_EQ(dp_host::run_batch(path, registrar, answer), "");
-    const std::string text = answer.str();
+    const std::string text = test::answer_to(path, registrar);
     EXPECT_EQ(text.substr(0, text.find('\n')), "255 1 t set Boot.Mode \"\" \"\" ");
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 2);
     EXPECT_EQ(log.lines.size(), 1U);
@@ -121,10 +120,48 @@ TEST_F(batch_run_test, a_file_that_is_too_long_fails_every_command_and_runs_none
 }
 
 TEST_F(batch_run_test, what_is_no_file_of_ours_is_a_problem) {
-    std::ostringstream answer;
+    dp_host::staged_file answer(path + ".out", dp_host::staged_file::passing);
     EXPECT_NE(dp_host::run_batch(path, registrar, answer), "");
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     EXPECT_EQ(dp_host::run_batch(path, registrar, answer), path + " is not a regular file");
+    EXPECT_FALSE(fileexist(status));
+}
+
+TEST_F(batch_run_test, the_status_tells_of_the_start_the_steps_the_answer_and_the_end) {
+    run_file(
+        "0 1 <cim-0> set Boot.Mode \"Legacy\" \"\"\n"
+        "0 2 <cim-0> get Boot.Mode \"\" \"\"\n");
+    EXPECT_EQ(test::read_file(status),
+              "<dp-status> 0001 DP.MESSAGE init \n"
+              "<cim-0> 0002 DP.WORKING 0\n"
+              "<cim-0> 0003 DP.WORKING 1\n"
+              "<cim-0> 0004 DP.OUTFILE " +
+                  test::root() +
+                  "/tmp/dp/batch.out\n"
+                  "<cim-0> 0005 DP.DONE 0 2 0\n");
+}
+
+TEST_F(batch_run_test, the_status_is_complete_before_the_answer_is_in_place) {
+    test::write_file(path, "0 1 t get Boot.Mode \"\" \"\"\n");
+    const std::string result = path + ".out";
+    dp_host::staged_file answer(result, dp_host::staged_file::passing);
+    ASSERT_EQ(dp_host::run_batch(path, registrar, answer), "");
+    EXPECT_FALSE(fileexist(result));
+    EXPECT_NE(test::read_file(status).find("DP.OUTFILE " + result + "\n<t> 0005 DP.DONE 0 1 0\n"),
+              std::string::npos);
+    EXPECT_TRUE(answer.replace());
+}
+
+TEST_F(batch_run_test, the_status_names_no_answer_that_could_not_be_written) {
+    test::write_file(path, "0 1 t get Boot.Mode \"\" \"\"\n");
+    dp_host::staged_file answer(test::root() + "/no/folder/batch.out",
+                                dp_host::staged_file::passing);
+    ASSERT_EQ(dp_host::run_batch(path, registrar, answer), "");
+    EXPECT_EQ(test::read_file(status),
+              "<dp-status> 0001 DP.MESSAGE init \n"
+              "<t> 0002 DP.WORKING 0\n"
+              "<t> 0003 DP.WORKING 1\n"
+              "<t> 0004 DP.DONE 0 1 0\n");
 }
 
 }  // namespace

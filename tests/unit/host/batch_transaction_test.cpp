@@ -1,5 +1,7 @@
 #include "batch_transaction.hpp"
 
+#include <cstdint>
+
 #include "sample_service.hpp"
 #include "transactions/command_status.hpp"
 
@@ -66,6 +68,17 @@ TEST_F(batch_transaction_test, counts_are_up_to_date_at_the_end) {
     EXPECT_EQ(transaction.commands.status.total, 3U);
     EXPECT_EQ(transaction.commands.status.completed, 3U);
     EXPECT_EQ(transaction.commands.status.errors, 2U);
+}
+
+TEST_F(batch_transaction_test, it_tells_when_a_step_ended) {
+    std::vector<dp::transaction_command> commands{command("get", "Boot.Mode")};
+    std::vector<std::int32_t> steps;
+    dp_host::batch_transaction transaction(commands,
+                                           [&steps](auto& t) { steps.push_back(t.step); });
+    transaction.queue(registrar);
+    EXPECT_TRUE(steps.empty());
+    registrar.run_queued();
+    EXPECT_EQ(steps, (std::vector<std::int32_t>{1, 0}));
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <sstream>
 
-#include "batch_run.hpp"
+#include "answered_batch.hpp"
 #include "common/file_utilities.hpp"
 #include "contract/service_status.hpp"
 #include "tests/support/sample_template.hpp"
@@ -41,10 +41,9 @@ class settings_service_test : public testing::Test {
 
     std::string run(dp_host::settings_service& service, const std::string& batch) const {
         test::write_file(work, batch);
-        std::ostringstream answer;
-        EXPECT_EQ(dp_host::run_batch(work, service.registrar(), answer), "");
+        std::string answer = test::answer_to(work, service.registrar());
         service.settle();
-        return answer.str();
+        return answer;
     }
 
     void lay_out_update(const std::vector<template_info>& infos) const {
