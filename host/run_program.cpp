@@ -58,6 +58,10 @@ std::string outcome(const std::string& path, int status) {
 }  // namespace
 
 std::string run_program(const std::string& path, const std::vector<std::string>& arguments) {
+    // Not every system tells posix_spawn's caller that the program could not be executed.
+    if (access(path.c_str(), X_OK) != 0) {
+        return text_of("cannot run ", path, ": ", std::strerror(errno));
+    }
     std::vector<std::string> texts{path};
     texts.insert(texts.end(), arguments.begin(), arguments.end());
     std::vector<char*> argv;

@@ -51,7 +51,15 @@ check_programs() {
   LD_LIBRARY_PATH=$libdir "$where/list_defaults" || fail "list_defaults does not run"
 }
 
-cmake -S "$source_dir/examples" -B "$scratch/examples" -DCMAKE_PREFIX_PATH="$prefix" >"$scratch/cmake.log"
+package=(-DCMAKE_PREFIX_PATH="$prefix")
+if [ -n "${CMAKE_TOOLCHAIN_FILE:-}" ]; then
+  # A toolchain for another machine looks for packages in that machine's system only, and its linker
+  # does not follow a library's own path to what that needs.
+  package=(-Ddp_common_DIR="$libdir/cmake/dp_common")
+  export LDFLAGS=-Wl,-rpath-link,$libdir
+  cc+=("$LDFLAGS") cxx+=("$LDFLAGS")
+fi
+cmake -S "$source_dir/examples" -B "$scratch/examples" "${package[@]}" >"$scratch/cmake.log"
 cmake --build "$scratch/examples" >"$scratch/build.log" || { cat "$scratch/build.log"; fail "CMake package"; }
 check_programs "$scratch/examples"
 
