@@ -9,15 +9,22 @@
 
 #include "batch/batch_file_entry.hpp"
 #include "batch/batch_file_intf.hpp"
+#include "batch/batch_file_loader.hpp"
 #include "batch/batch_line.hpp"
+#include "batch/line_source.hpp"
+#include "batch/name_parts.hpp"
+#include "common/likely_room.hpp"
 #include "common/log.hpp"
 #include "platform/sysipc/efi_decompressor.hpp"
 
 namespace dp {
 namespace {
 
-bool holds_no_command(const std::string& line) {
-    return line.empty() || line.front() == '#' || line.find_first_not_of(' ') == std::string::npos;
+using namespace std::string_view_literals;
+
+bool holds_no_command(std::string_view line) {
+    return line.empty() || line.front() == '#' ||
+           line.find_first_not_of(' ') == std::string_view::npos;
 }
 
 void log_entry(const batch_file_entry& entry) {
@@ -27,6 +34,14 @@ void log_entry(const batch_file_entry& entry) {
              ", setting_value_in=", entry.value_in);
 }
 
+// Makes room where a loader gathers entries; its list is the caller's and may be null.
+void make_room(const batch_file_loader& loader, const line_source& lines, int count) {
+    if (loader.entries != nullptr && loader.entries->size() == loader.entries->capacity()) {
+        const std::size_t taken = static_cast<std::size_t>(count) + 1;
+        make_likely_room(*loader.entries, lines.bytes_given() / taken, lines.bytes_left());
+    }
+}
+
 }  // namespace
 
 batch_file_reader::batch_file_reader(batch_file_intf* entry_processor)
@@ -34,15 +49,13 @@ batch_file_reader::batch_file_reader(batch_file_intf* entry_processor)
 
 int batch_file_reader::read_file(std::istream& in, registrar* reg) {
     int count = 0;
-    // All three live as long as the file is read: a line that lacks words keeps the previous
+    // The entry lives as long as the file is read: a line that lacks words keeps the previous
     // line's.
     batch_file_entry entry;
-    std::string name;
-    std::string line;
-    while (in.good()) {
-        std::getline(in, line);
-        entry.value_in.clear();
-        entry.value_out.clear();
+    entry.name.parse({});
+    line_source lines(in);
+    const auto* const loader = dynamic_cast<batch_file_loader*>(processor);
+    for (std::string_view line; lines.next(line);) {
         if (holds_no_command(line)) {
             continue;
         }
@@ -51,16 +64,22 @@ int batch_file_reader::read_file(std::istream& in, registrar* reg) {
         words.take_word(entry.detail);
         words.take_word(entry.tid);
         words.take_word(entry.operation);
-        if (entry.operation == "command") {
+        if (entry.operation == "command"sv) {
             words.take_word(entry.command);
         }
-        words.take_word(name);
-        entry.name.parse(name);
+        if (const std::string_view name = words.take_word(); !name.empty()) {
+            parse_name(name, entry.name);
+        }
         words.take_value(entry.value_in);
         words.take_value(entry.value_out);
-        log_entry(entry);
-        words.skip_word();
-        if (words.at_end()) {
+        if (log_enabled(log_level::trace_4)) {
+            log_entry(entry);
+        }
+        words.take_word();
+        if (words.empty()) {
+            if (loader != nullptr) {
+                make_room(*loader, lines, count);
+            }
             processor->process_entry(entry, reg);
             ++count;
         }

@@ -1,6 +1,7 @@
 #ifndef DP_BATCH_BATCH_LINE_HPP
 #define DP_BATCH_BATCH_LINE_HPP
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -9,14 +10,22 @@ namespace dp {
 /// Takes words and quoted values off a line from the left, as a string stream on the line would.
 ///
 /// Rules, those of formatted extraction in the "C" locale:
-/// - a word is what stands between white space (blank, \t, \n, \v, \f, \r); taking one skips the
-///   white space before it and stops in front of what ends it;
-/// - the line is at its end once a take ran into it: a word that reaches the end of the line, a
-///   missing word, a value without its closing quote. A value whose closing quote is the line's
-///   last byte does not run into the end. After the end nothing can be taken.
+/// - a word is what stands between white space (blank, \t, \v, \f, \r); taking one skips the white
+///   space before it and stops in front of what ends it;
+/// - a take that needs more than there is takes all of the line: a word that ends with the line, a
+///   missing word, a value without its closing quote.
+///
+/// The line is scanned several bytes at a time. So it holds no line feed, one stands directly
+/// behind it, and `padding` bytes from there on can be read; what the others hold does not matter.
 class batch_line {
   public:
+    static constexpr std::size_t padding = sizeof(std::size_t);
+
+    /// `text` stays the caller's.
     explicit batch_line(std::string_view text) : at_(text.data()), last_(at_ + text.size()) {}
+
+    /// Takes the next word: a part of the text, empty when there is none.
+    std::string_view take_word();
 
     /// Stores the next word. When there is none `word` keeps its text.
     void take_word(std::string& word);
@@ -25,17 +34,12 @@ class batch_line {
     /// `value` becomes empty.
     void take_value(std::string& value);
 
-    /// Skips a word, if there is one.
-    void skip_word();
-
-    [[nodiscard]] bool at_end() const { return at_end_; }
+    /// Whether all of the line was taken.
+    [[nodiscard]] bool empty() const { return at_ == last_; }
 
   private:
-    std::string_view next_word();
-
     const char* at_;
     const char* last_;
-    bool at_end_ = false;
 };
 
 }  // namespace dp

@@ -10,6 +10,7 @@
 #include <ostream>
 #include <string_view>
 
+#include "common/likely_room.hpp"
 #include "common/numbers.hpp"
 
 // Records are scanned by hand, in place, in one pass over the file's bytes. The rules are those of
@@ -238,15 +239,6 @@ class record_splitter {
     bool skip_line_feed_ = false;
 };
 
-/// Makes room for as many entries as are likely to come, since growing moves all that are there. A
-/// guess: it never makes the vector grow to more than eight times its size, or to more than 64.
-void make_room(std::vector<template_info>& out, std::size_t bytes_an_entry,
-               std::size_t bytes_left) {
-    const std::size_t likely = bytes_left / std::max<std::size_t>(bytes_an_entry, 1) + 1;
-    const std::size_t size = out.size();
-    out.reserve(size + std::clamp(likely, size / 2 + 1, size * 7 + 64));
-}
-
 void append_text(std::string& line, std::string_view key, std::string_view value) {
     line.append(key);
     line.append(value);
@@ -281,7 +273,7 @@ int template_info::read_settings(std::ifstream& in, std::vector<template_info>& 
         if (record.find(filter) != std::string_view::npos) {
             ++taken;
             if (out.size() == out.capacity()) {
-                make_room(out, records.bytes_read() / taken, records.bytes_left());
+                dp::make_likely_room(out, records.bytes_read() / taken, records.bytes_left());
             }
             parse_record(out.emplace_back(), record);
         }

@@ -1,0 +1,79 @@
+#include "batch/line_source.hpp"
+
+#include <cstring>
+#include <istream>
+#include <utility>
+
+#include "batch/batch_line.hpp"
+
+namespace dp {
+
+line_source::line_source(std::istream& in)
+    : in_(in), window_(std::make_unique<char[]>(first_size + batch_line::padding)) {}
+
+bool line_source::next(std::string_view& line) {
+    std::size_t looked_at = 0;
+    for (;;) {
+        const char* const first = window_.get() + begin_;
+        const std::size_t size = end_ - begin_;
+        const void* const end = std::memchr(first + looked_at, '\n', size - looked_at);
+        if (end != nullptr) {
+            line = {first, static_cast<std::size_t>(static_cast<const char*>(end) - first)};
+            begin_ += line.size() + 1;
+            bytes_given_ += line.size() + 1;
+            return true;
+        }
+        looked_at = size;
+        if (refill()) {
+            continue;
+        }
+        if (size == 0) {
+            return false;
+        }
+        line = {window_.get() + begin_, size};
+        window_[end_] = '\n';
+        begin_ = end_;
+        bytes_given_ += size;
+        return true;
+    }
+}
+
+std::size_t line_source::bytes_left() const {
+    const std::streamsize in_stream = in_.rdbuf()->in_avail();
+    return end_ - begin_ + (in_stream > 0 ? static_cast<std::size_t>(in_stream) : 0);
+}
+
+// Takes what the stream has at hand, behind what was not given yet. False at the stream's end.
+bool line_source::refill() {
+    if (!in_.good()) {
+        return false;
+    }
+    const std::size_t size = end_ - begin_;
+    if (in_.peek() == std::istream::traits_type::eof()) {
+        if (size == 0) {
+            in_.setstate(std::ios::failbit);
+        }
+        return false;
+    }
+    if (size == size_) {
+        auto larger = std::make_unique<char[]>(size_ * 2 + batch_line::padding);
+        std::memcpy(larger.get(), window_.get() + begin_, size);
+        window_ = std::move(larger);
+        size_ *= 2;
+    } else {
+        std::memmove(window_.get(), window_.get() + begin_, size);
+    }
+    begin_ = 0;
+    end_ = size;
+    char* const free = window_.get() + end_;
+    auto taken = in_.readsome(free, static_cast<std::streamsize>(size_ - end_));
+    if (taken == 0) {
+        // A buffer that gives single bytes has none at hand.
+        *free = static_cast<char>(in_.get());
+        taken = 1;
+    }
+    end_ += static_cast<std::size_t>(taken);
+    return true;
+}
+
+}  // namespace dp

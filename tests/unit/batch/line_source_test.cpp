@@ -1,0 +1,164 @@
+#include "batch/line_source.hpp"
+
+#include <gtest/gtest.h>
+
+#include <istream>
+#include <random>
+#include <sstream>
+#include <streambuf>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "batch/batch_line.hpp"
+
+namespace {
+
+using namespace std::string_literals;
+
+using lines = std::vector<std::string>;
+
+lines all_lines(std::istream& in) {
+    lines found;
+    dp::line_source source(in);
+    for (std::string_view line; source.next(line);) {
+        EXPECT_EQ(line.data()[line.size()], '\n') << "what stands behind a line";
+        found.emplace_back(line);
+    }
+    return found;
+}
+
+// What getline gives, but for the empty line behind a last line feed.
+lines reference_lines(std::istream& in) {
+    lines found;
+    for (std::string line; std::getline(in, line);) {
+        found.push_back(line);
+    }
+    return found;
+}
+
+// Gives its text in pieces, or byte by byte without ever having one at hand.
+class piecewise : public std::streambuf {
+  public:
+    piecewise(std::string text, std::size_t piece) : text_(std::move(text)), piece_(piece) {}
+    [[nodiscard]] std::size_t given() const { return at_; }
+
+  protected:
+    int_type underflow() override {
+        if (at_ == text_.size()) {
+            return traits_type::eof();
+        }
+        if (piece_ == 0) {
+            return traits_type::to_int_type(text_[at_]);
+        }
+        if (gptr() == egptr()) {
+            const std::size_t size = std::min(piece_, text_.size() - at_);
+            setg(text_.data() + at_, text_.data() + at_, text_.data() + at_ + size);
+            at_ += size;
+        }
+        return traits_type::to_int_type(*gptr());
+    }
+    int_type uflow() override {
+        if (piece_ != 0) {
+            return std::streambuf::uflow();
+        }
+        return at_ == text_.size() ? traits_type::eof() : traits_type::to_int_type(text_[at_++]);
+    }
+
+  private:
+    std::string text_;
+    std::size_t piece_;
+    std::size_t at_ = 0;
+};
+
+class unreadable : public std::streambuf {
+  protected:
+    int_type underflow() override { throw 1; }
+};
+
+}  // namespace
+
+TEST(line_source, ends_a_line_with_a_line_feed_or_with_the_stream) {
+    for (const auto& [text, expected] :
+         {std::pair{""s, lines{}}, std::pair{"\n"s, lines{""}}, std::pair{"a"s, lines{"a"}},
+          std::pair{"a\n\nb\n"s, lines{"a", "", "b"}}, std::pair{"a\r\nb"s, lines{"a\r", "b"}},
+          std::pair{"\0\n\xFF"s, lines{"\0"s, "\xFF"}}}) {
+        std::istringstream in(text);
+        EXPECT_EQ(all_lines(in), expected);
+    }
+}
+
+TEST(line_source, leaves_the_state_that_getline_leaves) {
+    for (const auto& text : {""s, "\n"s, "a"s, "a\n"s, std::string(8192, 'x'),
+                             std::string(8191, 'x') + "\n", std::string(8192, 'x') + "\n"}) {
+        std::istringstream in(text);
+        std::istringstream expected(text);
+        all_lines(in);
+        while (expected.good()) {
+            std::string line;
+            std::getline(expected, line);
+        }
+        EXPECT_EQ(in.rdstate(), expected.rdstate()) << text.size();
+    }
+}
+
+TEST(line_source, takes_nothing_from_a_stream_that_is_not_good) {
+    for (const auto state : {std::ios::failbit, std::ios::badbit, std::ios::eofbit}) {
+        std::istringstream in("a\n");
+        in.setstate(state);
+        EXPECT_TRUE(all_lines(in).empty());
+        EXPECT_EQ(in.rdstate(), state);
+    }
+}
+
+TEST(line_source, ends_where_the_stream_cannot_be_read) {
+    unreadable buffer;
+    std::istream in(&buffer);
+    EXPECT_TRUE(all_lines(in).empty());
+    EXPECT_TRUE(in.bad());
+}
+
+TEST(line_source, gives_what_getline_gives_however_the_stream_comes) {
+    std::mt19937 random(7);
+    for (int round = 0; round < 60; ++round) {
+        std::string text;
+        while (text.size() < 30'000) {
+            const auto kind = random() % 12;
+            const std::size_t size = kind == 0 ? random() % 20'000 : random() % 100;
+            text.append(size, static_cast<char>('a' + random() % 26));
+            text.append(kind < 11 ? 1 : 0, '\n');
+        }
+        std::istringstream reference(text);
+        const lines expected = reference_lines(reference);
+        for (const std::size_t piece : {0U, 1U, 7U, 100U, 8192U, 100'000U}) {
+            piecewise buffer(text, piece);
+            std::istream in(&buffer);
+            ASSERT_EQ(all_lines(in), expected) << "pieces of " << piece;
+        }
+    }
+}
+
+TEST(line_source, asks_for_more_only_when_the_next_line_needs_it) {
+    piecewise buffer("one\ntwo\nthree\n", 4);
+    std::istream in(&buffer);
+    dp::line_source source(in);
+    std::string_view line;
+    ASSERT_TRUE(source.next(line));
+    EXPECT_EQ(buffer.given(), 4U);
+    ASSERT_TRUE(source.next(line));
+    EXPECT_EQ(line, "two");
+    EXPECT_EQ(buffer.given(), 8U);
+}
+
+TEST(line_source, knows_about_how_much_is_left) {
+    std::istringstream in("one\ntwo\nlast");
+    dp::line_source source(in);
+    std::string_view line;
+    ASSERT_TRUE(source.next(line));
+    EXPECT_EQ(source.bytes_given(), 4U);
+    EXPECT_EQ(source.bytes_left(), 8U);
+    while (source.next(line)) {
+    }
+    EXPECT_EQ(source.bytes_given(), 12U);
+    EXPECT_EQ(source.bytes_left(), 0U);
+}
