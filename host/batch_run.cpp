@@ -75,7 +75,8 @@ void refuse_all(std::istream& text, std::ostream& answer) {
     }
 }
 
-void run_text(std::istream& text, host_registrar& registrar, staged_file& answer) {
+void run_text(std::istream& text, host_registrar& registrar, const change_history& history,
+              staged_file& answer) {
     dp::batch_file_converter converter;
     batch_feed feed(text, [&converter] { return converter.commands.size(); });
     std::istream lines(&feed);
@@ -87,6 +88,7 @@ void run_text(std::istream& text, host_registrar& registrar, staged_file& answer
     progress.start(&transaction);
     transaction.queue(registrar);
     registrar.run_queued();
+    history.append(transaction);
     write_answers(converter.commands, feed, answer.out());
     if (answer.complete()) {
         progress.log_outfile(transaction.name, answer.path());
@@ -100,7 +102,8 @@ void run_text(std::istream& text, host_registrar& registrar, staged_file& answer
 
 }  // namespace
 
-std::string run_batch(const std::string& path, host_registrar& registrar, staged_file& answer) {
+std::string run_batch(const std::string& path, host_registrar& registrar,
+                      const change_history& history, staged_file& answer) {
     const own_file file = open_own_file(path);
     if (!file.problem.empty()) {
         return file.problem;
@@ -119,7 +122,7 @@ std::string run_batch(const std::string& path, host_registrar& registrar, staged
         answer.complete();
         return {};
     }
-    run_text(source, registrar, answer);
+    run_text(source, registrar, history, answer);
     return {};
 }
 

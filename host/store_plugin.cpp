@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "command_marks.hpp"
 #include "contract/service_status.hpp"
 #include "settings/configuration.hpp"
 #include "settings/registrar.hpp"
@@ -33,6 +34,7 @@ void succeed(dp::transaction_command& command, const std::string& value) {
 void fail_after_all(dp::transaction_command& command, std::int32_t status) {
     command.value_out.clear();
     command.status = status;
+    command_marks::changed(command) = false;
 }
 
 }  // namespace
@@ -135,6 +137,7 @@ void store_plugin::write(dp::transaction_command& command, value_store::place at
         command.fail(service_status::read_only);
         return;
     }
+    command_marks::changed(command) = !is_there || *present != command.value_in;
     store_->put(at, command.value_in);
     if (!is_there) {
         for (dp::setting* member : row_of(*at.setting)) {
@@ -155,10 +158,13 @@ void store_plugin::remove(dp::transaction_command& command, value_store::place a
     }
     if (element.is_single_valued()) {
         const std::string value = element.default_value();
+        const std::string* const present = store_->find(at);
+        command_marks::changed(command) = present == nullptr || *present != value;
         store_->put(at, value);
         succeed(command, value);
         return;
     }
+    command_marks::changed(command) = command_marks::removed(command) = store_->find(at) != nullptr;
     for (dp::setting* member : row_of(*at.setting)) {
         store_->remove({member, at.instance});
     }

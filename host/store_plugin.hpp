@@ -20,6 +20,8 @@ namespace dp_host {
 /// A delete of an instance removes its value (the whole row, when the setting is the key of a
 /// record); of a single-valued setting, where it is permitted, it brings the default back. Setting
 /// the key of a row that does not exist creates the row with its defaults.
+///
+/// Commands that changed something are marked (`command_marks`).
 class store_plugin final : public dp::plugin {
   public:
     /// Makes the store's content last; false when it could not.

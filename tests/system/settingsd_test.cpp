@@ -5,12 +5,14 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <ctime>
 #include <filesystem>
 #include <random>
 #include <set>
 #include <sstream>
 
 #include "batch/batch_file_settings_rdr.hpp"
+#include "contract/change_record.hpp"
 #include "contract/service_status.hpp"
 #include "scratch_server.hpp"
 #include "tests/support/program.hpp"
@@ -368,6 +370,144 @@ TEST_F(settingsd, what_is_planted_as_its_status_file_is_taken_away) {
     ASSERT_EQ(mkfifo(status.c_str(), 0600), 0);
     EXPECT_EQ(scratch_server::run_batch(get), answer);
     EXPECT_NE(test::read_file(status).find("<t> 0005 DP.DONE 0 1 0\n"), std::string::npos);
+}
+
+// --- the history
+
+std::string history_file() {
+    return scratch_server::path("/var/dp/history");
+}
+
+// The history, its times replaced by an equally long text. A line that is no record fails the test.
+const std::string some_time(24, 'T');
+
+std::string history() {
+    const std::string text = test::read_file(history_file());
+    EXPECT_TRUE(text.empty() || text.ends_with('\n'));
+    std::istringstream in(text);
+    std::string plain;
+    for (std::string line; std::getline(in, line);) {
+        auto record = change_record::parse(line);
+        EXPECT_TRUE(record) << line;
+        if (record) {
+            std::tm parts{};
+            EXPECT_NE(strptime(record->time.c_str(), "%a %b %d %H:%M:%S %Y", &parts), nullptr);
+            EXPECT_EQ(record->time.size(), some_time.size());
+            record->time = some_time;
+            plain += record->line() + '\n';
+        }
+    }
+    return plain;
+}
+
+TEST_F(settingsd, the_history_holds_what_all_transactions_changed) {
+    start();
+    scratch_server::run_batch(
+        "0 1 <cim-0> set Boot.Mode \"Legacy\" \"\"\n"
+        "0 2 <cim-0> set Boot.Mode \"CSM\" \"\"\n"
+        "0 3 <cim-0> get Boot.Mode \"\" \"\"\n"
+        "0 4 <cim-0> set Boot.Label \"a \\\"b\\\"\" \"\"\n");
+    const std::string first = "<cim-0> " + some_time + "   Boot.Mode   \"Legacy\"\n" + "<cim-0> " +
+                              some_time + "   Boot.Label   \"a \\\"b\\\"\"\n";
+    EXPECT_EQ(history(), first);
+    scratch_server::run_batch("0 1 two get Boot.Mode \"\" \"\"\n");
+    scratch_server::run_batch("0 1 two set Boot.Mode \"Legacy\" \"\"\n");
+    EXPECT_EQ(history(), first);
+    scratch_server::run_batch(
+        "0 1 two delete Ports.Speed.2 \"\" \"\"\n"
+        "0 2 two set Ports.User.3 \"ann\" \"\"\n");
+    const std::string second = "<two> " + some_time + "   Ports.Speed.2\n<two> " + some_time +
+                               "   Ports.User.3   \"ann\"\n";
+    EXPECT_EQ(history(), first + second);
+    struct stat info {};
+    ASSERT_EQ(stat(history_file().c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0600U);
+
+    EXPECT_EQ(server.stop(), 0);
+    start();
+    scratch_server::run_batch("0 1 three set Boot.Mode \"UEFI\" \"\"\n");
+    EXPECT_EQ(history(), first + second + "<three> " + some_time + "   Boot.Mode   \"UEFI\"\n");
+}
+
+TEST_F(settingsd, what_a_kill_left_of_a_history_line_is_cut_off) {
+    start();
+    EXPECT_EQ(server.stop(SIGKILL), 128 + SIGKILL);
+    test::write_file(history_file(),
+                     "<t> Tue Nov 14 22:13:20 2023   Boot.Mode   \"UEFI\"\n<t> Tue N");
+    start();
+    scratch_server::run_batch("0 1 t set Boot.Mode \"Legacy\" \"\"\n");
+    EXPECT_EQ(history(), "<t> " + some_time + "   Boot.Mode   \"UEFI\"\n<t> " + some_time +
+                             "   Boot.Mode   \"Legacy\"\n");
+}
+
+TEST_F(settingsd, killed_at_any_moment_the_history_has_whole_lines_for_all_that_was_answered) {
+    scratch_server::install({test::number("A", "N", "0", 0, 0xFFFFFFFF, 1)}, "B1");
+    std::mt19937 random(5);
+    std::set<int> answered;
+    int sent = 0;
+    unsigned window = 6'000;  // microseconds; follows the machine's speed
+    for (int round = 0; round < 30; ++round) {
+        ASSERT_TRUE(server.start()) << scratch_server::log();
+        scratch_server::write_batch("0 1 t set A.N \"" + std::to_string(++sent) + "\" \"\"\n");
+        usleep(static_cast<useconds_t>(random() % (window + 1)));
+        EXPECT_EQ(server.stop(SIGKILL), 128 + SIGKILL);
+        const bool was_answered = std::filesystem::exists(scratch_server::result());
+        if (was_answered) {
+            answered.insert(sent);
+        }
+        window = was_answered ? window / 2 : std::min(window * 3 + 100, 6'000U);
+    }
+    ASSERT_TRUE(server.start());
+    EXPECT_NE(scratch_server::wait_for_result(), "(no result)");
+    scratch_server::run_batch("0 1 t set A.N \"" + std::to_string(++sent) + "\" \"\"\n");
+    answered.insert(sent);
+    const std::string text = history();
+    for (int value = 1; value <= sent; ++value) {
+        const std::string line =
+            "<t> " + some_time + "   A.N   \"" + std::to_string(value) + "\"\n";
+        const std::size_t found = text.find(line);
+        EXPECT_TRUE(found != std::string::npos || !answered.contains(value)) << line;
+        EXPECT_TRUE(found == std::string::npos || text.find(line, found + 1) == std::string::npos)
+            << line;
+    }
+    // Both kinds of ends occurred, or the test shows nothing.
+    EXPECT_GT(answered.size(), 1U);
+    EXPECT_LT(answered.size(), static_cast<std::size_t>(sent));
+}
+
+TEST_F(settingsd, a_history_of_more_than_256_kib_loses_its_oldest_lines) {
+    scratch_server::install({test::number("A", "N", "0", 0, 0xFFFFFFFF, 1)}, "B1");
+    start();
+    std::string expected;
+    int value = 100'000;
+    const auto run = [&](int count) {
+        std::string batch;
+        for (int i = 0; i < count; ++i) {
+            const std::string text = std::to_string(++value);
+            batch += "0 1 t set A.N \"" + text + "\" \"\"\n";
+            expected += "<t> " + some_time + "   A.N   \"" + text + "\"\n";
+        }
+        scratch_server::run_batch(batch);
+    };
+    const std::size_t line = ("<t> " + some_time + "   A.N   \"100001\"\n").size();
+    run(static_cast<int>(std::size_t{256} * 1024 / line));
+    EXPECT_EQ(history(), expected);
+    run(1);
+    expected.erase(0, expected.size() - std::size_t{192} * 1024 / line * line);
+    EXPECT_EQ(history(), expected);
+    run(10);
+    EXPECT_EQ(history(), expected);
+}
+
+TEST_F(settingsd, a_history_that_cannot_be_written_holds_nothing_up) {
+    start();
+    std::filesystem::create_symlink(path("/precious"), history_file());
+    EXPECT_EQ(scratch_server::run_batch("0 1 t set Boot.Mode \"Legacy\" \"\"\n"),
+              "0 1 t set Boot.Mode \"Legacy\" \"Legacy\" \n");
+    EXPECT_FALSE(std::filesystem::exists(path("/precious")));
+    EXPECT_NE(scratch_server::log().find("changes are missing from the history: " + history_file() +
+                                         " is a link"),
+              std::string::npos);
 }
 
 TEST_F(settingsd, an_exchange_folder_that_is_removed_is_made_anew) {
