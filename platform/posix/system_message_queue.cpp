@@ -28,6 +28,11 @@ system_message_queue::system_message_queue(unsigned char number, unsigned flags)
     if (flags == 0 && !name.empty()) {
         handle_ = ::mq_open(name.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
     }
+    // A listener that was killed leaves its queue behind.
+    if (handle_ >= 0 && !has_listener(handle_)) {
+        ::mq_close(handle_);
+        handle_ = -1;
+    }
 }
 
 system_message_queue::~system_message_queue() {

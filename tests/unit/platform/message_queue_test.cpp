@@ -135,11 +135,15 @@ TEST_F(message_queue, of_a_dead_listener_takes_no_message_and_is_taken_over_empt
     ASSERT_EQ(read(ready[0], &state, 1), 1);
     ASSERT_EQ(state, 'y');
     EXPECT_TRUE(send(message_of(1)));
+    const sysipc::system_message_queue opened_before(8, 0);
+    EXPECT_TRUE(opened_before.is_open());
     ASSERT_EQ(kill(child, SIGKILL), 0);
     ASSERT_EQ(waitpid(child, nullptr, 0), child);
     close(ready[0]);
     close(ready[1]);
 
+    EXPECT_FALSE(sysipc::system_message_queue(8, 0).is_open());
+    EXPECT_FALSE(sysipc::system_message_queue_client::send(opened_before, message_of(2)));
     EXPECT_FALSE(send(message_of(2)));
     message_listener listener(8);
     ASSERT_TRUE(listener.is_open()) << listener.error();
