@@ -9,6 +9,7 @@
 #include "common/fixed_paths.hpp"
 #include "contract/server_paths.hpp"
 #include "contract/service_status.hpp"
+#include "logs/alerts.hpp"
 #include "own_file.hpp"
 #include "run_folder.hpp"
 #include "service_files.hpp"
@@ -160,32 +161,33 @@ std::string settings_service::load_values() {
     const std::size_t added =
         store_->add_defaults(has_pending || has_current ? no_setting : every_setting);
     if (!has_pending || dropped > 0 || added > 0) {
-        problem = write_store(pending_path, *store_);
+        problem = write_store(pending_path, *store_).problem;
     }
     if (problem.empty() && !has_current) {
         value_store defaults(*model_);
         defaults.add_defaults(every_setting);
-        problem = write_store(current_path, defaults);
+        problem = write_store(current_path, defaults).problem;
     }
     return problem;
 }
 
-std::string settings_service::write_store(const std::string& path, const value_store& store) {
+settings_service::write_outcome settings_service::write_store(const std::string& path,
+                                                              const value_store& store) {
     staged_file file(path, staged_file::lasting);
     write_values(store, file.out());
     const bool done = file.complete() && file.replace_under_lock();
     if (path == dp::fixed_paths::uefi_settings.str()) {
         file_differs_ = !done && file.is_in_place();
     }
-    return done ? "" : file.problem();
+    return done ? write_outcome{"", 0} : write_outcome{file.problem(), file.error()};
 }
 
-bool settings_service::persist() {
-    const std::string problem = write_store(dp::fixed_paths::uefi_settings.str(), *store_);
+int settings_service::persist() {
+    const auto [problem, error] = write_store(dp::fixed_paths::uefi_settings.str(), *store_);
     if (!problem.empty()) {
         log_error("changes are not kept: ", problem);
     }
-    return problem.empty();
+    return error;
 }
 
 void settings_service::settle() {
@@ -204,13 +206,19 @@ void settings_service::install(std::unique_ptr<template_model> model,
     store.reset();
 }
 
+void settings_service::tell_of(dp::command::alerts what, fm::command::alerts fm_what) const {
+    plugin_.alert(what, 0);
+    dp::send_fm_alert(fm_what, 0);
+}
+
 server_outcome settings_service::restart() {
-    const std::string problem = write_store(dp::fixed_paths::uefi_current.str(), *store_);
+    const std::string problem = write_store(dp::fixed_paths::uefi_current.str(), *store_).problem;
     if (!problem.empty()) {
         log_error("restart: ", problem);
         return {service_status::not_persisted, problem};
     }
     log_line("the server restarted: pending values are current");
+    tell_of(dp::command::alerts::server_restarted, fm::command::alerts::server_restarted);
     return {};
 }
 
@@ -291,6 +299,8 @@ server_outcome settings_service::update() {
         install(std::move(parts.model), std::move(parts.store));
         file_differs_ = !pending.is_in_place();
         refresh_build_id();
+        tell_of(dp::command::alerts::bios_updated, fm::command::alerts::bios_updated);
+        tell_of(dp::command::alerts::server_restarted, fm::command::alerts::server_restarted);
     }
     if (!outcome.reason.empty()) {
         log_error("BIOS update failed: ", outcome.reason);

@@ -7,6 +7,8 @@
 
 #include "bios/template_info.hpp"
 #include "host_registrar.hpp"
+#include "platform/dp/alerts.hpp"
+#include "platform/fm/alerts.hpp"
 #include "server_outcome.hpp"
 #include "store_plugin.hpp"
 #include "template_model.hpp"
@@ -35,23 +37,30 @@ class settings_service {
     /// the commands were told, because writing it failed half-way, tries to put it right.
     void settle();
 
-    /// Restarts the simulated server: pending values become current.
+    /// Restarts the simulated server: pending values become current. Alerts whoever listens.
     server_outcome restart();
 
     /// Updates the simulated server's BIOS from the parts that lie ready, and restarts it. Values
     /// of attributes that the new template still has, and that are still valid, stay; all others
     /// are the new defaults, and so are read-only attributes for which it has one. Everything is
     /// examined and written beside the old files first; then they are replaced one behind the
-    /// other. Interrupted anywhere, the update can be run again.
+    /// other. Interrupted anywhere, the update can be run again. Alerts whoever listens as soon as
+    /// there is another BIOS.
     server_outcome update();
 
   private:
     struct update_parts;
 
-    bool persist();
-    std::string write_store(const std::string& path, const value_store& store);
+    struct write_outcome {
+        std::string problem;  // empty when the file is written
+        int error;            // the problem's number (errno), or 0
+    };
+
+    int persist();
+    write_outcome write_store(const std::string& path, const value_store& store);
     std::string load_values();
     server_outcome prepare_update(update_parts& parts);
+    void tell_of(dp::command::alerts what, fm::command::alerts fm_what) const;
     void install(std::unique_ptr<template_model> model, std::unique_ptr<value_store> store);
 
     host_registrar registrar_;

@@ -68,6 +68,7 @@ std::ostream& staged_file::out() {
 bool staged_file::fail(const char* what, const std::string& path, int error) {
     if (problem_.empty()) {
         problem_ = text_of("cannot ", what, ' ', path, ": ", std::strerror(error));
+        error_ = error;
     }
     return false;
 }
@@ -115,6 +116,7 @@ bool staged_file::replace_under_lock() {
     }
     if (!becomes_unlocked(path_)) {
         problem_ = path_ + " stays locked by another process";
+        error_ = EBUSY;
         return false;
     }
     const writelock lock(path_);

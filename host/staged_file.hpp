@@ -49,6 +49,9 @@ class staged_file {
     /// What went wrong; empty when nothing did.
     [[nodiscard]] const std::string& problem() const { return problem_; }
 
+    /// Its number (errno); 0 when nothing did.
+    [[nodiscard]] int error() const { return error_; }
+
     /// The file that gets the content.
     [[nodiscard]] const std::string& path() const { return path_; }
 
@@ -62,6 +65,7 @@ class staged_file {
     std::optional<descriptor_output> out_;
     bool in_place_ = false;
     std::string problem_;
+    int error_ = 0;
 };
 
 }  // namespace dp_host

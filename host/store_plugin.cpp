@@ -4,7 +4,9 @@
 #include <utility>
 
 #include "command_marks.hpp"
+#include "contract/alert_sources.hpp"
 #include "contract/service_status.hpp"
+#include "platform/sysipc/system_message_queue.hpp"
 #include "settings/configuration.hpp"
 #include "settings/registrar.hpp"
 #include "settings/setting_element.hpp"
@@ -12,6 +14,13 @@
 
 namespace dp_host {
 namespace {
+
+// The queue of the plug-ins' alerts.
+constexpr unsigned char alert_queue = 8;
+
+unsigned char in_a_byte(std::size_t number) {
+    return static_cast<unsigned char>(std::min<std::size_t>(number, 255));
+}
 
 bool is_write(dp::operations op) {
     return op == dp::op_set || op == dp::op_setv || op == dp::op_delete;
@@ -40,7 +49,8 @@ void fail_after_all(dp::transaction_command& command, std::int32_t status) {
 }  // namespace
 
 store_plugin::store_plugin(persist_function persist)
-    : dp::plugin("settings_store", settings_owner), persist_(std::move(persist)) {}
+    : dp::plugin("settings_store", settings_owner, alert_sources::settings_store),
+      persist_(std::move(persist)) {}
 
 void store_plugin::on_start(dp::registrar& /*reg*/) {}
 
@@ -83,12 +93,8 @@ void store_plugin::process_transaction(dp::registrar& reg, dp::transaction* tran
         }
     }
     const auto changed = store_->changed_places();
-    if (store_->has_changes()) {
-        if (persist_()) {
-            store_->keep_changes();
-        } else {
-            take_back(answered);
-        }
+    if (!changed.empty()) {
+        make_last(answered);
     }
     trans->substep_complete(reg, this);
 
@@ -97,6 +103,24 @@ void store_plugin::process_transaction(dp::registrar& reg, dp::transaction* tran
     for (const auto& at : changed) {
         bring_to_cache(at);
         at.setting->configuration->changed = 0;
+    }
+}
+
+void store_plugin::make_last(const std::vector<dp::transaction_command*>& answered) {
+    const std::size_t count = store_->changed_places().size();
+    if (const int error = persist_(); error != 0) {
+        take_back(answered);
+        alert(dp::command::alerts::persist_failed, in_a_byte(static_cast<std::size_t>(error)));
+    } else {
+        store_->keep_changes();
+        alert(dp::command::alerts::settings_changed, in_a_byte(count));
+    }
+}
+
+void store_plugin::alert(dp::command::alerts what, unsigned char value) const {
+    // That nobody listens is no failure, which `send_alert` would log.
+    if (sysipc::system_message_queue(alert_queue, 0).is_open()) {
+        send_alert(what, value);
     }
 }
 

@@ -21,17 +21,21 @@ namespace dp_host {
 /// record); of a single-valued setting, where it is permitted, it brings the default back. Setting
 /// the key of a row that does not exist creates the row with its defaults.
 ///
-/// Commands that changed something are marked (`command_marks`).
+/// Commands that changed something are marked (`command_marks`). Whoever listens is alerted to a
+/// transaction's changes, once they last, and to the failure to make them last.
 class store_plugin final : public dp::plugin {
   public:
-    /// Makes the store's content last; false when it could not.
-    using persist_function = std::function<bool()>;
+    /// Makes the store's content last; 0, or an error number (errno) when it could not.
+    using persist_function = std::function<int()>;
 
     explicit store_plugin(persist_function persist);
 
     /// Serves the values of `store`, whose attributes are those of `model`, from now on, and fills
     /// the settings' caches. Both stay the caller's and outlive their use here.
     void serve(const template_model& model, value_store& store);
+
+    /// Sends an alert if somebody listens.
+    void alert(dp::command::alerts what, unsigned char value) const;
 
     void on_start(dp::registrar& reg) override;
     void process_transaction(dp::registrar& reg, dp::transaction* trans) override;
@@ -40,6 +44,7 @@ class store_plugin final : public dp::plugin {
   private:
     [[nodiscard]] bool is_open(const dp::transaction_command& command) const;
     [[nodiscard]] template_element& element_of(const dp::setting& s) const;
+    void make_last(const std::vector<dp::transaction_command*>& answered);
     void carry_out(dp::transaction_command& command);
     void read(dp::transaction_command& command, value_store::place at);
     void write(dp::transaction_command& command, value_store::place at);

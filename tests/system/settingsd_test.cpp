@@ -1,9 +1,11 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <ctime>
 #include <filesystem>
@@ -15,6 +17,7 @@
 #include "contract/change_record.hpp"
 #include "contract/service_status.hpp"
 #include "scratch_server.hpp"
+#include "tests/support/alert_listener.hpp"
 #include "tests/support/program.hpp"
 #include "tests/support/sample_template.hpp"
 #include "tests/support/test_platform.hpp"
@@ -508,6 +511,115 @@ TEST_F(settingsd, a_history_that_cannot_be_written_holds_nothing_up) {
     EXPECT_NE(scratch_server::log().find("changes are missing from the history: " + history_file() +
                                          " is a link"),
               std::string::npos);
+}
+
+// --- alerts
+
+class settingsd_alerts : public settingsd {
+  protected:
+    test::own_queues queues;
+
+    static void set_speed(int value) {
+        const std::string text = std::to_string(value);
+        EXPECT_EQ(scratch_server::run_batch("0 1 t set Ports.Speed.1 \"" + text + "\" \"\"\n"),
+                  "0 1 t set Ports.Speed.1 \"" + text + "\" \"" + text + "\" \n");
+    }
+};
+
+TEST_F(settingsd_alerts, tell_of_changes_and_of_those_that_could_not_be_kept) {
+    test::plugin_alerts alerts;
+    test::firmware_manager_alerts fm_alerts;
+    start();
+    scratch_server::run_batch(
+        "0 1 t set Boot.Mode \"Legacy\" \"\"\n"
+        "0 2 t set Boot.Delay \"10\" \"\"\n"
+        "0 3 t set Boot.Delay \"7\" \"\"\n");
+    EXPECT_EQ(alerts.next(), "settings_changed plugin=1 value=2");
+    scratch_server::run_batch(
+        "0 1 t get Boot.Mode \"\" \"\"\n"
+        "0 2 t set Boot.Delay \"10\" \"\"\n");
+    EXPECT_EQ(alerts.next(), "none");
+    std::filesystem::rename(path("/var/dp"), path("/var/aside"));
+    scratch_server::run_batch("0 1 t set Boot.Mode \"UEFI\" \"\"\n");
+    std::filesystem::rename(path("/var/aside"), path("/var/dp"));
+    EXPECT_EQ(alerts.next(), "persist_failed plugin=1 value=" + std::to_string(ENOENT));
+    EXPECT_EQ(alerts.next(), "none");
+    EXPECT_EQ(fm_alerts.next(), "none");
+}
+
+TEST_F(settingsd_alerts, count_no_further_than_255) {
+    std::vector<template_info> infos;
+    std::string batch;
+    for (int i = 0; i < 300; ++i) {
+        infos.push_back(test::number("A", "N" + std::to_string(i), "0", 0, 9, 1));
+        batch += "0 1 t set A.N" + std::to_string(i) + " \"1\" \"\"\n";
+    }
+    scratch_server::install(infos, "B1");
+    test::plugin_alerts alerts;
+    start();
+    scratch_server::run_batch(batch);
+    EXPECT_EQ(alerts.next(), "settings_changed plugin=1 value=255");
+}
+
+TEST_F(settingsd_alerts, tell_of_restarts_and_updates_on_both_queues) {
+    test::plugin_alerts alerts;
+    test::firmware_manager_alerts fm_alerts;
+    start();
+    EXPECT_EQ(scratch_server::request("restart\n"), "0\n");
+    EXPECT_EQ(alerts.next(), "server_restarted plugin=1 value=0");
+    EXPECT_EQ(fm_alerts.next(), "server_restarted value=0");
+    EXPECT_NE(scratch_server::request("update\n"), "0\n");
+    EXPECT_EQ(alerts.next(), "none");
+    scratch_server::place_update({test::choice("Boot", "Mode", "UEFI", "UEFI,Legacy")}, "B2");
+    EXPECT_EQ(scratch_server::request("update\n"), "0\n");
+    EXPECT_EQ(alerts.next(), "bios_updated plugin=1 value=0");
+    EXPECT_EQ(alerts.next(), "server_restarted plugin=1 value=0");
+    EXPECT_EQ(fm_alerts.next(), "bios_updated value=0");
+    EXPECT_EQ(fm_alerts.next(), "server_restarted value=0");
+    EXPECT_EQ(alerts.next(), "none");
+    EXPECT_EQ(fm_alerts.next(), "none");
+}
+
+TEST_F(settingsd_alerts, that_nobody_hears_hold_nothing_up_and_are_not_logged) {
+    start();
+    set_speed(1);
+    EXPECT_EQ(scratch_server::request("restart\n"), "0\n");
+    // A listener that ends without taking its queue away.
+    const pid_t child = fork();
+    if (child == 0) {
+        const dp_platform::message_listener queue(8);
+        const dp_platform::message_listener fm_queue(3);
+        _exit(queue.is_open() && fm_queue.is_open() ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_EQ(status, 0);
+    set_speed(2);
+    EXPECT_EQ(scratch_server::request("restart\n"), "0\n");
+    EXPECT_EQ(scratch_server::log().find("ERROR"), std::string::npos) << scratch_server::log();
+    test::plugin_alerts alerts;
+    test::firmware_manager_alerts fm_alerts;
+    EXPECT_EQ(alerts.next(), "none");
+    set_speed(3);
+    EXPECT_EQ(alerts.next(), "settings_changed plugin=1 value=1");
+}
+
+TEST_F(settingsd_alerts, that_find_the_queue_full_hold_nothing_up) {
+    test::plugin_alerts alerts;
+    test::firmware_manager_alerts fm_alerts;
+    start();
+    for (int i = 1; i <= 20; ++i) {
+        set_speed(i % 10 + 20);
+        EXPECT_EQ(scratch_server::request("restart\n"), "0\n");
+    }
+    EXPECT_NE(scratch_server::log().find("FAILED to send alert"), std::string::npos);
+    for (int i = 1; i <= 5; ++i) {
+        EXPECT_EQ(alerts.next(), "settings_changed plugin=1 value=1");
+        EXPECT_EQ(alerts.next(), "server_restarted plugin=1 value=0");
+    }
+    EXPECT_EQ(alerts.next(), "none");
+    set_speed(3);
+    EXPECT_EQ(alerts.next(), "settings_changed plugin=1 value=1");
 }
 
 TEST_F(settingsd, an_exchange_folder_that_is_removed_is_made_anew) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -29,7 +30,7 @@ class sample_service : public testing::Test {
               if (!disk_is_full) {
                   on_disk = text();
               }
-              return !disk_is_full;
+              return disk_is_full ? ENOSPC : 0;
           }) {
         std::string problem;
         model = dp_host::template_model::make(sample_template(), &plugin, problem);

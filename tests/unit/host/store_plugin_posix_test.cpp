@@ -1,0 +1,78 @@
+#include <memory>
+
+#include "command_marks.hpp"
+#include "sample_service.hpp"
+#include "tests/support/alert_listener.hpp"
+#include "tests/support/child_process.hpp"
+#include "tests/support/test_platform.hpp"
+
+namespace {
+
+/// The store plug-in's alerts, as they arrive on the queue.
+class store_plugin_alerts : public test::sample_service {
+  protected:
+    test::own_queues queues;
+};
+
+TEST_F(store_plugin_alerts, a_transaction_alerts_once_to_how_much_it_changed) {
+    test::plugin_alerts alerts;
+    std::vector<dp::transaction_command> commands{
+        command("set", "Boot.Mode", "Legacy"), command("set", "Boot.Delay", "10"),
+        command("get", "Boot.Mode"), command("set", "Boot.Mode", "CSM")};
+    run(commands);
+    EXPECT_EQ(alerts.next(), "settings_changed plugin=1 value=2");
+    EXPECT_EQ(alerts.next(), "none");
+}
+
+TEST_F(store_plugin_alerts, what_changes_nothing_alerts_nobody) {
+    test::plugin_alerts alerts;
+    run_one("get", "Boot.Mode");
+    run_one("set", "Boot.Mode", "UEFI");
+    run_one("set", "Boot.Mode", "CSM");
+    EXPECT_EQ(alerts.next(), "none");
+}
+
+TEST_F(store_plugin_alerts, what_cannot_be_kept_alerts_with_the_errors_number) {
+    test::plugin_alerts alerts;
+    disk_is_full = true;
+    const auto failed = run_one("set", "Boot.Mode", "Legacy");
+    EXPECT_NE(failed.status, 0);
+    EXPECT_FALSE(dp_host::command_marks::changed(failed));
+    EXPECT_EQ(alerts.next(), "persist_failed plugin=1 value=" + std::to_string(ENOSPC));
+    EXPECT_EQ(alerts.next(), "none");
+}
+
+TEST_F(store_plugin_alerts, that_nobody_listens_is_not_logged) {
+    test::recording_log log(0x10000000);
+    run_one("set", "Boot.Mode", "Legacy");
+    test::child_process listener([](const test::child_process::parent_line& line) -> int {
+        const dp_platform::message_listener queue(8);
+        line.tell(queue.is_open() ? 'y' : 'n');
+        // Ends without taking the queue away.
+        _exit(line.hear() == '.' ? 0 : 1);
+    });
+    ASSERT_EQ(listener.hear(), 'y');
+    run_one("set", "Boot.Mode", "UEFI");
+    listener.tell('.');
+    EXPECT_EQ(listener.wait(), 0);
+    run_one("set", "Boot.Mode", "Legacy");
+    EXPECT_TRUE(log.lines.empty());
+    test::plugin_alerts alerts;
+    EXPECT_EQ(alerts.next(), "none");
+}
+
+TEST_F(store_plugin_alerts, a_full_queue_is_logged_and_holds_nothing_up) {
+    test::plugin_alerts alerts;
+    test::recording_log log(0x10000000);
+    for (int i = 1; i <= 13; ++i) {
+        EXPECT_EQ(run_one("set", "Ports.Speed.1", std::to_string(i)).status, 0);
+    }
+    // The queue takes ten.
+    EXPECT_EQ(log.lines.size(), 3U);
+    for (int i = 1; i <= 10; ++i) {
+        EXPECT_EQ(alerts.next(), "settings_changed plugin=1 value=1");
+    }
+    EXPECT_EQ(alerts.next(), "none");
+}
+
+}  // namespace
