@@ -60,10 +60,10 @@ int batch_file_reader::read_file(std::istream& in, registrar* reg) {
             continue;
         }
         batch_line words(line);
-        words.take_word(entry.status);
-        words.take_word(entry.detail);
-        words.take_word(entry.tid);
-        words.take_word(entry.operation);
+        for (std::string* const word :
+             {&entry.status, &entry.detail, &entry.tid, &entry.operation}) {
+            words.take_word(*word);
+        }
         if (entry.operation == "command"sv) {
             words.take_word(entry.command);
         }
