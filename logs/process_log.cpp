@@ -1,10 +1,15 @@
 #include "logs/process_log.hpp"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
-#include <fstream>
-#include <ios>
+#include <sstream>
+#include <string_view>
 
 #include "common/fixed_paths.hpp"
 #include "common/log.hpp"
@@ -13,6 +18,40 @@
 #include "transactions/setting_transaction.hpp"
 
 namespace dp {
+namespace {
+
+constexpr std::size_t chunk_size = 65536;
+
+// Everybody may write to the folder of temporary files, so what lies there under the scratch file's
+// name may be a trap: a link is not followed, nor a pipe's other end waited for. -1 when there is
+// no regular file to append to.
+int open_scratch_file(const std::string& path) {
+    const int file =
+        ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
+               S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH);
+    struct stat info {};
+    if (file >= 0 && (::fstat(file, &info) != 0 || !S_ISREG(info.st_mode))) {
+        ::close(file);
+        return -1;
+    }
+    return file;
+}
+
+// What can't be written is lost, as the file soon is.
+void move_to_file(std::ostringstream& text, int file) {
+    std::string_view left = text.view();
+    while (!left.empty()) {
+        const ssize_t count = ::write(file, left.data(), left.size());
+        if (count > 0) {
+            left.remove_prefix(static_cast<std::size_t>(count));
+        } else if (count == 0 || errno != EINTR) {
+            break;
+        }
+    }
+    text.str({});
+}
+
+}  // namespace
 
 process_log::process_log(const std::string& file_name, bool use_ds_file)
     : client_log(file_name, use_ds_file) {
@@ -52,13 +91,18 @@ void process_log::stop(setting_transaction* t) {
 
 void process_log::write_change_history(const setting_transaction& t) {
     const std::string path = fixed_paths::change_history.str();
-    std::ofstream history(path, std::ios::binary | std::ios::app);
-    if (history) {
-        const change_history_visitor write(history);
+    const int file = open_scratch_file(path);
+    if (file >= 0) {
+        std::ostringstream history;
+        const change_history_visitor add_to_history(history);
         for (transaction_command* command : t.commands) {
-            write(command);
+            add_to_history(command);
+            if (history.view().size() >= chunk_size) {
+                move_to_file(history, file);
+            }
         }
-        history.close();
+        move_to_file(history, file);
+        ::close(file);
     } else {
         log_error_line("Open ", path, " failed");
     }

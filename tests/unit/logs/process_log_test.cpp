@@ -1,7 +1,10 @@
 #include "logs/process_log.hpp"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -265,6 +268,55 @@ TEST_F(process_log, a_scratch_file_that_cannot_be_opened_or_removed_is_logged) {
                                             " failed, errno= " + std::to_string(ENOTEMPTY)},
                             line{"LOG", " add_entry: <T> 0002 DP.DONE 0 1 0"}));
     EXPECT_EQ(records(), "<T> 0002 DP.DONE 0 1 0\n");
+}
+
+TEST_F(process_log, many_changes_are_all_appended) {
+    test::write_file(history_path(), "");
+    const std::string kept = test::root() + "/tmp/kept";
+    std::filesystem::create_hard_link(history_path(), kept);
+    dp::process_log log(path(), false);
+    test::sample_transaction sample("T");
+    std::string expected;
+    for (int i = 0; i < 5000; ++i) {
+        const std::string value = std::to_string(i);
+        sample.add(&sample.b, "1", 0, value);
+        expected += "Tue Nov 14 22:13:20 2023   A.B.1   \"" + value + "\"\n";
+    }
+    log.stop(&sample.transaction);
+    EXPECT_EQ(test::read_file(kept), expected);
+}
+
+TEST_F(process_log, traps_in_the_place_of_the_scratch_file_are_not_written_to_and_removed) {
+    const std::string precious = test::root() + "/tmp/precious";
+    test::write_file(precious, "precious");
+    const auto expect_refusal = [] {
+        test::recording_log diagnostics(dp::log_level::error);
+        dp::process_log log(path(), false);
+        test::sample_transaction sample("T");
+        sample.add(&sample.b, "", 0, "v");
+        log.stop(&sample.transaction);
+        using line = test::recording_log::line;
+        EXPECT_THAT(diagnostics.lines,
+                    ElementsAre(line{"ERR", " ***ERROR*** Open " + history_path() + " failed"}));
+        EXPECT_EQ(records(), "<T> 0002 DP.DONE 0 1 0\n");
+        EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(history_path())));
+    };
+    std::filesystem::create_symlink(precious, history_path());
+    expect_refusal();
+    EXPECT_EQ(test::read_file(precious), "precious");
+    std::filesystem::create_symlink(test::root() + "/tmp/made", history_path());
+    expect_refusal();
+    EXPECT_FALSE(std::filesystem::exists(test::root() + "/tmp/made"));
+    // A pipe without a reader, and one with a reader who would see the changes.
+    ASSERT_EQ(mkfifo(history_path().c_str(), 0600), 0);
+    expect_refusal();
+    ASSERT_EQ(mkfifo(history_path().c_str(), 0600), 0);
+    const int reader = open(history_path().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(reader, 0);
+    expect_refusal();
+    char byte = 0;
+    EXPECT_EQ(read(reader, &byte, 1), 0);
+    close(reader);
 }
 
 TEST_F(process_log, an_absent_scratch_file_is_not_an_error_to_remove) {
