@@ -28,6 +28,8 @@ int run(int argc, char** argv) {
     dpctl::add_set(app, what);
     dpctl::add_reset(app, what);
     dpctl::add_check(app, what);
+    dpctl::add_categories(app, what);
+    dpctl::add_vet(app, what);
     dpctl::add_complete(app, what);
     if (const auto code = dp_tools::parse_command_line(app, argc, argv)) {
         return *code;

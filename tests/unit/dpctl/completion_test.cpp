@@ -75,6 +75,8 @@ class completion : public testing::Test {
 
 TEST_F(completion, offers_subcommands) {
     EXPECT_THAT(complete({"s"}), UnorderedElementsAre("show", "set"));
+    EXPECT_THAT(complete({"c"}), UnorderedElementsAre("collections", "check", "categories"));
+    EXPECT_THAT(complete({"v"}), ElementsAre("vet"));
     EXPECT_THAT(complete({"--v"}), ElementsAre("--version"));
     EXPECT_THAT(complete({""}), testing::Contains("collections"));
     EXPECT_THAT(complete({""}), testing::Not(testing::Contains("complete")));
@@ -84,6 +86,8 @@ TEST_F(completion, offers_options) {
     EXPECT_THAT(complete({"get", "--c"}), ElementsAre("--current-file", "--current"));
     EXPECT_THAT(complete({"list", "--c"}), ElementsAre("--current-file"));
     EXPECT_THAT(complete({"check", "Boot", "--w"}), ElementsAre("--wait"));
+    EXPECT_THAT(complete({"vet", "--"}), UnorderedElementsAre("--help", "--json"));
+    EXPECT_THAT(complete({"categories", "--j"}), ElementsAre("--json"));
 }
 
 TEST_F(completion, offers_collections) {
@@ -91,6 +95,11 @@ TEST_F(completion, offers_collections) {
     EXPECT_THAT(complete({"reset", "--json", "M"}), ElementsAre("Memory"));
     EXPECT_THAT(complete({"check", "--wait", "9", "B"}), ElementsAre("Boot"));
     EXPECT_THAT(complete({"list", "Boot", ""}), IsEmpty());
+}
+
+TEST_F(completion, offers_nothing_where_a_number_or_a_command_line_stands) {
+    EXPECT_THAT(complete({"vet", ""}), IsEmpty());
+    EXPECT_THAT(complete({"categories", ""}), IsEmpty());
 }
 
 TEST_F(completion, offers_names) {

@@ -76,6 +76,9 @@ TEST_F(dpctl_program, ends_with_2_after_wrong_usage) {
         {"check", "Boot", "--wait", "0"},
         {"check", "Boot", "--wait", "long"},
         {"list", "Boot", "--template-file"},
+        {"vet"},
+        {"vet", "ls", "-l"},
+        {"categories", "Boot"},
         {"complete", "everything"},
     };
     for (const auto& arguments : wrong) {
@@ -101,7 +104,8 @@ TEST_F(dpctl_program, refuses_file_names_that_a_shell_could_misread) {
 TEST_F(dpctl_program, explains_every_subcommand_with_examples_and_exit_codes) {
     EXPECT_THAT(dpctl({"--help"}).out, HasSubstr("Exit codes: 0 done, 1 failed"));
     EXPECT_THAT(dpctl({"--help"}).out, Not(HasSubstr("complete ")));
-    for (const char* const name : {"collections", "list", "show", "get", "set", "reset", "check"}) {
+    for (const char* const name :
+         {"collections", "list", "show", "get", "set", "reset", "check", "categories", "vet"}) {
         const auto result = dpctl({name, "--help"});
         EXPECT_EQ(result.exit_code, 0);
         EXPECT_THAT(result.out, HasSubstr("Examples:\n  dpctl " + std::string(name)));
