@@ -8,6 +8,15 @@
 #include "support/command_line.hpp"
 
 namespace dpctl {
+namespace {
+
+// On one line without an indentation (-1). Texts out of files are bytes: what is not UTF-8 becomes
+// the replacement character.
+std::string dump(const nlohmann::ordered_json& document, int indentation) {
+    return document.dump(indentation, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+}  // namespace
 
 report::report(std::ostream& out, std::ostream& err, bool as_json)
     : out_(out),
@@ -29,6 +38,18 @@ void report::show(const table& rows) {
     }
 }
 
+void report::begin_events() {
+    has_events_ = true;
+}
+
+bool report::event(std::string_view text, const nlohmann::ordered_json& document) {
+    line(text);
+    if (as_json_) {
+        out_ << dump(document, -1) << '\n';
+    }
+    return dp_tools::flushed(out_);
+}
+
 void report::note(std::string_view text) {
     out_.flush();
     err_ << "dpctl: " << printable(text) << '\n';
@@ -47,13 +68,11 @@ void report::hint(std::string_view text) {
 }
 
 int report::finish() {
-    if (as_json_) {
-        if (!problems_.empty()) {
-            (*document_)["errors"] = problems_;
-        }
-        // Texts out of files are bytes: what is not UTF-8 becomes the replacement character.
-        out_ << document_->dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
-             << '\n';
+    if (!problems_.empty()) {
+        (*document_)["errors"] = problems_;
+    }
+    if (as_json_ && (!has_events_ || !problems_.empty())) {
+        out_ << dump(*document_, has_events_ ? -1 : 2) << '\n';
     }
     if (!dp_tools::flushed(out_)) {
         note("a part of the output could not be written");

@@ -12,8 +12,9 @@ namespace dpctl {
 
 class table;
 
-/// What a command has to say: its result on the standard output, as text or as one JSON document,
-/// and problems on the standard error output. Everything is made `printable` on its way out.
+/// What a command has to say: its result on the standard output, as text or as one JSON document
+/// (a command that goes on writes one a line instead), and problems on the standard error output.
+/// Everything is made `printable` on its way out.
 class report {
   public:
     report(std::ostream& out, std::ostream& err, bool as_json);
@@ -30,6 +31,12 @@ class report {
     void line(std::string_view text);
     void show(const table& rows);
 
+    /// Says that the result is a sequence of `event`s: there is no document then.
+    void begin_events();
+
+    /// An event at once, as a line of text or a document on one line. False when it was lost.
+    bool event(std::string_view text, const nlohmann::ordered_json& document);
+
     /// A line on the standard error output that is not a failure.
     void note(std::string_view text);
 
@@ -43,14 +50,15 @@ class report {
     /// Whether there was a problem.
     [[nodiscard]] bool failed() const { return !problems_.empty(); }
 
-    /// Writes the document, if there is one. The exit code: failed after a problem, or when a part
-    /// of the output was lost.
+    /// Writes the document, if there is one; behind events only the problems. The exit code: failed
+    /// after a problem, or when a part of the output was lost.
     int finish();
 
   private:
     std::ostream& out_;
     std::ostream& err_;
     bool as_json_;
+    bool has_events_ = false;
     std::unique_ptr<nlohmann::ordered_json> document_;
     std::vector<std::string> problems_;
 };

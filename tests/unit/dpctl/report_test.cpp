@@ -73,6 +73,49 @@ TEST(report, replaces_what_is_not_utf8_in_a_document) {
     EXPECT_EQ(ordered_json::parse(out.str())["value"], "a\ufffd\x1bz");
 }
 
+TEST(report, tells_events_at_once_as_lines) {
+    std::ostringstream out;
+    std::ostringstream err;
+    report rep(out, err, false);
+    rep.begin_events();
+    EXPECT_TRUE(rep.event("one\x1b", {{"number", 1}}));
+    EXPECT_EQ(out.str(), "one\\x1b\n");
+    EXPECT_EQ(rep.finish(), 0);
+    EXPECT_EQ(out.str(), "one\\x1b\n");
+}
+
+TEST(report, tells_events_as_documents_of_one_line) {
+    std::ostringstream out;
+    std::ostringstream err;
+    report rep(out, err, true);
+    rep.begin_events();
+    EXPECT_TRUE(rep.event("one", {{"number", 1}}));
+    EXPECT_TRUE(rep.event("two", {{"number", 2}}));
+    EXPECT_EQ(rep.finish(), 0);
+    EXPECT_EQ(out.str(), "{\"number\":1}\n{\"number\":2}\n") << "and no document behind them";
+}
+
+TEST(report, ends_events_with_the_problems) {
+    std::ostringstream out;
+    std::ostringstream err;
+    report rep(out, err, true);
+    rep.begin_events();
+    EXPECT_TRUE(rep.event("one", {{"number", 1}}));
+    rep.problem("the end");
+    EXPECT_EQ(rep.finish(), 1);
+    EXPECT_EQ(out.str(), "{\"number\":1}\n{\"errors\":[\"the end\"]}\n");
+}
+
+TEST(report, says_that_an_event_was_lost) {
+    std::ostringstream out;
+    std::ostringstream err;
+    report rep(out, err, true);
+    rep.begin_events();
+    out.setstate(std::ios::badbit);
+    EXPECT_FALSE(rep.event("one", {{"number", 1}}));
+    EXPECT_EQ(rep.finish(), 1);
+}
+
 TEST(report, fails_when_output_is_lost) {
     std::ostringstream out;
     std::ostringstream err;
