@@ -28,6 +28,9 @@ int run(int argc, char** argv) {
     dpctl::add_set(app, what);
     dpctl::add_reset(app, what);
     dpctl::add_check(app, what);
+#ifdef DPCTL_LISTENS
+    dpctl::add_alerts(app, what);
+#endif
     dpctl::add_categories(app, what);
     dpctl::add_vet(app, what);
     dpctl::add_complete(app, what);

@@ -76,6 +76,7 @@ class completion : public testing::Test {
 TEST_F(completion, offers_subcommands) {
     EXPECT_THAT(complete({"s"}), UnorderedElementsAre("show", "set"));
     EXPECT_THAT(complete({"c"}), UnorderedElementsAre("collections", "check", "categories"));
+    EXPECT_THAT(complete({"a"}), ElementsAre("alerts"));
     EXPECT_THAT(complete({"v"}), ElementsAre("vet"));
     EXPECT_THAT(complete({"--v"}), ElementsAre("--version"));
     EXPECT_THAT(complete({""}), testing::Contains("collections"));
@@ -86,6 +87,8 @@ TEST_F(completion, offers_options) {
     EXPECT_THAT(complete({"get", "--c"}), ElementsAre("--current-file", "--current"));
     EXPECT_THAT(complete({"list", "--c"}), ElementsAre("--current-file"));
     EXPECT_THAT(complete({"check", "Boot", "--w"}), ElementsAre("--wait"));
+    EXPECT_THAT(complete({"alerts", "--"}),
+                UnorderedElementsAre("--help", "--json", "--queue", "--count", "--wait"));
     EXPECT_THAT(complete({"vet", "--"}), UnorderedElementsAre("--help", "--json"));
     EXPECT_THAT(complete({"categories", "--j"}), ElementsAre("--json"));
 }
@@ -98,6 +101,10 @@ TEST_F(completion, offers_collections) {
 }
 
 TEST_F(completion, offers_nothing_where_a_number_or_a_command_line_stands) {
+    EXPECT_THAT(complete({"alerts", "--queue", ""}), IsEmpty());
+    EXPECT_THAT(complete({"alerts", "--count", ""}), IsEmpty());
+    EXPECT_THAT(complete({"alerts", "--queue", "8", "--c"}), ElementsAre("--count"));
+    EXPECT_THAT(complete({"alerts", ""}), IsEmpty());
     EXPECT_THAT(complete({"vet", ""}), IsEmpty());
     EXPECT_THAT(complete({"categories", ""}), IsEmpty());
 }

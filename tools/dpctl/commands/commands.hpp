@@ -28,6 +28,8 @@ void add_reset(CLI::App& app, job& what);
 void add_check(CLI::App& app, job& what);
 void add_vet(CLI::App& app, job& what);
 void add_categories(CLI::App& app, job& what);
+/// Needs the POSIX platform, whose queues it listens on.
+void add_alerts(CLI::App& app, job& what);
 void add_complete(CLI::App& app, job& what);
 
 }  // namespace dpctl
