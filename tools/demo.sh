@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Walks the whole road with real processes in a scratch folder: compiles a registry, starts the settings
-# service, and lists, reads, changes and resets the BIOS attributes of a simulated server.
+# service, and lists, reads, changes and resets the BIOS attributes of a simulated server, while a listener
+# receives the alerts. Shows also what the vetter makes of command lines, and the event categories.
 #
 # usage: demo.sh BUILD_DIR [--registry FILE]
 set -euo pipefail
@@ -40,10 +41,15 @@ registry=$(realpath "$registry")
 scratch=$(mktemp -d -t dp-demo.XXXXXX)
 service=
 background=
+listener=
 clean_up() {
   local status=$?
   trap - EXIT
   [ -z "$background" ] || kill "$background" 2>/dev/null || true
+  # The listener removes its queues as it ends.
+  if [ -n "$listener" ] && kill "$listener" 2>/dev/null; then
+    wait "$listener" 2>/dev/null || true
+  fi
   if [ -n "$service" ] && kill "$service" 2>/dev/null; then
     wait "$service" 2>/dev/null || true
   fi
@@ -60,6 +66,9 @@ trap 'exit 143' TERM
 
 # Everything that has a fixed place on a board lies below the scratch folder here.
 export DP_ROOT=$scratch
+# Message queues have no folder: a prefix of its own keeps each demo's apart.
+DP_QUEUE_PREFIX=$(basename "$scratch")
+export DP_QUEUE_PREFIX
 export LD_LIBRARY_PATH=$build_dir/lib/relocatable:$build_dir/lib
 export PATH=$build_dir/bin:$PATH
 unset DP_LOG DP_LOG_MASK DP_LOG_TAG
@@ -97,11 +106,29 @@ run_head() {
   printf '%s\n' "$output" | head -n "$lines"
   local total
   total=$(printf '%s\n' "$output" | wc -l)
-  [ "$total" -le "$lines" ] || printf '... %d more lines\n' $((total - lines))
+  local more=$((total - lines))
+  if [ $more -eq 1 ]; then
+    echo '... 1 more line'
+  elif [ $more -gt 1 ]; then
+    printf '... %d more lines\n' $more
+  fi
+}
+# Waits until the process with the id $1 has written $2 to the file $3.
+await() {
+  for _ in $(seq 200); do
+    if grep -qs -e "$2" "$3"; then
+      return 0
+    fi
+    kill -0 "$1" 2>/dev/null || return 1
+    sleep 0.1
+  done
+  return 1
 }
 
 cd "$scratch"
 cp "$registry" registry.json
+title "A scratch folder stands in for the board, and a prefix for its message queues"
+prompt "export DP_ROOT=$DP_ROOT DP_QUEUE_PREFIX=$DP_QUEUE_PREFIX"
 
 title "Compile the server's attribute registry into a BIOS template and its first values"
 unfit=()
@@ -115,14 +142,16 @@ title "Start the settings service (another process)"
 prompt "dp_settingsd &"
 dp_settingsd >"$scratch/ready" 2>"$scratch/service.log" &
 service=$!
-for _ in $(seq 100); do
-  if grep -qs 'dp_settingsd: ready' "$scratch/ready"; then
-    break
-  fi
-  kill -0 "$service" 2>/dev/null || fail "the settings service did not start: $(cat "$scratch/service.log")"
-  sleep 0.1
-done
-grep -s 'dp_settingsd: ready' "$scratch/ready" || fail "the settings service did not get ready"
+await "$service" 'dp_settingsd: ready' "$scratch/ready" ||
+  fail "the settings service did not get ready: $(cat "$scratch/service.log")"
+cat "$scratch/ready"
+
+title "Listen for alerts meanwhile (a third process)"
+prompt "dpctl alerts &"
+dpctl alerts >"$scratch/alerts" 2>"$scratch/listening" &
+listener=$!
+await "$listener" 'listening on' "$scratch/listening" || fail "no listener: $(cat "$scratch/listening")"
+cat "$scratch/listening"
 
 # What to change: three settings of any registry, and values other than their present ones.
 collections=$(dpctl collections --json | jq -r '.collections[].name')
@@ -166,6 +195,7 @@ title "A value that the attribute does not allow is refused, with the reason"
 run dpctl set "$refused" && fail "a value was accepted that should not be"
 echo "(exit code 1)"
 
+
 title "The changes are pending; a restart of the server makes them current"
 run dpctl get --current "${assignments[@]%%=*}"
 run dp-server restart
@@ -193,6 +223,26 @@ run dpctl collections
 title "Reset a collection to its defaults"
 run dpctl reset "$collection"
 run dpctl get "$first"
+
+title "What the listener heard of all this"
+prompt "kill -TERM $listener"
+for alert in settings_changed server_restarted bios_updated; do
+  await "$listener" "plugin .*  $alert " "$scratch/alerts" || fail "no alert $alert: $(cat "$scratch/alerts")"
+done
+kill -TERM "$listener"
+wait "$listener" || fail "the listener did not end cleanly: $(cat "$scratch/listening")"
+listener=
+cat "$scratch/alerts"
+
+title "What the vetter makes of command lines that a service may want to run"
+run dpctl vet 'verify-image --quiet "BIOS image.bin" > verify.log 2>&1'
+run dpctl vet 'list-images | remove-all' && fail "a command line was accepted that should not be"
+echo "(exit code 1)"
+
+title "The categories of events, which another component of the controller writes down"
+mkdir -p "$scratch/tmp/DS"
+cp "$source_dir/tools/sample/event_categories.cfg" "$scratch/tmp/DS/uim_ras_category_mapping.cfg"
+run dpctl categories
 
 title "Stop the service"
 prompt "kill -TERM $service"

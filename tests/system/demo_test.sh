@@ -15,6 +15,19 @@ fail() {
   exit 1
 }
 
+# What the demo with the log $1 put in front of the names of its message queues.
+queue_prefix() {
+  sed -n 's/.* DP_QUEUE_PREFIX=//p' "$scratch/$1.log"
+}
+# Fails when a folder is left behind, or a message queue with one of the prefixes. Queues need not be mounted
+# as files: opening them tells.
+check_left() {
+  local left
+  left=$(find "$scratch" -maxdepth 1 -name 'dp-demo.*')
+  [ -z "$left" ] || fail "left behind: $left"
+  left=$(python3 "$source_dir/tests/system/left_queues.py" "$@") || fail "left behind: ${left:-unknown queues}"
+}
+
 real=$source_dir/../shared/data/server-a.registry.json
 second=(--registry "$real")
 if [ ! -r "$real" ]; then
@@ -27,13 +40,31 @@ first=$!
 "$source_dir/tools/demo.sh" "$build_dir" "${second[@]}" >"$scratch/second.log" 2>&1 || fail "the second demo"
 wait "$first" || fail "the first demo"
 for log in first second; do
-  for wanted in 'dp_settingsd: ready' 'is not one of' 'pending until the server restarts' \
+  for wanted in 'dp_settingsd: ready' 'is not one of' 'pending until the server restarts' 'plugin .*  settings_changed ' \
+    'plugin .*  server_restarted ' 'plugin .*  bios_updated ' 'service  server_restarted ' \
+    'service  bios_updated ' 'dpctl: refused: pipe is not supported' '12 *Fan *Fan failure' \
     '6  another BIOS build is installed' 'stopped; the scratch folder is removed'; do
     grep -q "$wanted" "$scratch/$log.log" || fail "the $log demo does not show: $wanted"
   done
 done
-left=$(find "$scratch" -maxdepth 1 -name 'dp-demo.*')
-[ -z "$left" ] || fail "left behind: $left"
+first_prefix=$(queue_prefix first)
+second_prefix=$(queue_prefix second)
+[ "$first_prefix" != "$second_prefix" ] || fail "both demos used the queues of $first_prefix"
+check_left "$first_prefix" "$second_prefix"
+
+# A demo that is ended early leaves nothing either.
+"$source_dir/tools/demo.sh" "$build_dir" >"$scratch/ended.log" 2>&1 &
+ended=$!
+for _ in $(seq 300); do
+  ! grep -qs 'listening on queues' "$scratch/ended.log" || break
+  sleep 0.1
+done
+grep -q 'listening on queues' "$scratch/ended.log" || fail "no listener in the demo to end"
+kill -TERM "$ended"
+status=0
+wait "$ended" || status=$?
+[ $status -eq 143 ] || fail "a demo that was ended exits with $status"
+check_left "$(queue_prefix ended)"
 
 # Wrong usage and files that are no registries get a clear answer.
 status=0
