@@ -63,6 +63,22 @@ cmake -S "$source_dir/examples" -B "$scratch/examples" "${package[@]}" >"$scratc
 cmake --build "$scratch/examples" >"$scratch/build.log" || { cat "$scratch/build.log"; fail "CMake package"; }
 check_programs "$scratch/examples"
 
+# A method call goes from one process to another.
+export DP_QUEUE_PREFIX=install-test-$$
+LD_LIBRARY_PATH=$libdir timeout 60 "$scratch/examples/method_call" receive >"$scratch/received" &
+receiver=$!
+for _ in $(seq 300); do
+  ! grep -qs listening "$scratch/received" || break
+  sleep 0.1
+done
+LD_LIBRARY_PATH=$libdir "$scratch/examples/method_call" send restart "in a minute" >"$scratch/out" ||
+  fail "the method call was not sent"
+grep -qx 'sent 48 bytes' "$scratch/out" || fail "the method call was framed wrongly"
+wait "$receiver" || fail "the method call was not received"
+grep -qx 'restart: in a minute' "$scratch/received" || fail "the method call was unframed wrongly"
+! LD_LIBRARY_PATH=$libdir "$scratch/examples/method_call" send restart now 2>/dev/null ||
+  fail "a method call went to nobody"
+
 export PKG_CONFIG_PATH=$libdir/pkgconfig
 mkdir "$scratch/plain"
 # shellcheck disable=SC2046 # the flags are words
