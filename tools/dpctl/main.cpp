@@ -28,6 +28,8 @@ int run(int argc, char** argv) {
     dpctl::add_set(app, what);
     dpctl::add_reset(app, what);
     dpctl::add_check(app, what);
+    dpctl::add_status(app, what);
+    dpctl::add_history(app, what);
 #ifdef DPCTL_LISTENS
     dpctl::add_alerts(app, what);
 #endif

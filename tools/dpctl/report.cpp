@@ -50,6 +50,14 @@ bool report::event(std::string_view text, const nlohmann::ordered_json& document
     return dp_tools::flushed(out_);
 }
 
+void report::clear_screen() {
+    out_ << "\x1b[H\x1b[2J";
+}
+
+bool report::flush() {
+    return dp_tools::flushed(out_);
+}
+
 void report::note(std::string_view text) {
     out_.flush();
     err_ << "dpctl: " << printable(text) << '\n';

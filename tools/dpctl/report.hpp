@@ -37,6 +37,12 @@ class report {
     /// An event at once, as a line of text or a document on one line. False when it was lost.
     bool event(std::string_view text, const nlohmann::ordered_json& document);
 
+    /// Clears the terminal that is the standard output, for a result that is shown over and over.
+    void clear_screen();
+
+    /// Hands out the result so far. False when a part of it was lost.
+    bool flush();
+
     /// A line on the standard error output that is not a failure.
     void note(std::string_view text);
 

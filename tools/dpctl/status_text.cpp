@@ -48,12 +48,8 @@ std::string with_allowed(std::string reason, const dp_attribute* attribute) {
 }
 
 std::string not_a_choice(const dp_attribute* attribute, std::string_view value) {
-    const std::string allowed = attribute != nullptr ? allowed_values(*attribute) : std::string();
-    if (allowed.empty()) {
-        return in_quotes(value) + " is not one of its possible values";
-    }
-    std::string reason = in_quotes(value) + " is not one of " + allowed;
     const auto choices = choice_list::split(attribute->chc);
+    std::string reason = in_quotes(value) + " is not one of " + allowed_values(*attribute);
     const std::vector<std::string_view> names(choices.begin(), choices.end());
     std::vector<std::string> nearest;
     for (const std::size_t i : near_names(value, names, 1)) {
@@ -63,40 +59,62 @@ std::string not_a_choice(const dp_attribute* attribute, std::string_view value) 
     return question.empty() ? reason : reason + "; " + question;
 }
 
-}  // namespace
-
-std::string explain_status(std::uint32_t status, const dp_attribute* attribute,
-                           std::string_view value) {
+// Reasons that lie in the value, which is called `value`; empty for any other status.
+std::string reason_in_value(std::uint32_t status, const std::string& value) {
     switch (status) {
         case service_status::not_a_choice:
-            return not_a_choice(attribute, value);
+            return value + " is not one of its possible values";
         case service_status::not_a_number:
-            return with_allowed(in_quotes(value) + " is not a decimal number", attribute);
+            return value + " is not a decimal number";
         case service_status::out_of_range:
-            return with_allowed(in_quotes(value) + " is out of range", attribute);
+            return value + " is out of range";
         case service_status::not_a_step:
-            return with_allowed(in_quotes(value) + " does not lie on a step", attribute);
+            return value + " does not lie on a step";
         case service_status::too_short:
-            return with_allowed(in_quotes(value) + " is too short", attribute);
+            return value + " is too short";
         case service_status::too_long:
-            return with_allowed(in_quotes(value) + " is too long", attribute);
+            return value + " is too long";
         case service_status::pattern_mismatch:
-            return with_allowed(in_quotes(value) + " does not match the pattern", attribute);
+            return value + " does not match the pattern";
         case dp::command_status::value_not_mapped:
-            return with_allowed(
-                "the settings service can't make a value out of " + in_quotes(value), attribute);
+            return "the settings service can't make a value out of " + value;
         default:
-            break;
+            return {};
     }
+}
+
+// Any other status; empty when it is not known.
+std::string other_reason(std::uint32_t status) {
     const auto* const found =
         std::find_if(reasons.begin(), reasons.end(), [&](const status_reason& reason) {
             return static_cast<std::uint32_t>(reason.status) == status;
         });
-    if (found != reasons.end()) {
-        return found->text;
+    return found != reasons.end() ? found->text : "";
+}
+
+}  // namespace
+
+std::string explain_status(std::uint32_t status, const dp_attribute* attribute,
+                           std::string_view value) {
+    if (status == service_status::not_a_choice && attribute != nullptr &&
+        !allowed_values(*attribute).empty()) {
+        return not_a_choice(attribute, value);
     }
-    return "the settings service refused it with status " + std::to_string(status) +
-           ", which dpctl does not know";
+    const std::string reason = reason_in_value(status, in_quotes(value));
+    if (!reason.empty()) {
+        return with_allowed(reason, attribute);
+    }
+    const std::string other = other_reason(status);
+    return !other.empty() ? other
+                          : "the settings service refused it with status " +
+                                std::to_string(status) + ", which dpctl does not know";
+}
+
+std::string explain_status(std::int32_t status) {
+    const auto code = static_cast<std::uint32_t>(status);
+    const std::string reason = reason_in_value(code, "the value");
+    const std::string other = reason.empty() ? other_reason(code) : reason;
+    return !other.empty() ? other : "for a reason that dpctl does not know";
 }
 
 std::string why_not_carried(std::string_view text, bool blanks_allowed) {

@@ -14,6 +14,9 @@ namespace dpctl {
 std::string explain_status(std::uint32_t status, const dp_attribute* attribute,
                            std::string_view value);
 
+/// The same where it is not known what was asked for.
+std::string explain_status(std::int32_t status);
+
 /// Why a batch line can't carry `text`, as what follows "the value " or "the name "; empty when it
 /// can. Blanks are allowed in values only.
 std::string why_not_carried(std::string_view text, bool blanks_allowed);

@@ -74,7 +74,7 @@ class completion : public testing::Test {
 };
 
 TEST_F(completion, offers_subcommands) {
-    EXPECT_THAT(complete({"s"}), UnorderedElementsAre("show", "set"));
+    EXPECT_THAT(complete({"s"}), UnorderedElementsAre("show", "set", "status"));
     EXPECT_THAT(complete({"c"}), UnorderedElementsAre("collections", "check", "categories"));
     EXPECT_THAT(complete({"a"}), ElementsAre("alerts"));
     EXPECT_THAT(complete({"v"}), ElementsAre("vet"));
@@ -91,6 +91,9 @@ TEST_F(completion, offers_options) {
                 UnorderedElementsAre("--help", "--json", "--queue", "--count", "--wait"));
     EXPECT_THAT(complete({"vet", "--"}), UnorderedElementsAre("--help", "--json"));
     EXPECT_THAT(complete({"categories", "--j"}), ElementsAre("--json"));
+    EXPECT_THAT(complete({"status", "--f"}), UnorderedElementsAre("--follow", "--file"));
+    EXPECT_THAT(complete({"history", "--"}),
+                UnorderedElementsAre("--help", "--json", "--last", "--file"));
 }
 
 TEST_F(completion, offers_collections) {
@@ -117,6 +120,9 @@ TEST_F(completion, offers_names) {
     EXPECT_THAT(complete({"set", "Boot.D"}), ElementsAre("Boot.Delay="));
     EXPECT_THAT(complete({"set", "B"}), ElementsAre("Boot."));
     EXPECT_THAT(complete({"get", "Nix."}), IsEmpty());
+    EXPECT_THAT(complete({"history", "--last", "3", "Boot.D"}), ElementsAre("Boot.Delay"));
+    EXPECT_THAT(complete({"history", "--last", ""}), IsEmpty());
+    EXPECT_THAT(complete({"status", ""}), IsEmpty());
 }
 
 TEST_F(completion, offers_the_values_of_an_enumeration) {

@@ -104,8 +104,8 @@ TEST_F(dpctl_program, refuses_file_names_that_a_shell_could_misread) {
 TEST_F(dpctl_program, explains_every_subcommand_with_examples_and_exit_codes) {
     EXPECT_THAT(dpctl({"--help"}).out, HasSubstr("Exit codes: 0 done, 1 failed"));
     EXPECT_THAT(dpctl({"--help"}).out, Not(HasSubstr("complete ")));
-    for (const char* const name :
-         {"collections", "list", "show", "get", "set", "reset", "check", "categories", "vet"}) {
+    for (const char* const name : {"collections", "list", "show", "get", "set", "reset", "check",
+                                   "status", "history", "categories", "vet"}) {
         const auto result = dpctl({name, "--help"});
         EXPECT_EQ(result.exit_code, 0);
         EXPECT_THAT(result.out, HasSubstr("Examples:\n  dpctl " + std::string(name)));

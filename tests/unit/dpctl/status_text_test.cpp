@@ -49,6 +49,15 @@ TEST(explain_status, does_without_the_attribute) {
     EXPECT_EQ(explain_status(service_status::out_of_range, nullptr, "1"), "\"1\" is out of range");
 }
 
+TEST(explain_status, does_without_the_value) {
+    EXPECT_EQ(explain_status(service_status::not_a_choice),
+              "the value is not one of its possible values");
+    EXPECT_EQ(explain_status(service_status::out_of_range), "the value is out of range");
+    EXPECT_EQ(explain_status(service_status::read_only), "it is read-only");
+    EXPECT_EQ(explain_status(1234), "for a reason that dpctl does not know");
+    EXPECT_EQ(explain_status(-1), "for a reason that dpctl does not know");
+}
+
 TEST(explain_status, has_a_reason_of_its_own_for_every_known_status) {
     std::set<std::string> reasons;
     std::size_t count = 0;

@@ -75,6 +75,17 @@ std::shared_ptr<std::vector<std::string>> add_name_arguments(CLI::App& command) 
     return names;
 }
 
+void add_path_option(CLI::App& command, std::string& target, const std::string& description,
+                     const std::string& default_name) {
+    command.add_option("--file", target, description + " instead of " + default_name)
+        ->type_name("FILE")
+        ->check(CLI::Validator(
+            [](const std::string& name) {
+                return name.empty() ? std::string("the file name is empty") : std::string();
+            },
+            "", "path"));
+}
+
 void add_help(CLI::App& command, const std::string& text) {
     command.footer(text + '\n' + command.get_footer());
 }

@@ -23,6 +23,10 @@ std::shared_ptr<std::string> add_collection_argument(CLI::App& command);
 /// Adds the arguments NAME..., and how names are written to the help.
 std::shared_ptr<std::vector<std::string>> add_name_arguments(CLI::App& command);
 
+/// Adds the option --file, which names another file than `default_name`, to read only.
+void add_path_option(CLI::App& command, std::string& target, const std::string& description,
+                     const std::string& default_name);
+
 /// Puts `text` in front of the examples in the help.
 void add_help(CLI::App& command, const std::string& text);
 

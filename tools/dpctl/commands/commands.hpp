@@ -26,6 +26,8 @@ void add_get(CLI::App& app, job& what);
 void add_set(CLI::App& app, job& what);
 void add_reset(CLI::App& app, job& what);
 void add_check(CLI::App& app, job& what);
+void add_status(CLI::App& app, job& what);
+void add_history(CLI::App& app, job& what);
 void add_vet(CLI::App& app, job& what);
 void add_categories(CLI::App& app, job& what);
 /// Needs the POSIX platform, whose queues it listens on.
