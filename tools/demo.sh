@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Walks the whole road with real processes in a scratch folder: compiles a registry, starts the settings
 # service, and lists, reads, changes and resets the BIOS attributes of a simulated server, while a listener
-# receives the alerts. Shows also what the vetter makes of command lines, and the event categories.
+# receives the alerts. Shows also how a batch came along, who changed what, what the vetter makes of command
+# lines, and the event categories.
 #
 # usage: demo.sh BUILD_DIR [--registry FILE]
 set -euo pipefail
@@ -195,6 +196,9 @@ title "A value that the attribute does not allow is refused, with the reason"
 run dpctl set "$refused" && fail "a value was accepted that should not be"
 echo "(exit code 1)"
 
+title "How that batch came along, and what was changed so far"
+run dpctl status
+run dpctl history --last 5
 
 title "The changes are pending; a restart of the server makes them current"
 run dpctl get --current "${assignments[@]%%=*}"

@@ -40,9 +40,10 @@ first=$!
 "$source_dir/tools/demo.sh" "$build_dir" "${second[@]}" >"$scratch/second.log" 2>&1 || fail "the second demo"
 wait "$first" || fail "the first demo"
 for log in first second; do
-  for wanted in 'dp_settingsd: ready' 'is not one of' 'pending until the server restarts' 'plugin .*  settings_changed ' \
-    'plugin .*  server_restarted ' 'plugin .*  bios_updated ' 'service  server_restarted ' \
-    'service  bios_updated ' 'dpctl: refused: pipe is not supported' '12 *Fan *Fan failure' \
+  for wanted in 'dp_settingsd: ready' 'is not one of' 'pending until the server restarts' \
+    'TIME *TRANSACTION *SETTING *VALUE' 'plugin .*  settings_changed ' 'plugin .*  server_restarted ' \
+    'plugin .*  bios_updated ' 'service  server_restarted ' 'service  bios_updated ' \
+    'dpctl: refused: pipe is not supported' '12 *Fan *Fan failure' \
     '6  another BIOS build is installed' 'stopped; the scratch folder is removed'; do
     grep -q "$wanted" "$scratch/$log.log" || fail "the $log demo does not show: $wanted"
   done
