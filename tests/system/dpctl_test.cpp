@@ -17,6 +17,7 @@ using test::program_result;
 using test::scratch_server;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 program_result dpctl(const std::vector<std::string>& arguments) {
     return test::run_program("dpctl", arguments);
@@ -67,6 +68,29 @@ TEST_F(dpctl_and_service, reset_brings_the_defaults_back) {
     EXPECT_THAT(result.out, HasSubstr("Boot.Mode: Legacy -> UEFI\n"));
     EXPECT_EQ(dpctl({"get", "Boot.Mode"}).out, "Boot.Mode=UEFI\n");
     EXPECT_THAT(dpctl({"reset", "Boot"}).out, HasSubstr("nothing to do"));
+}
+
+TEST_F(dpctl_and_service, status_shows_what_failed_of_the_last_batch_and_why) {
+    EXPECT_EQ(dpctl({"set", "Boot.Mode=CSM", "Boot.Delay=60"}).exit_code, 1);
+    const auto result = dpctl({"status"});
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_THAT(result.out, HasSubstr("over, 1 of 2 commands failed\n"));
+    EXPECT_THAT(result.out, HasSubstr("Boot.Mode"));
+    EXPECT_THAT(result.out, HasSubstr("not one of its possible values"));
+    EXPECT_THAT(result.out, Not(HasSubstr("Boot.Delay")));
+}
+
+TEST_F(dpctl_and_service, history_shows_changes_and_outlives_the_service) {
+    ASSERT_EQ(dpctl({"set", "Boot.Delay=60"}).exit_code, 0);
+    EXPECT_EQ(dpctl({"set", "Boot.Mode=CSM"}).exit_code, 1);
+    EXPECT_EQ(server_.stop(), 0);
+    ASSERT_TRUE(server_.start()) << scratch_server::log();
+    ASSERT_EQ(dpctl({"set", "Boot.Mode=Legacy"}).exit_code, 0);
+    const auto result = dpctl({"history"});
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_THAT(result.out, testing::ContainsRegex("Boot.Delay +60\n(.*)Boot.Mode +Legacy\n"));
+    EXPECT_THAT(result.out, Not(HasSubstr("CSM")));
+    EXPECT_THAT(dpctl({"history", "Boot.Delay"}).out, Not(HasSubstr("Boot.Mode")));
 }
 
 TEST_F(dpctl_and_service, check_tells_a_bios_update) {
