@@ -90,24 +90,25 @@ void change_history::append(const dp::setting_transaction& trans) const {
 // However many commands there are, no more lines are made than the file can take.
 std::string change_history::lines_of(const dp::setting_transaction& trans) const {
     const change_recorder record(trans.name, std::time(nullptr));
-    std::vector<std::string> newest_first;
+    std::vector<std::string> kept;
     std::size_t size = 0;
-    for (auto command = trans.commands.rbegin(); command != trans.commands.rend(); ++command) {
-        const auto change = record(**command);
+    for (std::size_t left = trans.commands.size(); left > 0; --left) {
+        const auto change = record(*trans.commands[left - 1]);
         if (!change) {
             continue;
         }
         std::string line = change->line() + '\n';
         size += line.size();
-        newest_first.push_back(std::move(line));
+        kept.push_back(std::move(line));
         if (size > limit_) {
             break;
         }
     }
     std::string lines;
     lines.reserve(size);
-    for (auto line = newest_first.rbegin(); line != newest_first.rend(); ++line) {
-        lines += *line;
+    std::reverse(kept.begin(), kept.end());
+    for (const std::string& line : kept) {
+        lines += line;
     }
     return lines;
 }

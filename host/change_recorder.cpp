@@ -1,6 +1,7 @@
 #include "change_recorder.hpp"
 
 #include <array>
+#include <utility>
 
 #include "command_marks.hpp"
 #include "transactions/command_status.hpp"
@@ -24,8 +25,8 @@ std::string local_time(std::time_t when) {
 
 }  // namespace
 
-change_recorder::change_recorder(const std::string& who, std::time_t when)
-    : who_(who), time_(local_time(when)) {}
+change_recorder::change_recorder(std::string who, std::time_t when)
+    : who_(std::move(who)), time_(local_time(when)) {}
 
 std::optional<change_record> change_recorder::operator()(
     const dp::transaction_command& command) const {

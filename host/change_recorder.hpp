@@ -14,7 +14,7 @@ namespace dp_host {
 class change_recorder {
   public:
     /// All records are `who`'s and of that time.
-    change_recorder(const std::string& who, std::time_t when);
+    change_recorder(std::string who, std::time_t when);
 
     /// The record of a command that succeeded and changed its instance; nothing for any other.
     std::optional<change_record> operator()(const dp::transaction_command& command) const;
