@@ -79,8 +79,18 @@ std::int32_t text_element::check(const std::string& value) {
     if (max_length_ != 0 && length > max_length_) {
         return service_status::too_long;
     }
-    return !pattern_ || pattern_->matches(value) ? dp::command_status::success
-                                                 : service_status::pattern_mismatch;
+    return matches(value) ? dp::command_status::success : service_status::pattern_mismatch;
+}
+
+bool text_element::matches(const std::string& value) const {
+    if (!pattern_) {
+        return true;
+    }
+    const auto verdict = pattern_->judge(value);
+    if (verdict == value_pattern::verdict::undecided) {
+        log_error("a value could not be held against its pattern: it takes too much work");
+    }
+    return verdict == value_pattern::verdict::matches;
 }
 
 }  // namespace dp_host

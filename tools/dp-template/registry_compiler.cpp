@@ -16,9 +16,9 @@
 #include "common/quoting.hpp"
 #include "contract/choice_list.hpp"
 #include "contract/template_flags.hpp"
+#include "contract/value_pattern.hpp"
 #include "dp-template/carried_text.hpp"
 #include "dp-template/collections.hpp"
-#include "dp-template/value_pattern.hpp"
 
 namespace dp_tools {
 namespace {
@@ -105,6 +105,19 @@ std::optional<std::uint32_t> plain_number(std::string_view digits) {
         }
     }
     return static_cast<std::uint32_t>(number);
+}
+
+/// What there is to say of a value that a pattern judged; empty when it matches.
+std::string match_problem(value_pattern::verdict verdict) {
+    switch (verdict) {
+        case value_pattern::verdict::matches:
+            return "";
+        case value_pattern::verdict::differs:
+            return "does not match the pattern";
+        case value_pattern::verdict::undecided:
+            return "takes too much work to hold against the pattern";
+    }
+    return "";
 }
 
 /// One attribute of the registry on its way into the template.
@@ -483,8 +496,8 @@ class attribute_compiler {
         if (!info.reg.empty()) {
             const json_value& expression = *member("ValueExpression");
             std::string problem = item_problem(info.reg);
-            if (problem.empty()) {
-                problem = pattern.problem();
+            if (problem.empty() && !pattern.problem().empty()) {
+                problem = "does not compile: " + pattern.problem();
             }
             if (!problem.empty()) {
                 unfit(expression, "ValueExpression",
@@ -505,9 +518,8 @@ class attribute_compiler {
                 if (length > info.maxc) {
                     return "is longer than the greatest length";
                 }
-                return pattern.problem().empty() && !pattern.matches(text)
-                           ? "does not match the pattern"
-                           : "";
+                // Of a pattern that does not compile enough is said.
+                return pattern.problem().empty() ? match_problem(pattern.judge(text)) : "";
             });
     }
 

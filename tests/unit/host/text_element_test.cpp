@@ -63,4 +63,16 @@ TEST(text_element, a_pattern_that_is_not_understood_is_logged_and_lets_only_the_
     EXPECT_EQ(element->validate("y"), service_status::pattern_mismatch);
 }
 
+TEST(text_element, a_value_that_takes_too_much_work_to_match_is_refused_and_logged) {
+    test::recording_log log(0x10000000);
+    const auto element = template_element::make(test::text("A", "B", "", 0, 0, "^(a+)+$"));
+    EXPECT_EQ(element->validate(std::string(60, 'a') + "b"), service_status::pattern_mismatch);
+    ASSERT_EQ(log.lines.size(), 1U);
+    EXPECT_EQ(log.lines[0].text,
+              " ***ERROR*** a value could not be held against its pattern: it takes too much work");
+    EXPECT_EQ(element->validate("aaa"), 0);
+    EXPECT_EQ(element->validate("b"), service_status::pattern_mismatch);
+    EXPECT_EQ(log.lines.size(), 1U);
+}
+
 }  // namespace

@@ -239,6 +239,10 @@ TEST(compile_registry, a_value_that_the_registry_itself_excludes_is_kept_with_a_
     EXPECT_THAT(
         warnings(compile_one("String", R"("ValueExpression": "^[a-z]$", "DefaultValue": "B")")),
         ElementsAre(HasSubstr("does not match the pattern")));
+    EXPECT_THAT(
+        warnings(compile_one("String", R"("ValueExpression": "^(a+)+$", "DefaultValue": ")" +
+                                           std::string(60, 'a') + "b\"")),
+        ElementsAre(HasSubstr("takes too much work to hold against the pattern")));
     // Characters count, not bytes, and a pattern matches anywhere.
     EXPECT_THAT(warnings(compile_one("String",
                                      R"("MaxLength": 2, "ValueExpression": "\u00fc",

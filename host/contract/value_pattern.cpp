@@ -1,4 +1,4 @@
-#include "dp-template/value_pattern.hpp"
+#include "contract/value_pattern.hpp"
 
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include <pcre2.h>
@@ -7,19 +7,25 @@
 #include <cstdint>
 #include <utility>
 
-namespace dp_tools {
 namespace {
 
-// "$" is the end of the value, "\u0041" a character; no need for "\C".
-constexpr std::uint32_t dialect = PCRE2_UTF | PCRE2_MATCH_INVALID_UTF | PCRE2_NEVER_BACKSLASH_C |
-                                  PCRE2_DOLLAR_ENDONLY | PCRE2_ALT_BSUX;
-
-// Ordinary patterns need a few hundred steps.
+// Ordinary patterns need a few hundred steps; this many take some milliseconds.
 constexpr std::uint32_t step_limit = 100'000;
 constexpr std::uint32_t heap_limit_kib = 1024;
 
+// The dialect of registries: no need for "\C", "$" is the end of the value, "\u0041" a character.
+constexpr std::uint32_t dialect = PCRE2_UTF | PCRE2_MATCH_INVALID_UTF | PCRE2_NEVER_BACKSLASH_C |
+                                  PCRE2_DOLLAR_ENDONLY | PCRE2_ALT_BSUX;
+
 PCRE2_SPTR bytes(const std::string& text) {
     return reinterpret_cast<PCRE2_SPTR>(text.data());
+}
+
+std::string message(int error) {
+    std::array<PCRE2_UCHAR, 256> text{};
+    pcre2_get_error_message(error, text.data(), text.size());
+    // PCRE2's characters are bytes.
+    return reinterpret_cast<const char*>(text.data());
 }
 
 template <class Object>
@@ -40,16 +46,17 @@ value_pattern::value_pattern(const std::string& expression) {
         pcre2_compile(bytes(expression), expression.size(), dialect, &error, &offset, nullptr),
         pcre2_code_free);
     if (!code) {
-        std::array<PCRE2_UCHAR, 256> text{};
-        pcre2_get_error_message(error, text.data(), text.size());
-        problem_ = "does not compile: " + std::string(reinterpret_cast<const char*>(text.data())) +
-                   " at byte " + std::to_string(offset);
+        problem_ = message(error) + " at byte " + std::to_string(offset);
         return;
     }
     owner<pcre2_match_data> match(pcre2_match_data_create_from_pattern(code.get(), nullptr),
                                   pcre2_match_data_free);
     owner<pcre2_match_context> context(pcre2_match_context_create(nullptr),
                                        pcre2_match_context_free);
+    if (!match || !context) {
+        problem_ = message(PCRE2_ERROR_NOMEMORY);
+        return;
+    }
     pcre2_set_match_limit(context.get(), step_limit);
     pcre2_set_heap_limit(context.get(), heap_limit_kib);
     compiled_ =
@@ -58,10 +65,14 @@ value_pattern::value_pattern(const std::string& expression) {
 
 value_pattern::~value_pattern() = default;
 
-bool value_pattern::matches(const std::string& value) const {
-    return compiled_ &&
-           pcre2_match(compiled_->code.get(), bytes(value), value.size(), 0, 0,
-                       compiled_->match.get(), compiled_->context.get()) != PCRE2_ERROR_NOMATCH;
+value_pattern::verdict value_pattern::judge(const std::string& value) const {
+    if (!compiled_) {
+        return verdict::differs;
+    }
+    const int result = pcre2_match(compiled_->code.get(), bytes(value), value.size(), 0, 0,
+                                   compiled_->match.get(), compiled_->context.get());
+    if (result >= 0) {
+        return verdict::matches;
+    }
+    return result == PCRE2_ERROR_NOMATCH ? verdict::differs : verdict::undecided;
 }
-
-}  // namespace dp_tools
