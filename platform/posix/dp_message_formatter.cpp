@@ -1,20 +1,20 @@
+#include <array>
 #include <ostream>
 
 #include "platform/dp/message_formatter.hpp"
-#include "platform/posix/little_endian.hpp"
-#include "platform/sysipc/message.hpp"
-#include "platform/sysipc/parameter_list.hpp"
+#include "platform/posix/alert_message.hpp"
 
 namespace dp {
 namespace {
 
-using dp_platform::load_16;
-using dp_platform::store_16;
+// Parameters: the plug-in's id and the value.
+constexpr std::size_t parameter_size = 2;
 
-constexpr std::size_t alert_offset = sysipc::message::kind_size;
-constexpr std::size_t id_offset = message_formatter::payload_offset;
-constexpr std::size_t value_offset = id_offset + 1;
-constexpr std::size_t alert_length = value_offset + 1;
+static_assert(message_formatter::payload_offset == dp_platform::alert_head_size);
+
+const unsigned char* parameters_of(const sysipc::message& source) {
+    return dp_platform::alert_parameters(source, message_formatter::alert_kind, parameter_size);
+}
 
 const char* name_of(command::alerts alert) {
     switch (alert) {
@@ -36,14 +36,9 @@ message_formatter::message_formatter(sysipc::message& target) : target_(target) 
 
 void message_formatter::send_alert_plugins(command::alerts alert, unsigned char id,
                                            unsigned char value) {
-    target_.set_kind(alert_kind);
-    if (target_.payload_capacity() >= payload_offset) {
-        store_16(target_.payload() + alert_offset, static_cast<std::uint16_t>(alert));
-    }
-    sysipc::parameter_list parameters(target_, payload_offset);
-    parameters.add_byte_array(&id, 1);
-    parameters.add_byte_array(&value, 1);
-    parameter_byte_count_ = parameters.byte_count();
+    const std::array<unsigned char, parameter_size> parameters{id, value};
+    parameter_byte_count_ = dp_platform::write_alert(target_, alert_kind,
+                                                     static_cast<std::uint16_t>(alert), parameters);
 }
 
 std::size_t message_formatter::parameter_byte_count() const {
@@ -51,31 +46,30 @@ std::size_t message_formatter::parameter_byte_count() const {
 }
 
 bool message_formatter::is_alert() const {
-    return target_.payload_length() >= alert_length && target_.kind() == alert_kind;
+    return parameters_of(target_) != nullptr;
 }
 
 command::alerts message_formatter::alert() const {
-    return is_alert() ? static_cast<command::alerts>(load_16(target_.payload() + alert_offset))
+    return is_alert() ? static_cast<command::alerts>(dp_platform::alert_number(target_))
                       : command::alerts{};
 }
 
 unsigned char message_formatter::id() const {
-    return is_alert() ? target_.payload()[id_offset] : static_cast<unsigned char>(0);
+    const unsigned char* const parameters = parameters_of(target_);
+    return parameters != nullptr ? parameters[0] : static_cast<unsigned char>(0);
 }
 
 unsigned char message_formatter::value() const {
-    return is_alert() ? target_.payload()[value_offset] : static_cast<unsigned char>(0);
+    const unsigned char* const parameters = parameters_of(target_);
+    return parameters != nullptr ? parameters[1] : static_cast<unsigned char>(0);
 }
 
 std::ostream& operator<<(std::ostream& os, const message_formatter& formatter) {
     if (!formatter.is_alert()) {
         return os << "no alert";
     }
-    if (const char* name = name_of(formatter.alert()); name != nullptr) {
-        os << name;
-    } else {
-        os << static_cast<unsigned>(formatter.alert());
-    }
+    const command::alerts alert = formatter.alert();
+    dp_platform::print_alert(os, name_of(alert), static_cast<std::uint16_t>(alert));
     return os << " plugin=" << static_cast<unsigned>(formatter.id())
               << " value=" << static_cast<unsigned>(formatter.value());
 }

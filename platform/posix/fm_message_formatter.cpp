@@ -2,22 +2,21 @@
 #include <ostream>
 
 #include "platform/fm/message_formatter.hpp"
+#include "platform/posix/alert_message.hpp"
 #include "platform/posix/little_endian.hpp"
-#include "platform/sysipc/message.hpp"
-#include "platform/sysipc/parameter_list.hpp"
 
 namespace fm {
 namespace {
 
-using dp_platform::load_16;
-using dp_platform::load_32;
-using dp_platform::store_16;
-using dp_platform::store_32;
+// Parameters: 4 bytes identifier, then value and two further bytes.
+constexpr std::size_t value_offset = 4;
+constexpr std::size_t parameter_size = value_offset + 3;
 
-constexpr std::size_t alert_offset = sysipc::message::kind_size;
-constexpr std::size_t id_offset = message_formatter::payload_offset;
-constexpr std::size_t value_offset = id_offset + 4;
-constexpr std::size_t alert_length = value_offset + 3;
+static_assert(message_formatter::payload_offset == dp_platform::alert_head_size);
+
+const unsigned char* parameters_of(const sysipc::message& source) {
+    return dp_platform::alert_parameters(source, message_formatter::alert_kind, parameter_size);
+}
 
 const char* name_of(command::alerts alert) {
     switch (alert) {
@@ -35,18 +34,10 @@ message_formatter::message_formatter(sysipc::message& target) : target_(target) 
 
 void message_formatter::send_alert(std::uint32_t id, command::alerts alert, unsigned char value,
                                    unsigned char b1, unsigned char b2) {
-    target_.set_kind(alert_kind);
-    if (target_.payload_capacity() >= payload_offset) {
-        store_16(target_.payload() + alert_offset, static_cast<std::uint16_t>(alert));
-    }
-    std::array<unsigned char, 4> id_bytes{};
-    store_32(id_bytes.data(), id);
-    sysipc::parameter_list parameters(target_, payload_offset);
-    parameters.add_byte_array(id_bytes.data(), id_bytes.size());
-    for (const unsigned char& byte : {value, b1, b2}) {
-        parameters.add_byte_array(&byte, 1);
-    }
-    parameter_byte_count_ = parameters.byte_count();
+    std::array<unsigned char, parameter_size> parameters{0, 0, 0, 0, value, b1, b2};
+    dp_platform::store_32(parameters.data(), id);
+    parameter_byte_count_ = dp_platform::write_alert(target_, alert_kind,
+                                                     static_cast<std::uint16_t>(alert), parameters);
 }
 
 std::size_t message_formatter::parameter_byte_count() const {
@@ -54,31 +45,30 @@ std::size_t message_formatter::parameter_byte_count() const {
 }
 
 bool message_formatter::is_alert() const {
-    return target_.payload_length() >= alert_length && target_.kind() == alert_kind;
+    return parameters_of(target_) != nullptr;
 }
 
 std::uint32_t message_formatter::id() const {
-    return is_alert() ? load_32(target_.payload() + id_offset) : 0;
+    const unsigned char* const parameters = parameters_of(target_);
+    return parameters != nullptr ? dp_platform::load_32(parameters) : 0;
 }
 
 command::alerts message_formatter::alert() const {
-    return is_alert() ? static_cast<command::alerts>(load_16(target_.payload() + alert_offset))
+    return is_alert() ? static_cast<command::alerts>(dp_platform::alert_number(target_))
                       : command::alerts{};
 }
 
 unsigned char message_formatter::value() const {
-    return is_alert() ? target_.payload()[value_offset] : static_cast<unsigned char>(0);
+    const unsigned char* const parameters = parameters_of(target_);
+    return parameters != nullptr ? parameters[value_offset] : static_cast<unsigned char>(0);
 }
 
 std::ostream& operator<<(std::ostream& os, const message_formatter& formatter) {
     if (!formatter.is_alert()) {
         return os << "no alert";
     }
-    if (const char* name = name_of(formatter.alert()); name != nullptr) {
-        os << name;
-    } else {
-        os << static_cast<unsigned>(formatter.alert());
-    }
+    const command::alerts alert = formatter.alert();
+    dp_platform::print_alert(os, name_of(alert), static_cast<std::uint16_t>(alert));
     return os << " value=" << static_cast<unsigned>(formatter.value());
 }
 
