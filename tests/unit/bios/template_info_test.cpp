@@ -462,7 +462,7 @@ class byte_source {
 
 TEST(read_settings, agrees_with_stream_extraction_on_generated_and_mangled_records) {
     byte_source source(1);
-    for (int i = 0; i < 4000; ++i) {
+    for (int i = 0; i < 1000; ++i) {
         std::string bytes;
         for (std::size_t records = source.below(6); records > 0; --records) {
             bytes += source.good_record();
@@ -477,7 +477,7 @@ TEST(read_settings, agrees_with_stream_extraction_on_generated_and_mangled_recor
 TEST(read_settings, agrees_with_stream_extraction_on_random_bytes) {
     static constexpr std::string_view alphabet("id:cfgMain\x95\xA7\n\0", 13);
     byte_source source(2);
-    for (int i = 0; i < 3000; ++i) {
+    for (int i = 0; i < 1000; ++i) {
         std::string bytes(source.below(120), '\0');
         for (char& byte : bytes) {
             byte = alphabet[source.below(alphabet.size())];
@@ -488,7 +488,7 @@ TEST(read_settings, agrees_with_stream_extraction_on_random_bytes) {
 
 TEST(parse_setting_info, agrees_with_stream_extraction_on_mangled_records) {
     byte_source source(3);
-    for (int i = 0; i < 4000; ++i) {
+    for (int i = 0; i < 1000; ++i) {
         std::string bytes = source.good_record();
         source.mangle(bytes);
         template_info expected;
