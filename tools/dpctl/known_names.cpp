@@ -28,6 +28,10 @@ bool have_collections(const catalog& names, const session& service, report& rep)
         if (!fs::exists(file, ignored)) {
             rep.note("the template " + file +
                      " does not exist; what it was expanded to earlier is used");
+        } else if (!service.doubtful_text().empty()) {
+            rep.note("the template " + file + " is older than " + service.doubtful_text() +
+                     ", which is used and may be another template's");
+            rep.hint("To have it expanded anew: touch " + file);
         }
         return true;
     }

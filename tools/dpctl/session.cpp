@@ -1,8 +1,10 @@
 #include "dpctl/session.hpp"
 
+#include <filesystem>
 #include <stdexcept>
 #include <utility>
 
+#include "common/file_utilities.hpp"
 #include "common/fixed_paths.hpp"
 #include "dpctl/text.hpp"
 #include "transactions/command_status.hpp"
@@ -22,11 +24,27 @@ std::string or_default(std::string name, const dp::fixed_path& default_name) {
     return name.empty() ? default_name.str() : std::move(name);
 }
 
+// What the library will not make anew out of `template_file`, which is another template than the
+// server's own; empty when it will.
+std::string text_newer_than(const std::string& template_file) {
+    std::error_code ignored;
+    if (std::filesystem::equivalent(template_file, dp::fixed_paths::uefi_template.str(), ignored)) {
+        return {};
+    }
+    for (const auto& text : {dp::fixed_paths::uefi_configs, dp::fixed_paths::uefi_info}) {
+        if (file_older_than(template_file, text.str())) {
+            return text.str();
+        }
+    }
+    return {};
+}
+
 }  // namespace
 
 session::session(file_names files) : files_(std::move(files)) {
     if (!files_.template_file.empty()) {
         dp_cim_change_template_fname(files_.template_file.c_str());
+        doubtful_text_ = text_newer_than(files_.template_file);
     }
     if (!files_.settings.empty()) {
         dp_cim_change_settings_fname(files_.settings.c_str());

@@ -68,8 +68,13 @@ class session final : public attribute_source {
     /// The files in use, defaults filled in.
     [[nodiscard]] const file_names& files() const { return files_; }
 
+    /// The expanded text that was newer than a template that is not the server's own: the library
+    /// takes it as it is, whichever template it is of. Empty when there was none.
+    [[nodiscard]] const std::string& doubtful_text() const { return doubtful_text_; }
+
   private:
     file_names files_;
+    std::string doubtful_text_;
 };
 
 }  // namespace dpctl
