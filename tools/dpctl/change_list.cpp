@@ -18,7 +18,7 @@ change_list read_changes(std::string_view text) {
     change_list result;
     while (!text.empty()) {
         const std::size_t end = text.find('\n');
-        if (end == text.npos) {
+        if (end == std::string_view::npos) {
             result.is_torn = true;
             break;
         }
@@ -38,7 +38,7 @@ bool is_meant(std::string_view target, std::string_view name) {
     }
     const std::size_t dot = target.find('.');
     return begins_with_parts(target, name) ||
-           (dot != target.npos && begins_with_parts(target.substr(dot + 1), name));
+           (dot != std::string_view::npos && begins_with_parts(target.substr(dot + 1), name));
 }
 
 std::vector<change_record> choose(const std::vector<change_record>& changes,

@@ -28,8 +28,9 @@ bool is_numbered_body(std::string_view text) {
 bool read_done(std::string_view fields, status_record& record) {
     std::int32_t failed = 0;
     const std::size_t first = fields.find(' ');
-    const std::size_t second = first == fields.npos ? first : fields.find(' ', first + 1);
-    if (second == fields.npos || !read_number(fields.substr(0, first), failed) ||
+    const std::size_t second =
+        first == std::string_view::npos ? first : fields.find(' ', first + 1);
+    if (second == std::string_view::npos || !read_number(fields.substr(0, first), failed) ||
         !read_number(fields.substr(first + 1, second - first - 1), record.succeeded) ||
         !read_number(fields.substr(second + 1), record.errors)) {
         return false;
@@ -42,7 +43,7 @@ bool read_done(std::string_view fields, status_record& record) {
 // The status is the last word: the command in front may hold anything.
 bool read_error(std::string_view fields, status_record& record) {
     const std::size_t blank = fields.rfind(' ');
-    if (blank == fields.npos || !read_number(fields.substr(blank + 1), record.number)) {
+    if (blank == std::string_view::npos || !read_number(fields.substr(blank + 1), record.number)) {
         return false;
     }
     record.what = status_record::kind::error;
@@ -52,7 +53,7 @@ bool read_error(std::string_view fields, status_record& record) {
 
 bool read_body(std::string_view body, status_record& record) {
     const std::size_t blank = body.find(' ');
-    if (blank == body.npos) {
+    if (blank == std::string_view::npos) {
         return false;
     }
     const std::string_view tag = body.substr(0, blank);
@@ -103,10 +104,10 @@ std::optional<status_record> status_record::parse(std::string_view line) {
         return std::nullopt;
     }
     std::size_t end = line.find("> ");
-    while (end != line.npos && !is_numbered_body(line.substr(end + 2))) {
+    while (end != std::string_view::npos && !is_numbered_body(line.substr(end + 2))) {
         end = line.find("> ", end + 1);
     }
-    if (end == line.npos) {
+    if (end == std::string_view::npos) {
         return std::nullopt;
     }
     status_record record;
@@ -124,7 +125,7 @@ status_records read_records(std::string_view text) {
     status_records result;
     while (!text.empty()) {
         const std::size_t end = text.find('\n');
-        if (end == text.npos) {
+        if (end == std::string_view::npos) {
             result.is_torn = true;
             break;
         }

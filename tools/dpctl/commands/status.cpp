@@ -53,7 +53,7 @@ std::string written_at(const file_state& state) {
 std::string date_and_clock(const std::string& time) {
     const std::size_t middle = time.find('T');
     constexpr std::size_t clock_length = 8;
-    return middle == time.npos
+    return middle == std::string::npos
                ? "-"
                : time.substr(0, middle) + ' ' + time.substr(middle + 1, clock_length);
 }
