@@ -83,6 +83,10 @@ std::span<const char* const> session::setting_names(const std::string& collectio
     return {names, count};
 }
 
+// The library's service has no object of its own; what it answers it answers only while a session
+// lives.
+// NOLINTBEGIN(readability-convert-member-functions-to-static)
+
 std::vector<reading> session::read(std::span<const std::string> names, values_of which) {
     std::vector<dp_transaction> requests(names.size());
     for (std::size_t i = 0; i < names.size(); ++i) {
@@ -128,5 +132,7 @@ int session::reset(const std::string& collection) {
 int session::need_reinit(const std::string& collection) {
     return dp_bios_need_reinit(collection.c_str());
 }
+
+// NOLINTEND(readability-convert-member-functions-to-static)
 
 }  // namespace dpctl

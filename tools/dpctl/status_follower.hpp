@@ -25,7 +25,7 @@ class status_follower {
     news look(const steady_file& file, bool is_settled);
 
   private:
-    news compare(const std::vector<status_record>& records, bool is_settled) const;
+    [[nodiscard]] news compare(const std::vector<status_record>& records, bool is_settled) const;
 
     std::optional<file_state> state_;
     std::vector<status_record> seen_;

@@ -86,6 +86,7 @@ std::vector<change> plan(catalog& names, const std::vector<std::string>& assignm
 
 void read_before(session& service, std::vector<change>& changes) {
     std::vector<std::string> names;
+    names.reserve(changes.size());
     for (const auto& one : changes) {
         names.push_back(one.name);
     }

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/quoting.hpp"
 #include "contract/choice_list.hpp"
 #include "dpctl/attribute_text.hpp"
 #include "dpctl/commands/command_options.hpp"
@@ -35,7 +36,7 @@ void show_choices(report& rep, const dp_attribute& attribute) {
     std::vector<std::string> choices = choice_list::split(attribute.chc);
     for (auto& choice : choices) {
         if (choice.empty() || choice.find(',') != std::string::npos) {
-            choice = '"' + choice + '"';
+            choice = dp::add_quotes(choice);
         }
         line += (line.empty() ? "" : ", ") + choice;
     }
