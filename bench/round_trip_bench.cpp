@@ -2,18 +2,17 @@
 // between two looks for the answer are cut short as soon as it is there, so that what is measured
 // is everything but the prescribed pause of 1000 ms.
 
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "bios/dp_api.h"
 #include "platform/sysipc/thread.hpp"
+#include "support/scratch_root.hpp"
 #include "support/side_by_side.hpp"
 #include "tests/support/sample_template.hpp"
 #include "tests/system/scratch_server.hpp"
@@ -76,19 +75,10 @@ void thread::sleep(std::uint32_t milliseconds) {
 }  // namespace sysipc
 
 int main(int /*argc*/, char** argv) {
-    // The library looks at DP_ROOT when it is loaded, so the program starts anew with it.
-    if (getenv("DP_ROOT") == nullptr) {
-        std::string folder = "/tmp/dp-bench-XXXXXX";
-        bench::require(
-            mkdtemp(folder.data()) != nullptr && setenv("DP_ROOT", folder.c_str(), 1) == 0,
-            "no scratch folder");
-        execv("/proc/self/exe", argv);
-        bench::require(false, "cannot start anew");
-    }
-    dp_api_initialize();
-    measure(1);
-    measure(changes);
-    dp_api_uninitialize();
-    std::filesystem::remove_all(getenv("DP_ROOT"));
-    return 0;
+    return bench::in_scratch_root(argv, bench::place::disk, [] {
+        dp_api_initialize();
+        measure(1);
+        measure(changes);
+        dp_api_uninitialize();
+    });
 }

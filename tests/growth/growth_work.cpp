@@ -19,6 +19,8 @@
 #include "batch/batch_file_loader.hpp"
 #include "bios/dp_api.h"
 #include "bios/template_info.hpp"
+#include "logs/client_log.hpp"
+#include "logs/process_log.hpp"
 #include "platform/sysipc/thread.hpp"
 #include "settings/plugin_list.hpp"
 #include "tests/support/settings_model.hpp"
@@ -188,6 +190,31 @@ void use_instances(unsigned count) {
     require(setting.cache.size() == 0, "instances are left");
 }
 
+// Always the same number of lines, behind `count` others: more than the log keeps.
+void write_lines(unsigned count, const std::function<void()>& write_line) {
+    for (unsigned i = 0; i < count; ++i) {
+        write_line();
+    }
+    measured([&] {
+        for (unsigned i = 0; i < queries; ++i) {
+            write_line();
+        }
+    });
+    require(std::filesystem::file_size(below_root("log")) > 4096, "lines are missing");
+}
+
+void write_client_log(unsigned count) {
+    dp::client_log log(below_root("log"), false);
+    const std::string line(250, 'x');
+    write_lines(count, [&] { log.write_line(line); });
+}
+
+void write_process_log(unsigned count) {
+    dp::process_log log(below_root("log"), false);
+    const std::string text(250, 'x');
+    write_lines(count, [&] { log.log_message("transaction", text, ""); });
+}
+
 // The answer that the settings service of the cases below has ready.
 void prepare_answer(unsigned count, const char* status) {
     std::ofstream answer(below_root("tmp/dp/answer"));
@@ -232,6 +259,8 @@ const std::map<std::string, std::function<void(unsigned)>>& cases() {
         {"query_attributes", query_attributes},
         {"run_transaction", run_transaction},
         {"use_instances", use_instances},
+        {"write_client_log", write_client_log},
+        {"write_process_log", write_process_log},
         {"fail_changes", fail_changes},
         {"reset_to_defaults", reset},
     };
