@@ -1,9 +1,10 @@
 // EFI decompression beside zlib's inflate of the same text: prose, a template's text, batch lines.
 //
-// Instructions for each byte of text, and where they go:
-//   valgrind --tool=callgrind
+// Instructions for each byte of one text ("prose", "template", "batch"), and where they go:
+//   valgrind --tool=callgrind --callgrind-out-file=efi.out
 //   --toggle-collect='sysipc::efi_decompressor::decompress(std::istream&)'
-//   build/bench/bin/efi_bench --once
+//   build/bench/bin/efi_bench --once prose
+//   callgrind_annotate efi.out platform/posix/efi_decompressor.cpp
 
 #include <zlib.h>
 
@@ -95,9 +96,17 @@ void compare(const char* title, const std::string& text, bool once) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const bool once = argc == 2 && std::string_view(argv[1]) == "--once";
-    compare("prose", prose(), once);
-    compare("template text", bench::template_text(bench::sample_template(text_size / 400)), once);
-    compare("batch lines", bench::batch_text(bench::sample_batch(text_size / 70)), once);
+    const bool once = argc > 1 && std::string_view(argv[1]) == "--once";
+    const std::string_view only = argc > 2 ? argv[2] : "";
+    const auto is_wanted = [&](std::string_view title) { return only.empty() || only == title; };
+    if (is_wanted("prose")) {
+        compare("prose", prose(), once);
+    }
+    if (is_wanted("template")) {
+        compare("template", bench::template_text(bench::sample_template(text_size / 400)), once);
+    }
+    if (is_wanted("batch")) {
+        compare("batch", bench::batch_text(bench::sample_batch(text_size / 70)), once);
+    }
     return 0;
 }
