@@ -4,17 +4,21 @@
 #include <fstream>
 #include <istream>
 #include <ostream>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
+#include "batch/batch_file_checker.hpp"
 #include "batch/batch_file_entry.hpp"
 #include "batch/batch_file_intf.hpp"
 #include "batch/batch_file_loader.hpp"
 #include "batch/batch_line.hpp"
 #include "batch/line_source.hpp"
 #include "batch/name_parts.hpp"
+#include "batch/plain_line.hpp"
 #include "common/likely_room.hpp"
 #include "common/log.hpp"
+#include "common/stored_text.hpp"
 #include "platform/sysipc/efi_decompressor.hpp"
 
 namespace dp {
@@ -32,6 +36,50 @@ void log_entry(const batch_file_entry& entry) {
     log_line(log_level::trace_4, "LOG", "batch_file_reader::read_file, tid=", entry.tid,
              ", setting_name=", name.setting, name.instance.empty() ? "" : ".", name.instance,
              ", setting_value_in=", entry.value_in);
+}
+
+// The fields of an entry that someone will look at.
+enum class wanted_fields { all, checked };
+
+// A class made of the checker may look at more.
+bool is_plain_checker(const batch_file_intf* processor) {
+    return processor != nullptr && typeid(*processor) == typeid(batch_file_checker);
+}
+
+// Reads a line as nearly all are. False, and nothing is stored, when this is another.
+bool read_plain_line(std::string_view line, wanted_fields wanted, batch_file_entry& entry) {
+    plain_line parts;
+    if (!parts.split(line) || parts.operation == "command"sv) {
+        return false;
+    }
+    store_short_text(entry.status, parts.status);
+    store_short_text(entry.detail, parts.detail);
+    store_short_text(entry.operation, parts.operation);
+    parse_name(parts.name, entry.name);
+    if (wanted == wanted_fields::all) {
+        store_text(entry.tid, parts.tid);
+        store_text(entry.value_in, parts.value_in);
+        store_text(entry.value_out, parts.value_out);
+    }
+    return true;
+}
+
+// Reads a line whatever it looks like. False when more than one word follows its values.
+bool read_any_line(std::string_view line, batch_file_entry& entry) {
+    batch_line words(line);
+    for (std::string* const word : {&entry.status, &entry.detail, &entry.tid, &entry.operation}) {
+        words.take_word(*word);
+    }
+    if (entry.operation == "command"sv) {
+        words.take_word(entry.command);
+    }
+    if (const std::string_view name = words.take_word(); !name.empty()) {
+        parse_name(name, entry.name);
+    }
+    words.take_value(entry.value_in);
+    words.take_value(entry.value_out);
+    words.take_word();
+    return words.empty();
 }
 
 // Makes room where a loader gathers entries; its list is the caller's and may be null.
@@ -55,28 +103,18 @@ int batch_file_reader::read_file(std::istream& in, registrar* reg) {
     entry.name.parse({});
     line_source lines(in);
     const auto* const loader = dynamic_cast<batch_file_loader*>(processor);
+    const bool only_checks = is_plain_checker(processor);
     for (std::string_view line; lines.next(line);) {
         if (holds_no_command(line)) {
             continue;
         }
-        batch_line words(line);
-        for (std::string* const word :
-             {&entry.status, &entry.detail, &entry.tid, &entry.operation}) {
-            words.take_word(*word);
-        }
-        if (entry.operation == "command"sv) {
-            words.take_word(entry.command);
-        }
-        if (const std::string_view name = words.take_word(); !name.empty()) {
-            parse_name(name, entry.name);
-        }
-        words.take_value(entry.value_in);
-        words.take_value(entry.value_out);
-        if (log_enabled(log_level::trace_4)) {
+        const bool logs = log_enabled(log_level::trace_4);
+        const auto wanted = only_checks && !logs ? wanted_fields::checked : wanted_fields::all;
+        const bool accepted = read_plain_line(line, wanted, entry) || read_any_line(line, entry);
+        if (logs) {
             log_entry(entry);
         }
-        words.take_word();
-        if (words.empty()) {
+        if (accepted) {
             if (loader != nullptr) {
                 make_room(*loader, lines, count);
             }

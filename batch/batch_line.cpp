@@ -1,10 +1,16 @@
 #include "batch/batch_line.hpp"
 
+#include "common/stored_text.hpp"
+
 namespace dp {
 namespace {
 
+bool is_space(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
 // The first byte from `at` on that a value's bytes don't go past: a quote, a backslash, or the line
-// feed behind the line. Values are short; taking several bytes at a time does not pay here.
+// feed behind the line.
 const char* find_end_of_run(const char* at) {
     while (*at != '"' && *at != '\\' && *at != '\n') {
         ++at;
@@ -13,6 +19,25 @@ const char* find_end_of_run(const char* at) {
 }
 
 }  // namespace
+
+std::string_view batch_line::take_word() {
+    while (at_ != last_ && is_space(*at_)) {
+        ++at_;
+    }
+    const char* const first = at_;
+    // The line feed behind the line ends its last word.
+    while (!is_space(*at_)) {
+        ++at_;
+    }
+    return {first, static_cast<std::size_t>(at_ - first)};
+}
+
+void batch_line::take_word(std::string& word) {
+    const std::string_view next = take_word();
+    if (!next.empty()) {
+        store_text(word, next);
+    }
+}
 
 void batch_line::take_value(std::string& value) {
     const char* at = find_end_of_run(at_);

@@ -4,12 +4,12 @@
 #include <istream>
 #include <utility>
 
-#include "batch/batch_line.hpp"
+#include "batch/plain_line.hpp"
 
 namespace dp {
 
 line_source::line_source(std::istream& in)
-    : in_(in), window_(std::make_unique<char[]>(first_size + batch_line::padding)) {}
+    : in_(in), window_(std::make_unique<char[]>(first_size + plain_line::padding)) {}
 
 bool line_source::next(std::string_view& line) {
     std::size_t looked_at = 0;
@@ -56,7 +56,7 @@ bool line_source::refill() {
         return false;
     }
     if (size == size_) {
-        auto larger = std::make_unique<char[]>(size_ * 2 + batch_line::padding);
+        auto larger = std::make_unique<char[]>(size_ * 2 + plain_line::padding);
         std::memcpy(larger.get(), window_.get() + begin_, size);
         window_ = std::move(larger);
         size_ *= 2;

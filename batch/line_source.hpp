@@ -22,8 +22,8 @@ class line_source {
     /// `in` stays the caller's and outlives the source.
     explicit line_source(std::istream& in);
 
-    /// The next line without its line end, good until the next call; fit for a `batch_line`. False
-    /// when there is none.
+    /// The next line without its line end, good until the next call; fit for a `plain_line` and for
+    /// a `batch_line`. False when there is none.
     bool next(std::string_view& line);
 
     /// How much of the stream the lines so far took, and about how much is still to come.

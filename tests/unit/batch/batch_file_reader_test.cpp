@@ -8,8 +8,10 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "batch/batch_file_checker.hpp"
 #include "batch/batch_file_entry.hpp"
 #include "batch/batch_file_intf.hpp"
 #include "tests/support/cpu_time.hpp"
@@ -79,8 +81,30 @@ std::string shown(const std::string& text) {
     return os.str();
 }
 
+using counts = std::pair<unsigned, unsigned>;
+
+// The checker's good and bad lines, counted by the reader and by the reference. The reader stores
+// less for it.
+counts checked(const std::string& file) {
+    dp::batch_file_checker checker;
+    std::istringstream in(file);
+    dp::batch_file_reader(&checker).read_file(in, nullptr);
+    return {checker.good, checker.bad};
+}
+
+counts checked_by_reference(const std::string& file) {
+    dp::batch_file_checker checker;
+    std::istringstream in(file);
+    test::reference_read_file(in, [&](auto& entry) { checker.process_entry(entry, nullptr); });
+    return {checker.good, checker.bad};
+}
+
 // False, with a failure reported, when the reader and the reference do not agree.
 bool agrees_with_reference(const std::string& file) {
+    if (checked(file) != checked_by_reference(file)) {
+        ADD_FAILURE() << "counted other good and bad lines in:\n" << shown(file);
+        return false;
+    }
     const auto actual = read(file);
     const auto expected = reference(file);
     if (actual == expected) {

@@ -16,14 +16,13 @@ namespace {
 
 using namespace std::string_literals;
 
-// A line as a file's reader gives it: a line feed behind it, and the bytes that may be read.
-class padded_line : public std::string {
+// A line as a file's reader gives it: a line feed behind it.
+class ended_line : public std::string {
   public:
-    explicit padded_line(const std::string& text)
-        : std::string(text + '\n' + std::string(batch_line::padding - 1, 'p')),
-          line(std::string_view(*this).substr(0, text.size())) {}
-    padded_line(const padded_line&) = delete;
-    padded_line& operator=(const padded_line&) = delete;
+    explicit ended_line(const std::string& text)
+        : std::string(text + '\n'), line(std::string_view(*this).substr(0, text.size())) {}
+    ended_line(const ended_line&) = delete;
+    ended_line& operator=(const ended_line&) = delete;
 
     batch_line line;
 };
@@ -47,7 +46,7 @@ class stream_line {
 }  // namespace
 
 TEST(batch_line, takes_words_between_white_space) {
-    padded_line text(" \t\v\f\rone two\tthree\r");
+    ended_line text(" \t\v\f\rone two\tthree\r");
     batch_line& line = text.line;
     std::string word;
     for (const char* expected : {"one", "two", "three"}) {
@@ -61,7 +60,7 @@ TEST(batch_line, takes_words_between_white_space) {
 }
 
 TEST(batch_line, is_empty_once_a_word_ran_into_its_end) {
-    padded_line text("one two");
+    ended_line text("one two");
     batch_line& line = text.line;
     std::string word;
     line.take_word(word);
@@ -72,12 +71,12 @@ TEST(batch_line, is_empty_once_a_word_ran_into_its_end) {
 }
 
 TEST(batch_line, is_empty_when_there_is_nothing_to_take) {
-    EXPECT_TRUE(padded_line("").line.empty());
-    EXPECT_FALSE(padded_line("x").line.empty());
+    EXPECT_TRUE(ended_line("").line.empty());
+    EXPECT_FALSE(ended_line("x").line.empty());
 }
 
 TEST(batch_line, is_empty_behind_a_closing_quote_at_its_end) {
-    padded_line text(R"("x")");
+    ended_line text(R"("x")");
     std::string value;
     text.line.take_value(value);
     EXPECT_EQ(value, "x");
@@ -87,7 +86,7 @@ TEST(batch_line, is_empty_behind_a_closing_quote_at_its_end) {
 }
 
 TEST(batch_line, gives_an_empty_value_where_there_is_none) {
-    padded_line text("x");
+    ended_line text("x");
     batch_line& line = text.line;
     std::string value = "old";
     line.take_value(value);
@@ -99,7 +98,7 @@ TEST(batch_line, gives_an_empty_value_where_there_is_none) {
 }
 
 TEST(batch_line, keeps_an_unterminated_value) {
-    padded_line text(R"("a\"b\)");
+    ended_line text(R"("a\"b\)");
     batch_line& line = text.line;
     std::string value;
     line.take_value(value);
@@ -108,7 +107,7 @@ TEST(batch_line, keeps_an_unterminated_value) {
 }
 
 TEST(batch_line, skips_a_word) {
-    padded_line text("one two ");
+    ended_line text("one two ");
     batch_line& line = text.line;
     std::string word;
     line.take_word();
@@ -120,7 +119,7 @@ TEST(batch_line, skips_a_word) {
 }
 
 TEST(batch_line, counts_nul_and_high_bytes_as_part_of_words) {
-    padded_line text("a\0b\xA0\x85 c"s);
+    ended_line text("a\0b\xA0\x85 c"s);
     batch_line& line = text.line;
     std::string word;
     line.take_word(word);
@@ -135,8 +134,8 @@ TEST(batch_line, takes_what_a_stream_takes_from_any_line_in_any_order) {
         for (auto length = random() % 40; length > 0; --length) {
             text += alphabet[random() % alphabet.size()];
         }
-        padded_line padded(text);
-        batch_line& line = padded.line;
+        ended_line ended(text);
+        batch_line& line = ended.line;
         stream_line stream(text);
         std::string taken = "old";
         std::string expected = "old";
@@ -164,7 +163,7 @@ TEST(batch_line, takes_what_a_stream_takes_from_any_line_in_any_order) {
 TEST(batch_line, takes_words_and_values_of_any_size) {
     const std::string word_text(1'000'000, 'w');
     const std::string value_text(1'000'000, '\\');
-    padded_line text(word_text + " \"" + value_text + "\" x");
+    ended_line text(word_text + " \"" + value_text + "\" x");
     batch_line& line = text.line;
     std::string word;
     std::string value;

@@ -1,0 +1,140 @@
+#ifndef DP_BATCH_PLAIN_LINE_HPP
+#define DP_BATCH_PLAIN_LINE_HPP
+
+#include <bit>
+#include <cstddef>
+#include <cstring>
+#include <string_view>
+
+namespace dp {
+
+/// The parts of a plain line, the form in which nearly all lines come.
+///
+/// A line is plain when it consists of
+/// - five words, each with one blank behind it; they may hold any byte but control characters;
+/// - two values in quotes, which may hold any byte but backslashes, with one blank between them;
+/// - nothing more, or one more blank.
+/// A `batch_line` takes the same parts off such a line, only slower: it is ready for any line.
+///
+/// The line is scanned several bytes at a time. So a line feed stands directly behind it, and
+/// `padding` bytes from there on can be read; what the others hold does not matter.
+struct plain_line {
+    static constexpr std::size_t padding = sizeof(std::size_t);
+
+    std::string_view status;
+    std::string_view detail;
+    std::string_view tid;
+    std::string_view operation;
+    std::string_view name;
+    std::string_view value_in;
+    std::string_view value_out;
+
+    /// Splits `line`. False when it is not plain; the parts are then of no use.
+    bool split(std::string_view line);
+};
+
+/// How `plain_line` scans.
+namespace plain_line_scan {
+
+// As many bytes as the machine takes at a time.
+using chunk = std::size_t;
+
+// A chunk that holds `byte` in every place.
+constexpr chunk filled(unsigned char byte) {
+    return ~chunk{0} / 0xFFU * byte;
+}
+
+// Sets the highest bit of every byte below `bound`, which is at most 0x80. It may set it in further
+// bytes behind the first of them, into which the subtraction borrowed.
+constexpr chunk below(chunk bytes, unsigned char bound) {
+    return (bytes - filled(bound)) & ~bytes & filled(0x80);
+}
+
+// The first of the bytes whose highest bits are set.
+inline int first_of(chunk high_bits) {
+    return std::countr_zero(high_bits) / 8;
+}
+
+constexpr bool first_byte_is_lowest = std::endian::native == std::endian::little;
+
+// The first blank or control character from `at` on; there must be one.
+inline const char* find_blank_or_control(const char* at) {
+    if constexpr (first_byte_is_lowest) {
+        for (;; at += sizeof(chunk)) {
+            chunk bytes = 0;
+            std::memcpy(&bytes, at, sizeof bytes);
+            if (const chunk found = below(bytes, ' ' + 1); found != 0) {
+                return at + first_of(found);
+            }
+        }
+    } else {
+        while (static_cast<unsigned char>(*at) > ' ') {
+            ++at;
+        }
+        return at;
+    }
+}
+
+// The first quote or backslash from `at` on; when none stands before `last`, any place from `last`
+// on.
+inline const char* find_quote_or_backslash(const char* at, const char* last) {
+    if constexpr (first_byte_is_lowest) {
+        for (; at < last; at += sizeof(chunk)) {
+            chunk bytes = 0;
+            std::memcpy(&bytes, at, sizeof bytes);
+            const chunk found = below(bytes ^ filled('"'), 1) | below(bytes ^ filled('\\'), 1);
+            if (found != 0) {
+                return at + first_of(found);
+            }
+        }
+    } else {
+        while (at < last && *at != '"' && *at != '\\') {
+            ++at;
+        }
+    }
+    return at;
+}
+
+inline bool take_word(const char*& at, std::string_view& word) {
+    const char* const end = find_blank_or_control(at);
+    if (*end != ' ' || end == at) {
+        return false;
+    }
+    word = {at, static_cast<std::size_t>(end - at)};
+    at = end + 1;
+    return true;
+}
+
+inline bool take_value(const char*& at, const char* last, std::string_view& value) {
+    if (*at != '"') {
+        return false;
+    }
+    const char* const first = at + 1;
+    const char* const end = find_quote_or_backslash(first, last);
+    if (end >= last || *end != '"') {
+        return false;
+    }
+    value = {first, static_cast<std::size_t>(end - first)};
+    at = end + 1;
+    if (at == last) {
+        return true;
+    }
+    return *at++ == ' ';
+}
+
+}  // namespace plain_line_scan
+
+// Here, so that the parts need not go through memory.
+inline bool plain_line::split(std::string_view line) {
+    using plain_line_scan::take_value;
+    using plain_line_scan::take_word;
+    const char* at = line.data();
+    const char* const last = at + line.size();
+    return take_word(at, status) && take_word(at, detail) && take_word(at, tid) &&
+           take_word(at, operation) && take_word(at, name) && take_value(at, last, value_in) &&
+           take_value(at, last, value_out) && at == last;
+}
+
+}  // namespace dp
+
+#endif

@@ -1,0 +1,151 @@
+#include "batch/plain_line.hpp"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <random>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+#include "batch/batch_file_entry.hpp"
+#include "batch/batch_line.hpp"
+
+namespace {
+
+using namespace std::string_literals;
+using texts = std::array<std::string, 7>;
+
+// A line as a file's reader gives it: a line feed behind it, and the bytes that may be read. They
+// are such as a scan that goes too far would take for the line's.
+class padded_line {
+  public:
+    explicit padded_line(const std::string& text)
+        : bytes_(text + '\n' + R"("" \" "" "x")"), size_(text.size()) {
+        bytes_.resize(size_ + dp::plain_line::padding);
+    }
+    [[nodiscard]] std::string_view line() const {
+        return std::string_view(bytes_).substr(0, size_);
+    }
+
+  private:
+    std::string bytes_;
+    std::size_t size_;
+};
+
+bool split(const std::string& text, texts& parts) {
+    const padded_line padded(text);
+    dp::plain_line plain;
+    if (!plain.split(padded.line())) {
+        return false;
+    }
+    parts = {std::string(plain.status),    std::string(plain.detail), std::string(plain.tid),
+             std::string(plain.operation), std::string(plain.name),   std::string(plain.value_in),
+             std::string(plain.value_out)};
+    return true;
+}
+
+bool is_plain(const std::string& text) {
+    texts parts;
+    return split(text, parts);
+}
+
+// What a batch_line takes off a line that has all parts; false when more than a word follows.
+bool take(const std::string& text, texts& parts) {
+    const padded_line padded(text);
+    dp::batch_line line(padded.line());
+    for (std::size_t i = 0; i < 5; ++i) {
+        line.take_word(parts[i]);
+    }
+    line.take_value(parts[5]);
+    line.take_value(parts[6]);
+    line.take_word();
+    return line.empty();
+}
+
+}  // namespace
+
+TEST(plain_line, has_the_parts_of_a_line_as_it_is_written) {
+    dp::batch_file_entry entry;
+    entry.status = "0";
+    entry.detail = "4294967295";
+    entry.tid = "<cim-12>";
+    entry.operation = "set";
+    entry.name.parse("Boot.Some.Setting.with.a.long.name.that.takes.many.bytes.12");
+    for (const char* value : {"", "x", "1234567", "12345678", "123456789", "a value, of # bytes"}) {
+        entry.value_in = value;
+        entry.value_out = value + "\t\xFF"s;
+        std::ostringstream text;
+        text << entry;
+        texts parts;
+        ASSERT_TRUE(split(text.str(), parts)) << text.str();
+        EXPECT_EQ(parts, (texts{entry.status, entry.detail, entry.tid, entry.operation,
+                                entry.name.get_name(), entry.value_in, entry.value_out}));
+    }
+}
+
+TEST(plain_line, may_end_with_its_last_quote_or_one_blank_behind_it) {
+    EXPECT_TRUE(is_plain(R"(0 0 t set A.B "1" "")"));
+    EXPECT_TRUE(is_plain(R"(0 0 t set A.B "1" "" )"));
+    EXPECT_FALSE(is_plain(R"(0 0 t set A.B "1" ""  )"));
+    EXPECT_FALSE(is_plain(R"(0 0 t set A.B "1" "" x)"));
+    EXPECT_FALSE(is_plain(R"(0 0 t set A.B "1" ""x)"));
+    EXPECT_FALSE(is_plain("0 0 t set A.B \"1\" \"\"\r"));
+}
+
+TEST(plain_line, has_single_blanks_between_its_parts) {
+    const std::string line = R"(0 0 t set A.B "1" "")";
+    for (std::size_t at = line.find(' '); at != std::string::npos; at = line.find(' ', at + 1)) {
+        for (const char* gap : {"", "  ", "\t", "\r", "\v ", " \f"}) {
+            std::string other = line;
+            EXPECT_FALSE(is_plain(other.replace(at, 1, gap))) << other;
+        }
+    }
+    EXPECT_FALSE(is_plain(' ' + line));
+}
+
+TEST(plain_line, has_all_its_parts) {
+    const std::string line = R"(0 0 t set A.B "one" "two")";
+    for (std::size_t size = 0; size < line.size(); ++size) {
+        EXPECT_FALSE(is_plain(line.substr(0, size))) << size;
+    }
+    EXPECT_TRUE(is_plain(line));
+}
+
+TEST(plain_line, holds_no_backslash_in_its_values) {
+    EXPECT_FALSE(is_plain(R"(0 0 t set A.B "\"" "")"));
+    EXPECT_FALSE(is_plain(R"(0 0 t set A.B "" "a long value \\")"));
+    EXPECT_TRUE(is_plain(R"(0 0 \ set A\.B "" "")")) << "in words it is a byte like others";
+}
+
+TEST(plain_line, gives_the_parts_that_a_batch_line_takes) {
+    const std::array<std::string, 16> pieces{
+        "0",  " ",  " ",   " ",    "A.B",  "\"",  "\"", "\" \"", "\"x\"", "a longer piece",
+        "\\", "\t", "\0"s, "\x1F", "\x80", "\xFF"};
+    std::mt19937 random(11);
+    int plain = 0;
+    for (int i = 0; i < 200'000; ++i) {
+        std::string text = random() % 2 == 0 ? R"(0 0 t set A.B "1" "")" : "0 0 t set ";
+        for (auto count = random() % 6; count > 0; --count) {
+            text.insert(random() % 3 == 0 ? random() % (text.size() + 1) : text.size(),
+                        pieces[random() % pieces.size()]);
+        }
+        texts parts;
+        if (!split(text, parts)) {
+            continue;
+        }
+        ++plain;
+        texts expected;
+        ASSERT_TRUE(take(text, expected)) << text;
+        ASSERT_EQ(parts, expected) << text;
+    }
+    EXPECT_GT(plain, 20'000) << "next to no line was plain";
+}
+
+TEST(plain_line, may_have_parts_of_any_size) {
+    const std::string word(100'000, 'w');
+    texts parts;
+    ASSERT_TRUE(
+        split("0 0 " + word + " set " + word + " \"" + word + "\" \"" + word + "\"", parts));
+    EXPECT_EQ(parts, (texts{"0", "0", word, "set", word, word, word}));
+}
