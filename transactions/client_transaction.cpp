@@ -26,16 +26,19 @@ void client_transaction::on_transaction_event(registrar& /*reg*/) {
 void client_transaction::add_command(const std::string& configuration_name,
                                      const std::string& setting_name,
                                      transaction_command& command) {
-    std::string key = configuration_name + '.' + setting_name;
-    if (!command.target.instance.empty()) {
-        key += '.';
-        key += command.target.instance;
+    const std::string& instance = command.target.instance;
+    std::string key;
+    key.reserve(configuration_name.size() + setting_name.size() + instance.size() + 2);
+    key.append(configuration_name).append(1, '.').append(setting_name);
+    if (!instance.empty()) {
+        key.append(1, '.').append(instance);
     }
     requests.insert_or_assign(std::move(key), command);
 }
 
 void client_transaction::queue(registrar& reg) {
     qualified_setting_name target_name;
+    commands.reserve(commands.size() + requests.size());
     for (auto& [key, command] : requests) {
         target_name.parse(key);
         if (setting* resolved = reg.resolve(target_name)) {
