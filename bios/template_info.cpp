@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cstddef>
 #include <cstring>
@@ -12,6 +13,7 @@
 
 #include "common/likely_room.hpp"
 #include "common/numbers.hpp"
+#include "common/stored_text.hpp"
 
 // Records are scanned by hand, in place, in one pass over the file's bytes. The rules are those of
 // a delimited stream extraction, which the tests keep beside it:
@@ -32,129 +34,136 @@ std::uint32_t hexadecimal(std::string_view text) {
     return dp::parse_unsigned(text, dp::number_base::hexadecimal).value;
 }
 
-constexpr std::size_t longest_key = 7;
-
-/// A key as one number: the bytes behind a first bit that marks its length. It is a key's own as
-/// long as the key is no longer than the longest one.
-constexpr std::uint64_t no_bytes = 1;
-constexpr std::uint64_t with_byte(std::uint64_t number, char byte) {
-    return number << 8U | static_cast<unsigned char>(byte);
-}
-constexpr std::uint64_t packed(std::string_view key) {
-    std::uint64_t number = no_bytes;
-    for (const char byte : key) {
-        number = with_byte(number, byte);
+/// A key and its colon, which are never longer than a word of 64 bits: one comparison tells
+/// whether an item begins with them.
+class item_key {
+  public:
+    explicit constexpr item_key(std::string_view key) {
+        std::array<char, sizeof(word)> bytes{};
+        std::array<char, sizeof(word)> taken{};
+        for (std::size_t i = 0; i <= key.size(); ++i) {
+            bytes.at(i) = i < key.size() ? key[i] : ':';
+            taken.at(i) = '\xFF';
+        }
+        bytes_ = std::bit_cast<word>(bytes);
+        taken_ = std::bit_cast<word>(taken);
+        size_ = key.size() + 1;
     }
-    return number;
-}
 
-void store_item(template_info& info, std::uint64_t key, std::string_view value) {
-    switch (key) {
-        case packed("id"):
-            info.id = value;
-            break;
-        case packed("spif"):
-            info.spif = value;
-            break;
-        case packed("grif"):
-            info.grif = value;
-            break;
-        case packed("cfg"):
-            info.cfg = value;
-            break;
-        case packed("cfgname"):
-            info.cfgname = value;
-            break;
-        case packed("cfgsetn"):
-            info.cfgsetn = value;
-            break;
-        case packed("grp"):
-            info.grp = value;
-            break;
-        case packed("gspif"):
-            info.gspif = value;
-            break;
-        case packed("ggrif"):
-            info.ggrif = value;
-            break;
-        case packed("mri"):
-            info.mri = value;
-            break;
-        case packed("dsc"):
-            info.dsc = value;
-            break;
-        case packed("fds"):
-            info.fds = value;
-            break;
-        case packed("type"):
-            // Read like the unsigned numbers; "-1" comes out as -1 all the same.
-            info.type = static_cast<std::int32_t>(decimal(value));
-            break;
-        case packed("flg"):
-            info.flg = hexadecimal(value);
-            break;
-        case packed("mni"):
-            info.mni = decimal(value);
-            break;
-        case packed("mxi"):
-            info.mxi = decimal(value);
-            break;
-        case packed("dft"):
-            info.dft = value;
-            break;
-        case packed("mfg"):
-            info.mfg = value;
-            break;
-        case packed("dfa"):
-            info.dfa = value;
-            break;
-        case packed("rec"):
-            info.rec = value;
-            break;
-        case packed("min"):
-            info.min = decimal(value);
-            break;
-        case packed("max"):
-            info.max = decimal(value);
-            break;
-        case packed("stp"):
-            info.stp = decimal(value);
-            break;
-        case packed("minc"):
-            info.minc = decimal(value);
-            break;
-        case packed("maxc"):
-            info.maxc = decimal(value);
-            break;
-        case packed("reg"):
-            info.reg = value;
-            break;
-        case packed("num"):
-            info.num = decimal(value);
-            break;
-        case packed("chc"):
-            info.chc = value;
-            break;
-        default:
-            break;
+    /// As many bytes of an item as a key may have.
+    using word = std::uint64_t;
+    static word first_bytes(const char* item) {
+        word bytes = 0;
+        std::memcpy(&bytes, item, sizeof bytes);
+        return bytes;
     }
-}
+
+    [[nodiscard]] bool begins(word item) const { return ((item ^ bytes_) & taken_) == 0; }
+    [[nodiscard]] std::size_t size() const { return size_; }
+
+  private:
+    word bytes_ = 0;
+    word taken_ = 0;  // the bits of `bytes_` that count
+    std::size_t size_ = 0;
+};
+
+/// A kind of item: its key, and the field that takes its value.
+struct item_kind {
+    constexpr item_kind(std::string_view name, std::string template_info::*field)
+        : key(name), text(field) {}
+    constexpr item_kind(std::string_view name, std::uint32_t template_info::*field,
+                        std::uint32_t (*conversion)(std::string_view) = decimal)
+        : key(name), number(field), read(conversion) {}
+    /// Read like the unsigned numbers; "-1" comes out as -1 all the same.
+    constexpr item_kind(std::string_view name, std::int32_t template_info::*field)
+        : key(name), signed_number(field) {}
+
+    void store(template_info& info, std::string_view value) const {
+        if (text != nullptr) {
+            dp::store_text(info.*text, value);
+        } else if (number != nullptr) {
+            info.*number = read(value);
+        } else {
+            info.*signed_number = static_cast<std::int32_t>(decimal(value));
+        }
+    }
+
+    item_key key;
+    std::string template_info::*text = nullptr;
+    std::uint32_t template_info::*number = nullptr;
+    std::uint32_t (*read)(std::string_view) = nullptr;
+    std::int32_t template_info::*signed_number = nullptr;
+};
+
+/// In the order in which records are written.
+constexpr std::array item_kinds{
+    item_kind{"id", &template_info::id},
+    item_kind{"cfg", &template_info::cfg},
+    item_kind{"cfgname", &template_info::cfgname},
+    item_kind{"cfgsetn", &template_info::cfgsetn},
+    item_kind{"grp", &template_info::grp},
+    item_kind{"spif", &template_info::spif},
+    item_kind{"grif", &template_info::grif},
+    item_kind{"gspif", &template_info::gspif},
+    item_kind{"ggrif", &template_info::ggrif},
+    item_kind{"mri", &template_info::mri},
+    item_kind{"dsc", &template_info::dsc},
+    item_kind{"fds", &template_info::fds},
+    item_kind{"flg", &template_info::flg, hexadecimal},
+    item_kind{"dft", &template_info::dft},
+    item_kind{"mni", &template_info::mni},
+    item_kind{"mxi", &template_info::mxi},
+    item_kind{"mfg", &template_info::mfg},
+    item_kind{"dfa", &template_info::dfa},
+    item_kind{"type", &template_info::type},
+    item_kind{"rec", &template_info::rec},
+    item_kind{"min", &template_info::min},
+    item_kind{"max", &template_info::max},
+    item_kind{"stp", &template_info::stp},
+    item_kind{"minc", &template_info::minc},
+    item_kind{"maxc", &template_info::maxc},
+    item_kind{"reg", &template_info::reg},
+    item_kind{"num", &template_info::num},
+    item_kind{"chc", &template_info::chc},
+};
+
+/// Finds the kinds of a record's items. Items mostly come in the order in which they are written,
+/// so the search goes on behind the kind that was found last.
+class kind_finder {
+  public:
+    /// The kind of the item that begins with `item`; null when no kind has its key.
+    const item_kind* find(item_key::word item) {
+        for (std::size_t tried = 0; tried < item_kinds.size(); ++tried) {
+            const item_kind& kind = item_kinds[next_];
+            next_ = next_ + 1 == item_kinds.size() ? 0 : next_ + 1;
+            if (kind.key.begins(item)) {
+                return &kind;
+            }
+        }
+        return nullptr;
+    }
+
+  private:
+    std::size_t next_ = 0;
+};
+
+/// What must be readable behind a record: an end byte, which no key goes beyond, and further bytes
+/// that may hold anything.
+constexpr std::size_t record_padding = sizeof(item_key::word);
 
 void parse_record(template_info& info, std::string_view record) {
+    kind_finder kinds;
     for (std::size_t position = 0; position < record.size();) {
-        std::uint64_t key = no_bytes;
-        std::size_t colon = position;
-        for (; colon < record.size() && record[colon] != ':'; ++colon) {
-            key = with_byte(key, record[colon]);
-        }
-        const std::size_t value = colon + 1;
-        if (value >= record.size()) {
+        const item_kind* const kind = kinds.find(item_key::first_bytes(record.data() + position));
+        const std::size_t value =
+            kind != nullptr ? position + kind->key.size() : record.find(':', position) + 1;
+        if (value >= record.size() || value == 0) {
             return;
         }
         const std::size_t end =
             std::min(record.find(template_info::item_end, value), record.size());
-        if (colon - position <= longest_key) {
-            store_item(info, key, record.substr(value, end - value));
+        if (kind != nullptr) {
+            kind->store(info, record.substr(value, end - value));
         }
         position = end + 1;
     }
@@ -165,7 +174,7 @@ void parse_record(template_info& info, std::string_view record) {
 class record_splitter {
   public:
     explicit record_splitter(std::istream& in)
-        : in_(in), window_(std::make_unique_for_overwrite<char[]>(window_size)) {}
+        : in_(in), window_(std::make_unique_for_overwrite<char[]>(window_size + record_padding)) {}
 
     /// The next record without its end byte, good until the next call. False at the end of the
     /// stream, and for a record that is too long, which leaves the stream failed.
@@ -229,6 +238,7 @@ class record_splitter {
             in_.read(window_.get() + end_, static_cast<std::streamsize>(window_size - end_));
             end_ += static_cast<std::size_t>(in_.gcount());
         }
+        window_[end_] = template_info::record_end;
     }
 
     std::istream& in_;
@@ -258,7 +268,9 @@ void append_number(std::string& line, std::string_view key, Integer value, int b
 // NOLINTBEGIN(performance-unnecessary-value-param)
 
 void template_info::parse_setting_info(std::string record) {
-    parse_record(*this, record);
+    const std::size_t size = record.size();
+    record.append(record_padding, record_end);
+    parse_record(*this, std::string_view(record).substr(0, size));
 }
 
 int template_info::read_settings(std::ifstream& in, std::vector<template_info>& out,

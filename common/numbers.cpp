@@ -28,6 +28,10 @@ unsigned digit_of(char c) {
 template <class Integer>
 parsed_number<Integer> parse(std::string_view text, number_base base) {
     using limits = std::numeric_limits<Integer>;
+    if (text.size() == 1 && text[0] >= '0' && text[0] <= '9') {
+        // Most numbers in files are one digit.
+        return {static_cast<Integer>(text[0] - '0'), true};
+    }
     const unsigned radix = base == number_base::hexadecimal ? 16 : 10;
     std::size_t at = 0;
     while (at < text.size() && is_space(text[at])) {

@@ -390,6 +390,19 @@ TEST(read_settings, agrees_with_stream_extraction_wherever_a_record_lies_in_the_
     }
 }
 
+TEST(read_settings, last_record_ends_with_the_file_whatever_was_read_before) {
+    // What a window held before the file's last bytes stands behind them: no part of an item.
+    std::string bytes;
+    while (bytes.size() < 3 * 65'536) {
+        bytes += item("id", "A") + item("cfgname", "B") + "\xA7";
+    }
+    for (const char* last : {"i", "id", "id:", "id:C", "cfgname", "cfgname:", "cfgname:D", "min"}) {
+        for (std::size_t shift = 0; shift < 9; ++shift) {
+            expect_same_as_streams(bytes + std::string(shift, 'x') + ":\x95" + last);
+        }
+    }
+}
+
 class byte_source {
   public:
     explicit byte_source(unsigned seed) : random_(seed) {}
