@@ -46,12 +46,13 @@ bool is_plain_checker(const batch_file_intf* processor) {
     return processor != nullptr && typeid(*processor) == typeid(batch_file_checker);
 }
 
-// Reads a line as nearly all are. False, and nothing is stored, when this is another.
-bool read_plain_line(std::string_view line, wanted_fields wanted, batch_file_entry& entry) {
+// Reads the next line as nearly all are. False, and nothing is read, when it is another.
+bool read_plain_line(line_source& lines, wanted_fields wanted, batch_file_entry& entry) {
     plain_line parts;
-    if (!parts.split(line) || parts.operation == "command"sv) {
+    if (!parts.split(lines.at_hand()) || parts.operation == "command"sv) {
         return false;
     }
+    lines.take(parts.size);
     store_short_text(entry.status, parts.status);
     store_short_text(entry.detail, parts.detail);
     store_short_text(entry.operation, parts.operation);
@@ -104,13 +105,20 @@ int batch_file_reader::read_file(std::istream& in, registrar* reg) {
     line_source lines(in);
     const auto* const loader = dynamic_cast<batch_file_loader*>(processor);
     const bool only_checks = is_plain_checker(processor);
-    for (std::string_view line; lines.next(line);) {
-        if (holds_no_command(line)) {
-            continue;
-        }
+    for (;;) {
         const bool logs = log_enabled(log_level::trace_4);
         const auto wanted = only_checks && !logs ? wanted_fields::checked : wanted_fields::all;
-        const bool accepted = read_plain_line(line, wanted, entry) || read_any_line(line, entry);
+        bool accepted = read_plain_line(lines, wanted, entry);
+        if (!accepted) {
+            std::string_view line;
+            if (!lines.next(line)) {
+                break;
+            }
+            if (holds_no_command(line)) {
+                continue;
+            }
+            accepted = read_any_line(line, entry);
+        }
         if (logs) {
             log_entry(entry);
         }

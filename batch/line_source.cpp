@@ -9,7 +9,9 @@
 namespace dp {
 
 line_source::line_source(std::istream& in)
-    : in_(in), window_(std::make_unique<char[]>(first_size + plain_line::padding)) {}
+    : in_(in), window_(std::make_unique<char[]>(first_size + plain_line::padding)) {
+    window_[end_] = '\n';
+}
 
 bool line_source::next(std::string_view& line) {
     std::size_t looked_at = 0;
@@ -19,8 +21,7 @@ bool line_source::next(std::string_view& line) {
         const void* const end = std::memchr(first + looked_at, '\n', size - looked_at);
         if (end != nullptr) {
             line = {first, static_cast<std::size_t>(static_cast<const char*>(end) - first)};
-            begin_ += line.size() + 1;
-            bytes_given_ += line.size() + 1;
+            take(line.size() + 1);
             return true;
         }
         looked_at = size;
@@ -31,9 +32,7 @@ bool line_source::next(std::string_view& line) {
             return false;
         }
         line = {window_.get() + begin_, size};
-        window_[end_] = '\n';
-        begin_ = end_;
-        bytes_given_ += size;
+        take(size);
         return true;
     }
 }
@@ -73,6 +72,7 @@ bool line_source::refill() {
         taken = 1;
     }
     end_ += static_cast<std::size_t>(taken);
+    window_[end_] = '\n';
     return true;
 }
 

@@ -22,9 +22,21 @@ class line_source {
     /// `in` stays the caller's and outlives the source.
     explicit line_source(std::istream& in);
 
-    /// The next line without its line end, good until the next call; fit for a `plain_line` and for
-    /// a `batch_line`. False when there is none.
+    /// The next line without its line end, good until the next call; fit for a `batch_line`. False
+    /// when there is none.
     bool next(std::string_view& line);
+
+    /// What is at hand of the lines to come, the last of which may lack its end, good until the
+    /// next call; fit for a `plain_line`.
+    [[nodiscard]] std::string_view at_hand() const {
+        return {window_.get() + begin_, end_ - begin_};
+    }
+
+    /// Goes on behind the first `size` bytes of what is at hand, which are whole lines.
+    void take(std::size_t size) {
+        begin_ += size;
+        bytes_given_ += size;
+    }
 
     /// How much of the stream the lines so far took, and about how much is still to come.
     [[nodiscard]] std::size_t bytes_given() const { return bytes_given_; }
@@ -37,7 +49,7 @@ class line_source {
 
     std::istream& in_;
     std::unique_ptr<char[]> window_;
-    std::size_t size_ = first_size;  // of the window; one more byte is there for a line feed
+    std::size_t size_ = first_size;  // of the window; behind what it holds stands a line feed
     std::size_t begin_ = 0;          // of what was not given yet
     std::size_t end_ = 0;
     std::size_t bytes_given_ = 0;

@@ -11,12 +11,14 @@ namespace dp {
 /// The parts of a plain line, the form in which nearly all lines come.
 ///
 /// A line is plain when it consists of
-/// - five words, each with one blank behind it; they may hold any byte but control characters;
+/// - five words, each with one blank behind it; they may hold any byte but control characters, and
+///   the first does not begin with "#";
 /// - two values in quotes, which may hold any byte but backslashes, with one blank between them;
-/// - nothing more, or one more blank.
+/// - nothing more, or one more blank;
+/// - a line feed.
 /// A `batch_line` takes the same parts off such a line, only slower: it is ready for any line.
 ///
-/// The line is scanned several bytes at a time. So a line feed stands directly behind it, and
+/// The text is scanned several bytes at a time. So a line feed stands directly behind it, and
 /// `padding` bytes from there on can be read; what the others hold does not matter.
 struct plain_line {
     static constexpr std::size_t padding = sizeof(std::size_t);
@@ -28,9 +30,11 @@ struct plain_line {
     std::string_view name;
     std::string_view value_in;
     std::string_view value_out;
+    std::size_t size;  ///< of the line, its line feed included
 
-    /// Splits `line`. False when it is not plain; the parts are then of no use.
-    bool split(std::string_view line);
+    /// Splits the line that `text` begins with. False when it is not plain or does not end in the
+    /// text; the parts are then of no use.
+    bool split(std::string_view text);
 };
 
 /// How `plain_line` scans.
@@ -75,24 +79,24 @@ inline const char* find_blank_or_control(const char* at) {
     }
 }
 
-// The first quote or backslash from `at` on; when none stands before `last`, any place from `last`
-// on.
-inline const char* find_quote_or_backslash(const char* at, const char* last) {
+// The first quote, backslash or line feed from `at` on; there must be one.
+inline const char* find_end_of_run(const char* at) {
     if constexpr (first_byte_is_lowest) {
-        for (; at < last; at += sizeof(chunk)) {
+        for (;; at += sizeof(chunk)) {
             chunk bytes = 0;
             std::memcpy(&bytes, at, sizeof bytes);
-            const chunk found = below(bytes ^ filled('"'), 1) | below(bytes ^ filled('\\'), 1);
+            const chunk found = below(bytes ^ filled('"'), 1) | below(bytes ^ filled('\\'), 1) |
+                                below(bytes ^ filled('\n'), 1);
             if (found != 0) {
                 return at + first_of(found);
             }
         }
     } else {
-        while (at < last && *at != '"' && *at != '\\') {
+        while (*at != '"' && *at != '\\' && *at != '\n') {
             ++at;
         }
+        return at;
     }
-    return at;
 }
 
 inline bool take_word(const char*& at, std::string_view& word) {
@@ -105,34 +109,39 @@ inline bool take_word(const char*& at, std::string_view& word) {
     return true;
 }
 
-inline bool take_value(const char*& at, const char* last, std::string_view& value) {
+inline bool take_value(const char*& at, std::string_view& value) {
     if (*at != '"') {
         return false;
     }
     const char* const first = at + 1;
-    const char* const end = find_quote_or_backslash(first, last);
-    if (end >= last || *end != '"') {
+    const char* const end = find_end_of_run(first);
+    if (*end != '"') {
         return false;
     }
     value = {first, static_cast<std::size_t>(end - first)};
     at = end + 1;
-    if (at == last) {
-        return true;
-    }
-    return *at++ == ' ';
+    return true;
 }
 
 }  // namespace plain_line_scan
 
 // Here, so that the parts need not go through memory.
-inline bool plain_line::split(std::string_view line) {
+inline bool plain_line::split(std::string_view text) {
     using plain_line_scan::take_value;
     using plain_line_scan::take_word;
-    const char* at = line.data();
-    const char* const last = at + line.size();
-    return take_word(at, status) && take_word(at, detail) && take_word(at, tid) &&
-           take_word(at, operation) && take_word(at, name) && take_value(at, last, value_in) &&
-           take_value(at, last, value_out) && at == last;
+    const char* at = text.data();
+    const char* const last = at + text.size();
+    const bool has_parts = *at != '#' && take_word(at, status) && take_word(at, detail) &&
+                           take_word(at, tid) && take_word(at, operation) && take_word(at, name) &&
+                           take_value(at, value_in) && *at++ == ' ' && take_value(at, value_out);
+    if (!has_parts) {
+        return false;
+    }
+    if (*at == ' ') {
+        ++at;
+    }
+    size = static_cast<std::size_t>(at - text.data()) + 1;
+    return *at == '\n' && at != last;
 }
 
 }  // namespace dp

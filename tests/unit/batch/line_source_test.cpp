@@ -18,14 +18,26 @@ using namespace std::string_literals;
 
 using lines = std::vector<std::string>;
 
+// Every second line that is at hand is taken as such.
 lines all_lines(std::istream& in) {
     lines found;
     dp::line_source source(in);
-    for (std::string_view line; source.next(line);) {
+    for (;;) {
+        const std::string_view at_hand = source.at_hand();
+        EXPECT_EQ(at_hand.data()[at_hand.size()], '\n') << "what stands behind what is at hand";
+        const std::size_t end = at_hand.find('\n');
+        if (end != std::string_view::npos && found.size() % 2 == 1) {
+            found.emplace_back(at_hand.substr(0, end));
+            source.take(end + 1);
+            continue;
+        }
+        std::string_view line;
+        if (!source.next(line)) {
+            return found;
+        }
         EXPECT_EQ(line.data()[line.size()], '\n') << "what stands behind a line";
         found.emplace_back(line);
     }
-    return found;
 }
 
 // What getline gives, but for the empty line behind a last line feed.

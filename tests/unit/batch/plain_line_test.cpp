@@ -16,15 +16,15 @@ namespace {
 using namespace std::string_literals;
 using texts = std::array<std::string, 7>;
 
-// A line as a file's reader gives it: a line feed behind it, and the bytes that may be read. They
-// are such as a scan that goes too far would take for the line's.
-class padded_line {
+// A text as a file's reader holds it: a line feed behind it, and the bytes that may be read. They
+// are such as a scan that goes too far would take for the text's.
+class padded_text {
   public:
-    explicit padded_line(const std::string& text)
+    explicit padded_text(const std::string& text)
         : bytes_(text + '\n' + R"("" \" "" "x")"), size_(text.size()) {
         bytes_.resize(size_ + dp::plain_line::padding);
     }
-    [[nodiscard]] std::string_view line() const {
+    [[nodiscard]] std::string_view text() const {
         return std::string_view(bytes_).substr(0, size_);
     }
 
@@ -33,12 +33,14 @@ class padded_line {
     std::size_t size_;
 };
 
-bool split(const std::string& text, texts& parts) {
-    const padded_line padded(text);
+// Splits a line with its line end.
+bool split(const std::string& line, texts& parts) {
+    const padded_text padded(line + '\n');
     dp::plain_line plain;
-    if (!plain.split(padded.line())) {
+    if (!plain.split(padded.text())) {
         return false;
     }
+    EXPECT_EQ(plain.size, line.size() + 1);
     parts = {std::string(plain.status),    std::string(plain.detail), std::string(plain.tid),
              std::string(plain.operation), std::string(plain.name),   std::string(plain.value_in),
              std::string(plain.value_out)};
@@ -52,8 +54,8 @@ bool is_plain(const std::string& text) {
 
 // What a batch_line takes off a line that has all parts; false when more than a word follows.
 bool take(const std::string& text, texts& parts) {
-    const padded_line padded(text);
-    dp::batch_line line(padded.line());
+    const std::string ended = text + '\n';
+    dp::batch_line line(std::string_view(ended).substr(0, text.size()));
     for (std::size_t i = 0; i < 5; ++i) {
         line.take_word(parts[i]);
     }
@@ -110,6 +112,24 @@ TEST(plain_line, has_all_its_parts) {
         EXPECT_FALSE(is_plain(line.substr(0, size))) << size;
     }
     EXPECT_TRUE(is_plain(line));
+}
+
+TEST(plain_line, ends_with_a_line_feed_in_the_text) {
+    const std::string line = R"(0 0 t set A.B "one" "two")";
+    dp::plain_line plain;
+    EXPECT_FALSE(plain.split(padded_text(line).text())) << "the line may go on";
+    EXPECT_FALSE(plain.split(padded_text(line + ' ').text()));
+    EXPECT_FALSE(plain.split(padded_text("").text()));
+    EXPECT_FALSE(plain.split(padded_text("\n" + line + '\n').text()));
+    const padded_text two(line + " \n" + line + '\n');
+    EXPECT_TRUE(plain.split(two.text()));
+    EXPECT_EQ(plain.size, line.size() + 2) << "the first line only";
+}
+
+TEST(plain_line, is_no_comment) {
+    EXPECT_FALSE(is_plain(R"(#0 0 t set A.B "1" "")"));
+    EXPECT_FALSE(is_plain(R"(# 0 t set A.B "1" "")"));
+    EXPECT_TRUE(is_plain(R"(0 # t set A.B "1" "")"));
 }
 
 TEST(plain_line, holds_no_backslash_in_its_values) {
