@@ -1,6 +1,9 @@
 #include "support/side_by_side.hpp"
 
+#include <malloc.h>
+
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -19,6 +22,20 @@ double processor_seconds() {
     timespec now{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+// The process keeps the memory that it once had, so that no contender waits for the system to clear
+// pages that another one gave back.
+void keep_memory() {
+    mallopt(M_MMAP_MAX, 0);
+    mallopt(M_TRIM_THRESHOLD, INT_MAX);
+}
+
+// Lets the allocator put together what earlier runs gave back: it would do so at the next great
+// allocation, and the contender that makes it would pay for the others.
+void settle_memory() {
+    void* volatile great = std::malloc(std::size_t{1} << 20U);
+    std::free(great);
 }
 
 struct spread {
@@ -81,6 +98,7 @@ double side_by_side::measure(const contender& c) {
     }
     for (unsigned i = 0; i < c.repeats; ++i) {
         c.prepare();
+        settle_memory();
         const double start = processor_seconds();
         c.run();
         seconds += processor_seconds() - start;
@@ -98,6 +116,7 @@ void side_by_side::calibrate() {
 }
 
 void side_by_side::run() {
+    keep_memory();
     calibrate();
     double spent = 0;
     for (int round = 0; round < most_rounds; ++round) {
