@@ -14,8 +14,6 @@ S = "${WORKDIR}/git"
 inherit cmake pkgconfig systemd
 
 EXTRA_OECMAKE = "-DDP_BUILD_RELOCATABLE=OFF"
-# The image pays for every byte more than the service for a cycle.
-FULL_OPTIMIZATION:class-target = "-Os -pipe ${DEBUG_FLAGS}"
 
 # A board with a platform library of its own sets both, in a .bbappend; README.md tells more.
 DP_PLATFORM_LIBRARY ?= ""
