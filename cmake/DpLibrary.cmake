@@ -40,6 +40,10 @@ endfunction()
 
 function(dp_define_library)
   add_library(dp_common_objects OBJECT)
+  # The ABI records are made from it.
+  if(DP_BUILD_TESTS)
+    target_compile_options(dp_common_objects PRIVATE $<$<CONFIG:RelWithDebInfo>:-g>)
+  endif()
   # Behind the flags that a packager gives, so that what is measured is what is shipped.
   if(DP_OPTIMIZE_SIZE)
     target_compile_options(dp_common_objects PRIVATE $<$<NOT:$<CONFIG:Debug>>:-Os>)
