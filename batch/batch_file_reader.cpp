@@ -16,9 +16,9 @@
 #include "batch/line_source.hpp"
 #include "batch/name_parts.hpp"
 #include "batch/plain_line.hpp"
+#include "batch/stored_text.hpp"
 #include "common/likely_room.hpp"
 #include "common/log.hpp"
-#include "common/stored_text.hpp"
 #include "platform/sysipc/efi_decompressor.hpp"
 
 namespace dp {

@@ -1,6 +1,6 @@
 #include "batch/batch_line.hpp"
 
-#include "common/stored_text.hpp"
+#include "batch/stored_text.hpp"
 
 namespace dp {
 namespace {

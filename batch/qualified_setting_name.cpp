@@ -1,7 +1,7 @@
 #include "batch/qualified_setting_name.hpp"
 
 #include "batch/name_parts.hpp"
-#include "common/stored_text.hpp"
+#include "batch/stored_text.hpp"
 
 namespace dp {
 

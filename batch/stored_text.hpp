@@ -1,5 +1,5 @@
-#ifndef DP_COMMON_STORED_TEXT_HPP
-#define DP_COMMON_STORED_TEXT_HPP
+#ifndef DP_BATCH_STORED_TEXT_HPP
+#define DP_BATCH_STORED_TEXT_HPP
 
 #include <string>
 #include <string_view>
