@@ -18,75 +18,89 @@ namespace {
 
 const std::string value = "Enabled";
 
-std::size_t use_cache(std::uint32_t count) {
-    dp::setting_cache cache;
-    std::size_t length = 0;
-    for (std::uint32_t i = 0; i < count; ++i) {
-        auto* entry = cache.find_entry(i, true);
+// Each contender's operations are calls, as they are across the border of a library.
+
+struct map_cache {
+    using entries = std::map<std::uint32_t, std::pair<bool, std::string>>;
+    entries values;
+
+    [[gnu::noinline]] void set(std::uint32_t instance) { values[instance] = {true, value}; }
+    [[gnu::noinline]] const std::string& find(std::uint32_t instance) {
+        return values.find(instance)->second.second;
+    }
+    [[gnu::noinline]] void remove(std::uint32_t instance) { values.erase(instance); }
+    [[nodiscard]] std::size_t size() const { return values.size(); }
+};
+
+struct vector_cache {
+    struct entry {
+        std::uint32_t instance;
+        bool valid;
+        std::string value;
+    };
+    std::vector<entry> values;
+
+    auto at(std::uint32_t instance) {
+        return std::find_if(values.begin(), values.end(),
+                            [=](const entry& e) { return e.instance == instance; });
+    }
+    [[gnu::noinline]] void set(std::uint32_t instance) {
+        if (const auto found = at(instance); found != values.end()) {
+            found->value = value;
+            found->valid = true;
+        } else {
+            values.push_back({instance, true, value});
+        }
+    }
+    [[gnu::noinline]] const std::string& find(std::uint32_t instance) {
+        return at(instance)->value;
+    }
+    [[gnu::noinline]] void remove(std::uint32_t instance) { values.erase(at(instance)); }
+    [[nodiscard]] std::size_t size() const { return values.size(); }
+};
+
+struct our_cache {
+    dp::setting_cache values;
+
+    void set(std::uint32_t instance) {
+        dp::setting_cache::entry* const entry = values.find_entry(instance, true);
         entry->value = value;
         entry->valid = true;
     }
+    const std::string& find(std::uint32_t instance) {
+        return values.find_entry(instance, false)->value;
+    }
+    void remove(std::uint32_t instance) { values.remove_instance(instance); }
+    [[nodiscard]] std::size_t size() const { return values.size(); }
+};
+
+template <class Cache>
+std::size_t use(std::uint32_t count) {
+    Cache cache;
+    std::size_t length = 0;
     for (std::uint32_t i = 0; i < count; ++i) {
-        length += cache.find_entry(i, false)->value.size();
+        cache.set(i);
     }
     for (std::uint32_t i = 0; i < count; ++i) {
-        cache.remove_instance(i);
+        length += cache.find(i).size();
+    }
+    for (std::uint32_t i = 0; i < count; ++i) {
+        cache.remove(i);
     }
     return length + cache.size();
 }
 
-std::size_t use_map(std::uint32_t count) {
-    std::map<std::uint32_t, std::pair<bool, std::string>> values;
-    std::size_t length = 0;
-    for (std::uint32_t i = 0; i < count; ++i) {
-        values[i] = {true, value};
-    }
-    for (std::uint32_t i = 0; i < count; ++i) {
-        length += values.find(i)->second.second.size();
-    }
-    for (std::uint32_t i = 0; i < count; ++i) {
-        values.erase(i);
-    }
-    return length + values.size();
-}
-
-struct plain_entry {
-    std::uint32_t instance;
-    bool valid;
-    std::string value;
-};
-
-std::size_t use_vector(std::uint32_t count) {
-    std::vector<plain_entry> values;
-    std::size_t length = 0;
-    const auto find = [&](std::uint32_t instance) {
-        return std::find_if(values.begin(), values.end(),
-                            [=](const plain_entry& e) { return e.instance == instance; });
-    };
-    for (std::uint32_t i = 0; i < count; ++i) {
-        if (find(i) == values.end()) {
-            values.push_back({i, true, value});
-        }
-    }
-    for (std::uint32_t i = 0; i < count; ++i) {
-        length += find(i)->value.size();
-    }
-    for (std::uint32_t i = 0; i < count; ++i) {
-        values.erase(find(i));
-    }
-    return length + values.size();
-}
-
 void compare(std::uint32_t count) {
-    bench::require(use_cache(count) == use_map(count), "setting_cache and std::map");
+    bench::require(use<our_cache>(count) == use<map_cache>(count), "setting_cache and std::map");
     bench::side_by_side contest("set, find and remove " + std::to_string(count) + " instances",
                                 "instance", count);
-    contest.add("std::map", [=] { bench::keep(use_map(count)); });
+    contest.add("std::map", [=] { bench::keep(use<map_cache>(count)); });
     if (count <= 16) {
-        bench::require(use_cache(count) == use_vector(count), "setting_cache and std::vector");
-        contest.add("std::vector", [=] { bench::keep(use_vector(count)); });
+        bench::require(use<our_cache>(count) == use<vector_cache>(count),
+                       "setting_cache and std::vector");
+        contest.add("std::vector", [=] { bench::keep(use<vector_cache>(count)); });
     }
-    contest.add("setting_cache", [=] { bench::keep(use_cache(count)); });
+    contest.add("setting_cache", [=] { bench::keep(use<our_cache>(count)); });
     contest.run();
 }
 
@@ -102,9 +116,9 @@ void print_memory(std::uint32_t count) {
         cache.find_entry(i, true)->value = value;
     }
     const std::size_t ours = heap_in_use() - before;
-    std::map<std::uint32_t, std::pair<bool, std::string>> values;
+    map_cache values;
     for (std::uint32_t i = 0; i < count; ++i) {
-        values[i] = {true, value};
+        values.set(i);
     }
     const std::size_t theirs = heap_in_use() - before - ours;
     std::printf("memory for each of %u instances: setting_cache %.1f bytes, std::map %.1f bytes\n",
