@@ -6,7 +6,6 @@
 #include <bit>
 #include <ostream>
 #include <utility>
-#include <vector>
 
 #include "settings/instance_number.hpp"
 
@@ -15,7 +14,7 @@ namespace dp {
 namespace {
 
 // Up to here a search from the front is faster than an index, and takes no memory for one.
-constexpr std::uint32_t few_limit = 8;
+constexpr std::size_t few_limit = 8;
 
 constexpr std::uint32_t no_position = 0xFFFFFFFF;
 
@@ -42,11 +41,13 @@ std::uint32_t process_seed() {
 
 }  // namespace
 
-// Many entries in creation order. Removing one leaves a gap; when half of the entries are gaps they
-// are closed all at once, so that removing costs constant time on average. `slots` is an open hash
-// table of the positions in `entries` that are no gaps, at most half full.
-struct setting_cache::many {
-    std::vector<entry> entries;
+// Finds the entries of many: an open hash table of the positions of those that are no gaps, at most
+// half full. Removing an entry leaves a gap; when half of the entries are gaps they are closed all
+// at once, so that removing costs constant time on average.
+struct setting_cache::index {
+    explicit index(std::vector<entry>& all) : entries(all) { rebuild(); }
+
+    std::vector<entry>& entries;
     std::vector<std::uint32_t> slots;
     std::uint32_t gaps = 0;
     // Instance numbers come from files: who writes one must not know which of them share a slot.
@@ -84,7 +85,7 @@ struct setting_cache::many {
         slots[slot] = no_position;
     }
 
-    void rebuild_slots() {
+    void rebuild() {
         slots.assign(std::bit_ceil(entries.size() * 2 + 2), no_position);
         for (std::uint32_t position = 0; position < entries.size(); ++position) {
             if (!entries[position].removed_) {
@@ -93,19 +94,19 @@ struct setting_cache::many {
         }
     }
 
-    entry* find(std::uint32_t instance) {
+    [[nodiscard]] entry* find(std::uint32_t instance) const {
         const std::uint32_t position = slots[find_slot(instance)];
         return position == no_position ? nullptr : &entries[position];
     }
 
-    entry* add(std::uint32_t instance) {
-        entries.emplace_back().instance = instance;
+    // Lists the entry that was added last.
+    void add_last() {
         if (entries.size() * 2 > slots.size()) {
-            rebuild_slots();
+            rebuild();
         } else {
-            slots[find_slot(instance)] = static_cast<std::uint32_t>(entries.size() - 1);
+            slots[find_slot(entries.back().instance)] =
+                static_cast<std::uint32_t>(entries.size() - 1);
         }
-        return &entries.back();
     }
 
     void remove(std::uint32_t instance) {
@@ -120,7 +121,7 @@ struct setting_cache::many {
         if (++gaps > entries.size() / 2) {
             std::erase_if(entries, [](const entry& x) { return x.removed_; });
             gaps = 0;
-            rebuild_slots();
+            rebuild();
         }
     }
 };
@@ -128,64 +129,36 @@ struct setting_cache::many {
 setting_cache::setting_cache() = default;
 setting_cache::~setting_cache() = default;
 
+setting_cache::entry* setting_cache::find_one_by_one(std::uint32_t instance) {
+    const auto found = std::find_if(entries_.begin(), entries_.end(),
+                                    [instance](const entry& e) { return e.instance == instance; });
+    return found == entries_.end() ? nullptr : &*found;
+}
+
 setting_cache::entry* setting_cache::find_entry(std::uint32_t instance, bool create) {
-    if (many_) {
-        entry* const found = many_->find(instance);
-        return found == nullptr && create ? many_->add(instance) : found;
+    entry* const found = index_ ? index_->find(instance) : find_one_by_one(instance);
+    if (found != nullptr || !create) {
+        return found;
     }
-    for (std::uint32_t i = 0; i < few_count_; ++i) {
-        if (few_[i].instance == instance) {
-            return &few_[i];
-        }
+    entries_.emplace_back().instance = instance;
+    if (index_) {
+        index_->add_last();
+    } else if (entries_.size() > few_limit) {
+        index_ = std::make_unique<index>(entries_);
     }
-    if (!create) {
-        return nullptr;
-    }
-    if (few_count_ == few_limit) {
-        many_ = std::make_unique<many>();
-        many_->entries.reserve(std::size_t{few_limit} * 2);
-        std::move(few_.get(), few_.get() + few_count_, std::back_inserter(many_->entries));
-        many_->rebuild_slots();
-        few_.reset();
-        few_count_ = 0;
-        return many_->add(instance);
-    }
-    // The room for few entries doubles: it is full when their number is a power of two, or 0.
-    if (few_count_ == 0 || std::has_single_bit(few_count_)) {
-        auto wider = std::make_unique<entry[]>(std::max(1U, few_count_ * 2));
-        std::move(few_.get(), few_.get() + few_count_, wider.get());
-        few_ = std::move(wider);
-    }
-    entry& e = few_[few_count_++];
-    e.instance = instance;
-    return &e;
+    return &entries_.back();
 }
 
 void setting_cache::remove_instance(std::uint32_t instance) {
-    if (many_) {
-        many_->remove(instance);
-        return;
-    }
-    entry* const end = few_.get() + few_count_;
-    entry* const found = std::find_if(
-        few_.get(), end, [instance](const entry& e) { return e.instance == instance; });
-    if (found != end) {
-        std::move(found + 1, end, found);
-        *(end - 1) = entry{};
-        --few_count_;
+    if (index_) {
+        index_->remove(instance);
+    } else if (const entry* const found = find_one_by_one(instance); found != nullptr) {
+        entries_.erase(entries_.begin() + (found - entries_.data()));
     }
 }
 
 std::size_t setting_cache::size() const {
-    return many_ ? many_->entries.size() - many_->gaps : few_count_;
-}
-
-setting_cache::span setting_cache::range() const {
-    if (many_) {
-        const entry* first = many_->entries.data();
-        return {first, first + many_->entries.size()};
-    }
-    return {few_.get(), few_.get() + few_count_};
+    return entries_.size() - (index_ ? index_->gaps : 0);
 }
 
 std::ostream& operator<<(std::ostream& os, const setting_cache::entry& e) {

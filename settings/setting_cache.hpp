@@ -6,6 +6,7 @@
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "common/export.hpp"
 
@@ -44,26 +45,21 @@ class DP_API setting_cache {
     /// Calls `visit` with every entry, in creation order. `visit` must not add or remove entries.
     template <class Visitor>
     void for_each(Visitor visit) const {
-        const auto [first, last] = range();
-        for (const entry* e = first; e != last; ++e) {
-            if (!e->removed_) {
-                visit(*e);
+        for (const entry& e : entries_) {
+            if (!e.removed_) {
+                visit(e);
             }
         }
     }
 
   private:
-    struct many;
-    struct span {
-        const entry* first;
-        const entry* last;
-    };
-    [[nodiscard]] span range() const;
+    struct index;
 
-    // At most `few_limit` entries live in `few_`; from then on `many_` holds them all.
-    std::unique_ptr<entry[]> few_;
-    std::unique_ptr<many> many_;
-    std::uint32_t few_count_ = 0;
+    [[nodiscard]] DP_LOCAL entry* find_one_by_one(std::uint32_t instance);
+
+    // In creation order. As long as there are few, `index_` is null and no entry is a gap.
+    std::vector<entry> entries_;
+    std::unique_ptr<index> index_;
 };
 
 /// Nothing when the entry is not valid. Otherwise the value, `""` when it is empty; before it,
