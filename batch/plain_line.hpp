@@ -1,10 +1,10 @@
 #ifndef DP_BATCH_PLAIN_LINE_HPP
 #define DP_BATCH_PLAIN_LINE_HPP
 
-#include <bit>
 #include <cstddef>
-#include <cstring>
 #include <string_view>
+
+#include "common/byte_scan.hpp"
 
 namespace dp {
 
@@ -21,7 +21,7 @@ namespace dp {
 /// The text is scanned several bytes at a time. So a line feed stands directly behind it, and
 /// `padding` bytes from there on can be read; what the others hold does not matter.
 struct plain_line {
-    static constexpr std::size_t padding = sizeof(std::size_t);
+    static constexpr std::size_t padding = sizeof(byte_scan::chunk);
 
     std::string_view status;
     std::string_view detail;
@@ -40,35 +40,12 @@ struct plain_line {
 /// How `plain_line` scans.
 namespace plain_line_scan {
 
-// As many bytes as the machine takes at a time.
-using chunk = std::size_t;
-
-// A chunk that holds `byte` in every place.
-constexpr chunk filled(unsigned char byte) {
-    return ~chunk{0} / 0xFFU * byte;
-}
-
-// Sets the highest bit of every byte below `bound`, which is at most 0x80. It may set it in further
-// bytes behind the first of them, into which the subtraction borrowed.
-constexpr chunk below(chunk bytes, unsigned char bound) {
-    return (bytes - filled(bound)) & ~bytes & filled(0x80);
-}
-
-// The first of the bytes whose highest bits are set.
-inline int first_of(chunk high_bits) {
-    return std::countr_zero(high_bits) / 8;
-}
-
-constexpr bool first_byte_is_lowest = std::endian::native == std::endian::little;
-
 // The first blank or control character from `at` on; there must be one.
 inline const char* find_blank_or_control(const char* at) {
-    if constexpr (first_byte_is_lowest) {
-        for (;; at += sizeof(chunk)) {
-            chunk bytes = 0;
-            std::memcpy(&bytes, at, sizeof bytes);
-            if (const chunk found = below(bytes, ' ' + 1); found != 0) {
-                return at + first_of(found);
+    if constexpr (byte_scan::works_here) {
+        for (;; at += sizeof(byte_scan::chunk)) {
+            if (const auto found = byte_scan::below(byte_scan::load(at), ' ' + 1); found != 0) {
+                return at + byte_scan::first_of(found);
             }
         }
     } else {
@@ -81,14 +58,14 @@ inline const char* find_blank_or_control(const char* at) {
 
 // The first quote, backslash or line feed from `at` on; there must be one.
 inline const char* find_end_of_run(const char* at) {
-    if constexpr (first_byte_is_lowest) {
-        for (;; at += sizeof(chunk)) {
-            chunk bytes = 0;
-            std::memcpy(&bytes, at, sizeof bytes);
-            const chunk found = below(bytes ^ filled('"'), 1) | below(bytes ^ filled('\\'), 1) |
-                                below(bytes ^ filled('\n'), 1);
+    if constexpr (byte_scan::works_here) {
+        for (;; at += sizeof(byte_scan::chunk)) {
+            const byte_scan::chunk bytes = byte_scan::load(at);
+            const byte_scan::chunk found = byte_scan::equal(bytes, '"') |
+                                           byte_scan::equal(bytes, '\\') |
+                                           byte_scan::equal(bytes, '\n');
             if (found != 0) {
-                return at + first_of(found);
+                return at + byte_scan::first_of(found);
             }
         }
     } else {

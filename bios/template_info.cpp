@@ -11,6 +11,7 @@
 #include <ostream>
 #include <string_view>
 
+#include "common/byte_scan.hpp"
 #include "common/likely_room.hpp"
 #include "common/numbers.hpp"
 
@@ -151,21 +152,37 @@ class kind_finder {
 /// that may hold anything.
 constexpr std::size_t record_padding = sizeof(item_key::word);
 
+/// The first item end from `at` on, or `last`.
+const char* find_item_end(const char* at, const char* last) {
+    if constexpr (dp::byte_scan::works_here) {
+        // Most values are shorter than a chunk.
+        const auto found = dp::byte_scan::equal(dp::byte_scan::load(at), template_info::item_end);
+        if (found != 0) {
+            return std::min(at + dp::byte_scan::first_of(found), last);
+        }
+    }
+    const void* const end =
+        std::memchr(at, template_info::item_end, static_cast<std::size_t>(last - at));
+    return end == nullptr ? last : static_cast<const char*>(end);
+}
+
 void parse_record(template_info& info, std::string_view record) {
+    const char* const last = record.data() + record.size();
     kind_finder kinds;
-    for (std::size_t position = 0; position < record.size();) {
-        const item_kind* const kind = kinds.find(item_key::first_bytes(record.data() + position));
-        const std::size_t value =
-            kind != nullptr ? position + kind->key.size() : record.find(':', position) + 1;
-        if (value >= record.size() || value == 0) {
+    for (const char* item = record.data(); item < last;) {
+        const item_kind* const kind = kinds.find(item_key::first_bytes(item));
+        const void* const colon =
+            kind != nullptr ? item + kind->key.size() - 1
+                            : std::memchr(item, ':', static_cast<std::size_t>(last - item));
+        if (colon == nullptr || static_cast<const char*>(colon) + 1 == last) {
             return;
         }
-        const std::size_t end =
-            std::min(record.find(template_info::item_end, value), record.size());
+        const char* const value = static_cast<const char*>(colon) + 1;
+        const char* const end = find_item_end(value, last);
         if (kind != nullptr) {
-            kind->store(info, record.substr(value, end - value));
+            kind->store(info, {value, static_cast<std::size_t>(end - value)});
         }
-        position = end + 1;
+        item = end + 1;
     }
 }
 
