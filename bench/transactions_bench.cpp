@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -65,6 +66,22 @@ class small_host {
     std::unique_ptr<dp::setting> setting_;
 };
 
+// What a client's transaction keeps whatever it does with it: its commands by name, in a tree.
+void keep_by_name(std::uint32_t commands, dp::setting& target) {
+    std::map<std::string, dp::transaction_command> requests;
+    dp::setting::cache::entry entry;
+    entry.value = "value";
+    for (entry.instance = 0; entry.instance < commands; ++entry.instance) {
+        requests.insert_or_assign("Boot.Attribute." + std::to_string(entry.instance),
+                                  dp::transaction_command(dp::op_set, &target, entry));
+    }
+    std::uint32_t open = 0;
+    for (const auto& [name, command] : requests) {
+        open += command.complete ? 0 : 1;
+    }
+    bench::require(open == commands, "commands were lost");
+}
+
 }  // namespace
 
 int main() {
@@ -87,5 +104,19 @@ int main() {
         });
     }
     contest.run();
+
+    test::configuration config("Boot");
+    test::element element;
+    dp::setting target(&config, "Attribute", nullptr, &element);
+    bench::side_by_side keeping("only keeping as many commands in a std::map", "command",
+                                most_commands);
+    for (const std::uint32_t length : {100U, 100'000U}) {
+        keeping.add(std::to_string(length) + " commands", [&target, length] {
+            for (std::uint32_t done = 0; done < most_commands; done += length) {
+                keep_by_name(length, target);
+            }
+        });
+    }
+    keeping.run();
     return 0;
 }
