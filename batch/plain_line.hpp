@@ -30,7 +30,7 @@ struct plain_line {
     std::string_view name;
     std::string_view value_in;
     std::string_view value_out;
-    std::size_t size;  ///< of the line, its line feed included
+    std::size_t size = 0;  ///< of the line, its line feed included
 
     /// Splits the line that `text` begins with. False when it is not plain or does not end in the
     /// text; the parts are then of no use.
