@@ -65,7 +65,7 @@ void batch_exchange::run_and_answer() {
     const std::string running = service_files::running_batch.str();
     const std::string result = dp::fixed_paths::batch_result.str();
     staged_file answer(result, staged_file::passing);
-    const std::string problem = run_batch(running, registrar_, history_, answer);
+    const std::string problem = run_batch(running, registrar_, answer);
     if (!problem.empty()) {
         log_error("cannot run a batch: ", problem);
     } else if (!answer.replace()) {

@@ -1,8 +1,6 @@
 #ifndef DP_HOST_BATCH_EXCHANGE_HPP
 #define DP_HOST_BATCH_EXCHANGE_HPP
 
-#include "change_history.hpp"
-#include "contract/server_paths.hpp"
 #include "host_registrar.hpp"
 
 namespace dp_host {
@@ -31,7 +29,6 @@ class batch_exchange {
     void run_and_answer();
 
     host_registrar& registrar_;
-    change_history history_{server_paths::change_history.str()};
 };
 
 }  // namespace dp_host

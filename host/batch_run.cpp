@@ -75,8 +75,7 @@ void refuse_all(std::istream& text, std::ostream& answer) {
     }
 }
 
-void run_text(std::istream& text, host_registrar& registrar, const change_history& history,
-              staged_file& answer) {
+void run_text(std::istream& text, host_registrar& registrar, staged_file& answer) {
     dp::batch_file_converter converter;
     batch_feed feed(text, [&converter] { return converter.commands.size(); });
     std::istream lines(&feed);
@@ -88,7 +87,6 @@ void run_text(std::istream& text, host_registrar& registrar, const change_histor
     progress.start(&transaction);
     transaction.queue(registrar);
     registrar.run_queued();
-    history.append(transaction);
     write_answers(converter.commands, feed, answer.out());
     if (answer.complete()) {
         progress.log_outfile(transaction.name, answer.path());
@@ -102,8 +100,7 @@ void run_text(std::istream& text, host_registrar& registrar, const change_histor
 
 }  // namespace
 
-std::string run_batch(const std::string& path, host_registrar& registrar,
-                      const change_history& history, staged_file& answer) {
+std::string run_batch(const std::string& path, host_registrar& registrar, staged_file& answer) {
     const own_file file = open_own_file(path);
     if (!file.problem.empty()) {
         return file.problem;
@@ -122,7 +119,7 @@ std::string run_batch(const std::string& path, host_registrar& registrar,
         answer.complete();
         return {};
     }
-    run_text(source, registrar, history, answer);
+    run_text(source, registrar, answer);
     return {};
 }
 

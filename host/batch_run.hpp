@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <string>
 
-#include "change_history.hpp"
 #include "host_registrar.hpp"
 #include "staged_file.hpp"
 
@@ -19,14 +18,12 @@ inline constexpr std::uint64_t largest_batch = std::uint64_t{256} * 1024 * 1024;
 /// double quote are written escaped, because a reader would drop a result line that holds them as
 /// they are, and with it the command's outcome.
 ///
-/// The process status file tells of it from its start to its end, and what it changed goes into
-/// `history`. The answer is complete when the
+/// The process status file tells of it from its start to its end. The answer is complete when the
 /// status tells of its file and of the transaction's end; it is left to the caller to put it in
 /// place, or to see why it is not complete.
 ///
 /// Returns why the batch file could not be read; empty when it was.
-std::string run_batch(const std::string& path, host_registrar& registrar,
-                      const change_history& history, staged_file& answer);
+std::string run_batch(const std::string& path, host_registrar& registrar, staged_file& answer);
 
 }  // namespace dp_host
 

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -77,14 +78,40 @@ bool write_all(int fd, const std::string& text) {
 change_history::change_history(std::string path, std::size_t limit)
     : path_(std::move(path)), limit_(limit), kept_(limit / 4 * 3) {}
 
-void change_history::append(const dp::setting_transaction& trans) const {
-    const std::string lines = lines_of(trans);
+void change_history::append(const std::string& lines) const {
     if (lines.empty()) {
         return;
     }
     if (const std::string problem = append_lines(lines); !problem.empty()) {
         log_error("changes are missing from the history: ", problem);
     }
+}
+
+void change_history::complete(const std::string& lines) const {
+    append(missing_of(lines));
+}
+
+std::string change_history::missing_of(const std::string& lines) const {
+    const own_file file = open_own_file(path_);
+    if (lines.empty() || !file.problem.empty()) {
+        return lines;
+    }
+    const auto found = static_cast<std::size_t>(file.size);
+    const std::size_t size = whole_lines_of(file.descriptor.get(), found, limit_);
+    const std::string present = end_of(file.descriptor.get(), size, lines.size());
+    // If they were too many, the file was made anew of the newest.
+    if (present.ends_with(lines) || present == newest_lines(lines, kept_)) {
+        return {};
+    }
+    // An interrupted write leaves the first of them.
+    std::size_t begin = 0;
+    while (begin < present.size()) {
+        if (lines.starts_with(std::string_view(present).substr(begin))) {
+            return lines.substr(present.size() - begin);
+        }
+        begin = std::min(present.find('\n', begin), present.size() - 1) + 1;
+    }
+    return lines;
 }
 
 // However many commands there are, no more lines are made than the file can take.

@@ -23,12 +23,20 @@ class change_history {
     /// `limit` is in bytes. Touches no file yet.
     explicit change_history(std::string path, std::size_t limit = usual_limit);
 
-    /// Appends what the commands of `trans`, which is over, changed; does nothing when that is
-    /// nothing.
-    void append(const dp::setting_transaction& trans) const;
+    /// The lines, of this moment, for what the commands of `trans`, which are carried out, changed;
+    /// empty when that is nothing. Of more than the file can take, the newest: at most the limit
+    /// and a line.
+    [[nodiscard]] std::string lines_of(const dp::setting_transaction& trans) const;
+
+    /// Appends `lines`, if there are any.
+    void append(const std::string& lines) const;
+
+    /// Appends what the file does not have yet of `lines`: a service that was appending them may
+    /// have been killed before, behind or amid it.
+    void complete(const std::string& lines) const;
 
   private:
-    [[nodiscard]] std::string lines_of(const dp::setting_transaction& trans) const;
+    [[nodiscard]] std::string missing_of(const std::string& lines) const;
     [[nodiscard]] std::string append_lines(const std::string& lines) const;
     [[nodiscard]] std::string replace_by(const std::string& lines) const;
 

@@ -9,6 +9,9 @@ namespace dp_host::service_files {
 /// Locked as long as a service runs.
 inline constexpr dp::fixed_path instance_lock{"/var/dp/dp_settingsd.lock"};
 
+/// The lines that the history gets as soon as the values they tell of are in place: `history_note`.
+inline constexpr dp::fixed_path history_note{"/var/dp/history.pending"};
+
 /// The batch that is being run, and the server request that is being carried out: their files are
 /// renamed to these, so that the next one can arrive meanwhile.
 inline constexpr dp::fixed_path running_batch{"/tmp/dp/batch.run"};

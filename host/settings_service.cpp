@@ -105,7 +105,8 @@ void refresh_build_id() {
 
 }  // namespace
 
-settings_service::settings_service() : plugin_([this] { return persist(); }) {
+settings_service::settings_service()
+    : plugin_([this](const auto& trans) { return persist(trans); }) {
     registrar_.add_plugin(&plugin_);
 }
 
@@ -121,6 +122,8 @@ std::string settings_service::start() {
             return problem;
         }
     }
+    history_.complete(note_.lines_in_force());
+    note_.remove();
     std::vector<template_info> infos;
     std::string problem = read_template_text(dp::fixed_paths::uefi_template.str(),
                                              dp::fixed_paths::uefi_info.str(), infos);
@@ -172,27 +175,43 @@ std::string settings_service::load_values() {
 }
 
 settings_service::write_outcome settings_service::write_store(const std::string& path,
-                                                              const value_store& store) {
+                                                              const value_store& store,
+                                                              const std::string& history_lines) {
     staged_file file(path, staged_file::lasting);
     write_values(store, file.out());
-    const bool done = file.complete() && file.replace_under_lock();
+    const bool is_staged = file.complete();
+    if (is_staged && !history_lines.empty()) {
+        note_.write(file.staged_path(), history_lines);
+    }
+    const bool done = is_staged && file.replace_under_lock();
     if (path == dp::fixed_paths::uefi_settings.str()) {
         file_differs_ = !done && file.is_in_place();
     }
     return done ? write_outcome{"", 0} : write_outcome{file.problem(), file.error()};
 }
 
-int settings_service::persist() {
-    const auto [problem, error] = write_store(dp::fixed_paths::uefi_settings.str(), *store_);
-    if (!problem.empty()) {
-        log_error("changes are not kept: ", problem);
+settings_service::write_outcome settings_service::write_pending(const std::string& history_lines) {
+    write_outcome outcome =
+        write_store(dp::fixed_paths::uefi_settings.str(), *store_, history_lines);
+    if (!outcome.problem.empty()) {
+        log_error("changes are not kept: ", outcome.problem);
     }
+    return outcome;
+}
+
+int settings_service::persist(const dp::setting_transaction& trans) {
+    const std::string lines = history_.lines_of(trans);
+    const auto [problem, error] = write_pending(lines);
+    if (problem.empty()) {
+        history_.append(lines);
+    }
+    note_.remove();
     return error;
 }
 
 void settings_service::settle() {
     if (file_differs_) {
-        persist();
+        write_pending({});
     }
 }
 

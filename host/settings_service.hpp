@@ -6,10 +6,15 @@
 #include <vector>
 
 #include "bios/template_info.hpp"
+#include "change_history.hpp"
+#include "common/fixed_paths.hpp"
+#include "contract/server_paths.hpp"
+#include "history_note.hpp"
 #include "host_registrar.hpp"
 #include "platform/dp/alerts.hpp"
 #include "platform/fm/alerts.hpp"
 #include "server_outcome.hpp"
+#include "service_files.hpp"
 #include "store_plugin.hpp"
 #include "template_model.hpp"
 #include "value_store.hpp"
@@ -17,8 +22,8 @@
 namespace dp_host {
 
 /// The service's state: the template's configurations and the values of their settings, in memory
-/// and on disk. Pending values (as last set) and current values (in force) are two files; a restart
-/// of the simulated server makes the one the other.
+/// and on disk, and the history of what clients changed. Pending values (as last set) and current
+/// values (in force) are two files; a restart of the simulated server makes the one the other.
 class settings_service {
   public:
     settings_service();
@@ -28,7 +33,8 @@ class settings_service {
 
     /// Reads the template and the values and writes what is missing: files of values from the
     /// template's defaults (pending ones from the current ones, if only those are there), and the
-    /// build id. Returns why the service can't begin; empty when it has begun.
+    /// build id. What a service that was killed left out of the history comes there first. Returns
+    /// why the service can't begin; empty when it has begun.
     std::string start();
 
     host_registrar& registrar() { return registrar_; }
@@ -56,8 +62,10 @@ class settings_service {
         int error;            // the problem's number (errno), or 0
     };
 
-    int persist();
-    write_outcome write_store(const std::string& path, const value_store& store);
+    int persist(const dp::setting_transaction& trans);
+    write_outcome write_pending(const std::string& history_lines);
+    write_outcome write_store(const std::string& path, const value_store& store,
+                              const std::string& history_lines = {});
     std::string load_values();
     server_outcome prepare_update(update_parts& parts);
     void tell_of(dp::command::alerts what, fm::command::alerts fm_what) const;
@@ -68,6 +76,10 @@ class settings_service {
     std::unique_ptr<template_model> model_;
     std::unique_ptr<value_store> store_;
     bool file_differs_ = false;
+    change_history history_{server_paths::change_history.str()};
+    // A line of the history is shorter than the history may be.
+    history_note note_{service_files::history_note.str(), dp::fixed_paths::uefi_settings.str(),
+                       2 * change_history::usual_limit};
 };
 
 }  // namespace dp_host

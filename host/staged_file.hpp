@@ -52,6 +52,9 @@ class staged_file {
     /// Its number (errno); 0 when nothing did.
     [[nodiscard]] int error() const { return error_; }
 
+    /// Where the content is until it is put in place.
+    [[nodiscard]] const std::string& staged_path() const { return beside_; }
+
     /// The file that gets the content.
     [[nodiscard]] const std::string& path() const { return path_; }
 

@@ -94,7 +94,7 @@ void store_plugin::process_transaction(dp::registrar& reg, dp::transaction* tran
     }
     const auto changed = store_->changed_places();
     if (!changed.empty()) {
-        make_last(answered);
+        make_last(*settings, answered);
     }
     trans->substep_complete(reg, this);
 
@@ -106,9 +106,10 @@ void store_plugin::process_transaction(dp::registrar& reg, dp::transaction* tran
     }
 }
 
-void store_plugin::make_last(const std::vector<dp::transaction_command*>& answered) {
+void store_plugin::make_last(const dp::setting_transaction& trans,
+                             const std::vector<dp::transaction_command*>& answered) {
     const std::size_t count = store_->changed_places().size();
-    if (const int error = persist_(); error != 0) {
+    if (const int error = persist_(trans); error != 0) {
         take_back(answered);
         alert(dp::command::alerts::persist_failed, in_a_byte(static_cast<std::size_t>(error)));
     } else {

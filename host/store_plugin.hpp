@@ -25,8 +25,9 @@ namespace dp_host {
 /// transaction's changes, once they last, and to the failure to make them last.
 class store_plugin final : public dp::plugin {
   public:
-    /// Makes the store's content last; 0, or an error number (errno) when it could not.
-    using persist_function = std::function<int()>;
+    /// Makes the store's content last. It gets the transaction that changed it, whose commands are
+    /// carried out and marked. 0, or an error number (errno) when it could not.
+    using persist_function = std::function<int(const dp::setting_transaction&)>;
 
     explicit store_plugin(persist_function persist);
 
@@ -44,7 +45,8 @@ class store_plugin final : public dp::plugin {
   private:
     [[nodiscard]] bool is_open(const dp::transaction_command& command) const;
     [[nodiscard]] template_element& element_of(const dp::setting& s) const;
-    void make_last(const std::vector<dp::transaction_command*>& answered);
+    void make_last(const dp::setting_transaction& trans,
+                   const std::vector<dp::transaction_command*>& answered);
     void carry_out(dp::transaction_command& command);
     void read(dp::transaction_command& command, value_store::place at);
     void write(dp::transaction_command& command, value_store::place at);

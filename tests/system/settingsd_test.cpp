@@ -14,6 +14,7 @@
 #include <sstream>
 
 #include "batch/batch_file_settings_rdr.hpp"
+#include "common/file_locks.hpp"
 #include "contract/change_record.hpp"
 #include "contract/service_status.hpp"
 #include "scratch_server.hpp"
@@ -377,6 +378,17 @@ TEST_F(settingsd, what_is_planted_as_its_status_file_is_taken_away) {
 
 // --- the history
 
+// The values of the pending file as the library reads them.
+std::vector<std::string> pending_values() {
+    std::vector<std::string> names;
+    std::vector<std::string> values;
+    dp::batch_file_settings_rdr reader(&names, &values);
+    std::stringstream plain;
+    EXPECT_TRUE(reader.decompress(scratch_server::pending(), plain));
+    reader.read_file(plain, nullptr);
+    return values;
+}
+
 std::string history_file() {
     return scratch_server::path("/var/dp/history");
 }
@@ -443,14 +455,131 @@ TEST_F(settingsd, what_a_kill_left_of_a_history_line_is_cut_off) {
                              "   Boot.Mode   \"Legacy\"\n");
 }
 
-TEST_F(settingsd, killed_at_any_moment_the_history_has_whole_lines_for_all_that_was_answered) {
+std::string history_note() {
+    return history_file() + ".pending";
+}
+
+bool has_new_value() {
+    return test::read_file(scratch_server::pending()).find("Boot.Mode \"Legacy\"") !=
+           std::string::npos;
+}
+
+const std::string new_line = "<t> " + some_time + "   Boot.Mode   \"Legacy\"\n";
+
+// The service's log as a pipe that takes nothing more: whoever logs waits. To be made before the
+// start, filled behind it, and emptied by its end.
+class full_log {
+  public:
+    full_log() {
+        const std::string name = scratch_server::path("/service.log");
+        EXPECT_EQ(mkfifo(name.c_str(), 0600), 0);
+        pipe_ = open(name.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    }
+    ~full_log() {
+        close(pipe_);
+        unlink(scratch_server::path("/service.log").c_str());
+    }
+    full_log(const full_log&) = delete;
+    full_log& operator=(const full_log&) = delete;
+
+    void fill() const {
+        const std::string text(4096, '-');
+        while (write(pipe_, text.data(), text.size()) > 0) {
+        }
+        EXPECT_EQ(errno, EAGAIN);
+    }
+
+  private:
+    int pipe_;
+};
+
+TEST_F(settingsd, killed_between_the_values_and_the_history_it_brings_the_lines_at_the_next_start) {
+    {
+        const full_log log;
+        start();
+        log.fill();
+        // The history can't be written, and the service waits to tell it.
+        std::filesystem::create_directory(history_file());
+        scratch_server::write_batch("0 1 t set Boot.Mode \"Legacy\" \"\"\n");
+        ASSERT_TRUE(eventually(has_new_value));
+        EXPECT_EQ(server.stop(SIGKILL), 128 + SIGKILL);
+    }
+    EXPECT_FALSE(std::filesystem::exists(scratch_server::result()));
+    std::filesystem::remove(history_file());
+    const std::string noted = test::read_file(history_note());
+    EXPECT_NE(noted, "");
+    start();
+    EXPECT_EQ(history(), new_line);
+    EXPECT_FALSE(std::filesystem::exists(history_note()));
+    // The batch was run again, which changed nothing.
+    EXPECT_EQ(scratch_server::wait_for_result(), "0 1 t set Boot.Mode \"Legacy\" \"Legacy\" \n");
+
+    // Killed behind the history, the note may still be there.
+    EXPECT_EQ(server.stop(SIGKILL), 128 + SIGKILL);
+    test::write_file(history_note(), noted);
+    start();
+    EXPECT_EQ(history(), new_line);
+    EXPECT_FALSE(std::filesystem::exists(history_note()));
+}
+
+TEST_F(settingsd, killed_before_the_values_are_in_place_the_batch_that_is_run_again_has_the_lines) {
+    start();
+    {
+        const readlock reader(scratch_server::pending());
+        scratch_server::write_batch("0 1 t set Boot.Mode \"Legacy\" \"\"\n");
+        ASSERT_TRUE(eventually([] { return std::filesystem::exists(history_note()); }));
+        EXPECT_EQ(server.stop(SIGKILL), 128 + SIGKILL);
+    }
+    EXPECT_FALSE(has_new_value());
+    EXPECT_FALSE(std::filesystem::exists(history_file()));
+    start();
+    EXPECT_NE(
+        scratch_server::log().find("dropped the history's lines of changes that were not made"),
+        std::string::npos);
+    EXPECT_EQ(scratch_server::wait_for_result(), "0 1 t set Boot.Mode \"Legacy\" \"Legacy\" \n");
+    EXPECT_EQ(history(), new_line);
+    EXPECT_FALSE(std::filesystem::exists(history_note()));
+}
+
+TEST_F(settingsd, whatever_lies_where_it_notes_lines_it_starts) {
+    const auto start_and_look = [&] {
+        start();
+        EXPECT_EQ(line_count(scratch_server::log()), 2U) << scratch_server::log();
+        EXPECT_NE(scratch_server::log().find("dropped what should be changes for the history: " +
+                                             history_note()),
+                  std::string::npos);
+        EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(history_note())));
+        EXPECT_EQ(server.stop(), 0);
+    };
+    start();
+    EXPECT_EQ(server.stop(), 0);
+    test::write_file(path("/precious"), "precious");
+    std::filesystem::create_symlink(path("/precious"), history_note());
+    start_and_look();
+    ASSERT_EQ(mkfifo(history_note().c_str(), 0600), 0);
+    start_and_look();
+    std::filesystem::create_directories(history_note() + "/full");
+    start_and_look();
+    test::write_file(history_note(), "");
+    start_and_look();
+    test::write_file(history_note(), "");
+    ASSERT_EQ(truncate(history_note().c_str(), off_t{1} << 32), 0);  // a hole of 4 GiB
+    start_and_look();
+    EXPECT_EQ(test::read_file(path("/precious")), "precious");
+    EXPECT_FALSE(std::filesystem::exists(history_file()));
+}
+
+TEST_F(settingsd, killed_at_any_moment_the_history_has_whole_lines_for_all_that_was_kept) {
     scratch_server::install({test::number("A", "N", "0", 0, 0xFFFFFFFF, 1)}, "B1");
     std::mt19937 random(5);
     std::set<int> answered;
+    std::set<int> kept;
     int sent = 0;
+    constexpr unsigned longest_window = 1'000'000;
     unsigned window = 6'000;  // microseconds; follows the machine's speed
     for (int round = 0; round < 30; ++round) {
         ASSERT_TRUE(server.start()) << scratch_server::log();
+        kept.insert(std::stoi(pending_values().front()));
         scratch_server::write_batch("0 1 t set A.N \"" + std::to_string(++sent) + "\" \"\"\n");
         usleep(static_cast<useconds_t>(random() % (window + 1)));
         EXPECT_EQ(server.stop(SIGKILL), 128 + SIGKILL);
@@ -458,9 +587,10 @@ TEST_F(settingsd, killed_at_any_moment_the_history_has_whole_lines_for_all_that_
         if (was_answered) {
             answered.insert(sent);
         }
-        window = was_answered ? window / 2 : std::min(window * 3 + 100, 6'000U);
+        window = was_answered ? window / 2 : std::min(window * 3 + 100, longest_window);
     }
     ASSERT_TRUE(server.start());
+    kept.insert(std::stoi(pending_values().front()));
     EXPECT_NE(scratch_server::wait_for_result(), "(no result)");
     scratch_server::run_batch("0 1 t set A.N \"" + std::to_string(++sent) + "\" \"\"\n");
     answered.insert(sent);
@@ -469,7 +599,9 @@ TEST_F(settingsd, killed_at_any_moment_the_history_has_whole_lines_for_all_that_
         const std::string line =
             "<t> " + some_time + "   A.N   \"" + std::to_string(value) + "\"\n";
         const std::size_t found = text.find(line);
-        EXPECT_TRUE(found != std::string::npos || !answered.contains(value)) << line;
+        EXPECT_TRUE(found != std::string::npos ||
+                    !(answered.contains(value) || kept.contains(value)))
+            << line;
         EXPECT_TRUE(found == std::string::npos || text.find(line, found + 1) == std::string::npos)
             << line;
     }
@@ -653,17 +785,6 @@ TEST_F(settingsd, finishes_the_batch_that_it_runs_before_it_stops) {
     EXPECT_EQ(server.stop(), 0);
     EXPECT_EQ(line_count(test::read_file(scratch_server::result())), 300'000U);
     EXPECT_FALSE(std::filesystem::exists(path("/tmp/dp/batch.run")));
-}
-
-// The values of the pending file as the library reads them.
-std::vector<std::string> pending_values() {
-    std::vector<std::string> names;
-    std::vector<std::string> values;
-    dp::batch_file_settings_rdr reader(&names, &values);
-    std::stringstream plain;
-    EXPECT_TRUE(reader.decompress(scratch_server::pending(), plain));
-    reader.read_file(plain, nullptr);
-    return values;
 }
 
 TEST_F(settingsd, killed_at_any_moment_it_keeps_whole_batches_and_all_that_it_answered) {

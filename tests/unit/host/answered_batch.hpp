@@ -13,9 +13,8 @@ namespace test {
 /// Runs a batch file that can be read, and returns its answer.
 inline std::string answer_to(const std::string& path, dp_host::host_registrar& registrar) {
     const std::string result = root() + "/tmp/dp/batch.out";
-    const dp_host::change_history history(root() + "/var/dp/history");
     dp_host::staged_file answer(result, dp_host::staged_file::passing);
-    EXPECT_EQ(dp_host::run_batch(path, registrar, history, answer), "");
+    EXPECT_EQ(dp_host::run_batch(path, registrar, answer), "");
     EXPECT_TRUE(answer.replace()) << answer.problem();
     return read_file(result);
 }

@@ -23,7 +23,6 @@ class batch_run_test : public test::sample_service {
 
     std::string path = test::root() + "/tmp/dp/batch.run";
     std::string status = test::root() + "/tmp/dp/status";
-    const dp_host::change_history history{test::root() + "/var/dp/history"};
 };
 
 TEST_F(batch_run_test, every_command_gets_its_line_in_the_files_order) {
@@ -122,10 +121,9 @@ TEST_F(batch_run_test, a_file_that_is_too_long_fails_every_command_and_runs_none
 
 TEST_F(batch_run_test, what_is_no_file_of_ours_is_a_problem) {
     dp_host::staged_file answer(path + ".out", dp_host::staged_file::passing);
-    EXPECT_NE(dp_host::run_batch(path, registrar, history, answer), "");
+    EXPECT_NE(dp_host::run_batch(path, registrar, answer), "");
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-    EXPECT_EQ(dp_host::run_batch(path, registrar, history, answer),
-              path + " is not a regular file");
+    EXPECT_EQ(dp_host::run_batch(path, registrar, answer), path + " is not a regular file");
     EXPECT_FALSE(fileexist(status));
 }
 
@@ -147,7 +145,7 @@ TEST_F(batch_run_test, the_status_is_complete_before_the_answer_is_in_place) {
     test::write_file(path, "0 1 t get Boot.Mode \"\" \"\"\n");
     const std::string result = path + ".out";
     dp_host::staged_file answer(result, dp_host::staged_file::passing);
-    ASSERT_EQ(dp_host::run_batch(path, registrar, history, answer), "");
+    ASSERT_EQ(dp_host::run_batch(path, registrar, answer), "");
     EXPECT_FALSE(fileexist(result));
     EXPECT_NE(test::read_file(status).find("DP.OUTFILE " + result + "\n<t> 0005 DP.DONE 0 1 0\n"),
               std::string::npos);
@@ -158,22 +156,12 @@ TEST_F(batch_run_test, the_status_names_no_answer_that_could_not_be_written) {
     test::write_file(path, "0 1 t get Boot.Mode \"\" \"\"\n");
     dp_host::staged_file answer(test::root() + "/no/folder/batch.out",
                                 dp_host::staged_file::passing);
-    ASSERT_EQ(dp_host::run_batch(path, registrar, history, answer), "");
+    ASSERT_EQ(dp_host::run_batch(path, registrar, answer), "");
     EXPECT_EQ(test::read_file(status),
               "<dp-status> 0001 DP.MESSAGE init \n"
               "<t> 0002 DP.WORKING 0\n"
               "<t> 0003 DP.WORKING 1\n"
               "<t> 0004 DP.DONE 0 1 0\n");
-}
-
-TEST_F(batch_run_test, the_history_tells_what_the_batch_changed) {
-    run_file(
-        "0 1 <cim-0> set Boot.Mode \"Legacy\" \"\"\n"
-        "0 2 <cim-0> set Boot.Mode \"CSM\" \"\"\n");
-    const std::string line = test::read_file(test::root() + "/var/dp/history");
-    EXPECT_TRUE(line.starts_with("<cim-0> ")) << line;
-    EXPECT_TRUE(line.ends_with("   Boot.Mode   \"Legacy\"\n")) << line;
-    EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1);
 }
 
 }  // namespace

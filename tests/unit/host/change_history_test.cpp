@@ -25,7 +25,7 @@ class change_history_test : public test::sample_service {
         dp_host::batch_transaction transaction(commands);
         transaction.queue(registrar);
         registrar.run_queued();
-        history.append(transaction);
+        history.append(history.lines_of(transaction));
     }
 
     /// The file's lines, the times replaced by a T.
@@ -120,6 +120,70 @@ TEST_F(change_history_test, of_more_changes_than_fit_the_newest_stay) {
               "<test-1> T   Ports.Speed.1   \"902\"\n"
               "<test-1> T   Ports.Speed.1   \"901\"\n"
               "<test-1> T   Ports.Speed.1   \"900\"\n");
+}
+
+std::string numbered_lines(int count) {
+    std::string lines;
+    for (int i = 1; i <= count; ++i) {
+        lines += "<t> line " + std::to_string(i) + '\n';
+    }
+    return lines;
+}
+
+TEST_F(change_history_test, wherever_an_append_was_interrupted_it_is_completed) {
+    const std::string lines = numbered_lines(12);
+    const dp_host::change_history history(path);
+    for (const std::string before : {"", "earlier\n", "<t> line 1\nearlier\n"}) {
+        for (std::size_t size = 0; size <= lines.size(); ++size) {
+            test::write_file(path, before + lines.substr(0, size));
+            history.complete(lines);
+            ASSERT_EQ(test::read_file(path), before + lines) << size;
+        }
+    }
+    ASSERT_EQ(unlink(path.c_str()), 0);
+    history.complete(lines);
+    EXPECT_EQ(test::read_file(path), lines);
+}
+
+TEST_F(change_history_test, lines_that_stand_further_up_are_others) {
+    const dp_host::change_history history(path);
+    test::write_file(path, "<t> line 1\n<t> line 2\nlater\n");
+    history.complete("<t> line 1\n<t> line 2\n");
+    EXPECT_EQ(test::read_file(path), "<t> line 1\n<t> line 2\nlater\n<t> line 1\n<t> line 2\n");
+}
+
+TEST_F(change_history_test, completing_it_by_nothing_makes_no_file) {
+    dp_host::change_history(path).complete("");
+    EXPECT_FALSE(fileexist(path));
+}
+
+TEST_F(change_history_test, an_append_that_dropped_the_oldest_lines_is_complete) {
+    const dp_host::change_history history(path, 100);
+    for (int count = 1; count <= 20; ++count) {
+        for (const std::string before : {"", "earlier\n", "much earlier lines\n"}) {
+            const std::string lines = numbered_lines(count);
+            test::write_file(path, before);
+            history.append(lines);
+            const std::string once = test::read_file(path);
+            ASSERT_TRUE(once.ends_with("<t> line " + std::to_string(count) + '\n'));
+            history.complete(lines);
+            ASSERT_EQ(test::read_file(path), once);
+        }
+    }
+}
+
+TEST_F(change_history_test, garbage_is_completed_like_any_file) {
+    const std::string lines = numbered_lines(3);
+    const dp_host::change_history history(path, 1000);
+    for (const std::string& garbage :
+         {std::string(100'000, 'x'), std::string(999, '\0'), std::string(5000, '\n')}) {
+        test::write_file(path, garbage);
+        history.complete(lines);
+        const std::string text = test::read_file(path);
+        EXPECT_LE(text.size(), garbage.size() + lines.size());
+        // The first of them may go with the garbage that it stands behind.
+        EXPECT_TRUE(text.ends_with("<t> line 2\n<t> line 3\n"));
+    }
 }
 
 TEST_F(change_history_test, a_file_of_garbage_becomes_a_history_again) {

@@ -25,7 +25,7 @@ namespace test {
 class sample_service : public testing::Test {
   protected:
     sample_service()
-        : plugin([this] {
+        : plugin([this](const dp::setting_transaction&) {
               ++persist_calls;
               if (!disk_is_full) {
                   on_disk = text();

@@ -4,12 +4,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <sstream>
 
 #include "answered_batch.hpp"
+#include "common/file_locks.hpp"
 #include "common/file_utilities.hpp"
 #include "contract/service_status.hpp"
+#include "history_note.hpp"
+#include "tests/support/child_process.hpp"
 #include "tests/support/sample_template.hpp"
 #include "tests/support/test_platform.hpp"
 
@@ -68,6 +72,8 @@ class settings_service_test : public testing::Test {
     const std::string bios = in_root("/var/dp/uefi_template.efi");
     const std::string pending = in_root("/var/dp/uefi_settings.txt");
     const std::string current = in_root("/var/dp/uefi_current.txt");
+    const std::string history = in_root("/var/dp/history");
+    const std::string note = history + ".pending";
     const std::string vpd = in_root("/var/dp/vpd.txt");
     const std::string build_id = in_root("/tmp/dp/uefi.bld");
     const std::string work = in_root("/tmp/dp/batch.run");
@@ -160,6 +166,101 @@ TEST_F(settings_service_test, a_change_that_cannot_be_written_fails) {
     ASSERT_EQ(rename(aside.c_str(), data.c_str()), 0);
     EXPECT_EQ(run(service, "0 1 t set A.Mode \"z\" \"\"\n"), "0 1 t set A.Mode \"z\" \"z\" \n");
     EXPECT_NE(test::read_file(pending).find("A.Mode \"z\""), std::string::npos);
+}
+
+TEST_F(settings_service_test, the_history_tells_what_a_batch_changed_and_its_note_goes) {
+    dp_host::settings_service service;
+    ASSERT_EQ(service.start(), "");
+    run(service, "0 1 <cim-0> set A.Mode \"z\" \"\"\n0 2 <cim-0> set A.Mode \"q\" \"\"\n");
+    const std::string line = test::read_file(history);
+    EXPECT_TRUE(line.starts_with("<cim-0> ")) << line;
+    EXPECT_TRUE(line.ends_with("   A.Mode   \"z\"\n")) << line;
+    EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1);
+    run(service, "0 1 <cim-1> get A.Mode \"\" \"\"\n0 2 <cim-1> set A.Mode \"z\" \"\"\n");
+    EXPECT_EQ(test::read_file(history), line);
+    EXPECT_FALSE(fileexist(note));
+}
+
+TEST_F(settings_service_test, values_that_cannot_take_their_place_leave_no_note_and_no_history) {
+    dp_host::settings_service service;
+    ASSERT_EQ(service.start(), "");
+    // A folder can't be replaced by a file.
+    ASSERT_EQ(unlink(pending.c_str()), 0);
+    std::filesystem::create_directory(pending);
+    EXPECT_EQ(run(service, "0 1 t set A.Mode \"z\" \"\"\n"), "56 1 t set A.Mode \"z\" \"\" \n");
+    EXPECT_FALSE(fileexist(note));
+    EXPECT_FALSE(fileexist(history));
+}
+
+TEST_F(settings_service_test, values_wait_for_their_place_with_a_note_of_their_lines) {
+    dp_host::settings_service service;
+    ASSERT_EQ(service.start(), "");
+    test::child_process reader([this](const test::child_process::parent_line& parent) {
+        const readlock lock(pending);
+        parent.tell('L');
+        return parent.hear() == 'E' ? 0 : 1;
+    });
+    ASSERT_EQ(reader.hear(), 'L');
+    test::stepped_time time;
+    std::string noted;
+    time.on_sleep = [&](std::uint32_t) {
+        if (noted.empty()) {
+            noted = test::read_file(note);
+            EXPECT_EQ(test::read_file(pending), all_defaults);
+            EXPECT_FALSE(fileexist(history));
+            reader.tell('E');
+            EXPECT_EQ(reader.wait(), 0);
+        }
+    };
+    run(service, "0 1 t set A.Mode \"z\" \"\"\n");
+    EXPECT_TRUE(noted.ends_with("   A.Mode   \"z\"\n")) << noted;
+    EXPECT_TRUE(noted.ends_with('\n' + test::read_file(history))) << noted;
+    EXPECT_FALSE(fileexist(note));
+}
+
+TEST_F(settings_service_test, a_start_brings_the_lines_of_a_note_whose_values_are_in_place) {
+    {
+        dp_host::settings_service service;
+        ASSERT_EQ(service.start(), "");
+        run(service, "0 1 t set A.Mode \"z\" \"\"\n0 2 t set A.Size \"9\" \"\"\n");
+    }
+    const std::string lines = test::read_file(history);
+    const std::string first = lines.substr(0, lines.find('\n') + 1);
+    const auto start_with_note = [&](const std::string& found) {
+        const dp_host::history_note left(note, in_root("/var/dp/no_values_yet"), 1000);
+        left.write(pending, lines);
+        test::write_file(history, found);
+        dp_host::settings_service service;
+        EXPECT_EQ(service.start(), "");
+        EXPECT_FALSE(fileexist(note));
+        return test::read_file(history);
+    };
+    EXPECT_EQ(start_with_note(""), lines);
+    EXPECT_EQ(start_with_note("earlier\n"), "earlier\n" + lines);
+    EXPECT_EQ(start_with_note("earlier\n" + lines), "earlier\n" + lines);
+    EXPECT_EQ(start_with_note("earlier\n" + first + "<t>"), "earlier\n" + lines);
+    // A value without a place makes the start write the file of values anew.
+    test::write_file(pending, test::read_file(pending) + "0 0 t set A.Odd \"1\" \"\"\n");
+    EXPECT_EQ(start_with_note("earlier\n"), "earlier\n" + lines);
+}
+
+TEST_F(settings_service_test, a_start_drops_a_note_whose_values_are_not_in_place_and_garbage) {
+    {
+        dp_host::settings_service service;
+        ASSERT_EQ(service.start(), "");
+    }
+    test::write_file(pending + ".aside", "other values\n");
+    const dp_host::history_note left(note, pending, 1000);
+    left.write(pending + ".aside", "<t> a line\n");
+    EXPECT_TRUE(fileexist(note));
+    EXPECT_EQ(dp_host::settings_service().start(), "");
+    EXPECT_FALSE(fileexist(note));
+    test::write_file(note, std::string(3'000'000, 'x'));
+    test::recording_log log(0x10000000);
+    EXPECT_EQ(dp_host::settings_service().start(), "");
+    EXPECT_FALSE(fileexist(note));
+    EXPECT_EQ(log.lines.size(), 1U);
+    EXPECT_FALSE(fileexist(history));
 }
 
 TEST_F(settings_service_test, a_restart_makes_pending_values_current) {
