@@ -67,6 +67,16 @@ class item_key {
     std::size_t size_ = 0;
 };
 
+void store_text(std::string& text, std::string_view value) {
+    if (value.size() <= text.capacity()) {
+        text.clear();
+        text.append(value);
+    } else {
+        // A new text takes no more memory than it needs; one that grows takes twice as much.
+        text = std::string(value);
+    }
+}
+
 /// A kind of item: its key, and the field that takes its value.
 struct item_kind {
     constexpr item_kind(std::string_view name, std::string template_info::*field)
@@ -80,8 +90,7 @@ struct item_kind {
 
     void store(template_info& info, std::string_view value) const {
         if (text != nullptr) {
-            // A new text takes no more memory than it needs; one that grows takes twice as much.
-            info.*text = std::string(value);
+            store_text(info.*text, value);
         } else if (number != nullptr) {
             info.*number = read(value);
         } else {
