@@ -22,6 +22,15 @@ std::string setting_ref::name() const {
     return text;
 }
 
+std::vector<std::string> names_of(const std::vector<setting_ref>& settings) {
+    std::vector<std::string> names;
+    names.reserve(settings.size());
+    for (const auto& setting : settings) {
+        names.push_back(setting.name());
+    }
+    return names;
+}
+
 std::vector<setting_ref> setting_ref::all() const {
     return instance.empty() ? collection->settings_of(*attribute) : std::vector{*this};
 }

@@ -28,6 +28,9 @@ struct setting_ref {
     [[nodiscard]] std::vector<setting_ref> all() const;
 };
 
+/// Their names, in their order.
+std::vector<std::string> names_of(const std::vector<setting_ref>& settings);
+
 /// The attributes of one collection and the settings that have values, indexed.
 class collection_view {
   public:

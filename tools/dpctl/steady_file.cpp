@@ -50,7 +50,7 @@ steady_file read_once(const std::string& path, std::size_t limit) {
     if (!S_ISREG(status.st_mode)) {
         return failure(path, "is not a file");
     }
-    steady_file result{true, std::string(), "", state_of(status)};
+    steady_file result{path, true, std::string(), "", state_of(status)};
     std::array<char, 16384> buffer{};
     while (true) {
         const ssize_t count = read(file.get(), buffer.data(), buffer.size());
@@ -84,7 +84,16 @@ steady_file read_steadily(const std::string& path, std::size_t limit) {
         agreeing = next.text == last.text && next.state == last.state ? agreeing + 1 : 1;
         last = std::move(next);
     }
+    last.path = path;
     return last;
+}
+
+steady_file read_steadily(const std::string& asked, const std::string& usual, std::size_t limit) {
+    steady_file file = read_steadily(asked.empty() ? usual : asked, limit);
+    if (file.error.empty() && !file.exists && !asked.empty()) {
+        file.error = asked + ": does not exist";
+    }
+    return file;
 }
 
 }  // namespace dpctl

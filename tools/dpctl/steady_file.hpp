@@ -22,6 +22,7 @@ struct file_state {
 
 /// A file as it was at one time.
 struct steady_file {
+    std::string path;
     bool exists = false;
     std::optional<std::string> text;  ///< none when it does not exist or can't be read
     std::string error;                ///< why it can't be read; names the file
@@ -33,6 +34,10 @@ struct steady_file {
 /// within about a second is read as it is then. What is not a file, or has more than `limit` bytes,
 /// is an error.
 steady_file read_steadily(const std::string& path, std::size_t limit);
+
+/// Reads the file that was asked for by name, which should be there, or else the usual one, which
+/// something may write only later: missing, the one is an error and the other is not.
+steady_file read_steadily(const std::string& asked, const std::string& usual, std::size_t limit);
 
 }  // namespace dpctl
 

@@ -77,14 +77,6 @@ class catalog_names : public testing::Test {
     fake_source source_;
 };
 
-std::vector<std::string> names_of(const std::vector<setting_ref>& settings) {
-    std::vector<std::string> names;
-    for (const auto& setting : settings) {
-        names.push_back(setting.name());
-    }
-    return names;
-}
-
 TEST_F(catalog_names, finds_a_full_name) {
     EXPECT_EQ(find("Boot.Mode"), "Boot.Mode");
     EXPECT_EQ(find("Boot.Order"), "Boot.Order");

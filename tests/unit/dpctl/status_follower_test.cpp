@@ -17,7 +17,7 @@ class follower : public testing::Test {
     }
 
     std::vector<std::string> look_again(const std::string& text, bool is_settled) {
-        steady_file file{true, text, "", {}};
+        steady_file file{"", true, text, "", {}};
         file.state.seconds = time_;
         last_ = follower_.look(file, is_settled);
         std::vector<std::string> lines;

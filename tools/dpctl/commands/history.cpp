@@ -44,13 +44,12 @@ void show_changes(const std::vector<change_record>& changes, report& rep) {
 }
 
 // Why there is nothing to show.
-std::string why_nothing(const std::string& path, const steady_file& file,
-                        const change_list& content) {
+std::string why_nothing(const steady_file& file, const change_list& content) {
     if (!file.exists) {
-        return "No change was made: " + path + " does not exist.";
+        return "No change was made: " + file.path + " does not exist.";
     }
-    return content.changes.empty() ? "No change was made: " + path + " tells of none."
-                                   : path + " tells of no change of what you name.";
+    return content.changes.empty() ? "No change was made: " + file.path + " tells of none."
+                                   : file.path + " tells of no change of what you name.";
 }
 
 void note_left_out(const std::string& path, const change_list& content, report& rep) {
@@ -65,29 +64,24 @@ void note_left_out(const std::string& path, const change_list& content, report& 
 }
 
 void run(const history_options& options, report& rep) {
-    const std::string path =
-        options.file.empty() ? server_paths::change_history.str() : options.file;
-    const steady_file file = read_steadily(path, history_limit);
+    // Before the first change there is none.
+    const steady_file file =
+        read_steadily(options.file, server_paths::change_history.str(), history_limit);
     if (!file.error.empty()) {
         rep.problem(file.error);
         return;
     }
-    // A file that is asked for by name should be there; before the first change there is none.
-    if (!file.exists && !options.file.empty()) {
-        rep.problem(path + ": does not exist");
-        return;
-    }
     const change_list content = read_changes(file.text.value_or(""));
     const auto changes = choose(content.changes, options.names, options.last);
-    rep.document()["file"] = path;
+    rep.document()["file"] = file.path;
     rep.document()["exists"] = file.exists;
     show_changes(changes, rep);
     if (changes.empty()) {
-        rep.line(why_nothing(path, file, content));
+        rep.line(why_nothing(file, content));
     }
     rep.document()["foreign_lines"] = content.foreign_lines;
     rep.document()["incomplete"] = content.is_torn;
-    note_left_out(path, content, rep);
+    note_left_out(file.path, content, rep);
 }
 
 }  // namespace

@@ -36,15 +36,6 @@ std::string default_text(const dp_attribute& attribute) {
     return is_removed_by_default(attribute) ? "-" : value_text({true, false, attribute.dft});
 }
 
-std::vector<std::string> names_of(const std::vector<setting_ref>& settings) {
-    std::vector<std::string> names;
-    names.reserve(settings.size());
-    for (const auto& setting : settings) {
-        names.push_back(setting.name());
-    }
-    return names;
-}
-
 // What the reset did to each setting that it concerned; problems for those it should have changed.
 void report_results(const std::vector<leftover>& concerned, bool answered, report& rep) {
     auto& list = rep.document()["settings"] = nlohmann::ordered_json::array();

@@ -130,11 +130,7 @@ void run(const file_names& files, const std::vector<std::string>& texts, report&
             continue;
         }
         const auto settings = asked->all();
-        std::vector<std::string> setting_names;
-        setting_names.reserve(settings.size());
-        for (const auto& setting : settings) {
-            setting_names.push_back(setting.name());
-        }
+        const auto setting_names = names_of(settings);
         const auto values = read_values(service, setting_names);
         if (rep.as_json()) {
             list.push_back(describe(*asked, settings, values));

@@ -114,9 +114,9 @@ void show_remarks(const status_records& content, const transaction_state& state,
     }
 }
 
-void show_status(const std::string& path, const steady_file& file, report& rep) {
+void show_status(const steady_file& file, report& rep) {
     if (!file.exists) {
-        rep.line("No transaction has run: " + path + " does not exist.");
+        rep.line("No transaction has run: " + file.path + " does not exist.");
         return;
     }
     const status_records content = read_records(file.text.value_or(""));
@@ -124,16 +124,16 @@ void show_status(const std::string& path, const steady_file& file, report& rep) 
     if (state.is_known) {
         show_transaction(file, state, rep);
     } else if (!content.records.empty()) {
-        rep.line("No transaction has begun: " + path + " has only its first record.");
+        rep.line("No transaction has begun: " + file.path + " has only its first record.");
     } else {
-        rep.line(path + (file.text->empty() ? " is empty." : " has no status records."));
+        rep.line(file.path + (file.text->empty() ? " is empty." : " has no status records."));
     }
     show_remarks(content, state, rep);
 }
 
-void fill(const std::string& path, const steady_file& file, nlohmann::ordered_json& document) {
+void fill(const steady_file& file, nlohmann::ordered_json& document) {
     const status_records content = read_records(file.text.value_or(""));
-    document["file"] = path;
+    document["file"] = file.path;
     document["exists"] = file.exists;
     document["written"] = file.exists ? nlohmann::ordered_json(written_at(file.state)) : nullptr;
     document.update(to_json(summarize(content.records)));
@@ -142,19 +142,15 @@ void fill(const std::string& path, const steady_file& file, nlohmann::ordered_js
 }
 
 void show_once(const status_options& options, report& rep) {
-    const std::string path = file_of(options);
-    const steady_file file = read_steadily(path, status_limit);
+    // Before the first transaction there is none.
+    const steady_file file =
+        read_steadily(options.file, server_paths::process_status.str(), status_limit);
     if (!file.error.empty()) {
         rep.problem(file.error);
         return;
     }
-    // A file that is asked for by name should be there; before the first transaction there is none.
-    if (!file.exists && !options.file.empty()) {
-        rep.problem(path + ": does not exist");
-        return;
-    }
-    fill(path, file, rep.document());
-    show_status(path, file, rep);
+    fill(file, rep.document());
+    show_status(file, rep);
 }
 
 // Shows the file again and again as it changes.
@@ -222,7 +218,7 @@ class status_watch {
         drawn_ = file;
         rep_.clear_screen();
         if (file.error.empty()) {
-            show_status(path_, file, rep_);
+            show_status(file, rep_);
         } else {
             rep_.line(file.error);
         }
