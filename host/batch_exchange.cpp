@@ -53,8 +53,9 @@ void batch_exchange::recover() {
     clear_away(path);
 }
 
-bool batch_exchange::look() {
-    if (!take_exchange_file(dp::fixed_paths::batch.str(), service_files::running_batch.str())) {
+bool batch_exchange::look(bool has_ended) {
+    if (!take_exchange_file(dp::fixed_paths::batch.str(), service_files::running_batch.str(),
+                            has_ended)) {
         return false;
     }
     run_and_answer();

@@ -21,9 +21,9 @@ class batch_exchange {
     void recover();
 
     /// Takes, runs and answers a batch, if a finished one is there. One that is still being written
-    /// is left for the next look. What is no file of ours is taken out of the way. True when a
-    /// batch was run; there may be another one then.
-    bool look();
+    /// is left for the next look; `has_ended` is that of `take_exchange_file`. What is no file of
+    /// ours is taken out of the way. True when a batch was run; there may be another one then.
+    bool look(bool has_ended);
 
   private:
     void run_and_answer();

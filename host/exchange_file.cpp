@@ -24,7 +24,7 @@ bool is_being_written(int fd) {
 
 }  // namespace
 
-bool take_exchange_file(const std::string& path, const std::string& taken_path) {
+bool take_exchange_file(const std::string& path, const std::string& taken_path, bool has_ended) {
     const own_file file = open_own_file(path);
     if (!file.problem.empty()) {
         if (!file.missing) {
@@ -33,7 +33,8 @@ bool take_exchange_file(const std::string& path, const std::string& taken_path) 
         }
         return false;
     }
-    if (is_being_written(file.descriptor.get())) {
+    const bool is_begun = file.size == 0 && !has_ended;
+    if (is_begun || is_being_written(file.descriptor.get())) {
         return false;
     }
     clear_away(taken_path);

@@ -17,11 +17,16 @@ namespace {
 // Ends of writing and renames tell of finished files; what is made otherwise (links, folders,
 // pipes, further names of finished files) is only noticed when it appears.
 constexpr std::uint32_t arrivals = IN_CLOSE_WRITE | IN_MOVED_TO | IN_CREATE;
+constexpr std::uint32_t ends = IN_CLOSE_WRITE | IN_MOVED_TO;
 constexpr std::uint32_t departures = IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED | IN_UNMOUNT;
+
+// Few names are ever asked for; a folder full of others must not fill the memory.
+constexpr std::size_t most_names = 256;
 
 }  // namespace
 
 std::string exchange_watch::begin(const std::string& folder) {
+    ended_.clear();
     notify_ = file_descriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
     if (!notify_.is_open() || inotify_add_watch(notify_.get(), folder.c_str(),
                                                 arrivals | IN_DELETE_SELF | IN_MOVE_SELF |
@@ -47,8 +52,19 @@ bool exchange_watch::take_events() {
              at += sizeof event + event.len) {
             std::memcpy(&event, buffer.data() + at, sizeof event);
             is_there = is_there && (event.mask & departures) == 0;
+            // The name is padded with bytes of zero.
+            const std::string name = event.len > 0 ? buffer.data() + at + sizeof event : "";
+            if ((event.mask & ends) == 0) {
+                ended_.erase(name);
+            } else if (ended_.size() < most_names) {
+                ended_.insert(name);
+            }
         }
     }
+}
+
+bool exchange_watch::take_end(const std::string& name) {
+    return ended_.erase(name) > 0;
 }
 
 }  // namespace dp_host

@@ -1,6 +1,7 @@
 #ifndef DP_HOST_EXCHANGE_WATCH_HPP
 #define DP_HOST_EXCHANGE_WATCH_HPP
 
+#include <set>
 #include <string>
 
 #include "file_descriptor.hpp"
@@ -21,8 +22,13 @@ class exchange_watch {
     /// and `begin` again.
     bool take_events();
 
+    /// Whether, by the events so far, the writing of the folder's file `name` ended or it was moved
+    /// there, since it was made and since this was asked last.
+    bool take_end(const std::string& name);
+
   private:
     file_descriptor notify_;
+    std::set<std::string> ended_;
 };
 
 }  // namespace dp_host

@@ -35,9 +35,9 @@ void server_exchange::recover() {
     carry_out_and_answer();
 }
 
-bool server_exchange::look() {
+bool server_exchange::look(bool has_ended) {
     if (!take_exchange_file(server_paths::server_request.str(),
-                            service_files::running_request.str())) {
+                            service_files::running_request.str(), has_ended)) {
         return false;
     }
     carry_out_and_answer();

@@ -17,7 +17,8 @@ class server_exchange {
     void recover();
 
     /// Takes, carries out and answers a request, if one is there. True when there was one.
-    bool look();
+    /// `has_ended` is that of `take_exchange_file`.
+    bool look(bool has_ended);
 
   private:
     void carry_out_and_answer();

@@ -4,7 +4,9 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 
+#include "common/fixed_paths.hpp"
 #include "contract/server_paths.hpp"
 #include "run_folder.hpp"
 #include "service_log.hpp"
@@ -27,11 +29,15 @@ void service_loop::recover() {
     service_.settle();
 }
 
+bool service_loop::has_ended(const std::string& path) {
+    return watch_.take_end(std::filesystem::path(path).filename());
+}
+
 void service_loop::work() {
     bool is_busy = true;
     while (is_busy && !stop_signal::came()) {
-        is_busy = requests_.look();
-        is_busy = batches_.look() || is_busy;
+        is_busy = requests_.look(has_ended(server_paths::server_request.str()));
+        is_busy = batches_.look(has_ended(dp::fixed_paths::batch.str())) || is_busy;
         service_.settle();
     }
 }

@@ -30,6 +30,7 @@ class service_loop {
 
   private:
     void work();
+    bool has_ended(const std::string& path);
 
     settings_service& service_;
     exchange_watch watch_;

@@ -1,5 +1,6 @@
 #include "exchange_watch.hpp"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/stat.h>
@@ -8,6 +9,7 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "file_descriptor.hpp"
 #include "tests/support/test_platform.hpp"
 
 namespace {
@@ -51,6 +53,34 @@ TEST_F(exchange_watch_test, whatever_way_a_file_arrives_is_noticed) {
 
     ASSERT_EQ(symlink(file.c_str(), (file + "3").c_str()), 0);
     EXPECT_TRUE(something_happened());
+}
+
+TEST_F(exchange_watch_test, the_end_of_a_files_writing_is_told_once) {
+    const dp_host::file_descriptor writer(open(file.c_str(), O_WRONLY | O_CREAT, 0600));
+    EXPECT_TRUE(watch.take_events());
+    EXPECT_FALSE(watch.take_end("batch")) << "it was only made";
+    test::write_file(file + "2", "");
+    EXPECT_TRUE(watch.take_events());
+    EXPECT_FALSE(watch.take_end("batch"));
+    EXPECT_TRUE(watch.take_end("batch2"));
+    EXPECT_FALSE(watch.take_end("batch2"));
+
+    test::write_file(file, "");
+    EXPECT_FALSE(watch.take_end("batch")) << "the event was not taken yet";
+    EXPECT_TRUE(watch.take_events());
+    EXPECT_TRUE(watch.take_end("batch"));
+
+    ASSERT_EQ(std::rename((file + "2").c_str(), file.c_str()), 0);
+    EXPECT_TRUE(watch.take_events());
+    EXPECT_TRUE(watch.take_end("batch")) << "what is moved there is finished";
+}
+
+TEST_F(exchange_watch_test, a_file_that_is_made_anew_has_not_ended) {
+    test::write_file(file, "");
+    std::filesystem::remove(file);
+    const dp_host::file_descriptor writer(open(file.c_str(), O_WRONLY | O_CREAT, 0600));
+    EXPECT_TRUE(watch.take_events());
+    EXPECT_FALSE(watch.take_end("batch"));
 }
 
 TEST_F(exchange_watch_test, a_folder_that_goes_away_is_noticed) {
