@@ -4,6 +4,8 @@
 #include <iterator>
 #include <utility>
 
+#include "dpctl/whole_lines.hpp"
+
 namespace dpctl {
 namespace {
 
@@ -16,19 +18,13 @@ bool begins_with_parts(std::string_view text, std::string_view front) {
 
 change_list read_changes(std::string_view text) {
     change_list result;
-    while (!text.empty()) {
-        const std::size_t end = text.find('\n');
-        if (end == std::string_view::npos) {
-            result.is_torn = true;
-            break;
-        }
-        if (auto record = change_record::parse(std::string(text.substr(0, end)))) {
+    result.is_torn = for_each_whole_line(text, [&result](std::string_view line) {
+        if (auto record = change_record::parse(std::string(line))) {
             result.changes.push_back(std::move(*record));
-        } else if (end != 0) {
+        } else if (!line.empty()) {
             ++result.foreign_lines;
         }
-        text.remove_prefix(end + 1);
-    }
+    });
     return result;
 }
 

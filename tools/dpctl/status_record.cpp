@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "dpctl/status_text.hpp"
+#include "dpctl/whole_lines.hpp"
 
 namespace dpctl {
 namespace {
@@ -123,19 +124,13 @@ std::optional<status_record> status_record::parse(std::string_view line) {
 
 status_records read_records(std::string_view text) {
     status_records result;
-    while (!text.empty()) {
-        const std::size_t end = text.find('\n');
-        if (end == std::string_view::npos) {
-            result.is_torn = true;
-            break;
-        }
-        if (auto record = status_record::parse(text.substr(0, end))) {
+    result.is_torn = for_each_whole_line(text, [&result](std::string_view line) {
+        if (auto record = status_record::parse(line)) {
             result.records.push_back(std::move(*record));
-        } else if (end != 0) {
+        } else if (!line.empty()) {
             ++result.foreign_lines;
         }
-        text.remove_prefix(end + 1);
-    }
+    });
     return result;
 }
 
