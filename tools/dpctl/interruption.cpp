@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <climits>
 #include <system_error>
 
@@ -15,11 +14,6 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-int time_left(steady_clock::time_point end) {
-    const auto left = std::chrono::ceil<milliseconds>(end - steady_clock::now()).count();
-    return static_cast<int>(std::clamp<decltype(left)>(left, 0, INT_MAX));
-}
-
 // Whether the end of the terminal is left to the default, and not ignored as nohup has it. (SIGINT
 // is caught in any case: shells without job control let background commands ignore it.)
 bool ends_with_terminal() {
@@ -28,6 +22,11 @@ bool ends_with_terminal() {
 }
 
 }  // namespace
+
+int milliseconds_until(steady_clock::time_point end) {
+    const auto left = std::chrono::ceil<milliseconds>(end - steady_clock::now()).count();
+    return static_cast<int>(std::clamp<decltype(left)>(left, 0, INT_MAX));
+}
 
 interruption::interruption(int output) : output_(output) {
     sigset_t caught;
@@ -65,7 +64,7 @@ interruption::event interruption::wait(const std::vector<int>& handles, int time
     }
     while (true) {
         const int ready =
-            ::poll(entries.data(), entries.size(), timeout_ms < 0 ? -1 : time_left(end));
+            ::poll(entries.data(), entries.size(), timeout_ms < 0 ? -1 : milliseconds_until(end));
         if (ready == 0) {
             return event::timeout;
         }

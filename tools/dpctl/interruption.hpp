@@ -1,12 +1,16 @@
 #ifndef DP_TOOLS_DPCTL_INTERRUPTION_HPP
 #define DP_TOOLS_DPCTL_INTERRUPTION_HPP
 
+#include <chrono>
 #include <csignal>
 #include <vector>
 
 #include "support/file_handle.hpp"
 
 namespace dpctl {
+
+/// The time until `end` in milliseconds, rounded up, for a wait that takes them; 0 when it is over.
+int milliseconds_until(std::chrono::steady_clock::time_point end);
 
 /// What ends a command that otherwise goes on for ever, so that it cleans up behind itself: SIGINT,
 /// SIGTERM or SIGHUP, or that nobody reads its output any more. Catches the signals (and ignores

@@ -13,6 +13,7 @@
 #include "dpctl/alert_text.hpp"
 #include "dpctl/commands/command_options.hpp"
 #include "dpctl/interruption.hpp"
+#include "dpctl/local_time.hpp"
 #include "platform/posix/message_listener.hpp"
 #include "platform/sysipc/message.hpp"
 
@@ -20,7 +21,6 @@ namespace dpctl {
 namespace {
 
 using dp_platform::message_listener;
-using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 // The queues on which the settings service alerts: to the firmware manager, and from plug-ins.
@@ -57,17 +57,6 @@ std::vector<queue_listener> open_queues(std::vector<unsigned> numbers, report& r
         queues.push_back({number, std::move(listener)});
     }
     return queues;
-}
-
-std::string local_time() {
-    const std::time_t now = std::time(nullptr);
-    std::tm parts{};
-    char text[32] = "";
-    if (localtime_r(&now, &parts) == nullptr ||
-        std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S%z", &parts) == 0) {
-        return {};
-    }
-    return text;
 }
 
 // The clock's part of a time.
@@ -108,11 +97,7 @@ class alert_watch {
 
   private:
     [[nodiscard]] int time_left(steady_clock::time_point end) const {
-        if (options_.seconds == 0) {
-            return -1;
-        }
-        const auto left = std::chrono::ceil<milliseconds>(end - steady_clock::now()).count();
-        return static_cast<int>(std::clamp<decltype(left)>(left, 0, INT_MAX));
+        return options_.seconds == 0 ? -1 : milliseconds_until(end);
     }
 
     void report_time_up() {
@@ -152,7 +137,7 @@ class alert_watch {
 
     void tell(unsigned queue, sysipc::message& content) {
         const alert_text alert = read_alert(static_cast<int>(queue), content);
-        const std::string time = local_time();
+        const std::string time = local_time(std::time(nullptr));
         nlohmann::ordered_json document = {{"time", time}};
         document.update(to_json(alert));
         ++told_;

@@ -1,7 +1,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cstddef>
 #include <ctime>
@@ -16,6 +15,7 @@
 #include "dpctl/commands/command_options.hpp"
 #include "dpctl/folder_watch.hpp"
 #include "dpctl/interruption.hpp"
+#include "dpctl/local_time.hpp"
 #include "dpctl/status_follower.hpp"
 #include "dpctl/steady_file.hpp"
 #include "dpctl/table.hpp"
@@ -38,16 +38,9 @@ std::string file_of(const status_options& options) {
     return options.file.empty() ? server_paths::process_status.str() : options.file;
 }
 
-// When the file was written, in local time: for programs, and for people.
+// When the file was written, for programs, and for people.
 std::string written_at(const file_state& state) {
-    const auto time = static_cast<std::time_t>(state.seconds);
-    std::tm parts{};
-    std::array<char, 64> text{};
-    if (localtime_r(&time, &parts) == nullptr ||
-        std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S%z", &parts) == 0) {
-        return {};
-    }
-    return text.data();
+    return local_time(static_cast<std::time_t>(state.seconds));
 }
 
 std::string date_and_clock(const std::string& time) {
