@@ -5,7 +5,6 @@
 
 #include "batch_run.hpp"
 #include "common/fixed_paths.hpp"
-#include "exchange_file.hpp"
 #include "own_file.hpp"
 #include "service_files.hpp"
 #include "service_log.hpp"
@@ -53,13 +52,13 @@ void batch_exchange::recover() {
     clear_away(path);
 }
 
-bool batch_exchange::look(bool has_ended) {
-    if (!take_exchange_file(dp::fixed_paths::batch.str(), service_files::running_batch.str(),
-                            has_ended)) {
-        return false;
+exchange_look batch_exchange::look(bool has_ended) {
+    const exchange_look look = take_exchange_file(dp::fixed_paths::batch.str(),
+                                                  service_files::running_batch.str(), has_ended);
+    if (look == exchange_look::taken) {
+        run_and_answer();
     }
-    run_and_answer();
-    return true;
+    return look;
 }
 
 void batch_exchange::run_and_answer() {

@@ -1,6 +1,7 @@
 #ifndef DP_HOST_BATCH_EXCHANGE_HPP
 #define DP_HOST_BATCH_EXCHANGE_HPP
 
+#include "exchange_file.hpp"
 #include "host_registrar.hpp"
 
 namespace dp_host {
@@ -20,10 +21,10 @@ class batch_exchange {
     /// Deals with what a service that was killed left behind. Call it once, before `look`.
     void recover();
 
-    /// Takes, runs and answers a batch, if a finished one is there. One that is still being written
-    /// is left for the next look; `has_ended` is that of `take_exchange_file`. What is no file of
-    /// ours is taken out of the way. True when a batch was run; there may be another one then.
-    bool look(bool has_ended);
+    /// Takes, runs and answers a batch, if a finished one is there; there may be another one then.
+    /// What is no file of ours is taken out of the way. `has_ended` and the answer are those of
+    /// `take_exchange_file`.
+    exchange_look look(bool has_ended);
 
   private:
     void run_and_answer();

@@ -24,25 +24,28 @@ bool is_being_written(int fd) {
 
 }  // namespace
 
-bool take_exchange_file(const std::string& path, const std::string& taken_path, bool has_ended) {
+exchange_look take_exchange_file(const std::string& path, const std::string& taken_path,
+                                 bool has_ended) {
     const own_file file = open_own_file(path);
     if (!file.problem.empty()) {
         if (!file.missing) {
             const bool cleared = clear_away(path);
             log_error("refused: ", file.problem, cleared ? "; removed it" : "; it stays there");
         }
-        return false;
+        return exchange_look::nothing;
     }
-    const bool is_begun = file.size == 0 && !has_ended;
-    if (is_begun || is_being_written(file.descriptor.get())) {
-        return false;
+    if (is_being_written(file.descriptor.get())) {
+        return exchange_look::being_written;
+    }
+    if (file.size == 0 && !has_ended) {
+        return exchange_look::nothing;
     }
     clear_away(taken_path);
     if (std::rename(path.c_str(), taken_path.c_str()) != 0) {
         log_error("cannot take ", path, ": ", std::strerror(errno));
-        return false;
+        return exchange_look::nothing;
     }
-    return true;
+    return exchange_look::taken;
 }
 
 }  // namespace dp_host

@@ -5,12 +5,21 @@
 
 namespace dp_host {
 
-/// Takes a file that another process wrote to `path`, by renaming it to `taken_path`. False when
-/// there is none, or it is still being written (its end will be noticed), or it is none that may be
-/// taken: a link, not a regular file, or somebody else's. Such a one is removed and the log says
-/// so. An empty file is taken only when the end of its writing was noticed, which `has_ended`
-/// tells: for a moment a file is there before the one who makes it counts as its writer.
-bool take_exchange_file(const std::string& path, const std::string& taken_path, bool has_ended);
+/// How a look for a file went.
+enum class exchange_look {
+    nothing,        ///< there is none, or none that may be taken
+    being_written,  ///< there is one, and somebody has it open for writing
+    taken,
+};
+
+/// Takes a file that another process wrote to `path`, by renaming it to `taken_path`. A link, what
+/// is not a regular file, and somebody else's file is removed instead, and the log says so. An
+/// empty file is taken only when the end of its writing was noticed, which `has_ended` tells: for a
+/// moment a file is there before the one who makes it counts as its writer. One who closes it
+/// counts as its writer a moment longer than the end of writing is announced, so look again at a
+/// file that is `being_written`: that no further event comes is possible.
+exchange_look take_exchange_file(const std::string& path, const std::string& taken_path,
+                                 bool has_ended);
 
 }  // namespace dp_host
 

@@ -63,8 +63,4 @@ bool exchange_watch::take_events() {
     }
 }
 
-bool exchange_watch::take_end(const std::string& name) {
-    return ended_.erase(name) > 0;
-}
-
 }  // namespace dp_host

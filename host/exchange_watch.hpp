@@ -23,8 +23,9 @@ class exchange_watch {
     bool take_events();
 
     /// Whether, by the events so far, the writing of the folder's file `name` ended or it was moved
-    /// there, since it was made and since this was asked last.
-    bool take_end(const std::string& name);
+    /// there, since it was made and since `forget_end`.
+    [[nodiscard]] bool has_ended(const std::string& name) const { return ended_.count(name) > 0; }
+    void forget_end(const std::string& name) { ended_.erase(name); }
 
   private:
     file_descriptor notify_;

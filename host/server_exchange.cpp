@@ -6,7 +6,6 @@
 
 #include "contract/server_paths.hpp"
 #include "contract/service_status.hpp"
-#include "exchange_file.hpp"
 #include "own_file.hpp"
 #include "service_files.hpp"
 #include "service_log.hpp"
@@ -35,13 +34,13 @@ void server_exchange::recover() {
     carry_out_and_answer();
 }
 
-bool server_exchange::look(bool has_ended) {
-    if (!take_exchange_file(server_paths::server_request.str(),
-                            service_files::running_request.str(), has_ended)) {
-        return false;
+exchange_look server_exchange::look(bool has_ended) {
+    const exchange_look look = take_exchange_file(server_paths::server_request.str(),
+                                                  service_files::running_request.str(), has_ended);
+    if (look == exchange_look::taken) {
+        carry_out_and_answer();
     }
-    carry_out_and_answer();
-    return true;
+    return look;
 }
 
 void server_exchange::carry_out_and_answer() {

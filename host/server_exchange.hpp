@@ -1,6 +1,7 @@
 #ifndef DP_HOST_SERVER_EXCHANGE_HPP
 #define DP_HOST_SERVER_EXCHANGE_HPP
 
+#include "exchange_file.hpp"
 #include "settings_service.hpp"
 
 namespace dp_host {
@@ -16,9 +17,9 @@ class server_exchange {
     /// Deals with what a service that was killed left behind. Call it once, before `look`.
     void recover();
 
-    /// Takes, carries out and answers a request, if one is there. True when there was one.
-    /// `has_ended` is that of `take_exchange_file`.
-    bool look(bool has_ended);
+    /// Takes, carries out and answers a request, if a finished one is there. `has_ended` and the
+    /// answer are those of `take_exchange_file`.
+    exchange_look look(bool has_ended);
 
   private:
     void carry_out_and_answer();

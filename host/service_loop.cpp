@@ -13,6 +13,13 @@
 #include "stop_signal.hpp"
 
 namespace dp_host {
+namespace {
+
+// How soon to look again at a file that is being written. The last event that its writer makes
+// comes a moment before it stops counting as one.
+constexpr int writer_pause_ms = 20;
+
+}  // namespace
 
 service_loop::service_loop(settings_service& service)
     : service_(service), batches_(service.registrar()), requests_(service) {}
@@ -29,25 +36,35 @@ void service_loop::recover() {
     service_.settle();
 }
 
-bool service_loop::has_ended(const std::string& path) {
-    return watch_.take_end(std::filesystem::path(path).filename());
+template <class Exchange>
+exchange_look service_loop::look_at(Exchange& exchange, const std::string& path) {
+    const std::string name = std::filesystem::path(path).filename();
+    const exchange_look look = exchange.look(watch_.has_ended(name));
+    if (look != exchange_look::being_written) {
+        watch_.forget_end(name);
+    }
+    return look;
 }
 
-void service_loop::work() {
-    bool is_busy = true;
-    while (is_busy && !stop_signal::came()) {
-        is_busy = requests_.look(has_ended(server_paths::server_request.str()));
-        is_busy = batches_.look(has_ended(dp::fixed_paths::batch.str())) || is_busy;
+// Carries out what is there. True when something is being written.
+bool service_loop::work() {
+    exchange_look request = exchange_look::taken;
+    exchange_look batch = exchange_look::taken;
+    while ((request == exchange_look::taken || batch == exchange_look::taken) &&
+           !stop_signal::came()) {
+        request = look_at(requests_, server_paths::server_request.str());
+        batch = look_at(batches_, dp::fixed_paths::batch.str());
         service_.settle();
     }
+    return request == exchange_look::being_written || batch == exchange_look::being_written;
 }
 
 std::string service_loop::run() {
     for (;;) {
-        work();
+        const int patience = work() ? writer_pause_ms : -1;
         pollfd entries[] = {{stop_signal::descriptor(), POLLIN, 0},
                             {watch_.descriptor(), POLLIN, 0}};
-        if (poll(entries, 2, -1) == -1 && errno != EINTR) {
+        if (poll(entries, 2, patience) == -1 && errno != EINTR) {
             return text_of("cannot wait: ", std::strerror(errno));
         }
         if (stop_signal::came()) {

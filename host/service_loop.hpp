@@ -29,8 +29,9 @@ class service_loop {
     std::string run();
 
   private:
-    void work();
-    bool has_ended(const std::string& path);
+    template <class Exchange>
+    exchange_look look_at(Exchange& exchange, const std::string& path);
+    bool work();
 
     settings_service& service_;
     exchange_watch watch_;

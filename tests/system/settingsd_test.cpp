@@ -226,6 +226,20 @@ TEST_F(settingsd, a_batch_is_taken_when_its_writer_is_done_and_not_before) {
               "0 1 t get Boot.Mode \"\" \"UEFI\" \n0 2 t get Boot.Delay \"\" \"5\" \n");
 }
 
+// No event tells the end of this one's writing: it is written below a name in another folder.
+TEST_F(settingsd, a_batch_whose_end_is_not_announced_is_taken_when_it_has_no_writer_any_more) {
+    start();
+    const std::string elsewhere = path("/elsewhere");
+    const std::string text = "0 1 t get Boot.Mode \"\" \"\"\n";
+    const int writer = open(elsewhere.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_EQ(write(writer, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    ASSERT_EQ(link(elsewhere.c_str(), scratch_server::batch().c_str()), 0);
+    usleep(100'000);
+    EXPECT_TRUE(std::filesystem::exists(scratch_server::batch()));
+    close(writer);
+    EXPECT_EQ(scratch_server::wait_for_result(), "0 1 t get Boot.Mode \"\" \"UEFI\" \n");
+}
+
 TEST_F(settingsd, a_batch_may_arrive_by_rename_or_as_a_link_to_a_finished_file) {
     start();
     const std::string beside = path("/tmp/dp/beside");

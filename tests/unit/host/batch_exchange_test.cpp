@@ -11,6 +11,8 @@
 
 namespace {
 
+using dp_host::exchange_look;
+
 class batch_exchange_test : public test::sample_service {
   protected:
     void SetUp() override { test::clean_root(); }
@@ -25,19 +27,19 @@ class batch_exchange_test : public test::sample_service {
 
 TEST_F(batch_exchange_test, a_batch_is_run_and_answered_and_goes_away) {
     test::write_file(batch, command_line);
-    EXPECT_TRUE(exchange.look(true));
+    EXPECT_EQ(exchange.look(true), exchange_look::taken);
     EXPECT_EQ(test::read_file(result), result_line);
     EXPECT_FALSE(fileexist(batch));
     EXPECT_FALSE(fileexist(running));
     EXPECT_EQ(value_of("Boot.Mode"), "Legacy");
-    EXPECT_FALSE(exchange.look(true));
+    EXPECT_EQ(exchange.look(true), exchange_look::nothing);
 }
 
 TEST_F(batch_exchange_test, an_old_batch_that_waited_for_the_service_is_run) {
     test::write_file(batch, command_line);
     test::set_mtime(batch, 1000);
     exchange.recover();
-    EXPECT_TRUE(exchange.look(true));
+    EXPECT_EQ(exchange.look(true), exchange_look::taken);
     EXPECT_EQ(test::read_file(result), result_line);
 }
 
@@ -45,12 +47,12 @@ TEST_F(batch_exchange_test, a_result_that_cannot_be_written_does_not_stop_the_ne
     test::recording_log log(0x10000000);
     std::filesystem::create_directories(result + "/full");
     test::write_file(batch, command_line);
-    EXPECT_TRUE(exchange.look(true));
+    EXPECT_EQ(exchange.look(true), exchange_look::taken);
     EXPECT_EQ(log.lines.size(), 1U);
     EXPECT_FALSE(fileexist(running));
     EXPECT_EQ(value_of("Boot.Mode"), "Legacy");
     test::write_file(batch, command_line);
-    EXPECT_TRUE(exchange.look(true));
+    EXPECT_EQ(exchange.look(true), exchange_look::taken);
     EXPECT_EQ(test::read_file(result), result_line);
 }
 
@@ -68,7 +70,7 @@ TEST_F(batch_exchange_test, an_interrupted_batch_gives_way_to_a_newer_one) {
     exchange.recover();
     EXPECT_FALSE(fileexist(running));
     EXPECT_FALSE(fileexist(result));
-    EXPECT_TRUE(exchange.look(true));
+    EXPECT_EQ(exchange.look(true), exchange_look::taken);
     EXPECT_EQ(test::read_file(result), "0 2 t get Boot.Mode \"\" \"UEFI\" \n");
 }
 

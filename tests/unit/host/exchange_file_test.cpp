@@ -14,6 +14,7 @@
 
 namespace {
 
+using dp_host::exchange_look;
 using dp_host::take_exchange_file;
 
 class exchange_file_test : public testing::Test {
@@ -26,10 +27,10 @@ class exchange_file_test : public testing::Test {
 
 TEST_F(exchange_file_test, a_finished_file_is_taken) {
     test::write_file(path, "x");
-    EXPECT_TRUE(take_exchange_file(path, taken, true));
+    EXPECT_EQ(take_exchange_file(path, taken, true), exchange_look::taken);
     EXPECT_FALSE(fileexist(path));
     EXPECT_EQ(test::read_file(taken), "x");
-    EXPECT_FALSE(take_exchange_file(path, taken, true));
+    EXPECT_EQ(take_exchange_file(path, taken, true), exchange_look::nothing);
 }
 
 TEST_F(exchange_file_test, a_file_that_is_open_for_writing_is_left) {
@@ -39,40 +40,41 @@ TEST_F(exchange_file_test, a_file_that_is_open_for_writing_is_left) {
     if (fcntl(probe.get(), F_SETLEASE, F_RDLCK) == 0 || errno != EAGAIN) {
         GTEST_SKIP() << "the file system has no leases";
     }
-    EXPECT_FALSE(take_exchange_file(path, taken, true));
+    EXPECT_EQ(take_exchange_file(path, taken, true), exchange_look::being_written);
     EXPECT_TRUE(fileexist(path));
     writer.close();
-    EXPECT_TRUE(take_exchange_file(path, taken, true));
+    EXPECT_EQ(take_exchange_file(path, taken, true), exchange_look::taken);
 }
 
 TEST_F(exchange_file_test, an_empty_file_is_left_until_its_end_was_noticed) {
     test::write_file(path, "");
-    EXPECT_FALSE(take_exchange_file(path, taken, false));
+    EXPECT_EQ(take_exchange_file(path, taken, false), exchange_look::nothing);
     EXPECT_TRUE(fileexist(path));
-    EXPECT_TRUE(take_exchange_file(path, taken, true));
+    EXPECT_EQ(take_exchange_file(path, taken, true), exchange_look::taken);
     test::write_file(path, "x");
-    EXPECT_TRUE(take_exchange_file(path, taken, false)) << "what has content is begun and finished";
+    EXPECT_EQ(take_exchange_file(path, taken, false), exchange_look::taken)
+        << "what has content is begun and finished";
 }
 
 TEST_F(exchange_file_test, a_file_that_is_open_for_reading_is_taken) {
     test::write_file(path, "x");
     const dp_host::file_descriptor reader(open(path.c_str(), O_RDONLY));
-    EXPECT_TRUE(take_exchange_file(path, taken, true));
+    EXPECT_EQ(take_exchange_file(path, taken, true), exchange_look::taken);
 }
 
 TEST_F(exchange_file_test, what_is_no_file_of_ours_is_removed_with_a_line_in_the_log) {
     test::recording_log log(0x10000000);
     test::write_file(path + ".real", "precious");
     ASSERT_EQ(symlink((path + ".real").c_str(), path.c_str()), 0);
-    EXPECT_FALSE(take_exchange_file(path, taken, true));
+    EXPECT_EQ(take_exchange_file(path, taken, true), exchange_look::nothing);
     ASSERT_EQ(log.lines.size(), 1U);
     EXPECT_EQ(log.lines[0].text, " ***ERROR*** refused: " + path + " is a link; removed it");
     EXPECT_EQ(test::read_file(path + ".real"), "precious");
 
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-    EXPECT_FALSE(take_exchange_file(path, taken, true));
+    EXPECT_EQ(take_exchange_file(path, taken, true), exchange_look::nothing);
     std::filesystem::create_directories(path + "/full");
-    EXPECT_FALSE(take_exchange_file(path, taken, true));
+    EXPECT_EQ(take_exchange_file(path, taken, true), exchange_look::nothing);
     EXPECT_EQ(log.lines.size(), 3U);
     EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(path)));
     EXPECT_FALSE(fileexist(taken));
@@ -83,14 +85,14 @@ TEST_F(exchange_file_test, somebody_elses_file_is_removed) {
     if (chown(path.c_str(), 12345, static_cast<gid_t>(-1)) != 0) {
         GTEST_SKIP() << "only root can give files away";
     }
-    EXPECT_FALSE(take_exchange_file(path, taken, true));
+    EXPECT_EQ(take_exchange_file(path, taken, true), exchange_look::nothing);
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 TEST_F(exchange_file_test, what_lies_in_the_way_of_the_taken_name_goes) {
     std::filesystem::create_directories(taken + "/full");
     test::write_file(path, "x");
-    EXPECT_TRUE(take_exchange_file(path, taken, true));
+    EXPECT_EQ(take_exchange_file(path, taken, true), exchange_look::taken);
     EXPECT_EQ(test::read_file(taken), "x");
 }
 

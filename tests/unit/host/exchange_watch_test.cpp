@@ -55,24 +55,27 @@ TEST_F(exchange_watch_test, whatever_way_a_file_arrives_is_noticed) {
     EXPECT_TRUE(something_happened());
 }
 
-TEST_F(exchange_watch_test, the_end_of_a_files_writing_is_told_once) {
+TEST_F(exchange_watch_test, the_end_of_a_files_writing_is_told_until_it_is_forgotten) {
     const dp_host::file_descriptor writer(open(file.c_str(), O_WRONLY | O_CREAT, 0600));
     EXPECT_TRUE(watch.take_events());
-    EXPECT_FALSE(watch.take_end("batch")) << "it was only made";
+    EXPECT_FALSE(watch.has_ended("batch")) << "it was only made";
     test::write_file(file + "2", "");
     EXPECT_TRUE(watch.take_events());
-    EXPECT_FALSE(watch.take_end("batch"));
-    EXPECT_TRUE(watch.take_end("batch2"));
-    EXPECT_FALSE(watch.take_end("batch2"));
+    EXPECT_FALSE(watch.has_ended("batch"));
+    EXPECT_TRUE(watch.has_ended("batch2"));
+    EXPECT_TRUE(watch.has_ended("batch2"));
+    watch.forget_end("batch2");
+    EXPECT_FALSE(watch.has_ended("batch2"));
 
     test::write_file(file, "");
-    EXPECT_FALSE(watch.take_end("batch")) << "the event was not taken yet";
+    EXPECT_FALSE(watch.has_ended("batch")) << "the event was not taken yet";
     EXPECT_TRUE(watch.take_events());
-    EXPECT_TRUE(watch.take_end("batch"));
+    EXPECT_TRUE(watch.has_ended("batch"));
+    watch.forget_end("batch");
 
     ASSERT_EQ(std::rename((file + "2").c_str(), file.c_str()), 0);
     EXPECT_TRUE(watch.take_events());
-    EXPECT_TRUE(watch.take_end("batch")) << "what is moved there is finished";
+    EXPECT_TRUE(watch.has_ended("batch")) << "what is moved there is finished";
 }
 
 TEST_F(exchange_watch_test, a_file_that_is_made_anew_has_not_ended) {
@@ -80,7 +83,7 @@ TEST_F(exchange_watch_test, a_file_that_is_made_anew_has_not_ended) {
     std::filesystem::remove(file);
     const dp_host::file_descriptor writer(open(file.c_str(), O_WRONLY | O_CREAT, 0600));
     EXPECT_TRUE(watch.take_events());
-    EXPECT_FALSE(watch.take_end("batch"));
+    EXPECT_FALSE(watch.has_ended("batch"));
 }
 
 TEST_F(exchange_watch_test, a_folder_that_goes_away_is_noticed) {

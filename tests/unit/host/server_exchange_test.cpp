@@ -12,6 +12,8 @@
 
 namespace {
 
+using dp_host::exchange_look;
+
 class server_exchange_test : public testing::Test {
   protected:
     void SetUp() override {
@@ -27,7 +29,7 @@ class server_exchange_test : public testing::Test {
 
     std::string answer_to(const std::string& text) {
         test::write_file(request, text);
-        EXPECT_TRUE(exchange.look(true));
+        EXPECT_EQ(exchange.look(true), exchange_look::taken);
         EXPECT_FALSE(fileexist(request));
         EXPECT_FALSE(fileexist(running));
         return test::read_file(answer);
@@ -44,7 +46,7 @@ class server_exchange_test : public testing::Test {
 TEST_F(server_exchange_test, a_restart_is_carried_out_and_answered) {
     EXPECT_EQ(answer_to("restart\n"), "0\n");
     EXPECT_TRUE(fileexist(current));
-    EXPECT_FALSE(exchange.look(true));
+    EXPECT_EQ(exchange.look(true), exchange_look::nothing);
     EXPECT_EQ(answer_to("restart"), "0\n");
 }
 
