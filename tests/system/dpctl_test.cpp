@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <thread>
 
@@ -36,6 +37,23 @@ TEST_F(dpctl_and_service, lists_what_the_service_keeps) {
     EXPECT_THAT(result.out, HasSubstr("Boot"));
     EXPECT_THAT(dpctl({"list", "Ports"}).out, HasSubstr("Ports.Speed.4"));
     EXPECT_EQ(dpctl({"get", "Boot.Mode"}).out, "Boot.Mode=UEFI\n");
+}
+
+TEST_F(dpctl_and_service, shows_another_template_however_old_and_then_the_servers_own_again) {
+    namespace fs = std::filesystem;
+    auto infos = test::sample_template();
+    infos.push_back(test::choice("Fans", "Speed", "low", "low,high"));
+    scratch_server::place_update(infos, "B2");
+    const std::string other = scratch_server::path("/var/dp/update/uefi_template.efi");
+    fs::last_write_time(other, fs::file_time_type::clock::now() - std::chrono::hours(1));
+    const std::string own = dpctl({"collections"}).out;
+    EXPECT_THAT(own, Not(HasSubstr("Fans")));
+    const auto result = dpctl({"collections", "--template-file", other});
+    EXPECT_EQ(result.exit_code, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_THAT(result.out, HasSubstr("Fans"));
+    EXPECT_THAT(dpctl({"list", "Fans", "--template-file", other}).out, HasSubstr("Fans.Speed"));
+    EXPECT_EQ(dpctl({"collections"}).out, own);
 }
 
 TEST_F(dpctl_and_service, changes_are_pending_until_the_server_restarts) {

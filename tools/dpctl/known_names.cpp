@@ -30,8 +30,8 @@ bool have_collections(const catalog& names, const session& service, report& rep)
                      " does not exist; what it was expanded to earlier is used");
         } else if (!service.doubtful_text().empty()) {
             rep.note("the template " + file + " is older than " + service.doubtful_text() +
-                     ", which is used and may be another template's");
-            rep.hint("To have it expanded anew: touch " + file);
+                     ", which can't be removed and may be another template's");
+            rep.hint("To have the template expanded anew: touch " + file);
         }
         return true;
     }

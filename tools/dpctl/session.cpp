@@ -1,5 +1,6 @@
 #include "dpctl/session.hpp"
 
+#include <array>
 #include <filesystem>
 #include <stdexcept>
 #include <utility>
@@ -24,14 +25,28 @@ std::string or_default(std::string name, const dp::fixed_path& default_name) {
     return name.empty() ? default_name.str() : std::move(name);
 }
 
-// What the library will not make anew out of `template_file`, which is another template than the
-// server's own; empty when it will.
-std::string text_newer_than(const std::string& template_file) {
+constexpr std::array texts_of_template{dp::fixed_paths::uefi_configs, dp::fixed_paths::uefi_info};
+
+// Whether the template is one, and not the server's own.
+bool is_foreign_template(const std::string& template_file) {
+    namespace fs = std::filesystem;
     std::error_code ignored;
-    if (std::filesystem::equivalent(template_file, dp::fixed_paths::uefi_template.str(), ignored)) {
-        return {};
+    return fs::exists(template_file, ignored) &&
+           !fs::equivalent(template_file, dp::fixed_paths::uefi_template.str(), ignored);
+}
+
+// Has the template of the next reader expanded, whichever it is. All templates are expanded to the
+// same files, and the library only compares times.
+void forget_expanded_texts() {
+    for (const auto& text : texts_of_template) {
+        std::error_code ignored;
+        std::filesystem::remove(text.str(), ignored);
     }
-    for (const auto& text : {dp::fixed_paths::uefi_configs, dp::fixed_paths::uefi_info}) {
+}
+
+// What the library will not make anew out of the template; empty when it will.
+std::string text_newer_than(const std::string& template_file) {
+    for (const auto& text : texts_of_template) {
         if (file_older_than(template_file, text.str())) {
             return text.str();
         }
@@ -44,6 +59,10 @@ std::string text_newer_than(const std::string& template_file) {
 session::session(file_names files) : files_(std::move(files)) {
     if (!files_.template_file.empty()) {
         dp_cim_change_template_fname(files_.template_file.c_str());
+        is_template_foreign_ = is_foreign_template(files_.template_file);
+    }
+    if (is_template_foreign_) {
+        forget_expanded_texts();
         doubtful_text_ = text_newer_than(files_.template_file);
     }
     if (!files_.settings.empty()) {
@@ -60,6 +79,9 @@ session::session(file_names files) : files_(std::move(files)) {
 
 session::~session() {
     dp_api_uninitialize();
+    if (is_template_foreign_) {
+        forget_expanded_texts();
+    }
 }
 
 std::vector<std::string> session::collections() {

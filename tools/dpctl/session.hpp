@@ -39,7 +39,9 @@ struct change_request {
     std::uint32_t status = 0;  ///< `unanswered` until the service reports a failure
 };
 
-/// The BIOS attribute service of the library, initialised for the lifetime of the object. There is
+/// The BIOS attribute service of the library, initialised for the lifetime of the object. What a
+/// template that is not the server's own is expanded to is removed with it, so that nobody takes it
+/// for the server's. There is
 /// one in a process, used by one thread. What can't be read at all, as when memory runs out, throws
 /// a std::runtime_error; missing files only hold nothing.
 class session final : public attribute_source {
@@ -68,12 +70,13 @@ class session final : public attribute_source {
     /// The files in use, defaults filled in.
     [[nodiscard]] const file_names& files() const { return files_; }
 
-    /// The expanded text that was newer than a template that is not the server's own: the library
-    /// takes it as it is, whichever template it is of. Empty when there was none.
+    /// The expanded text that is newer than a template that is not the server's own and could not
+    /// be removed: the library takes it as it is, whichever template it is of. Empty as a rule.
     [[nodiscard]] const std::string& doubtful_text() const { return doubtful_text_; }
 
   private:
     file_names files_;
+    bool is_template_foreign_ = false;
     std::string doubtful_text_;
 };
 

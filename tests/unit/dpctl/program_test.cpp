@@ -254,30 +254,33 @@ TEST_F(dpctl_program, says_when_the_template_is_gone) {
     EXPECT_THAT(result.out, HasSubstr("Boot.Mode"));
 }
 
+TEST_F(dpctl_program, keeps_what_the_servers_own_template_was_expanded_to) {
+    namespace fs = std::filesystem;
+    const std::string own = test::root() + "/var/dp/uefi_template.efi";
+    fs::last_write_time(own, fs::file_time_type::clock::now() - std::chrono::hours(1));
+    const std::string text = test::root() + "/tmp/dp/uefi_configs.txt";
+    dpctl({"collections"});
+    const auto made = fs::last_write_time(text);
+    EXPECT_EQ(dpctl({"collections", "--template-file", own}).err, "");
+    EXPECT_THAT(dpctl({"collections", "--template-file", "missing.efi"}).err,
+                HasSubstr("does not exist"));
+    EXPECT_EQ(fs::last_write_time(text), made);
+}
+
 TEST_F(dpctl_program, warns_when_another_templates_text_may_be_in_use) {
     namespace fs = std::filesystem;
     const auto hour_ago = fs::file_time_type::clock::now() - std::chrono::hours(1);
-    const std::string own = test::root() + "/var/dp/uefi_template.efi";
-    fs::copy_file(own, test::root() + "/other.efi");
+    fs::copy_file(test::root() + "/var/dp/uefi_template.efi", test::root() + "/other.efi");
     fs::last_write_time(test::root() + "/other.efi", hour_ago);
-    // There is no text yet: the template is expanded.
-    EXPECT_EQ(dpctl({"list", "Boot", "--template-file", "other.efi"}).err, "");
-    const auto result = dpctl({"list", "Boot", "--template-file", "other.efi"});
-    EXPECT_EQ(result.exit_code, 0);
-    EXPECT_EQ(result.err, "dpctl: the template other.efi is older than " + test::root() +
-                              "/tmp/dp/uefi_configs.txt, which is used and may be another "
-                              "template's\n  To have it expanded anew: touch other.efi\n");
-    EXPECT_THAT(result.out, HasSubstr("Boot.Mode"));
-    fs::remove(test::root() + "/tmp/dp/uefi_configs.txt");
-    EXPECT_THAT(dpctl({"collections", "--template-file", "other.efi"}).err,
-                HasSubstr("/tmp/dp/uefi_info.txt, which is used"));
-    // The server's own template is older as a rule.
-    fs::last_write_time(own, hour_ago);
-    EXPECT_EQ(dpctl({"list", "Boot"}).err, "");
-    EXPECT_EQ(dpctl({"list", "Boot", "--template-file", own}).err, "");
+    const std::string text = test::root() + "/tmp/dp/uefi_info.txt";
+    fs::create_directories(text + "/full");
+    EXPECT_EQ(dpctl({"collections", "--template-file", "other.efi"}).err,
+              "dpctl: the template other.efi is older than " + text +
+                  ", which can't be removed and may be another template's\n"
+                  "  To have the template expanded anew: touch other.efi\n");
     fs::last_write_time(test::root() + "/other.efi",
                         fs::file_time_type::clock::now() + std::chrono::hours(1));
-    EXPECT_EQ(dpctl({"list", "Boot", "--template-file", "other.efi"}).err, "");
+    EXPECT_EQ(dpctl({"collections", "--template-file", "other.efi"}).err, "");
 }
 
 // Names
