@@ -1,12 +1,17 @@
 #include "bios/category_bitmap.hpp"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
-#include <array>
 #include <cstddef>
-#include <fstream>
+#include <cstdio>
 #include <iterator>
+#include <memory>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "common/fixed_paths.hpp"
 #include "common/numbers.hpp"
@@ -14,7 +19,46 @@
 namespace dp {
 namespace {
 
-constexpr std::size_t line_buffer_size = 200;
+constexpr std::size_t longest_line = 199;
+
+struct file_closer {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+using input_file = std::unique_ptr<std::FILE, file_closer>;
+
+// Everybody may write to the folder of temporary files, so what lies there under the table's name
+// may be a trap: a pipe's other end is not waited for, nor a device read. Null when there is no
+// regular file to read.
+input_file open_table(const std::string& path) {
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (descriptor < 0) {
+        return nullptr;
+    }
+    struct stat info {};
+    input_file file;
+    if (::fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode)) {
+        file.reset(::fdopen(descriptor, "r"));
+    }
+    if (file == nullptr) {
+        ::close(descriptor);
+    }
+    return file;
+}
+
+// Takes the next line without its end. False when there is none, it is too long, or the file can't
+// be read.
+bool read_line(std::FILE& file, std::string& line) {
+    line.clear();
+    int c = EOF;
+    while ((c = std::getc(&file)) != EOF && c != '\n') {
+        if (line.size() == longest_line) {
+            return false;
+        }
+        line += static_cast<char>(c);
+    }
+    return c == '\n' || (!line.empty() && std::ferror(&file) == 0);
+}
 
 std::string_view without_blanks_around(std::string_view text) {
     const std::size_t first = text.find_first_not_of(' ');
@@ -53,11 +97,12 @@ void copy_text(const std::string& from, char (&to)[DP_CATEGORY_TEXT_SIZE]) {
 category_bitMap::category_bitMap() : file_name(fixed_paths::event_categories.str()) {}
 
 void category_bitMap::extractBitMap() {
-    std::ifstream in(file_name, std::ios::binary);
-    std::array<char, line_buffer_size> buffer{};
-    // A line that does not fit the buffer fails the stream.
-    while (in.getline(buffer.data(), static_cast<std::streamsize>(buffer.size()))) {
-        if (auto entry = parse_line(buffer.data())) {
+    const input_file file = open_table(file_name);
+    std::string line;
+    line.reserve(longest_line);
+    while (file != nullptr && read_line(*file, line)) {
+        // A line ends at a NUL inside it.
+        if (auto entry = parse_line(line.c_str())) {
             entries.push_back(std::move(*entry));
         }
     }

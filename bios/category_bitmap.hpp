@@ -24,7 +24,8 @@ class category_bitMap {
 
     /// Appends the file's entries in the file's order, equal ones too. Lines that do not begin with
     /// a digit, lack "=" or "::" behind it, or have a number beyond 32 bits are skipped. A line of
-    /// 200 characters or more ends the reading. A file that can't be opened has no entries.
+    /// 200 characters or more ends the reading. A file that can't be opened, or is none, such as a
+    /// folder or a pipe, has no entries.
     void extractBitMap();
 
     std::string file_name;

@@ -1,5 +1,7 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstddef>
@@ -157,6 +159,32 @@ TEST_F(event_categories, a_missing_empty_or_unreadable_file_has_no_entries) {
     count = 99;
     EXPECT_EQ(dp_get_uim_event_category_mapping(&record, &count), 0);
     EXPECT_EQ(count, 0U);
+}
+
+TEST_F(event_categories, what_is_no_regular_file_has_no_entries_and_is_not_waited_for) {
+    std::filesystem::create_directories(test::root() + "/tmp/DS");
+    const auto expect_none = [] {
+        std::uint32_t count = 99;
+        EXPECT_EQ(dp_get_uim_event_category_mapping(nullptr, &count), 0);
+        EXPECT_EQ(count, 0U);
+    };
+    // A pipe without a writer, and one whose writer offers a table.
+    ASSERT_EQ(mkfifo(file().c_str(), 0600), 0);
+    expect_none();
+    const int pipe = open(file().c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(pipe, 0);
+    ASSERT_EQ(write(pipe, "1=A::a\n", 7), 7);
+    expect_none();
+    close(pipe);
+    std::filesystem::remove(file());
+    std::filesystem::create_symlink("/dev/zero", file());
+    expect_none();
+    std::filesystem::remove(file());
+    test::write_file(test::root() + "/tmp/table", "1=A::a\n");
+    std::filesystem::create_symlink(test::root() + "/tmp/table", file());
+    std::uint32_t count = 99;
+    EXPECT_EQ(dp_get_uim_event_category_mapping(nullptr, &count), 0);
+    EXPECT_EQ(count, 1U) << "a link to a table is followed";
 }
 
 TEST_F(event_categories, without_a_count_nothing_is_written) {

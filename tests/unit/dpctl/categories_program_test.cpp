@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
@@ -82,6 +83,14 @@ TEST_F(categories_program, fails_when_the_file_is_unreadable) {
     EXPECT_EQ(result.exit_code, 1);
     EXPECT_EQ(result.err, "dpctl: there are no event categories: " + file_ + " is a folder\n");
     EXPECT_THAT(json::parse(categories({"--json"}).out)["errors"], SizeIs(1));
+}
+
+TEST_F(categories_program, waits_for_no_pipe) {
+    ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0);
+    const auto result = categories();
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_EQ(result.err,
+              "dpctl: there are no event categories: " + file_ + " is not a regular file\n");
 }
 
 TEST_F(categories_program, fails_when_the_file_is_forbidden) {

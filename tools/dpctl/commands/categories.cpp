@@ -40,6 +40,9 @@ std::string why_unreadable(const std::string& file) {
     if (std::filesystem::is_directory(file, ignored)) {
         return file + " is a folder";
     }
+    if (std::filesystem::is_other(file, ignored)) {
+        return file + " is not a regular file";
+    }
     if (std::filesystem::exists(file, ignored) && access(file.c_str(), R_OK) != 0) {
         return file + " can't be read";
     }
