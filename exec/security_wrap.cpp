@@ -1,10 +1,12 @@
 #include "exec/security_wrap.hpp"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
-#include <cstring>
-#include <fstream>
-#include <ios>
 #include <limits>
 #include <string_view>
 #include <utility>
@@ -191,6 +193,31 @@ bool set_file(unsigned int& flag, security_wrap::redirection_flags bit,
     return true;
 }
 
+// Who wrote the line also chose the file: opening it must not wait, be it for a pipe's reader or
+// for a terminal line. -1 when there is nothing to write to.
+int open_for_writing(const std::string& name, int mode) {
+    const int descriptor =
+        ::open(name.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | mode,
+               S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH);
+    if (descriptor >= 0) {
+        // What there is to write is written all the same.
+        ::fcntl(descriptor, F_SETFL, mode & O_APPEND);
+    }
+    return descriptor;
+}
+
+void write_all(int descriptor, const std::vector<unsigned char>& data) {
+    std::size_t done = 0;
+    while (done < data.size()) {
+        const ssize_t count = ::write(descriptor, data.data() + done, data.size() - done);
+        if (count > 0) {
+            done += static_cast<std::size_t>(count);
+        } else if (count == 0 || errno != EINTR) {
+            break;
+        }
+    }
+}
+
 }  // namespace
 
 int security_wrap::system(const char* command) {
@@ -308,20 +335,20 @@ int security_wrap::parse_redirection(const std::vector<redirection>& redirection
 }
 
 int security_wrap::redirect_2_file(std::vector<unsigned char>& data, redirection_file& file) {
-    std::ios::openmode mode = std::ios::binary | std::ios::out;
+    int mode = 0;
     if (file.operation == truncate) {
-        mode |= std::ios::trunc;
+        mode = O_TRUNC;
     } else if (file.operation == append) {
-        mode |= std::ios::app;
+        mode = O_APPEND;
     } else {
         return -1;
     }
-    std::ofstream stream(file.name, mode);
-    if (!stream) {
+    const int descriptor = open_for_writing(file.name, mode);
+    if (descriptor < 0) {
         return -1;
     }
-    stream.write(reinterpret_cast<const char*>(data.data()),
-                 static_cast<std::streamsize>(data.size()));
+    write_all(descriptor, data);
+    ::close(descriptor);
     return 0;
 }
 

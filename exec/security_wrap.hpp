@@ -71,7 +71,8 @@ class DP_API security_wrap {
                                  redirection_file& out, redirection_file& err);
 
     /// Writes `data`, which may be empty, over the file or behind its end. 0, or -1 when the
-    /// operation is unknown or the file can't be opened; what happens after that is not reported.
+    /// operation is unknown or the file can't be opened, as a pipe without a reader, for which
+    /// nobody waits; what happens after that is not reported.
     static int redirect_2_file(std::vector<unsigned char>& data, redirection_file& file);
 };
 

@@ -1,15 +1,19 @@
 #include "exec/security_wrap.hpp"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <future>
 #include <map>
 #include <random>
 #include <string>
@@ -523,6 +527,49 @@ TEST_F(security_wrap_files, redirect_2_file_reports_a_file_that_cannot_be_opened
         security_wrap::redirection_file file{name, security_wrap::truncate};
         EXPECT_EQ(security_wrap::redirect_2_file(data, file), -1) << name;
     }
+}
+
+TEST_F(security_wrap_files, redirect_2_file_writes_all_to_a_slow_reader) {
+    const std::string pipe = scratch("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    // More than a pipe holds.
+    std::vector<unsigned char> data(300'000);
+    for (std::size_t i = 0; i < data.size(); ++i) {
+        data[i] = static_cast<unsigned char>(i % 251);
+    }
+    for (const std::int32_t operation : {1, 2}) {
+        const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        ASSERT_GE(reader, 0);
+        auto result = std::async(std::launch::async, [&] {
+            security_wrap::redirection_file file{pipe, operation};
+            return security_wrap::redirect_2_file(data, file);
+        });
+        std::vector<unsigned char> got;
+        std::array<unsigned char, 4096> chunk{};
+        pollfd waiting{reader, POLLIN, 0};
+        while (poll(&waiting, 1, 10'000) == 1) {
+            const ssize_t count = read(reader, chunk.data(), chunk.size());
+            if (count <= 0) {
+                break;
+            }
+            got.insert(got.end(), chunk.begin(), chunk.begin() + count);
+        }
+        close(reader);
+        EXPECT_EQ(result.get(), 0);
+        EXPECT_EQ(got, data);
+    }
+}
+
+TEST_F(security_wrap_files, redirect_2_file_waits_for_no_reader) {
+    const std::string pipe = scratch("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    std::vector<unsigned char> data{'a'};
+    for (const std::int32_t operation : {1, 2}) {
+        security_wrap::redirection_file file{pipe, operation};
+        EXPECT_EQ(security_wrap::redirect_2_file(data, file), -1);
+    }
+    EXPECT_EQ(run("cmd > " + pipe), 1);
+    EXPECT_EQ(run("cmd >> " + pipe + " 2>&1"), 1);
 }
 
 // ---- system
