@@ -27,7 +27,12 @@ void parse_name(std::string_view text, qualified_setting_name& name) {
 }
 
 void qualified_setting_name::parse(const std::string& text) {
-    parse_name(text, *this);
+    const bool is_own_part = &text == &configuration || &text == &setting || &text == &instance;
+    if (is_own_part) {
+        parse_name(std::string(text), *this);
+    } else {
+        parse_name(text, *this);
+    }
 }
 
 std::string qualified_setting_name::get_name() const {

@@ -14,7 +14,8 @@ class DP_API qualified_setting_name {
     std::string setting;        ///< "invalid_setting" when the text was empty; may hold dots itself
     std::string instance;       ///< as text; empty when the setting is not addressed by instance
 
-    /// Splits `text` at its first and its last dot. Never fails; empty parts stay empty.
+    /// Splits `text` at its first and its last dot. Never fails; empty parts stay empty. `text` may
+    /// be one of this name's own parts.
     void parse(const std::string& text);
 
     /// The parts joined with dots; without the instance when it is empty.

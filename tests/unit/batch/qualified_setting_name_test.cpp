@@ -71,6 +71,22 @@ TEST(qualified_setting_name, joins_its_parts_again) {
     }
 }
 
+TEST(qualified_setting_name, may_be_parsed_from_one_of_its_own_parts) {
+    using part = std::string dp::qualified_setting_name::*;
+    const std::string big(100'000, 's');
+    for (const part own :
+         {&dp::qualified_setting_name::configuration, &dp::qualified_setting_name::setting,
+          &dp::qualified_setting_name::instance}) {
+        for (const std::string& text : std::vector<std::string>{
+                 "BIOS.Boot.Mode.3", "A.B", "BootMode", "", "A." + big + ".3"}) {
+            dp::qualified_setting_name name{"old", "old", "old"};
+            name.*own = text;
+            name.parse(name.*own);
+            EXPECT_EQ((parts{name.configuration, name.setting, name.instance}), parsed(text));
+        }
+    }
+}
+
 TEST(qualified_setting_name, joined_name_shows_what_was_missing) {
     dp::qualified_setting_name name;
     EXPECT_EQ(name.get_name(), ".");
