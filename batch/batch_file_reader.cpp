@@ -128,6 +128,10 @@ int batch_file_reader::read_file(std::istream& in, registrar* reg) {
             }
             processor->process_entry(entry, reg);
             ++count;
+            // Lines may be at hand still, but the processor may have put an end to the stream.
+            if (!in.good()) {
+                break;
+            }
         }
     }
     return count;

@@ -21,7 +21,8 @@ class DP_API batch_file_reader {
     /// were. Empty lines, lines of blanks and lines that begin with '#' are skipped; a line with
     /// more behind its second value than one word at its very end is dropped. A short line is
     /// accepted and keeps the previous line's texts in the words that it lacks; its values are
-    /// empty. Holds one line at a time. `reg` may be null; it is only handed on.
+    /// empty. Holds one line at a time. A processor ends the reading by making `in` fail. `reg` may
+    /// be null; it is only handed on.
     virtual int read_file(std::istream& in, registrar* reg);
 
     /// Writes the plain text of a possibly compressed batch file to `out`. False only when the file

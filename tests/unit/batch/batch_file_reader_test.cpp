@@ -338,6 +338,38 @@ TEST(read_file, reads_nothing_from_a_stream_that_failed_or_ended) {
     }
 }
 
+TEST(read_file, stops_behind_the_line_whose_processor_ends_or_fails_the_stream) {
+    class ending_processor final : public dp::batch_file_intf {
+      public:
+        ending_processor(std::istream& stream, std::ios::iostate end) : in_(stream), end_(end) {}
+        void process_entry(batch_file_entry& entry, dp::registrar*) override {
+            details += entry.detail;
+            if (entry.detail == "2") {
+                in_.setstate(end_);
+            }
+        }
+        std::string details;
+
+      private:
+        std::istream& in_;
+        std::ios::iostate end_;
+    };
+    // Lines as they are written, and others.
+    for (const char* line_end : {"\n", "  \n", "\n# comment\n\n"}) {
+        for (const auto end : {std::ios::failbit, std::ios::badbit, std::ios::eofbit}) {
+            std::string file;
+            for (const char* detail : {"1", "2", "3", "4"}) {
+                file += "0 "s + detail + " t set A.B \"\" \"\"" + line_end;
+            }
+            std::istringstream in(file);
+            ending_processor processor(in, end);
+            EXPECT_EQ(dp::batch_file_reader(&processor).read_file(in, nullptr), 2);
+            EXPECT_EQ(processor.details, "12");
+            EXPECT_EQ(in.rdstate(), end);
+        }
+    }
+}
+
 TEST(read_file, begins_where_the_stream_stands) {
     std::istringstream in("0 1 t set A.B \"x\" \"y\"\n0 2 t set A.B \"x\" \"y\"\n");
     in.seekg(10);
