@@ -59,7 +59,8 @@ bool line_source::refill() {
         std::memcpy(larger.get(), window_.get() + begin_, size);
         window_ = std::move(larger);
         size_ *= 2;
-    } else {
+    } else if (begin_ != 0) {
+        // Once a line: one that comes in many pieces stays where it is.
         std::memmove(window_.get(), window_.get() + begin_, size);
     }
     begin_ = 0;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "batch/batch_line.hpp"
+#include "tests/support/cpu_time.hpp"
 
 namespace {
 
@@ -148,6 +149,17 @@ TEST(line_source, gives_what_getline_gives_however_the_stream_comes) {
             ASSERT_EQ(all_lines(in), expected) << "pieces of " << piece;
         }
     }
+}
+
+TEST(line_source, takes_a_long_line_in_small_pieces) {
+    // Where a copy onto itself costs what any other costs, moving the line for every piece would
+    // take minutes.
+    const std::string text(4'000'000, 'x');
+    piecewise buffer(text, 10);
+    std::istream in(&buffer);
+    const test::cpu_time used;
+    EXPECT_EQ(all_lines(in), lines{text});
+    EXPECT_LT(used.seconds(), 20);
 }
 
 TEST(line_source, asks_for_more_only_when_the_next_line_needs_it) {
