@@ -1,6 +1,7 @@
 #include "transactions/setting_transaction.hpp"
 
 #include <algorithm>
+#include <cstddef>
 #include <ostream>
 
 #include "settings/plugin_list.hpp"
@@ -13,6 +14,9 @@ namespace {
 
 constexpr std::int32_t validate_step = 2;
 constexpr std::int32_t execute_step_number = 1;
+
+// Up to so many commands an index for their correlators does not pay.
+constexpr std::size_t searched_one_by_one = 64;
 
 bool owns(const plugin* p, const transaction_command& command) {
     return command.target.setting != nullptr && command.target.setting->owner == p;
@@ -58,19 +62,24 @@ void setting_transaction::on_substep_complete(registrar& /*reg*/, plugin* p) {
 }
 
 transaction_command* setting_transaction::get_command_by_corr(std::uint32_t correlator) {
+    const auto has_it = [correlator](const transaction_command* command) {
+        return command->correlator == correlator;
+    };
+    if (commands.size() <= searched_one_by_one) {
+        const auto found = std::find_if(commands.begin(), commands.end(), has_it);
+        return found == commands.end() ? nullptr : *found;
+    }
     if (by_correlator_.size() != commands.size()) {
         index_correlators();
     }
     const auto indexed = std::lower_bound(by_correlator_.begin(), by_correlator_.end(),
                                           std::pair{correlator, std::uint32_t{0}});
     if (indexed != by_correlator_.end() && indexed->first == correlator &&
-        commands[indexed->second]->correlator == correlator) {
+        has_it(commands[indexed->second])) {
         return commands[indexed->second];
     }
     // Commands are open data: the correlator may have been stored since the index was made.
-    const auto found = std::find_if(
-        commands.begin(), commands.end(),
-        [correlator](const auto* command) { return command->correlator == correlator; });
+    const auto found = std::find_if(commands.begin(), commands.end(), has_it);
     if (found == commands.end()) {
         return nullptr;
     }

@@ -30,10 +30,11 @@ class DP_API setting_transaction : public transaction {
     void on_execute_step(registrar& reg, plugin_list& plugins) override;
     void on_substep_complete(registrar& reg, plugin* p) override;
 
-    /// The first command with that correlator, or null. The correlators of the listed commands are
-    /// indexed at the first call and again when the list's length changed or a step began; finding
-    /// one is then a matter of a few comparisons. One that the index lacks is looked for in the
-    /// list, command by command.
+    /// The first command with that correlator, or null. A list of more than 64 commands has its
+    /// correlators indexed at the first call and again when its length changed or a step began;
+    /// finding one is then a matter of a few comparisons. One that the index lacks is looked for
+    /// command by command. In such a list, a correlator stored since in a command before the
+    /// indexed one with that correlator is found only when a step began.
     transaction_command* get_command_by_corr(std::uint32_t correlator);
 
     /// Writes every command in order, each followed by a line end and a flush: its terse line, or

@@ -38,6 +38,13 @@ class setting_transactions : public testing::Test {
         return c;
     }
 
+    // Makes the list long enough for an index. Their correlators begin at 1000.
+    void add_many() {
+        for (std::uint32_t i = 0; i < 100; ++i) {
+            add(dp::op_get, &of_b).correlator = 1000 + i;
+        }
+    }
+
     void execute() { trans.execute_step(reg, plugins); }
 
     // Lets a plug-in answer every open command on its settings with its value and be done.
@@ -285,28 +292,61 @@ TEST_F(setting_transactions, find_no_command_where_there_is_none) {
     EXPECT_EQ(trans.get_command_by_corr(0), nullptr);
 }
 
-TEST_F(setting_transactions, find_commands_whose_correlators_changed) {
+TEST_F(setting_transactions, find_the_first_command_of_a_correlator_that_was_stored_later) {
     auto& first = add(dp::op_get, &of_a);
     auto& second = add(dp::op_get, &of_a);
-    EXPECT_EQ(trans.get_command_by_corr(1), &first);
-    first.correlator = 100;
-    EXPECT_EQ(trans.get_command_by_corr(1), nullptr);
-    EXPECT_EQ(trans.get_command_by_corr(100), &first);
-    std::swap(first.correlator, second.correlator);
-    EXPECT_EQ(trans.get_command_by_corr(100), &second);
+    EXPECT_EQ(trans.get_command_by_corr(2), &second);
+    first.correlator = 2;
     EXPECT_EQ(trans.get_command_by_corr(2), &first);
 }
 
-TEST_F(setting_transactions, find_commands_in_a_list_that_changed) {
+TEST_F(setting_transactions, find_correlators_stored_since_the_last_step_in_a_list_of_any_length) {
     auto& first = add(dp::op_get, &of_a);
-    EXPECT_EQ(trans.get_command_by_corr(1), &first);
     auto& second = add(dp::op_get, &of_a);
+    add_many();
     EXPECT_EQ(trans.get_command_by_corr(2), &second);
-    trans.commands.erase(trans.commands.begin());
-    EXPECT_EQ(trans.get_command_by_corr(1), nullptr);
-    EXPECT_EQ(trans.get_command_by_corr(2), &second);
-    trans.commands.clear();
-    EXPECT_EQ(trans.get_command_by_corr(2), nullptr);
+    first.correlator = 2;
+    execute();
+    EXPECT_EQ(trans.get_command_by_corr(2), &first);
+}
+
+TEST_F(setting_transactions, find_commands_whose_correlators_changed) {
+    for (const bool long_list : {false, true}) {
+        auto& first = add(dp::op_get, &of_a);
+        auto& second = add(dp::op_get, &of_a);
+        if (long_list) {
+            add_many();
+        }
+        first.correlator = 1;
+        second.correlator = 2;
+        EXPECT_EQ(trans.get_command_by_corr(1), &first);
+        first.correlator = 100;
+        EXPECT_EQ(trans.get_command_by_corr(1), nullptr);
+        EXPECT_EQ(trans.get_command_by_corr(100), &first);
+        std::swap(first.correlator, second.correlator);
+        EXPECT_EQ(trans.get_command_by_corr(100), &second);
+        EXPECT_EQ(trans.get_command_by_corr(2), &first);
+        trans.commands.clear();
+    }
+}
+
+TEST_F(setting_transactions, find_commands_in_a_list_that_changed) {
+    for (const bool long_list : {false, true}) {
+        if (long_list) {
+            add_many();
+        }
+        auto& first = add(dp::op_get, &of_a);
+        first.correlator = 1;
+        EXPECT_EQ(trans.get_command_by_corr(1), &first);
+        auto& second = add(dp::op_get, &of_a);
+        second.correlator = 2;
+        EXPECT_EQ(trans.get_command_by_corr(2), &second);
+        trans.commands.erase(trans.commands.end() - 2);
+        EXPECT_EQ(trans.get_command_by_corr(1), nullptr);
+        EXPECT_EQ(trans.get_command_by_corr(2), &second);
+        trans.commands.clear();
+        EXPECT_EQ(trans.get_command_by_corr(2), nullptr);
+    }
 }
 
 TEST_F(setting_transactions, find_each_of_100_000_commands) {
