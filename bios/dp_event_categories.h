@@ -11,6 +11,7 @@
 
 /* A C99 header: what C++ would write otherwise stays. NOLINTBEGIN(modernize-*) */
 
+#include <stddef.h>
 #include <stdint.h>
 
 #ifdef __cplusplus
@@ -28,11 +29,15 @@ typedef struct dp_category_map_entry {
 
 /* Callers lay out the same record: it has no padding, whatever the machine. */
 #ifdef __cplusplus
-static_assert(sizeof(dp_category_map_entry) == 4 + 2 * DP_CATEGORY_TEXT_SIZE, "no padding");
+#define DP_STATIC_ASSERT_(condition) static_assert(condition, "a field has moved")
 #else
-__extension__ _Static_assert(sizeof(dp_category_map_entry) == 4 + 2 * DP_CATEGORY_TEXT_SIZE,
-                             "no padding");
+#define DP_STATIC_ASSERT_(condition) __extension__ _Static_assert(condition, "a field has moved")
 #endif
+DP_STATIC_ASSERT_(offsetof(dp_category_map_entry, bit) == 0);
+DP_STATIC_ASSERT_(offsetof(dp_category_map_entry, name) == 4);
+DP_STATIC_ASSERT_(offsetof(dp_category_map_entry, value) == 4 + DP_CATEGORY_TEXT_SIZE);
+DP_STATIC_ASSERT_(sizeof(dp_category_map_entry) == 4 + 2 * DP_CATEGORY_TEXT_SIZE);
+#undef DP_STATIC_ASSERT_
 
 /* Sets *count to the number of entries and copies them, in the file's order, to out unless that is
  * null. There is no capacity argument: a caller learns *count with a null out and supplies room for
