@@ -1,6 +1,7 @@
 #include "settings/setting_cache.hpp"
 
-#include <unistd.h>
+#include <sys/random.h>
+#include <sys/types.h>
 
 #include <algorithm>
 #include <bit>
@@ -28,9 +29,10 @@ std::uint32_t mix(std::uint32_t x) {
     return x;
 }
 
+// 0 as long as the system has no random bytes: waiting for them would stop a board that starts.
 std::uint32_t random_word() {
     std::uint32_t word = 0;
-    return getentropy(&word, sizeof word) == 0 ? word : 0;
+    return getrandom(&word, sizeof word, GRND_NONBLOCK) == ssize_t{sizeof word} ? word : 0;
 }
 
 // One for all caches: asking the system costs more than the rest of a small index.

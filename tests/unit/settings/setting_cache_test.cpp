@@ -1,6 +1,9 @@
 #include "settings/setting_cache.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/random.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -89,11 +92,24 @@ class counting_buffer final : public std::stringbuf {
     }
 };
 
+// How often this process asked the system for random bytes, and how often it would have waited.
+int random_requests = 0;
+int patient_requests = 0;
+
 constexpr std::uint32_t many = 100'000;
 // Enough for the slowest machine under a sanitizer, out of reach for a search of every entry.
 constexpr double generous_seconds = 8;
 
 }  // namespace
+
+// Stands in front of the C library's.
+extern "C" ssize_t getrandom(void* buffer, size_t size, unsigned flags) {
+    ++random_requests;
+    if ((flags & GRND_NONBLOCK) == 0) {
+        ++patient_requests;
+    }
+    return syscall(SYS_getrandom, buffer, size, flags);
+}
 
 TEST(setting_cache, starts_empty) {
     setting_cache cache;
@@ -180,6 +196,15 @@ TEST(setting_cache, does_as_a_plain_vector_does_whatever_the_order_of_calls) {
             ASSERT_TRUE(same(cache, plain)) << "range " << range << ", call " << i;
         }
     }
+}
+
+TEST(setting_cache, does_not_wait_for_random_bytes) {
+    setting_cache cache;
+    for (std::uint32_t i = 0; i < 100; ++i) {
+        cache.find_entry(i, true);
+    }
+    EXPECT_GT(random_requests, 0);
+    EXPECT_EQ(patient_requests, 0);
 }
 
 TEST(setting_cache, keeps_order_and_cost_with_100_000_instances_in_any_order) {
