@@ -97,4 +97,9 @@ int child_process::wait() {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
+bool become_an_ordinary_user() {
+    constexpr uid_t nobody = 65534;
+    return geteuid() != 0 || setuid(nobody) == 0;
+}
+
 }  // namespace test

@@ -46,6 +46,10 @@ class child_process {
     int out_ = -1;
 };
 
+/// For a child: gives up root's rights, with which every file can be opened. False when it can't;
+/// without such rights it does nothing.
+bool become_an_ordinary_user();
+
 }  // namespace test
 
 #endif

@@ -78,6 +78,27 @@ class lock_file : public testing::Test {
   protected:
     void SetUp() override { test::clean_root(); }
 
+    // What another process sees of the lock of a guard whose owner may open the file only as `mode`
+    // says.
+    template <class Guard>
+    [[nodiscard]] seen_lock lock_with_only(fs::perms mode) const {
+        test::write_file(path, "");
+        fs::permissions(test::root(), fs::perms{0755});
+        fs::permissions(path, mode);
+        child_process owner([this](const child_process::parent_line& parent) {
+            if (!test::become_an_ordinary_user()) {
+                return 2;
+            }
+            const Guard guard(path);
+            parent.tell('g');
+            static_cast<void>(parent.hear());
+            return 0;
+        });
+        EXPECT_EQ(owner.hear(), 'g');
+        fs::permissions(path, fs::perms{0600});
+        return lock_on(path);
+    }
+
     // A process that tells 'w' before it waits for the guard, 'g' when it has it, and gives it up
     // and tells 'd' at the next byte from here.
     template <class Guard>
@@ -259,6 +280,10 @@ TEST_F(readlock_on_a_file, holds_a_shared_lock_for_its_lifetime) {
     EXPECT_EQ(log.lines, lines{});
 }
 
+TEST_F(readlock_on_a_file, needs_no_right_to_write_it) {
+    EXPECT_EQ(lock_with_only<readlock>(fs::perms{0444}).type, F_RDLCK);
+}
+
 TEST_F(readlock_on_a_file, waits_while_another_process_writes) {
     std::optional<writelock> mine(std::in_place, path);
     child_process reader(holder<readlock>());
@@ -366,6 +391,10 @@ TEST_F(writelock_on_a_file, never_changes_its_contents) {
     { const writelock guard(path); }
     EXPECT_EQ(test::read_file(path), "content");
     EXPECT_EQ(mtime(path), 1000);
+}
+
+TEST_F(writelock_on_a_file, needs_no_right_to_read_it) {
+    EXPECT_EQ(lock_with_only<writelock>(fs::perms{0222}).type, F_WRLCK);
 }
 
 TEST_F(writelock_on_a_file, that_cannot_be_opened_holds_nothing_and_logs_nothing) {

@@ -265,8 +265,7 @@ TEST_F(fileexist_of_a_path, is_false_for_an_unreadable_file) {
     fs::permissions(path("readable"), fs::perms{0444});
     fs::permissions(path("unreadable"), fs::perms::none);
     test::child_process child([this](const auto&) {
-        // Root reads every file, so be somebody else.
-        if (geteuid() == 0 && setuid(65534) != 0) {
+        if (!test::become_an_ordinary_user()) {
             return 2;
         }
         return fileexist(path("readable")) && !fileexist(path("unreadable")) ? 0 : 1;
@@ -318,6 +317,16 @@ TEST_F(compfile_of_two_files, is_0_for_folders) {
     EXPECT_EQ(compfile(folder, folder), 0);
     EXPECT_EQ(compfile(path("a"), folder), 0);
     EXPECT_EQ(compfile("/proc", "/proc"), 0) << "whose length is 0";
+}
+
+TEST_F(compfile_of_two_files, is_0_when_reading_ends_before_the_length) {
+    // The kernel gives such a file the length of a page, and only some bytes to read.
+    const std::string file = "/sys/devices/system/cpu/online";
+    std::error_code missing;
+    if (fs::file_size(file, missing) <= test::read_file(file).size() || missing) {
+        GTEST_SKIP() << "this machine has no " << file;
+    }
+    EXPECT_EQ(compfile(file, file), 0);
 }
 
 TEST_F(compfile_of_two_files, is_1_for_a_file_and_itself) {
@@ -638,6 +647,19 @@ TEST_F(waiting_for_a_file, is_satisfied_by_a_folder_but_not_by_a_dangling_link) 
     EXPECT_TRUE(wait_for_file_exists(folder, 1, 1));
     fs::create_symlink("missing", file);
     EXPECT_FALSE(wait_for_file_exists(file, 1, 1));
+}
+
+TEST_F(waiting_for_a_file, is_satisfied_by_one_that_may_not_be_opened) {
+    write_file(file, "");
+    fs::permissions(test::root(), fs::perms{0755});
+    fs::permissions(file, fs::perms::none);
+    test::child_process child([this](const auto&) {
+        if (!test::become_an_ordinary_user()) {
+            return 2;
+        }
+        return !fileexist(file) && wait_for_file_exists(file, -1, 1) ? 0 : 1;
+    });
+    EXPECT_EQ(child.wait(), 0);
 }
 
 TEST_F(waiting_for_a_file, logs_only_with_the_top_bit) {

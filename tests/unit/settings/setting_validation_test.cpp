@@ -148,6 +148,11 @@ TEST_F(setting_validation, a_delete_of_a_record_key_invalidates_the_row_and_chec
         EXPECT_FALSE(member->get_instance_value(&out, 9));
         EXPECT_TRUE(member->get_instance_value(&out, 2));
     }
+    element.flags |= deletable;
+    EXPECT_EQ(delete_status("2"), 0);
+    for (auto* member : {&s, &other}) {
+        EXPECT_FALSE(member->get_instance_value(&out, 2)) << "of a deletable key too";
+    }
     EXPECT_EQ(config.version, version);
     EXPECT_EQ(config.changed, 0U);
 }
