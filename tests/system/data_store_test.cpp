@@ -1,0 +1,63 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <iterator>
+#include <string>
+
+#include "common/log.hpp"
+#include "logs/process_log.hpp"
+#include "platform/posix/ds_folder.hpp"
+#include "tests/support/test_platform.hpp"
+
+// The library's status log on the data store as our platform keeps it.
+
+namespace {
+
+using testing::ElementsAre;
+
+class status_in_data_store : public testing::Test {
+  protected:
+    void SetUp() override {
+        test::clean_root();
+        setenv("DP_DS_FOLDER", folder_.c_str(), 1);
+    }
+    void TearDown() override { unsetenv("DP_DS_FOLDER"); }
+
+    static std::string stored() { return test::read_file(dp_platform::ds_file_path("status")); }
+
+    const std::string folder_ = test::root() + "/tmp/store";
+};
+
+TEST_F(status_in_data_store, every_record_puts_the_whole_text_there) {
+    dp::process_log log("status", true);
+    std::string expected = "<dp-status> 0001 DP.MESSAGE init \n";
+    EXPECT_EQ(stored(), expected);
+    log.log_working("T", 0);
+    log.log_done("T", 0, 1, 0);
+    expected += "<T> 0002 DP.WORKING 0\n<T> 0003 DP.DONE 0 1 0\n";
+    EXPECT_EQ(stored(), expected);
+    EXPECT_EQ(log.write_dsfile(), static_cast<int>(expected.size()));
+    using iterator = std::filesystem::directory_iterator;
+    EXPECT_EQ(std::distance(iterator(folder_), iterator()), 1) << "no temporary file is left";
+    EXPECT_FALSE(std::filesystem::exists("status"));
+}
+
+TEST_F(status_in_data_store, a_store_that_is_missing_is_logged_and_the_text_comes_later) {
+    const std::string missing = test::root() + "/tmp/absent/store";
+    setenv("DP_DS_FOLDER", missing.c_str(), 1);
+    test::recording_log diagnostics(dp::log_level::trace_1);
+    dp::process_log log("status", true);
+    EXPECT_THAT(diagnostics.lines,
+                ElementsAre(test::recording_log::line{
+                    "LOG", " add_entry: could not add entry to log file - rc = " +
+                               std::to_string(-ENOENT)}));
+    std::filesystem::create_directory(test::root() + "/tmp/absent");
+    log.log_working("T", 0);
+    EXPECT_EQ(stored(), "<dp-status> 0001 DP.MESSAGE init \n<T> 0002 DP.WORKING 0\n");
+    EXPECT_EQ(diagnostics.lines.size(), 1U);
+}
+
+}  // namespace
