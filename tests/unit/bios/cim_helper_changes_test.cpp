@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <functional>
@@ -159,6 +160,26 @@ TEST_F(changes, stale_result_is_never_read) {
     answer(outcome("0", "100"));
     EXPECT_EQ(helper.set_bios_attribute_value(&trans, 1), 0);
     EXPECT_THAT(time.sleeps, ElementsAre(1000)) << "the stale file was gone before the wait";
+}
+
+TEST_F(changes, stale_result_is_gone_before_the_batch_can_be_read) {
+    test::write_file(result_file, outcome("5", "100"));
+    // The library can't write the batch before this reader opens it.
+    ASSERT_EQ(mkfifo(batch_file.c_str(), 0600), 0);
+    test::other_process service([&](const std::function<void()>& ready) {
+        ready();
+        for (int i = 0; i < 5000 && std::filesystem::exists(result_file); ++i) {
+            usleep(1000);
+        }
+        const bool gone = !std::filesystem::exists(result_file);
+        test::write_file(result_file, outcome("0", "100"));
+        return test::read_file(batch_file) == "0 100 <cim-0> set Main.A \"1\" \"\" \n" && gone ? 0
+                                                                                               : 1;
+    });
+    dp_transaction trans = request(2, "Main.A", "1");
+    EXPECT_EQ(helper.set_bios_attribute_value(&trans, 1), 0);
+    EXPECT_EQ(service.wait(), 0);
+    EXPECT_THAT(time.sleeps, SizeIs(0));
 }
 
 TEST_F(changes, result_file_that_is_missing_is_removed_without_a_word) {
