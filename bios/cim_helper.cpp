@@ -48,16 +48,22 @@ std::string_view collection_name(const char* cfg) {
     return cfg;
 }
 
-// The bytes of a file as far as they can be read. Line by line from a stream would do, were it not
-// that streams swallow it when memory runs out.
-std::string file_text(const std::string& file) {
+enum class extent { whole_file, first_line };
+
+// The bytes of a file, or those of its first line and perhaps some more, as far as they can be
+// read. Line by line from a stream would do, were it not that streams swallow it when memory runs
+// out.
+std::string file_text(const std::string& file, extent wanted) {
     std::ifstream in(file, std::ios::binary);
     std::array<char, 4096> block{};
     std::string text;
+    bool enough = false;
     do {
         in.read(block.data(), block.size());
-        text.append(block.data(), static_cast<std::size_t>(in.gcount()));
-    } while (in);
+        const std::string_view bytes(block.data(), static_cast<std::size_t>(in.gcount()));
+        text.append(bytes);
+        enough = wanted == extent::first_line && bytes.find('\n') != std::string_view::npos;
+    } while (in && !enough);
     return text;
 }
 
@@ -178,7 +184,7 @@ int cim_helper::read_config_names(std::vector<std::string>& names) {
     const readlock lock(dp_api_template_fname);
     const std::string list_file = fixed_paths::uefi_configs.str();
     expand_template(" -sc -i ", list_file);
-    const std::string list = file_text(list_file);
+    const std::string list = file_text(list_file, extent::whole_file);
     for (std::size_t begin = 0; begin < list.size();) {
         const std::size_t end = std::min(list.find('\n', begin), list.size());
         if (end != begin) {
@@ -241,7 +247,7 @@ int cim_helper::read_uefi_build_id_file(std::string& id) {
         return 0;
     }
     const readlock lock(file);
-    const std::string text = file_text(file);
+    const std::string text = file_text(file, extent::first_line);
     id.assign(text, 0, text.find('\n'));
     read_times_[slot_build_id] = times;
     return 1;

@@ -424,6 +424,20 @@ TEST_F(reading, build_id_is_the_first_line) {
     EXPECT_EQ(id, "no line end");
 }
 
+TEST_F(reading, build_id_may_be_longer_than_what_is_read_at_once) {
+    // The line's end before, at and behind the ends of what is read at once.
+    for (const std::size_t length : {4094U, 4095U, 4096U, 4097U, 8191U, 8192U, 100'000U}) {
+        const std::string long_id(length, 'x');
+        for (const char* rest : {"", "\n", "\nmore\n"}) {
+            cim_helper fresh;
+            std::string id;
+            write_aged(build_id_file, long_id + rest, 10);
+            EXPECT_EQ(fresh.read_uefi_build_id_file(id), 1);
+            EXPECT_EQ(id, long_id) << length;
+        }
+    }
+}
+
 TEST_F(reading, build_id_is_left_alone_when_no_read_is_necessary) {
     write_aged(build_id_file, "ABC123\n", 10);
     std::string id;

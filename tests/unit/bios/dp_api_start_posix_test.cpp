@@ -176,6 +176,14 @@ TEST_F(start_of_a_client, only_the_beginning_of_a_plain_text_is_read_twice) {
     EXPECT_LE(bytes, size(settings_file) + buffer);
 }
 
+TEST_F(start_of_a_client, what_follows_the_build_id_is_not_read) {
+    constexpr std::int64_t buffers = 16384;
+    write_aged(build_id_file, "ID\n" + std::string(1'000'000, 'x'), 10);
+    dp_api_initialize();
+    EXPECT_EQ(uses_of([] { ASSERT_EQ(read_attributes(), 0); }).count("uefi.bld"), 1U);
+    EXPECT_LE(bytes, size(configs_file) + size(info_file) + buffers);
+}
+
 TEST_F(start_of_a_client, questions_asked_again_read_nothing) {
     dp_api_initialize();
     const auto ask = [] {
