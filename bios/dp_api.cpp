@@ -2,7 +2,6 @@
 
 #include <cxxabi.h>
 
-#include <memory>
 #include <new>
 #include <stdexcept>
 
@@ -15,10 +14,10 @@ constexpr int failed = 1;
 constexpr int unknown_collection = 2;
 constexpr int reset_failed = 3;
 
-std::unique_ptr<dp::cim_helper>& service() {
-    static std::unique_ptr<dp::cim_helper> instance;
-    return instance;
-}
+// The service, or null. It is owned here, but by no object that goes by itself: functions that run
+// at a program's exit may still use the service, and uninitialise it.
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
+constinit dp::cim_helper* service = nullptr;
 
 void refuse_null(const char* collection) {
     if (collection == nullptr) {
@@ -30,7 +29,7 @@ void refuse_null(const char* collection) {
 template <class Call, class Otherwise>
 int guarded(Call call, Otherwise otherwise) {
     try {
-        return call(*service());
+        return call(*service);
     } catch (const abi::__forced_unwind&) {
         throw;  // The thread is being cancelled: not a failure, and not ours to stop.
     } catch (...) {
@@ -59,9 +58,9 @@ void set_every_status(dp_transaction* trans, unsigned count, std::int32_t status
 }  // namespace
 
 int dp_api_initialize() {
-    if (!service()) {
-        service().reset(new (std::nothrow) dp::cim_helper);
-        if (!service()) {
+    if (service == nullptr) {
+        service = new (std::nothrow) dp::cim_helper;
+        if (service == nullptr) {
             return failed;
         }
         dp::cim_helper::init();
@@ -70,12 +69,13 @@ int dp_api_initialize() {
 }
 
 int dp_api_uninitialize() {
-    service().reset();
+    delete service;
+    service = nullptr;
     return 0;
 }
 
 int dp_get_bios_collections(const char*** names, unsigned* count) {
-    if (!service()) {
+    if (service == nullptr) {
         return failed;
     }
     return guarded([&](dp::cim_helper& helper) {
@@ -87,7 +87,7 @@ int dp_get_bios_collections(const char*** names, unsigned* count) {
 }
 
 int dp_get_bios_attributes(const char* collection, dp_attribute** attrs, unsigned* count) {
-    if (!service()) {
+    if (service == nullptr) {
         return failed;
     }
     refuse_null(collection);
@@ -103,7 +103,7 @@ int dp_get_bios_attributes(const char* collection, dp_attribute** attrs, unsigne
 }
 
 int dp_get_bios_attribute_names(const char* collection, const char*** names, unsigned* count) {
-    if (!service()) {
+    if (service == nullptr) {
         return failed;
     }
     refuse_null(collection);
@@ -119,7 +119,7 @@ int dp_get_bios_attribute_names(const char* collection, const char*** names, uns
 }
 
 int dp_get_bios_attribute(const char* name, dp_attribute** attr) {
-    if (!service()) {
+    if (service == nullptr) {
         return failed;
     }
     dp_attribute* found = nullptr;
@@ -132,7 +132,7 @@ int dp_get_bios_attribute(const char* name, dp_attribute** attr) {
 }
 
 int dp_get_bios_attribute_value(dp_transaction* trans, unsigned count, int which) {
-    if (!service()) {
+    if (service == nullptr) {
         return failed;
     }
     return guarded(
@@ -146,7 +146,7 @@ int dp_get_bios_attribute_value(dp_transaction* trans, unsigned count, int which
 }
 
 int dp_set_bios_attribute_value(dp_transaction* trans, unsigned count) {
-    if (!service()) {
+    if (service == nullptr) {
         return failed;
     }
     return guarded(
@@ -158,7 +158,7 @@ int dp_set_bios_attribute_value(dp_transaction* trans, unsigned count) {
 }
 
 int dp_bios_need_reinit(const char* collection) {
-    if (!service()) {
+    if (service == nullptr) {
         return failed;
     }
     refuse_null(collection);
@@ -166,7 +166,7 @@ int dp_bios_need_reinit(const char* collection) {
 }
 
 int dp_bios_reset_to_defaults(const char* collection) {
-    if (!service()) {
+    if (service == nullptr) {
         return failed;
     }
     refuse_null(collection);

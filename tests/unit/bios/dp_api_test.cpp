@@ -1,9 +1,11 @@
 #include "bios/dp_api.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -95,6 +97,28 @@ TEST_F(c_api, second_initialisation_keeps_the_service) {
 TEST_F(c_api, uninitialise_without_a_service_is_fine) {
     EXPECT_EQ(dp_api_uninitialize(), 0);
     EXPECT_EQ(dp_api_uninitialize(), 0);
+}
+
+// Runs when the program exits, behind the destructors of whatever was made after it was registered.
+void use_the_service_for_the_last_time() {
+    const char** names = nullptr;
+    unsigned count = 0;
+    if (dp_get_bios_collections(&names, &count) != 0 || count != 3 || dp_api_uninitialize() != 0 ||
+        dp_get_bios_collections(&names, &count) != 1) {
+        _exit(1);
+    }
+}
+
+TEST_F(c_api, service_lasts_until_a_function_that_runs_at_exit_uninitialises_it) {
+    write_files();
+    EXPECT_EXIT(
+        {
+            std::atexit(use_the_service_for_the_last_time);
+            dp_api_initialize();
+            dp_get_bios_collections(&names, &count);
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST_F(c_api, initialisation_reads_no_file) {
