@@ -9,6 +9,7 @@
 
 #include "common/fixed_paths.hpp"
 #include "contract/server_paths.hpp"
+#include "contract/standard_descriptors.hpp"
 #include "instance_lock.hpp"
 #include "platform/posix/posix_log.hpp"
 #include "run_folder.hpp"
@@ -65,6 +66,9 @@ int serve() {
 }
 
 int run(int argc, char** argv) {
+    if (!standard_descriptors::occupy()) {
+        return fail("the standard descriptors cannot be opened");
+    }
     CLI::App app{
         "Keeps the values of a server's BIOS attributes and carries out batches of setting "
         "commands.\nRuns in the foreground until SIGTERM or SIGINT.",

@@ -75,6 +75,14 @@ bool scratch_server::start() {
 }
 
 void scratch_server::launch() {
+    launch(true);
+}
+
+void scratch_server::launch_without_streams() {
+    launch(false);
+}
+
+void scratch_server::launch(bool with_streams) {
     int ends[2] = {-1, -1};
     if (is_running() || pipe2(ends, O_CLOEXEC) != 0) {
         throw std::logic_error("a service runs already, or there are no pipes");
@@ -83,10 +91,13 @@ void scratch_server::launch() {
     const std::string log_name = log_file();
     pid_ = fork();
     if (pid_ == 0) {
-        const int log = open(log_name.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
+        const int log = open(log_name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+        dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
         dup2(ends[1], STDOUT_FILENO);
         dup2(log, STDERR_FILENO);
+        for (int stream = STDIN_FILENO; !with_streams && stream <= STDERR_FILENO; ++stream) {
+            close(stream);
+        }
         execl(program.c_str(), "dp_settingsd", nullptr);
         _exit(127);
     }

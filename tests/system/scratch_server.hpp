@@ -39,6 +39,8 @@ class scratch_server {
 
     /// Starts the service without waiting.
     void launch();
+    /// The same with standard input, output and error closed: it can't tell that it is ready.
+    void launch_without_streams();
     /// Waits for its "ready" line; false when it ended without.
     bool wait_until_ready();
 
@@ -74,6 +76,8 @@ class scratch_server {
     static std::string current() { return path("/var/dp/uefi_current.txt"); }
 
   private:
+    void launch(bool with_streams);
+
     pid_t pid_ = 0;
     int out_ = -1;
 };

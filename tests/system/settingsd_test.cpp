@@ -87,6 +87,18 @@ TEST_F(settingsd, makes_its_folders_for_its_user_only_and_narrows_those_that_are
     EXPECT_NE(scratch_server::run_batch("0 1 t get Boot.Mode \"\" \"\"\n"), "");
 }
 
+TEST_F(settingsd, started_without_standard_streams_it_serves_and_prints_into_no_file) {
+    start();
+    EXPECT_EQ(server.stop(), 0);
+    scratch_server::write_batch("0 1 t set Boot.Mode \"Legacy\" \"\"\n");
+    server.launch_without_streams();
+    EXPECT_EQ(scratch_server::wait_for_result(), "0 1 t set Boot.Mode \"Legacy\" \"Legacy\" \n");
+    EXPECT_NE(scratch_server::run_batch("0 2 t get Boot.Mode \"\" \"\"\n"), "(no result)");
+    EXPECT_EQ(server.stop(), 0);
+    EXPECT_EQ(test::read_file(path("/var/dp/dp_settingsd.lock")), "");
+    EXPECT_EQ(scratch_server::log(), "");
+}
+
 TEST_F(settingsd, the_first_start_writes_values_and_build_id) {
     start();
     const std::string values = test::read_file(scratch_server::pending());

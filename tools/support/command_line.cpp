@@ -4,6 +4,8 @@
 #include <exception>
 #include <ostream>
 
+#include "contract/standard_descriptors.hpp"
+
 namespace dp_tools {
 
 std::optional<int> parse_command_line(CLI::App& app, int argc, const char* const* argv) {
@@ -16,6 +18,11 @@ std::optional<int> parse_command_line(CLI::App& app, int argc, const char* const
 }
 
 int guarded_main(const char* program, int (*body)(int, char**), int argc, char** argv) noexcept {
+    if (!standard_descriptors::occupy()) {
+        static_cast<void>(
+            std::fprintf(stderr, "%s: the standard descriptors can't be opened\n", program));
+        return exit_code::failed;
+    }
     try {
         return body(argc, argv);
     } catch (const std::exception& error) {

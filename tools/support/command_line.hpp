@@ -18,8 +18,9 @@ inline constexpr int wrong_usage = 2;
 /// end with: help was asked for and printed, or the usage was wrong and a message is on stderr.
 std::optional<int> parse_command_line(CLI::App& app, int argc, const char* const* argv);
 
-/// Runs `body`, the whole of a program's main function: an exception that nobody expected, as when
-/// the memory is used up, becomes a message of `program` and the exit code `failed`.
+/// Runs `body`, the whole of a program's main function, with the standard descriptors occupied: an
+/// exception that nobody expected, as when the memory is used up, becomes a message of `program`
+/// and the exit code `failed`.
 int guarded_main(const char* program, int (*body)(int, char**), int argc, char** argv) noexcept;
 
 /// Flushes `out`; false when something written to it was lost.
