@@ -82,7 +82,11 @@ int run(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? EXIT_SUCCESS : wrong_usage;
+        if (app.exit(error) != 0) {
+            return wrong_usage;
+        }
+        std::cout.flush();
+        return std::cout ? EXIT_SUCCESS : fail("a part of the output could not be written");
     }
     dp_platform::log_defaults log;
     log.sink = "stderr";

@@ -64,6 +64,10 @@ TEST_F(settingsd, tells_what_it_is) {
     const auto version = test::run_program("dp_settingsd", {"--version"});
     EXPECT_EQ(version.exit_code, 0);
     EXPECT_EQ(version.out.rfind("dp_settingsd ", 0), 0U);
+    const auto lost = test::run_program(
+        "/bin/sh", {"-c", test::program_path("dp_settingsd") + " --version >/dev/full"});
+    EXPECT_EQ(lost.exit_code, 1);
+    EXPECT_EQ(lost.err, "dp_settingsd: a part of the output could not be written\n");
 }
 
 TEST_F(settingsd, wrong_usage_exits_with_2) {

@@ -80,7 +80,7 @@ int finish(const std::string& command, const std::string& problem, const std::st
         return dp_tools::exit_code::failed;
     }
     std::cout << done << '\n';
-    return dp_tools::flushed(std::cout) ? dp_tools::exit_code::done : dp_tools::exit_code::failed;
+    return dp_tools::done_if_written("dp-server");
 }
 
 int run(int argc, char** argv) {

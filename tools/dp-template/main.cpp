@@ -187,7 +187,7 @@ int compile(const options& chosen) {
         return dp_tools::exit_code::failed;
     }
     summarise(compiled, text.size(), image.size());
-    return dp_tools::flushed(std::cout) ? dp_tools::exit_code::done : dp_tools::exit_code::failed;
+    return dp_tools::done_if_written("dp-template");
 }
 
 int run(int argc, char** argv) {

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <iosfwd>
 #include <optional>
+#include <string>
 
 namespace dp_tools {
 
@@ -15,7 +16,8 @@ inline constexpr int wrong_usage = 2;
 }  // namespace exit_code
 
 /// Parses the command line into what was bound to `app`. Empty: go on. Otherwise the exit code to
-/// end with: help was asked for and printed, or the usage was wrong and a message is on stderr.
+/// end with: help was asked for and printed (or could not be, then it is `failed`), or the usage
+/// was wrong and a message is on stderr.
 std::optional<int> parse_command_line(CLI::App& app, int argc, const char* const* argv);
 
 /// Runs `body`, the whole of a program's main function, with the standard descriptors occupied: an
@@ -25,6 +27,10 @@ int guarded_main(const char* program, int (*body)(int, char**), int argc, char**
 
 /// Flushes `out`; false when something written to it was lost.
 bool flushed(std::ostream& out);
+
+/// Flushes standard output; the exit code `done`, or `failed` with a message of `program` when
+/// something written to it was lost.
+int done_if_written(const std::string& program);
 
 }  // namespace dp_tools
 

@@ -709,4 +709,37 @@ TEST_F(dp_server, tells_wrong_usage_from_failure) {
     }
 }
 
+// --- all of them
+
+/// Runs a program of this build, and what the shell does with its streams.
+program_result run_in_shell(const std::string& program, const std::string& rest) {
+    return run_program("/bin/sh", {"-c", test::program_path(program) + " " + rest});
+}
+
+TEST_F(programs, name_the_argument_that_they_do_not_know) {
+    for (const char* program : {"dp-server", "dp-template", "dpctl", "dpspy", "sysvpd"}) {
+        const auto result = run_program(program, {"--frob"});
+        EXPECT_EQ(result.exit_code, 2) << program;
+        EXPECT_THAT(result.err, HasSubstr("not expected: --frob\n")) << program;
+    }
+    EXPECT_THAT(run_program("dpctl", {"lsit", "Boot"}).err, HasSubstr("not expected: lsit\n"));
+    EXPECT_THAT(run_program("dpctl", {"list", "--frob"}).err, HasSubstr("not expected: --frob\n"));
+    EXPECT_THAT(run_program("dpctl", {"list"}).err, HasSubstr("COLLECTION is required\n"));
+}
+
+TEST_F(programs, fail_when_what_they_were_asked_to_print_is_lost) {
+    for (const char* program : {"dp-server", "dp-template", "dpctl", "dpspy", "sysvpd"}) {
+        for (const char* lost : {"--help >/dev/full", "--help >&-"}) {
+            const auto result = run_in_shell(program, lost);
+            EXPECT_EQ(result.exit_code, 1) << program << ' ' << lost;
+            EXPECT_THAT(result.err, HasSubstr("could not be written\n")) << program << ' ' << lost;
+        }
+    }
+    compile(sample);
+    const auto result = run_in_shell(
+        "dp-server", "install --template u.efi --settings s.txt --build-id B1 >/dev/full");
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_EQ(result.err, "dp-server: a part of the output could not be written\n");
+}
+
 }  // namespace
