@@ -25,6 +25,16 @@ std::string or_default(std::string name, const dp::fixed_path& default_name) {
     return name.empty() ? default_name.str() : std::move(name);
 }
 
+// The library opens its files as they are and reads to their end: it would wait for the writer of a
+// pipe, and for the end of a device that has none.
+void require_file(const std::string& name) {
+    std::error_code error;
+    const auto status = std::filesystem::status(name, error);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+        throw std::runtime_error(name + ": is not a file");
+    }
+}
+
 constexpr std::array texts_of_template{dp::fixed_paths::uefi_configs, dp::fixed_paths::uefi_info};
 
 // Whether the template is one, and not the server's own.
@@ -57,6 +67,9 @@ std::string text_newer_than(const std::string& template_file) {
 }  // namespace
 
 session::session(file_names files) : files_(std::move(files)) {
+    for (const auto* const name : {&files_.template_file, &files_.settings, &files_.current}) {
+        require_file(*name);
+    }
     if (!files_.template_file.empty()) {
         dp_cim_change_template_fname(files_.template_file.c_str());
         is_template_foreign_ = is_foreign_template(files_.template_file);

@@ -41,9 +41,9 @@ struct change_request {
 
 /// The BIOS attribute service of the library, initialised for the lifetime of the object. What a
 /// template that is not the server's own is expanded to is removed with it, so that nobody takes it
-/// for the server's. There is
-/// one in a process, used by one thread. What can't be read at all, as when memory runs out, throws
-/// a std::runtime_error; missing files only hold nothing.
+/// for the server's. There is one in a process, used by one thread. What can't be read at all, as
+/// when memory runs out or one of the given names is a pipe's or a folder's, throws a
+/// std::runtime_error; missing files only hold nothing.
 class session final : public attribute_source {
   public:
     static constexpr std::uint32_t unanswered = 255;

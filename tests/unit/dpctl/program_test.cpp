@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -58,6 +59,21 @@ class dpctl_program : public testing::Test {
 };
 
 // Usage
+
+TEST_F(dpctl_program, refuses_what_is_no_file_instead_of_waiting_for_its_end) {
+    ASSERT_EQ(mkfifo((test::root() + "/pipe").c_str(), 0600), 0);
+    std::filesystem::create_symlink("pipe", test::root() + "/link");
+    for (const std::string name : {"pipe", "link", "tmp", "/dev/zero"}) {
+        for (const std::string option : {"--template-file", "--settings-file", "--current-file"}) {
+            const auto result = dpctl({"get", "Boot.Mode", option, name});
+            EXPECT_EQ(result.exit_code, 1) << option << ' ' << name;
+            EXPECT_EQ(result.err, "dpctl: " + name + ": is not a file\n") << option;
+        }
+    }
+    test::write_file(test::root() + "/other.txt", "0 0 t set Boot.Mode \"Other\" \"\"\n");
+    std::filesystem::create_symlink("other.txt", test::root() + "/link.txt");
+    EXPECT_EQ(dpctl({"get", "Boot.Mode", "--settings-file", "link.txt"}).out, "Boot.Mode=Other\n");
+}
 
 TEST_F(dpctl_program, ends_with_2_after_wrong_usage) {
     const std::vector<std::vector<std::string>> wrong{
