@@ -13,7 +13,6 @@
 #include "instance_lock.hpp"
 #include "platform/posix/posix_log.hpp"
 #include "run_folder.hpp"
-#include "service_files.hpp"
 #include "service_log.hpp"
 #include "service_loop.hpp"
 #include "settings_service.hpp"
@@ -41,8 +40,7 @@ int serve() {
         return fail(problem);
     }
     dp_host::instance_lock lock;
-    if (const std::string problem = lock.take(dp_host::service_files::instance_lock.str());
-        !problem.empty()) {
+    if (const std::string problem = lock.take(server_paths::service_lock.str()); !problem.empty()) {
         return fail(problem);
     }
     dp_host::settings_service service;

@@ -6,9 +6,6 @@
 /// Files that dp_settingsd keeps for itself, beside those of server_paths.
 namespace dp_host::service_files {
 
-/// Locked as long as a service runs.
-inline constexpr dp::fixed_path instance_lock{"/var/dp/dp_settingsd.lock"};
-
 /// The lines that the history gets as soon as the values they tell of are in place: `history_note`.
 inline constexpr dp::fixed_path history_note{"/var/dp/history.pending"};
 

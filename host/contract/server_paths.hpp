@@ -10,6 +10,10 @@ namespace server_paths {
 inline constexpr dp::fixed_path exchange_folder{"/tmp/dp"};
 inline constexpr dp::fixed_path data_folder{"/var/dp"};
 
+/// Its record lock (fcntl) is held as long as a service runs, and by whoever replaces the server's
+/// files, so that no service starts meanwhile. The file stays.
+inline constexpr dp::fixed_path service_lock{"/var/dp/dp_settingsd.lock"};
+
 /// What the server should do, one line: "restart", or "update" for a BIOS update whose parts lie
 /// ready in `update_folder`. dp_settingsd takes the file away and answers in `server_answer` with
 /// one line: "0", or a status other than 0 and a reason.

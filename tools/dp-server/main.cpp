@@ -1,5 +1,7 @@
 #include <chrono>
+#include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <iostream>
 #include <string>
 
@@ -27,6 +29,11 @@ void add_timeout(CLI::App& command, options& chosen) {
     command.add_option("--timeout", chosen.timeout, "Seconds to wait for dp_settingsd's answer")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.0, longest_timeout))
+        // The range lets it through.
+        ->check([](const std::string& text) {
+            return std::isnan(std::strtod(text.c_str(), nullptr)) ? text + " is not a number"
+                                                                  : std::string();
+        })
         ->capture_default_str();
 }
 

@@ -1,5 +1,6 @@
 #include "server_files.hpp"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,6 +14,7 @@
 #include "common/fixed_paths.hpp"
 #include "contract/server_paths.hpp"
 #include "support/attribute_text.hpp"
+#include "support/file_handle.hpp"
 #include "support/input_file.hpp"
 #include "support/output_files.hpp"
 
@@ -85,6 +87,28 @@ std::string read_values(const std::string& path, std::string& bytes) {
     return "";
 }
 
+/// Keeps services from starting as long as `lock` is open; why that can't be, above all because one
+/// runs.
+std::string lock_out_services(file_handle& lock) {
+    const std::string name = server_paths::service_lock.str();
+    lock = file_handle(open(name.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
+                            S_IRUSR | S_IWUSR));
+    if (!lock.is_open()) {
+        return name + ": " + std::strerror(errno);
+    }
+    struct flock request {};
+    request.l_type = F_WRLCK;
+    request.l_whence = SEEK_SET;
+    if (fcntl(lock.get(), F_SETLK, &request) == 0) {
+        return "";
+    }
+    const int error = errno;
+    if (error == EACCES || error == EAGAIN) {
+        return "dp_settingsd runs; it has to be stopped first";
+    }
+    return name + ": " + std::strerror(error);
+}
+
 }  // namespace
 
 std::string problem_with_folder(const std::string& path) {
@@ -131,6 +155,10 @@ std::string install_server(const server_parts& parts, bool replace) {
                 return target + ": a server is installed already";
             }
         }
+    }
+    file_handle lock;
+    if (problem = lock_out_services(lock); !problem.empty()) {
+        return problem;
     }
     output_files files;
     const bool done = files.stage(targets[0], bios) && files.stage(targets[1], settings) &&

@@ -21,7 +21,8 @@ std::string problem_with_folder(const std::string& path);
 
 /// Lays out a server that was never started: its folders, for this user only, and its template,
 /// values and build id. The parts are examined first. A server that is there already is replaced
-/// only when `replace` is set, and only as a whole.
+/// only when `replace` is set, and only as a whole. Refused while a service runs, which would go on
+/// with what it has read.
 std::string install_server(const server_parts& parts, bool replace);
 
 /// Puts the parts of a BIOS update into the folder where the service takes them from.

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -482,6 +483,27 @@ TEST_F(dp_server, install_replaces_a_server_only_when_told_to) {
     EXPECT_EQ(read("var/dp/uefi_current.txt"), read("c.txt"));
 }
 
+TEST_F(dp_server, install_is_refused_while_a_service_runs) {
+    compile(sample);
+    ASSERT_EQ(install().exit_code, 0);
+    const std::string bios = read("var/dp/uefi_template.efi");
+    // What a service holds as long as it runs.
+    const int service = open(path("var/dp/dp_settingsd.lock").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_GE(service, 0);
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    ASSERT_EQ(fcntl(service, F_SETLK, &lock), 0);
+    compile(updated_sample);
+    const auto refused = install({"--replace"});
+    EXPECT_EQ(refused.exit_code, 1);
+    EXPECT_EQ(refused.err, "dp-server: install: dp_settingsd runs; it has to be stopped first\n");
+    EXPECT_EQ(read("var/dp/uefi_template.efi"), bios);
+    close(service);
+    EXPECT_EQ(install({"--replace"}).exit_code, 0);
+    EXPECT_NE(read("var/dp/uefi_template.efi"), bios);
+}
+
 TEST_F(dp_server, install_examines_every_part_first) {
     compile(sample);
     write("garbage", "garbage");
@@ -697,6 +719,7 @@ TEST_F(dp_server, tells_wrong_usage_from_failure) {
                                                {"restart", "now"},
                                                {"restart", "--timeout", "soon"},
                                                {"restart", "--timeout", "-1"},
+                                               {"restart", "--timeout", "nan"},
                                                {"update", "--build-id", "1"},
                                                {"update", "--template", "u.efi"},
                                                {"update", "--template", "u.efi", "--build-id", ""},
