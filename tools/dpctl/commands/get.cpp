@@ -48,7 +48,7 @@ void run(const file_names& files, const std::vector<std::string>& texts, values_
 void add_get(CLI::App& app, job& what) {
     auto& command =
         add_command(app, what, "get", "Print the values of settings, a line NAME=VALUE each",
-                    {"dpctl get Boot.BootMode", "dpctl get --current BootMode MemorySpeed"});
+                    {"dpctl get Boot.BootMode", "dpctl get --current BootMode MemoryFrequency"});
     const auto texts = add_name_arguments(command);
     const auto current = std::make_shared<bool>(false);
     command.add_flag("--current", *current,
