@@ -483,6 +483,17 @@ TEST_F(dp_server, install_replaces_a_server_only_when_told_to) {
     EXPECT_EQ(read("var/dp/uefi_current.txt"), read("c.txt"));
 }
 
+TEST_F(dp_server, install_leaves_no_text_of_an_earlier_template_behind) {
+    compile(sample);
+    ASSERT_EQ(install().exit_code, 0);
+    for (const char* text : {"tmp/dp/uefi_info.txt", "tmp/dp/uefi_configs.txt"}) {
+        write(text, "of the first template, written while the clock was ahead");
+    }
+    ASSERT_EQ(install({"--replace"}).exit_code, 0);
+    EXPECT_FALSE(exists("tmp/dp/uefi_info.txt"));
+    EXPECT_FALSE(exists("tmp/dp/uefi_configs.txt"));
+}
+
 TEST_F(dp_server, install_is_refused_while_a_service_runs) {
     compile(sample);
     ASSERT_EQ(install().exit_code, 0);
