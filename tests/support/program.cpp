@@ -18,7 +18,7 @@
 namespace test {
 namespace {
 
-constexpr std::chrono::seconds longest_run{60};
+constexpr std::chrono::seconds longest_run{180};
 constexpr unsigned nobody = 65534;
 
 struct pipe_ends {

@@ -18,9 +18,9 @@ struct program_result {
 /// shell, have their fixed paths below $DP_ROOT.
 std::string program_path(const std::string& name);
 
-/// Runs the program at `program_path(name)` and waits for its end, at most a minute: then it is
-/// killed. Its fixed paths lie below $DP_ROOT, its working folder is $DP_ROOT, its standard input
-/// is empty.
+/// Runs the program at `program_path(name)` and waits for its end, at most three minutes: then it
+/// is killed. Its fixed paths lie below $DP_ROOT, its working folder is $DP_ROOT, its standard
+/// input is empty.
 program_result run_program(const std::string& name, const std::vector<std::string>& arguments);
 
 /// The same by a user without rights on what this user has locked: the user "nobody" when the tests

@@ -17,7 +17,7 @@ namespace test {
 /// beside it. One at a time.
 class scratch_server {
   public:
-    static constexpr std::chrono::seconds patience{30};
+    static constexpr std::chrono::seconds patience{120};
 
     /// Empties the scratch folder and lays out a server that was never started: the outside tools,
     /// and the sample template with the build id "B1".

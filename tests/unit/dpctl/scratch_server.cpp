@@ -56,13 +56,14 @@ std::string value_line(const std::string& name, const std::string& value) {
 
 scratch_server::scratch_server() {
     clean_root();
-    // What the library runs: dpspy -sf -i TEMPLATE -o TEXT, and with -sc for the collections.
+    // What the library runs: dpspy -sf -i TEMPLATE -o TEXT, and with -sc for the collections. It
+    // replaces the text whole, since another process may be reading it.
     write_script(root() + "/bin/dpspy",
                  "[ -e \"$3\" ] || exit 1\n"
                  "case $1 in\n"
-                 "  -sf) cp \"$DP_ROOT/attributes\" \"$5\" ;;\n"
-                 "  -sc) cp \"$DP_ROOT/collections\" \"$5\" ;;\n"
-                 "esac");
+                 "  -sf) cp \"$DP_ROOT/attributes\" \"$5.$$\" ;;\n"
+                 "  -sc) cp \"$DP_ROOT/collections\" \"$5.$$\" ;;\n"
+                 "esac && mv \"$5.$$\" \"$5\"");
 }
 
 void scratch_server::install_texts(const std::string& collections, const std::string& attributes,
