@@ -315,6 +315,9 @@ server_outcome settings_service::update() {
     // With the template in place it is the new BIOS, whatever else could not be written: the next
     // start, or the next request, gives it its values.
     if (bios.is_in_place()) {
+        // Readers compare times: a clock that was set back makes the old template's texts newer.
+        clear_away(dp::fixed_paths::uefi_info.str());
+        clear_away(dp::fixed_paths::uefi_configs.str());
         install(std::move(parts.model), std::move(parts.store));
         file_differs_ = !pending.is_in_place();
         refresh_build_id();

@@ -914,6 +914,22 @@ TEST_F(settingsd, an_update_installs_template_values_and_build_id) {
               "0 1 t get Fans.Speed \"\" \"high\" \n");
 }
 
+TEST_F(settingsd, an_update_counts_also_when_the_clock_was_set_back) {
+    start();
+    constexpr std::time_t ahead = 2'000'000'000;
+    test::write_file(path("/tmp/dp/uefi_configs.txt"), "Boot\n");
+    test::set_mtime(path("/tmp/dp/uefi_configs.txt"), ahead);
+    test::set_mtime(path("/tmp/dp/uefi_info.txt"), ahead);
+    scratch_server::place_update({test::choice("Fans", "Speed", "low", "low,high")}, "B2");
+    EXPECT_EQ(scratch_server::request("update\n"), "0\n");
+    EXPECT_FALSE(std::filesystem::exists(path("/tmp/dp/uefi_configs.txt")));
+    EXPECT_NE(scratch_server::run_batch("0 1 t set Fans.Speed \"high\" \"\"\n"), "");
+    EXPECT_EQ(server.stop(), 0);
+    start();
+    EXPECT_EQ(scratch_server::run_batch("0 1 t get Fans.Speed \"\" \"\"\n"),
+              "0 1 t get Fans.Speed \"\" \"high\" \n");
+}
+
 TEST_F(settingsd, an_update_that_cannot_be_used_is_refused_and_the_old_bios_stays) {
     start();
     scratch_server::place_update({}, "B2");
