@@ -44,6 +44,10 @@ int run(int argc, char** argv) {
         return dp_tools::exit_code::failed;
     }
     const auto value = find_value(in, key);
+    if (in.bad()) {
+        std::cerr << "sysvpd: can't read " << file << '\n';
+        return dp_tools::exit_code::failed;
+    }
     if (!value) {
         std::cerr << "sysvpd: " << file << " has no " << key << '\n';
         return dp_tools::exit_code::failed;

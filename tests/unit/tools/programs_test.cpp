@@ -433,7 +433,9 @@ TEST_F(sysvpd, fails_when_there_is_no_such_item_or_no_data) {
     std::filesystem::remove(path("var/dp/vpd.txt"));
     EXPECT_EQ(run_program("sysvpd", {"-g", "UEFIID"}).exit_code, 1);
     std::filesystem::create_directory(path("var/dp/vpd.txt"));
-    EXPECT_EQ(run_program("sysvpd", {"-g", "UEFIID"}).exit_code, 1);
+    const auto folder = run_program("sysvpd", {"-g", "UEFIID"});
+    EXPECT_EQ(folder.exit_code, 1);
+    EXPECT_EQ(folder.err, "sysvpd: can't read " + path("var/dp/vpd.txt") + "\n");
 }
 
 TEST_F(sysvpd, tells_wrong_usage_from_failure) {
