@@ -7,6 +7,7 @@
 
 #include "bios/uefi_build_id.hpp"
 #include "common/fixed_paths.hpp"
+#include "contract/expanded_texts.hpp"
 #include "contract/server_paths.hpp"
 #include "contract/service_status.hpp"
 #include "logs/alerts.hpp"
@@ -315,9 +316,7 @@ server_outcome settings_service::update() {
     // With the template in place it is the new BIOS, whatever else could not be written: the next
     // start, or the next request, gives it its values.
     if (bios.is_in_place()) {
-        // Readers compare times: a clock that was set back makes the old template's texts newer.
-        clear_away(dp::fixed_paths::uefi_info.str());
-        clear_away(dp::fixed_paths::uefi_configs.str());
+        expanded_texts::forget();
         install(std::move(parts.model), std::move(parts.store));
         file_differs_ = !pending.is_in_place();
         refresh_build_id();

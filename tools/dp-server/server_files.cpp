@@ -12,6 +12,7 @@
 #include "batch/batch_file_checker.hpp"
 #include "batch/batch_file_reader.hpp"
 #include "common/fixed_paths.hpp"
+#include "contract/expanded_texts.hpp"
 #include "contract/server_paths.hpp"
 #include "support/attribute_text.hpp"
 #include "support/file_handle.hpp"
@@ -85,14 +86,6 @@ std::string read_values(const std::string& path, std::string& bytes) {
     }
     bytes = std::move(*content.bytes);
     return "";
-}
-
-/// Removes the texts that the replaced template was expanded to: whoever reads them only compares
-/// times, which a clock that was set back makes older than the text of an earlier template.
-void forget_expanded_texts() {
-    for (const auto& text : {dp::fixed_paths::uefi_info, dp::fixed_paths::uefi_configs}) {
-        unlink(text.str().c_str());
-    }
 }
 
 /// Keeps services from starting as long as `lock` is open; why that can't be, above all because one
@@ -172,7 +165,7 @@ std::string install_server(const server_parts& parts, bool replace) {
     const bool done = files.stage(targets[0], bios) && files.stage(targets[1], settings) &&
                       files.stage(targets[2], current) &&
                       files.stage(data, "UEFIID=" + parts.build_id + "\n") && files.commit();
-    forget_expanded_texts();
+    expanded_texts::forget();
     return done ? "" : files.error();
 }
 

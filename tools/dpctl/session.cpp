@@ -1,12 +1,12 @@
 #include "dpctl/session.hpp"
 
-#include <array>
 #include <filesystem>
 #include <stdexcept>
 #include <utility>
 
 #include "common/file_utilities.hpp"
 #include "common/fixed_paths.hpp"
+#include "contract/expanded_texts.hpp"
 #include "dpctl/text.hpp"
 #include "transactions/command_status.hpp"
 #include "transactions/operations.hpp"
@@ -35,8 +35,6 @@ void require_file(const std::string& name) {
     }
 }
 
-constexpr std::array texts_of_template{dp::fixed_paths::uefi_configs, dp::fixed_paths::uefi_info};
-
 // Whether the template is one, and not the server's own.
 bool is_foreign_template(const std::string& template_file) {
     namespace fs = std::filesystem;
@@ -45,18 +43,9 @@ bool is_foreign_template(const std::string& template_file) {
            !fs::equivalent(template_file, dp::fixed_paths::uefi_template.str(), ignored);
 }
 
-// Has the template of the next reader expanded, whichever it is. All templates are expanded to the
-// same files, and the library only compares times.
-void forget_expanded_texts() {
-    for (const auto& text : texts_of_template) {
-        std::error_code ignored;
-        std::filesystem::remove(text.str(), ignored);
-    }
-}
-
 // What the library will not make anew out of the template; empty when it will.
 std::string text_newer_than(const std::string& template_file) {
-    for (const auto& text : texts_of_template) {
+    for (const auto& text : expanded_texts::all) {
         if (file_older_than(template_file, text.str())) {
             return text.str();
         }
@@ -75,7 +64,7 @@ session::session(file_names files) : files_(std::move(files)) {
         is_template_foreign_ = is_foreign_template(files_.template_file);
     }
     if (is_template_foreign_) {
-        forget_expanded_texts();
+        expanded_texts::forget();
         doubtful_text_ = text_newer_than(files_.template_file);
     }
     if (!files_.settings.empty()) {
@@ -93,7 +82,7 @@ session::session(file_names files) : files_(std::move(files)) {
 session::~session() {
     dp_api_uninitialize();
     if (is_template_foreign_) {
-        forget_expanded_texts();
+        expanded_texts::forget();
     }
 }
 
