@@ -24,7 +24,7 @@ class exchange_watch {
 
     /// Whether, by the events so far, the writing of the folder's file `name` ended or it was moved
     /// there, since it was made and since `forget_end`.
-    [[nodiscard]] bool has_ended(const std::string& name) const { return ended_.count(name) > 0; }
+    [[nodiscard]] bool has_ended(const std::string& name) const { return ended_.contains(name); }
     void forget_end(const std::string& name) { ended_.erase(name); }
 
   private:
