@@ -1,7 +1,6 @@
 #include "bios/category_bitmap.hpp"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,6 +12,7 @@
 #include <string_view>
 #include <utility>
 
+#include "common/descriptor_files.hpp"
 #include "common/fixed_paths.hpp"
 #include "common/numbers.hpp"
 
@@ -31,15 +31,11 @@ using input_file = std::unique_ptr<std::FILE, file_closer>;
 // may be a trap: a pipe's other end is not waited for, nor a device read. Null when there is no
 // regular file to read.
 input_file open_table(const std::string& path) {
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    const int descriptor = open_regular_file(path, O_RDONLY);
     if (descriptor < 0) {
         return nullptr;
     }
-    struct stat info {};
-    input_file file;
-    if (::fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode)) {
-        file.reset(::fdopen(descriptor, "r"));
-    }
+    input_file file(::fdopen(descriptor, "r"));
     if (file == nullptr) {
         ::close(descriptor);
     }

@@ -5,12 +5,12 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstddef>
 #include <limits>
 #include <string_view>
 #include <utility>
 
+#include "common/descriptor_files.hpp"
 #include "common/log.hpp"
 
 namespace dp {
@@ -206,18 +206,6 @@ int open_for_writing(const std::string& name, int mode) {
     return descriptor;
 }
 
-void write_all(int descriptor, const std::vector<unsigned char>& data) {
-    std::size_t done = 0;
-    while (done < data.size()) {
-        const ssize_t count = ::write(descriptor, data.data() + done, data.size() - done);
-        if (count > 0) {
-            done += static_cast<std::size_t>(count);
-        } else if (count == 0 || errno != EINTR) {
-            break;
-        }
-    }
-}
-
 }  // namespace
 
 int security_wrap::system(const char* command) {
@@ -347,7 +335,7 @@ int security_wrap::redirect_2_file(std::vector<unsigned char>& data, redirection
     if (descriptor < 0) {
         return -1;
     }
-    write_all(descriptor, data);
+    write_all(descriptor, {reinterpret_cast<const char*>(data.data()), data.size()});
     ::close(descriptor);
     return 0;
 }

@@ -1,7 +1,6 @@
 #include "logs/process_log.hpp"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -9,8 +8,8 @@
 #include <cstddef>
 #include <cstdio>
 #include <sstream>
-#include <string_view>
 
+#include "common/descriptor_files.hpp"
 #include "common/fixed_paths.hpp"
 #include "common/log.hpp"
 #include "logs/change_history_visitor.hpp"
@@ -26,28 +25,12 @@ constexpr std::size_t chunk_size = 65536;
 // name may be a trap: a link is not followed, nor a pipe's other end waited for. -1 when there is
 // no regular file to append to.
 int open_scratch_file(const std::string& path) {
-    const int file =
-        ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
-               S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH);
-    struct stat info {};
-    if (file >= 0 && (::fstat(file, &info) != 0 || !S_ISREG(info.st_mode))) {
-        ::close(file);
-        return -1;
-    }
-    return file;
+    return open_regular_file(path, O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW);
 }
 
 // What can't be written is lost, as the file soon is.
 void move_to_file(std::ostringstream& text, int file) {
-    std::string_view left = text.view();
-    while (!left.empty()) {
-        const ssize_t count = ::write(file, left.data(), left.size());
-        if (count > 0) {
-            left.remove_prefix(static_cast<std::size_t>(count));
-        } else if (count == 0 || errno != EINTR) {
-            break;
-        }
-    }
+    write_all(file, text.view());
     text.str({});
 }
 
