@@ -1,20 +1,19 @@
 #include "instance_lock.hpp"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+#include "contract/service_lock.hpp"
 #include "own_file.hpp"
 #include "service_log.hpp"
 
 namespace dp_host {
 
 std::string instance_lock::take(const std::string& path) {
-    file_descriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
-                              S_IRUSR | S_IWUSR));
+    file_descriptor file(service_lock::open_file(path));
     const int open_error = errno;
     if (std::string problem = problem_with_file(path); !problem.empty()) {
         return problem;
@@ -22,16 +21,17 @@ std::string instance_lock::take(const std::string& path) {
     if (!file.is_open()) {
         return text_of("cannot open ", path, ": ", std::strerror(open_error));
     }
-    struct flock lock {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    if (fcntl(file.get(), F_SETLK, &lock) == 0) {
+    const int error = service_lock::take(file.get());
+    if (error == 0) {
         file_ = std::move(file);
         return {};
     }
-    if (errno != EACCES && errno != EAGAIN) {
-        return text_of("cannot lock ", path, ": ", std::strerror(errno));
+    if (error != EAGAIN) {
+        return text_of("cannot lock ", path, ": ", std::strerror(error));
     }
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
     if (fcntl(file.get(), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK && lock.l_pid > 0) {
         return text_of("already running as process ", lock.l_pid);
     }

@@ -1,6 +1,5 @@
 #include "server_files.hpp"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,6 +13,7 @@
 #include "common/fixed_paths.hpp"
 #include "contract/expanded_texts.hpp"
 #include "contract/server_paths.hpp"
+#include "contract/service_lock.hpp"
 #include "support/attribute_text.hpp"
 #include "support/file_handle.hpp"
 #include "support/input_file.hpp"
@@ -92,22 +92,13 @@ std::string read_values(const std::string& path, std::string& bytes) {
 /// runs.
 std::string lock_out_services(file_handle& lock) {
     const std::string name = server_paths::service_lock.str();
-    lock = file_handle(open(name.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
-                            S_IRUSR | S_IWUSR));
-    if (!lock.is_open()) {
-        return name + ": " + std::strerror(errno);
-    }
-    struct flock request {};
-    request.l_type = F_WRLCK;
-    request.l_whence = SEEK_SET;
-    if (fcntl(lock.get(), F_SETLK, &request) == 0) {
+    lock = file_handle(service_lock::open_file(name));
+    const int error = lock.is_open() ? service_lock::take(lock.get()) : errno;
+    if (error == 0) {
         return "";
     }
-    const int error = errno;
-    if (error == EACCES || error == EAGAIN) {
-        return "dp_settingsd runs; it has to be stopped first";
-    }
-    return name + ": " + std::strerror(error);
+    return error == EAGAIN ? "dp_settingsd runs; it has to be stopped first"
+                           : name + ": " + std::strerror(error);
 }
 
 }  // namespace
