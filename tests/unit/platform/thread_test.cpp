@@ -35,14 +35,18 @@ TEST(thread_sleep, is_not_cut_short_by_signals) {
     struct sigaction previous {};
     action.sa_handler = count_alarm;
     ASSERT_EQ(sigaction(SIGALRM, &action, &previous), 0);
-    alarms = 0;
     const itimerval every_5_ms{{0, 5000}, {0, 5000}};
     const itimerval off{};
-    ASSERT_EQ(setitimer(ITIMER_REAL, &every_5_ms, nullptr), 0);
-    const auto duration = duration_of_sleep(100);
-    setitimer(ITIMER_REAL, &off, nullptr);
+    // Signals that come while a busy machine does not let the process run are one.
+    alarms = 0;
+    for (int tries = 0; tries < 100 && alarms < 2; ++tries) {
+        alarms = 0;
+        ASSERT_EQ(setitimer(ITIMER_REAL, &every_5_ms, nullptr), 0);
+        const auto duration = duration_of_sleep(100);
+        setitimer(ITIMER_REAL, &off, nullptr);
+        EXPECT_GE(duration, std::chrono::milliseconds(100));
+    }
     sigaction(SIGALRM, &previous, nullptr);
-    EXPECT_GE(duration, std::chrono::milliseconds(100));
     EXPECT_GE(alarms, 2);
 }
 
