@@ -1,7 +1,11 @@
 #ifndef DP_TESTS_SUPPORT_CPU_TIME_HPP
 #define DP_TESTS_SUPPORT_CPU_TIME_HPP
 
+#include <cstdint>
 #include <ctime>
+#include <map>
+#include <stdexcept>
+#include <string>
 
 namespace test {
 
@@ -16,6 +20,26 @@ class cpu_time {
   private:
     std::clock_t start_ = std::clock();
 };
+
+/// The processor time, in seconds, that this machine and build need to put 100,000 texts into a
+/// tree and to find each again: what bounds for the cost of as many calls are measured in, so that
+/// they hold for an emulated machine or a sanitizer's build as for any other.
+inline double cost_of_100_000_calls() {
+    constexpr std::uint32_t many = 100'000;
+    // Spreads the numbers over the whole range.
+    constexpr std::uint32_t apart = 2'654'435'761U;
+    const cpu_time used;
+    std::map<std::uint32_t, std::string> tree;
+    for (std::uint32_t i = 0; i < many; ++i) {
+        tree[i * apart] = std::to_string(i);
+    }
+    for (std::uint32_t i = 0; i < many; ++i) {
+        if (tree.find(i * apart)->second.empty()) {
+            throw std::logic_error("a text was lost");
+        }
+    }
+    return used.seconds();
+}
 
 }  // namespace test
 
