@@ -101,6 +101,8 @@ class running_alerts {
         if (child_ == 0) {
             dup2(out.write_end(), STDOUT_FILENO);
             dup2(err.write_end(), STDERR_FILENO);
+            // Tests that were started to outlive a terminal ignore it, and so would the program.
+            ::signal(SIGHUP, SIG_DFL);
             execv(path.c_str(), arguments.data());
             _exit(127);
         }
