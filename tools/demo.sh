@@ -46,7 +46,9 @@ listener=
 clean_up() {
   local status=$?
   trap - EXIT
-  [ -z "$background" ] || kill "$background" 2>/dev/null || true
+  if [ -n "$background" ] && kill "$background" 2>/dev/null; then
+    wait "$background" 2>/dev/null || true
+  fi
   # The listener removes its queues as it ends.
   if [ -n "$listener" ] && kill "$listener" 2>/dev/null; then
     wait "$listener" 2>/dev/null || true
@@ -58,7 +60,15 @@ clean_up() {
     echo "demo: the settings service's log:" >&2
     tail -n 20 "$scratch/service.log" >&2
   fi
-  rm -rf "$scratch"
+  # A tool that the signal overtook may go on making files for a moment.
+  local tries=100
+  until rm -rf "$scratch" 2>/dev/null; do
+    if [ $((tries -= 1)) -eq 0 ]; then
+      echo "demo: $scratch cannot be removed" >&2
+      break
+    fi
+    sleep 0.1
+  done
   exit $status
 }
 trap clean_up EXIT
@@ -104,7 +114,8 @@ run_head() {
   shift
   prompt "$(quoted "$@")"
   output=$("$@" 2>&1)
-  printf '%s\n' "$output" | head -n "$lines"
+  # Not out of a pipe: head goes as soon as it has its lines, and whoever still writes then is ended.
+  head -n "$lines" <<<"$output"
   local total
   total=$(printf '%s\n' "$output" | wc -l)
   local more=$((total - lines))
@@ -116,7 +127,7 @@ run_head() {
 }
 # Waits until the process with the id $1 has written $2 to the file $3.
 await() {
-  for _ in $(seq 200); do
+  for _ in $(seq 1200); do
     if grep -qs -e "$2" "$3"; then
       return 0
     fi
@@ -217,7 +228,7 @@ run dp-template update.json -o update.efi "${unfit[@]}"
 prompt "dpctl check $collection --wait 30 &"
 dpctl check "$collection" --wait 30 >"$scratch/check" 2>&1 &
 background=$!
-sleep 2
+await "$background" 'watching for changes' "$scratch/check" || fail "check failed: $(cat "$scratch/check")"
 run dp-server update --template update.efi --build-id DEMO-2.00
 wait "$background" || fail "check failed: $(cat "$scratch/check")"
 background=

@@ -46,8 +46,8 @@ dp-server install --template t.efi --settings s.txt --current c.txt --build-id B
 dp_settingsd >ready 2>service.log &
 service=$!
 trap 'kill "$service" 2>/dev/null || true' EXIT
-for _ in $(seq 200); do
-  if grep -qs ready ready; then
+for _ in $(seq 2400); do
+  if grep -qs ready ready || ! kill -0 "$service" 2>/dev/null; then
     break
   fi
   sleep 0.05

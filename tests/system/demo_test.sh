@@ -53,19 +53,45 @@ second_prefix=$(queue_prefix second)
 [ "$first_prefix" != "$second_prefix" ] || fail "both demos used the queues of $first_prefix"
 check_left "$first_prefix" "$second_prefix"
 
+# end_demo LOG BUILD_DIR SIGN: starts a demo, ends it when SIGN comes true, and looks at what it leaves.
+end_demo() {
+  "$source_dir/tools/demo.sh" "$2" >"$scratch/$1.log" 2>&1 &
+  local demo=$! status=0
+  until eval "$3"; do
+    kill -0 "$demo" 2>/dev/null || fail "the $1 demo ended by itself"
+    sleep 0.1
+  done
+  kill -TERM "$demo"
+  wait "$demo" || status=$?
+  [ $status -eq 143 ] || fail "the $1 demo exits with $status"
+  check_left "$(queue_prefix "$1")"
+}
+
 # A demo that is ended early leaves nothing either.
-"$source_dir/tools/demo.sh" "$build_dir" >"$scratch/ended.log" 2>&1 &
-ended=$!
-for _ in $(seq 300); do
-  ! grep -qs 'listening on queues' "$scratch/ended.log" || break
-  sleep 0.1
-done
-grep -q 'listening on queues' "$scratch/ended.log" || fail "no listener in the demo to end"
-kill -TERM "$ended"
-status=0
-wait "$ended" || status=$?
-[ $status -eq 143 ] || fail "a demo that was ended exits with $status"
-check_left "$(queue_prefix ended)"
+# shellcheck disable=SC2016 # they are expanded later
+end_demo early "$build_dir" 'grep -qs "listening on queues" "$scratch/early.log"'
+
+# Nor does one amid a command of the background that goes on making files.
+mkdir -p "$scratch/busy/bin"
+ln -s "$build_dir/lib" "$scratch/busy/lib"
+ln -s "$build_dir/bin/"* "$scratch/busy/bin/"
+rm "$scratch/busy/bin/dpctl"
+cat >"$scratch/busy/bin/dpctl" <<EOF
+#!/bin/sh
+if [ "\$1" = list ]; then
+  : >"$scratch/is_busy"
+  end=\$((\$(date +%s) + 2))
+  while [ "\$(date +%s)" -le \$end ]; do
+    for i in \$(seq 1000); do
+      : >"\$DP_ROOT/tmp/dp/text.\$i"
+    done
+  done
+fi
+exec "$build_dir/bin/dpctl" "\$@"
+EOF
+chmod +x "$scratch/busy/bin/dpctl"
+# shellcheck disable=SC2016
+end_demo busy "$scratch/busy" '[ -e "$scratch/is_busy" ]'
 
 # Wrong usage and files that are no registries get a clear answer.
 status=0

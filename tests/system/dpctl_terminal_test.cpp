@@ -61,8 +61,9 @@ TEST_F(status_on_terminal, is_drawn_anew_with_every_change) {
     ASSERT_TRUE(comes_to_show(dpctl_, "over, the command succeeded\r\n")) << dpctl_.output();
     EXPECT_THAT(screen(dpctl_), Not(HasSubstr("No transaction has run")));
     EXPECT_EQ(test::run_program("dpctl", {"set", "Boot.Mode=CSM", "Boot.Delay=10"}).exit_code, 1);
+    // The file tells of a failure before it tells of the end, and so may the picture.
+    ASSERT_TRUE(comes_to_show(dpctl_, "over, 1 of 2 commands failed\r\n")) << dpctl_.output();
     ASSERT_TRUE(comes_to_show(dpctl_, "not one of its possible values\r\n")) << dpctl_.output();
-    EXPECT_THAT(screen(dpctl_), HasSubstr("over, 1 of 2 commands failed\r\n"));
     EXPECT_THAT(screen(dpctl_), Not(HasSubstr("the command succeeded")));
 }
 

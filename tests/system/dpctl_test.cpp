@@ -8,6 +8,7 @@
 #include "scratch_server.hpp"
 #include "tests/support/program.hpp"
 #include "tests/support/sample_template.hpp"
+#include "tests/support/scratch_files.hpp"
 
 // dpctl and dp_settingsd, a process each: what a person does and sees.
 
@@ -113,15 +114,22 @@ TEST_F(dpctl_and_service, history_shows_changes_and_outlives_the_service) {
 
 TEST_F(dpctl_and_service, check_tells_a_bios_update) {
     scratch_server::place_update(test::sample_template(), "B2");
+    const std::string notice = scratch_server::path("/notice");
+    const std::string check =
+        test::program_path("dpctl") + " check Boot --wait 40 --json 2>" + notice;
     std::string answer;
     std::thread update([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1500));
-        answer = scratch_server::request("update\n");
+        // What dpctl has seen before it says so is what it compares with.
+        if (test::eventually([&] {
+                return test::read_file(notice).find("watching for changes") != std::string::npos;
+            })) {
+            answer = scratch_server::request("update\n");
+        }
     });
-    const auto result = dpctl({"check", "Boot", "--wait", "40", "--json"});
+    const auto result = test::run_program("/bin/sh", {"-c", check});
     update.join();
     EXPECT_EQ(answer, "0\n");
-    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_EQ(result.exit_code, 0) << test::read_file(notice);
     const json document = json::parse(result.out, nullptr, false);
     ASSERT_TRUE(document.is_object()) << result.out;
     EXPECT_EQ(document["changed"], true);

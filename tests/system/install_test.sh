@@ -31,16 +31,17 @@ done
 cmake --install "$build_dir" --prefix "$prefix" >"$scratch/install.log"
 libdir=$(dirname "$(find "$prefix" -name libdp_common.so)")
 [ -n "$libdir" ] || fail "no libdp_common.so was installed"
-if find "$prefix" -path '*relocatable*' | grep -q .; then
+if [ -n "$(find "$prefix" -path '*relocatable*')" ]; then
   fail "the relocatable library was installed"
 fi
 
 # The library needs the C++ standard library, what that needs, and the platform library.
-readelf -d "$libdir/libdp_common.so" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' >"$scratch/needed"
+readelf -d "$libdir/libdp_common.so" >"$scratch/dynamic"
+sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' "$scratch/dynamic" >"$scratch/needed"
 if grep -vE '^(libdp_platform|libstdc\+\+|libm|libgcc_s|libc|ld-linux[-a-z0-9_]*)\.so' "$scratch/needed"; then
   fail "libdp_common.so links more than it may"
 fi
-readelf -d "$libdir/libdp_common.so" | grep -q 'SONAME.*\[libdp_common\.so\.[0-9]*\]' ||
+grep -q 'SONAME.*\[libdp_common\.so\.[0-9]*\]' "$scratch/dynamic" ||
   fail "libdp_common.so has no SONAME"
 
 check_programs() {
