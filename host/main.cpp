@@ -12,6 +12,7 @@
 #include "contract/standard_descriptors.hpp"
 #include "instance_lock.hpp"
 #include "platform/posix/posix_log.hpp"
+#include "platform/posix/queue_name.hpp"
 #include "run_folder.hpp"
 #include "service_log.hpp"
 #include "service_loop.hpp"
@@ -75,7 +76,7 @@ int run(int argc, char** argv) {
     app.footer("Exchange folder: " + server_paths::exchange_folder.str() +
                "\nData folder:     " + server_paths::data_folder.str() +
                "\nEnvironment:     DP_LOG (none, stderr, file:PATH, syslog; default stderr), "
-               "DP_LOG_MASK, DP_LOG_TAG\n"
+               "DP_LOG_MASK, DP_LOG_TAG, DP_QUEUE_PREFIX\n"
                "Exit codes:      0 stopped as asked, 1 failed, 2 wrong usage");
     try {
         app.parse(argc, argv);
@@ -90,6 +91,9 @@ int run(int argc, char** argv) {
     log.sink = "stderr";
     if (!dp_platform::configure_log(log)) {
         return fail("the log cannot be opened");
+    }
+    if (const std::string problem = dp_platform::problem_with_queue_prefix(); !problem.empty()) {
+        return fail(problem);
     }
     return serve();
 }

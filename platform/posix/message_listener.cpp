@@ -27,7 +27,7 @@ std::string system_error(const std::string& what) {
 
 message_listener::message_listener(unsigned char number) : name_(queue_name(number)) {
     if (name_.empty()) {
-        error_ = "DP_QUEUE_PREFIX must be at most 64 letters, digits, '_', '-' and '.'";
+        error_ = problem_with_queue_prefix();
         return;
     }
     // Between opening and locking, the listener of an older queue may remove it: once more.

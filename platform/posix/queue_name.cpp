@@ -3,16 +3,31 @@
 #include <cstdlib>
 
 namespace dp_platform {
+namespace {
 
-std::string queue_name(unsigned char number) {
-    constexpr std::size_t longest_prefix = 64;
+std::string queue_prefix() {
     const char* value = ::secure_getenv("DP_QUEUE_PREFIX");
-    const std::string prefix = value == nullptr ? "" : value;
-    if (prefix.size() > longest_prefix ||
+    return value == nullptr ? "" : value;
+}
+
+}  // namespace
+
+std::string problem_with_queue_prefix() {
+    constexpr std::size_t longest = 64;
+    const std::string prefix = queue_prefix();
+    if (prefix.size() > longest ||
         prefix.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-"
                                  ".") != std::string::npos) {
+        return "DP_QUEUE_PREFIX must be at most 64 letters, digits, '_', '-' and '.'";
+    }
+    return "";
+}
+
+std::string queue_name(unsigned char number) {
+    if (!problem_with_queue_prefix().empty()) {
         return "";
     }
+    const std::string prefix = queue_prefix();
     std::string name = "/";
     if (!prefix.empty()) {
         name += prefix + '.';

@@ -3,11 +3,16 @@
 
 #include <string>
 
+#include "common/export.hpp"
+
 namespace dp_platform {
+
+/// What is wrong with the environment variable DP_QUEUE_PREFIX; empty when it is usable or not set.
+DP_API std::string problem_with_queue_prefix();
 
 /// The name of the POSIX message queue behind a system message queue; empty when the environment
 /// variable DP_QUEUE_PREFIX is not usable.
-std::string queue_name(unsigned char number);
+DP_API std::string queue_name(unsigned char number);
 
 }  // namespace dp_platform
 

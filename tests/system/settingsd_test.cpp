@@ -763,6 +763,16 @@ TEST_F(settingsd_alerts, tell_of_restarts_and_updates_on_both_queues) {
     EXPECT_EQ(fm_alerts.next(), "none");
 }
 
+TEST_F(settingsd_alerts, that_could_reach_nobody_keep_it_from_starting) {
+    setenv("DP_QUEUE_PREFIX", "a/b", 1);
+    const auto result = test::run_program("dp_settingsd", {});
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err,
+              "dp_settingsd: DP_QUEUE_PREFIX must be at most 64 letters, digits, '_', '-' and "
+              "'.'\n");
+}
+
 TEST_F(settingsd_alerts, that_nobody_hears_hold_nothing_up_and_are_not_logged) {
     start();
     set_speed(1);
