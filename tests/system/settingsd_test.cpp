@@ -5,13 +5,16 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <ctime>
 #include <filesystem>
 #include <random>
 #include <set>
 #include <sstream>
+#include <thread>
 
 #include "batch/batch_file_settings_rdr.hpp"
 #include "common/file_locks.hpp"
@@ -54,6 +57,45 @@ class settingsd : public testing::Test {
 std::size_t line_count(const std::string& text) {
     return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
 }
+
+// Writes a batch and kills the service at the moment `after`, counted from before the writing:
+// where the service gets the processor at once, it may be through before the writer goes on.
+void kill_amid_batch(scratch_server& server, const std::string& text,
+                     std::chrono::microseconds after) {
+    std::atomic<bool> is_set = false;
+    std::thread killer([&] {
+        is_set = true;
+        std::this_thread::sleep_for(after);
+        server.send(SIGKILL);
+    });
+    while (!is_set) {
+        std::this_thread::yield();
+    }
+    scratch_server::write_batch(text);
+    killer.join();
+    EXPECT_EQ(server.wait(), 128 + SIGKILL);
+}
+
+// The moments of such kills. They follow the machine's speed: earlier after an answer, later
+// without one.
+class kill_moments {
+  public:
+    kill_moments(unsigned seed, std::chrono::microseconds first) : random_(seed), longest_(first) {}
+
+    std::chrono::microseconds next() {
+        using ticks = std::chrono::microseconds::rep;
+        return std::chrono::microseconds(static_cast<ticks>(random_()) % (longest_.count() + 1));
+    }
+    void adapt(bool was_answered) {
+        constexpr std::chrono::microseconds little(100);
+        constexpr std::chrono::microseconds most = std::chrono::seconds(20);
+        longest_ = was_answered ? longest_ / 2 : std::min(longest_ * 3 + little, most);
+    }
+
+  private:
+    std::mt19937 random_;
+    std::chrono::microseconds longest_;
+};
 
 // --- usage and start
 
@@ -620,24 +662,20 @@ int answered_number() {
 
 TEST_F(settingsd, killed_at_any_moment_the_history_has_whole_lines_for_all_that_was_kept) {
     scratch_server::install({test::number("A", "N", "0", 0, 0xFFFFFFFF, 1)}, "B1");
-    std::mt19937 random(5);
+    kill_moments moments(5, std::chrono::microseconds(6'000));
     std::set<int> answered;
     std::set<int> kept;
     int sent = 0;
-    constexpr unsigned longest_window = 1'000'000;
-    unsigned window = 6'000;  // microseconds; follows the machine's speed
     for (int round = 0; round < 30; ++round) {
         ASSERT_TRUE(server.start()) << scratch_server::log();
         kept.insert(std::stoi(pending_values().front()));
-        scratch_server::write_batch(set_number(++sent));
-        usleep(static_cast<useconds_t>(random() % (window + 1)));
-        EXPECT_EQ(server.stop(SIGKILL), 128 + SIGKILL);
+        kill_amid_batch(server, set_number(++sent), moments.next());
         // The service may just have answered the batch before, which was still there when it began.
         const int last = answered_number();
         if (last != 0) {
             answered.insert(last);
         }
-        window = last == sent ? window / 2 : std::min(window * 3 + 100, longest_window);
+        moments.adapt(last == sent);
     }
     ASSERT_TRUE(server.start());
     kept.insert(std::stoi(pending_values().front()));
@@ -856,13 +894,10 @@ TEST_F(settingsd, killed_at_any_moment_it_keeps_whole_batches_and_all_that_it_an
         infos.push_back(test::number("A", "N" + std::to_string(i), "0", 0, 0xFFFFFFFF, 1));
     }
     scratch_server::install(infos, "B1");
-    std::mt19937 random(20240517);
+    kill_moments moments(20240517, std::chrono::microseconds(12'000));
     int answered = 0;  // the value of the last batch whose answer was seen
     int sent = 0;
     int seen_in_the_act = 0;
-    // Follows the machine's speed: ends come earlier after an answer and later without one.
-    constexpr unsigned longest_window = 1'000'000;
-    unsigned window = 12'000;  // microseconds
     for (int round = 0; round < rounds; ++round) {
         ASSERT_TRUE(server.start()) << scratch_server::log();
         // What was sent before the last end is carried out now, if it was not before.
@@ -875,10 +910,7 @@ TEST_F(settingsd, killed_at_any_moment_it_keeps_whole_batches_and_all_that_it_an
         for (int i = 0; i < attributes; ++i) {
             text << "0 " << i << " t set A.N" << i << " \"" << sent << "\" \"\" \n";
         }
-        scratch_server::write_batch(text.str());
-        usleep(static_cast<useconds_t>(random() % (window + 1)));
-        server.send(SIGKILL);
-        EXPECT_EQ(server.wait(), 128 + SIGKILL);
+        kill_amid_batch(server, text.str(), moments.next());
 
         const bool was_answered = std::filesystem::exists(scratch_server::result());
         if (was_answered) {
@@ -894,7 +926,7 @@ TEST_F(settingsd, killed_at_any_moment_it_keeps_whole_batches_and_all_that_it_an
         const int kept = std::stoi(*different.begin());
         EXPECT_TRUE(kept == answered || kept == sent) << kept;
         seen_in_the_act += was_answered ? 0 : 1;
-        window = was_answered ? window / 2 : std::min(window * 3 + 100, longest_window);
+        moments.adapt(was_answered);
     }
     // Both kinds of ends occurred, or the test shows nothing.
     EXPECT_GT(seen_in_the_act, 0);
