@@ -18,6 +18,8 @@ namespace {
 // pipes, further names of finished files) is only noticed when it appears.
 constexpr std::uint32_t arrivals = IN_CLOSE_WRITE | IN_MOVED_TO | IN_CREATE;
 constexpr std::uint32_t ends = IN_CLOSE_WRITE | IN_MOVED_TO;
+// A file may be taken before its end is told, which must not pass for the end of the next one.
+constexpr std::uint32_t leavings = IN_MOVED_FROM | IN_DELETE;
 constexpr std::uint32_t departures = IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED | IN_UNMOUNT;
 
 // Few names are ever asked for; a folder full of others must not fill the memory.
@@ -28,9 +30,10 @@ constexpr std::size_t most_names = 256;
 std::string exchange_watch::begin(const std::string& folder) {
     ended_.clear();
     notify_ = file_descriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    if (!notify_.is_open() || inotify_add_watch(notify_.get(), folder.c_str(),
-                                                arrivals | IN_DELETE_SELF | IN_MOVE_SELF |
-                                                    IN_ONLYDIR | IN_DONT_FOLLOW) == -1) {
+    if (!notify_.is_open() ||
+        inotify_add_watch(notify_.get(), folder.c_str(),
+                          arrivals | leavings | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR |
+                              IN_DONT_FOLLOW) == -1) {
         return text_of("cannot watch ", folder, ": ", std::strerror(errno));
     }
     return {};

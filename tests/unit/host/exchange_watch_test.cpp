@@ -86,6 +86,17 @@ TEST_F(exchange_watch_test, a_file_that_is_made_anew_has_not_ended) {
     EXPECT_FALSE(watch.has_ended("batch"));
 }
 
+TEST_F(exchange_watch_test, the_end_of_a_file_that_has_left_is_not_that_of_the_next_one) {
+    test::write_file(file, "x");
+    ASSERT_EQ(std::rename(file.c_str(), (file + ".run").c_str()), 0);
+    EXPECT_TRUE(watch.take_events());
+    EXPECT_FALSE(watch.has_ended("batch"));
+    test::write_file(file, "x");
+    std::filesystem::remove(file);
+    EXPECT_TRUE(watch.take_events());
+    EXPECT_FALSE(watch.has_ended("batch"));
+}
+
 TEST_F(exchange_watch_test, a_folder_that_goes_away_is_noticed) {
     std::filesystem::remove_all(folder);
     EXPECT_TRUE(something_happened());
