@@ -55,7 +55,10 @@ bool message_listener::open(const std::string& name) {
     // For writing too, which the lock asks for.
     handle_ = ::mq_open(name.c_str(), O_RDWR | O_CREAT | O_NONBLOCK | O_CLOEXEC, 0600, &attributes);
     if (handle_ < 0) {
-        error_ = system_error("can't make queue " + name);
+        // The user's queues together, rather than this process's files.
+        error_ = errno == EMFILE ? "can't make queue " + name +
+                                       ": this user's queues are as big as they may be (ulimit -q)"
+                                 : system_error("can't make queue " + name);
         return false;
     }
     if (!take(name)) {

@@ -2,9 +2,7 @@
 #define DP_TESTS_SUPPORT_ALERT_LISTENER_HPP
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <sstream>
 #include <string>
 
@@ -14,15 +12,6 @@
 #include "platform/sysipc/message.hpp"
 
 namespace test {
-
-/// Gives this process, and those that it starts, message queues of their own while it lives.
-class own_queues {
-  public:
-    own_queues() { setenv("DP_QUEUE_PREFIX", ("test-" + std::to_string(getpid())).c_str(), 1); }
-    ~own_queues() { unsetenv("DP_QUEUE_PREFIX"); }
-    own_queues(const own_queues&) = delete;
-    own_queues& operator=(const own_queues&) = delete;
-};
 
 /// Receives a queue's alerts, which `Formatter` reads, as texts.
 template <class Formatter, unsigned char number>

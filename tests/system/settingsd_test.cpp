@@ -22,6 +22,7 @@
 #include "contract/service_status.hpp"
 #include "scratch_server.hpp"
 #include "tests/support/alert_listener.hpp"
+#include "tests/support/own_queues.hpp"
 #include "tests/support/program.hpp"
 #include "tests/support/sample_template.hpp"
 #include "tests/support/test_platform.hpp"

@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -18,6 +17,7 @@
 #include "logs/alerts.hpp"
 #include "platform/posix/message_listener.hpp"
 #include "settings/plugin.hpp"
+#include "tests/support/own_queues.hpp"
 #include "tests/support/program.hpp"
 #include "tests/support/scratch_files.hpp"
 
@@ -153,15 +153,12 @@ class alerting_plugin : public dp::plugin {
 
 class alerts_program : public testing::Test {
   protected:
-    alerts_program() {
-        test::clean_root();
-        setenv("DP_QUEUE_PREFIX", prefix_.c_str(), 1);
-    }
-    ~alerts_program() override { unsetenv("DP_QUEUE_PREFIX"); }
+    alerts_program() { test::clean_root(); }
 
-    [[nodiscard]] bool has_queue(int number) const {
-        const mqd_t queue =
-            mq_open(('/' + prefix_ + ".dp.queue." + std::to_string(number)).c_str(), O_RDONLY);
+    static bool has_queue(int number) {
+        const mqd_t queue = mq_open(
+            ('/' + test::own_queues::prefix() + ".dp.queue." + std::to_string(number)).c_str(),
+            O_RDONLY);
         if (queue == static_cast<mqd_t>(-1)) {
             return false;
         }
@@ -169,7 +166,7 @@ class alerts_program : public testing::Test {
         return true;
     }
 
-    const std::string prefix_ = "dpctl_alerts_test." + std::to_string(getpid());
+    test::own_queues queues_;
     alerting_plugin plugin_;
 };
 
@@ -217,7 +214,7 @@ TEST_F(alerts_program, refuses_a_queue_that_another_listens_to) {
     ASSERT_TRUE(other.is_open()) << other.error();
     const auto result = test::run_program("dpctl", {"alerts", "--wait", "20"});
     EXPECT_EQ(result.exit_code, 1);
-    EXPECT_EQ(result.err, "dpctl: can't listen: queue /" + prefix_ +
+    EXPECT_EQ(result.err, "dpctl: can't listen: queue /" + test::own_queues::prefix() +
                               ".dp.queue.8 has a listener already\n"
                               "  A message queue has one listener at a time.\n");
     EXPECT_THAT(result.out, IsEmpty());

@@ -8,7 +8,6 @@
 #include <array>
 #include <csignal>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -18,6 +17,7 @@
 #include "platform/posix/message_listener.hpp"
 #include "platform/sysipc/message.hpp"
 #include "settings/plugin.hpp"
+#include "tests/support/own_queues.hpp"
 #include "tests/support/test_platform.hpp"
 
 namespace {
@@ -37,11 +37,6 @@ class sample_plugin : public dp::plugin {
 // Queues of this run only, and a listener's messages.
 class alerts : public testing::Test {
   protected:
-    void SetUp() override {
-        setenv("DP_QUEUE_PREFIX", ("alerts_test." + std::to_string(getpid())).c_str(), 1);
-    }
-    void TearDown() override { unsetenv("DP_QUEUE_PREFIX"); }
-
     // The next message, which must be there.
     static sysipc::message take(message_listener& listener) {
         EXPECT_TRUE(listener.is_open()) << listener.error();
@@ -82,6 +77,7 @@ class alerts : public testing::Test {
         EXPECT_EQ(waitpid(child, nullptr, 0), child);
     }
 
+    test::own_queues queues;
     sample_plugin plugin{42};
 };
 

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <mqueue.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -18,6 +19,7 @@
 #include "platform/sysipc/message.hpp"
 #include "platform/sysipc/system_message_queue.hpp"
 #include "platform/sysipc/system_message_queue_client.hpp"
+#include "tests/support/own_queues.hpp"
 #include "tests/unit/platform/support.hpp"
 
 namespace {
@@ -38,7 +40,6 @@ bool send(const sysipc::message& message, unsigned char number = 8) {
     return sysipc::system_message_queue_client::send(queue, message);
 }
 
-/// Queues with a prefix of this process's own.
 class message_queue : public testing::Test {
   protected:
     void SetUp() override {
@@ -46,19 +47,17 @@ class message_queue : public testing::Test {
         if (probe < 0 && errno == ENOSYS) {
             GTEST_SKIP() << "this kernel has no message queues";
         }
-        prefix_.emplace("DP_QUEUE_PREFIX", prefix());
     }
     void TearDown() override { mq_unlink(queue_name().c_str()); }
 
-    static std::string prefix() { return "test-" + std::to_string(getpid()); }
-    static std::string queue_name() { return "/" + prefix() + ".dp.queue.8"; }
+    static std::string queue_name() { return "/" + test::own_queues::prefix() + ".dp.queue.8"; }
 
     /// Takes what was sent before: a message is there as soon as its sending is over.
     static result receive(message_listener& listener, sysipc::message& content) {
         return listener.receive(content, 0);
     }
 
-    std::optional<test::environment_variable> prefix_;
+    test::own_queues queues_;
 };
 
 TEST_F(message_queue, a_listener_receives_messages_in_the_order_of_sending) {
@@ -186,10 +185,10 @@ TEST_F(message_queue, of_another_number_or_prefix_is_another_queue) {
     ASSERT_TRUE(listener.is_open()) << listener.error();
     EXPECT_FALSE(send(message_of(1), 3));
     {
-        const test::environment_variable other("DP_QUEUE_PREFIX", prefix() + "-other");
+        const test::environment_variable other("DP_QUEUE_PREFIX",
+                                               test::own_queues::prefix() + "-other");
         EXPECT_FALSE(send(message_of(1)));
     }
-    prefix_.emplace("DP_QUEUE_PREFIX", prefix());
     EXPECT_TRUE(send(message_of(1)));
 }
 
@@ -202,6 +201,18 @@ TEST_F(message_queue, is_refused_with_a_prefix_that_is_no_part_of_a_name) {
         EXPECT_FALSE(listener.is_open());
         EXPECT_NE(listener.error().find("DP_QUEUE_PREFIX"), std::string::npos);
     }
+}
+
+TEST_F(message_queue, beyond_what_a_user_may_have_tells_of_the_limit) {
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_MSGQUEUE, &before), 0);
+    const rlimit none{0, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_MSGQUEUE, &none), 0);
+    const message_listener listener(8);
+    EXPECT_EQ(setrlimit(RLIMIT_MSGQUEUE, &before), 0);
+    EXPECT_FALSE(listener.is_open());
+    EXPECT_EQ(listener.error(), "can't make queue " + queue_name() +
+                                    ": this user's queues are as big as they may be (ulimit -q)");
 }
 
 TEST_F(message_queue, has_no_flags) {

@@ -60,11 +60,18 @@ void write_file(const std::string& path, const std::string& content) {
 
 environment_variable::environment_variable(const char* name, const std::string& value)
     : name_(name) {
+    if (const char* before = std::getenv(name); before != nullptr) {
+        before_ = before;
+    }
     setenv(name, value.c_str(), 1);
 }
 
 environment_variable::~environment_variable() {
-    unsetenv(name_);
+    if (before_) {
+        setenv(name_, before_->c_str(), 1);
+    } else {
+        unsetenv(name_);
+    }
 }
 
 finished run(const std::vector<std::string>& command,

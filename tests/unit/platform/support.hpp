@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -48,7 +49,7 @@ class scratch_folder {
 std::string read_file(const std::string& path);
 void write_file(const std::string& path, const std::string& content);
 
-/// Sets an environment variable while it lives.
+/// Gives an environment variable another value while it lives.
 class environment_variable {
   public:
     environment_variable(const char* name, const std::string& value);
@@ -58,6 +59,7 @@ class environment_variable {
 
   private:
     const char* name_;
+    std::optional<std::string> before_;
 };
 
 /// A process and what it wrote.
