@@ -3,11 +3,13 @@
 #include <sys/stat.h>
 #include <utime.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 
 namespace test {
 
@@ -43,6 +45,18 @@ void write_file(const std::string& path, const std::string& content) {
     if (!out) {
         throw std::runtime_error("cannot write " + path);
     }
+}
+
+bool wait_for_text(const std::string& path, const std::string& text) {
+    constexpr std::chrono::milliseconds pause(5);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (read_file(path).find(text) == std::string::npos) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(pause);
+    }
+    return true;
 }
 
 void set_mtime(const std::string& path, std::time_t seconds) {

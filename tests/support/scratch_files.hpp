@@ -14,6 +14,9 @@ void clean_root();
 /// Whole files.
 std::string read_file(const std::string& path);
 void write_file(const std::string& path, const std::string& content);
+/// Waits until the file holds the text, which another process or thread writes: whether it came
+/// within a minute.
+bool wait_for_text(const std::string& path, const std::string& text);
 /// Sets access and modification time to whole seconds.
 void set_mtime(const std::string& path, std::time_t seconds);
 /// Writes an executable shell script.

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -7,6 +8,7 @@
 #include <chrono>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <thread>
 
 #include "contract/service_status.hpp"
@@ -676,16 +678,68 @@ TEST_F(dpctl_program, checks_and_finds_nothing) {
     EXPECT_GE(result["waited_seconds"], 6);
 }
 
+// Checks Boot, while `update` goes on beside it from when changes count.
+template <class Update>
+program_result check_during(Update update) {
+    std::thread updating([&] {
+        EXPECT_TRUE(test::wait_for_text(test::root() + "/err", "watching for changes"));
+        update();
+    });
+    const std::string script = "'" + test::program_path("dpctl") + "' check Boot --wait 30 2>err";
+    const auto result = test::run_program("/bin/sh", {"-c", script});
+    updating.join();
+    return result;
+}
+
+// A file whose readers wait until it is closed.
+class held_file {
+  public:
+    explicit held_file(const std::string& path) : fd_(open(path.c_str(), O_RDWR | O_CLOEXEC)) {
+        struct flock lock {};
+        lock.l_type = F_WRLCK;
+        lock.l_whence = SEEK_SET;
+        EXPECT_EQ(fcntl(fd_, F_SETLKW, &lock), 0) << path;
+    }
+    ~held_file() { close(fd_); }
+    held_file(const held_file&) = delete;
+    held_file& operator=(const held_file&) = delete;
+
+    void replace(const std::string& content) const {
+        EXPECT_EQ(ftruncate(fd_, 0), 0);
+        EXPECT_EQ(pwrite(fd_, content.data(), content.size(), 0),
+                  static_cast<ssize_t>(content.size()));
+    }
+    // Whether somebody came to read it within a minute. The kernel lists the locks and who waits
+    // for them, each with the number of the lock in front.
+    [[nodiscard]] static bool wait_for_reader() {
+        const std::string holder = " WRITE " + std::to_string(getpid()) + " ";
+        for (int i = 0; i < 3000; ++i) {
+            std::istringstream locks(test::read_file("/proc/locks"));
+            std::string number;
+            for (std::string line; std::getline(locks, line);) {
+                if (line.find("->") == std::string::npos) {
+                    const bool is_ours = line.find(holder) != std::string::npos;
+                    number = is_ours ? line.substr(0, line.find(':') + 1) : "";
+                } else if (!number.empty() && line.starts_with(number)) {
+                    return true;
+                }
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        return false;
+    }
+
+  private:
+    int fd_;
+};
+
 TEST_F(dpctl_program, checks_and_explains_another_build_and_other_settings) {
     test::write_file(test::root() + "/tmp/dp/uefi.bld", "ONE-1.00\n");
-    std::thread update([] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    const auto result = check_during([] {
         test::write_file(test::root() + "/var/dp/uefi_settings.txt",
                          test::value_line("Boot.Mode", "UEFI"));
         test::write_file(test::root() + "/tmp/dp/uefi.bld", "TWO-2.00\n");
     });
-    const auto result = dpctl({"check", "Boot", "--wait", "30"});
-    update.join();
     EXPECT_EQ(result.exit_code, 0);
     EXPECT_THAT(result.out, testing::StartsWith("Boot: changed after "));
     EXPECT_THAT(result.out,
@@ -693,6 +747,22 @@ TEST_F(dpctl_program, checks_and_explains_another_build_and_other_settings) {
                           "  5  the settings file lists other settings, or in another order\n"
                           "  6  another BIOS build is installed\n"
                           "Programs that hold the BIOS service open need to initialise it anew\n"));
+}
+
+TEST_F(dpctl_program, checks_again_what_an_update_replaces_behind_its_look) {
+    const std::string settings = test::root() + "/var/dp/uefi_settings.txt";
+    test::set_mtime(settings, 1'000'000'000);
+    test::write_file(test::root() + "/tmp/dp/uefi.bld", "ONE-1.00\n");
+    const auto result = check_during([&] {
+        const held_file build_id(test::root() + "/tmp/dp/uefi.bld");
+        build_id.replace("TWO-2.00\n");
+        // Written anew, the settings are looked at before the build id.
+        test::write_file(settings, test::read_file(settings));
+        EXPECT_TRUE(held_file::wait_for_reader());
+        test::write_file(settings, test::value_line("Boot.Mode", "UEFI"));
+    });
+    EXPECT_THAT(result.out, HasSubstr("\n  5  the settings file"));
+    EXPECT_THAT(result.out, HasSubstr("\n  6  another BIOS build"));
 }
 
 // Completion

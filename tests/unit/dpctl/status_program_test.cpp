@@ -134,20 +134,9 @@ std::string follow(int count, Work work) {
     return test::read_file(test::root() + "/seen");
 }
 
-bool wait_for_text(const std::string& path, const std::string& text) {
-    for (int i = 0; i < 2000; ++i) {
-        if (std::filesystem::exists(path) &&
-            test::read_file(path).find(text) != std::string::npos) {
-            return true;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return false;
-}
-
 TEST_F(status_files, follow_prints_a_line_for_every_record_of_a_file_that_comes_later) {
     const std::string out = follow(6, [&] {
-        EXPECT_TRUE(wait_for_text(test::root() + "/err", "does not exist (yet)"));
+        EXPECT_TRUE(test::wait_for_text(test::root() + "/err", "does not exist (yet)"));
         dp::process_log log(status_, false);
         log.log_working("cim-0", 0);
         log.log_working("cim-0", 1);
@@ -173,7 +162,7 @@ TEST_F(status_files, follow_prints_another_transaction_that_leaves_the_same_byte
     run_one();
     const std::string seen = test::root() + "/seen";
     const std::string out = follow(6, [&] {
-        EXPECT_TRUE(wait_for_text(seen, "over"));
+        EXPECT_TRUE(test::wait_for_text(seen, "over"));
         run_one();
     });
     const std::string one =

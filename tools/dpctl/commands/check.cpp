@@ -19,6 +19,7 @@ namespace dpctl {
 namespace {
 
 // The library looks at a file again when its last look is more than 4 seconds old.
+constexpr std::chrono::seconds until_looked_at_again(5);
 constexpr unsigned shortest_watch = 6;
 constexpr unsigned longest_watch = 24 * 60 * 60;
 
@@ -51,23 +52,22 @@ void gather(session& service, const std::string& collection, std::vector<need>& 
     }
 }
 
-// Watches for changes until there is one or the time is up.
-std::vector<need> watch(session& service, const std::string& collection, unsigned seconds) {
+// Watches until there is a change, also one that was found already, or the time is up.
+void watch(session& service, const std::string& collection, unsigned seconds,
+           std::vector<need>& found) {
     using std::chrono::steady_clock;
     constexpr std::chrono::seconds pause(1);
     const auto end = steady_clock::now() + std::chrono::seconds(seconds);
-    std::vector<need> found;
-    gather(service, collection, found);
     while (found.empty() && steady_clock::now() < end) {
         std::this_thread::sleep_for(pause);
         gather(service, collection, found);
     }
     if (!found.empty()) {
-        // An update replaces one file after another: let it end.
-        std::this_thread::sleep_for(pause);
+        // An update replaces one file after another: what the library has just looked at may be
+        // replaced only now.
+        std::this_thread::sleep_for(until_looked_at_again);
         gather(service, collection, found);
     }
-    return found;
 }
 
 void run(const file_names& files, const std::string& collection, unsigned seconds, report& rep) {
@@ -77,12 +77,14 @@ void run(const file_names& files, const std::string& collection, unsigned second
         find_collection(names, collection, rep) == nullptr) {
         return;
     }
+    // What comes later is held against this look; who waits for the notice may go on then.
     std::vector<need> found;
+    gather(service, collection, found);
     double waited = 0;
     {
         const wait_notice notice(std::cerr, isatty(STDERR_FILENO) == 1,
                                  "watching for changes (for " + std::to_string(seconds) + " s)");
-        found = watch(service, collection, seconds);
+        watch(service, collection, seconds, found);
         waited = notice.seconds();
     }
 
