@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -26,7 +27,11 @@ int main(int argc, char** argv) {
         test::clean_root();
         return RUN_ALL_TESTS();
     }
-    std::string folder = std::filesystem::temp_directory_path() / "dp-test-XXXXXX";
+    // Without links, as the system names what is in it; and open to others where a test makes it
+    // so.
+    std::string folder =
+        std::filesystem::canonical(std::filesystem::temp_directory_path()) / "dp-test-XXXXXX";
+    umask(022);
     if (mkdtemp(folder.data()) == nullptr) {
         std::perror("mkdtemp");
         return 1;

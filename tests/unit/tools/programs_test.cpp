@@ -567,6 +567,9 @@ class request_taker {
     request_taker(const request_taker&) = delete;
     request_taker& operator=(const request_taker&) = delete;
 
+    /// Whether there was a request to take.
+    [[nodiscard]] bool has_taken() const { return taken_; }
+
     static void write_answer(const std::string& text) {
         test::write_file(test::root() + "/tmp/dp/answer", text);
         std::filesystem::rename(test::root() + "/tmp/dp/answer",
@@ -579,8 +582,11 @@ class request_taker {
         while (!stop_) {
             if (std::filesystem::exists(request)) {
                 const std::string text = test::read_file(request);
-                std::filesystem::remove(request);
-                answer_(text);
+                // Its sender may give up meanwhile and take it back.
+                if (std::filesystem::remove(request)) {
+                    taken_ = true;
+                    answer_(text);
+                }
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }
@@ -588,6 +594,7 @@ class request_taker {
 
     std::function<void(const std::string&)> answer_;
     std::atomic<bool> stop_ = false;
+    std::atomic<bool> taken_ = false;
     std::thread thread_;
 };
 
@@ -669,7 +676,10 @@ TEST_F(dp_server, gives_up_when_the_answer_does_not_come) {
     program_result result;
     {
         const request_taker service([](const std::string&) {});
-        result = run_program("dp-server", {"restart", "--timeout", "0.5"});
+        // A busy machine may need longer to take it.
+        for (int timeout = 1; timeout <= 64 && !service.has_taken(); timeout *= 4) {
+            result = run_program("dp-server", {"restart", "--timeout", std::to_string(timeout)});
+        }
     }
     EXPECT_EQ(result.exit_code, 1);
     EXPECT_THAT(result.err, HasSubstr("took the request but did not answer"));
