@@ -28,14 +28,19 @@ case ${DP_ARM_NAMESPACE:-} in
     unshare --user --mount true || give_up "no namespaces"
     export DP_ARM_NAMESPACE=entered
     [ "$(id -u)" -eq 0 ] || exec unshare --user --map-root-user --mount "$0" "$sysroot" "$@"
-    # Tests become other users where root runs them, so root takes all users along. The map has to be
-    # written from outside.
+    # Tests become other users where root runs them, so root takes all users along, of which a
+    # container has but some. The map has to be written from outside.
     pid=$$
     outside=$(readlink "/proc/$pid/ns/user")
     (
       while [ "$(readlink "/proc/$pid/ns/user")" = "$outside" ]; do sleep 0.05; done
-      echo "0 0 4294967295" >"/proc/$pid/gid_map"
-      echo "0 0 4294967295" >"/proc/$pid/uid_map"
+      for map in gid_map uid_map; do
+        awk '{ print $1, $1, $3 }' "/proc/self/$map" >"/proc/$pid/$map" || {
+          echo "ARM programs cannot be started by themselves here: no users for the namespace." >&2
+          kill "$pid"
+          exit 1
+        }
+      done
     ) &
     exec unshare --user --keep-caps --mount "$0" "$sysroot" "$@"
     ;;
