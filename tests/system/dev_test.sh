@@ -15,7 +15,13 @@ mkdir -p "$scratch/tree/tools" "$scratch/elsewhere" "$scratch/bin"
 cp "$1/dev" "$scratch/tree/"
 # Every package is there, and everything is built.
 printf '#!/bin/sh\nprintf installed\n' >"$scratch/bin/dpkg-query"
-printf '#!/bin/sh\n: >"%s/built"\n' "$scratch" >"$scratch/bin/cmake"
+cat >"$scratch/bin/cmake" <<EOF
+#!/bin/sh
+: >"$scratch/built"
+mkdir "$scratch/building" 2>/dev/null || : >"$scratch/overlapping"
+/bin/sleep 0.2
+rmdir "$scratch/building" 2>/dev/null || :
+EOF
 # shellcheck disable=SC2016 # the stand-in expands them
 printf '#!/bin/sh\necho "$PWD: $*"\n' >"$scratch/tree/tools/demo.sh"
 chmod +x "$scratch/bin/"* "$scratch/tree/tools/demo.sh"
@@ -37,4 +43,37 @@ for arguments in 'demo --nonsense' 'fuzz ten' 'fuzz 0' 'fuzz --help' 'fuzz 1 2' 
   [ -s "$scratch/log" ] || fail "dev $arguments: no word about it"
   [ ! -e "$scratch/built" ] || fail "dev $arguments: builds first"
 done
+
+# Two at once do not build over each other.
+../tree/dev demo >/dev/null 2>"$scratch/first.log" &
+first=$!
+../tree/dev demo >/dev/null 2>"$scratch/second.log" || fail "the second of two runs: $(cat "$scratch/second.log")"
+wait "$first" || fail "the first of two runs: $(cat "$scratch/first.log")"
+[ ! -e "$scratch/overlapping" ] || fail "two runs build at the same time"
+
+# What is missing is installed, also where that fails at first: the network, or another apt.
+cat >"$scratch/bin/dpkg-query" <<'EOF'
+#!/bin/sh
+[ "$3" != jq ] || exit 1
+printf installed
+EOF
+cat >"$scratch/bin/sudo" <<'EOF'
+#!/bin/sh
+exec "$@"
+EOF
+cat >"$scratch/bin/apt-get" <<EOF
+#!/bin/sh
+echo "\$*" >>"$scratch/apt"
+[ \$(wc -l <"$scratch/apt") -gt 4 ]
+EOF
+printf '#!/bin/sh\n' >"$scratch/bin/sleep"
+chmod +x "$scratch/bin/"*
+../tree/dev demo >/dev/null 2>"$scratch/log" || fail "gives up on apt: $(cat "$scratch/log")"
+grep -q 'install --no-install-recommends jq$' "$scratch/apt" || fail "apt-get is told: $(cat "$scratch/apt")"
+cat >"$scratch/bin/apt-get" <<'EOF'
+#!/bin/sh
+exit 1
+EOF
+! ../tree/dev demo >/dev/null 2>"$scratch/log" || fail "goes on without a package"
+grep -q 'could not install: jq' "$scratch/log" || fail "does not name the package: $(cat "$scratch/log")"
 echo "all arguments were taken as they were typed"
