@@ -5,6 +5,7 @@
 
 #include "batch_run.hpp"
 #include "common/fixed_paths.hpp"
+#include "file_descriptor.hpp"
 #include "own_file.hpp"
 #include "service_files.hpp"
 #include "service_log.hpp"
@@ -53,8 +54,9 @@ void batch_exchange::recover() {
 }
 
 exchange_look batch_exchange::look(bool has_ended) {
-    const exchange_look look = take_exchange_file(dp::fixed_paths::batch.str(),
-                                                  service_files::running_batch.str(), has_ended);
+    file_descriptor hold;
+    const exchange_look look = take_exchange_file(
+        dp::fixed_paths::batch.str(), service_files::running_batch.str(), has_ended, hold);
     if (look == exchange_look::taken) {
         run_and_answer();
     }

@@ -1,10 +1,13 @@
 #include "exchange_file.hpp"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "own_file.hpp"
 #include "service_log.hpp"
@@ -12,21 +15,23 @@
 namespace dp_host {
 namespace {
 
-// A read lease is granted only while nobody has the file open for writing. File systems without
-// leases say nothing about writers; there the end of writing was announced.
-bool is_being_written(int fd) {
+enum class lease : std::uint8_t { held, refused, unknown };
+
+// A read lease is granted only while nobody has the file open for writing, and who opens it for
+// that waits until the lease ends. File systems without leases say nothing about writers; there the
+// end of writing was announced.
+lease take_lease(int fd) {
     if (fcntl(fd, F_SETLEASE, F_RDLCK) == 0) {
-        fcntl(fd, F_SETLEASE, F_UNLCK);
-        return false;
+        return lease::held;
     }
-    return errno == EAGAIN;
+    return errno == EAGAIN ? lease::refused : lease::unknown;
 }
 
 }  // namespace
 
 exchange_look take_exchange_file(const std::string& path, const std::string& taken_path,
-                                 bool has_ended) {
-    const own_file file = open_own_file(path);
+                                 bool has_ended, file_descriptor& hold) {
+    own_file file = open_own_file(path);
     if (!file.problem.empty()) {
         if (!file.missing) {
             const bool cleared = clear_away(path);
@@ -34,7 +39,8 @@ exchange_look take_exchange_file(const std::string& path, const std::string& tak
         }
         return exchange_look::nothing;
     }
-    if (is_being_written(file.descriptor.get())) {
+    const lease quiet = take_lease(file.descriptor.get());
+    if (quiet == lease::refused) {
         return exchange_look::being_written;
     }
     if (file.size == 0 && !has_ended) {
@@ -45,6 +51,14 @@ exchange_look take_exchange_file(const std::string& path, const std::string& tak
         log_error("cannot take ", path, ": ", std::strerror(errno));
         return exchange_look::nothing;
     }
+    // Who opened it meanwhile, to write it anew, waits to go on: then it goes back to its place,
+    // unless a further file is there by now.
+    if (quiet == lease::held && fcntl(file.descriptor.get(), F_GETLEASE) == F_UNLCK &&
+        link(taken_path.c_str(), path.c_str()) == 0) {
+        clear_away(taken_path);
+        return exchange_look::being_written;
+    }
+    hold = std::move(file.descriptor);
     return exchange_look::taken;
 }
 

@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "file_descriptor.hpp"
+
 namespace dp_host {
 
 /// How a look for a file went.
@@ -18,8 +20,12 @@ enum class exchange_look {
 /// moment a file is there before the one who makes it counts as its writer. One who closes it
 /// counts as its writer a moment longer than the end of writing is announced, so look again at a
 /// file that is `being_written`: that no further event comes is possible.
+///
+/// While `hold`, which is set when the file is taken, stays open, nobody writes that file anew: who
+/// was about to waits (for 45 seconds, or what the system's lease-break-time is, and where there
+/// are leases). Keep it until the file was read.
 exchange_look take_exchange_file(const std::string& path, const std::string& taken_path,
-                                 bool has_ended);
+                                 bool has_ended, file_descriptor& hold);
 
 }  // namespace dp_host
 

@@ -6,6 +6,7 @@
 
 #include "contract/server_paths.hpp"
 #include "contract/service_status.hpp"
+#include "file_descriptor.hpp"
 #include "own_file.hpp"
 #include "service_files.hpp"
 #include "service_log.hpp"
@@ -35,8 +36,9 @@ void server_exchange::recover() {
 }
 
 exchange_look server_exchange::look(bool has_ended) {
-    const exchange_look look = take_exchange_file(server_paths::server_request.str(),
-                                                  service_files::running_request.str(), has_ended);
+    file_descriptor hold;
+    const exchange_look look = take_exchange_file(
+        server_paths::server_request.str(), service_files::running_request.str(), has_ended, hold);
     if (look == exchange_look::taken) {
         carry_out_and_answer();
     }
