@@ -20,6 +20,7 @@
 #include "common/file_locks.hpp"
 #include "contract/change_record.hpp"
 #include "contract/service_status.hpp"
+#include "efi_compressor.hpp"
 #include "scratch_server.hpp"
 #include "tests/support/alert_listener.hpp"
 #include "tests/support/own_queues.hpp"
@@ -268,6 +269,13 @@ TEST_F(settingsd, a_batch_that_waited_for_the_service_is_run) {
     test::set_mtime(scratch_server::batch(), 1000);
     start();
     EXPECT_EQ(scratch_server::wait_for_result(), "0 1 t set Boot.Mode \"Legacy\" \"Legacy\" \n");
+}
+
+TEST_F(settingsd, a_compressed_batch_is_run_like_a_plain_one) {
+    start();
+    EXPECT_EQ(scratch_server::run_batch(
+                  dp_platform::efi_compress("0 1 t set Boot.Mode \"Legacy\" \"\"\n")),
+              "0 1 t set Boot.Mode \"Legacy\" \"Legacy\" \n");
 }
 
 TEST_F(settingsd, a_batch_is_taken_when_its_writer_is_done_and_not_before) {
