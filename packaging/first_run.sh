@@ -25,7 +25,7 @@ trap 'kill $service 2>/dev/null || true' EXIT
 tries=0
 until grep -q ready ready; do
   tries=$((tries + 1))
-  [ $tries -lt 100 ] || fail "dp_settingsd does not get ready"
+  [ $tries -lt 1200 ] || fail "dp_settingsd does not get ready"
   sleep 0.1
 done
 

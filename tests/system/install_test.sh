@@ -66,9 +66,9 @@ check_programs "$scratch/examples"
 
 # A method call goes from one process to another.
 export DP_QUEUE_PREFIX=install-test-$$
-LD_LIBRARY_PATH=$libdir timeout 60 "$scratch/examples/method_call" receive >"$scratch/received" &
+LD_LIBRARY_PATH=$libdir timeout 180 "$scratch/examples/method_call" receive >"$scratch/received" &
 receiver=$!
-for _ in $(seq 300); do
+for _ in $(seq 1200); do
   ! grep -qs listening "$scratch/received" || break
   sleep 0.1
 done

@@ -63,7 +63,7 @@ class alerts : public testing::Test {
         if (child == 0) {
             const message_listener listener(number);
             const char open = listener.is_open() ? 'y' : 'n';
-            if (write(ready[1], &open, 1) == 1) {
+            if (write(ready[1], &open, 1) == 1 && listener.is_open()) {
                 pause();
             }
             _exit(1);

@@ -125,7 +125,7 @@ TEST_F(message_queue, of_a_dead_listener_takes_no_message_and_is_taken_over_empt
     if (child == 0) {
         const message_listener listener(8);
         const char state = listener.is_open() ? 'y' : 'n';
-        if (write(ready[1], &state, 1) == 1) {
+        if (write(ready[1], &state, 1) == 1 && listener.is_open()) {
             pause();
         }
         _exit(1);
