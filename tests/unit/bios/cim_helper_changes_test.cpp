@@ -168,7 +168,7 @@ TEST_F(changes, stale_result_is_gone_before_the_batch_can_be_read) {
     ASSERT_EQ(mkfifo(batch_file.c_str(), 0600), 0);
     test::other_process service([&](const std::function<void()>& ready) {
         ready();
-        for (int i = 0; i < 5000 && std::filesystem::exists(result_file); ++i) {
+        for (int i = 0; i < 60'000 && std::filesystem::exists(result_file); ++i) {
             usleep(1000);
         }
         const bool gone = !std::filesystem::exists(result_file);
