@@ -62,12 +62,13 @@ void watch(session& service, const std::string& collection, unsigned seconds,
         std::this_thread::sleep_for(pause);
         gather(service, collection, found);
     }
-    if (!found.empty()) {
-        // An update replaces one file after another: what the library has just looked at may be
-        // replaced only now.
-        std::this_thread::sleep_for(until_looked_at_again);
-        gather(service, collection, found);
-    }
+}
+
+// An update replaces one file after another: what the library has just looked at may be replaced
+// only now.
+void complete(session& service, const std::string& collection, std::vector<need>& found) {
+    std::this_thread::sleep_for(until_looked_at_again);
+    gather(service, collection, found);
 }
 
 void run(const file_names& files, const std::string& collection, unsigned seconds, report& rep) {
@@ -86,6 +87,9 @@ void run(const file_names& files, const std::string& collection, unsigned second
                                  "watching for changes (for " + std::to_string(seconds) + " s)");
         watch(service, collection, seconds, found);
         waited = notice.seconds();
+        if (!found.empty()) {
+            complete(service, collection, found);
+        }
     }
 
     auto& document = rep.document();
@@ -119,7 +123,8 @@ void add_check(CLI::App& app, job& what) {
         {"dpctl check Boot", "dpctl check Boot --wait 60    # and update the BIOS meanwhile"});
     add_help(command,
              "Looks at the collection now and compares with it what follows, until something\n"
-             "changes or the time is up. The reasons, with the codes of dp_bios_need_reinit:\n"
+             "changes or the time is up, and once more 5 seconds after a change: an update\n"
+             "replaces one file after another. The reasons, as dp_bios_need_reinit numbers them:\n"
              "  4  the template names other collections\n"
              "  5  the settings file lists other settings\n"
              "  6  another BIOS build is installed\n"
