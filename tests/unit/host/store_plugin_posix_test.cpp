@@ -3,8 +3,8 @@
 #include "command_marks.hpp"
 #include "sample_service.hpp"
 #include "tests/support/alert_listener.hpp"
-#include "tests/support/own_queues.hpp"
 #include "tests/support/child_process.hpp"
+#include "tests/support/own_queues.hpp"
 #include "tests/support/test_platform.hpp"
 
 namespace {
