@@ -2,10 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
 #include <csignal>
 #include <cstdint>
 #include <string>
@@ -17,6 +14,7 @@
 #include "platform/posix/message_listener.hpp"
 #include "platform/sysipc/message.hpp"
 #include "settings/plugin.hpp"
+#include "tests/support/child_process.hpp"
 #include "tests/support/own_queues.hpp"
 #include "tests/support/test_platform.hpp"
 
@@ -56,25 +54,14 @@ class alerts : public testing::Test {
 
     // Leaves a queue behind whose listener was killed.
     static void kill_a_listener(unsigned char number) {
-        std::array<int, 2> ready{};
-        ASSERT_EQ(pipe(ready.data()), 0);
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            const message_listener listener(number);
-            const char open = listener.is_open() ? 'y' : 'n';
-            if (write(ready[1], &open, 1) == 1 && listener.is_open()) {
-                pause();
-            }
-            _exit(1);
-        }
-        char open = '?';
-        EXPECT_EQ(read(ready[0], &open, 1), 1);
-        EXPECT_EQ(open, 'y');
-        close(ready[0]);
-        close(ready[1]);
-        kill(child, SIGKILL);
-        EXPECT_EQ(waitpid(child, nullptr, 0), child);
+        test::child_process listener([number](const test::child_process::parent_line& parent) {
+            const message_listener queue(number);
+            parent.tell(queue.is_open() ? 'y' : 'n');
+            return static_cast<int>(parent.hear());
+        });
+        EXPECT_EQ(listener.hear(), 'y');
+        kill(listener.pid(), SIGKILL);
+        EXPECT_EQ(listener.wait(), 128 + SIGKILL);
     }
 
     test::own_queues queues;

@@ -6,7 +6,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -19,6 +18,7 @@
 #include "platform/sysipc/message.hpp"
 #include "platform/sysipc/system_message_queue.hpp"
 #include "platform/sysipc/system_message_queue_client.hpp"
+#include "tests/support/child_process.hpp"
 #include "tests/support/own_queues.hpp"
 #include "tests/unit/platform/support.hpp"
 
@@ -119,27 +119,17 @@ TEST_F(message_queue, goes_away_with_its_listener) {
 }
 
 TEST_F(message_queue, of_a_dead_listener_takes_no_message_and_is_taken_over_empty) {
-    std::array<int, 2> ready{};
-    ASSERT_EQ(pipe(ready.data()), 0);
-    const pid_t child = fork();
-    if (child == 0) {
+    test::child_process dying([](const test::child_process::parent_line& parent) {
         const message_listener listener(8);
-        const char state = listener.is_open() ? 'y' : 'n';
-        if (write(ready[1], &state, 1) == 1 && listener.is_open()) {
-            pause();
-        }
-        _exit(1);
-    }
-    char state = 0;
-    ASSERT_EQ(read(ready[0], &state, 1), 1);
-    ASSERT_EQ(state, 'y');
+        parent.tell(listener.is_open() ? 'y' : 'n');
+        return static_cast<int>(parent.hear());
+    });
+    ASSERT_EQ(dying.hear(), 'y');
     EXPECT_TRUE(send(message_of(1)));
     const sysipc::system_message_queue opened_before(8, 0);
     EXPECT_TRUE(opened_before.is_open());
-    ASSERT_EQ(kill(child, SIGKILL), 0);
-    ASSERT_EQ(waitpid(child, nullptr, 0), child);
-    close(ready[0]);
-    close(ready[1]);
+    ASSERT_EQ(kill(dying.pid(), SIGKILL), 0);
+    ASSERT_EQ(dying.wait(), 128 + SIGKILL);
 
     EXPECT_FALSE(sysipc::system_message_queue(8, 0).is_open());
     EXPECT_FALSE(sysipc::system_message_queue_client::send(opened_before, message_of(2)));
@@ -156,13 +146,8 @@ TEST_F(message_queue, of_a_dead_listener_takes_no_message_and_is_taken_over_empt
 TEST_F(message_queue, reaches_a_listener_in_another_process) {
     message_listener listener(8);
     ASSERT_TRUE(listener.is_open()) << listener.error();
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(send(message_of(42)) ? 0 : 1);
-    }
-    int status = -1;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+    test::child_process sender([](const auto&) { return send(message_of(42)) ? 0 : 1; });
+    EXPECT_EQ(sender.wait(), 0);
     sysipc::message content(8096);
     EXPECT_EQ(receive(listener, content), result::received);
     EXPECT_EQ(dp::message_formatter(content).value(), 42);
