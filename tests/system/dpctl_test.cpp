@@ -120,9 +120,7 @@ TEST_F(dpctl_and_service, check_tells_a_bios_update) {
     std::string answer;
     std::thread update([&] {
         // What dpctl has seen before it says so is what it compares with.
-        if (test::eventually([&] {
-                return test::read_file(notice).find("watching for changes") != std::string::npos;
-            })) {
+        if (test::wait_for_text(notice, "watching for changes")) {
             answer = scratch_server::request("update\n");
         }
     });

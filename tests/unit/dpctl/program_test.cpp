@@ -691,7 +691,8 @@ program_result check_during(Update update) {
     return result;
 }
 
-// A file whose readers wait until it is closed.
+// A file whose readers wait until it is closed. It is written through the descriptor that has the
+// lock: closing another one would end it.
 class held_file {
   public:
     explicit held_file(const std::string& path) : fd_(open(path.c_str(), O_RDWR | O_CLOEXEC)) {
@@ -709,20 +710,11 @@ class held_file {
         EXPECT_EQ(pwrite(fd_, content.data(), content.size(), 0),
                   static_cast<ssize_t>(content.size()));
     }
-    // Whether somebody came to read it within a minute. The kernel lists the locks and who waits
-    // for them, each with the number of the lock in front.
+    // Whether somebody came to read it within a minute.
     [[nodiscard]] static bool wait_for_reader() {
-        const std::string holder = " WRITE " + std::to_string(getpid()) + " ";
         for (int i = 0; i < 3000; ++i) {
-            std::istringstream locks(test::read_file("/proc/locks"));
-            std::string number;
-            for (std::string line; std::getline(locks, line);) {
-                if (line.find("->") == std::string::npos) {
-                    const bool is_ours = line.find(holder) != std::string::npos;
-                    number = is_ours ? line.substr(0, line.find(':') + 1) : "";
-                } else if (!number.empty() && line.starts_with(number)) {
-                    return true;
-                }
+            if (is_awaited()) {
+                return true;
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
@@ -730,6 +722,23 @@ class held_file {
     }
 
   private:
+    // The kernel lists the locks and, behind each, who waits for it, with the lock's number in
+    // front.
+    static bool is_awaited() {
+        const std::string holder = " WRITE " + std::to_string(getpid()) + " ";
+        std::istringstream locks(test::read_file("/proc/locks"));
+        std::string number;
+        for (std::string line; std::getline(locks, line);) {
+            if (line.find("->") == std::string::npos) {
+                const bool is_ours = line.find(holder) != std::string::npos;
+                number = is_ours ? line.substr(0, line.find(':') + 1) : "";
+            } else if (!number.empty() && line.starts_with(number)) {
+                return true;
+            }
+        }
+        return false;
+    }
+
     int fd_;
 };
 
