@@ -8,7 +8,7 @@ namespace dp {
 
 /// Counts the entries that are clean set commands ("0", "0", "set" or "setv", a name) and the
 /// others.
-class DP_API batch_file_checker final : public batch_file_intf {
+class DP_API batch_file_checker : public batch_file_intf {
   public:
     void process_entry(batch_file_entry& entry, registrar* reg) override;
 

@@ -11,7 +11,7 @@
 namespace dp {
 
 /// Turns the entries of a batch file into transaction commands.
-class DP_API batch_file_converter final : public batch_file_intf, public batch_file_reader {
+class DP_API batch_file_converter : public batch_file_intf, public batch_file_reader {
   public:
     batch_file_converter();
     // The reader half points at this object.

@@ -2,6 +2,8 @@
 
 namespace dp {
 
+batch_file_loader::batch_file_loader() : batch_file_reader(this) {}
+
 batch_file_loader::batch_file_loader(std::vector<batch_file_entry>* entry_list)
     : batch_file_reader(this), entries(entry_list) {}
 
@@ -11,7 +13,9 @@ void batch_file_loader::process_entry(batch_file_entry& entry, registrar* /*reg*
     } else {
         ++failed;
     }
-    entries->push_back(entry);
+    if (entries != nullptr) {
+        entries->push_back(entry);
+    }
 }
 
 }  // namespace dp

@@ -1,23 +1,17 @@
 #include "batch/batch_file_reader.hpp"
 
-#include <algorithm>
 #include <fstream>
 #include <istream>
 #include <ostream>
-#include <typeinfo>
-#include <utility>
 #include <vector>
 
-#include "batch/batch_file_checker.hpp"
 #include "batch/batch_file_entry.hpp"
 #include "batch/batch_file_intf.hpp"
-#include "batch/batch_file_loader.hpp"
 #include "batch/batch_line.hpp"
 #include "batch/line_source.hpp"
 #include "batch/name_parts.hpp"
 #include "batch/plain_line.hpp"
 #include "batch/stored_text.hpp"
-#include "common/likely_room.hpp"
 #include "common/log.hpp"
 #include "platform/sysipc/efi_decompressor.hpp"
 
@@ -38,16 +32,8 @@ void log_entry(const batch_file_entry& entry) {
              ", setting_value_in=", entry.value_in);
 }
 
-// The fields of an entry that someone will look at.
-enum class wanted_fields { all, checked };
-
-// A class made of the checker may look at more.
-bool is_plain_checker(const batch_file_intf* processor) {
-    return processor != nullptr && typeid(*processor) == typeid(batch_file_checker);
-}
-
 // Reads the next line as nearly all are. False, and nothing is read, when it is another.
-bool read_plain_line(line_source& lines, wanted_fields wanted, batch_file_entry& entry) {
+bool read_plain_line(line_source& lines, batch_file_entry& entry) {
     plain_line parts;
     if (!parts.split(lines.at_hand()) || parts.operation == "command"sv) {
         return false;
@@ -57,11 +43,9 @@ bool read_plain_line(line_source& lines, wanted_fields wanted, batch_file_entry&
     store_short_text(entry.detail, parts.detail);
     store_short_text(entry.operation, parts.operation);
     parse_name(parts.name, entry.name);
-    if (wanted == wanted_fields::all) {
-        store_text(entry.tid, parts.tid);
-        store_text(entry.value_in, parts.value_in);
-        store_text(entry.value_out, parts.value_out);
-    }
+    store_text(entry.tid, parts.tid);
+    store_text(entry.value_in, parts.value_in);
+    store_text(entry.value_out, parts.value_out);
     return true;
 }
 
@@ -83,32 +67,24 @@ bool read_any_line(std::string_view line, batch_file_entry& entry) {
     return words.empty();
 }
 
-// Makes room where a loader gathers entries; its list is the caller's and may be null.
-void make_room(const batch_file_loader& loader, const line_source& lines, int count) {
-    if (loader.entries != nullptr && loader.entries->size() == loader.entries->capacity()) {
-        const std::size_t taken = static_cast<std::size_t>(count) + 1;
-        make_likely_room(*loader.entries, lines.bytes_given() / taken, lines.bytes_left());
-    }
-}
-
 }  // namespace
 
 batch_file_reader::batch_file_reader(batch_file_intf* entry_processor)
     : processor(entry_processor) {}
 
 int batch_file_reader::read_file(std::istream& in, registrar* reg) {
+    if (processor == nullptr) {
+        return 0;
+    }
     int count = 0;
     // The entry lives as long as the file is read: a line that lacks words keeps the previous
     // line's.
     batch_file_entry entry;
     entry.name.parse({});
     line_source lines(in);
-    const auto* const loader = dynamic_cast<batch_file_loader*>(processor);
-    const bool only_checks = is_plain_checker(processor);
     for (;;) {
         const bool logs = log_enabled(log_level::trace_4);
-        const auto wanted = only_checks && !logs ? wanted_fields::checked : wanted_fields::all;
-        bool accepted = read_plain_line(lines, wanted, entry);
+        bool accepted = read_plain_line(lines, entry);
         if (!accepted) {
             std::string_view line;
             if (!lines.next(line)) {
@@ -123,9 +99,6 @@ int batch_file_reader::read_file(std::istream& in, registrar* reg) {
             log_entry(entry);
         }
         if (accepted) {
-            if (loader != nullptr) {
-                make_room(*loader, lines, count);
-            }
             processor->process_entry(entry, reg);
             ++count;
             // Lines may be at hand still, but the processor may have put an end to the stream.

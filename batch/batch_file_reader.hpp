@@ -14,7 +14,9 @@ class registrar;
 /// Turns the lines of a batch file into entries.
 class DP_API batch_file_reader {
   public:
-    /// `entry_processor` receives the entries; it stays the caller's.
+    /// A reader without a processor, for the caller to set.
+    batch_file_reader() = default;
+    /// `entry_processor` receives the entries; not owned.
     explicit batch_file_reader(batch_file_intf* entry_processor);
 
     /// Reads `in` to its end and hands every accepted line to the processor; returns how many there
@@ -22,14 +24,14 @@ class DP_API batch_file_reader {
     /// more behind its second value than one word at its very end is dropped. A short line is
     /// accepted and keeps the previous line's texts in the words that it lacks; its values are
     /// empty. Holds one line at a time. A processor ends the reading by making `in` fail. `reg` may
-    /// be null; it is only handed on.
+    /// be null; it is only handed on. Without a processor nothing is read.
     virtual int read_file(std::istream& in, registrar* reg);
 
     /// Writes the plain text of a possibly compressed batch file to `out`. False only when the file
     /// can't be opened.
     bool decompress(std::string file_name, std::ostream& out);
 
-    batch_file_intf* processor;
+    batch_file_intf* processor = nullptr;  ///< not owned
 };
 
 }  // namespace dp

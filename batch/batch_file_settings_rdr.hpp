@@ -12,9 +12,11 @@ namespace dp {
 
 /// Collects the qualified names and the input values of a batch file into two lists that stay
 /// aligned.
-class DP_API batch_file_settings_rdr final : public batch_file_intf, public batch_file_reader {
+class DP_API batch_file_settings_rdr : public batch_file_intf, public batch_file_reader {
   public:
-    /// Both lists are appended to and stay the caller's.
+    /// A reader without lists, for the caller to set; a list that is not set is left out.
+    batch_file_settings_rdr();
+    /// Both lists are appended to; not owned.
     batch_file_settings_rdr(std::vector<std::string>* name_list,
                             std::vector<std::string>* value_list);
     // The reader half points at this object.
@@ -22,8 +24,8 @@ class DP_API batch_file_settings_rdr final : public batch_file_intf, public batc
     batch_file_settings_rdr& operator=(const batch_file_settings_rdr&) = delete;
     void process_entry(batch_file_entry& entry, registrar* reg) override;
 
-    std::vector<std::string>* names;
-    std::vector<std::string>* values;
+    std::vector<std::string>* names = nullptr;   ///< not owned
+    std::vector<std::string>* values = nullptr;  ///< not owned
 };
 
 }  // namespace dp

@@ -37,11 +37,6 @@ bool line_source::next(std::string_view& line) {
     }
 }
 
-std::size_t line_source::bytes_left() const {
-    const std::streamsize in_stream = in_.rdbuf()->in_avail();
-    return end_ - begin_ + (in_stream > 0 ? static_cast<std::size_t>(in_stream) : 0);
-}
-
 // Takes what the stream has at hand, behind what was not given yet. False at the stream's end.
 bool line_source::refill() {
     if (!in_.good()) {

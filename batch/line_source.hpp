@@ -33,14 +33,7 @@ class line_source {
     }
 
     /// Goes on behind the first `size` bytes of what is at hand, which are whole lines.
-    void take(std::size_t size) {
-        begin_ += size;
-        bytes_given_ += size;
-    }
-
-    /// How much of the stream the lines so far took, and about how much is still to come.
-    [[nodiscard]] std::size_t bytes_given() const { return bytes_given_; }
-    [[nodiscard]] std::size_t bytes_left() const;
+    void take(std::size_t size) { begin_ += size; }
 
   private:
     static constexpr std::size_t first_size = 8192;
@@ -52,7 +45,6 @@ class line_source {
     std::size_t size_ = first_size;  // of the window; behind what it holds stands a line feed
     std::size_t begin_ = 0;          // of what was not given yet
     std::size_t end_ = 0;
-    std::size_t bytes_given_ = 0;
 };
 
 }  // namespace dp

@@ -197,6 +197,7 @@ int main() {
     };
     const auto load_by_reader = [&] {
         bench::memory_stream in(text);
+        got.reserve(expected.size());
         dp::batch_file_loader(&got).read_file(in, nullptr);
     };
     const auto load_by_simdjson = [&] { read_with_simdjson(padded, got); };

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "settings/setting_cache.hpp"
+#include "settings/setting.hpp"
 #include "support/side_by_side.hpp"
 
 namespace {
@@ -60,10 +60,10 @@ struct vector_cache {
 };
 
 struct our_cache {
-    dp::setting_cache values;
+    class dp::setting::cache values;
 
     void set(std::uint32_t instance) {
-        dp::setting_cache::entry* const entry = values.find_entry(instance, true);
+        dp::setting::cache::entry* const entry = values.find_entry(instance, true);
         entry->value = value;
         entry->valid = true;
     }
@@ -113,7 +113,7 @@ std::size_t heap_in_use() {
 
 void print_memory(std::uint32_t count) {
     const std::size_t before = heap_in_use();
-    dp::setting_cache cache;
+    class dp::setting::cache cache;
     for (std::uint32_t i = 0; i < count; ++i) {
         cache.find_entry(i, true)->value = value;
     }
@@ -131,7 +131,7 @@ void print_memory(std::uint32_t count) {
 
 int main() {
     std::printf("room for one instance: %zu bytes; for up to eight there are 1, 2, 4 or 8\n",
-                sizeof(dp::setting_cache::entry));
+                sizeof(dp::setting::cache::entry));
     print_memory(100'000);
     for (const std::uint32_t count : {1U, 4U, 8U, 16U, 1000U, 100'000U}) {
         compare(count);

@@ -111,14 +111,18 @@ void answer_with_value(dp_transaction& request, std::string_view value) {
     set_status(request, value.size() > most ? command_status::value_cut : command_status::success);
 }
 
-// False when the request failed.
-bool answer_request(dp_transaction& request, const cim_helper::value_map& values) {
+// False when the request failed. `name` is a buffer that consecutive calls share.
+bool answer_request(dp_transaction& request, const cim_helper::value_map& values,
+                    std::string& name) {
     if (request.operation != op_get) {
         set_status(request, command_status::unknown_operation);
         return false;
     }
-    const auto found = request.name != nullptr ? values.find(std::string_view(request.name))  //
-                                               : values.end();
+    if (request.name == nullptr) {
+        set_status(request, command_status::unresolved);
+        return false;
+    }
+    const auto found = values.find(name.assign(request.name));
     if (found == values.end()) {
         set_status(request, command_status::unresolved);
         return false;
@@ -277,7 +281,7 @@ std::uint32_t cim_helper::a2i(const std::string& text, bool hex) {
 // Queries.
 
 int cim_helper::init_confignames() {
-    if (confignames_ready_ != 0) {
+    if (confignames_ready != 0) {
         return 1;
     }
     std::vector<std::string> names;
@@ -296,12 +300,12 @@ int cim_helper::init_confignames() {
     attributes_.resize(config_names_.size());
     attribute_index_.resize(config_names_.size());
     read_uefi_build_id_file(build_id_);
-    confignames_ready_ = 1;
+    confignames_ready = 1;
     return 1;
 }
 
 int cim_helper::init_setting_instances() {
-    if (instances_ready_ != 0) {
+    if (instances_ready != 0) {
         return 1;
     }
     name_lists inst;
@@ -316,7 +320,7 @@ int cim_helper::init_setting_instances() {
             attribute_names_[i].push_back(name.c_str());
         }
     }
-    instances_ready_ = 1;
+    instances_ready = 1;
     return 1;
 }
 
@@ -443,8 +447,9 @@ int cim_helper::get_bios_attribute_value(dp_transaction* trans, unsigned count, 
         return 0;
     }
     int failed = 0;
+    std::string name;
     for (unsigned i = 0; i < count; ++i) {
-        if (!answer_request(trans[i], values)) {
+        if (!answer_request(trans[i], values, name)) {
             ++failed;
         }
     }
@@ -458,7 +463,7 @@ void cim_helper::trans_to_commands(const dp_transaction* trans, unsigned count,
     if (trans == nullptr) {
         return;
     }
-    const std::string tid = "<cim-" + std::to_string(correlator_) + ">";
+    const std::string tid = "<cim-" + std::to_string(correlator) + ">";
     for (unsigned i = 0; i < count; ++i) {
         const dp_transaction& request = trans[i];
         basic_transaction_command& command = cmds.emplace_back();
@@ -479,7 +484,7 @@ void cim_helper::write_batch_file(std::vector<basic_transaction_command>& cmds) 
         }
     }
     out.close();
-    ++correlator_;
+    ++correlator;
 }
 
 int cim_helper::process_batch_file(std::vector<basic_transaction_command>& cmds,
@@ -500,6 +505,7 @@ int cim_helper::process_batch_file(std::vector<basic_transaction_command>& cmds,
     if (!in) {
         return -1;
     }
+    entries.reserve(entries.size() + cmds.size());
     batch_file_loader loader(&entries);
     loader.read_file(in, nullptr);
     // A folder, or an answer that breaks off: it says nothing about the commands that it lacks.

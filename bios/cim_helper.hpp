@@ -4,7 +4,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -36,7 +35,7 @@ struct readtimes {
 /// read.
 class cim_helper {
   public:
-    using value_map = std::map<std::string, std::string, std::less<>>;
+    using value_map = std::map<std::string, std::string>;
     using name_lists = std::vector<std::vector<std::string>>;
 
     // Class-wide, and replaced before first use, by contract.
@@ -138,9 +137,13 @@ class cim_helper {
 
     std::array<value_map, 2> values_;
     std::array<readtimes, 6> read_times_{};
-    std::uint32_t correlator_ = 0;
-    std::uint8_t confignames_ready_ = 0;
-    std::uint8_t instances_ready_ = 0;
+
+  public:
+    std::uint32_t correlator = 0;        ///< counts the batches; part of their transaction ids
+    std::uint8_t confignames_ready = 0;  ///< 1 once `init_confignames` has run
+    std::uint8_t instances_ready = 0;    ///< 1 once `init_setting_instances` has run
+
+  private:
     std::vector<std::string> config_names_;
     std::vector<std::vector<template_info>> templates_;
     name_lists instances_;

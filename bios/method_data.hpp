@@ -27,6 +27,9 @@ namespace dp {
 /// Plain data: copies are independent.
 class DP_API ZEB_MethodData {
   public:
+    /// An empty record that is not valid.
+    ZEB_MethodData() = default;
+
     /// Frames a name and a payload. Names of 256 bytes and more lose all but their first N bytes in
     /// `buffer`; a payload of 4 GiB or more can't be framed: `valid` and `buffer` stay empty.
     ZEB_MethodData(std::string method_name, std::vector<unsigned char> payload);

@@ -12,8 +12,18 @@
 set(DP_PUBLIC_INCLUDE_DIR "${PROJECT_BINARY_DIR}/include/dp_common")
 
 # dp_public_headers(HEADER...): headers of the current folder that customers may include.
+# Those of the library's own folders must be in the umbrella header.
 function(dp_public_headers)
   file(RELATIVE_PATH folder "${PROJECT_SOURCE_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}")
+  if(folder IN_LIST DP_LIBRARY_FOLDERS)
+    file(READ "${PROJECT_SOURCE_DIR}/dp_common.hpp" umbrella)
+    foreach(header IN LISTS ARGN)
+      string(FIND "${umbrella}" "#include \"${folder}/${header}\"\n" position)
+      if(position EQUAL -1)
+        message(FATAL_ERROR "dp_common.hpp lacks the public header ${folder}/${header}")
+      endif()
+    endforeach()
+  endif()
   foreach(header IN LISTS ARGN)
     configure_file("${header}" "${DP_PUBLIC_INCLUDE_DIR}/${folder}/${header}" COPYONLY)
     get_filename_component(subfolder "${folder}/${header}" DIRECTORY)
@@ -39,6 +49,10 @@ function(dp_fast_sources)
 endfunction()
 
 function(dp_define_library)
+  configure_file("${PROJECT_SOURCE_DIR}/dp_common.hpp" "${DP_PUBLIC_INCLUDE_DIR}/dp_common.hpp"
+                 COPYONLY)
+  install(FILES "${PROJECT_SOURCE_DIR}/dp_common.hpp"
+          DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/dp_common" COMPONENT development)
   add_library(dp_common_objects OBJECT)
   # The ABI records are made from it.
   if(DP_BUILD_TESTS)

@@ -64,6 +64,7 @@ class DP_API configuration {
     std::map<std::string, setting_record> records;  ///< by record name
 
   protected:
+    configuration() = default;
     explicit configuration(std::string configuration_name);
     // Not virtual, and protected: the interface has no slot for it, so nobody deletes through it.
     ~configuration() = default;

@@ -29,12 +29,12 @@ class DP_API configuration_reference_list {
     /// 28 of the difference is masked off.
     [[nodiscard]] bool is_stale() const;
 
-    /// Takes every configuration's present version as seen.
+    /// Stores every configuration's present version as seen.
     void update_versions(registrar& reg);
 
-  private:
-    bool stale_ = false;
-    std::list<std::pair<configuration*, std::uint32_t>> references_;
+    bool stale = false;  ///< references were added or removed
+    /// Each configuration, not owned, with the version that was seen; in insertion order.
+    std::list<std::pair<configuration*, std::uint32_t>> references;
 };
 
 }  // namespace dp

@@ -75,11 +75,12 @@ class DP_API plugin {
     static const char* map(types type);
 
     std::string name;  ///< unique among the host's plug-ins
-    types type;
-    std::uint8_t
-        source;  ///< identifies the plug-in as the source of its alerts; the host assigns it
+    types type = any_type;
+    /// Identifies the plug-in as the source of its alerts; the host assigns it.
+    std::uint8_t source = 0;
 
   protected:
+    plugin() = default;
     plugin(std::string plugin_name, types plugin_type, std::uint8_t alert_source = 0);
     // Not virtual, and protected: the interface has no slot for it, so nobody deletes through it.
     ~plugin() = default;

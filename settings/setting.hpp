@@ -1,12 +1,16 @@
 #ifndef DP_SETTINGS_SETTING_HPP
 #define DP_SETTINGS_SETTING_HPP
 
+#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
+#include <iterator>
+#include <memory>
 #include <string>
+#include <type_traits>
+#include <vector>
 
 #include "common/export.hpp"
-#include "settings/setting_cache.hpp"
 
 namespace dp {
 
@@ -20,8 +24,120 @@ class transaction_command;
 /// before any operation below is called.
 class DP_API setting {
   public:
-    // A member may have its class's name as long as the class is spelt out once, `class cache`.
-    class DP_API cache : public setting_cache {};
+    /// The values of one setting's instances: a sequence of entries in creation order, at most one
+    /// per instance number. It reads like a vector of entries. The data member of the same name
+    /// hides the class, so its users write `class dp::setting::cache`; `dp::setting::cache::entry`
+    /// needs no `class`.
+    ///
+    /// A small cache is searched entry by entry; a large one has a hash index, so that finding,
+    /// adding and removing take constant time on average. Iterating takes linear time and
+    /// `operator[]` at most logarithmic time. A pointer, reference or iterator is valid until an
+    /// entry is added or removed; reading never moves an entry.
+    class DP_API cache {
+      public:
+        /// `valid` and `value` may be changed in place; `instance` must not be.
+        struct entry {
+            bool valid = false;  ///< the value is known
+            std::string value;
+            std::uint32_t instance = 0;
+        };
+
+        /// Random-access iterator. `Cache` and `Entry` are const in a `const_iterator`.
+        template <class Cache, class Entry>
+        class basic_iterator;
+
+        using value_type = entry;
+        using size_type = std::size_t;
+        using difference_type = std::ptrdiff_t;
+        using reference = entry&;
+        using const_reference = const entry&;
+        using pointer = entry*;
+        using const_pointer = const entry*;
+        using iterator = basic_iterator<class cache, entry>;
+        using const_iterator = basic_iterator<const class cache, const entry>;
+        using reverse_iterator = std::reverse_iterator<iterator>;
+        using const_reverse_iterator = std::reverse_iterator<const_iterator>;
+
+        cache();
+        ~cache();
+        /// Copies the entries in their order.
+        cache(const cache& other);
+        cache& operator=(const cache& other);
+        /// Leaves `other` empty.
+        cache(cache&& other) noexcept;
+        cache& operator=(cache&& other) noexcept;
+
+        /// The entry of `instance`. When there is none: null, or, when `create` is set, a new entry
+        /// at the end (not valid, empty value).
+        entry* find_entry(std::uint32_t instance, bool create);
+
+        /// Removes the entry of `instance`, if there is one; the others keep their order.
+        void remove_instance(std::uint32_t instance);
+
+        /// Number of entries, valid or not.
+        [[nodiscard]] size_type size() const { return entries_.size() - removed_; }
+        [[nodiscard]] bool empty() const { return size() == 0; }
+
+        /// The entry at that place in creation order; `place` is below `size()`.
+        [[nodiscard]] reference operator[](size_type place) { return entries_[position_of(place)]; }
+        [[nodiscard]] const_reference operator[](size_type place) const {
+            return entries_[position_of(place)];
+        }
+
+        /// The oldest and the newest entry; the cache must not be empty.
+        [[nodiscard]] reference front() { return entries_[position_of(0)]; }
+        [[nodiscard]] const_reference front() const { return entries_[position_of(0)]; }
+        [[nodiscard]] reference back() { return entries_.back(); }
+        [[nodiscard]] const_reference back() const { return entries_.back(); }
+
+        [[nodiscard]] iterator begin();
+        [[nodiscard]] iterator end();
+        [[nodiscard]] const_iterator begin() const;
+        [[nodiscard]] const_iterator end() const;
+        [[nodiscard]] const_iterator cbegin() const;
+        [[nodiscard]] const_iterator cend() const;
+        [[nodiscard]] reverse_iterator rbegin();
+        [[nodiscard]] reverse_iterator rend();
+        [[nodiscard]] const_reverse_iterator rbegin() const;
+        [[nodiscard]] const_reverse_iterator rend() const;
+
+      private:
+        struct index;
+
+        [[nodiscard]] DP_LOCAL entry* find_linearly(std::uint32_t instance);
+        DP_LOCAL void compact();
+
+        // A place counts the entries; a position is an offset in `entries_`, tombstones included.
+        // They differ only while there are tombstones. Both have 32 bits, as instances have.
+        [[nodiscard]] size_type position_of(size_type place) const {
+            return removed_ == 0 ? place : find_position(static_cast<std::uint32_t>(place));
+        }
+        [[nodiscard]] size_type place_of(size_type position) const {
+            return removed_ == 0 ? position : find_place(static_cast<std::uint32_t>(position));
+        }
+        [[nodiscard]] size_type position_after(size_type position) const {
+            return removed_ == 0 ? position + 1
+                                 : skip_forward(static_cast<std::uint32_t>(position) + 1);
+        }
+        [[nodiscard]] size_type position_before(size_type position) const {
+            return removed_ == 0 ? position - 1
+                                 : skip_backward(static_cast<std::uint32_t>(position) - 1);
+        }
+        [[nodiscard]] std::uint32_t find_position(std::uint32_t place) const;
+        [[nodiscard]] std::uint32_t find_place(std::uint32_t position) const;
+        [[nodiscard]] std::uint32_t skip_forward(std::uint32_t position) const;
+        [[nodiscard]] std::uint32_t skip_backward(std::uint32_t position) const;
+
+        // In creation order. The last one is never a tombstone.
+        std::vector<entry> entries_;
+        // Null while there are few entries; then there are no tombstones.
+        std::unique_ptr<index> index_;
+        // Number of tombstones: removed entries that the next compaction drops.
+        std::uint32_t removed_ = 0;
+    };
+
+    /// A setting without name, configuration, owner and element, for the host to fill.
+    setting() = default;
 
     setting(class configuration* owning_configuration, std::string setting_name,
             plugin* owning_plugin, setting_element* description);
@@ -49,7 +165,7 @@ class DP_API setting {
     /// Removes `instance` from every member of this setting's record.
     void remove_records(std::uint32_t instance);
 
-    /// Writes the setting's full name, its cached values and a line end.
+    /// Writes the setting's full name, its cached values and a newline.
     std::ostream& display_cache(std::ostream& os) const;
 
     /// Checks a command aimed at this setting against its element before a plug-in sees it. On
@@ -58,12 +174,149 @@ class DP_API setting {
     /// row.
     void validate(transaction_command* command);
 
-    class configuration* configuration;
+    class configuration* configuration = nullptr;
     std::string name;
-    plugin* owner;  ///< the settings owner that serves this setting; null when none does
+    plugin* owner = nullptr;  ///< the settings owner that serves this setting; null when none does
     class cache cache;
-    setting_element* element;
+    setting_element* element = nullptr;
 };
+
+template <class Cache, class Entry>
+class setting::cache::basic_iterator {
+  public:
+    using iterator_category = std::random_access_iterator_tag;
+    using value_type = entry;
+    using difference_type = std::ptrdiff_t;
+    using pointer = Entry*;
+    using reference = Entry&;
+
+    basic_iterator() = default;
+    /// An `iterator` converts to a `const_iterator`.
+    template <class OtherCache, class OtherEntry,
+              class = std::enable_if_t<std::is_convertible_v<OtherEntry*, Entry*>>>
+    // NOLINTNEXTLINE(google-explicit-constructor): containers' iterators convert implicitly.
+    basic_iterator(const basic_iterator<OtherCache, OtherEntry>& other)
+        : cache_(other.cache_), position_(other.position_) {}
+
+    reference operator*() const { return cache_->entries_[position_]; }
+    pointer operator->() const { return &cache_->entries_[position_]; }
+    reference operator[](difference_type steps) const { return *(*this + steps); }
+
+    basic_iterator& operator++() {
+        position_ = cache_->position_after(position_);
+        return *this;
+    }
+    basic_iterator operator++(int) {
+        basic_iterator before = *this;
+        ++*this;
+        return before;
+    }
+    basic_iterator& operator--() {
+        position_ = cache_->position_before(position_);
+        return *this;
+    }
+    basic_iterator operator--(int) {
+        basic_iterator before = *this;
+        --*this;
+        return before;
+    }
+    basic_iterator& operator+=(difference_type steps) {
+        const auto place = static_cast<difference_type>(cache_->place_of(position_)) + steps;
+        position_ = cache_->position_of(static_cast<size_type>(place));
+        return *this;
+    }
+    basic_iterator& operator-=(difference_type steps) { return *this += -steps; }
+
+    friend basic_iterator operator+(basic_iterator it, difference_type steps) {
+        return it += steps;
+    }
+    friend basic_iterator operator+(difference_type steps, basic_iterator it) {
+        return it += steps;
+    }
+    friend basic_iterator operator-(basic_iterator it, difference_type steps) {
+        return it -= steps;
+    }
+    template <class OtherCache, class OtherEntry>
+    difference_type operator-(const basic_iterator<OtherCache, OtherEntry>& other) const {
+        return static_cast<difference_type>(cache_->place_of(position_)) -
+               static_cast<difference_type>(cache_->place_of(other.position_));
+    }
+
+    // Both iterators of a comparison belong to the same cache.
+    template <class OtherCache, class OtherEntry>
+    bool operator==(const basic_iterator<OtherCache, OtherEntry>& other) const {
+        return position_ == other.position_;
+    }
+    template <class OtherCache, class OtherEntry>
+    bool operator!=(const basic_iterator<OtherCache, OtherEntry>& other) const {
+        return position_ != other.position_;
+    }
+    template <class OtherCache, class OtherEntry>
+    bool operator<(const basic_iterator<OtherCache, OtherEntry>& other) const {
+        return position_ < other.position_;
+    }
+    template <class OtherCache, class OtherEntry>
+    bool operator>(const basic_iterator<OtherCache, OtherEntry>& other) const {
+        return position_ > other.position_;
+    }
+    template <class OtherCache, class OtherEntry>
+    bool operator<=(const basic_iterator<OtherCache, OtherEntry>& other) const {
+        return position_ <= other.position_;
+    }
+    template <class OtherCache, class OtherEntry>
+    bool operator>=(const basic_iterator<OtherCache, OtherEntry>& other) const {
+        return position_ >= other.position_;
+    }
+
+  private:
+    template <class OtherCache, class OtherEntry>
+    friend class basic_iterator;
+    friend class setting::cache;
+
+    basic_iterator(Cache* entries_of, size_type position)
+        : cache_(entries_of), position_(position) {}
+
+    Cache* cache_ = nullptr;
+    size_type position_ = 0;
+};
+
+inline setting::cache::iterator setting::cache::begin() {
+    return {this, position_of(0)};
+}
+inline setting::cache::iterator setting::cache::end() {
+    return {this, entries_.size()};
+}
+inline setting::cache::const_iterator setting::cache::begin() const {
+    return {this, position_of(0)};
+}
+inline setting::cache::const_iterator setting::cache::end() const {
+    return {this, entries_.size()};
+}
+inline setting::cache::const_iterator setting::cache::cbegin() const {
+    return begin();
+}
+inline setting::cache::const_iterator setting::cache::cend() const {
+    return end();
+}
+inline setting::cache::reverse_iterator setting::cache::rbegin() {
+    return reverse_iterator(end());
+}
+inline setting::cache::reverse_iterator setting::cache::rend() {
+    return reverse_iterator(begin());
+}
+inline setting::cache::const_reverse_iterator setting::cache::rbegin() const {
+    return const_reverse_iterator(end());
+}
+inline setting::cache::const_reverse_iterator setting::cache::rend() const {
+    return const_reverse_iterator(begin());
+}
+
+/// Writes nothing when the entry is not valid. Otherwise the value, `""` when it is empty; before
+/// it, unless the setting is single-valued, a newline (flushed), "[", the instance and "] ".
+DP_API std::ostream& operator<<(std::ostream& os, const setting::cache::entry& e);
+
+/// Writes every entry in creation order.
+DP_API std::ostream& operator<<(std::ostream& os, const class setting::cache& c);
 
 /// Writes the configuration's name, "." and the setting's name.
 DP_API std::ostream& operator<<(std::ostream& os, const setting& s);

@@ -22,8 +22,8 @@ class DP_API client_transaction : public setting_transaction {
         ~completion_callback() = default;
     };
 
-    /// `on_completion` stays the caller's, outlives the transaction and may be null.
-    explicit client_transaction(completion_callback* on_completion);
+    /// `on_completion` is not owned, outlives the transaction and may be null.
+    explicit client_transaction(completion_callback* on_completion = nullptr);
     ~client_transaction() override;
 
     void on_transaction_complete(registrar& reg) override;

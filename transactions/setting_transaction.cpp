@@ -1,7 +1,6 @@
 #include "transactions/setting_transaction.hpp"
 
 #include <algorithm>
-#include <cstddef>
 #include <ostream>
 
 #include "settings/plugin_list.hpp"
@@ -14,9 +13,6 @@ namespace {
 
 constexpr std::int32_t validate_step = 2;
 constexpr std::int32_t execute_step_number = 1;
-
-// Up to so many commands an index for their correlators does not pay.
-constexpr std::size_t searched_one_by_one = 64;
 
 bool owns(const plugin* p, const transaction_command& command) {
     return command.target.setting != nullptr && command.target.setting->owner == p;
@@ -31,7 +27,6 @@ void setting_transaction::command_finish_visitor::operator()(transaction_command
 }
 
 void setting_transaction::on_execute_step(registrar& reg, plugin_list& plugins) {
-    by_correlator_.clear();
     if (step == validate_step) {
         for (transaction_command* command : commands) {
             if (command->status == command_status::success && !command->complete &&
@@ -62,39 +57,11 @@ void setting_transaction::on_substep_complete(registrar& /*reg*/, plugin* p) {
 }
 
 transaction_command* setting_transaction::get_command_by_corr(std::uint32_t correlator) {
-    const auto has_it = [correlator](const transaction_command* command) {
-        return command->correlator == correlator;
-    };
-    if (commands.size() <= searched_one_by_one) {
-        const auto found = std::find_if(commands.begin(), commands.end(), has_it);
-        return found == commands.end() ? nullptr : *found;
-    }
-    if (by_correlator_.size() != commands.size()) {
-        index_correlators();
-    }
-    const auto indexed = std::lower_bound(by_correlator_.begin(), by_correlator_.end(),
-                                          std::pair{correlator, std::uint32_t{0}});
-    if (indexed != by_correlator_.end() && indexed->first == correlator &&
-        has_it(commands[indexed->second])) {
-        return commands[indexed->second];
-    }
-    // Commands are open data: the correlator may have been stored since the index was made.
-    const auto found = std::find_if(commands.begin(), commands.end(), has_it);
-    if (found == commands.end()) {
-        return nullptr;
-    }
-    index_correlators();
-    return *found;
-}
-
-void setting_transaction::index_correlators() {
-    by_correlator_.clear();
-    by_correlator_.reserve(commands.size());
-    for (const transaction_command* command : commands) {
-        by_correlator_.emplace_back(command->correlator,
-                                    static_cast<std::uint32_t>(by_correlator_.size()));
-    }
-    std::sort(by_correlator_.begin(), by_correlator_.end());
+    const auto found = std::find_if(commands.begin(), commands.end(),
+                                    [correlator](const transaction_command* command) {
+                                        return command->correlator == correlator;
+                                    });
+    return found == commands.end() ? nullptr : *found;
 }
 
 void setting_transaction::write_batch_commands(std::ostream& os, bool terse) {

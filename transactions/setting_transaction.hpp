@@ -4,8 +4,6 @@
 #include <cstdint>
 #include <iosfwd>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "common/export.hpp"
 #include "transactions/transaction.hpp"
@@ -30,11 +28,8 @@ class DP_API setting_transaction : public transaction {
     void on_execute_step(registrar& reg, plugin_list& plugins) override;
     void on_substep_complete(registrar& reg, plugin* p) override;
 
-    /// The first command with that correlator, or null. A list of more than 64 commands has its
-    /// correlators indexed at the first call and again when its length changed or a step began;
-    /// finding one is then a matter of a few comparisons. One that the index lacks is looked for
-    /// command by command. In such a list, a correlator stored since in a command before the
-    /// indexed one with that correlator is found only when a step began.
+    /// The first command with that correlator, or null. Searches the list in order: commands are
+    /// open data, so any of them may have changed since the last call.
     transaction_command* get_command_by_corr(std::uint32_t correlator);
 
     /// Writes every command in order, each followed by a line end and a flush: its terse line, or
@@ -46,12 +41,6 @@ class DP_API setting_transaction : public transaction {
     std::string requester;      ///< for the host: who asked
     void* host_data = nullptr;  ///< for the host
     std::int32_t progress = 0;  ///< counts progress records; the logs advance it
-
-  private:
-    DP_LOCAL void index_correlators();
-
-    // Every listed command's correlator and position, sorted.
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> by_correlator_;
 };
 
 }  // namespace dp

@@ -14,8 +14,7 @@
 #include "transactions/terse_line.hpp"
 
 namespace dp {
-transaction_command::transaction_command(registrar* reg, batch_file_entry& entry)
-    : status(command_status::not_run) {
+transaction_command::transaction_command(registrar* reg, batch_file_entry& entry) {
     const auto entry_status = parse_unsigned(entry.status);
     if (entry_status.ok && entry_status.value < 256) {
         status = static_cast<std::int32_t>(entry_status.value);
@@ -41,7 +40,7 @@ transaction_command::transaction_command(registrar* reg, batch_file_entry& entry
 
 transaction_command::transaction_command(operations op, setting* target_setting,
                                          setting::cache::entry& entry)
-    : status(command_status::not_run), operation(op) {
+    : operation(op) {
     target.setting = target_setting;
     if (entry.instance < no_instance) {
         target.instance = std::to_string(entry.instance);

@@ -8,6 +8,7 @@
 #include "common/export.hpp"
 #include "settings/setting.hpp"
 #include "settings/setting_instance.hpp"
+#include "transactions/command_status.hpp"
 #include "transactions/operations.hpp"
 
 namespace dp {
@@ -19,6 +20,9 @@ class registrar;
 /// thrown: the first one stores its code in `status` (only while that is 0) and sets `complete`.
 class DP_API transaction_command {
   public:
+    /// A command for no setting, not run yet, for the caller to fill.
+    transaction_command() = default;
+
     /// Builds a command from a batch line; `reg` resolves its name and may be null (nothing
     /// resolves then). The entry's status is kept when it is a number below 256.
     transaction_command(registrar* reg, batch_file_entry& entry);
@@ -47,9 +51,9 @@ class DP_API transaction_command {
     bool complete = false;          ///< needs no further work
     bool host_flags[2] = {};        ///< for the host; the library does not read them
     bool no_input_mapping = false;  ///< `client_transaction::queue` leaves the value as it is
-    std::int32_t status;            ///< see command_status
-    std::uint32_t correlator = 0;   ///< identifies the command within its transaction
-    std::string tid = "<tid>";      ///< transaction identifier, one word
+    std::int32_t status = command_status::not_run;  ///< see command_status
+    std::uint32_t correlator = 0;  ///< identifies the command within its transaction
+    std::string tid = "<tid>";     ///< transaction identifier, one word
     operations operation = op_unknown;
     setting_instance target;
     std::string value_in;         ///< the value given

@@ -174,16 +174,3 @@ TEST(line_source, asks_for_more_only_when_the_next_line_needs_it) {
     EXPECT_EQ(line, "two");
     EXPECT_EQ(buffer.given(), 8U);
 }
-
-TEST(line_source, knows_about_how_much_is_left) {
-    std::istringstream in("one\ntwo\nlast");
-    dp::line_source source(in);
-    std::string_view line;
-    ASSERT_TRUE(source.next(line));
-    EXPECT_EQ(source.bytes_given(), 4U);
-    EXPECT_EQ(source.bytes_left(), 8U);
-    while (source.next(line)) {
-    }
-    EXPECT_EQ(source.bytes_given(), 12U);
-    EXPECT_EQ(source.bytes_left(), 0U);
-}

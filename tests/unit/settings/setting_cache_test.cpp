@@ -1,5 +1,3 @@
-#include "settings/setting_cache.hpp"
-
 #include <gtest/gtest.h>
 #include <sys/random.h>
 #include <sys/syscall.h>
@@ -8,22 +6,28 @@
 #include <algorithm>
 #include <cstdint>
 #include <iomanip>
+#include <iterator>
 #include <map>
 #include <numeric>
 #include <random>
 #include <sstream>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
+#include "settings/setting.hpp"
 #include "tests/support/cpu_time.hpp"
 
-using dp::setting_cache;
+using setting_cache = class dp::setting::cache;
 
 namespace {
 
 std::vector<std::uint32_t> instances(const setting_cache& cache) {
     std::vector<std::uint32_t> all;
-    cache.for_each([&](const setting_cache::entry& e) { all.push_back(e.instance); });
+    for (const auto& e : cache) {
+        all.push_back(e.instance);
+    }
     return all;
 }
 
@@ -65,19 +69,34 @@ class plain_cache {
     std::vector<setting_cache::entry> entries;
 };
 
-// Whether both hold the same entries in the same order.
-bool same(const setting_cache& cache, const plain_cache& plain) {
-    if (cache.size() != plain.entries.size()) {
+bool same(const setting_cache::entry& a, const setting_cache::entry& b) {
+    return a.instance == b.instance && a.valid == b.valid && a.value == b.value;
+}
+
+// Whether both contain the same entries in the same order, whichever way the cache is read.
+bool same(setting_cache& cache, const plain_cache& plain) {
+    const setting_cache& unchanged = cache;
+    const std::size_t size = plain.entries.size();
+    if (cache.size() != size || cache.empty() != plain.entries.empty() ||
+        cache.end() - cache.begin() != static_cast<std::ptrdiff_t>(size)) {
         return false;
     }
-    std::size_t at = 0;
-    bool equal = true;
-    cache.for_each([&](const setting_cache::entry& e) {
-        const auto& other = plain.entries[at++];
-        equal = equal && e.instance == other.instance && e.valid == other.valid &&
-                e.value == other.value;
-    });
-    return equal && at == plain.entries.size();
+    const auto equal = [](const auto& a, const auto& b) { return same(a, b); };
+    if (!std::equal(cache.begin(), cache.end(), plain.entries.begin(), equal) ||
+        !std::equal(unchanged.begin(), unchanged.end(), plain.entries.begin(), equal) ||
+        !std::equal(unchanged.rbegin(), unchanged.rend(), plain.entries.rbegin(), equal)) {
+        return false;
+    }
+    for (std::size_t i = 0; i < size; ++i) {
+        const auto steps = static_cast<std::ptrdiff_t>(i);
+        if (&cache[i] != &unchanged[i] || &*(cache.begin() + steps) != &cache[i] ||
+            &*(cache.end() - (cache.end() - cache.begin() - steps)) != &cache[i] ||
+            cache.begin() + steps - cache.begin() != steps || !same(cache[i], plain.entries[i])) {
+            return false;
+        }
+    }
+    return size == 0 || (same(cache.front(), plain.entries.front()) &&
+                         same(unchanged.back(), plain.entries.back()));
 }
 
 // Counts flushes.
@@ -196,6 +215,110 @@ TEST(setting_cache, does_as_a_plain_vector_does_whatever_the_order_of_calls) {
             }
             ASSERT_TRUE(same(cache, plain)) << "range " << range << ", call " << i;
         }
+    }
+}
+
+TEST(setting_cache, is_a_random_access_range_of_entries) {
+    using iterator = setting_cache::iterator;
+    using const_iterator = setting_cache::const_iterator;
+    static_assert(std::random_access_iterator<iterator>);
+    static_assert(std::random_access_iterator<const_iterator>);
+    static_assert(std::is_convertible_v<iterator, const_iterator>);
+    static_assert(!std::is_convertible_v<const_iterator, iterator>);
+    static_assert(std::is_same_v<setting_cache::value_type, dp::setting::cache::entry>);
+    static_assert(
+        std::is_same_v<std::iter_reference_t<const_iterator>, const setting_cache::entry&>);
+    setting_cache cache;
+    for (std::uint32_t i = 0; i < 40; ++i) {
+        cache.find_entry(i, true);
+    }
+    for (std::uint32_t i = 5; i < 20; ++i) {
+        cache.remove_instance(i);
+    }
+    EXPECT_EQ(cache.begin()[5].instance, 20U);
+    EXPECT_EQ((cache.cbegin() + 4)->instance, 4U);
+    EXPECT_EQ(std::next(cache.begin(), 5),
+              std::find_if(cache.begin(), cache.end(), [](auto& e) { return e.instance == 20; }));
+    EXPECT_LT(cache.begin(), cache.cend());
+    EXPECT_GE(cache.cend(), cache.end());
+    EXPECT_EQ(cache.rbegin()->instance, 39U);
+    EXPECT_EQ(cache.front().instance, 0U);
+    EXPECT_EQ(cache.back().instance, 39U);
+}
+
+TEST(setting_cache, values_may_be_changed_while_it_is_read) {
+    setting_cache cache;
+    for (std::uint32_t i = 0; i < 20; ++i) {
+        set(cache, i, "old");
+    }
+    cache.remove_instance(3);
+    for (auto& e : cache) {
+        e.value = "new";
+        e.valid = e.instance % 2 == 0;
+    }
+    cache[3].value = "fourth";
+    cache.back().value = "last";
+    EXPECT_EQ(cache.find_entry(0, false)->value, "new");
+    EXPECT_FALSE(cache.find_entry(1, false)->valid);
+    EXPECT_EQ(cache.find_entry(4, false)->value, "fourth");
+    EXPECT_EQ(cache.find_entry(19, false)->value, "last");
+}
+
+TEST(setting_cache, reading_moves_no_entry) {
+    setting_cache cache;
+    for (std::uint32_t i = 0; i < 100; ++i) {
+        cache.find_entry(i, true);
+    }
+    for (std::uint32_t i = 0; i < 40; ++i) {
+        cache.remove_instance(i * 2);
+    }
+    std::vector<const setting_cache::entry*> before;
+    for (const std::uint32_t i : instances(cache)) {
+        before.push_back(cache.find_entry(i, false));
+    }
+    ASSERT_EQ(before.size(), 60U);
+    printed(cache);
+    for (std::size_t i = 0; i < before.size(); ++i) {
+        ASSERT_EQ(&cache[i], before[i]);
+        ASSERT_EQ(cache.find_entry(before[i]->instance, true), before[i]);
+    }
+}
+
+TEST(setting_cache, can_be_copied_and_moved) {
+    for (const std::uint32_t count : {0U, 3U, 8U, 9U, 200U}) {
+        setting_cache original;
+        plain_cache plain;
+        for (std::uint32_t i = 0; i < count; ++i) {
+            set(original, i, std::to_string(i));
+            auto* e = plain.find_entry(i, true);
+            e->value = std::to_string(i);
+            e->valid = true;
+        }
+        for (std::uint32_t i = 0; i < count; i += 3) {
+            original.remove_instance(i);
+            plain.remove_instance(i);
+        }
+        setting_cache copy(original);
+        EXPECT_TRUE(same(copy, plain));
+        set(copy, 1000, "copy only");
+        EXPECT_TRUE(same(original, plain)) << "copies are independent";
+        copy = original;
+        EXPECT_TRUE(same(copy, plain));
+        setting_cache& itself = copy;
+        copy = itself;
+        EXPECT_TRUE(same(copy, plain));
+
+        setting_cache moved(std::move(copy));
+        EXPECT_TRUE(same(moved, plain));
+        EXPECT_TRUE(copy.empty()) << "NOLINT(bugprone-use-after-move): it is empty by contract";
+        set(copy, 7, "used again");
+        EXPECT_EQ(copy.size(), 1U);
+        copy = std::move(moved);
+        EXPECT_TRUE(same(copy, plain));
+        EXPECT_TRUE(moved.empty()) << "NOLINT(bugprone-use-after-move): it is empty by contract";
+        copy.remove_instance(1);
+        plain.remove_instance(1);
+        EXPECT_TRUE(same(copy, plain));
     }
 }
 

@@ -1,0 +1,57 @@
+#ifndef DP_COMMON_HPP
+#define DP_COMMON_HPP
+
+// Every public header of the class interface. The C API alone is in bios/dp_api.h and
+// bios/dp_event_categories.h.
+
+// IWYU pragma: begin_exports
+#include "batch/batch_file_checker.hpp"
+#include "batch/batch_file_converter.hpp"
+#include "batch/batch_file_entry.hpp"
+#include "batch/batch_file_intf.hpp"
+#include "batch/batch_file_loader.hpp"
+#include "batch/batch_file_reader.hpp"
+#include "batch/batch_file_settings_rdr.hpp"
+#include "batch/batch_list_info.hpp"
+#include "batch/cache_updater.hpp"
+#include "batch/qualified_setting_name.hpp"
+#include "batch/quoted_value.hpp"
+#include "bios/dp_api.h"
+#include "bios/dp_event_categories.h"
+#include "bios/method_data.hpp"
+#include "bios/template_info.hpp"
+#include "bios/uefi_build_id.hpp"
+#include "common/export.hpp"
+#include "common/file_locks.hpp"
+#include "common/file_utilities.hpp"
+#include "common/fixed_paths.hpp"
+#include "common/hexdump.hpp"
+#include "common/quoting.hpp"
+#include "exec/security_wrap.hpp"
+#include "logs/alerts.hpp"
+#include "logs/change_history_visitor.hpp"
+#include "logs/client_log.hpp"
+#include "logs/error_command_visitor.hpp"
+#include "logs/process_log.hpp"
+#include "settings/configuration.hpp"
+#include "settings/configuration_reference_list.hpp"
+#include "settings/instance_number.hpp"
+#include "settings/plugin.hpp"
+#include "settings/plugin_list.hpp"
+#include "settings/registrar.hpp"
+#include "settings/setting.hpp"
+#include "settings/setting_element.hpp"
+#include "settings/setting_instance.hpp"
+#include "settings/setting_record.hpp"
+#include "transactions/basic_transaction_command.hpp"
+#include "transactions/client_transaction.hpp"
+#include "transactions/command_status.hpp"
+#include "transactions/detail_errors.hpp"
+#include "transactions/operations.hpp"
+#include "transactions/setting_transaction.hpp"
+#include "transactions/transaction.hpp"
+#include "transactions/transaction_command.hpp"
+#include "transactions/transaction_command_list.hpp"
+// IWYU pragma: end_exports
+
+#endif
