@@ -18,9 +18,9 @@
 
 #include "batch/batch_file_checker.hpp"
 #include "batch/batch_file_loader.hpp"
-#include "support/memory_stream.hpp"
-#include "support/sample_batch.hpp"
-#include "support/side_by_side.hpp"
+#include "bench/support/memory_stream.hpp"
+#include "bench/support/sample_batch.hpp"
+#include "bench/support/side_by_side.hpp"
 #include "tests/support/reference_reader.hpp"
 
 namespace {

@@ -11,9 +11,9 @@
 
 #include "bios/dp_api.h"
 #include "platform/sysipc/thread.hpp"
-#include "support/sample_template.hpp"
-#include "support/scratch_root.hpp"
-#include "support/side_by_side.hpp"
+#include "bench/support/sample_template.hpp"
+#include "bench/support/scratch_root.hpp"
+#include "bench/support/side_by_side.hpp"
 #include "tests/support/scratch_files.hpp"
 
 namespace {

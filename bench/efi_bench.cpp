@@ -17,10 +17,10 @@
 
 #include "platform/posix/efi_compressor.hpp"
 #include "platform/sysipc/efi_decompressor.hpp"
-#include "support/memory_stream.hpp"
-#include "support/sample_batch.hpp"
-#include "support/sample_template.hpp"
-#include "support/side_by_side.hpp"
+#include "bench/support/memory_stream.hpp"
+#include "bench/support/sample_batch.hpp"
+#include "bench/support/sample_template.hpp"
+#include "bench/support/side_by_side.hpp"
 
 namespace {
 

@@ -11,8 +11,8 @@
 
 #include "logs/client_log.hpp"
 #include "logs/process_log.hpp"
-#include "support/scratch_root.hpp"
-#include "support/side_by_side.hpp"
+#include "bench/support/scratch_root.hpp"
+#include "bench/support/side_by_side.hpp"
 #include "tests/support/scratch_files.hpp"
 
 namespace {

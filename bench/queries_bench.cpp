@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "bios/dp_api.h"
-#include "support/sample_template.hpp"
-#include "support/side_by_side.hpp"
+#include "bench/support/sample_template.hpp"
+#include "bench/support/side_by_side.hpp"
 
 namespace {
 

@@ -12,8 +12,8 @@
 
 #include "bios/dp_api.h"
 #include "platform/sysipc/thread.hpp"
-#include "support/scratch_root.hpp"
-#include "support/side_by_side.hpp"
+#include "bench/support/scratch_root.hpp"
+#include "bench/support/side_by_side.hpp"
 #include "tests/support/sample_template.hpp"
 #include "tests/system/scratch_server.hpp"
 

@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "bench/support/side_by_side.hpp"
 #include "settings/setting.hpp"
-#include "support/side_by_side.hpp"
 
 namespace {
 

@@ -10,9 +10,9 @@
 #include "batch/batch_file_settings_rdr.hpp"
 #include "bios/dp_api.h"
 #include "bios/template_info.hpp"
-#include "support/sample_template.hpp"
-#include "support/scratch_root.hpp"
-#include "support/side_by_side.hpp"
+#include "bench/support/sample_template.hpp"
+#include "bench/support/scratch_root.hpp"
+#include "bench/support/side_by_side.hpp"
 #include "tests/support/scratch_files.hpp"
 
 namespace {

@@ -15,9 +15,9 @@
 #include <vector>
 
 #include "bios/template_info.hpp"
-#include "support/json_text.hpp"
-#include "support/sample_template.hpp"
-#include "support/side_by_side.hpp"
+#include "bench/support/json_text.hpp"
+#include "bench/support/sample_template.hpp"
+#include "bench/support/side_by_side.hpp"
 #include "tests/support/memory_file.hpp"
 #include "tests/support/plain_template_reader.hpp"
 

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "settings/plugin_list.hpp"
-#include "support/side_by_side.hpp"
+#include "bench/support/side_by_side.hpp"
 #include "tests/support/settings_model.hpp"
 #include "transactions/client_transaction.hpp"
 

@@ -1,7 +1,7 @@
-#include "host_registrar.hpp"
+#include "host/host_registrar.hpp"
 
 #include "batch/qualified_setting_name.hpp"
-#include "service_log.hpp"
+#include "host/process/service_log.hpp"
 #include "transactions/transaction.hpp"
 
 namespace dp_host {

@@ -6,7 +6,7 @@
 
 #include "settings/plugin_list.hpp"
 #include "settings/registrar.hpp"
-#include "template_model.hpp"
+#include "host/model/template_model.hpp"
 
 namespace dp_host {
 

@@ -8,16 +8,16 @@
 #include <string>
 
 #include "common/fixed_paths.hpp"
-#include "contract/server_paths.hpp"
-#include "contract/standard_descriptors.hpp"
-#include "instance_lock.hpp"
+#include "service_api/server_paths.hpp"
+#include "support/standard_descriptors.hpp"
+#include "host/process/instance_lock.hpp"
 #include "platform/posix/posix_log.hpp"
 #include "platform/posix/queue_name.hpp"
-#include "run_folder.hpp"
-#include "service_log.hpp"
-#include "service_loop.hpp"
-#include "settings_service.hpp"
-#include "stop_signal.hpp"
+#include "host/exchange/run_folder.hpp"
+#include "host/process/service_log.hpp"
+#include "host/service_loop.hpp"
+#include "host/settings_service.hpp"
+#include "host/process/stop_signal.hpp"
 
 // dp_settingsd: keeps the values of a server's BIOS attributes and carries out batches of setting
 // commands. Runs in the foreground.

@@ -1,4 +1,4 @@
-#include "service_loop.hpp"
+#include "host/service_loop.hpp"
 
 #include <poll.h>
 
@@ -7,10 +7,10 @@
 #include <filesystem>
 
 #include "common/fixed_paths.hpp"
-#include "contract/server_paths.hpp"
-#include "run_folder.hpp"
-#include "service_log.hpp"
-#include "stop_signal.hpp"
+#include "service_api/server_paths.hpp"
+#include "host/exchange/run_folder.hpp"
+#include "host/process/service_log.hpp"
+#include "host/process/stop_signal.hpp"
 
 namespace dp_host {
 namespace {

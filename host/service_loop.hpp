@@ -3,10 +3,10 @@
 
 #include <string>
 
-#include "batch_exchange.hpp"
-#include "exchange_watch.hpp"
-#include "server_exchange.hpp"
-#include "settings_service.hpp"
+#include "host/exchange/batch_exchange.hpp"
+#include "host/exchange/exchange_watch.hpp"
+#include "host/exchange/server_exchange.hpp"
+#include "host/settings_service.hpp"
 
 namespace dp_host {
 

@@ -1,4 +1,4 @@
-#include "settings_service.hpp"
+#include "host/settings_service.hpp"
 
 #include <algorithm>
 #include <cstdint>
@@ -7,19 +7,19 @@
 
 #include "bios/uefi_build_id.hpp"
 #include "common/fixed_paths.hpp"
-#include "contract/expanded_texts.hpp"
-#include "contract/server_paths.hpp"
-#include "contract/service_status.hpp"
+#include "service_api/expanded_texts.hpp"
+#include "service_api/server_paths.hpp"
+#include "service_api/service_status.hpp"
 #include "logs/alerts.hpp"
-#include "own_file.hpp"
-#include "run_folder.hpp"
-#include "service_files.hpp"
-#include "service_log.hpp"
+#include "host/exchange/own_file.hpp"
+#include "host/exchange/run_folder.hpp"
+#include "host/process/service_files.hpp"
+#include "host/process/service_log.hpp"
 #include "settings/configuration.hpp"
-#include "staged_file.hpp"
-#include "template_text.hpp"
-#include "values_file.hpp"
-#include "vital_product_data.hpp"
+#include "host/process/staged_file.hpp"
+#include "host/model/template_text.hpp"
+#include "host/model/values_file.hpp"
+#include "host/model/vital_product_data.hpp"
 
 namespace dp_host {
 namespace {

@@ -6,18 +6,18 @@
 #include <vector>
 
 #include "bios/template_info.hpp"
-#include "change_history.hpp"
+#include "host/history/change_history.hpp"
 #include "common/fixed_paths.hpp"
-#include "contract/server_paths.hpp"
-#include "history_note.hpp"
-#include "host_registrar.hpp"
+#include "service_api/server_paths.hpp"
+#include "host/history/history_note.hpp"
+#include "host/host_registrar.hpp"
 #include "platform/dp/alerts.hpp"
 #include "platform/fm/alerts.hpp"
-#include "server_outcome.hpp"
-#include "service_files.hpp"
-#include "store_plugin.hpp"
-#include "template_model.hpp"
-#include "value_store.hpp"
+#include "host/exchange/server_outcome.hpp"
+#include "host/process/service_files.hpp"
+#include "host/store_plugin.hpp"
+#include "host/model/template_model.hpp"
+#include "host/model/value_store.hpp"
 
 namespace dp_host {
 

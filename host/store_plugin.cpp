@@ -1,11 +1,11 @@
-#include "store_plugin.hpp"
+#include "host/store_plugin.hpp"
 
 #include <algorithm>
 #include <utility>
 
-#include "command_marks.hpp"
-#include "contract/alert_sources.hpp"
-#include "contract/service_status.hpp"
+#include "host/exchange/command_marks.hpp"
+#include "service_api/alert_sources.hpp"
+#include "service_api/service_status.hpp"
 #include "platform/sysipc/system_message_queue.hpp"
 #include "settings/configuration.hpp"
 #include "settings/registrar.hpp"

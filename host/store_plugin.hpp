@@ -5,10 +5,10 @@
 #include <vector>
 
 #include "settings/plugin.hpp"
-#include "template_model.hpp"
+#include "host/model/template_model.hpp"
 #include "transactions/setting_transaction.hpp"
 #include "transactions/transaction_command.hpp"
-#include "value_store.hpp"
+#include "host/model/value_store.hpp"
 
 namespace dp_host {
 

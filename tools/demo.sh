@@ -15,7 +15,7 @@ fail() {
 source_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build_dir=$(cd "$1" && pwd)
 shift
-registry=$source_dir/tools/sample/server.registry.json
+registry=$source_dir/examples/registry/server.registry.json
 own_registry=
 while [ $# -gt 0 ]; do
   case $1 in
@@ -222,7 +222,7 @@ if [ -n "$own_registry" ]; then
       DisplayName: "New with this BIOS", Type: "Boolean", DefaultValue: false, ReadOnly: false, MenuPath})
       | with_entries(select(.value != null))]' registry.json >update.json
 else
-  cp "$source_dir/tools/sample/server-update.registry.json" update.json
+  cp "$source_dir/examples/registry/server-update.registry.json" update.json
 fi
 run dp-template update.json -o update.efi "${unfit[@]}"
 prompt "dpctl check $collection --wait 30 &"
@@ -256,7 +256,7 @@ echo "(exit code 1)"
 
 title "The categories of events, which another component of the controller writes down"
 mkdir -p "$scratch/tmp/DS"
-cp "$source_dir/tools/sample/event_categories.cfg" "$scratch/tmp/DS/uim_ras_category_mapping.cfg"
+cp "$source_dir/examples/registry/event_categories.cfg" "$scratch/tmp/DS/uim_ras_category_mapping.cfg"
 run dpctl categories
 
 title "Stop the service"

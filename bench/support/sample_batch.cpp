@@ -1,12 +1,12 @@
-#include "support/sample_batch.hpp"
+#include "bench/support/sample_batch.hpp"
 
 #include <algorithm>
 #include <array>
 #include <random>
 #include <sstream>
 
-#include "support/json_text.hpp"
-#include "support/memory_stream.hpp"
+#include "bench/support/json_text.hpp"
+#include "bench/support/memory_stream.hpp"
 #include "tests/support/reference_reader.hpp"
 
 namespace bench {

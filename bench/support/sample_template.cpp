@@ -1,4 +1,4 @@
-#include "support/sample_template.hpp"
+#include "bench/support/sample_template.hpp"
 
 #include <array>
 #include <random>

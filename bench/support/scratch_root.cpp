@@ -1,4 +1,4 @@
-#include "support/scratch_root.hpp"
+#include "bench/support/scratch_root.hpp"
 
 #include <stdlib.h>
 #include <sys/wait.h>
@@ -9,7 +9,7 @@
 #include <string>
 #include <system_error>
 
-#include "support/side_by_side.hpp"
+#include "bench/support/side_by_side.hpp"
 #include "tests/support/scratch_files.hpp"
 
 namespace bench {

@@ -1,4 +1,4 @@
-#include "support/side_by_side.hpp"
+#include "bench/support/side_by_side.hpp"
 
 #include <malloc.h>
 

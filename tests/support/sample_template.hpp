@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "bios/template_info.hpp"
-#include "contract/template_flags.hpp"
+#include "service_api/template_flags.hpp"
 
 /// Templates for tests, made of attributes of each kind.
 namespace test {

@@ -40,7 +40,7 @@ expect() {
   [ "$got" = "$wanted" ] || fail "$*: got \"$got\", not \"$wanted\""
 }
 
-dp-template /media/tools/sample/server.registry.json -o t.efi --settings s.txt --current c.txt >/dev/null 2>&1 ||
+dp-template /media/examples/registry/server.registry.json -o t.efi --settings s.txt --current c.txt >/dev/null 2>&1 ||
   fail "dp-template"
 dp-server install --template t.efi --settings s.txt --current c.txt --build-id B1 >/dev/null || fail "install"
 dp_settingsd >ready 2>service.log &

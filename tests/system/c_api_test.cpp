@@ -5,8 +5,8 @@
 #include <set>
 
 #include "bios/dp_api.h"
-#include "contract/service_status.hpp"
-#include "scratch_server.hpp"
+#include "service_api/service_status.hpp"
+#include "tests/system/scratch_server.hpp"
 #include "tests/support/sample_template.hpp"
 #include "tests/support/test_platform.hpp"
 #include "transactions/operations.hpp"

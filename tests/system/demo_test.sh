@@ -32,7 +32,7 @@ real=$source_dir/../shared/data/server-a.registry.json
 second=(--registry "$real")
 if [ ! -r "$real" ]; then
   echo "no real registry here: the sample stands in for it"
-  second=(--registry "$source_dir/tools/sample/server.registry.json")
+  second=(--registry "$source_dir/examples/registry/server.registry.json")
 fi
 export TMPDIR=$scratch
 "$source_dir/tools/demo.sh" "$build_dir" >"$scratch/first.log" 2>&1 &

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "program_on_terminal.hpp"
-#include "scratch_server.hpp"
+#include "tests/system/program_on_terminal.hpp"
+#include "tests/system/scratch_server.hpp"
 #include "tests/support/program.hpp"
 
 // dpctl on a terminal, beside a real service: what a person sees who watches, and leaves again.

@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "scratch_server.hpp"
+#include "tests/system/scratch_server.hpp"
 #include "tests/support/program.hpp"
 #include "tests/support/sample_template.hpp"
 #include "tests/support/scratch_files.hpp"

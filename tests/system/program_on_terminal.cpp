@@ -1,4 +1,4 @@
-#include "program_on_terminal.hpp"
+#include "tests/system/program_on_terminal.hpp"
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "scratch_server.hpp"
+#include "tests/system/scratch_server.hpp"
 #include "tests/support/program.hpp"
 
 namespace test {

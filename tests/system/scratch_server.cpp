@@ -1,4 +1,4 @@
-#include "scratch_server.hpp"
+#include "tests/system/scratch_server.hpp"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -12,7 +12,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "efi_compressor.hpp"
+#include "platform/posix/efi_compressor.hpp"
 #include "tests/support/program.hpp"
 #include "tests/support/sample_template.hpp"
 #include "tests/support/scratch_files.hpp"

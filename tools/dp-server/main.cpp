@@ -5,9 +5,9 @@
 #include <iostream>
 #include <string>
 
-#include "contract/server_paths.hpp"
-#include "server_files.hpp"
-#include "server_request.hpp"
+#include "service_api/server_paths.hpp"
+#include "tools/dp-server/server_files.hpp"
+#include "tools/dp-server/server_request.hpp"
 #include "support/command_line.hpp"
 
 // The simulated server's operator panel.

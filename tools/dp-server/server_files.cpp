@@ -1,4 +1,4 @@
-#include "server_files.hpp"
+#include "tools/dp-server/server_files.hpp"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,9 +11,9 @@
 #include "batch/batch_file_checker.hpp"
 #include "batch/batch_file_reader.hpp"
 #include "common/fixed_paths.hpp"
-#include "contract/expanded_texts.hpp"
-#include "contract/server_paths.hpp"
-#include "contract/service_lock.hpp"
+#include "service_api/expanded_texts.hpp"
+#include "service_api/server_paths.hpp"
+#include "service_api/service_lock.hpp"
 #include "support/attribute_text.hpp"
 #include "support/file_handle.hpp"
 #include "support/input_file.hpp"

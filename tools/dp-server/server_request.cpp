@@ -1,4 +1,4 @@
-#include "server_request.hpp"
+#include "tools/dp-server/server_request.hpp"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -11,8 +11,8 @@
 #include <string_view>
 #include <thread>
 
-#include "contract/server_paths.hpp"
-#include "server_files.hpp"
+#include "service_api/server_paths.hpp"
+#include "tools/dp-server/server_files.hpp"
 #include "support/file_handle.hpp"
 #include "support/input_file.hpp"
 #include "support/output_files.hpp"

@@ -1,4 +1,4 @@
-#include "dp-template/carried_text.hpp"
+#include "tools/dp-template/carried_text.hpp"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,9 @@
-#include "dp-template/collections.hpp"
+#include "tools/dp-template/collections.hpp"
 
 #include <algorithm>
 #include <optional>
 
-#include "dp-template/carried_text.hpp"
+#include "tools/dp-template/carried_text.hpp"
 
 namespace dp_tools {
 namespace {

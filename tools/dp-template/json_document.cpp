@@ -1,4 +1,4 @@
-#include "dp-template/json_document.hpp"
+#include "tools/dp-template/json_document.hpp"
 
 #include <algorithm>
 #include <iterator>

@@ -3,10 +3,10 @@
 #include <optional>
 #include <string>
 
-#include "dp-template/carried_text.hpp"
-#include "dp-template/json_document.hpp"
-#include "dp-template/registry_compiler.hpp"
-#include "efi_compressor.hpp"
+#include "tools/dp-template/carried_text.hpp"
+#include "tools/dp-template/json_document.hpp"
+#include "tools/dp-template/registry_compiler.hpp"
+#include "platform/posix/efi_compressor.hpp"
 #include "support/command_line.hpp"
 #include "support/input_file.hpp"
 #include "support/output_files.hpp"

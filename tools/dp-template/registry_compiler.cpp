@@ -1,4 +1,4 @@
-#include "dp-template/registry_compiler.hpp"
+#include "tools/dp-template/registry_compiler.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -14,11 +14,11 @@
 #include "batch/batch_file_entry.hpp"
 #include "batch/batch_list_info.hpp"
 #include "common/quoting.hpp"
-#include "contract/choice_list.hpp"
-#include "contract/template_flags.hpp"
-#include "contract/value_pattern.hpp"
-#include "dp-template/carried_text.hpp"
-#include "dp-template/collections.hpp"
+#include "service_api/choice_list.hpp"
+#include "service_api/template_flags.hpp"
+#include "support/value_pattern.hpp"
+#include "tools/dp-template/carried_text.hpp"
+#include "tools/dp-template/collections.hpp"
 
 namespace dp_tools {
 namespace {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "bios/template_info.hpp"
-#include "dp-template/json_document.hpp"
+#include "tools/dp-template/json_document.hpp"
 
 namespace dp_tools {
 

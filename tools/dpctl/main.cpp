@@ -2,8 +2,8 @@
 #include <iostream>
 #include <new>
 
-#include "dpctl/commands/commands.hpp"
-#include "dpctl/report.hpp"
+#include "tools/dpctl/commands/commands.hpp"
+#include "tools/dpctl/output/report.hpp"
 #include "support/command_line.hpp"
 
 namespace {

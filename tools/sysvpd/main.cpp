@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "contract/server_paths.hpp"
+#include "service_api/server_paths.hpp"
 #include "support/command_line.hpp"
 
 // Stand-in for the board's reader of vital product data: the server's is a text file.

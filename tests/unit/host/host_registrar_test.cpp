@@ -1,7 +1,7 @@
-#include "host_registrar.hpp"
+#include "host/host_registrar.hpp"
 
 #include "batch/qualified_setting_name.hpp"
-#include "sample_service.hpp"
+#include "tests/unit/host/sample_service.hpp"
 #include "tests/support/test_platform.hpp"
 
 namespace {

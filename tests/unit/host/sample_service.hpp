@@ -10,13 +10,13 @@
 #include <vector>
 
 #include "batch/batch_file_entry.hpp"
-#include "batch_transaction.hpp"
-#include "host_registrar.hpp"
+#include "host/exchange/batch_transaction.hpp"
+#include "host/host_registrar.hpp"
 #include "settings/configuration.hpp"
-#include "store_plugin.hpp"
+#include "host/store_plugin.hpp"
 #include "tests/support/sample_template.hpp"
 #include "transactions/transaction_command.hpp"
-#include "values_file.hpp"
+#include "host/model/values_file.hpp"
 
 namespace test {
 

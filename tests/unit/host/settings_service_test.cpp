@@ -1,4 +1,4 @@
-#include "settings_service.hpp"
+#include "host/settings_service.hpp"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -8,11 +8,11 @@
 #include <filesystem>
 #include <sstream>
 
-#include "answered_batch.hpp"
+#include "tests/unit/host/exchange/answered_batch.hpp"
 #include "common/file_locks.hpp"
 #include "common/file_utilities.hpp"
-#include "contract/service_status.hpp"
-#include "history_note.hpp"
+#include "service_api/service_status.hpp"
+#include "host/history/history_note.hpp"
 #include "tests/support/child_process.hpp"
 #include "tests/support/sample_template.hpp"
 #include "tests/support/test_platform.hpp"

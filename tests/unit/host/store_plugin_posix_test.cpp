@@ -1,7 +1,7 @@
 #include <memory>
 
-#include "command_marks.hpp"
-#include "sample_service.hpp"
+#include "host/exchange/command_marks.hpp"
+#include "tests/unit/host/sample_service.hpp"
 #include "tests/support/alert_listener.hpp"
 #include "tests/support/child_process.hpp"
 #include "tests/support/own_queues.hpp"

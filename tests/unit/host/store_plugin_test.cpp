@@ -1,7 +1,7 @@
-#include "store_plugin.hpp"
+#include "host/store_plugin.hpp"
 
-#include "contract/service_status.hpp"
-#include "sample_service.hpp"
+#include "service_api/service_status.hpp"
+#include "tests/unit/host/sample_service.hpp"
 #include "transactions/command_status.hpp"
 
 namespace {

@@ -32,9 +32,9 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
-const std::string sample = std::string(DP_SOURCE_DIR) + "/tools/sample/server.registry.json";
+const std::string sample = std::string(DP_SOURCE_DIR) + "/examples/registry/server.registry.json";
 const std::string updated_sample =
-    std::string(DP_SOURCE_DIR) + "/tools/sample/server-update.registry.json";
+    std::string(DP_SOURCE_DIR) + "/examples/registry/server-update.registry.json";
 
 /// A registry of one attribute.
 constexpr const char* small_registry =

@@ -10,10 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "dpctl/alert_text.hpp"
-#include "dpctl/commands/command_options.hpp"
-#include "dpctl/interruption.hpp"
-#include "dpctl/local_time.hpp"
+#include "tools/dpctl/output/alert_text.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
+#include "tools/dpctl/changes/interruption.hpp"
+#include "tools/dpctl/output/local_time.hpp"
 #include "platform/posix/message_listener.hpp"
 #include "platform/sysipc/message.hpp"
 

@@ -10,8 +10,8 @@
 
 #include "bios/dp_event_categories.h"
 #include "common/fixed_paths.hpp"
-#include "dpctl/commands/command_options.hpp"
-#include "dpctl/table.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
+#include "tools/dpctl/output/table.hpp"
 
 namespace dpctl {
 namespace {

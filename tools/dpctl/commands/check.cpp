@@ -11,9 +11,9 @@
 #include <thread>
 #include <vector>
 
-#include "dpctl/commands/command_options.hpp"
-#include "dpctl/known_names.hpp"
-#include "dpctl/wait_notice.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
+#include "tools/dpctl/names/known_names.hpp"
+#include "tools/dpctl/changes/wait_notice.hpp"
 
 namespace dpctl {
 namespace {

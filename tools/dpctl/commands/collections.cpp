@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "dpctl/commands/command_options.hpp"
-#include "dpctl/known_names.hpp"
-#include "dpctl/setting_values.hpp"
-#include "dpctl/table.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
+#include "tools/dpctl/names/known_names.hpp"
+#include "tools/dpctl/changes/setting_values.hpp"
+#include "tools/dpctl/output/table.hpp"
 
 namespace dpctl {
 namespace {

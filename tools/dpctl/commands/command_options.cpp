@@ -1,10 +1,10 @@
-#include "dpctl/commands/command_options.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
 
 #include <algorithm>
 #include <string_view>
 
 #include "common/fixed_paths.hpp"
-#include "dpctl/text.hpp"
+#include "tools/dpctl/output/text.hpp"
 
 namespace dpctl {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "dpctl/commands/commands.hpp"
+#include "tools/dpctl/commands/commands.hpp"
 
 namespace dpctl {
 

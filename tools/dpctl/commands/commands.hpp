@@ -5,8 +5,8 @@
 #include <functional>
 #include <string>
 
-#include "dpctl/report.hpp"
-#include "dpctl/session.hpp"
+#include "tools/dpctl/output/report.hpp"
+#include "tools/dpctl/changes/session.hpp"
 
 namespace dpctl {
 

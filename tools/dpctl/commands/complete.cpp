@@ -4,11 +4,11 @@
 #include <variant>
 #include <vector>
 
-#include "contract/choice_list.hpp"
-#include "dpctl/attribute_text.hpp"
-#include "dpctl/catalog.hpp"
-#include "dpctl/commands/command_options.hpp"
-#include "dpctl/text.hpp"
+#include "service_api/choice_list.hpp"
+#include "tools/dpctl/output/attribute_text.hpp"
+#include "tools/dpctl/names/catalog.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
+#include "tools/dpctl/output/text.hpp"
 
 namespace dpctl {
 namespace {

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "dpctl/commands/command_options.hpp"
-#include "dpctl/known_names.hpp"
-#include "dpctl/setting_values.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
+#include "tools/dpctl/names/known_names.hpp"
+#include "tools/dpctl/changes/setting_values.hpp"
 
 namespace dpctl {
 namespace {

@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "contract/server_paths.hpp"
-#include "dpctl/change_list.hpp"
-#include "dpctl/commands/command_options.hpp"
-#include "dpctl/setting_values.hpp"
-#include "dpctl/steady_file.hpp"
-#include "dpctl/table.hpp"
+#include "service_api/server_paths.hpp"
+#include "tools/dpctl/changes/change_list.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
+#include "tools/dpctl/changes/setting_values.hpp"
+#include "tools/dpctl/status/steady_file.hpp"
+#include "tools/dpctl/output/table.hpp"
 
 namespace dpctl {
 namespace {

@@ -4,11 +4,11 @@
 #include <utility>
 #include <vector>
 
-#include "dpctl/attribute_text.hpp"
-#include "dpctl/commands/command_options.hpp"
-#include "dpctl/known_names.hpp"
-#include "dpctl/setting_values.hpp"
-#include "dpctl/table.hpp"
+#include "tools/dpctl/output/attribute_text.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
+#include "tools/dpctl/names/known_names.hpp"
+#include "tools/dpctl/changes/setting_values.hpp"
+#include "tools/dpctl/output/table.hpp"
 
 namespace dpctl {
 namespace {

@@ -8,15 +8,15 @@
 #include <utility>
 #include <vector>
 
-#include "dpctl/attribute_text.hpp"
-#include "dpctl/change_outcome.hpp"
-#include "dpctl/commands/command_options.hpp"
-#include "dpctl/exchange.hpp"
-#include "dpctl/known_names.hpp"
-#include "dpctl/setting_values.hpp"
-#include "dpctl/status_text.hpp"
-#include "dpctl/text.hpp"
-#include "dpctl/wait_notice.hpp"
+#include "tools/dpctl/output/attribute_text.hpp"
+#include "tools/dpctl/changes/change_outcome.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
+#include "tools/dpctl/changes/exchange.hpp"
+#include "tools/dpctl/names/known_names.hpp"
+#include "tools/dpctl/changes/setting_values.hpp"
+#include "tools/dpctl/status/status_text.hpp"
+#include "tools/dpctl/output/text.hpp"
+#include "tools/dpctl/changes/wait_notice.hpp"
 
 namespace dpctl {
 namespace {

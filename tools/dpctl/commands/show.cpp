@@ -6,12 +6,12 @@
 #include <vector>
 
 #include "common/quoting.hpp"
-#include "contract/choice_list.hpp"
-#include "dpctl/attribute_text.hpp"
-#include "dpctl/commands/command_options.hpp"
-#include "dpctl/known_names.hpp"
-#include "dpctl/setting_values.hpp"
-#include "dpctl/text.hpp"
+#include "service_api/choice_list.hpp"
+#include "tools/dpctl/output/attribute_text.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
+#include "tools/dpctl/names/known_names.hpp"
+#include "tools/dpctl/changes/setting_values.hpp"
+#include "tools/dpctl/output/text.hpp"
 
 namespace dpctl {
 namespace {

@@ -11,15 +11,15 @@
 #include <string_view>
 #include <utility>
 
-#include "contract/server_paths.hpp"
-#include "dpctl/commands/command_options.hpp"
-#include "dpctl/folder_watch.hpp"
-#include "dpctl/interruption.hpp"
-#include "dpctl/local_time.hpp"
-#include "dpctl/status_follower.hpp"
-#include "dpctl/steady_file.hpp"
-#include "dpctl/table.hpp"
-#include "dpctl/transaction_state.hpp"
+#include "service_api/server_paths.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
+#include "tools/dpctl/status/folder_watch.hpp"
+#include "tools/dpctl/changes/interruption.hpp"
+#include "tools/dpctl/output/local_time.hpp"
+#include "tools/dpctl/status/status_follower.hpp"
+#include "tools/dpctl/status/steady_file.hpp"
+#include "tools/dpctl/output/table.hpp"
+#include "tools/dpctl/status/transaction_state.hpp"
 
 namespace dpctl {
 namespace {

@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
-#include "dpctl/commands/command_options.hpp"
-#include "dpctl/text.hpp"
-#include "dpctl/vetting.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
+#include "tools/dpctl/output/text.hpp"
+#include "tools/dpctl/output/vetting.hpp"
 
 namespace dpctl {
 namespace {

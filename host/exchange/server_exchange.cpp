@@ -1,0 +1,75 @@
+#include "host/exchange/server_exchange.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+
+#include "service_api/server_paths.hpp"
+#include "service_api/service_status.hpp"
+#include "support/file_descriptor.hpp"
+#include "host/exchange/own_file.hpp"
+#include "host/process/service_files.hpp"
+#include "host/process/service_log.hpp"
+#include "host/process/staged_file.hpp"
+
+namespace dp_host {
+namespace {
+
+constexpr std::uint64_t longest_request = 256;
+
+}  // namespace
+
+void server_exchange::recover() {
+    const std::string path = service_files::running_request.str();
+    const own_file running = open_own_file(path);
+    if (running.missing) {
+        return;
+    }
+    const own_file answer = open_own_file(server_paths::server_answer.str());
+    const bool is_answered = answer.problem.empty() && !is_later(running.modified, answer.modified);
+    if (is_answered || !running.problem.empty()) {
+        clear_away(path);
+        return;
+    }
+    log_line("a server request was being carried out when the service ended: doing it again");
+    carry_out_and_answer();
+}
+
+exchange_look server_exchange::look(bool has_ended) {
+    file_descriptor hold;
+    const exchange_look look = take_exchange_file(
+        server_paths::server_request.str(), service_files::running_request.str(), has_ended, hold);
+    if (look == exchange_look::taken) {
+        carry_out_and_answer();
+    }
+    return look;
+}
+
+void server_exchange::carry_out_and_answer() {
+    const std::string running = service_files::running_request.str();
+    std::string problem;
+    std::string request = read_own_file(running, longest_request, problem);
+    request.erase(std::min(request.find_last_not_of(" \t\r\n") + 1, request.size()));
+    server_outcome outcome;
+    if (!problem.empty()) {
+        outcome = {service_status::malformed_line, problem};
+    } else if (request == "restart") {
+        outcome = service_.restart();
+    } else if (request == "update") {
+        outcome = service_.update();
+    } else {
+        outcome = {service_status::not_supported, "unknown request"};
+    }
+    staged_file answer(server_paths::server_answer.str(), staged_file::passing);
+    answer.out() << outcome.status;
+    if (outcome.status != 0) {
+        answer.out() << ' ' << outcome.reason;
+    }
+    answer.out() << '\n';
+    if (!answer.complete() || !answer.replace()) {
+        log_error("cannot answer a server request: ", answer.problem());
+    }
+    clear_away(running);
+}
+
+}  // namespace dp_host

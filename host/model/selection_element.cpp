@@ -1,0 +1,56 @@
+#include "host/model/selection_element.hpp"
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+#include "batch/batch_list_info.hpp"
+#include "service_api/choice_list.hpp"
+#include "service_api/service_status.hpp"
+#include "transactions/command_status.hpp"
+
+namespace dp_host {
+
+using selection = std::map<std::string, std::string>;  // from value to order
+
+selection_element::selection_element(const template_info& info) : template_element(info) {
+    for (auto& choice : choice_list::split(info.chc)) {
+        choices_.insert(std::move(choice));
+    }
+}
+
+bool selection_element::map_value(std::string* value) {
+    if (!dp::batch_list_info::is_full_form(*value)) {
+        return true;
+    }
+    dp::batch_list_info list;
+    selection items;
+    list.parse_selections(*value, items);
+    std::set<std::string> orders;
+    bool has_comma = false;
+    for (const auto& [item, order] : items) {
+        if (order.empty() || !orders.insert(order).second) {
+            return false;
+        }
+        has_comma = has_comma || item.find(',') != std::string::npos;
+    }
+    *value = has_comma ? list.get_string(items) : list.get_string_terse(items);
+    return true;
+}
+
+std::int32_t selection_element::check(const std::string& value) {
+    dp::batch_list_info list;
+    selection items;
+    list.parse_selections(value, items);
+    const bool all_known =
+        choices_.empty() || std::all_of(items.begin(), items.end(), [this](const auto& item) {
+            return choices_.contains(item.first);
+        });
+    const auto terse_size =
+        static_cast<std::size_t>(std::count(value.begin(), value.end(), ',')) + 1;
+    const bool repeats =
+        !dp::batch_list_info::is_full_form(value) && !value.empty() && items.size() != terse_size;
+    return all_known && !repeats ? dp::command_status::success : service_status::not_a_choice;
+}
+
+}  // namespace dp_host

@@ -1,0 +1,40 @@
+#include "host/model/vital_product_data.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <sstream>
+
+#include "host/exchange/own_file.hpp"
+
+namespace dp_host {
+namespace {
+
+constexpr std::uint64_t longest_file = std::uint64_t{1024} * 1024;
+
+}  // namespace
+
+bool is_product_data_value(const std::string& value) {
+    return !value.empty() && std::none_of(value.begin(), value.end(), [](char c) {
+        return static_cast<unsigned char>(c) < 0x20 || c == '\x7F';
+    });
+}
+
+std::string with_product_data(const std::string& path, const std::string& key,
+                              const std::string& value, std::string& problem) {
+    std::string before;
+    if (!open_own_file(path).missing) {
+        before = read_own_file(path, longest_file, problem);
+    }
+    const std::string begin = key + '=';
+    std::istringstream lines(before);
+    std::string after;
+    bool is_there = false;
+    for (std::string line; std::getline(lines, line); after += '\n') {
+        const bool is_key = line.starts_with(begin);
+        after += is_key && !is_there ? begin + value : line;
+        is_there = is_there || is_key;
+    }
+    return is_there ? after : after + begin + value + '\n';
+}
+
+}  // namespace dp_host

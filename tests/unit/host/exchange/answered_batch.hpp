@@ -1,0 +1,24 @@
+#ifndef DP_TESTS_UNIT_HOST_EXCHANGE_ANSWERED_BATCH_HPP
+#define DP_TESTS_UNIT_HOST_EXCHANGE_ANSWERED_BATCH_HPP
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "host/exchange/batch_run.hpp"
+#include "tests/support/scratch_files.hpp"
+
+namespace test {
+
+/// Runs a batch file that can be read, and returns its answer.
+inline std::string answer_to(const std::string& path, dp_host::host_registrar& registrar) {
+    const std::string result = root() + "/tmp/dp/batch.out";
+    dp_host::staged_file answer(result, dp_host::staged_file::passing);
+    EXPECT_EQ(dp_host::run_batch(path, registrar, answer), "");
+    EXPECT_TRUE(answer.replace()) << answer.problem();
+    return read_file(result);
+}
+
+}  // namespace test
+
+#endif

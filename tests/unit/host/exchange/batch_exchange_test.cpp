@@ -1,0 +1,118 @@
+#include "host/exchange/batch_exchange.hpp"
+
+#include <unistd.h>
+
+#include <ctime>
+#include <filesystem>
+
+#include "common/file_utilities.hpp"
+#include "tests/unit/host/sample_service.hpp"
+#include "tests/support/test_platform.hpp"
+
+namespace {
+
+using dp_host::exchange_look;
+
+class batch_exchange_test : public test::sample_service {
+  protected:
+    void SetUp() override { test::clean_root(); }
+
+    std::string batch = test::root() + "/tmp/dp/batch";
+    std::string running = batch + ".run";
+    std::string result = batch + ".out";
+    std::string command_line = "0 1 t set Boot.Mode \"Legacy\" \"\"\n";
+    std::string result_line = "0 1 t set Boot.Mode \"Legacy\" \"Legacy\" \n";
+    dp_host::batch_exchange exchange{registrar};
+};
+
+TEST_F(batch_exchange_test, a_batch_is_run_and_answered_and_goes_away) {
+    test::write_file(batch, command_line);
+    EXPECT_EQ(exchange.look(true), exchange_look::taken);
+    EXPECT_EQ(test::read_file(result), result_line);
+    EXPECT_FALSE(fileexist(batch));
+    EXPECT_FALSE(fileexist(running));
+    EXPECT_EQ(value_of("Boot.Mode"), "Legacy");
+    EXPECT_EQ(exchange.look(true), exchange_look::nothing);
+}
+
+TEST_F(batch_exchange_test, an_old_batch_that_waited_for_the_service_is_run) {
+    test::write_file(batch, command_line);
+    test::set_mtime(batch, 1000);
+    exchange.recover();
+    EXPECT_EQ(exchange.look(true), exchange_look::taken);
+    EXPECT_EQ(test::read_file(result), result_line);
+}
+
+TEST_F(batch_exchange_test, a_result_that_cannot_be_written_does_not_stop_the_next) {
+    test::recording_log log(0x10000000);
+    std::filesystem::create_directories(result + "/full");
+    test::write_file(batch, command_line);
+    EXPECT_EQ(exchange.look(true), exchange_look::taken);
+    EXPECT_EQ(log.lines.size(), 1U);
+    EXPECT_FALSE(fileexist(running));
+    EXPECT_EQ(value_of("Boot.Mode"), "Legacy");
+    test::write_file(batch, command_line);
+    EXPECT_EQ(exchange.look(true), exchange_look::taken);
+    EXPECT_EQ(test::read_file(result), result_line);
+}
+
+TEST_F(batch_exchange_test, a_batch_that_was_interrupted_is_run_again) {
+    test::write_file(running, command_line);
+    exchange.recover();
+    EXPECT_EQ(test::read_file(result), result_line);
+    EXPECT_EQ(value_of("Boot.Mode"), "Legacy");
+    EXPECT_FALSE(fileexist(running));
+}
+
+TEST_F(batch_exchange_test, an_interrupted_batch_gives_way_to_a_newer_one) {
+    test::write_file(running, command_line);
+    test::write_file(batch, "0 2 t get Boot.Mode \"\" \"\"\n");
+    exchange.recover();
+    EXPECT_FALSE(fileexist(running));
+    EXPECT_FALSE(fileexist(result));
+    EXPECT_EQ(exchange.look(true), exchange_look::taken);
+    EXPECT_EQ(test::read_file(result), "0 2 t get Boot.Mode \"\" \"UEFI\" \n");
+}
+
+TEST_F(batch_exchange_test, an_interrupted_batch_whose_client_gave_up_is_dropped) {
+    // The clock goes on between here and there: one from the future grows younger.
+    for (const std::time_t age : {63, -70}) {
+        test::write_file(running, command_line);
+        test::set_mtime(running, std::time(nullptr) - age);
+        exchange.recover();
+        EXPECT_FALSE(fileexist(running));
+        EXPECT_FALSE(fileexist(result));
+    }
+    EXPECT_EQ(value_of("Boot.Mode"), "UEFI");
+    test::write_file(running, command_line);
+    test::set_mtime(running, std::time(nullptr) - 55);
+    exchange.recover();
+    EXPECT_TRUE(fileexist(result));
+}
+
+TEST_F(batch_exchange_test, an_interrupted_batch_that_was_answered_is_not_run_again) {
+    test::write_file(running, command_line);
+    test::write_file(result, "the answer\n");
+    const std::time_t now = std::time(nullptr);
+    test::set_mtime(running, now - 2);
+    test::set_mtime(result, now - 2);
+    exchange.recover();
+    EXPECT_FALSE(fileexist(running));
+    EXPECT_EQ(test::read_file(result), "the answer\n");
+
+    // A result from before the batch is that of an earlier one.
+    test::write_file(running, command_line);
+    test::set_mtime(running, now);
+    exchange.recover();
+    EXPECT_EQ(test::read_file(result), result_line);
+}
+
+TEST_F(batch_exchange_test, a_link_in_place_of_an_interrupted_batch_is_removed) {
+    test::write_file(running + ".real", command_line);
+    ASSERT_EQ(symlink((running + ".real").c_str(), running.c_str()), 0);
+    exchange.recover();
+    EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(running)));
+    EXPECT_FALSE(fileexist(result));
+}
+
+}  // namespace

@@ -1,0 +1,167 @@
+#include "host/exchange/batch_run.hpp"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "tests/unit/host/exchange/answered_batch.hpp"
+#include "batch/batch_file_loader.hpp"
+#include "common/file_utilities.hpp"
+#include "platform/posix/efi_compressor.hpp"
+#include "tests/unit/host/sample_service.hpp"
+#include "tests/support/test_platform.hpp"
+
+namespace {
+
+class batch_run_test : public test::sample_service {
+  protected:
+    void SetUp() override { test::clean_root(); }
+
+    std::string run_file(const std::string& text) {
+        test::write_file(path, text);
+        return test::answer_to(path, registrar);
+    }
+
+    std::string path = test::root() + "/tmp/dp/batch.run";
+    std::string status = test::root() + "/tmp/dp/status";
+};
+
+TEST_F(batch_run_test, every_command_gets_its_line_in_the_files_order) {
+    EXPECT_EQ(run_file("# a comment\n"
+                       "0 100 <cim-0> set Boot.Mode \"Legacy\" \"\" \n"
+                       "0 101 <cim-0> set Boot.Mode \"CSM\" \"\" \n"
+                       "\n"
+                       "0 102 <cim-0> set Boot.Mode \"x\" \"\" two words\n"
+                       "0 103 <cim-0> get Boot.Mode \"\" \"\" \n"
+                       "0 104 <cim-0> get Boot.Gone \"\" \"\" \n"
+                       "0 105 <cim-0> command import Boot.Mode \"\" \"\" \n"
+                       "0 106 <cim-0> cmd_import Boot.Mode \"\" \"\" \n"),
+              "0 100 <cim-0> set Boot.Mode \"Legacy\" \"Legacy\" \n"
+              "48 101 <cim-0> set Boot.Mode \"CSM\" \"\" \n"
+              "57 102 <cim-0> set Boot.Mode \"\" \"\" \n"
+              "0 103 <cim-0> get Boot.Mode \"\" \"Legacy\" \n"
+              "16 104 <cim-0> get ERR.INVALID_SETTING \"\" \"\" \n"
+              "224 105 <cim-0> unknown Boot.Mode \"\" \"\" \n"
+              "58 106 <cim-0> command import Boot.Mode \"\" \"\" \n");
+}
+
+TEST_F(batch_run_test, commands_that_arrive_with_a_status_are_not_run) {
+    EXPECT_EQ(run_file("5 1 t set Boot.Mode \"Legacy\" \"\"\n"
+                       "x 2 t set Boot.Mode \"Legacy\" \"\"\n"
+                       "300 3 t set Boot.Mode \"Legacy\" \"\"\n"),
+              "5 1 t set Boot.Mode \"Legacy\" \"\" \n"
+              "255 2 t set Boot.Mode \"Legacy\" \"\" \n"
+              "255 3 t set Boot.Mode \"Legacy\" \"\" \n");
+    EXPECT_EQ(value_of("Boot.Mode"), "UEFI");
+}
+
+TEST_F(batch_run_test, short_lines_keep_the_words_of_the_line_before) {
+    EXPECT_EQ(run_file("0 1 t get Boot.Mode \"\" \"\"\n0 2\n"),
+              "0 1 t get Boot.Mode \"\" \"UEFI\" \n0 2 t get Boot.Mode \"\" \"UEFI\" \n");
+}
+
+TEST_F(batch_run_test, an_empty_batch_has_an_empty_answer) {
+    EXPECT_EQ(run_file(""), "");
+    EXPECT_EQ(run_file("# nothing\n\n"), "");
+}
+
+TEST_F(batch_run_test, values_with_quotes_are_answered_so_that_a_reader_gets_them_back) {
+    const std::string answer = run_file(
+        "0 1 t set Boot.Label \"a\\\"b\\\\c\" \"\"\n"
+        "0 2 t set Boot.Mode \"a\\\"b\" \"\"\n"
+        "0 3 t set Boot.Label \"a\\\\b\" \"\"\n");
+    std::vector<dp::batch_file_entry> entries;
+    dp::batch_file_loader loader(&entries);
+    std::istringstream in(answer);
+    loader.read_file(in, nullptr);
+    ASSERT_EQ(entries.size(), 3U) << answer;
+    EXPECT_EQ(entries[0].value_out, "a\"b\\c");
+    EXPECT_EQ(entries[1].status, "48");
+    EXPECT_EQ(entries[2].status, "0");
+    // Without a quote the line is the plain one, which escapes nothing.
+    EXPECT_NE(answer.find("0 3 t set Boot.Label \"a\\b\" \"a\\b\" \n"), std::string::npos);
+}
+
+TEST_F(batch_run_test, bytes_of_all_kinds_stay_on_their_line) {
+    std::string garbage;
+    for (int i = 0; i < 20000; ++i) {
+        garbage += static_cast<char>((i * 7919 + i / 256) & 0xFF);
+    }
+    const std::string answer = run_file(garbage + "\n0 1 t get Boot.Mode \"\" \"\"\n");
+    EXPECT_NE(answer.find("0 1 t get Boot.Mode \"\" \"UEFI\" \n"), std::string::npos);
+}
+
+TEST_F(batch_run_test, a_compressed_batch_is_expanded) {
+    EXPECT_EQ(run_file(dp_platform::efi_compress("0 1 t get Boot.Mode \"\" \"\"\n")),
+              "0 1 t get Boot.Mode \"\" \"UEFI\" \n");
+}
+
+TEST_F(batch_run_test, a_hundred_thousand_commands_are_ordinary) {
+    std::string text;
+    for (int i = 0; i < 100'000; ++i) {
+        text += "0 " + std::to_string(i) + " t set Ports.Speed." + std::to_string(i % 4 + 1) +
+                " \"" + std::to_string(i % 1000 + 1) + "\" \"\"\n";
+    }
+    const std::string answer = run_file(text);
+    EXPECT_EQ(std::count(answer.begin(), answer.end(), '\n'), 100'000);
+    EXPECT_EQ(value_of("Ports.Speed.4"), "1000");
+    EXPECT_EQ(persist_calls, 1);
+}
+
+TEST_F(batch_run_test, a_file_that_is_too_long_fails_every_command_and_runs_none) {
+    test::write_file(path, "0 1 t set Boot.Mode \"Legacy\" \"\"\n# no command\n0 2 t");
+    // The rest of the file is a hole: one line of zero bytes, longer than any line may be.
+    ASSERT_EQ(truncate(path.c_str(), static_cast<off_t>(dp_host::largest_batch + 1)), 0);
+    test::recording_log log(0x10000000);
+    const std::string text = test::answer_to(path, registrar);
+    EXPECT_EQ(text.substr(0, text.find('\n')), "255 1 t set Boot.Mode \"\" \"\" ");
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 2);
+    EXPECT_EQ(log.lines.size(), 1U);
+    EXPECT_EQ(value_of("Boot.Mode"), "UEFI");
+}
+
+TEST_F(batch_run_test, what_is_no_file_of_ours_is_a_problem) {
+    dp_host::staged_file answer(path + ".out", dp_host::staged_file::passing);
+    EXPECT_NE(dp_host::run_batch(path, registrar, answer), "");
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    EXPECT_EQ(dp_host::run_batch(path, registrar, answer), path + " is not a regular file");
+    EXPECT_FALSE(fileexist(status));
+}
+
+TEST_F(batch_run_test, the_status_tells_of_the_start_the_steps_the_answer_and_the_end) {
+    run_file(
+        "0 1 <cim-0> set Boot.Mode \"Legacy\" \"\"\n"
+        "0 2 <cim-0> get Boot.Mode \"\" \"\"\n");
+    EXPECT_EQ(test::read_file(status),
+              "<dp-status> 0001 DP.MESSAGE init \n"
+              "<cim-0> 0002 DP.WORKING 0\n"
+              "<cim-0> 0003 DP.WORKING 1\n"
+              "<cim-0> 0004 DP.OUTFILE " +
+                  test::root() +
+                  "/tmp/dp/batch.out\n"
+                  "<cim-0> 0005 DP.DONE 0 2 0\n");
+}
+
+TEST_F(batch_run_test, the_status_is_complete_before_the_answer_is_in_place) {
+    test::write_file(path, "0 1 t get Boot.Mode \"\" \"\"\n");
+    const std::string result = path + ".out";
+    dp_host::staged_file answer(result, dp_host::staged_file::passing);
+    ASSERT_EQ(dp_host::run_batch(path, registrar, answer), "");
+    EXPECT_FALSE(fileexist(result));
+    EXPECT_NE(test::read_file(status).find("DP.OUTFILE " + result + "\n<t> 0005 DP.DONE 0 1 0\n"),
+              std::string::npos);
+    EXPECT_TRUE(answer.replace());
+}
+
+TEST_F(batch_run_test, the_status_names_no_answer_that_could_not_be_written) {
+    test::write_file(path, "0 1 t get Boot.Mode \"\" \"\"\n");
+    dp_host::staged_file answer(test::root() + "/no/folder/batch.out",
+                                dp_host::staged_file::passing);
+    ASSERT_EQ(dp_host::run_batch(path, registrar, answer), "");
+    EXPECT_EQ(test::read_file(status),
+              "<dp-status> 0001 DP.MESSAGE init \n"
+              "<t> 0002 DP.WORKING 0\n"
+              "<t> 0003 DP.WORKING 1\n"
+              "<t> 0004 DP.DONE 0 1 0\n");
+}
+
+}  // namespace

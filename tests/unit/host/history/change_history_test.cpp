@@ -1,0 +1,250 @@
+#include "host/history/change_history.hpp"
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+
+#include "common/file_utilities.hpp"
+#include "service_api/change_record.hpp"
+#include "tests/unit/host/sample_service.hpp"
+#include "tests/support/test_platform.hpp"
+
+namespace {
+
+class change_history_test : public test::sample_service {
+  protected:
+    void SetUp() override { test::clean_root(); }
+
+    std::string path = test::root() + "/var/dp/history";
+
+    void append(const dp_host::change_history& history,
+                std::vector<dp::transaction_command> commands) {
+        dp_host::batch_transaction transaction(commands);
+        transaction.queue(registrar);
+        registrar.run_queued();
+        history.append(history.lines_of(transaction));
+    }
+
+    /// The file's lines, the times replaced by a T.
+    std::string content() const {
+        std::istringstream in(test::read_file(path));
+        std::string text;
+        for (std::string line; std::getline(in, line);) {
+            auto record = change_record::parse(line);
+            if (record) {
+                record->time = "T";
+                line = record->line();
+            }
+            text += line + '\n';
+        }
+        return text;
+    }
+};
+
+const std::string mode_line = "<test-1> T   Boot.Mode   \"Legacy\"\n";
+
+TEST_F(change_history_test, it_grows_by_what_every_transaction_changed) {
+    const dp_host::change_history history(path);
+    append(history, {command("set", "Boot.Mode", "Legacy"), command("get", "Boot.Mode"),
+                     command("set", "Boot.Label", "a \"b\" \\")});
+    append(history, {command("set", "Boot.Mode", "CSM"), command("delete", "Ports.Speed.2")});
+    EXPECT_EQ(content(), mode_line +
+                             "<test-1> T   Boot.Label   \"a \\\"b\\\" \\\\\"\n"
+                             "<test-1> T   Ports.Speed.2\n");
+    struct stat info {};
+    ASSERT_EQ(stat(path.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0600U);
+}
+
+TEST_F(change_history_test, nothing_is_written_when_nothing_changed) {
+    const dp_host::change_history history(path);
+    append(history, {command("get", "Boot.Mode"), command("set", "Boot.Mode", "UEFI"),
+                     command("set", "Boot.Mode", "CSM")});
+    append(history, {});
+    EXPECT_FALSE(fileexist(path));
+}
+
+TEST_F(change_history_test, a_torn_last_line_is_cut_off) {
+    for (const char* torn :
+         {"<t> Tue No", "x", "<test-1> Tue Nov  4 22:13:20 2023   A.B   \"x\""}) {
+        test::write_file(path, std::string("whole\n") + torn);
+        append(dp_host::change_history(path), {command("set", "Boot.Mode", "Legacy")});
+        EXPECT_EQ(content(), "whole\n" + mode_line);
+        test::write_file(path, torn);
+        append(dp_host::change_history(path), {command("set", "Boot.Mode", "UEFI")});
+        EXPECT_EQ(content(), "<test-1> T   Boot.Mode   \"UEFI\"\n");
+    }
+}
+
+TEST_F(change_history_test, beyond_the_limit_the_newest_lines_of_three_quarters_stay) {
+    constexpr std::size_t limit = 1000;
+    const dp_host::change_history history(path, limit);
+    std::string expected;
+    std::size_t longest = 0;
+    int prunings = 0;
+    for (int i = 1; i <= 120; ++i) {
+        const std::string value(static_cast<std::size_t>(i % 20 + 1), 'v');
+        append(history, {command("set", "Boot.Label", value)});
+        const std::string now = test::read_file(path);
+        const auto last =
+            change_record::parse(now.substr(now.rfind('<'), now.size() - now.rfind('<') - 1));
+        ASSERT_TRUE(last);
+        EXPECT_EQ(last->value, value);
+        expected += last->line() + '\n';
+        if (expected.size() > limit) {
+            ++prunings;
+            while (expected.size() > limit / 4 * 3) {
+                expected.erase(0, expected.find('\n') + 1);
+            }
+        }
+        ASSERT_EQ(now, expected) << i;
+        longest = std::max(longest, now.size());
+    }
+    EXPECT_GT(prunings, 3);
+    EXPECT_GT(longest, limit - 80);
+    EXPECT_FALSE(fileexist(path + ".new"));
+}
+
+TEST_F(change_history_test, of_more_changes_than_fit_the_newest_stay) {
+    std::vector<dp::transaction_command> commands;
+    for (int i = 1; i <= 100; ++i) {
+        commands.push_back(command("set", "Ports.Speed.1", std::to_string(1000 - i)));
+    }
+    test::write_file(path, "old\n");
+    const std::string line = "<test-1> Tue Nov  4 22:13:20 2023   Ports.Speed.1   \"900\"\n";
+    append(dp_host::change_history(path, line.size() * 4), commands);
+    EXPECT_EQ(content(),
+              "<test-1> T   Ports.Speed.1   \"902\"\n"
+              "<test-1> T   Ports.Speed.1   \"901\"\n"
+              "<test-1> T   Ports.Speed.1   \"900\"\n");
+}
+
+std::string numbered_lines(int count) {
+    std::string lines;
+    for (int i = 1; i <= count; ++i) {
+        lines += "<t> line " + std::to_string(i) + '\n';
+    }
+    return lines;
+}
+
+TEST_F(change_history_test, wherever_an_append_was_interrupted_it_is_completed) {
+    const std::string lines = numbered_lines(12);
+    const dp_host::change_history history(path);
+    for (const std::string before : {"", "earlier\n", "<t> line 1\nearlier\n"}) {
+        for (std::size_t size = 0; size <= lines.size(); ++size) {
+            test::write_file(path, before + lines.substr(0, size));
+            history.complete(lines);
+            ASSERT_EQ(test::read_file(path), before + lines) << size;
+        }
+    }
+    ASSERT_EQ(unlink(path.c_str()), 0);
+    history.complete(lines);
+    EXPECT_EQ(test::read_file(path), lines);
+}
+
+TEST_F(change_history_test, lines_that_stand_further_up_are_others) {
+    const dp_host::change_history history(path);
+    test::write_file(path, "<t> line 1\n<t> line 2\nlater\n");
+    history.complete("<t> line 1\n<t> line 2\n");
+    EXPECT_EQ(test::read_file(path), "<t> line 1\n<t> line 2\nlater\n<t> line 1\n<t> line 2\n");
+}
+
+TEST_F(change_history_test, completing_it_by_nothing_makes_no_file) {
+    dp_host::change_history(path).complete("");
+    EXPECT_FALSE(fileexist(path));
+}
+
+TEST_F(change_history_test, an_append_that_dropped_the_oldest_lines_is_complete) {
+    const dp_host::change_history history(path, 100);
+    for (int count = 1; count <= 20; ++count) {
+        for (const std::string before : {"", "earlier\n", "much earlier lines\n"}) {
+            const std::string lines = numbered_lines(count);
+            test::write_file(path, before);
+            history.append(lines);
+            const std::string once = test::read_file(path);
+            ASSERT_TRUE(once.ends_with("<t> line " + std::to_string(count) + '\n'));
+            history.complete(lines);
+            ASSERT_EQ(test::read_file(path), once);
+        }
+    }
+}
+
+TEST_F(change_history_test, garbage_is_completed_like_any_file) {
+    const std::string lines = numbered_lines(3);
+    const dp_host::change_history history(path, 1000);
+    for (const std::string& garbage :
+         {std::string(100'000, 'x'), std::string(999, '\0'), std::string(5000, '\n')}) {
+        test::write_file(path, garbage);
+        history.complete(lines);
+        const std::string text = test::read_file(path);
+        EXPECT_LE(text.size(), garbage.size() + lines.size());
+        // The first of them may go with the garbage that it stands behind.
+        EXPECT_TRUE(text.ends_with("<t> line 2\n<t> line 3\n"));
+    }
+}
+
+TEST_F(change_history_test, a_file_of_garbage_becomes_a_history_again) {
+    test::write_file(path, std::string(100'000, 'x'));
+    const dp_host::change_history history(path, 1000);
+    for (int i = 1; i <= 50; ++i) {
+        append(history, {command("set", "Ports.Speed.1", std::to_string(i))});
+    }
+    const std::string text = test::read_file(path);
+    EXPECT_LE(text.size(), 1000U);
+    EXPECT_EQ(text.find('x'), std::string::npos);
+    EXPECT_TRUE(text.ends_with("   Ports.Speed.1   \"50\"\n"));
+}
+
+TEST_F(change_history_test, what_is_no_file_of_ours_stays_untouched_and_is_told) {
+    const std::string precious = test::root() + "/precious";
+    test::write_file(precious, "precious\n");
+    std::filesystem::create_symlink(precious, path);
+    test::recording_log log(0x10000000);
+    append(dp_host::change_history(path), {command("set", "Boot.Mode", "Legacy")});
+    EXPECT_EQ(test::read_file(precious), "precious\n");
+    ASSERT_EQ(log.lines.size(), 1U);
+    EXPECT_NE(
+        log.lines[0].text.find("changes are missing from the history: " + path + " is a link"),
+        std::string::npos);
+    ASSERT_EQ(unlink(path.c_str()), 0);
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    append(dp_host::change_history(path), {command("set", "Boot.Mode", "UEFI")});
+    ASSERT_EQ(unlink(path.c_str()), 0);
+    std::filesystem::create_directory(path);
+    append(dp_host::change_history(path), {command("set", "Boot.Mode", "Legacy")});
+    EXPECT_EQ(log.lines.size(), 3U);
+    EXPECT_EQ(value_of("Boot.Mode"), "Legacy");
+}
+
+TEST_F(change_history_test, on_a_full_disk_the_file_keeps_its_whole_lines) {
+    std::string before;
+    while (before.size() < 4000) {
+        before += "a line of an earlier time\n";
+    }
+    test::write_file(path, before);
+    std::vector<dp::transaction_command> commands;
+    for (int i = 1; i <= 10; ++i) {
+        commands.push_back(command("set", "Ports.Speed.1", std::to_string(i)));
+    }
+    test::recording_log log(0x10000000);
+    // A limit on file sizes stands for the full disk.
+    rlimit usual{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit small{4096, usual.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    append(dp_host::change_history(path), commands);
+    append(dp_host::change_history(path, 4050), {command("delete", "Ports.Speed.1")});
+    const std::string after = test::read_file(path);
+    setrlimit(RLIMIT_FSIZE, &usual);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(log.lines.size(), 1U);
+    EXPECT_TRUE(after.starts_with("a line")) << after.substr(0, 100);
+    EXPECT_TRUE(after.ends_with("   Ports.Speed.1\n")) << after;
+    EXPECT_EQ(after.find("\""), std::string::npos);
+}
+
+}  // namespace

@@ -1,0 +1,82 @@
+#include "host/history/change_recorder.hpp"
+
+#include <cstdlib>
+
+#include "tests/unit/host/sample_service.hpp"
+
+namespace {
+
+constexpr std::time_t when = 1'700'000'000;
+
+class change_recorder_test : public test::sample_service {
+  protected:
+    /// What the commands changed, as lines without who and when.
+    std::string changes_of(std::vector<dp::transaction_command> commands) {
+        run(commands);
+        const dp_host::change_recorder record("w", when);
+        std::string text;
+        for (const auto& one : commands) {
+            if (const auto change = record(one)) {
+                text += change->target + (change->value ? "=" + *change->value : " is gone") + "\n";
+            }
+        }
+        return text;
+    }
+};
+
+TEST_F(change_recorder_test, reads_failures_and_sets_of_the_same_value_are_no_changes) {
+    EXPECT_EQ(
+        changes_of({command("get", "Boot.Mode"), command("getv", "Boot.Mode"),
+                    command("set", "Boot.Mode", "UEFI"), command("set", "Boot.Mode", "CSM"),
+                    command("set", "Boot.Gone", "x"), command("delete", "Boot.Vendor"),
+                    command("set", "Boot.Vendor", "other"), command("cmd_import", "Boot.Mode")}),
+        "");
+}
+
+TEST_F(change_recorder_test, every_set_of_another_value_is_a_change) {
+    EXPECT_EQ(
+        changes_of({command("set", "Boot.Mode", "Legacy"), command("setv", "Boot.Delay", "10"),
+                    command("set", "Boot.Mode", "Legacy"), command("set", "Boot.Mode", "UEFI"),
+                    command("set", "Ports.Speed.2", "0020")}),
+        "Boot.Mode=Legacy\nBoot.Delay=10\nBoot.Mode=UEFI\nPorts.Speed.2=20\n");
+}
+
+TEST_F(change_recorder_test, a_delete_of_an_instance_is_a_change_without_a_value) {
+    EXPECT_EQ(changes_of({command("delete", "Ports.Speed.2"), command("delete", "Ports.Speed.2"),
+                          command("set", "Ports.Speed.2", "10")}),
+              "Ports.Speed.2 is gone\nPorts.Speed.2=10\n");
+}
+
+TEST_F(change_recorder_test, a_rows_key_stands_for_the_row) {
+    EXPECT_EQ(
+        changes_of({command("set", "Ports.User.3", "ann"), command("delete", "Ports.User.3")}),
+        "Ports.User.3=ann\nPorts.User.3 is gone\n");
+}
+
+TEST_F(change_recorder_test, what_could_not_be_kept_is_no_change) {
+    disk_is_full = true;
+    EXPECT_EQ(
+        changes_of({command("set", "Boot.Mode", "Legacy"), command("delete", "Ports.Speed.2")}),
+        "");
+}
+
+TEST_F(change_recorder_test, records_are_one_persons_and_of_one_local_time) {
+    const char* const zone = std::getenv("TZ");
+    const std::string before = zone == nullptr ? "" : zone;
+    const auto changed = run_one("set", "Boot.Mode", "Legacy");
+    for (const auto& [name, time] : {std::pair{"UTC0", "Tue Nov 14 22:13:20 2023"},
+                                     std::pair{"ABC-2", "Wed Nov 15 00:13:20 2023"}}) {
+        setenv("TZ", name, 1);
+        const auto record = dp_host::change_recorder("cim-0", when)(changed);
+        ASSERT_TRUE(record);
+        EXPECT_EQ(record->who, "cim-0");
+        EXPECT_EQ(record->time, time);
+    }
+    if (zone == nullptr) {
+        unsetenv("TZ");
+    } else {
+        setenv("TZ", before.c_str(), 1);
+    }
+}
+
+}  // namespace

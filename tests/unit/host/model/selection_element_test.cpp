@@ -1,0 +1,60 @@
+#include <gtest/gtest.h>
+
+#include "service_api/service_status.hpp"
+#include "host/model/template_element.hpp"
+#include "tests/support/sample_template.hpp"
+
+namespace {
+
+using dp_host::template_element;
+
+template_info order(const std::string& chc) {
+    auto info = test::attribute("A", "B", test::type_enumeration,
+                                "[value='HDD',order='1'],[value='PXE',order='2']");
+    info.chc = chc;
+    return info;
+}
+
+std::string mapped(template_element& element, std::string value) {
+    EXPECT_TRUE(element.map_value(&value)) << value;
+    return value;
+}
+
+TEST(selection_element, both_forms_become_the_terse_one) {
+    const auto element = template_element::make(order("HDD,PXE,USB"));
+    EXPECT_EQ(element->default_value(), "HDD,PXE");
+    EXPECT_EQ(mapped(*element, "[value='PXE',order='2'],[value='USB',order='1']"), "USB,PXE");
+    EXPECT_EQ(mapped(*element, "PXE,HDD"), "PXE,HDD");
+}
+
+TEST(selection_element, an_item_with_a_comma_keeps_the_full_form) {
+    const auto element = template_element::make(order(""));
+    EXPECT_EQ(mapped(*element, "[value='b,c',order='1'],[value='a',order='2']"),
+              "[value='a',order='2'],[value='b,c',order='1']");
+}
+
+TEST(selection_element, a_full_form_without_clear_order_cannot_be_mapped) {
+    const auto element = template_element::make(order("HDD,PXE"));
+    std::string same = "[value='PXE',order='1'],[value='HDD',order='1']";
+    EXPECT_FALSE(element->map_value(&same));
+    std::string none = "[value='PXE',order=''],[value='HDD',order='1']";
+    EXPECT_FALSE(element->map_value(&none));
+}
+
+TEST(selection_element, items_are_choices_and_occur_once) {
+    const auto element = template_element::make(order("HDD,PXE,USB"));
+    EXPECT_EQ(element->validate("USB"), 0);
+    EXPECT_EQ(element->validate(""), 0);
+    EXPECT_EQ(element->validate("USB,HDD,PXE"), 0);
+    EXPECT_EQ(element->validate("USB,CD"), service_status::not_a_choice);
+    EXPECT_EQ(element->validate("USB,USB"), service_status::not_a_choice);
+    EXPECT_EQ(element->validate("USB,"), service_status::not_a_choice);
+}
+
+TEST(selection_element, without_choices_any_item_will_do) {
+    const auto element = template_element::make(order(""));
+    EXPECT_EQ(element->validate("one,other"), 0);
+    EXPECT_EQ(element->validate("one,one"), service_status::not_a_choice);
+}
+
+}  // namespace

@@ -1,0 +1,84 @@
+#include "tools/dpctl/changes/wait_notice.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <ostream>
+#include <sstream>
+#include <streambuf>
+#include <string>
+
+namespace dpctl {
+namespace {
+
+// Keeps what is written to it and wakes who waits for a text; another thread may be the writer.
+class awaited_text final : public std::streambuf {
+  public:
+    // Whether it came; long before that time on any machine.
+    bool wait_for(const std::string& wanted) {
+        std::unique_lock guard(mutex_);
+        return came_.wait_for(guard, std::chrono::minutes(2),
+                              [&] { return text_.find(wanted) != std::string::npos; });
+    }
+    std::string text() {
+        const std::lock_guard guard(mutex_);
+        return text_;
+    }
+
+  protected:
+    int_type overflow(int_type c) override {
+        const char one = traits_type::to_char_type(c);
+        return xsputn(&one, 1) == 1 ? traits_type::not_eof(c) : traits_type::eof();
+    }
+    std::streamsize xsputn(const char* text, std::streamsize size) override {
+        const std::lock_guard guard(mutex_);
+        text_.append(text, static_cast<std::size_t>(size));
+        came_.notify_all();
+        return size;
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable came_;
+    std::string text_;
+};
+
+TEST(wait_notice, is_one_plain_line_away_from_a_terminal) {
+    std::ostringstream err;
+    { const wait_notice notice(err, false, "waiting"); }
+    EXPECT_EQ(err.str(), "dpctl: waiting\n");
+}
+
+TEST(wait_notice, counts_seconds_on_a_terminal_and_goes_away) {
+    awaited_text written;
+    std::ostream err(&written);
+    double seconds = 0;
+    {
+        const wait_notice notice(err, true, "waiting");
+        EXPECT_TRUE(written.wait_for("1 s"));
+        seconds = notice.seconds();
+    }
+    EXPECT_TRUE(written.text().starts_with("\rdpctl: waiting ... 0 s\rdpctl: waiting ... 1 s"))
+        << written.text();
+    EXPECT_TRUE(written.text().ends_with("\r\x1b[K"));
+    EXPECT_GE(seconds, 1);
+}
+
+TEST(wait_notice, ends_at_once) {
+    using std::chrono::steady_clock;
+    // A busy machine may hold up one of them; waiting for the second to be over would, each.
+    auto shortest = steady_clock::duration::max();
+    for (int tries = 0; tries < 20 && shortest > std::chrono::milliseconds(900); ++tries) {
+        std::ostringstream err;
+        const auto start = steady_clock::now();
+        { const wait_notice notice(err, true, "waiting"); }
+        shortest = std::min(shortest, steady_clock::now() - start);
+    }
+    EXPECT_LT(shortest, std::chrono::milliseconds(900));
+}
+
+}  // namespace
+}  // namespace dpctl

@@ -1,0 +1,71 @@
+#include "tools/dpctl/output/table.hpp"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace dpctl {
+namespace {
+
+std::string written(const table& rows) {
+    std::ostringstream os;
+    rows.write(os);
+    return os.str();
+}
+
+TEST(table, aligns_columns_under_their_headings) {
+    table rows({"NAME", "VALUE", "NOTES"});
+    rows.add({"Boot.Mode", "UEFI", "read-only"});
+    rows.add({"A", "x", ""});
+    EXPECT_EQ(written(rows),
+              "NAME       VALUE  NOTES\n"
+              "Boot.Mode  UEFI   read-only\n"
+              "A          x\n");
+}
+
+TEST(table, has_no_blanks_at_the_end_of_a_line) {
+    table rows({"A", "B", "C"});
+    rows.add({"1", "", ""});
+    rows.add({"", "", "3"});
+    EXPECT_EQ(written(rows),
+              "A  B  C\n"
+              "1\n"
+              "      3\n");
+}
+
+TEST(table, counts_columns_and_not_bytes) {
+    table rows({"NAME", "VALUE"});
+    rows.add({"Größe", "1"});
+    rows.add({"起動順", "2"});
+    EXPECT_EQ(written(rows),
+              "NAME    VALUE\n"
+              "Größe   1\n"
+              "起動順  2\n");
+}
+
+TEST(table, shows_no_raw_control_bytes) {
+    table rows({"NAME"});
+    rows.add({"a\x1b[31m\nb"});
+    EXPECT_EQ(written(rows), "NAME\na\\x1b[31m\\x0ab\n");
+}
+
+TEST(table, lets_a_very_wide_cell_push_only_its_own_row) {
+    const std::string wide(table::widest_column + 1, 'x');
+    table rows({"NAME", "VALUE"});
+    rows.add({wide, "1"});
+    rows.add({"A", "2"});
+    EXPECT_EQ(written(rows), "NAME  VALUE\n" + wide + "  1\nA     2\n");
+}
+
+TEST(table, of_no_rows_is_its_headings) {
+    EXPECT_EQ(written(table({"A", "B"})), "A  B\n");
+}
+
+TEST(table, fills_a_short_row_up) {
+    table rows({"A", "B"});
+    rows.add({"1"});
+    EXPECT_EQ(written(rows), "A  B\n1\n");
+}
+
+}  // namespace
+}  // namespace dpctl

@@ -1,0 +1,70 @@
+#include "tools/dpctl/changes/change_outcome.hpp"
+
+#include <string>
+
+#include "tools/dpctl/output/attribute_text.hpp"
+#include "tools/dpctl/output/text.hpp"
+
+namespace dpctl {
+namespace {
+
+// A decimal number without leading zeros; empty when `text` is none.
+std::string_view plain_number(std::string_view text) {
+    if (text.empty() || text.find_first_not_of("0123456789") != std::string_view::npos) {
+        return {};
+    }
+    const std::size_t first = text.find_first_not_of('0');
+    return first == std::string_view::npos ? text.substr(text.size() - 1) : text.substr(first);
+}
+
+}  // namespace
+
+const char* outcome_word(change_outcome outcome) {
+    switch (outcome) {
+        case change_outcome::already:
+            return "already";
+        case change_outcome::changed:
+            return "changed";
+        case change_outcome::refused:
+            return "refused";
+        case change_outcome::no_answer:
+            return "no_answer";
+        case change_outcome::unconfirmed:
+            break;
+    }
+    return "unconfirmed";
+}
+
+bool is_value(const reading& value, std::string_view requested, const dp_attribute& attribute) {
+    if (!value.known) {
+        return false;
+    }
+    if (value.cut) {
+        return requested.size() >= DP_VALUE_SIZE && requested.starts_with(value.text);
+    }
+    if (value.text == requested) {
+        return true;
+    }
+    if (is_numeric(attribute)) {
+        const std::string_view number = plain_number(value.text);
+        return !number.empty() && number == plain_number(requested);
+    }
+    return is_enumeration(attribute) && equal_ignoring_case(value.text, requested);
+}
+
+change_outcome judge_change(int batch_result, std::uint32_t status, const reading& before,
+                            const reading& after, std::string_view requested,
+                            const dp_attribute& attribute) {
+    if (batch_result == -1) {
+        return change_outcome::no_answer;
+    }
+    if (status != session::unanswered) {
+        return change_outcome::refused;
+    }
+    if (is_value(after, requested, attribute) || after != before) {
+        return change_outcome::changed;
+    }
+    return change_outcome::unconfirmed;
+}
+
+}  // namespace dpctl

@@ -1,0 +1,42 @@
+#ifndef DP_TOOLS_DPCTL_OUTPUT_ATTRIBUTE_TEXT_HPP
+#define DP_TOOLS_DPCTL_OUTPUT_ATTRIBUTE_TEXT_HPP
+
+#include <cstdint>
+#include <string>
+
+#include "bios/dp_api.h"
+
+namespace dpctl {
+
+bool is_numeric(const dp_attribute& attribute);
+bool is_string(const dp_attribute& attribute);
+bool is_enumeration(const dp_attribute& attribute);
+bool is_read_only(const dp_attribute& attribute);
+
+/// Whether the attribute's default is that it has no value.
+bool is_removed_by_default(const dp_attribute& attribute);
+
+/// "integer", "string", "enumeration", or "free" for an attribute without range data.
+const char* type_name(const dp_attribute& attribute);
+
+/// The greatest number that a numeric attribute takes; without bounds the greatest there is.
+std::uint32_t number_maximum(const dp_attribute& attribute);
+
+/// The step of a numeric attribute, at least 1.
+std::uint32_t number_step(const dp_attribute& attribute);
+
+/// "0 to 100" of a numeric attribute.
+std::string number_range(const dp_attribute& attribute);
+
+/// "4 to 16 characters", "exactly 4 characters", "at least 4 characters" or "any length" of a
+/// string attribute.
+std::string string_length(const dp_attribute& attribute);
+
+/// What values the attribute takes, for a person: "Legacy, UEFI" or "0 to 100 in steps of 5" or
+/// "4 to 16 characters that match ^[A-Z]+$". Empty when nothing is known to restrict them. Of many
+/// choices only the first ones are named.
+std::string allowed_values(const dp_attribute& attribute);
+
+}  // namespace dpctl
+
+#endif

@@ -1,0 +1,92 @@
+#include "tools/dpctl/output/report.hpp"
+
+#include <nlohmann/json.hpp>
+#include <ostream>
+
+#include "tools/dpctl/output/table.hpp"
+#include "tools/dpctl/output/text.hpp"
+#include "support/command_line.hpp"
+
+namespace dpctl {
+namespace {
+
+// On one line without an indentation (-1). Texts out of files are bytes: what is not UTF-8 becomes
+// the replacement character.
+std::string dump(const nlohmann::ordered_json& document, int indentation) {
+    return document.dump(indentation, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+}  // namespace
+
+report::report(std::ostream& out, std::ostream& err, bool as_json)
+    : out_(out),
+      err_(err),
+      as_json_(as_json),
+      document_(std::make_unique<nlohmann::ordered_json>(nlohmann::ordered_json::object())) {}
+
+report::~report() = default;
+
+void report::line(std::string_view text) {
+    if (!as_json_) {
+        out_ << printable(text) << '\n';
+    }
+}
+
+void report::show(const table& rows) {
+    if (!as_json_) {
+        rows.write(out_);
+    }
+}
+
+void report::begin_events() {
+    has_events_ = true;
+}
+
+bool report::event(std::string_view text, const nlohmann::ordered_json& document) {
+    line(text);
+    if (as_json_) {
+        out_ << dump(document, -1) << '\n';
+    }
+    return dp_tools::flushed(out_);
+}
+
+void report::clear_screen() {
+    out_ << "\x1b[H\x1b[2J";
+}
+
+bool report::flush() {
+    return dp_tools::flushed(out_);
+}
+
+void report::note(std::string_view text) {
+    out_.flush();
+    err_ << "dpctl: " << printable(text) << '\n';
+}
+
+void report::problem(const std::string& reason, const std::vector<std::string>& hints) {
+    note(reason);
+    for (const auto& text : hints) {
+        hint(text);
+    }
+    problems_.push_back(reason);
+}
+
+void report::hint(std::string_view text) {
+    err_ << "  " << printable(text) << '\n';
+}
+
+int report::finish() {
+    if (!problems_.empty()) {
+        (*document_)["errors"] = problems_;
+    }
+    if (as_json_ && (!has_events_ || !problems_.empty())) {
+        out_ << dump(*document_, has_events_ ? -1 : 2) << '\n';
+    }
+    if (!dp_tools::flushed(out_)) {
+        note("a part of the output could not be written");
+        return dp_tools::exit_code::failed;
+    }
+    return problems_.empty() ? dp_tools::exit_code::done : dp_tools::exit_code::failed;
+}
+
+}  // namespace dpctl
