@@ -18,8 +18,8 @@
 
 #include "batch/batch_file_checker.hpp"
 #include "batch/batch_file_loader.hpp"
+#include "bench/support/generated_batch.hpp"
 #include "bench/support/memory_stream.hpp"
-#include "bench/support/sample_batch.hpp"
 #include "bench/support/side_by_side.hpp"
 #include "tests/support/reference_reader.hpp"
 
@@ -129,7 +129,7 @@ void copy_fields(const records& from, char* to) {
 records sample(std::string& text) {
     const char* const file = std::getenv("DP_BENCH_BATCH");
     if (file == nullptr) {
-        records expected = bench::sample_batch(lines);
+        records expected = bench::generated_batch(lines);
         text = bench::batch_text(expected);
         return expected;
     }

@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "bios/dp_api.h"
-#include "platform/sysipc/thread.hpp"
-#include "bench/support/sample_template.hpp"
+#include "bench/support/generated_template.hpp"
 #include "bench/support/scratch_root.hpp"
 #include "bench/support/side_by_side.hpp"
+#include "bios/dp_api.h"
+#include "platform/sysipc/thread.hpp"
 #include "tests/support/scratch_files.hpp"
 
 namespace {
@@ -40,7 +40,7 @@ class server {
     explicit server(unsigned count)
         : folder_(test::root() + "/server" + std::to_string(count)), requests_(count) {
         std::filesystem::create_directory(folder_);
-        auto infos = bench::sample_template(count);
+        auto infos = bench::generated_template(count);
         for (auto& info : infos) {
             info.cfg = "Boot";
             names_.push_back(info.cfg + '.' + info.id);

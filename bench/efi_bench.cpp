@@ -15,12 +15,12 @@
 #include <string_view>
 #include <vector>
 
+#include "bench/support/generated_batch.hpp"
+#include "bench/support/generated_template.hpp"
+#include "bench/support/memory_stream.hpp"
+#include "bench/support/side_by_side.hpp"
 #include "platform/posix/efi_compressor.hpp"
 #include "platform/sysipc/efi_decompressor.hpp"
-#include "bench/support/memory_stream.hpp"
-#include "bench/support/sample_batch.hpp"
-#include "bench/support/sample_template.hpp"
-#include "bench/support/side_by_side.hpp"
 
 namespace {
 
@@ -103,10 +103,10 @@ int main(int argc, char** argv) {
         compare("prose", prose(), once);
     }
     if (is_wanted("template")) {
-        compare("template", bench::template_text(bench::sample_template(text_size / 400)), once);
+        compare("template", bench::template_text(bench::generated_template(text_size / 400)), once);
     }
     if (is_wanted("batch")) {
-        compare("batch", bench::batch_text(bench::sample_batch(text_size / 70)), once);
+        compare("batch", bench::batch_text(bench::generated_batch(text_size / 70)), once);
     }
     return 0;
 }

@@ -12,9 +12,9 @@
 #include <string_view>
 #include <vector>
 
-#include "bios/dp_api.h"
-#include "bench/support/sample_template.hpp"
+#include "bench/support/generated_template.hpp"
 #include "bench/support/side_by_side.hpp"
+#include "bios/dp_api.h"
 
 namespace {
 
@@ -27,7 +27,7 @@ int main() {
     bench::require(mkdtemp(folder.data()) != nullptr && setenv("DP_ROOT", folder.c_str(), 1) == 0,
                    "no scratch folder");
     std::filesystem::create_directories(folder + "/var/dp");
-    const auto infos = bench::sample_template(attributes);
+    const auto infos = bench::generated_template(attributes);
     std::ofstream(folder + "/settings") << bench::settings_text(infos);
     dp_cim_change_settings_fname((folder + "/settings").c_str());
 

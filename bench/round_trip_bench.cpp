@@ -10,12 +10,12 @@
 #include <string>
 #include <vector>
 
-#include "bios/dp_api.h"
-#include "platform/sysipc/thread.hpp"
 #include "bench/support/scratch_root.hpp"
 #include "bench/support/side_by_side.hpp"
+#include "bios/dp_api.h"
+#include "platform/sysipc/thread.hpp"
 #include "tests/support/sample_template.hpp"
-#include "tests/system/scratch_server.hpp"
+#include "tests/support/service_process.hpp"
 
 namespace {
 
@@ -47,8 +47,8 @@ void measure(unsigned count) {
     for (unsigned i = 0; i < count; ++i) {
         infos.push_back(test::number("Boot", "Attribute" + std::to_string(i), "0", 0, 65535, 1));
     }
-    test::scratch_server server;
-    test::scratch_server::install(infos, "B1");
+    test::service_process server;
+    test::service_process::install(infos, "B1");
     bench::require(server.start(), "the settings service did not start");
     std::vector<double> times;
     for (unsigned round = 1; round <= rounds; ++round) {
@@ -66,7 +66,7 @@ namespace sysipc {
 
 void thread::sleep(std::uint32_t milliseconds) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
-    while (access(test::scratch_server::result().c_str(), F_OK) != 0 &&
+    while (access(test::service_process::result().c_str(), F_OK) != 0 &&
            std::chrono::steady_clock::now() < end) {
         usleep(50);
     }

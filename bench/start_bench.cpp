@@ -8,11 +8,11 @@
 #include <vector>
 
 #include "batch/batch_file_settings_rdr.hpp"
-#include "bios/dp_api.h"
-#include "bios/template_info.hpp"
-#include "bench/support/sample_template.hpp"
+#include "bench/support/generated_template.hpp"
 #include "bench/support/scratch_root.hpp"
 #include "bench/support/side_by_side.hpp"
+#include "bios/dp_api.h"
+#include "bios/template_info.hpp"
 #include "tests/support/scratch_files.hpp"
 
 namespace {
@@ -31,7 +31,7 @@ struct server_files {
 
 std::vector<std::string> install(const server_files& files) {
     std::vector<std::string> names;
-    auto infos = bench::sample_template(attributes);
+    auto infos = bench::generated_template(attributes);
     for (auto& info : infos) {
         info.cfg = collection;
         names.push_back(info.cfg + '.' + info.id);

@@ -14,10 +14,10 @@
 #include <string>
 #include <vector>
 
-#include "bios/template_info.hpp"
+#include "bench/support/generated_template.hpp"
 #include "bench/support/json_text.hpp"
-#include "bench/support/sample_template.hpp"
 #include "bench/support/side_by_side.hpp"
+#include "bios/template_info.hpp"
 #include "tests/support/memory_file.hpp"
 #include "tests/support/plain_template_reader.hpp"
 
@@ -126,7 +126,7 @@ bool equal(const records& a, const records& b) {
 std::string sample() {
     const char* const file = std::getenv("DP_BENCH_TEMPLATE");
     if (file == nullptr) {
-        return bench::template_text(bench::sample_template(attributes));
+        return bench::template_text(bench::generated_template(attributes));
     }
     std::ostringstream content;
     content << std::ifstream(file, std::ios::binary).rdbuf();

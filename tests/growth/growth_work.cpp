@@ -24,7 +24,7 @@
 #include "platform/sysipc/thread.hpp"
 #include "settings/plugin_list.hpp"
 #include "tests/support/settings_model.hpp"
-#include "tests/support/template_text.hpp"
+#include "tests/support/template_records.hpp"
 #include "transactions/client_transaction.hpp"
 #include "transactions/setting_transaction.hpp"
 

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "bios/dp_api.h"
-#include "tests/support/template_text.hpp"
+#include "tests/support/template_records.hpp"
 
 // usage: load_attributes COUNT
 //

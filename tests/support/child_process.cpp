@@ -1,24 +1,16 @@
 #include "tests/support/child_process.hpp"
 
 #include <poll.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <stdexcept>
-#include <utility>
+
+#include "tests/support/process.hpp"
 
 namespace test {
 namespace {
-
-std::pair<int, int> make_pipe() {
-    int ends[2] = {-1, -1};
-    if (pipe(ends) != 0) {
-        throw std::runtime_error("cannot make a pipe");
-    }
-    return {ends[0], ends[1]};
-}
 
 void send_byte(int fd, char what) {
     while (write(fd, &what, 1) == -1 && errno == EINTR) {
@@ -36,35 +28,35 @@ char receive_byte(int fd) {
 
 }  // namespace
 
-void child_process::parent_line::tell(char what) const {
+void child_process::parent_channel::send(char what) const {
     send_byte(out_, what);
 }
 
-char child_process::parent_line::hear() const {
+char child_process::parent_channel::receive() const {
     return receive_byte(in_);
 }
 
-child_process::child_process(const std::function<int(const parent_line&)>& body) {
-    const auto [to_child_in, to_child_out] = make_pipe();
-    const auto [to_parent_in, to_parent_out] = make_pipe();
+child_process::child_process(const std::function<int(const parent_channel&)>& body) {
+    const pipe_ends to_child = make_pipe();
+    const pipe_ends to_parent = make_pipe();
     pid_ = fork();
     if (pid_ == -1) {
         throw std::runtime_error("cannot fork");
     }
     if (pid_ == 0) {
-        close(to_child_out);
-        close(to_parent_in);
+        close(to_child.write_end);
+        close(to_parent.read_end);
         int result = 99;
         try {
-            result = body(parent_line(to_child_in, to_parent_out));
+            result = body(parent_channel(to_child.read_end, to_parent.write_end));
         } catch (...) {
         }
         _exit(result);
     }
-    close(to_child_in);
-    close(to_parent_out);
-    in_ = to_parent_in;
-    out_ = to_child_out;
+    close(to_child.read_end);
+    close(to_parent.write_end);
+    in_ = to_parent.read_end;
+    out_ = to_child.write_end;
 }
 
 child_process::~child_process() {
@@ -76,11 +68,11 @@ child_process::~child_process() {
     close(out_);
 }
 
-void child_process::tell(char what) const {
+void child_process::send(char what) const {
     send_byte(out_, what);
 }
 
-char child_process::hear(int timeout_ms) const {
+char child_process::receive(int timeout_ms) const {
     pollfd ready{in_, POLLIN, 0};
     int count = -1;
     do {
@@ -90,16 +82,9 @@ char child_process::hear(int timeout_ms) const {
 }
 
 int child_process::wait() {
-    int status = 0;
-    while (waitpid(pid_, &status, 0) == -1 && errno == EINTR) {
-    }
+    const int exit_code = wait_for_exit(pid_);
     pid_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
-bool become_an_ordinary_user() {
-    constexpr uid_t nobody = 65534;
-    return geteuid() != 0 || setuid(nobody) == 0;
+    return exit_code;
 }
 
 }  // namespace test

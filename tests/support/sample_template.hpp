@@ -14,8 +14,8 @@ namespace test {
 
 inline constexpr std::int32_t type_enumeration = 1;
 
-inline template_info attribute(std::string cfg, std::string id, std::int32_t type,
-                               std::string dft) {
+inline template_info attribute_of_type(std::string cfg, std::string id, std::int32_t type,
+                                       std::string dft) {
     template_info info;
     info.cfg = std::move(cfg);
     info.id = std::move(id);
@@ -25,15 +25,15 @@ inline template_info attribute(std::string cfg, std::string id, std::int32_t typ
 }
 
 inline template_info choice(std::string cfg, std::string id, std::string dft, std::string chc) {
-    auto info = attribute(std::move(cfg), std::move(id), type_enumeration, std::move(dft));
+    auto info = attribute_of_type(std::move(cfg), std::move(id), type_enumeration, std::move(dft));
     info.chc = std::move(chc);
     return info;
 }
 
 inline template_info number(std::string cfg, std::string id, std::string dft, std::uint32_t min,
                             std::uint32_t max, std::uint32_t stp) {
-    auto info =
-        attribute(std::move(cfg), std::move(id), template_info::type_numeric, std::move(dft));
+    auto info = attribute_of_type(std::move(cfg), std::move(id), template_info::type_numeric,
+                                  std::move(dft));
     info.min = min;
     info.max = max;
     info.stp = stp;
@@ -42,8 +42,8 @@ inline template_info number(std::string cfg, std::string id, std::string dft, st
 
 inline template_info text(std::string cfg, std::string id, std::string dft, std::uint32_t minc,
                           std::uint32_t maxc, std::string reg) {
-    auto info =
-        attribute(std::move(cfg), std::move(id), template_info::type_string, std::move(dft));
+    auto info = attribute_of_type(std::move(cfg), std::move(id), template_info::type_string,
+                                  std::move(dft));
     info.minc = minc;
     info.maxc = maxc;
     info.reg = std::move(reg);
@@ -74,8 +74,8 @@ inline std::vector<template_info> sample_template() {
         number("Boot", "Delay", "5", 0, 60, 5),
         text("Boot", "Label", "disk", 0, 20, ""),
         with_flags(choice("Boot", "Vendor", "acme", "acme,other"), template_flags::read_only),
-        attribute("Boot", "Order", type_enumeration,
-                  "[value='HDD',order='1'],[value='PXE',order='2']"),
+        attribute_of_type("Boot", "Order", type_enumeration,
+                          "[value='HDD',order='1'],[value='PXE',order='2']"),
         with_instances(number("Ports", "Speed", "10", 1, 1000, 1), 1, 4),
         with_flags(in_record(with_instances(text("Ports", "User", "", 0, 16, ""), 1, 8), "users"),
                    1U << 21),

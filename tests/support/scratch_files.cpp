@@ -3,20 +3,20 @@
 #include <sys/stat.h>
 #include <utime.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
+
+#include "tests/support/eventually.hpp"
 
 namespace test {
 
 std::string root() {
     const char* value = std::getenv("DP_ROOT");
     if (value == nullptr || *value == '\0') {
-        throw std::logic_error("DP_ROOT is not set: the test's main did not run");
+        throw std::logic_error("DP_ROOT is not set: the test does not run in a scratch process");
     }
     return value;
 }
@@ -48,15 +48,7 @@ void write_file(const std::string& path, const std::string& content) {
 }
 
 bool wait_for_text(const std::string& path, const std::string& text) {
-    constexpr std::chrono::milliseconds pause(5);
-    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    while (read_file(path).find(text) == std::string::npos) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(pause);
-    }
-    return true;
+    return eventually([&] { return read_file(path).find(text) != std::string::npos; });
 }
 
 void set_mtime(const std::string& path, std::time_t seconds) {

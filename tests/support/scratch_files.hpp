@@ -6,18 +6,20 @@
 
 namespace test {
 
-/// The scratch folder of this run: $DP_ROOT, with bin, tmp/dp and var/dp in it. A test that needs
-/// them clean calls `clean_root` first.
+/// The scratch folder of this process, $DP_ROOT. Throws std::logic_error when there is none.
 std::string root();
+
+/// Empties the scratch folder and creates bin, tmp/dp, tmp/DS and var/dp in it.
 void clean_root();
 
-/// Whole files.
+/// Returns the file's content; "" when it cannot be read.
 std::string read_file(const std::string& path);
+/// Writes a whole file. Throws std::runtime_error on failure, as the functions below do.
 void write_file(const std::string& path, const std::string& content);
-/// Waits until the file holds the text, which another process or thread writes: whether it came
-/// within a minute.
+/// Waits until the file contains a text that another process or thread writes; false when it does
+/// not within `patience`.
 bool wait_for_text(const std::string& path, const std::string& text);
-/// Sets access and modification time to whole seconds.
+/// Sets the access and modification times, in seconds since the epoch.
 void set_mtime(const std::string& path, std::time_t seconds);
 /// Writes an executable shell script.
 void write_script(const std::string& path, const std::string& body);

@@ -3,10 +3,11 @@
 #include <cerrno>
 
 #include "common/clock.hpp"
+#include "platform/sysipc/application_log.hpp"
 #include "platform/sysipc/thread.hpp"
 
 #ifdef __SANITIZE_ADDRESS__
-// What this file replaces stands in the platform's shared library too, on purpose.
+// The platform's shared library defines these functions too, on purpose.
 extern "C" __attribute__((visibility("default"))) const char* __asan_default_options() {
     return "detect_odr_violation=0";
 }
@@ -14,7 +15,7 @@ extern "C" __attribute__((visibility("default"))) const char* __asan_default_opt
 
 namespace sysipc {
 
-// The process starts without a log; a recording_log makes itself the log.
+// The process starts without a log; a recording_log becomes the log.
 event_log::streams* application_log::app_streams = nullptr;
 
 }  // namespace sysipc
@@ -25,19 +26,6 @@ namespace {
 stepped_time* active_time = nullptr;
 
 }  // namespace
-
-recording_log::recording_log(std::uint32_t level_mask)
-    : mask_value(level_mask), previous_(sysipc::application_log::app_streams) {
-    sysipc::application_log::app_streams = this;
-}
-
-recording_log::~recording_log() {
-    sysipc::application_log::app_streams = previous_;
-}
-
-void recording_log::append(const std::string& level, const std::string& text) {
-    lines.push_back({level, text});
-}
 
 stepped_time::stepped_time(std::time_t start)
     : milliseconds(static_cast<std::int64_t>(start) * 1000) {

@@ -6,8 +6,9 @@
 
 #include "bios/dp_api.h"
 #include "service_api/service_status.hpp"
-#include "tests/system/scratch_server.hpp"
+#include "tests/support/eventually.hpp"
 #include "tests/support/sample_template.hpp"
+#include "tests/support/service_process.hpp"
 #include "tests/support/test_platform.hpp"
 #include "transactions/operations.hpp"
 
@@ -15,7 +16,7 @@
 
 namespace {
 
-using test::scratch_server;
+using test::service_process;
 
 class c_api : public testing::Test {
   protected:
@@ -23,13 +24,13 @@ class c_api : public testing::Test {
         // The client looks for its result once a second, 60 times. A test has not that much time,
         // but a service on a busy machine may need it.
         time.on_sleep = [](std::uint32_t) {
-            for (int i = 0; i < 500 && access(scratch_server::result().c_str(), F_OK) != 0; ++i) {
+            for (int i = 0; i < 500 && access(service_process::result().c_str(), F_OK) != 0; ++i) {
                 usleep(1'000);
             }
         };
     }
     void SetUp() override {
-        ASSERT_TRUE(server.start()) << scratch_server::log();
+        ASSERT_TRUE(server.start()) << service_process::log();
         dp_api_initialize();
     }
     void TearDown() override { dp_api_uninitialize(); }
@@ -62,7 +63,7 @@ class c_api : public testing::Test {
     }
 
     test::stepped_time time;
-    scratch_server server;
+    service_process server;
 };
 
 TEST_F(c_api, lists_what_the_template_has) {
@@ -86,7 +87,7 @@ TEST_F(c_api, a_change_is_pending_until_the_server_restarts) {
     EXPECT_EQ(change(dp::op_set, "Boot.Mode", "Legacy"), 0);
     EXPECT_EQ(value("Boot.Mode"), "Legacy");
     EXPECT_EQ(value("Boot.Mode", 1), "UEFI");
-    EXPECT_EQ(scratch_server::request("restart\n"), "0\n");
+    EXPECT_EQ(service_process::request("restart\n"), "0\n");
     reopen();
     EXPECT_EQ(value("Boot.Mode", 1), "Legacy");
 }
@@ -171,8 +172,8 @@ TEST_F(c_api, an_update_is_noticed) {
     EXPECT_EQ(dp_bios_need_reinit("Boot"), 0);
     auto infos = test::sample_template();
     infos.push_back(test::choice("Fans", "Speed", "low", "low,high"));
-    scratch_server::place_update(infos, "B2");
-    ASSERT_EQ(scratch_server::request("update\n"), "0\n");
+    service_process::place_update(infos, "B2");
+    ASSERT_EQ(service_process::request("update\n"), "0\n");
     // Files are looked at again after four seconds.
     EXPECT_TRUE(test::eventually([] { return dp_bios_need_reinit("Boot") == 4; }));
     reopen();

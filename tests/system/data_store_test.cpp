@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <string>
@@ -10,6 +9,8 @@
 #include "common/log.hpp"
 #include "logs/process_log.hpp"
 #include "platform/posix/ds_folder.hpp"
+#include "tests/support/environment_variable.hpp"
+#include "tests/support/scratch_files.hpp"
 #include "tests/support/test_platform.hpp"
 
 // The library's status log on the data store as our platform keeps it.
@@ -20,15 +21,12 @@ using testing::ElementsAre;
 
 class status_in_data_store : public testing::Test {
   protected:
-    void SetUp() override {
-        test::clean_root();
-        setenv("DP_DS_FOLDER", folder_.c_str(), 1);
-    }
-    void TearDown() override { unsetenv("DP_DS_FOLDER"); }
+    void SetUp() override { test::clean_root(); }
 
     static std::string stored() { return test::read_file(dp_platform::ds_file_path("status")); }
 
     const std::string folder_ = test::root() + "/tmp/store";
+    test::environment_variable variable_{"DP_DS_FOLDER", folder_};
 };
 
 TEST_F(status_in_data_store, every_record_puts_the_whole_text_there) {
@@ -47,7 +45,7 @@ TEST_F(status_in_data_store, every_record_puts_the_whole_text_there) {
 
 TEST_F(status_in_data_store, a_store_that_is_missing_is_logged_and_the_text_comes_later) {
     const std::string missing = test::root() + "/tmp/absent/store";
-    setenv("DP_DS_FOLDER", missing.c_str(), 1);
+    variable_.set(missing);
     test::recording_log diagnostics(dp::log_level::trace_1);
     dp::process_log log("status", true);
     EXPECT_THAT(diagnostics.lines,

@@ -4,9 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "tests/system/program_on_terminal.hpp"
-#include "tests/system/scratch_server.hpp"
+#include "tests/support/eventually.hpp"
 #include "tests/support/program.hpp"
+#include "tests/support/program_on_terminal.hpp"
+#include "tests/support/service_process.hpp"
 
 // dpctl on a terminal, beside a real service: what a person sees who watches, and leaves again.
 
@@ -14,7 +15,7 @@ namespace {
 
 using test::eventually;
 using test::program_on_terminal;
-using test::scratch_server;
+using test::service_process;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -42,16 +43,16 @@ std::string without_pictures(std::string output) {
 
 class status_on_terminal : public testing::Test {
   protected:
-    void SetUp() override { ASSERT_TRUE(server_.start()) << scratch_server::log(); }
+    void SetUp() override { ASSERT_TRUE(server_.start()) << service_process::log(); }
 
     // Nothing was asked of the terminal that would have to be taken back: no other settings, and no
     // control sequences but those that clear the screen.
     void expect_the_terminal_as_it_was() {
-        EXPECT_TRUE(dpctl_.is_as_before());
+        EXPECT_TRUE(dpctl_.has_initial_settings());
         EXPECT_THAT(without_pictures(dpctl_.output()), Not(HasSubstr("\x1b")));
     }
 
-    scratch_server server_;
+    service_process server_;
     program_on_terminal dpctl_{"dpctl", {"status", "--follow"}};
 };
 

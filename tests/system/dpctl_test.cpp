@@ -5,31 +5,27 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "tests/system/scratch_server.hpp"
-#include "tests/support/program.hpp"
+#include "tests/support/dpctl.hpp"
 #include "tests/support/sample_template.hpp"
 #include "tests/support/scratch_files.hpp"
+#include "tests/support/service_process.hpp"
 
 // dpctl and dp_settingsd, a process each: what a person does and sees.
 
 namespace {
 
 using nlohmann::json;
-using test::program_result;
-using test::scratch_server;
+using test::dpctl;
+using test::service_process;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-program_result dpctl(const std::vector<std::string>& arguments) {
-    return test::run_program("dpctl", arguments);
-}
-
 class dpctl_and_service : public testing::Test {
   protected:
-    void SetUp() override { ASSERT_TRUE(server_.start()) << scratch_server::log(); }
+    void SetUp() override { ASSERT_TRUE(server_.start()) << service_process::log(); }
 
-    scratch_server server_;
+    service_process server_;
 };
 
 TEST_F(dpctl_and_service, lists_what_the_service_keeps) {
@@ -44,8 +40,8 @@ TEST_F(dpctl_and_service, shows_another_template_however_old_and_then_the_server
     namespace fs = std::filesystem;
     auto infos = test::sample_template();
     infos.push_back(test::choice("Fans", "Speed", "low", "low,high"));
-    scratch_server::place_update(infos, "B2");
-    const std::string other = scratch_server::path("/var/dp/update/uefi_template.efi");
+    service_process::place_update(infos, "B2");
+    const std::string other = service_process::path("/var/dp/update/uefi_template.efi");
     fs::last_write_time(other, fs::file_time_type::clock::now() - std::chrono::hours(1));
     const std::string own = dpctl({"collections"}).out;
     EXPECT_THAT(own, Not(HasSubstr("Fans")));
@@ -63,7 +59,7 @@ TEST_F(dpctl_and_service, changes_are_pending_until_the_server_restarts) {
     EXPECT_THAT(result.out,
                 HasSubstr("Boot.Mode: UEFI -> Legacy, pending until the server restarts\n"));
     EXPECT_EQ(dpctl({"get", "--current", "Boot.Mode"}).out, "Boot.Mode=UEFI\n");
-    EXPECT_EQ(scratch_server::request("restart\n"), "0\n");
+    EXPECT_EQ(service_process::request("restart\n"), "0\n");
     EXPECT_EQ(dpctl({"get", "--current", "Boot.Mode"}).out, "Boot.Mode=Legacy\n");
 }
 
@@ -103,7 +99,7 @@ TEST_F(dpctl_and_service, history_shows_changes_and_outlives_the_service) {
     ASSERT_EQ(dpctl({"set", "Boot.Delay=60"}).exit_code, 0);
     EXPECT_EQ(dpctl({"set", "Boot.Mode=CSM"}).exit_code, 1);
     EXPECT_EQ(server_.stop(), 0);
-    ASSERT_TRUE(server_.start()) << scratch_server::log();
+    ASSERT_TRUE(server_.start()) << service_process::log();
     ASSERT_EQ(dpctl({"set", "Boot.Mode=Legacy"}).exit_code, 0);
     const auto result = dpctl({"history"});
     EXPECT_EQ(result.exit_code, 0) << result.err;
@@ -113,15 +109,15 @@ TEST_F(dpctl_and_service, history_shows_changes_and_outlives_the_service) {
 }
 
 TEST_F(dpctl_and_service, check_tells_a_bios_update) {
-    scratch_server::place_update(test::sample_template(), "B2");
-    const std::string notice = scratch_server::path("/notice");
+    service_process::place_update(test::sample_template(), "B2");
+    const std::string notice = service_process::path("/notice");
     const std::string check =
         test::program_path("dpctl") + " check Boot --wait 40 --json 2>" + notice;
     std::string answer;
     std::thread update([&] {
         // What dpctl has seen before it says so is what it compares with.
         if (test::wait_for_text(notice, "watching for changes")) {
-            answer = scratch_server::request("update\n");
+            answer = service_process::request("update\n");
         }
     });
     const auto result = test::run_program("/bin/sh", {"-c", check});

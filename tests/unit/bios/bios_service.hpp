@@ -2,19 +2,15 @@
 #define DP_TESTS_UNIT_BIOS_BIOS_SERVICE_HPP
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
-#include <cerrno>
 #include <ctime>
-#include <functional>
-#include <stdexcept>
 #include <string>
 
 #include "bios/cim_helper.hpp"
 #include "bios/dp_api.h"
-#include "tests/support/template_text.hpp"
+#include "tests/support/child_process.hpp"
+#include "tests/support/template_records.hpp"
 #include "tests/support/test_platform.hpp"
 
 namespace test {
@@ -79,49 +75,8 @@ inline dp_transaction request(std::uint32_t operation, const char* name,
     return trans;
 }
 
-/// Runs `hold` in another process; returns once that process says that it is ready. `hold` gets a
-/// function that says so.
-class other_process {
-  public:
-    explicit other_process(const std::function<int(const std::function<void()>&)>& hold) {
-        std::array<int, 2> ends{};
-        if (pipe(ends.data()) != 0) {
-            throw std::runtime_error("pipe");
-        }
-        pid_ = fork();
-        if (pid_ == 0) {
-            close(ends[0]);
-            _exit(hold([&] { static_cast<void>(!write(ends[1], "r", 1)); }));
-        }
-        close(ends[1]);
-        char ready = 0;
-        while (::read(ends[0], &ready, 1) == -1 && errno == EINTR) {
-        }
-        close(ends[0]);
-    }
-    ~other_process() {
-        if (pid_ > 0) {
-            wait();
-        }
-    }
-    other_process(const other_process&) = delete;
-    other_process& operator=(const other_process&) = delete;
-
-    /// What `hold` returned.
-    int wait() {
-        int status = 0;
-        while (waitpid(pid_, &status, 0) == -1 && errno == EINTR) {
-        }
-        pid_ = 0;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-
-  private:
-    pid_t pid_;
-};
-
-/// Long enough for another process to run into a lock.
-inline void hold_on() {
+/// Pauses long enough for another process to wait for a lock.
+inline void pause_for_a_waiter() {
     usleep(150'000);
 }
 

@@ -8,7 +8,7 @@
 
 #include "bios/cim_helper.hpp"
 #include "common/log.hpp"
-#include "tests/support/template_text.hpp"
+#include "tests/support/template_records.hpp"
 #include "tests/unit/bios/bios_service.hpp"
 
 namespace {
@@ -166,8 +166,8 @@ TEST_F(changes, stale_result_is_gone_before_the_batch_can_be_read) {
     test::write_file(result_file, outcome("5", "100"));
     // The library can't write the batch before this reader opens it.
     ASSERT_EQ(mkfifo(batch_file.c_str(), 0600), 0);
-    test::other_process service([&](const std::function<void()>& ready) {
-        ready();
+    test::child_process service([&](const test::child_process::parent_channel& parent) {
+        parent.send('r');
         for (int i = 0; i < 60'000 && std::filesystem::exists(result_file); ++i) {
             usleep(1000);
         }
@@ -176,6 +176,7 @@ TEST_F(changes, stale_result_is_gone_before_the_batch_can_be_read) {
         return test::read_file(batch_file) == "0 100 <cim-0> set Main.A \"1\" \"\" \n" && gone ? 0
                                                                                                : 1;
     });
+    EXPECT_EQ(service.receive(), 'r');
     dp_transaction trans = request(2, "Main.A", "1");
     EXPECT_EQ(helper.set_bios_attribute_value(&trans, 1), 0);
     EXPECT_EQ(service.wait(), 0);

@@ -7,7 +7,7 @@
 #include "bios/cim_helper.hpp"
 #include "common/file_locks.hpp"
 #include "common/log.hpp"
-#include "tests/support/template_text.hpp"
+#include "tests/support/template_records.hpp"
 #include "tests/unit/bios/bios_service.hpp"
 
 namespace {
@@ -469,13 +469,14 @@ class locked_reading : public reading {
   protected:
     void expect_wait(const std::string& lock_file, const std::string& changed_file,
                      const std::string& content, const std::function<void()>& read) {
-        test::other_process writer([&](const std::function<void()>& ready) {
+        test::child_process writer([&](const test::child_process::parent_channel& parent) {
             const writelock lock(lock_file);
-            ready();
-            test::hold_on();
+            parent.send('r');
+            test::pause_for_a_waiter();
             test::write_file(changed_file, content);
             return 0;
         });
+        EXPECT_EQ(writer.receive(), 'r');
         read();
         EXPECT_EQ(writer.wait(), 0);
     }
@@ -517,14 +518,15 @@ TEST_F(locked_reading, tool_runs_while_the_template_is_locked_against_writers) {
     const std::string locker = test::root() + "/locker";
     test::write_script(dpspy, "touch " + locker + ".started; sleep 0.2; touch " + locker +
                                   ".ended; printf 'id:A\\225\\247\\n' > " + info_file);
-    test::other_process writer([&](const std::function<void()>& ready) {
-        ready();
+    test::child_process writer([&](const test::child_process::parent_channel& parent) {
+        parent.send('r');
         while (!std::filesystem::exists(locker + ".started")) {
             usleep(1000);
         }
         const writelock lock(template_file);
         return std::filesystem::exists(locker + ".ended") ? 0 : 1;
     });
+    EXPECT_EQ(writer.receive(), 'r');
     EXPECT_THAT(template_ids("", false), ElementsAre("A"));
     EXPECT_EQ(writer.wait(), 0);
 }

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "bios/cim_helper.hpp"
-#include "tests/support/template_text.hpp"
+#include "tests/support/template_records.hpp"
 #include "tests/unit/bios/bios_service.hpp"
 #include "tests/unit/bios/c_program.h"
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "bios/dp_api.h"
-#include "tests/support/template_text.hpp"
+#include "tests/support/template_records.hpp"
 #include "tests/unit/bios/bios_service.hpp"
 #include "tests/unit/bios/failing_new.hpp"
 

@@ -17,7 +17,7 @@
 
 #include "tests/support/memory_file.hpp"
 #include "tests/support/plain_template_reader.hpp"
-#include "tests/support/template_text.hpp"
+#include "tests/support/template_records.hpp"
 #include "tests/support/test_platform.hpp"
 
 namespace {

@@ -145,12 +145,13 @@ TEST_F(uefi_build_id, needs_no_service_and_is_noticed_by_one) {
 TEST_F(uefi_build_id, update_waits_for_a_reader) {
     write_aged(build_id_file, "old\n", 100);
     report_id("new");
-    test::other_process reader([&](const std::function<void()>& ready) {
+    test::child_process reader([&](const test::child_process::parent_channel& parent) {
         const readlock lock(build_id_file);
-        ready();
-        test::hold_on();
+        parent.send('r');
+        test::pause_for_a_waiter();
         return test::read_file(build_id_file) == "old\n" ? 0 : 1;
     });
+    EXPECT_EQ(reader.receive(), 'r');
     EXPECT_EQ(update_uefi_build_id_file(), 1);
     EXPECT_EQ(reader.wait(), 0);
     EXPECT_EQ(test::read_file(build_id_file), "new\n");

@@ -17,6 +17,7 @@
 #include "common/file_utilities.hpp"
 #include "common/log.hpp"
 #include "tests/support/child_process.hpp"
+#include "tests/support/process.hpp"
 #include "tests/support/test_platform.hpp"
 
 namespace fs = std::filesystem;
@@ -85,16 +86,16 @@ class lock_file : public testing::Test {
         test::write_file(path, "");
         fs::permissions(test::root(), fs::perms{0755});
         fs::permissions(path, mode);
-        child_process owner([this](const child_process::parent_line& parent) {
-            if (!test::become_an_ordinary_user()) {
+        child_process owner([this](const child_process::parent_channel& parent) {
+            if (!test::drop_privileges()) {
                 return 2;
             }
             const Guard guard(path);
-            parent.tell('g');
-            static_cast<void>(parent.hear());
+            parent.send('g');
+            static_cast<void>(parent.receive());
             return 0;
         });
-        EXPECT_EQ(owner.hear(), 'g');
+        EXPECT_EQ(owner.receive(), 'g');
         fs::permissions(path, fs::perms{0600});
         return lock_on(path);
     }
@@ -103,15 +104,15 @@ class lock_file : public testing::Test {
     // and tells 'd' at the next byte from here.
     template <class Guard>
     [[nodiscard]] auto holder() const {
-        return [this](const child_process::parent_line& parent) {
-            parent.tell('w');
+        return [this](const child_process::parent_channel& parent) {
+            parent.send('w');
             {
                 const Guard guard(path);
-                parent.tell('g');
-                static_cast<void>(parent.hear());
+                parent.send('g');
+                static_cast<void>(parent.receive());
             }
-            parent.tell('d');
-            static_cast<void>(parent.hear());
+            parent.send('d');
+            static_cast<void>(parent.receive());
             return 0;
         };
     }
@@ -235,24 +236,24 @@ TEST_F(file_lock_functions, need_a_descriptor_of_the_right_mode) {
 
 TEST_F(file_lock_functions, wait_for_another_process_but_release_without_waiting) {
     child_process writer(holder<writelock>());
-    ASSERT_EQ(writer.hear(), 'w');
-    ASSERT_EQ(writer.hear(), 'g');
-    child_process waiter([this](const child_process::parent_line& parent) {
+    ASSERT_EQ(writer.receive(), 'w');
+    ASSERT_EQ(writer.receive(), 'g');
+    child_process waiter([this](const child_process::parent_channel& parent) {
         const descriptor fd(path, O_RDWR);
         if (file_unlock(fd) != 0) {
             return 1;
         }
-        parent.tell('u');
+        parent.send('u');
         if (file_lock_write(fd) != 0) {
             return 2;
         }
-        parent.tell('g');
+        parent.send('g');
         return 0;
     });
-    ASSERT_EQ(waiter.hear(), 'u');
-    EXPECT_EQ(waiter.hear(short_while_ms), '\0');
-    writer.tell('.');
-    EXPECT_EQ(waiter.hear(), 'g');
+    ASSERT_EQ(waiter.receive(), 'u');
+    EXPECT_EQ(waiter.receive(short_while_ms), '\0');
+    writer.send('.');
+    EXPECT_EQ(waiter.receive(), 'g');
     EXPECT_EQ(waiter.wait(), 0);
 }
 
@@ -287,10 +288,10 @@ TEST_F(readlock_on_a_file, needs_no_right_to_write_it) {
 TEST_F(readlock_on_a_file, waits_while_another_process_writes) {
     std::optional<writelock> mine(std::in_place, path);
     child_process reader(holder<readlock>());
-    ASSERT_EQ(reader.hear(), 'w');
-    EXPECT_EQ(reader.hear(short_while_ms), '\0');
+    ASSERT_EQ(reader.receive(), 'w');
+    EXPECT_EQ(reader.receive(short_while_ms), '\0');
     mine.reset();
-    EXPECT_EQ(reader.hear(), 'g');
+    EXPECT_EQ(reader.receive(), 'g');
 }
 
 TEST_F(readlock_on_a_file, shares_it_with_other_readers) {
@@ -299,8 +300,8 @@ TEST_F(readlock_on_a_file, shares_it_with_other_readers) {
     child_process first(holder<readlock>());
     child_process second(holder<readlock>());
     for (const auto* reader : {&first, &second}) {
-        EXPECT_EQ(reader->hear(), 'w');
-        EXPECT_EQ(reader->hear(), 'g');
+        EXPECT_EQ(reader->receive(), 'w');
+        EXPECT_EQ(reader->receive(), 'g');
     }
 }
 
@@ -309,24 +310,24 @@ TEST_F(readlock_on_a_file, keeps_writers_out_until_the_last_reader_is_done) {
     child_process first(holder<readlock>());
     child_process second(holder<readlock>());
     for (const auto* reader : {&first, &second}) {
-        ASSERT_EQ(reader->hear(), 'w');
-        ASSERT_EQ(reader->hear(), 'g');
+        ASSERT_EQ(reader->receive(), 'w');
+        ASSERT_EQ(reader->receive(), 'g');
     }
     child_process writer(holder<writelock>());
-    ASSERT_EQ(writer.hear(), 'w');
-    EXPECT_EQ(writer.hear(short_while_ms), '\0');
-    first.tell('.');
-    ASSERT_EQ(first.hear(), 'd');
-    EXPECT_EQ(writer.hear(short_while_ms), '\0');
-    second.tell('.');
-    EXPECT_EQ(writer.hear(), 'g');
+    ASSERT_EQ(writer.receive(), 'w');
+    EXPECT_EQ(writer.receive(short_while_ms), '\0');
+    first.send('.');
+    ASSERT_EQ(first.receive(), 'd');
+    EXPECT_EQ(writer.receive(short_while_ms), '\0');
+    second.send('.');
+    EXPECT_EQ(writer.receive(), 'g');
 }
 
 TEST_F(readlock_on_a_file, goes_on_without_a_lock_and_logs_when_the_wait_fails) {
     recording_log log(dp::log_level::log);
     child_process writer(holder<writelock>());
-    ASSERT_EQ(writer.hear(), 'w');
-    ASSERT_EQ(writer.hear(), 'g');
+    ASSERT_EQ(writer.receive(), 'w');
+    ASSERT_EQ(writer.receive(), 'g');
     const lines expected{
         {"LOG", " readlock file " + path + " failed, errno= " + std::to_string(EINTR)}};
     {
@@ -409,16 +410,16 @@ TEST_F(writelock_on_a_file, that_cannot_be_opened_holds_nothing_and_logs_nothing
 TEST_F(writelock_on_a_file, waits_for_another_writer) {
     std::optional<writelock> mine(std::in_place, path);
     child_process writer(holder<writelock>());
-    ASSERT_EQ(writer.hear(), 'w');
-    EXPECT_EQ(writer.hear(short_while_ms), '\0');
+    ASSERT_EQ(writer.receive(), 'w');
+    EXPECT_EQ(writer.receive(short_while_ms), '\0');
     mine.reset();
-    EXPECT_EQ(writer.hear(), 'g');
+    EXPECT_EQ(writer.receive(), 'g');
 }
 
 TEST_F(writelock_on_a_file, ends_with_the_process_that_holds_it) {
     child_process writer(holder<writelock>());
-    ASSERT_EQ(writer.hear(), 'w');
-    ASSERT_EQ(writer.hear(), 'g');
+    ASSERT_EQ(writer.receive(), 'w');
+    ASSERT_EQ(writer.receive(), 'g');
     EXPECT_EQ(lock_on(path).type, F_WRLCK);
     kill(writer.pid(), SIGKILL);
     EXPECT_EQ(writer.wait(), 128 + SIGKILL);
@@ -428,8 +429,8 @@ TEST_F(writelock_on_a_file, ends_with_the_process_that_holds_it) {
 TEST_F(writelock_on_a_file, goes_on_without_a_lock_and_logs_when_the_wait_fails) {
     recording_log log(dp::log_level::log);
     child_process reader(holder<writelock>());
-    ASSERT_EQ(reader.hear(), 'w');
-    ASSERT_EQ(reader.hear(), 'g');
+    ASSERT_EQ(reader.receive(), 'w');
+    ASSERT_EQ(reader.receive(), 'g');
     const lines expected{
         {"LOG", " writelock file " + path + " failed, errno= " + std::to_string(EINTR)}};
     {
@@ -446,13 +447,13 @@ TEST_F(writelock_on_a_file, logs_when_two_processes_wait_for_each_other) {
     const recording_log log(dp::log_level::log);
     const std::string other = path + "2";
     const writelock mine(path);
-    child_process peer([&](const child_process::parent_line& parent) {
+    child_process peer([&](const child_process::parent_channel& parent) {
         const writelock first(other);
-        parent.tell('h');
+        parent.send('h');
         const writelock second(path);
         return 0;
     });
-    ASSERT_EQ(peer.hear(), 'h');
+    ASSERT_EQ(peer.receive(), 'h');
     // The peer must be waiting for `path` before we wait for `other`; the kernel sees the circle
     // whoever closes it, and ends one of the two waits.
     { const writelock guard(other); }

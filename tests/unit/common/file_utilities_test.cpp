@@ -15,6 +15,7 @@
 
 #include "common/log.hpp"
 #include "tests/support/child_process.hpp"
+#include "tests/support/process.hpp"
 #include "tests/support/test_platform.hpp"
 
 namespace fs = std::filesystem;
@@ -265,7 +266,7 @@ TEST_F(fileexist_of_a_path, is_false_for_an_unreadable_file) {
     fs::permissions(path("readable"), fs::perms{0444});
     fs::permissions(path("unreadable"), fs::perms::none);
     test::child_process child([this](const auto&) {
-        if (!test::become_an_ordinary_user()) {
+        if (!test::drop_privileges()) {
             return 2;
         }
         return fileexist(path("readable")) && !fileexist(path("unreadable")) ? 0 : 1;
@@ -654,7 +655,7 @@ TEST_F(waiting_for_a_file, is_satisfied_by_one_that_may_not_be_opened) {
     fs::permissions(test::root(), fs::perms{0755});
     fs::permissions(file, fs::perms::none);
     test::child_process child([this](const auto&) {
-        if (!test::become_an_ordinary_user()) {
+        if (!test::drop_privileges()) {
             return 2;
         }
         return !fileexist(file) && wait_for_file_exists(file, -1, 1) ? 0 : 1;

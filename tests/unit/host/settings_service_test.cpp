@@ -8,14 +8,14 @@
 #include <filesystem>
 #include <sstream>
 
-#include "tests/unit/host/exchange/answered_batch.hpp"
 #include "common/file_locks.hpp"
 #include "common/file_utilities.hpp"
-#include "service_api/service_status.hpp"
 #include "host/history/history_note.hpp"
+#include "service_api/service_status.hpp"
 #include "tests/support/child_process.hpp"
 #include "tests/support/sample_template.hpp"
 #include "tests/support/test_platform.hpp"
+#include "tests/unit/host/exchange/answered_batch.hpp"
 
 namespace {
 
@@ -195,12 +195,12 @@ TEST_F(settings_service_test, values_that_cannot_take_their_place_leave_no_note_
 TEST_F(settings_service_test, values_wait_for_their_place_with_a_note_of_their_lines) {
     dp_host::settings_service service;
     ASSERT_EQ(service.start(), "");
-    test::child_process reader([this](const test::child_process::parent_line& parent) {
+    test::child_process reader([this](const test::child_process::parent_channel& parent) {
         const readlock lock(pending);
-        parent.tell('L');
-        return parent.hear() == 'E' ? 0 : 1;
+        parent.send('L');
+        return parent.receive() == 'E' ? 0 : 1;
     });
-    ASSERT_EQ(reader.hear(), 'L');
+    ASSERT_EQ(reader.receive(), 'L');
     test::stepped_time time;
     std::string noted;
     time.on_sleep = [&](std::uint32_t) {
@@ -208,7 +208,7 @@ TEST_F(settings_service_test, values_wait_for_their_place_with_a_note_of_their_l
             noted = test::read_file(note);
             EXPECT_EQ(test::read_file(pending), all_defaults);
             EXPECT_FALSE(fileexist(history));
-            reader.tell('E');
+            reader.send('E');
             EXPECT_EQ(reader.wait(), 0);
         }
     };

@@ -1,11 +1,11 @@
 #include <memory>
 
 #include "host/exchange/command_marks.hpp"
-#include "tests/unit/host/sample_service.hpp"
 #include "tests/support/alert_listener.hpp"
 #include "tests/support/child_process.hpp"
 #include "tests/support/own_queues.hpp"
 #include "tests/support/test_platform.hpp"
+#include "tests/unit/host/sample_service.hpp"
 
 namespace {
 
@@ -46,15 +46,15 @@ TEST_F(store_plugin_alerts, what_cannot_be_kept_alerts_with_the_errors_number) {
 TEST_F(store_plugin_alerts, that_nobody_listens_is_not_logged) {
     test::recording_log log(0x10000000);
     run_one("set", "Boot.Mode", "Legacy");
-    test::child_process listener([](const test::child_process::parent_line& line) -> int {
+    test::child_process listener([](const test::child_process::parent_channel& parent) -> int {
         const dp_platform::message_listener queue(8);
-        line.tell(queue.is_open() ? 'y' : 'n');
+        parent.send(queue.is_open() ? 'y' : 'n');
         // Ends without taking the queue away.
-        _exit(line.hear() == '.' ? 0 : 1);
+        _exit(parent.receive() == '.' ? 0 : 1);
     });
-    ASSERT_EQ(listener.hear(), 'y');
+    ASSERT_EQ(listener.receive(), 'y');
     run_one("set", "Boot.Mode", "UEFI");
-    listener.tell('.');
+    listener.send('.');
     EXPECT_EQ(listener.wait(), 0);
     run_one("set", "Boot.Mode", "Legacy");
     EXPECT_TRUE(log.lines.empty());

@@ -54,12 +54,12 @@ class alerts : public testing::Test {
 
     // Leaves a queue behind whose listener was killed.
     static void kill_a_listener(unsigned char number) {
-        test::child_process listener([number](const test::child_process::parent_line& parent) {
+        test::child_process listener([number](const test::child_process::parent_channel& parent) {
             const message_listener queue(number);
-            parent.tell(queue.is_open() ? 'y' : 'n');
-            return static_cast<int>(parent.hear());
+            parent.send(queue.is_open() ? 'y' : 'n');
+            return static_cast<int>(parent.receive());
         });
-        EXPECT_EQ(listener.hear(), 'y');
+        EXPECT_EQ(listener.receive(), 'y');
         kill(listener.pid(), SIGKILL);
         EXPECT_EQ(listener.wait(), 128 + SIGKILL);
     }

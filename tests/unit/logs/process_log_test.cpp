@@ -16,6 +16,7 @@
 #include "common/fixed_paths.hpp"
 #include "common/log.hpp"
 #include "tests/support/test_platform.hpp"
+#include "tests/support/time_zone.hpp"
 #include "tests/unit/logs/fake_store.hpp"
 #include "tests/unit/logs/sample_transaction.hpp"
 
@@ -30,14 +31,7 @@ const std::string init_record = "<dp-status> 0001 DP.MESSAGE init \n";
 
 class process_log : public testing::Test {
   protected:
-    void SetUp() override {
-        test::clean_root();
-        setenv("TZ", "UTC", 1);
-    }
-    void TearDown() override {
-        unsetenv("TZ");
-        tzset();
-    }
+    void SetUp() override { test::clean_root(); }
 
     static std::string path() { return test::root() + "/tmp/status"; }
     static std::string history_path() { return test::root() + "/tmp/config_change_hisroty.log"; }
@@ -49,6 +43,7 @@ class process_log : public testing::Test {
         return text.substr(std::min(init_record.size(), text.size()));
     }
 
+    const test::time_zone zone{"UTC"};
     test::stepped_time time{1'700'000'000};
 };
 

@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <ctime>
 #include <limits>
 #include <sstream>
@@ -12,16 +11,13 @@
 #include "logs/error_command_visitor.hpp"
 #include "logs/process_log.hpp"
 #include "tests/support/test_platform.hpp"
+#include "tests/support/time_zone.hpp"
 #include "tests/unit/logs/sample_transaction.hpp"
 
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-void set_zone(const char* zone) {
-    setenv("TZ", zone, 1);
-}
 
 std::string history_of(const dp::transaction_command& command) {
     std::ostringstream out;
@@ -32,12 +28,7 @@ std::string history_of(const dp::transaction_command& command) {
 
 class change_history_visitor : public testing::Test {
   protected:
-    void SetUp() override { set_zone("UTC"); }
-    void TearDown() override {
-        unsetenv("TZ");
-        tzset();
-    }
-
+    test::time_zone zone{"UTC"};
     test::stepped_time time{1'700'000'000};
     test::sample_transaction sample{"T"};
 };
@@ -64,10 +55,10 @@ TEST_F(change_history_visitor, failed_commands_and_those_without_a_setting_are_s
 
 TEST_F(change_history_visitor, the_time_is_local_and_days_are_padded_with_a_blank) {
     auto& command = sample.add(&sample.b, "", 0, "v");
-    set_zone("EST5");
+    zone.set("EST5");
     time.milliseconds = 1'709'614'800'000;
     EXPECT_EQ(history_of(command), "Tue Mar  5 00:00:00 2024   A.B   \"v\"\n");
-    set_zone("XXX-5:30");
+    zone.set("XXX-5:30");
     EXPECT_EQ(history_of(command), "Tue Mar  5 10:30:00 2024   A.B   \"v\"\n")
         << "each visitor looks the zone up anew";
 }

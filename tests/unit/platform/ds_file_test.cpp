@@ -10,6 +10,8 @@
 #include <optional>
 
 #include "platform/posix/ds_folder.hpp"
+#include "tests/support/environment_variable.hpp"
+#include "tests/support/scratch_files.hpp"
 #include "tests/unit/platform/support.hpp"
 
 namespace {

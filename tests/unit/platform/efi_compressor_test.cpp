@@ -9,7 +9,8 @@
 
 #include "platform/posix/efi_format.hpp"
 #include "platform/sysipc/efi_decompressor.hpp"
-#include "tests/unit/platform/support.hpp"
+#include "tests/support/recording_log.hpp"
+#include "tests/support/scratch_files.hpp"
 
 namespace {
 
@@ -30,11 +31,11 @@ testing::AssertionResult round_trip(const std::string& text) {
         number(4) != text.size()) {
         return testing::AssertionFailure() << "header of " << text.size() << " bytes";
     }
-    const test::kept_log log;
+    const test::recording_log log;
     std::istringstream in(image);
     const auto expanded = sysipc::efi_decompressor::decompress(in);
     if (!log.lines.empty()) {
-        return testing::AssertionFailure() << log.lines[0] << ", " << text.size() << " bytes";
+        return testing::AssertionFailure() << log.lines[0].text << ", " << text.size() << " bytes";
     }
     if (std::string(expanded.begin(), expanded.end()) != text) {
         return testing::AssertionFailure() << "text of " << text.size() << " bytes differs";

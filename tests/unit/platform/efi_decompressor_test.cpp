@@ -12,15 +12,19 @@
 
 #include "platform/posix/efi_compressor.hpp"
 #include "platform/posix/efi_format.hpp"
+#include "tests/support/recording_log.hpp"
+#include "tests/support/scratch_files.hpp"
 #include "tests/unit/platform/allocations.hpp"
-#include "tests/unit/platform/support.hpp"
 
 namespace {
 
 namespace efi = dp_platform::efi;
 
-const std::string truncated = "ERR ***ERROR*** efi_decompressor: image is truncated";
-const std::string corrupt = "ERR ***ERROR*** efi_decompressor: image is corrupt";
+using lines = std::vector<test::recording_log::line>;
+
+const test::recording_log::line truncated{"ERR",
+                                          " ***ERROR*** efi_decompressor: image is truncated"};
+const test::recording_log::line corrupt{"ERR", " ***ERROR*** efi_decompressor: image is corrupt"};
 
 std::string decompress(const std::string& data) {
     std::istringstream in(data);
@@ -94,9 +98,9 @@ std::string template_text(unsigned records) {
 }
 
 void expect_corrupt(const std::string& image) {
-    test::kept_log log;
+    test::recording_log log;
     EXPECT_EQ(decompress(image), "");
-    EXPECT_EQ(log.lines, std::vector<std::string>{corrupt});
+    EXPECT_EQ(log.lines, lines{corrupt});
 }
 
 TEST(efi_decompressor, expands_an_image_of_one_byte) {
@@ -134,7 +138,7 @@ TEST(efi_decompressor, expands_images_of_another_encoder) {
     if (!std::ifstream(folder + "records.uefi")) {
         GTEST_SKIP() << "no sample images in " << folder;
     }
-    test::kept_log log;
+    test::recording_log log;
     for (const char* name : {"empty", "one-byte", "random-20k", "records", "zeros-100k"}) {
         const std::string plain = test::read_file(folder + name + ".bin");
         std::ifstream in(folder + name + ".uefi", std::ios::binary);
@@ -162,7 +166,7 @@ TEST(efi_decompressor, leaves_the_stream_to_be_read_again_when_it_holds_no_image
 }
 
 TEST(efi_decompressor, text_is_no_image_and_no_error) {
-    test::kept_log log;
+    test::recording_log log;
     for (const std::string& text :
          {std::string(), std::string("1234567"), std::string("# comment\n"),
           std::string("0 0 <cim-1> set Setup.BootMode \"UEFI\" \"\"\n"), std::string(1000, '\t'),
@@ -174,7 +178,7 @@ TEST(efi_decompressor, text_is_no_image_and_no_error) {
 }
 
 TEST(efi_decompressor, an_image_of_nothing_is_empty_and_no_error) {
-    test::kept_log log;
+    test::recording_log log;
     EXPECT_EQ(decompress(std::string(8, '\0')), "");
     EXPECT_EQ(decompress(std::string(16, '\0')), "");
     EXPECT_EQ(decompress(dp_platform::efi_compress("")), "");
@@ -182,7 +186,7 @@ TEST(efi_decompressor, an_image_of_nothing_is_empty_and_no_error) {
 }
 
 TEST(efi_decompressor, bytes_behind_the_image_do_not_matter) {
-    test::kept_log log;
+    test::recording_log log;
     const std::string text = template_text(20);
     const std::string image = dp_platform::efi_compress(text);
     for (const std::size_t more : {1U, 7U, 8U, 9U, 64U, 70000U}) {
@@ -207,12 +211,12 @@ TEST(efi_decompressor, bits_behind_the_compressed_size_are_not_used) {
 TEST(efi_decompressor, every_truncation_is_empty_with_one_error_line) {
     const std::string image = dp_platform::efi_compress(template_text(5));
     for (std::size_t length = 0; length < image.size(); ++length) {
-        test::kept_log log;
+        test::recording_log log;
         EXPECT_EQ(decompress(image.substr(0, length)), "") << length;
         if (length < efi::header_size) {
             EXPECT_TRUE(log.lines.empty()) << length;
         } else {
-            EXPECT_EQ(log.lines, std::vector<std::string>{truncated}) << length;
+            EXPECT_EQ(log.lines, lines{truncated}) << length;
         }
     }
 }
@@ -233,7 +237,7 @@ TEST(efi_decompressor, every_flipped_bit_gives_a_text_of_the_stated_size_or_one_
         std::string flipped = image;
         flipped[bit / 8] =
             static_cast<char>(static_cast<unsigned char>(flipped[bit / 8]) ^ 1U << bit % 8);
-        test::kept_log log;
+        test::recording_log log;
         const std::string result = decompress(flipped);
         if (result.empty()) {
             // A compressed size that no image has is not taken for an image.
@@ -293,12 +297,13 @@ TEST(efi_decompressor, a_huge_original_size_is_refused) {
     put_number(image, 0, 12);
     for (const std::uint32_t size : {efi::original_limit + 1, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
         put_number(image, 4, size);
-        test::kept_log log;
+        test::recording_log log;
         const test::allocation_watch watch;
         EXPECT_EQ(decompress(image), "");
         EXPECT_LE(test::allocation_watch::biggest(), 4096U);
-        EXPECT_EQ(log.lines, std::vector<std::string>{"ERR ***ERROR*** efi_decompressor: image "
-                                                      "states an original size beyond the limit"});
+        EXPECT_EQ(log.lines, (lines{{"ERR",
+                                     " ***ERROR*** efi_decompressor: image "
+                                     "states an original size beyond the limit"}}));
     }
 }
 
@@ -311,16 +316,16 @@ TEST(efi_decompressor, memory_grows_with_the_text_and_not_with_the_header) {
         EXPECT_LE(test::allocation_watch::biggest(), 100'000U);
     }
     put_number(image, 0, efi::compressed_limit - 1);
-    test::kept_log log;
+    test::recording_log log;
     const test::allocation_watch watch;
     EXPECT_EQ(decompress(image), "");
     EXPECT_LE(test::allocation_watch::biggest(), 100'000U);
-    EXPECT_EQ(log.lines, std::vector<std::string>{truncated});
+    EXPECT_EQ(log.lines, lines{truncated});
 }
 
 TEST(efi_decompressor, an_image_that_memory_does_not_suffice_for_is_empty_with_one_error_line) {
     const std::string image = dp_platform::efi_compress(std::string(3'000'000, 'x'));
-    test::kept_log log;
+    test::recording_log log;
     std::istringstream in(image);
     std::vector<unsigned char> text;
     {
@@ -328,12 +333,12 @@ TEST(efi_decompressor, an_image_that_memory_does_not_suffice_for_is_empty_with_o
         text = sysipc::efi_decompressor::decompress(in);
     }
     EXPECT_TRUE(text.empty());
-    EXPECT_EQ(log.lines, std::vector<std::string>{
-                             "ERR ***ERROR*** efi_decompressor: not enough memory for the image"});
+    EXPECT_EQ(log.lines,
+              (lines{{"ERR", " ***ERROR*** efi_decompressor: not enough memory for the image"}}));
 }
 
 TEST(efi_decompressor, says_nothing_when_the_mask_stops_errors) {
-    test::kept_log log(0xEFFFFFFF);
+    test::recording_log log(0xEFFFFFFF);
     const std::string image = dp_platform::efi_compress(template_text(5));
     EXPECT_EQ(decompress(image.substr(0, 20)), "");
     EXPECT_TRUE(log.lines.empty());

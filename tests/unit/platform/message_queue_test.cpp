@@ -19,6 +19,7 @@
 #include "platform/sysipc/system_message_queue.hpp"
 #include "platform/sysipc/system_message_queue_client.hpp"
 #include "tests/support/child_process.hpp"
+#include "tests/support/environment_variable.hpp"
 #include "tests/support/own_queues.hpp"
 #include "tests/unit/platform/support.hpp"
 
@@ -119,12 +120,12 @@ TEST_F(message_queue, goes_away_with_its_listener) {
 }
 
 TEST_F(message_queue, of_a_dead_listener_takes_no_message_and_is_taken_over_empty) {
-    test::child_process dying([](const test::child_process::parent_line& parent) {
+    test::child_process dying([](const test::child_process::parent_channel& parent) {
         const message_listener listener(8);
-        parent.tell(listener.is_open() ? 'y' : 'n');
-        return static_cast<int>(parent.hear());
+        parent.send(listener.is_open() ? 'y' : 'n');
+        return static_cast<int>(parent.receive());
     });
-    ASSERT_EQ(dying.hear(), 'y');
+    ASSERT_EQ(dying.receive(), 'y');
     EXPECT_TRUE(send(message_of(1)));
     const sysipc::system_message_queue opened_before(8, 0);
     EXPECT_TRUE(opened_before.is_open());

@@ -11,11 +11,12 @@
 #include <regex>
 #include <sstream>
 
+#include "tests/support/scratch_files.hpp"
 #include "tests/unit/platform/support.hpp"
 
 namespace {
 
-using test::finished;
+using test::program_result;
 using test::run;
 using test::scratch_folder;
 
@@ -31,8 +32,8 @@ std::vector<std::string> lines_of(const std::string& text) {
 }
 
 TEST(posix_log, is_absent_by_default) {
-    const finished result = run({writer, "ERR", " text"}, {});
-    EXPECT_EQ(result.status, 0);
+    const program_result result = run({writer, "ERR", " text"}, {});
+    EXPECT_EQ(result.exit_code, 0);
     EXPECT_EQ(result.out, "no log\n");
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(run({writer}, {{"DP_LOG", "none"}}).out, "no log\n");
@@ -40,7 +41,7 @@ TEST(posix_log, is_absent_by_default) {
 }
 
 TEST(posix_log, writes_time_process_level_and_text_to_stderr) {
-    const finished result =
+    const program_result result =
         run({writer, "LOG", " first", "ERR", " ***ERROR*** second"}, {{"DP_LOG", "stderr"}});
     EXPECT_EQ(result.out, "mask 90000000 file 1 level 6\n");
     const auto lines = lines_of(result.err);
@@ -73,7 +74,7 @@ TEST(posix_log, appends_to_a_file_that_only_owner_and_group_read) {
 }
 
 TEST(posix_log, takes_mask_and_tag_from_the_environment) {
-    finished result =
+    program_result result =
         run({writer, "LOG", " text"},
             {{"DP_LOG", "stderr"}, {"DP_LOG_MASK", "0xf0000007"}, {"DP_LOG_TAG", "me"}});
     EXPECT_EQ(result.out, "mask f0000007 file 1 level 7\n");
@@ -86,7 +87,7 @@ TEST(posix_log, takes_mask_and_tag_from_the_environment) {
 
 TEST(posix_log, keeps_its_mask_when_the_variable_is_no_32_bit_number) {
     for (const char* mask : {"all", "0x", "12 ", "-1", "0x100000000", "4294967296"}) {
-        const finished result = run({writer}, {{"DP_LOG", "stderr"}, {"DP_LOG_MASK", mask}});
+        const program_result result = run({writer}, {{"DP_LOG", "stderr"}, {"DP_LOG_MASK", mask}});
         EXPECT_EQ(result.out, "mask 90000000 file 1 level 6\n") << mask;
         EXPECT_EQ(lines_of(result.err).size(), 1U) << result.err;
         EXPECT_NE(result.err.find("DP_LOG_MASK"), std::string::npos);
@@ -96,8 +97,8 @@ TEST(posix_log, keeps_its_mask_when_the_variable_is_no_32_bit_number) {
 TEST(posix_log, is_absent_with_a_line_on_stderr_when_the_file_cannot_be_opened) {
     const scratch_folder folder;
     for (const std::string& path : {folder.path("missing/log"), folder.path(), std::string()}) {
-        const finished result = run({writer, "ERR", " text"}, {{"DP_LOG", "file:" + path}});
-        EXPECT_EQ(result.status, 0);
+        const program_result result = run({writer, "ERR", " text"}, {{"DP_LOG", "file:" + path}});
+        EXPECT_EQ(result.exit_code, 0);
         EXPECT_EQ(result.out, "no log\n");
         EXPECT_EQ(lines_of(result.err).size(), 1U) << result.err;
         EXPECT_NE(result.err.find("log file"), std::string::npos);
@@ -105,17 +106,17 @@ TEST(posix_log, is_absent_with_a_line_on_stderr_when_the_file_cannot_be_opened) 
 }
 
 TEST(posix_log, is_absent_with_a_line_on_stderr_when_the_sink_is_unknown) {
-    const finished result = run({writer, "ERR", " text"}, {{"DP_LOG", "printer"}});
+    const program_result result = run({writer, "ERR", " text"}, {{"DP_LOG", "printer"}});
     EXPECT_EQ(result.out, "no log\n");
     EXPECT_EQ(lines_of(result.err).size(), 1U) << result.err;
     EXPECT_NE(result.err.find("\"printer\""), std::string::npos);
 }
 
 TEST(posix_log, shows_control_bytes_so_that_a_text_stays_one_line) {
-    const finished result = run({writer, "LOG",
-                                 " a\nb\r\tc\x1b[2J\x7f caf\xc3\xa9 \xc2\x9b"
-                                 "31m \xc2\xa7 \x95"},
-                                {{"DP_LOG", "stderr"}});
+    const program_result result = run({writer, "LOG",
+                                       " a\nb\r\tc\x1b[2J\x7f caf\xc3\xa9 \xc2\x9b"
+                                       "31m \xc2\xa7 \x95"},
+                                      {{"DP_LOG", "stderr"}});
     const auto lines = lines_of(result.err);
     ASSERT_EQ(lines.size(), 1U);
     EXPECT_TRUE(lines[0].ends_with(
@@ -124,7 +125,7 @@ TEST(posix_log, shows_control_bytes_so_that_a_text_stays_one_line) {
 }
 
 TEST(posix_log, does_not_let_level_or_tag_break_the_line_either) {
-    const finished result =
+    const program_result result =
         run({writer, "L\nG", " text"}, {{"DP_LOG", "stderr"}, {"DP_LOG_TAG", "a\nb"}});
     const auto lines = lines_of(result.err);
     ASSERT_EQ(lines.size(), 1U);
@@ -170,9 +171,10 @@ TEST(posix_log, a_pipe_that_nobody_empties_loses_lines_but_does_not_stop_the_pro
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK);
     ASSERT_GE(reader, 0);
-    const finished result = run({writer, "--repeat", "5000", "LOG", " " + std::string(100, 'x')},
-                                {{"DP_LOG", "file:" + path}});
-    EXPECT_EQ(result.status, 0);
+    const program_result result =
+        run({writer, "--repeat", "5000", "LOG", " " + std::string(100, 'x')},
+            {{"DP_LOG", "file:" + path}});
+    EXPECT_EQ(result.exit_code, 0);
     EXPECT_EQ(result.out, "mask 90000000 file 2 level 6\n");
     close(reader);
 }
@@ -185,14 +187,15 @@ TEST(posix_log, a_pipe_without_a_reader_is_no_log) {
 }
 
 TEST(posix_log, the_system_log_is_a_sink) {
-    const finished result = run({writer, "ERR", " text %s %n"}, {{"DP_LOG", "syslog"}});
-    EXPECT_EQ(result.status, 0);
+    const program_result result = run({writer, "ERR", " text %s %n"}, {{"DP_LOG", "syslog"}});
+    EXPECT_EQ(result.exit_code, 0);
     EXPECT_EQ(result.out, "mask 90000000 file 3 level 6\n");
     EXPECT_EQ(result.err, "");
 }
 
 TEST(configure_log, a_program_has_its_own_defaults) {
-    const finished result = run({writer, "--defaults", "stderr", "0x10000000", "ERR", " text"}, {});
+    const program_result result =
+        run({writer, "--defaults", "stderr", "0x10000000", "ERR", " text"}, {});
     EXPECT_EQ(result.out, "configured 1\nmask 10000000 file 1 level 3\n");
     EXPECT_EQ(lines_of(result.err).size(), 1U);
 }

@@ -1,7 +1,6 @@
 #include "host/history/change_recorder.hpp"
 
-#include <cstdlib>
-
+#include "tests/support/time_zone.hpp"
 #include "tests/unit/host/sample_service.hpp"
 
 namespace {
@@ -61,21 +60,15 @@ TEST_F(change_recorder_test, what_could_not_be_kept_is_no_change) {
 }
 
 TEST_F(change_recorder_test, records_are_one_persons_and_of_one_local_time) {
-    const char* const zone = std::getenv("TZ");
-    const std::string before = zone == nullptr ? "" : zone;
+    test::time_zone zone("UTC0");
     const auto changed = run_one("set", "Boot.Mode", "Legacy");
     for (const auto& [name, time] : {std::pair{"UTC0", "Tue Nov 14 22:13:20 2023"},
                                      std::pair{"ABC-2", "Wed Nov 15 00:13:20 2023"}}) {
-        setenv("TZ", name, 1);
+        zone.set(name);
         const auto record = dp_host::change_recorder("cim-0", when)(changed);
         ASSERT_TRUE(record);
         EXPECT_EQ(record->who, "cim-0");
         EXPECT_EQ(record->time, time);
-    }
-    if (zone == nullptr) {
-        unsetenv("TZ");
-    } else {
-        setenv("TZ", before.c_str(), 1);
     }
 }
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "service_api/service_status.hpp"
 #include "host/model/template_element.hpp"
+#include "service_api/service_status.hpp"
 #include "tests/support/sample_template.hpp"
 
 namespace {
@@ -9,8 +9,8 @@ namespace {
 using dp_host::template_element;
 
 template_info order(const std::string& chc) {
-    auto info = test::attribute("A", "B", test::type_enumeration,
-                                "[value='HDD',order='1'],[value='PXE',order='2']");
+    auto info = test::attribute_of_type("A", "B", test::type_enumeration,
+                                        "[value='HDD',order='1'],[value='PXE',order='2']");
     info.chc = chc;
     return info;
 }

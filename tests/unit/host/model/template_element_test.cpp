@@ -85,8 +85,8 @@ TEST(template_element, a_default_outside_its_own_limits_passes) {
 }
 
 TEST(template_element, the_type_without_range_data_takes_any_value) {
-    const auto element =
-        template_element::make(test::attribute("A", "B", template_info::type_no_range, "x"));
+    const auto element = template_element::make(
+        test::attribute_of_type("A", "B", template_info::type_no_range, "x"));
     EXPECT_EQ(element->validate(std::string("\0\xFF anything", 11)), 0);
 }
 

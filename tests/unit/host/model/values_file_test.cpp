@@ -24,7 +24,8 @@ class values_file_test : public testing::Test {
 TEST_F(values_file_test, every_byte_but_the_line_end_survives) {
     std::string problem;
     const auto model = dp_host::template_model::make(
-        {test::attribute("A", "Bytes", template_info::type_no_range, "")}, nullptr, problem);
+        {test::attribute_of_type("A", "Bytes", template_info::type_no_range, "")}, nullptr,
+        problem);
     dp_host::value_store store(*model);
     std::string all;
     for (int c = 0; c < 256; ++c) {

@@ -20,19 +20,19 @@ TEST_F(instance_lock_test, a_second_process_is_told_who_has_it) {
     dp_host::instance_lock lock;
     ASSERT_EQ(lock.take(path), "");
     const std::string expected = "already running as process " + std::to_string(getpid());
-    test::child_process other([&](const test::child_process::parent_line&) {
+    test::child_process other([&](const test::child_process::parent_channel&) {
         return dp_host::instance_lock().take(path) == expected ? 0 : 1;
     });
     EXPECT_EQ(other.wait(), 0);
 }
 
 TEST_F(instance_lock_test, it_ends_with_its_holder) {
-    test::child_process other([&](const test::child_process::parent_line& parent) {
+    test::child_process other([&](const test::child_process::parent_channel& parent) {
         dp_host::instance_lock lock;
-        parent.tell(lock.take(path).empty() ? 'L' : 'N');
-        return parent.hear() == 'E' ? 0 : 1;
+        parent.send(lock.take(path).empty() ? 'L' : 'N');
+        return parent.receive() == 'E' ? 0 : 1;
     });
-    ASSERT_EQ(other.hear(), 'L');
+    ASSERT_EQ(other.receive(), 'L');
     dp_host::instance_lock lock;
     EXPECT_EQ(lock.take(path), "already running as process " + std::to_string(other.pid()));
     kill(other.pid(), SIGKILL);

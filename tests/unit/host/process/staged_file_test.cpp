@@ -126,15 +126,15 @@ TEST_F(staged_file_test, a_full_disk_is_a_problem_and_the_old_content_stays) {
 class reader {
   public:
     explicit reader(const std::string& path)
-        : process_([&path](const test::child_process::parent_line& parent) {
+        : process_([&path](const test::child_process::parent_channel& parent) {
               const readlock lock(path);
-              parent.tell('L');
-              return parent.hear() == 'E' ? 0 : 1;
+              parent.send('L');
+              return parent.receive() == 'E' ? 0 : 1;
           }) {
-        EXPECT_EQ(process_.hear(), 'L');
+        EXPECT_EQ(process_.receive(), 'L');
     }
     void end() {
-        process_.tell('E');
+        process_.send('E');
         EXPECT_EQ(process_.wait(), 0);
     }
 

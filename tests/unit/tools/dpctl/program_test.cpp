@@ -12,7 +12,7 @@
 #include <thread>
 
 #include "service_api/service_status.hpp"
-#include "tests/support/program.hpp"
+#include "tests/support/dpctl.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/unit/tools/dpctl/scratch_server.hpp"
 
@@ -22,15 +22,12 @@ namespace {
 
 using nlohmann::json;
 using test::batch_command;
+using test::dpctl;
 using test::program_result;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
-
-program_result dpctl(const std::vector<std::string>& arguments) {
-    return test::run_program("dpctl", arguments);
-}
 
 json dpctl_json(std::vector<std::string> arguments, int exit_code = 0) {
     arguments.emplace_back("--json");

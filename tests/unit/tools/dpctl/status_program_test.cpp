@@ -5,9 +5,9 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "service_api/change_record.hpp"
 #include "logs/process_log.hpp"
-#include "tests/support/program.hpp"
+#include "service_api/change_record.hpp"
+#include "tests/support/dpctl.hpp"
 #include "tests/support/scratch_files.hpp"
 
 // dpctl status and dpctl history as processes, on files as the settings service writes them.
@@ -15,13 +15,9 @@
 namespace {
 
 using nlohmann::json;
-using test::program_result;
+using test::dpctl;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-program_result dpctl(const std::vector<std::string>& arguments) {
-    return test::run_program("dpctl", arguments);
-}
 
 json dpctl_json(std::vector<std::string> arguments) {
     arguments.emplace_back("--json");

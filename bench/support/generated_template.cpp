@@ -1,4 +1,4 @@
-#include "bench/support/sample_template.hpp"
+#include "bench/support/generated_template.hpp"
 
 #include <array>
 #include <random>
@@ -6,19 +6,19 @@
 
 namespace bench {
 
-const std::vector<std::string>& sample_collections() {
+const std::vector<std::string>& generated_collections() {
     static const std::vector<std::string> names{"BootOptions",       "Processor", "Memory",
                                                 "DevicesAndIOPorts", "Power",     "OperatingModes"};
     return names;
 }
 
-std::vector<template_info> sample_template(std::size_t count) {
+std::vector<template_info> generated_template(std::size_t count) {
     std::mt19937 random(1);
     std::vector<template_info> infos(count);
     for (std::size_t i = 0; i < count; ++i) {
         template_info& info = infos[i];
         const std::string number = std::to_string(i);
-        info.cfg = sample_collections()[random() % sample_collections().size()];
+        info.cfg = generated_collections()[random() % generated_collections().size()];
         info.id = "AttributeOfTheServer" + number;
         info.cfgname = "System " + info.cfg;
         info.cfgsetn = info.id;

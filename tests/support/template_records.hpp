@@ -1,5 +1,5 @@
-#ifndef DP_TESTS_SUPPORT_TEMPLATE_TEXT_HPP
-#define DP_TESTS_SUPPORT_TEMPLATE_TEXT_HPP
+#ifndef DP_TESTS_SUPPORT_TEMPLATE_RECORDS_HPP
+#define DP_TESTS_SUPPORT_TEMPLATE_RECORDS_HPP
 
 #include <initializer_list>
 #include <string>
@@ -16,17 +16,17 @@ inline std::string item(std::string_view key, std::string_view value) {
     return text;
 }
 
-/// A template record out of its items.
+/// A template record of the items.
 inline std::string record(std::initializer_list<std::string> items) {
     std::string text;
-    for (const auto& one : items) {
-        text += one;
+    for (const auto& next : items) {
+        text += next;
     }
     text += "\xA7\n";
     return text;
 }
 
-/// The record of an attribute.
+/// The template record of an attribute.
 inline std::string attribute(std::string_view cfg, std::string_view id, std::string_view dft = "",
                              std::string_view dfa = "") {
     return record({item("id", id), item("cfg", cfg), item("dft", dft), item("dfa", dfa)});

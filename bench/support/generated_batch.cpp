@@ -1,4 +1,4 @@
-#include "bench/support/sample_batch.hpp"
+#include "bench/support/generated_batch.hpp"
 
 #include <algorithm>
 #include <array>
@@ -11,7 +11,7 @@
 
 namespace bench {
 
-std::vector<dp::batch_file_entry> sample_batch(std::size_t count) {
+std::vector<dp::batch_file_entry> generated_batch(std::size_t count) {
     static constexpr std::array<const char*, 6> collections{
         "BootOptions", "Processor", "Memory", "DevicesAndIOPorts", "Power", "OperatingModes"};
     static constexpr std::array<const char*, 6> settings{

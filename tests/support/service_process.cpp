@@ -1,18 +1,19 @@
-#include "tests/system/scratch_server.hpp"
+#include "tests/support/service_process.hpp"
 
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 #include <stdexcept>
 
 #include "platform/posix/efi_compressor.hpp"
+#include "tests/support/eventually.hpp"
+#include "tests/support/process.hpp"
 #include "tests/support/program.hpp"
 #include "tests/support/sample_template.hpp"
 #include "tests/support/scratch_files.hpp"
@@ -33,67 +34,68 @@ bool exists(const std::string& path) {
 }
 
 std::string log_file() {
-    return scratch_server::path("/service.log");
+    return service_process::path("/service.log");
 }
 
 }  // namespace
 
-scratch_server::scratch_server() {
+service_process::service_process() {
     clean_root();
-    // The tools run below this process too, and all of them use the paths of the scratch folder.
+    // The library in this process runs the tools too.
     for (const char* tool : {"dpspy", "sysvpd"}) {
         std::filesystem::create_symlink(program_path(tool), path(std::string("/bin/") + tool));
     }
     install(sample_template(), "B1");
 }
 
-scratch_server::~scratch_server() {
+service_process::~service_process() {
     if (is_running()) {
         stop(SIGKILL);
     }
 }
 
-std::string scratch_server::path(const std::string& below_root) {
+std::string service_process::path(const std::string& below_root) {
     return root() + below_root;
 }
 
-void scratch_server::install(const std::vector<template_info>& infos, const std::string& build_id) {
+void service_process::install(const std::vector<template_info>& infos,
+                              const std::string& build_id) {
     write_file(path("/var/dp/uefi_template.efi"), compressed(infos));
     write_file(path("/var/dp/vpd.txt"), "SERIAL=1\nUEFIID=" + build_id + "\n");
 }
 
-void scratch_server::place_update(const std::vector<template_info>& infos,
-                                  const std::string& build_id) {
+void service_process::place_update(const std::vector<template_info>& infos,
+                                   const std::string& build_id) {
     std::filesystem::create_directories(path("/var/dp/update"));
     write_file(path("/var/dp/update/uefi_template.efi"), compressed(infos));
     write_file(path("/var/dp/update/build_id"), build_id + "\n");
 }
 
-bool scratch_server::start() {
+bool service_process::start() {
     launch();
     return wait_until_ready();
 }
 
-void scratch_server::launch() {
+void service_process::launch() {
     launch(true);
 }
 
-void scratch_server::launch_without_streams() {
+void service_process::launch_without_streams() {
     launch(false);
 }
 
-void scratch_server::launch(bool with_streams) {
-    int ends[2] = {-1, -1};
-    if (is_running() || pipe2(ends, O_CLOEXEC) != 0) {
-        throw std::logic_error("a service runs already, or there are no pipes");
+void service_process::launch(bool with_streams) {
+    if (is_running()) {
+        throw std::logic_error("the service is already running");
     }
+    const pipe_ends ready = make_pipe();
     const std::string program = program_path("dp_settingsd");
     const std::string log_name = log_file();
     pid_ = fork();
     if (pid_ == 0) {
         const int log = open(log_name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
         dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
-        dup2(ends[1], STDOUT_FILENO);
+        dup2(ready.write_end, STDOUT_FILENO);
         dup2(log, STDERR_FILENO);
         for (int stream = STDIN_FILENO; !with_streams && stream <= STDERR_FILENO; ++stream) {
             close(stream);
@@ -101,11 +103,11 @@ void scratch_server::launch(bool with_streams) {
         execl(program.c_str(), "dp_settingsd", nullptr);
         _exit(127);
     }
-    close(ends[1]);
-    out_ = ends[0];
+    close(ready.write_end);
+    out_ = ready.read_end;
 }
 
-bool scratch_server::wait_until_ready() {
+bool service_process::wait_until_ready() {
     const auto deadline = std::chrono::steady_clock::now() + patience;
     std::string text;
     while (text.find("dp_settingsd: ready\n") == std::string::npos) {
@@ -125,11 +127,11 @@ bool scratch_server::wait_until_ready() {
     return true;
 }
 
-void scratch_server::send(int signal) const {
+void service_process::send(int signal) const {
     kill(pid_, signal);
 }
 
-int scratch_server::wait() {
+int service_process::wait() {
     int status = 0;
     const bool ended = eventually([&] { return waitpid(pid_, &status, WNOHANG) == pid_; });
     if (!ended) {
@@ -139,36 +141,33 @@ int scratch_server::wait() {
     pid_ = 0;
     close(out_);
     out_ = -1;
-    if (!ended) {
-        return -1;
-    }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return ended ? exit_code_of(status) : -1;
 }
 
-int scratch_server::stop(int signal) {
+int service_process::stop(int signal) {
     send(signal);
     return wait();
 }
 
-std::string scratch_server::log() {
+std::string service_process::log() {
     return read_file(log_file());
 }
 
-void scratch_server::write_batch(const std::string& text) {
+void service_process::write_batch(const std::string& text) {
     std::remove(result().c_str());
     write_file(batch(), text);
 }
 
-std::string scratch_server::wait_for_result() {
+std::string service_process::wait_for_result() {
     return eventually([] { return exists(result()); }) ? read_file(result()) : "(no result)";
 }
 
-std::string scratch_server::run_batch(const std::string& text) {
+std::string service_process::run_batch(const std::string& text) {
     write_batch(text);
     return wait_for_result();
 }
 
-std::string scratch_server::request(const std::string& text) {
+std::string service_process::request(const std::string& text) {
     const std::string answer = path("/tmp/dp/server.out");
     std::remove(answer.c_str());
     write_file(path("/tmp/dp/server"), text);

@@ -1,5 +1,5 @@
-#ifndef DP_BENCH_SUPPORT_SAMPLE_BATCH_HPP
-#define DP_BENCH_SUPPORT_SAMPLE_BATCH_HPP
+#ifndef DP_BENCH_SUPPORT_GENERATED_BATCH_HPP
+#define DP_BENCH_SUPPORT_GENERATED_BATCH_HPP
 
 #include <cstddef>
 #include <string>
@@ -11,7 +11,7 @@
 namespace bench {
 
 /// Set commands as clients write them, with about 70 bytes a line. The same for the same `count`.
-std::vector<dp::batch_file_entry> sample_batch(std::size_t count);
+std::vector<dp::batch_file_entry> generated_batch(std::size_t count);
 
 /// The commands of a batch text, as its plain reader gives them.
 std::vector<dp::batch_file_entry> read_plainly(const std::string& text);
