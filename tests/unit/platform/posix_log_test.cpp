@@ -11,6 +11,7 @@
 #include <regex>
 #include <sstream>
 
+#include "platform/sysipc/application_log.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/unit/platform/support.hpp"
 
