@@ -37,6 +37,14 @@ extern "C" {
 
 #define DP_C_API __attribute__((visibility("default")))
 
+/* Values of dp_attribute.type. Any value not listed here is an enumeration too. */
+enum {
+    DP_TYPE_ENUMERATION = 1, /* uses num and chc */
+    DP_TYPE_NUMERIC = 3,     /* uses min, max and stp */
+    DP_TYPE_STRING = 4,      /* uses minc, maxc and reg */
+    DP_TYPE_NO_RANGE = 5     /* uses none of these */
+};
+
 /* One BIOS attribute. Texts are NUL-terminated and never null. */
 typedef struct dp_attribute {
     const char* id; /* attribute name */
@@ -51,7 +59,7 @@ typedef struct dp_attribute {
     const char* mri;
     const char* dsc; /* description */
     const char* fds;
-    int32_t type; /* 3 numeric, 4 string, 5 no range data, any other value enumeration */
+    int32_t type; /* DP_TYPE_ENUMERATION, ... */
     uint32_t flg; /* flags; bit 20: the attribute carries rec */
     uint32_t mni;
     uint32_t mxi;

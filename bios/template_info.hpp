@@ -21,10 +21,10 @@ class DP_API template_info {
     /// Bit of `flg`: the attribute carries `rec`.
     static constexpr std::uint32_t rec_flag = 0x100000;
 
-    /// Values of `type`; any other is an enumeration (`num`, `chc`).
-    static constexpr std::int32_t type_numeric = 3;   ///< `min`, `max`, `stp`
-    static constexpr std::int32_t type_string = 4;    ///< `minc`, `maxc`, `reg`
-    static constexpr std::int32_t type_no_range = 5;  ///< none
+    /// Values of `type`, with the fields that they use; any other is an enumeration (`num`, `chc`).
+    static constexpr std::int32_t type_numeric = DP_TYPE_NUMERIC;    ///< `min`, `max`, `stp`
+    static constexpr std::int32_t type_string = DP_TYPE_STRING;      ///< `minc`, `maxc`, `reg`
+    static constexpr std::int32_t type_no_range = DP_TYPE_NO_RANGE;  ///< none
 
     /// Fills the fields from one record without its end byte. Unknown keys are skipped, the later
     /// of two equal keys wins, text in a number field gives 0.

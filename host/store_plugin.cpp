@@ -4,9 +4,10 @@
 #include <utility>
 
 #include "host/exchange/command_marks.hpp"
+#include "platform/dp/alerts.hpp"
+#include "platform/sysipc/system_message_queue.hpp"
 #include "service_api/alert_sources.hpp"
 #include "service_api/service_status.hpp"
-#include "platform/sysipc/system_message_queue.hpp"
 #include "settings/configuration.hpp"
 #include "settings/registrar.hpp"
 #include "settings/setting_element.hpp"
@@ -16,7 +17,6 @@ namespace dp_host {
 namespace {
 
 // The queue of the plug-ins' alerts.
-constexpr unsigned char alert_queue = 8;
 
 unsigned char in_a_byte(std::size_t number) {
     return static_cast<unsigned char>(std::min<std::size_t>(number, 255));
@@ -120,7 +120,7 @@ void store_plugin::make_last(const dp::setting_transaction& trans,
 
 void store_plugin::alert(dp::command::alerts what, unsigned char value) const {
     // That nobody listens is no failure, which `send_alert` would log.
-    if (sysipc::system_message_queue(alert_queue, 0).is_open()) {
+    if (sysipc::system_message_queue(dp::command::alert_queue, 0).is_open()) {
         send_alert(what, value);
     }
 }

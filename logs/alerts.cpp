@@ -18,17 +18,6 @@ namespace {
 
 constexpr std::size_t message_buffer_size = 8096;
 
-constexpr unsigned char firmware_manager_queue = 3;
-constexpr unsigned char plugin_queue = 8;
-
-// What the payload holds in front of the parameters: the kind, and in a formatter's messages the
-// alert too.
-constexpr std::size_t kind_size = 2;
-constexpr std::size_t kind_and_alert_size = 4;
-
-constexpr int detailed_kind = 11;
-constexpr int plain_kind = 16;
-
 bool send(unsigned char queue_number, const sysipc::message& content) {
     const sysipc::system_message_queue queue(queue_number, 0);
     return sysipc::system_message_queue_client::send(queue, content);
@@ -40,8 +29,9 @@ void plugin::send_alert(command::alerts alert, unsigned char value) const {
     sysipc::message content(message_buffer_size);
     message_formatter formatter(content);
     formatter.send_alert_plugins(alert, source, value);
-    content.set_payload_length(formatter.parameter_byte_count() + kind_and_alert_size);
-    if (!send(plugin_queue, content)) {
+    content.set_payload_length(formatter.parameter_byte_count() +
+                               message_formatter::payload_offset);
+    if (!send(command::alert_queue, content)) {
         log_error_line("FAILED to send alert ", formatter);
     }
 }
@@ -50,26 +40,27 @@ void send_fm_alert(fm::command::alerts alert, unsigned char value) {
     sysipc::message content(message_buffer_size);
     fm::message_formatter formatter(content);
     formatter.send_alert(0, alert, value, 0, 0);
-    content.set_payload_length(formatter.parameter_byte_count() + kind_and_alert_size);
-    send(firmware_manager_queue, content);
+    content.set_payload_length(formatter.parameter_byte_count() +
+                               fm::message_formatter::payload_offset);
+    send(fm::command::alert_queue, content);
 }
 
 int send_application_alert(unsigned char source, unsigned char queue, unsigned char detail,
                            int kind, int value) {
-    if (kind != detailed_kind && kind != plain_kind) {
+    if (kind != application_alert::detailed_kind && kind != application_alert::plain_kind) {
         return 1;
     }
     sysipc::message content(message_buffer_size);
     content.set_source(source);
     content.set_queue(queue);
     content.set_kind(static_cast<std::uint16_t>(kind));
-    sysipc::parameter_list parameters(content, kind_size);
-    if (kind == detailed_kind) {
+    sysipc::parameter_list parameters(content, sysipc::message::kind_size);
+    if (kind == application_alert::detailed_kind) {
         parameters.add_byte_array(&detail, 1);
     }
     const auto low_byte = static_cast<unsigned char>(static_cast<unsigned>(value) & 0xFFU);
     parameters.add_byte_array(&low_byte, 1);
-    content.set_payload_length(parameters.byte_count() + kind_size);
+    content.set_payload_length(parameters.byte_count() + sysipc::message::kind_size);
     return send(queue, content) ? 0 : 1;
 }
 

@@ -10,6 +10,12 @@
 
 namespace dp {
 
+/// Kinds of `send_application_alert`'s messages, with their parameters, a byte each.
+namespace application_alert {
+inline constexpr int detailed_kind = 11;  ///< detail, value
+inline constexpr int plain_kind = 16;     ///< value
+}  // namespace application_alert
+
 /// Alerts the firmware manager, on queue 3. An alert that can't be sent is lost in silence.
 DP_API void send_fm_alert(fm::command::alerts alert, unsigned char value);
 

@@ -16,8 +16,6 @@
 namespace dp {
 namespace {
 
-// Replace the file's content; the value that the data store expects for it.
-constexpr int store_mode = 0x1104;
 constexpr int store_tries = 2;
 
 constexpr std::int32_t greatest_size = std::numeric_limits<std::int32_t>::max();
@@ -111,7 +109,7 @@ int client_log::write_dsfile() {
     ds_file store;
     int result = 0;
     for (int i = 0; i < store_tries && result <= 0; ++i) {
-        result = store.dsOpenFile(file_name_, store_mode, text.size());
+        result = store.dsOpenFile(file_name_, ds_file::mode_replace, text.size());
     }
     if (result > 0) {
         result = store.dsWriteFile(text.data(), text.size());

@@ -43,7 +43,7 @@ std::vector<template_info> generated_template(std::size_t count) {
                 info.dft = "Name" + number;
                 break;
             default:
-                info.type = 1;
+                info.type = DP_TYPE_ENUMERATION;
                 info.num = 3;
                 info.chc = "Enabled,Disabled,Automatic";
                 info.dft = "Enabled";

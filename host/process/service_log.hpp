@@ -1,17 +1,12 @@
 #ifndef DP_HOST_PROCESS_SERVICE_LOG_HPP
 #define DP_HOST_PROCESS_SERVICE_LOG_HPP
 
-#include <cstdint>
 #include <sstream>
 #include <string>
 
 #include "platform/sysipc/application_log.hpp"
 
 namespace dp_host {
-
-/// Bits of the application log's level mask.
-inline constexpr std::uint32_t ordinary_lines = 0x80000000;
-inline constexpr std::uint32_t error_lines = 0x10000000;
 
 /// `parts` in order as one text.
 template <class... Parts>
@@ -25,7 +20,7 @@ std::string text_of(const Parts&... parts) {
 template <class... Parts>
 void log_line(const Parts&... parts) {
     auto* const streams = sysipc::application_log::app_streams;
-    if (streams != nullptr && (streams->mask() & ordinary_lines) != 0) {
+    if (streams != nullptr && (streams->mask() & sysipc::event_log::log_level::log) != 0) {
         streams->append("LOG", text_of(' ', parts...));
     }
 }
@@ -34,7 +29,7 @@ void log_line(const Parts&... parts) {
 template <class... Parts>
 void log_error(const Parts&... parts) {
     auto* const streams = sysipc::application_log::app_streams;
-    if (streams != nullptr && (streams->mask() & error_lines) != 0) {
+    if (streams != nullptr && (streams->mask() & sysipc::event_log::log_level::error) != 0) {
         streams->append("ERR", text_of(" ***ERROR*** ", parts...));
     }
 }

@@ -5,12 +5,15 @@
 
 namespace dp::command {
 
-/// What a plug-in of the settings service alerts the other components to, on queue 8. The numbers
-/// are the receivers'; a board may add its own.
+/// The number of the message queue on which plug-ins alert the other components.
+inline constexpr unsigned char alert_queue = 8;
+
+/// What a plug-in of the settings service reports to the other components. The numbers are the
+/// receivers'; a board may add its own.
 enum class alerts : std::uint16_t {
     settings_changed = 1,  ///< value: how many, at most 255
-    persist_failed = 2,    ///< settings could not be kept; value: error number, at most 255
-    bios_updated = 3,      ///< another template is in place
+    persist_failed = 2,    ///< settings could not be saved; value: error number, at most 255
+    bios_updated = 3,      ///< another template is installed
     server_restarted = 4,  ///< pending values became current
 };
 

@@ -5,10 +5,13 @@
 
 namespace fm::command {
 
-/// What the settings service alerts the firmware manager to, on queue 3. The numbers are the
-/// receiver's; a board may add its own.
+/// The number of the firmware manager's message queue.
+inline constexpr unsigned char alert_queue = 3;
+
+/// What the settings service reports to the firmware manager. The numbers are the receiver's; a
+/// board may add its own.
 enum class alerts : std::uint16_t {
-    bios_updated = 1,      ///< another template is in place
+    bios_updated = 1,      ///< another template is installed
     server_restarted = 2,  ///< pending values became current
 };
 

@@ -500,7 +500,7 @@ void report(outcome result) {
             break;
     }
     auto* log = application_log::app_streams;
-    if (log == nullptr || (log->mask() & 0x10000000U) == 0) {
+    if (log == nullptr || (log->mask() & event_log::log_level::error) == 0) {
         return;
     }
     try {

@@ -20,8 +20,7 @@
 namespace dp_platform {
 namespace {
 
-constexpr std::uint32_t error_bit = 0x10000000;
-constexpr std::uint32_t log_bit = 0x80000000;
+namespace log_level = sysipc::event_log::log_level;
 
 enum class sink_kind : std::int32_t { none = 0, standard_error = 1, file = 2, system_log = 3 };
 
@@ -121,10 +120,10 @@ class posix_streams final : public sysipc::event_log::streams {
     [[nodiscard]] std::int32_t file() const override { return static_cast<std::int32_t>(kind_); }
 
     [[nodiscard]] std::uint32_t level() const override {
-        if ((mask_ & ~(error_bit | log_bit)) != 0) {
+        if ((mask_ & ~(log_level::error | log_level::log)) != 0) {
             return LOG_DEBUG;
         }
-        if ((mask_ & log_bit) != 0) {
+        if ((mask_ & log_level::log) != 0) {
             return LOG_INFO;
         }
         return mask_ != 0 ? LOG_ERR : LOG_DEBUG + 1;

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "common/export.hpp"
+#include "platform/sysipc/event_log.hpp"
 
 /// The diagnostic log of a process on Linux.
 ///
@@ -32,7 +33,7 @@ namespace dp_platform {
 /// What holds where the environment says nothing.
 struct log_defaults {
     std::string sink = "none";
-    std::uint32_t mask = 0x90000000;
+    std::uint32_t mask = sysipc::event_log::log_level::error | sysipc::event_log::log_level::log;
     std::string tag;  ///< empty: the program's file name
 };
 

@@ -6,13 +6,12 @@
 #include <utility>
 #include <vector>
 
+#include "bios/dp_api.h"
 #include "bios/template_info.hpp"
 #include "service_api/template_flags.hpp"
 
 /// Templates for tests, made of attributes of each kind.
 namespace test {
-
-inline constexpr std::int32_t type_enumeration = 1;
 
 inline template_info attribute_of_type(std::string cfg, std::string id, std::int32_t type,
                                        std::string dft) {
@@ -25,7 +24,8 @@ inline template_info attribute_of_type(std::string cfg, std::string id, std::int
 }
 
 inline template_info choice(std::string cfg, std::string id, std::string dft, std::string chc) {
-    auto info = attribute_of_type(std::move(cfg), std::move(id), type_enumeration, std::move(dft));
+    auto info =
+        attribute_of_type(std::move(cfg), std::move(id), DP_TYPE_ENUMERATION, std::move(dft));
     info.chc = std::move(chc);
     return info;
 }
@@ -74,7 +74,7 @@ inline std::vector<template_info> sample_template() {
         number("Boot", "Delay", "5", 0, 60, 5),
         text("Boot", "Label", "disk", 0, 20, ""),
         with_flags(choice("Boot", "Vendor", "acme", "acme,other"), template_flags::read_only),
-        attribute_of_type("Boot", "Order", type_enumeration,
+        attribute_of_type("Boot", "Order", DP_TYPE_ENUMERATION,
                           "[value='HDD',order='1'],[value='PXE',order='2']"),
         with_instances(number("Ports", "Speed", "10", 1, 1000, 1), 1, 4),
         with_flags(in_record(with_instances(text("Ports", "User", "", 0, 16, ""), 1, 8), "users"),

@@ -18,6 +18,8 @@
 
 #include "batch/batch_file_settings_rdr.hpp"
 #include "common/file_locks.hpp"
+#include "platform/dp/alerts.hpp"
+#include "platform/fm/alerts.hpp"
 #include "platform/posix/efi_compressor.hpp"
 #include "service_api/change_record.hpp"
 #include "service_api/service_status.hpp"
@@ -830,8 +832,8 @@ TEST_F(settingsd_alerts, that_nobody_hears_hold_nothing_up_and_are_not_logged) {
     // A listener that ends without taking its queue away.
     const pid_t child = fork();
     if (child == 0) {
-        const dp_platform::message_listener queue(8);
-        const dp_platform::message_listener fm_queue(3);
+        const dp_platform::message_listener queue(dp::command::alert_queue);
+        const dp_platform::message_listener fm_queue(fm::command::alert_queue);
         _exit(queue.is_open() && fm_queue.is_open() ? 0 : 1);
     }
     int status = -1;

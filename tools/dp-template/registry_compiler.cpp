@@ -13,6 +13,7 @@
 
 #include "batch/batch_file_entry.hpp"
 #include "batch/batch_list_info.hpp"
+#include "bios/dp_api.h"
 #include "common/quoting.hpp"
 #include "service_api/choice_list.hpp"
 #include "service_api/template_flags.hpp"
@@ -23,7 +24,6 @@
 namespace dp_tools {
 namespace {
 
-constexpr std::int32_t type_enumeration = 1;
 constexpr std::uint32_t greatest_number = std::numeric_limits<std::uint32_t>::max();
 
 using severity = finding::severity;
@@ -408,7 +408,7 @@ class attribute_compiler {
     }
 
     void set_choices(const std::vector<std::string>& list) {
-        result_.info.type = type_enumeration;
+        result_.info.type = DP_TYPE_ENUMERATION;
         result_.info.num = static_cast<std::uint32_t>(list.size());
         result_.info.chc = choice_list::join(list);
     }

@@ -50,7 +50,7 @@ TEST_F(host_registrar_test, plugins_are_told_of_configurations_and_of_their_end)
 }
 
 TEST_F(host_registrar_test, a_plugin_that_never_answers_does_not_hold_the_queue_up) {
-    test::recording_log log(0x10000000);
+    test::recording_log log(sysipc::event_log::log_level::error);
     noting_plugin silent(true);
     registrar.add_plugin(&silent);
     EXPECT_EQ(run_one("set", "Boot.Mode", "Legacy").status, 0);

@@ -256,7 +256,7 @@ TEST_F(settings_service_test, a_start_drops_a_note_whose_values_are_not_in_place
     EXPECT_EQ(dp_host::settings_service().start(), "");
     EXPECT_FALSE(fileexist(note));
     test::write_file(note, std::string(3'000'000, 'x'));
-    test::recording_log log(0x10000000);
+    test::recording_log log(sysipc::event_log::log_level::error);
     EXPECT_EQ(dp_host::settings_service().start(), "");
     EXPECT_FALSE(fileexist(note));
     EXPECT_EQ(log.lines.size(), 1U);

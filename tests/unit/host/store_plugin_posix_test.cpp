@@ -1,6 +1,7 @@
 #include <memory>
 
 #include "host/exchange/command_marks.hpp"
+#include "platform/dp/alerts.hpp"
 #include "tests/support/alert_listener.hpp"
 #include "tests/support/child_process.hpp"
 #include "tests/support/own_queues.hpp"
@@ -44,10 +45,10 @@ TEST_F(store_plugin_alerts, what_cannot_be_kept_alerts_with_the_errors_number) {
 }
 
 TEST_F(store_plugin_alerts, that_nobody_listens_is_not_logged) {
-    test::recording_log log(0x10000000);
+    test::recording_log log(sysipc::event_log::log_level::error);
     run_one("set", "Boot.Mode", "Legacy");
     test::child_process listener([](const test::child_process::parent_channel& parent) -> int {
-        const dp_platform::message_listener queue(8);
+        const dp_platform::message_listener queue(dp::command::alert_queue);
         parent.send(queue.is_open() ? 'y' : 'n');
         // Ends without taking the queue away.
         _exit(parent.receive() == '.' ? 0 : 1);
@@ -64,7 +65,7 @@ TEST_F(store_plugin_alerts, that_nobody_listens_is_not_logged) {
 
 TEST_F(store_plugin_alerts, a_full_queue_is_logged_and_holds_nothing_up) {
     test::plugin_alerts alerts;
-    test::recording_log log(0x10000000);
+    test::recording_log log(sysipc::event_log::log_level::error);
     for (int i = 1; i <= 13; ++i) {
         EXPECT_EQ(run_one("set", "Ports.Speed.1", std::to_string(i)).status, 0);
     }

@@ -10,12 +10,14 @@
 #include <string>
 #include <vector>
 
-#include "tools/dpctl/output/alert_text.hpp"
-#include "tools/dpctl/commands/command_options.hpp"
-#include "tools/dpctl/changes/interruption.hpp"
-#include "tools/dpctl/output/local_time.hpp"
+#include "platform/dp/alerts.hpp"
+#include "platform/fm/alerts.hpp"
 #include "platform/posix/message_listener.hpp"
 #include "platform/sysipc/message.hpp"
+#include "tools/dpctl/changes/interruption.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
+#include "tools/dpctl/output/alert_text.hpp"
+#include "tools/dpctl/output/local_time.hpp"
 
 namespace dpctl {
 namespace {
@@ -23,16 +25,12 @@ namespace {
 using dp_platform::message_listener;
 using std::chrono::steady_clock;
 
-// The queues on which the settings service alerts: to the firmware manager, and from plug-ins.
-constexpr unsigned firmware_manager_queue = 3;
-constexpr unsigned plugin_queue = 8;
-
 constexpr unsigned greatest_queue = 255;
 constexpr unsigned longest_wait = 24 * 60 * 60;
 constexpr std::size_t message_size = 8192;
 
 struct alert_options {
-    std::vector<unsigned> queues{firmware_manager_queue, plugin_queue};
+    std::vector<unsigned> queues{fm::command::alert_queue, dp::command::alert_queue};
     unsigned count = 0;    // 0: any number
     unsigned seconds = 0;  // 0: without end
 };

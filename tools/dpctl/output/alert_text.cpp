@@ -5,15 +5,13 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "logs/alerts.hpp"
 #include "platform/dp/message_formatter.hpp"
 #include "platform/fm/message_formatter.hpp"
 #include "platform/sysipc/message.hpp"
 
 namespace dpctl {
 namespace {
-
-constexpr int detailed_kind = 11;  // detail and value
-constexpr int plain_kind = 16;     // value
 
 // The greatest value that an alert can carry; what is greater is told as this.
 constexpr int greatest_value = 255;
@@ -71,10 +69,10 @@ void read_other(const sysipc::message& content, alert_text& alert) {
     const std::size_t length = content.payload_length();
     const std::size_t count =
         length > sysipc::message::kind_size ? length - sysipc::message::kind_size : 0;
-    if (alert.kind == detailed_kind && count == 2) {
+    if (alert.kind == dp::application_alert::detailed_kind && count == 2) {
         alert.detail = parameters[0];
         alert.value = parameters[1];
-    } else if (alert.kind == plain_kind && count == 1) {
+    } else if (alert.kind == dp::application_alert::plain_kind && count == 1) {
         alert.value = parameters[0];
     } else {
         alert.payload = hexadecimal(parameters, count);

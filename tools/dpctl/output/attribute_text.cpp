@@ -10,11 +10,6 @@
 namespace dpctl {
 namespace {
 
-// The codes that `dp_attribute::type` has; any other is an enumeration.
-constexpr std::int32_t type_numeric = 3;
-constexpr std::int32_t type_string = 4;
-constexpr std::int32_t type_no_range = 5;
-
 constexpr std::size_t most_choices_named = 20;
 
 std::string allowed_choices(const dp_attribute& attribute) {
@@ -48,15 +43,15 @@ std::string allowed_strings(const dp_attribute& attribute) {
 }  // namespace
 
 bool is_numeric(const dp_attribute& attribute) {
-    return attribute.type == type_numeric;
+    return attribute.type == DP_TYPE_NUMERIC;
 }
 
 bool is_string(const dp_attribute& attribute) {
-    return attribute.type == type_string;
+    return attribute.type == DP_TYPE_STRING;
 }
 
 bool is_enumeration(const dp_attribute& attribute) {
-    return !is_numeric(attribute) && !is_string(attribute) && attribute.type != type_no_range;
+    return !is_numeric(attribute) && !is_string(attribute) && attribute.type != DP_TYPE_NO_RANGE;
 }
 
 bool is_read_only(const dp_attribute& attribute) {

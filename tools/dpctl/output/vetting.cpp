@@ -12,7 +12,7 @@ namespace {
 
 using dp::security_wrap;
 
-constexpr std::uint32_t error_bit = 0x10000000;  // of the log's level mask
+namespace log_level = sysipc::event_log::log_level;
 
 // Stands in for the process's log while it lives: keeps the last error and hands all on.
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): never destroyed through its base.
@@ -27,12 +27,12 @@ class caught_errors final : public sysipc::event_log::streams {
         if (level == "ERR") {
             last_ = text;
         }
-        if (behind_ != nullptr && (level != "ERR" || (behind_->mask() & error_bit) != 0)) {
+        if (behind_ != nullptr && (level != "ERR" || (behind_->mask() & log_level::error) != 0)) {
             behind_->append(level, text);
         }
     }
     [[nodiscard]] std::uint32_t mask() const override {
-        return error_bit | (behind_ != nullptr ? behind_->mask() : 0);
+        return log_level::error | (behind_ != nullptr ? behind_->mask() : 0);
     }
     [[nodiscard]] std::int32_t file() const override {
         return behind_ != nullptr ? behind_->file() : 0;

@@ -44,7 +44,7 @@ TEST_F(batch_exchange_test, an_old_batch_that_waited_for_the_service_is_run) {
 }
 
 TEST_F(batch_exchange_test, a_result_that_cannot_be_written_does_not_stop_the_next) {
-    test::recording_log log(0x10000000);
+    test::recording_log log(sysipc::event_log::log_level::error);
     std::filesystem::create_directories(result + "/full");
     test::write_file(batch, command_line);
     EXPECT_EQ(exchange.look(true), exchange_look::taken);

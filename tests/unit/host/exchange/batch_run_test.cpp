@@ -111,7 +111,7 @@ TEST_F(batch_run_test, a_file_that_is_too_long_fails_every_command_and_runs_none
     test::write_file(path, "0 1 t set Boot.Mode \"Legacy\" \"\"\n# no command\n0 2 t");
     // The rest of the file is a hole: one line of zero bytes, longer than any line may be.
     ASSERT_EQ(truncate(path.c_str(), static_cast<off_t>(dp_host::largest_batch + 1)), 0);
-    test::recording_log log(0x10000000);
+    test::recording_log log(sysipc::event_log::log_level::error);
     const std::string text = test::answer_to(path, registrar);
     EXPECT_EQ(text.substr(0, text.find('\n')), "255 1 t set Boot.Mode \"\" \"\" ");
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 2);

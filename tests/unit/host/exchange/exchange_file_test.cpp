@@ -67,7 +67,7 @@ TEST_F(exchange_file_test, a_file_that_is_open_for_reading_is_taken) {
 }
 
 TEST_F(exchange_file_test, what_is_no_file_of_ours_is_removed_with_a_line_in_the_log) {
-    test::recording_log log(0x10000000);
+    test::recording_log log(sysipc::event_log::log_level::error);
     test::write_file(path + ".real", "precious");
     ASSERT_EQ(symlink((path + ".real").c_str(), path.c_str()), 0);
     EXPECT_EQ(look(true), exchange_look::nothing);

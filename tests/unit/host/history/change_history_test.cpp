@@ -202,7 +202,7 @@ TEST_F(change_history_test, what_is_no_file_of_ours_stays_untouched_and_is_told)
     const std::string precious = test::root() + "/precious";
     test::write_file(precious, "precious\n");
     std::filesystem::create_symlink(precious, path);
-    test::recording_log log(0x10000000);
+    test::recording_log log(sysipc::event_log::log_level::error);
     append(dp_host::change_history(path), {command("set", "Boot.Mode", "Legacy")});
     EXPECT_EQ(test::read_file(precious), "precious\n");
     ASSERT_EQ(log.lines.size(), 1U);
@@ -229,7 +229,7 @@ TEST_F(change_history_test, on_a_full_disk_the_file_keeps_its_whole_lines) {
     for (int i = 1; i <= 10; ++i) {
         commands.push_back(command("set", "Ports.Speed.1", std::to_string(i)));
     }
-    test::recording_log log(0x10000000);
+    test::recording_log log(sysipc::event_log::log_level::error);
     // A limit on file sizes stands for the full disk.
     rlimit usual{};
     ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);

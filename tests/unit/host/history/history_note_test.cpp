@@ -28,7 +28,8 @@ class history_note_test : public testing::Test {
     const std::string staged = values + ".new";
     const std::string lines = "<t> one\n<t> two\n";
     const dp_host::history_note note{path, values, limit};
-    test::recording_log log{0x90000000};
+    test::recording_log log{sysipc::event_log::log_level::log |
+                            sysipc::event_log::log_level::error};
 };
 
 TEST_F(history_note_test, its_lines_are_in_force_when_the_values_took_their_place) {

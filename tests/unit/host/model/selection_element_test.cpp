@@ -9,7 +9,7 @@ namespace {
 using dp_host::template_element;
 
 template_info order(const std::string& chc) {
-    auto info = test::attribute_of_type("A", "B", test::type_enumeration,
+    auto info = test::attribute_of_type("A", "B", DP_TYPE_ENUMERATION,
                                         "[value='HDD',order='1'],[value='PXE',order='2']");
     info.chc = chc;
     return info;

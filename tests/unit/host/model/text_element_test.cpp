@@ -53,7 +53,7 @@ TEST(text_element, the_pattern_decides_after_the_length) {
 }
 
 TEST(text_element, a_pattern_that_is_not_understood_is_logged_and_lets_only_the_default_pass) {
-    test::recording_log log(0x10000000);
+    test::recording_log log(sysipc::event_log::log_level::error);
     const auto element = template_element::make(test::text("A", "B", "x", 0, 0, "([a-z"));
     ASSERT_EQ(log.lines.size(), 1U);
     EXPECT_EQ(log.lines[0].level, "ERR");
@@ -64,7 +64,7 @@ TEST(text_element, a_pattern_that_is_not_understood_is_logged_and_lets_only_the_
 }
 
 TEST(text_element, a_value_that_takes_too_much_work_to_match_is_refused_and_logged) {
-    test::recording_log log(0x10000000);
+    test::recording_log log(sysipc::event_log::log_level::error);
     const auto element = template_element::make(test::text("A", "B", "", 0, 0, "^(a+)+$"));
     EXPECT_EQ(element->validate(std::string(60, 'a') + "b"), service_status::pattern_mismatch);
     ASSERT_EQ(log.lines.size(), 1U);

@@ -14,7 +14,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-constexpr std::uint32_t error_bit = 0x10000000;
+namespace log_level = sysipc::event_log::log_level;
 
 std::vector<std::string> described(const vetting& result) {
     std::vector<std::string> texts;
@@ -117,7 +117,7 @@ TEST(vetting, tells_what_was_looked_at) {
 }
 
 TEST(vetting, hands_the_log_on_and_gives_it_back) {
-    kept_log log(error_bit);
+    kept_log log(log_level::error);
     vet("a | b");
     EXPECT_THAT(log.lines, SizeIs(1));
     EXPECT_EQ(sysipc::application_log::app_streams, &log);
