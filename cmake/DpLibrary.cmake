@@ -1,13 +1,13 @@
 # How libdp_common is put together.
 #
-#   dp_common_objects      every source of the library, compiled once
+#   dp_common_objects      every source of the library, compiled once, except fixed_paths.cpp
 #   dp_common              libdp_common.so: the objects with the board's own paths
-#   dp_common_relocatable  the same library (same SONAME, in lib/relocatable) whose fixed paths move
+#   dp_common_relocatable  the same library (same SONAME, in lib/relocatable) whose fixed paths are
 #                          below $DP_ROOT; demos and system tests choose it with LD_LIBRARY_PATH
-#   dp_common_static       the objects with movable paths, hidden parts reachable, for unit tests
+#   dp_common_static       the objects with relocatable paths and all symbols, for unit tests
 #
-# Public headers are copied to ${PROJECT_BINARY_DIR}/include/dp_common as they will be installed;
-# host/ and tools/ see that folder and nothing else of the library.
+# Public headers are copied to ${PROJECT_BINARY_DIR}/include/dp_common as they will be installed.
+# Everything outside the library sees that folder and nothing else of the library.
 
 set(DP_PUBLIC_INCLUDE_DIR "${PROJECT_BINARY_DIR}/include/dp_common")
 
@@ -39,7 +39,7 @@ function(dp_library_sources)
   endforeach()
 endfunction()
 
-# dp_fast_sources(SOURCE...): those among them that are compiled for speed also where the library is
+# dp_fast_sources(SOURCE...): those of them that are compiled for speed even when the library is
 # compiled for size.
 function(dp_fast_sources)
   if(DP_OPTIMIZE_SIZE)
@@ -48,34 +48,41 @@ function(dp_fast_sources)
   endif()
 endfunction()
 
+# How every source of the library is compiled.
+function(_dp_compile_library_source target)
+  # The ABI records are made from the debug information.
+  if(DP_BUILD_TESTS)
+    target_compile_options(${target} PRIVATE $<$<CONFIG:RelWithDebInfo>:-g>)
+  endif()
+  # After the flags that a packager gives, so that what is measured is what is shipped.
+  if(DP_OPTIMIZE_SIZE)
+    target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-Os>)
+  endif()
+  target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}")
+endfunction()
+
 function(dp_define_library)
   configure_file("${PROJECT_SOURCE_DIR}/dp_common.hpp" "${DP_PUBLIC_INCLUDE_DIR}/dp_common.hpp"
                  COPYONLY)
   install(FILES "${PROJECT_SOURCE_DIR}/dp_common.hpp"
           DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/dp_common" COMPONENT development)
   add_library(dp_common_objects OBJECT)
-  # The ABI records are made from it.
-  if(DP_BUILD_TESTS)
-    target_compile_options(dp_common_objects PRIVATE $<$<CONFIG:RelWithDebInfo>:-g>)
-  endif()
-  # Behind the flags that a packager gives, so that what is measured is what is shipped.
-  if(DP_OPTIMIZE_SIZE)
-    target_compile_options(dp_common_objects PRIVATE $<$<NOT:$<CONFIG:Debug>>:-Os>)
-  endif()
-  target_include_directories(dp_common_objects PRIVATE "${PROJECT_SOURCE_DIR}")
+  _dp_compile_library_source(dp_common_objects)
   target_link_libraries(dp_common_objects PRIVATE dp_compile_options)
 endfunction()
 
-# One shared library out of the objects and the source that says where the fixed paths lie.
-function(_dp_add_shared name roots_source)
-  add_library(${name} SHARED "${PROJECT_SOURCE_DIR}/common/${roots_source}")
+set(DP_FIXED_PATHS_SOURCE "${PROJECT_SOURCE_DIR}/common/fixed_paths.cpp")
+
+# One shared library: the objects and the fixed paths.
+function(_dp_add_shared name)
+  add_library(${name} SHARED "${DP_FIXED_PATHS_SOURCE}")
+  _dp_compile_library_source(${name})
   target_link_libraries(${name} PRIVATE dp_common_objects dp_compile_options
                                         dp_platform_implementation)
-  target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}")
   target_include_directories(
     ${name} INTERFACE "$<BUILD_INTERFACE:${DP_PUBLIC_INCLUDE_DIR}>"
                       "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/dp_common>")
-  # A cross linker doesn't look for the platform library where the programs' run path says.
+  # A cross linker does not search the programs' run path for the platform library.
   target_link_options(
     ${name} INTERFACE "$<BUILD_INTERFACE:-Wl,-rpath-link,${CMAKE_LIBRARY_OUTPUT_DIRECTORY}>")
   set_target_properties(
@@ -90,16 +97,17 @@ function(_dp_add_shared name roots_source)
 endfunction()
 
 function(dp_finish_library)
-  _dp_add_shared(dp_common fixed_root.cpp)
+  _dp_add_shared(dp_common)
   add_library(dp_common::dp_common ALIAS dp_common)
   if(DP_BUILD_RELOCATABLE)
-    _dp_add_shared(dp_common_relocatable relocatable_root.cpp)
+    _dp_add_shared(dp_common_relocatable)
+    target_compile_definitions(dp_common_relocatable PRIVATE DP_RELOCATABLE)
     set_target_properties(dp_common_relocatable PROPERTIES LIBRARY_OUTPUT_DIRECTORY
                                                            "${PROJECT_BINARY_DIR}/lib/relocatable")
   endif()
   if(DP_BUILD_TESTS OR DP_BUILD_FUZZ OR DP_BUILD_BENCH)
-    add_library(dp_common_static STATIC EXCLUDE_FROM_ALL
-                "${PROJECT_SOURCE_DIR}/common/relocatable_root.cpp")
+    add_library(dp_common_static STATIC EXCLUDE_FROM_ALL "${DP_FIXED_PATHS_SOURCE}")
+    target_compile_definitions(dp_common_static PRIVATE DP_RELOCATABLE)
     target_link_libraries(dp_common_static PUBLIC dp_compile_options PRIVATE dp_common_objects)
     target_include_directories(dp_common_static PUBLIC "${PROJECT_SOURCE_DIR}")
   endif()
@@ -119,7 +127,7 @@ function(dp_finish_library)
   install(FILES "${PROJECT_BINARY_DIR}/dp_common-config.cmake"
                 "${PROJECT_BINARY_DIR}/dp_common-config-version.cmake"
           DESTINATION "${package_dir}" COMPONENT development)
-  # Relative to the file itself, so that any prefix given to the installation holds.
+  # Relative to the file itself, so that it is correct with any installation prefix.
   file(RELATIVE_PATH DP_PC_TO_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
   string(REGEX REPLACE "/$" "" DP_PC_TO_PREFIX "${DP_PC_TO_PREFIX}")
   configure_file("${PROJECT_SOURCE_DIR}/cmake/dp_common.pc.in"

@@ -7,10 +7,11 @@
 
 namespace dp {
 
-/// A path or command of the outside world whose place on the board never changes.
+/// A path of a file or command outside the library that never changes on the board.
 ///
-/// The library as a board ships it uses the text as it stands. A relocatable build (made for demos
-/// and tests, never shipped) puts the folder named by the environment variable DP_ROOT in front.
+/// The library that a board ships uses the path as it is. The relocatable build, which is for demos
+/// and tests and never shipped, prefixes it with the folder that the environment variable DP_ROOT
+/// names when the first path is used; empty or unset means no prefix.
 class fixed_path {
   public:
     constexpr explicit fixed_path(const char* board_path) : board_path_(board_path) {}
@@ -22,7 +23,7 @@ class fixed_path {
     const char* board_path_;
 };
 
-/// Every fixed path and command of the outside, once.
+/// Every fixed path and command outside the library, each defined once.
 namespace fixed_paths {
 
 // Defaults of the BIOS service's file names; the `dp_cim_change_*_fname` functions replace them.
@@ -30,7 +31,7 @@ inline constexpr fixed_path uefi_template{"/var/dp/uefi_template.efi"};
 inline constexpr fixed_path uefi_settings{"/var/dp/uefi_settings.txt"};
 inline constexpr fixed_path uefi_current{"/var/dp/uefi_current.txt"};
 
-// Texts that the outside tools make for the BIOS service.
+// Texts that outside tools write for the BIOS service.
 inline constexpr fixed_path uefi_info{"/tmp/dp/uefi_info.txt"};
 inline constexpr fixed_path uefi_configs{"/tmp/dp/uefi_configs.txt"};
 inline constexpr fixed_path uefi_build_id{"/tmp/dp/uefi.bld"};
@@ -42,7 +43,7 @@ inline constexpr fixed_path batch_result{"/tmp/dp/batch.out"};
 // The folder for temporary files.
 inline constexpr fixed_path temporary_folder{"/tmp"};
 
-// Change history of the transaction that is just ending. The misspelt name is the one in use.
+// Change history of the transaction that just ended. The misspelling is part of the name.
 inline constexpr fixed_path change_history{"/tmp/config_change_hisroty.log"};
 
 // Table of RAS event categories, written by another component.

@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 
-#include "common/root.hpp"
 #include "tests/support/test_platform.hpp"
 
 namespace paths = dp::fixed_paths;
@@ -24,27 +23,27 @@ TEST(fixed_paths, are_the_boards_own_below_the_root) {
     EXPECT_EQ(paths::sysvpd.str(), root + "/bin/sysvpd");
 }
 
-// The root is read once a process, so each of these runs in a process of its own.
-class relocatable_root : public testing::Test {
+// The root is read once in a process, so each of these tests runs in its own process.
+class fixed_path_root : public testing::Test {
   protected:
     void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 };
 
-using relocatable_root_death_test = relocatable_root;
+using fixed_path_death_test = fixed_path_root;
 
-TEST_F(relocatable_root_death_test, must_not_mean_anything_to_a_shell) {
+TEST_F(fixed_path_death_test, refuses_a_root_with_characters_special_to_a_shell) {
     for (const char* bad : {"/tmp/a b", "/tmp/$(id)", "/tmp/a;b", "/tmp/a'b", "/tmp/\xC3\xA4",
                             "/tmp/a\nb", "relative"}) {
         EXPECT_DEATH(
             {
                 setenv("DP_ROOT", bad, 1);
-                dp::fixed_path_root();
+                static_cast<void>(paths::batch.str());
             },
             "DP_ROOT must be an absolute path");
     }
 }
 
-TEST_F(relocatable_root_death_test, is_empty_when_the_variable_is_missing_or_empty) {
+TEST_F(fixed_path_death_test, has_no_prefix_when_the_variable_is_unset_or_empty) {
     EXPECT_EXIT(
         {
             unsetenv("DP_ROOT");
@@ -59,11 +58,11 @@ TEST_F(relocatable_root_death_test, is_empty_when_the_variable_is_missing_or_emp
         testing::ExitedWithCode(0), "");
 }
 
-TEST_F(relocatable_root_death_test, stays_what_it_was_at_the_first_look) {
+TEST_F(fixed_path_death_test, keeps_the_root_of_the_first_use) {
     EXPECT_EXIT(
         {
             setenv("DP_ROOT", "/one-root", 1);
-            dp::fixed_path_root();
+            static_cast<void>(paths::batch.str());
             setenv("DP_ROOT", "/another-root", 1);
             std::exit(paths::batch.str() == "/one-root/tmp/dp/batch" ? 0 : 1);
         },
