@@ -42,7 +42,7 @@ namespace plain_line_scan {
 
 // The first blank or control character from `at` on; there must be one.
 inline const char* find_blank_or_control(const char* at) {
-    if constexpr (byte_scan::works_here) {
+    if constexpr (byte_scan::is_supported) {
         for (;; at += sizeof(byte_scan::chunk)) {
             if (const auto found = byte_scan::below(byte_scan::load(at), ' ' + 1); found != 0) {
                 return at + byte_scan::first_of(found);
@@ -58,7 +58,7 @@ inline const char* find_blank_or_control(const char* at) {
 
 // The first quote, backslash or line feed from `at` on; there must be one.
 inline const char* find_end_of_run(const char* at) {
-    if constexpr (byte_scan::works_here) {
+    if constexpr (byte_scan::is_supported) {
         for (;; at += sizeof(byte_scan::chunk)) {
             const byte_scan::chunk bytes = byte_scan::load(at);
             const byte_scan::chunk found = byte_scan::equal(bytes, '"') |

@@ -12,7 +12,7 @@
 #include <string_view>
 
 #include "common/byte_scan.hpp"
-#include "common/likely_room.hpp"
+#include "common/reserve_estimate.hpp"
 #include "common/numbers.hpp"
 
 // Records are scanned by hand, in place, in one pass over the file's bytes. The rules are those of
@@ -163,7 +163,7 @@ constexpr std::size_t record_padding = sizeof(item_key::word);
 
 /// The first item end from `at` on, or `last`.
 const char* find_item_end(const char* at, const char* last) {
-    if constexpr (dp::byte_scan::works_here) {
+    if constexpr (dp::byte_scan::is_supported) {
         // Most values are shorter than a chunk.
         const auto found = dp::byte_scan::equal(dp::byte_scan::load(at), template_info::item_end);
         if (found != 0) {
@@ -311,7 +311,7 @@ int template_info::read_settings(std::ifstream& in, std::vector<template_info>& 
         if (record.find(filter) != std::string_view::npos) {
             ++taken;
             if (out.size() == out.capacity()) {
-                dp::make_likely_room(out, records.bytes_read() / taken, records.bytes_left());
+                dp::reserve_estimate(out, records.bytes_read() / taken, records.bytes_left());
             }
             parse_record(out.emplace_back(), record);
         }
