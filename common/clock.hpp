@@ -5,8 +5,8 @@
 
 namespace dp {
 
-/// The time of day in seconds since the epoch. It has a source of its own so that tests can link a
-/// clock that they step.
+/// The time of day in seconds since the epoch. Defined in its own source, so that tests can link a
+/// clock that they control.
 std::time_t current_time();
 
 }  // namespace dp

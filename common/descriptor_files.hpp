@@ -6,13 +6,14 @@
 
 namespace dp {
 
-/// Opens a regular file, with `flags` as those of open(2), for a place where others may plant
-/// something under its name: a pipe's other end is not waited for, nor a device used. A file that
-/// is made may be read and written by all that the process's mask allows. The descriptor is the
-/// caller's; -1 when there is no regular file to open.
+/// Opens a regular file where other users may have put something else under its name: it never
+/// waits for the other end of a pipe and never uses a device. `flags` are those of open(2). A new
+/// file has mode 0666 less the process's creation mask. Returns a descriptor that the caller
+/// closes, or -1 when there is no regular file to open.
 int open_regular_file(const std::string& path, int flags);
 
-/// Writes all of `text`, in as many pieces as it takes; what can't be written is lost.
+/// Writes all of `text`, in as many calls as that takes. The rest is silently dropped when a call
+/// fails.
 void write_all(int descriptor, std::string_view text);
 
 }  // namespace dp

@@ -4,7 +4,7 @@
 /// Marks what the shared library exports; everything else is hidden.
 #define DP_API __attribute__((visibility("default")))
 
-/// Marks an operation of an exported class that is the library's own business.
+/// Marks a member of an exported class that is not exported.
 #define DP_LOCAL __attribute__((visibility("hidden")))
 
 #endif

@@ -17,7 +17,8 @@ int lock_whole_file(int fd, int command, short type) {
     return fcntl(fd, command, &lock);
 }
 
-// Releases the lock and closes the stream, which drops the process's locks on the file in any case.
+// Releases the lock and closes the stream. Closing drops the process's locks on the file even when
+// the release failed.
 void unlock_and_close(std::FILE* stream, const char* what) {
     if (stream == nullptr) {
         return;

@@ -10,18 +10,19 @@
 // use the same lock file through these functions, never other threads of the same process; closing
 // any descriptor of the file drops the process's locks on it.
 
-/// Takes an exclusive lock on the whole file, however it grows, waiting until it is granted. 0 or
-/// -1 with errno set (EINTR when a signal handler ran).
+/// Takes an exclusive lock on the whole file, however it grows, and waits until it is granted.
+/// Returns 0, or -1 with errno set (EINTR when a signal handler ran).
 DP_API int file_lock_write(int fd);
 
-/// Takes a shared lock on the whole file, waiting until it is granted. 0 or -1 with errno set.
+/// Takes a shared lock on the whole file and waits until it is granted. Returns 0, or -1 with errno
+/// set as above.
 DP_API int file_lock_read(int fd);
 
-/// Releases the lock on the whole file without waiting. 0 or -1 with errno set.
+/// Releases the lock on the whole file without waiting. Returns 0, or -1 with errno set.
 DP_API int file_unlock(int fd);
 
-/// Holds a shared lock on `path` for its lifetime. A file that can't be opened (a reader never
-/// creates it) or locked leaves the guard without a lock and its owner unaware.
+/// Holds a shared lock on `path` for its lifetime. It never creates the file. When the file cannot
+/// be opened or locked, the guard has no lock and does not report that to its owner.
 class DP_API readlock {
   public:
     explicit readlock(std::string path);
@@ -34,7 +35,8 @@ class DP_API readlock {
 };
 
 /// Holds an exclusive lock on `path` for its lifetime. A missing file is created; contents are
-/// never changed. A file that can't be opened or locked leaves the guard without a lock.
+/// never changed. When the file cannot be opened or locked, the guard has no lock and does not
+/// report that to its owner.
 class DP_API writelock {
   public:
     explicit writelock(std::string path);

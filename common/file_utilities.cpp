@@ -29,14 +29,14 @@ bool is_folder(const std::string& path) {
     return stat64(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
-// In seconds since the epoch; 0 if the file can't be examined. Unlike `mtime`, not cut to 32 bits.
+// Like `mtime`, but not cut to 32 bits.
 std::int64_t modification_time(const std::string& path) {
     struct stat64 info {};
     return stat64(path.c_str(), &info) == 0 ? info.st_mtime : 0;
 }
 
-// The length in bytes, which may exceed an int; -1 when the stream can't be positioned. The read
-// position is left where it was.
+// The length in bytes, which may exceed an int; -1 when the stream has no position. Leaves the read
+// position unchanged.
 std::int64_t stream_length(std::ifstream& in) {
     const auto position = in.tellg();
     in.seekg(0, std::ios::end);
@@ -84,7 +84,7 @@ int touch(const char* path) {
 
 bool fileexist(const std::string& path) {
     const std::ifstream in(path);
-    // A folder can be opened for reading too, but it is no file.
+    // A folder can be opened for reading too, but is not a file.
     return in.good() && !is_folder(path);
 }
 
@@ -95,7 +95,7 @@ int compfile(const std::string& a, const std::string& b) {
         return 0;
     }
     std::int64_t remaining = stream_length(in_a);
-    // Folders open too, and some file systems give them a length of 0.
+    // A folder can be opened too, and has length 0 on some file systems.
     if (remaining < 0 || remaining != stream_length(in_b) || is_folder(a) || is_folder(b)) {
         return 0;
     }
@@ -127,7 +127,7 @@ bool isValidEfiFile(const char* path) {
         return false;
     }
     std::array<unsigned char, 4> word{};
-    // The standard stream reads chars.
+    // A standard stream reads only chars.
     in.read(reinterpret_cast<char*>(word.data()), word.size());
     if (!in) {
         return false;
@@ -150,7 +150,7 @@ std::string tempname(const std::string& dir, const std::string& prefix) {
     const int fd = mkstemp(name.data());
     umask(previous);
     if (fd == 0) {
-        // The number of a closed standard input counts as a failure, and leaves nothing behind.
+        // Descriptor 0 (standard input was closed) is a failure by contract: remove the file.
         close(fd);
         unlink(name.data());
     }
@@ -193,7 +193,7 @@ bool wait_for_file_exists(std::string path, int tries, int interval_ms) {
     const std::int64_t seconds = std::int64_t{interval_ms} * tries / 1000;
     dp::log_line(dp::log_level::log, "LOG", "wait_for_file: waiting on ", path, " for ", seconds,
                  " seconds");
-    // Two tests more than tries, with a pause between any two: the count that callers rely on.
+    // `tries` + 2 tests with a pause between any two: callers rely on this count.
     for (std::int64_t slept = 0;; ++slept) {
         if (access(path.c_str(), F_OK) == 0) {
             dp::log_line(dp::log_level::log, "LOG", "wait_for_file: found ", path);

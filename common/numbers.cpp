@@ -29,7 +29,7 @@ template <class Integer>
 parsed_number<Integer> parse(std::string_view text, number_base base) {
     using limits = std::numeric_limits<Integer>;
     if (text.size() == 1 && text[0] >= '0' && text[0] <= '9') {
-        // Most numbers in files are one digit.
+        // Fast path for one digit, as most numbers in files are.
         return {static_cast<Integer>(text[0] - '0'), true};
     }
     const unsigned radix = base == number_base::hexadecimal ? 16 : 10;
@@ -42,12 +42,12 @@ parsed_number<Integer> parse(std::string_view text, number_base base) {
         ++at;
     }
     bool digits = false;
-    // "0x" is a prefix that needs digits behind it; a plain "0" is a digit of its own.
+    // After the prefix "0x" there must be digits; without an "x", the "0" is itself a digit.
     if (radix == 16 && at + 1 < text.size() && text[at] == '0' &&
         (text[at + 1] == 'x' || text[at + 1] == 'X')) {
         at += 2;
     }
-    // The magnitude may be one greater than the type's maximum when a signed number is negative.
+    // The magnitude of a negative signed number may exceed the type's maximum by 1.
     const std::uint64_t greatest = static_cast<std::uint64_t>(limits::max()) +
                                    (std::is_signed_v<Integer> && negative ? 1U : 0U);
     std::uint64_t magnitude = 0;

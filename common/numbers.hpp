@@ -6,11 +6,11 @@
 
 namespace dp {
 
-/// What a standard input stream would make of a text.
+/// The result that a standard input stream would give for a text.
 template <class Integer>
 struct parsed_number {
-    /// What the stream stores: the number; 0 without digits; the nearest end of the type's range
-    /// (for unsigned types always the greatest value) when the number does not fit.
+    /// The value that the stream stores: the number; 0 without digits; the nearest limit of the
+    /// type (for unsigned types always the maximum) when the number does not fit.
     Integer value;
     /// Whether the extraction succeeded.
     bool ok;
@@ -19,9 +19,9 @@ struct parsed_number {
 enum class number_base { decimal, hexadecimal };
 
 /// Reads a number exactly as `std::istream >> Integer` does in the "C" locale, without a stream:
-/// leading white space is skipped, a sign is taken (an unsigned number with a minus sign wraps
-/// around), "0x" may lead a hexadecimal number, and reading stops at the first byte that does not
-/// belong. This is the one place where the library turns text into numbers.
+/// skips leading white space, takes a sign (a minus sign wraps an unsigned number around), takes a
+/// "0x" prefix of a hexadecimal number, and stops at the first byte that is not part of the number.
+/// The library converts every number in a text with these two functions.
 parsed_number<std::int32_t> parse_signed(std::string_view text,
                                          number_base base = number_base::decimal);
 parsed_number<std::uint32_t> parse_unsigned(std::string_view text,

@@ -7,14 +7,14 @@
 
 namespace dp {
 
-/// `s` without one leading and one trailing double quote; each end is looked at by itself.
+/// `s` without one leading and one trailing double quote. Each end is examined on its own.
 DP_API std::string strip_quotes(const std::string& s);
 
-/// `s` between double quotes; nothing inside is escaped.
+/// `s` in double quotes; nothing inside is escaped.
 DP_API std::string add_quotes(const std::string& s);
 
-/// `s` with a backslash in front of every backslash and double quote, as the batch file reader
-/// takes it back.
+/// `s` with a backslash before every backslash and double quote, which the batch file reader
+/// removes again.
 DP_API std::string add_backslash(const std::string& s);
 
 }  // namespace dp

@@ -11,14 +11,17 @@
 
 namespace {
 
-class descriptor_files : public testing::Test {
+class in_scratch_folder : public testing::Test {
   protected:
     void SetUp() override { test::clean_root(); }
 
     const std::string file = test::root() + "/file";
 };
 
-TEST_F(descriptor_files, a_regular_file_is_opened_made_and_written_whole) {
+using open_regular_file_test = in_scratch_folder;
+using write_all_test = in_scratch_folder;
+
+TEST_F(write_all_test, writes_the_whole_text_to_a_new_and_to_an_existing_file) {
     const std::string text(300'000, 'x');
     for (int round = 0; round < 2; ++round) {
         const int descriptor = dp::open_regular_file(file, O_WRONLY | O_CREAT | O_APPEND);
@@ -30,7 +33,7 @@ TEST_F(descriptor_files, a_regular_file_is_opened_made_and_written_whole) {
     EXPECT_EQ(test::read_file(file), text + text);
 }
 
-TEST_F(descriptor_files, what_is_no_regular_file_is_not_opened_nor_waited_for) {
+TEST_F(open_regular_file_test, refuses_everything_else_without_waiting) {
     EXPECT_EQ(dp::open_regular_file(file, O_RDONLY), -1) << "it is missing";
     ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
     EXPECT_EQ(dp::open_regular_file(file, O_RDONLY), -1);
@@ -41,7 +44,7 @@ TEST_F(descriptor_files, what_is_no_regular_file_is_not_opened_nor_waited_for) {
     EXPECT_EQ(dp::open_regular_file(test::root() + "/link", O_RDONLY), -1);
 }
 
-TEST_F(descriptor_files, what_cannot_be_written_is_lost) {
+TEST_F(write_all_test, silently_drops_what_cannot_be_written) {
     test::write_file(file, "kept");
     const int descriptor = dp::open_regular_file(file, O_RDONLY);
     ASSERT_GE(descriptor, 0);

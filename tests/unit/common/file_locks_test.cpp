@@ -50,7 +50,7 @@ struct seen_lock {
     off_t length;
 };
 
-// Asks from a process of its own, to which the locks of this one are another's.
+// Asks from a child process, because a process does not see its own locks.
 seen_lock lock_on(const std::string& path, off_t at = -1) {
     int ends[2];
     EXPECT_EQ(pipe(ends), 0);
@@ -79,8 +79,8 @@ class lock_file : public testing::Test {
   protected:
     void SetUp() override { test::clean_root(); }
 
-    // What another process sees of the lock of a guard whose owner may open the file only as `mode`
-    // says.
+    // The lock that other processes see when a guard's owner has only the permissions `mode` on the
+    // file.
     template <class Guard>
     [[nodiscard]] seen_lock lock_with_only(fs::perms mode) const {
         test::write_file(path, "");
@@ -100,8 +100,8 @@ class lock_file : public testing::Test {
         return lock_on(path);
     }
 
-    // A process that tells 'w' before it waits for the guard, 'g' when it has it, and gives it up
-    // and tells 'd' at the next byte from here.
+    // The body of a process that sends 'w' before it waits for the guard and 'g' when it has it. At
+    // the next byte from the parent it releases the guard and sends 'd'.
     template <class Guard>
     [[nodiscard]] auto holder() const {
         return [this](const child_process::parent_channel& parent) {
@@ -120,8 +120,8 @@ class lock_file : public testing::Test {
     const std::string path = test::root() + "/tmp/dp/lock";
 };
 
-// Long enough for a process that need not wait to say so, most of the time; a test that relies on
-// silence can only pass by mistake, never fail.
+// Usually long enough for a process that does not have to wait to report. On a slow machine a test
+// that expects silence may pass by mistake, but never fails.
 constexpr int short_while_ms = 100;
 
 // Interrupts waiting calls of this process until the scope ends.
@@ -151,8 +151,8 @@ std::ptrdiff_t open_descriptors() {
     return std::distance(begin(all), end(all));
 }
 
-// Closes the descriptor that this process has of `path`, behind the back of whoever opened it, as
-// a daemon does that closes every descriptor it inherited.
+// Closes this process's descriptor of `path` without its owner's knowledge, as a daemon does that
+// closes every inherited descriptor.
 void close_descriptor_of(const std::string& path) {
     std::vector<int> found;
     for (const auto& item : fs::directory_iterator("/proc/self/fd")) {
@@ -167,9 +167,9 @@ void close_descriptor_of(const std::string& path) {
 
 }  // namespace
 
-using file_lock_functions = lock_file;
+using file_lock_test = lock_file;
 
-TEST_F(file_lock_functions, lock_the_whole_file_however_it_grows) {
+TEST_F(file_lock_test, locks_the_whole_file_however_it_grows) {
     test::write_file(path, "");
     const descriptor fd(path, O_RDWR);
     ASSERT_EQ(file_lock_write(fd), 0);
@@ -182,7 +182,7 @@ TEST_F(file_lock_functions, lock_the_whole_file_however_it_grows) {
     EXPECT_EQ(lock_on(path, 5'000'000'000).type, F_WRLCK);
 }
 
-TEST_F(file_lock_functions, lock_from_the_start_wherever_the_position_is) {
+TEST_F(file_lock_test, locks_from_the_start_at_any_file_position) {
     test::write_file(path, "0123456789");
     const descriptor fd(path, O_RDWR);
     ASSERT_EQ(lseek(fd, 5, SEEK_SET), 5);
@@ -191,7 +191,7 @@ TEST_F(file_lock_functions, lock_from_the_start_wherever_the_position_is) {
     EXPECT_EQ(lock_on(path).start, 0);
 }
 
-TEST_F(file_lock_functions, turn_one_kind_into_the_other) {
+TEST_F(file_lock_test, converts_a_lock_to_the_other_kind) {
     test::write_file(path, "");
     const descriptor fd(path, O_RDWR);
     ASSERT_EQ(file_lock_read(fd), 0);
@@ -202,7 +202,7 @@ TEST_F(file_lock_functions, turn_one_kind_into_the_other) {
     EXPECT_EQ(lock_on(path).type, F_RDLCK);
 }
 
-TEST_F(file_lock_functions, release_the_lock) {
+TEST_F(file_lock_test, releases_the_lock) {
     test::write_file(path, "");
     const descriptor fd(path, O_RDWR);
     ASSERT_EQ(file_lock_write(fd), 0);
@@ -211,7 +211,7 @@ TEST_F(file_lock_functions, release_the_lock) {
     EXPECT_EQ(file_unlock(fd), 0) << "without a lock too";
 }
 
-TEST_F(file_lock_functions, need_a_descriptor_of_the_right_mode) {
+TEST_F(file_lock_test, needs_a_descriptor_of_the_right_mode) {
     test::write_file(path, "");
     {
         const descriptor fd(path, O_RDONLY);
@@ -234,7 +234,7 @@ TEST_F(file_lock_functions, need_a_descriptor_of_the_right_mode) {
     }
 }
 
-TEST_F(file_lock_functions, wait_for_another_process_but_release_without_waiting) {
+TEST_F(file_lock_test, waits_for_another_process_but_releases_without_waiting) {
     child_process writer(holder<writelock>());
     ASSERT_EQ(writer.receive(), 'w');
     ASSERT_EQ(writer.receive(), 'g');
@@ -257,16 +257,16 @@ TEST_F(file_lock_functions, wait_for_another_process_but_release_without_waiting
     EXPECT_EQ(waiter.wait(), 0);
 }
 
-using readlock_on_a_file = lock_file;
+using readlock_test = lock_file;
 
-TEST_F(readlock_on_a_file, that_is_missing_holds_nothing_logs_nothing_and_creates_nothing) {
+TEST_F(readlock_test, locks_logs_and_creates_nothing_for_a_missing_file) {
     const recording_log log(0xFFFFFFFF);
     { const readlock guard(path); }
     EXPECT_FALSE(fs::exists(path));
     EXPECT_EQ(log.lines, lines{});
 }
 
-TEST_F(readlock_on_a_file, holds_a_shared_lock_for_its_lifetime) {
+TEST_F(readlock_test, holds_a_shared_lock_for_its_lifetime) {
     const recording_log log(0xFFFFFFFF);
     test::write_file(path, "content");
     {
@@ -281,11 +281,11 @@ TEST_F(readlock_on_a_file, holds_a_shared_lock_for_its_lifetime) {
     EXPECT_EQ(log.lines, lines{});
 }
 
-TEST_F(readlock_on_a_file, needs_no_right_to_write_it) {
+TEST_F(readlock_test, needs_no_permission_to_write_the_file) {
     EXPECT_EQ(lock_with_only<readlock>(fs::perms{0444}).type, F_RDLCK);
 }
 
-TEST_F(readlock_on_a_file, waits_while_another_process_writes) {
+TEST_F(readlock_test, waits_while_another_process_writes) {
     std::optional<writelock> mine(std::in_place, path);
     child_process reader(holder<readlock>());
     ASSERT_EQ(reader.receive(), 'w');
@@ -294,7 +294,7 @@ TEST_F(readlock_on_a_file, waits_while_another_process_writes) {
     EXPECT_EQ(reader.receive(), 'g');
 }
 
-TEST_F(readlock_on_a_file, shares_it_with_other_readers) {
+TEST_F(readlock_test, shares_the_file_with_other_readers) {
     test::write_file(path, "");
     const readlock mine(path);
     child_process first(holder<readlock>());
@@ -305,7 +305,7 @@ TEST_F(readlock_on_a_file, shares_it_with_other_readers) {
     }
 }
 
-TEST_F(readlock_on_a_file, keeps_writers_out_until_the_last_reader_is_done) {
+TEST_F(readlock_test, excludes_writers_until_the_last_reader_is_done) {
     test::write_file(path, "");
     child_process first(holder<readlock>());
     child_process second(holder<readlock>());
@@ -323,7 +323,7 @@ TEST_F(readlock_on_a_file, keeps_writers_out_until_the_last_reader_is_done) {
     EXPECT_EQ(writer.receive(), 'g');
 }
 
-TEST_F(readlock_on_a_file, goes_on_without_a_lock_and_logs_when_the_wait_fails) {
+TEST_F(readlock_test, continues_without_a_lock_and_logs_when_the_wait_fails) {
     recording_log log(dp::log_level::log);
     child_process writer(holder<writelock>());
     ASSERT_EQ(writer.receive(), 'w');
@@ -340,7 +340,7 @@ TEST_F(readlock_on_a_file, goes_on_without_a_lock_and_logs_when_the_wait_fails) 
     EXPECT_EQ(log.lines, expected);
 }
 
-TEST_F(readlock_on_a_file, logs_when_the_lock_cannot_be_released) {
+TEST_F(readlock_test, logs_when_the_lock_cannot_be_released) {
     recording_log log(dp::log_level::log);
     test::write_file(path, "");
     const lines expected{{"LOG", " ~readlock failed, errno= " + std::to_string(EBADF)}};
@@ -357,7 +357,7 @@ TEST_F(readlock_on_a_file, logs_when_the_lock_cannot_be_released) {
     EXPECT_EQ(log.lines, expected);
 }
 
-TEST_F(readlock_on_a_file, keeps_no_descriptor_open) {
+TEST_F(readlock_test, keeps_no_descriptor_open) {
     test::write_file(path, "");
     const auto before = open_descriptors();
     {
@@ -368,9 +368,9 @@ TEST_F(readlock_on_a_file, keeps_no_descriptor_open) {
     EXPECT_EQ(open_descriptors(), before);
 }
 
-using writelock_on_a_file = lock_file;
+using writelock_test = lock_file;
 
-TEST_F(writelock_on_a_file, creates_a_missing_one_and_locks_it) {
+TEST_F(writelock_test, creates_a_missing_file_and_locks_it) {
     const recording_log log(0xFFFFFFFF);
     {
         const writelock guard(path);
@@ -386,7 +386,7 @@ TEST_F(writelock_on_a_file, creates_a_missing_one_and_locks_it) {
     EXPECT_EQ(log.lines, lines{});
 }
 
-TEST_F(writelock_on_a_file, never_changes_its_contents) {
+TEST_F(writelock_test, never_changes_the_contents) {
     test::write_file(path, "content");
     test::set_mtime(path, 1000);
     { const writelock guard(path); }
@@ -394,11 +394,11 @@ TEST_F(writelock_on_a_file, never_changes_its_contents) {
     EXPECT_EQ(mtime(path), 1000);
 }
 
-TEST_F(writelock_on_a_file, needs_no_right_to_read_it) {
+TEST_F(writelock_test, needs_no_permission_to_read_the_file) {
     EXPECT_EQ(lock_with_only<writelock>(fs::perms{0222}).type, F_WRLCK);
 }
 
-TEST_F(writelock_on_a_file, that_cannot_be_opened_holds_nothing_and_logs_nothing) {
+TEST_F(writelock_test, locks_and_logs_nothing_when_the_file_cannot_be_opened) {
     const recording_log log(0xFFFFFFFF);
     {
         const writelock missing_folder(test::root() + "/missing/lock");
@@ -407,7 +407,7 @@ TEST_F(writelock_on_a_file, that_cannot_be_opened_holds_nothing_and_logs_nothing
     EXPECT_EQ(log.lines, lines{});
 }
 
-TEST_F(writelock_on_a_file, waits_for_another_writer) {
+TEST_F(writelock_test, waits_for_another_writer) {
     std::optional<writelock> mine(std::in_place, path);
     child_process writer(holder<writelock>());
     ASSERT_EQ(writer.receive(), 'w');
@@ -416,7 +416,7 @@ TEST_F(writelock_on_a_file, waits_for_another_writer) {
     EXPECT_EQ(writer.receive(), 'g');
 }
 
-TEST_F(writelock_on_a_file, ends_with_the_process_that_holds_it) {
+TEST_F(writelock_test, is_released_when_its_process_dies) {
     child_process writer(holder<writelock>());
     ASSERT_EQ(writer.receive(), 'w');
     ASSERT_EQ(writer.receive(), 'g');
@@ -426,7 +426,7 @@ TEST_F(writelock_on_a_file, ends_with_the_process_that_holds_it) {
     EXPECT_EQ(lock_on(path).type, F_UNLCK);
 }
 
-TEST_F(writelock_on_a_file, goes_on_without_a_lock_and_logs_when_the_wait_fails) {
+TEST_F(writelock_test, continues_without_a_lock_and_logs_when_the_wait_fails) {
     recording_log log(dp::log_level::log);
     child_process reader(holder<writelock>());
     ASSERT_EQ(reader.receive(), 'w');
@@ -443,7 +443,7 @@ TEST_F(writelock_on_a_file, goes_on_without_a_lock_and_logs_when_the_wait_fails)
     EXPECT_EQ(log.lines, expected);
 }
 
-TEST_F(writelock_on_a_file, logs_when_two_processes_wait_for_each_other) {
+TEST_F(writelock_test, logs_when_two_processes_wait_for_each_other) {
     const recording_log log(dp::log_level::log);
     const std::string other = path + "2";
     const writelock mine(path);
@@ -454,11 +454,11 @@ TEST_F(writelock_on_a_file, logs_when_two_processes_wait_for_each_other) {
         return 0;
     });
     ASSERT_EQ(peer.receive(), 'h');
-    // The peer must be waiting for `path` before we wait for `other`; the kernel sees the circle
-    // whoever closes it, and ends one of the two waits.
+    // The peer waits for `path` and we wait for `other`. The kernel detects the deadlock, whoever
+    // starts to wait last, and ends one of the two waits.
     { const writelock guard(other); }
     if (log.lines.empty()) {
-        // It was the peer's wait that failed: the peer is done with both by now.
+        // The peer's wait failed, so the peer has released both locks.
         EXPECT_EQ(peer.wait(), 0);
     } else {
         EXPECT_EQ(log.lines, (lines{{"LOG", " writelock file " + other +
@@ -466,7 +466,7 @@ TEST_F(writelock_on_a_file, logs_when_two_processes_wait_for_each_other) {
     }
 }
 
-TEST_F(writelock_on_a_file, logs_when_the_lock_cannot_be_released) {
+TEST_F(writelock_test, logs_when_the_lock_cannot_be_released) {
     recording_log log(dp::log_level::log);
     const lines expected{{"LOG", " ~writelock file failed, errno= " + std::to_string(EBADF)}};
     {

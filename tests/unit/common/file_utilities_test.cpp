@@ -39,7 +39,7 @@ class in_folder : public testing::Test {
     const std::string folder = test::root() + "/folder";
 };
 
-// Sets the process's creation mask for a scope.
+// Sets the process's file creation mask for a scope.
 class creation_mask {
   public:
     explicit creation_mask(mode_t mask) : previous_(umask(mask)) {}
@@ -69,7 +69,7 @@ std::string bytes(std::size_t size) {
     return text;
 }
 
-// A file of holes, which takes no room.
+// A sparse file, which takes no space on the disk.
 void write_sparse(const std::string& path, const std::string& head, std::int64_t size) {
     write_file(path, head);
     fs::resize_file(path, static_cast<std::uintmax_t>(size));
@@ -105,9 +105,9 @@ TEST_F(dirname_and_basename, count_a_backslash_as_a_separator) {
     EXPECT_EQ(basename("/a/b\\c"s), "c");
 }
 
-using istrmlength_of_a_file = in_folder;
+using istrmlength_test = in_folder;
 
-TEST_F(istrmlength_of_a_file, is_its_size_and_leaves_the_position) {
+TEST_F(istrmlength_test, is_the_file_size_and_leaves_the_position) {
     write_file(path("f"), "0123456789");
     std::ifstream in(path("f"), std::ios::binary);
     in.seekg(4);
@@ -116,33 +116,33 @@ TEST_F(istrmlength_of_a_file, is_its_size_and_leaves_the_position) {
     EXPECT_EQ(in.get(), '4');
 }
 
-TEST_F(istrmlength_of_a_file, is_0_when_it_is_empty) {
+TEST_F(istrmlength_test, is_0_for_an_empty_file) {
     write_file(path("f"), "");
     std::ifstream in(path("f"), std::ios::binary);
     EXPECT_EQ(istrmlength(in), 0);
     EXPECT_TRUE(in.good());
 }
 
-TEST_F(istrmlength_of_a_file, is_at_most_the_greatest_int) {
+TEST_F(istrmlength_test, is_at_most_the_greatest_int) {
     write_sparse(path("f"), "", 5'000'000'000);
     std::ifstream in(path("f"), std::ios::binary);
     EXPECT_EQ(istrmlength(in), INT_MAX);
 }
 
-TEST_F(istrmlength_of_a_file, is_negative_when_the_stream_is_not_open) {
+TEST_F(istrmlength_test, is_negative_when_the_stream_is_not_open) {
     std::ifstream in(path("missing"), std::ios::binary);
     EXPECT_EQ(istrmlength(in), -1);
 }
 
-using mtime_of_a_file = in_folder;
+using mtime_test = in_folder;
 
-TEST_F(mtime_of_a_file, is_in_seconds_since_the_epoch) {
+TEST_F(mtime_test, is_in_seconds_since_the_epoch) {
     write_file(path("f"), "x");
     test::set_mtime(path("f"), 1'234'567'890);
     EXPECT_EQ(mtime(path("f")), 1'234'567'890);
 }
 
-TEST_F(mtime_of_a_file, is_0_when_it_cannot_be_examined) {
+TEST_F(mtime_test, is_0_when_the_file_cannot_be_examined) {
     EXPECT_EQ(mtime(path("missing")), 0);
     EXPECT_EQ(mtime(""), 0);
     EXPECT_EQ(mtime(std::string(10'000, 'x')), 0);
@@ -150,14 +150,14 @@ TEST_F(mtime_of_a_file, is_0_when_it_cannot_be_examined) {
     EXPECT_EQ(mtime(path("dangling")), 0);
 }
 
-TEST_F(mtime_of_a_file, follows_links) {
+TEST_F(mtime_test, follows_symlinks) {
     write_file(path("f"), "x");
     test::set_mtime(path("f"), 1000);
     fs::create_symlink("f", path("link"));
     EXPECT_EQ(mtime(path("link")), 1000);
 }
 
-TEST_F(mtime_of_a_file, wraps_around_at_32_bits) {
+TEST_F(mtime_test, wraps_around_at_32_bits) {
     write_file(path("f"), "x");
     const std::int64_t late = 0x80000005LL;
     test::set_mtime(path("f"), static_cast<time_t>(late));
@@ -215,15 +215,15 @@ TEST_F(file_times, count_a_missing_file_as_the_oldest) {
     EXPECT_FALSE(file_older_than(path("missing"), path("missing too")));
 }
 
-using touch_of_a_file = in_folder;
+using touch_test = in_folder;
 
-TEST_F(touch_of_a_file, creates_a_missing_one) {
+TEST_F(touch_test, creates_a_missing_file) {
     EXPECT_EQ(touch(path("f").c_str()), 0);
     EXPECT_TRUE(fs::exists(path("f")));
     EXPECT_EQ(fs::file_size(path("f")), 0U);
 }
 
-TEST_F(touch_of_a_file, leaves_contents_and_time_of_an_existing_one) {
+TEST_F(touch_test, leaves_contents_and_time_of_an_existing_file) {
     write_file(path("f"), "content");
     test::set_mtime(path("f"), 1000);
     EXPECT_EQ(touch(path("f").c_str()), 0);
@@ -231,35 +231,35 @@ TEST_F(touch_of_a_file, leaves_contents_and_time_of_an_existing_one) {
     EXPECT_EQ(mtime(path("f")), 1000);
 }
 
-TEST_F(touch_of_a_file, answers_0_whatever_happened) {
+TEST_F(touch_test, returns_0_even_when_it_fails) {
     EXPECT_EQ(touch(path("missing/f").c_str()), 0);
     EXPECT_EQ(touch(folder.c_str()), 0);
     EXPECT_EQ(touch(""), 0);
 }
 
-using fileexist_of_a_path = in_folder;
+using fileexist_test = in_folder;
 
-TEST_F(fileexist_of_a_path, is_true_for_a_file_that_can_be_read) {
+TEST_F(fileexist_test, is_true_for_a_file_that_can_be_read) {
     write_file(path("f"), "");
     EXPECT_TRUE(fileexist(path("f")));
     fs::create_symlink("f", path("link"));
     EXPECT_TRUE(fileexist(path("link")));
 }
 
-TEST_F(fileexist_of_a_path, is_false_for_what_is_missing) {
+TEST_F(fileexist_test, is_false_for_a_missing_file) {
     EXPECT_FALSE(fileexist(path("missing")));
     EXPECT_FALSE(fileexist(""));
     fs::create_symlink("missing", path("dangling"));
     EXPECT_FALSE(fileexist(path("dangling")));
 }
 
-TEST_F(fileexist_of_a_path, is_false_for_a_folder_and_a_link_to_one) {
+TEST_F(fileexist_test, is_false_for_a_folder_and_a_symlink_to_a_folder) {
     EXPECT_FALSE(fileexist(folder));
     fs::create_symlink(folder, path("link"));
     EXPECT_FALSE(fileexist(path("link")));
 }
 
-TEST_F(fileexist_of_a_path, is_false_for_an_unreadable_file) {
+TEST_F(fileexist_test, is_false_for_an_unreadable_file) {
     write_file(path("readable"), "");
     write_file(path("unreadable"), "");
     fs::permissions(test::root(), fs::perms{0755});
@@ -274,9 +274,9 @@ TEST_F(fileexist_of_a_path, is_false_for_an_unreadable_file) {
     EXPECT_EQ(child.wait(), 0);
 }
 
-using compfile_of_two_files = in_folder;
+using compfile_test = in_folder;
 
-TEST_F(compfile_of_two_files, is_1_for_the_same_bytes_around_the_borders_of_chunks) {
+TEST_F(compfile_test, is_1_for_the_same_bytes_at_sizes_around_the_chunk_size) {
     for (const std::size_t size : {0U, 1U, 4095U, 4096U, 4097U, 8191U, 8192U, 8193U, 1'000'000U}) {
         write_file(path("a"), bytes(size));
         write_file(path("b"), bytes(size));
@@ -284,7 +284,7 @@ TEST_F(compfile_of_two_files, is_1_for_the_same_bytes_around_the_borders_of_chun
     }
 }
 
-TEST_F(compfile_of_two_files, is_0_for_a_single_different_byte) {
+TEST_F(compfile_test, is_0_for_a_single_different_byte) {
     for (const std::size_t size : {1U, 4095U, 4096U, 4097U, 8192U, 8193U, 1'000'000U}) {
         write_file(path("a"), bytes(size));
         for (const std::size_t at : {std::size_t{0}, size / 2, size - 1}) {
@@ -296,7 +296,7 @@ TEST_F(compfile_of_two_files, is_0_for_a_single_different_byte) {
     }
 }
 
-TEST_F(compfile_of_two_files, is_0_for_different_lengths) {
+TEST_F(compfile_test, is_0_for_different_lengths) {
     write_file(path("a"), bytes(4096));
     write_file(path("b"), bytes(4097));
     write_file(path("empty"), "");
@@ -306,22 +306,22 @@ TEST_F(compfile_of_two_files, is_0_for_different_lengths) {
     EXPECT_EQ(compfile(path("empty"), path("a")), 0);
 }
 
-TEST_F(compfile_of_two_files, is_0_when_one_cannot_be_opened) {
+TEST_F(compfile_test, is_0_when_a_file_cannot_be_opened) {
     write_file(path("a"), "");
     EXPECT_EQ(compfile(path("a"), path("missing")), 0);
     EXPECT_EQ(compfile(path("missing"), path("a")), 0);
     EXPECT_EQ(compfile(path("missing"), path("missing")), 0);
 }
 
-TEST_F(compfile_of_two_files, is_0_for_folders) {
+TEST_F(compfile_test, is_0_for_folders) {
     write_file(path("a"), "");
     EXPECT_EQ(compfile(folder, folder), 0);
     EXPECT_EQ(compfile(path("a"), folder), 0);
     EXPECT_EQ(compfile("/proc", "/proc"), 0) << "whose length is 0";
 }
 
-TEST_F(compfile_of_two_files, is_0_when_reading_ends_before_the_length) {
-    // The kernel gives such a file the length of a page, and only some bytes to read.
+TEST_F(compfile_test, is_0_when_reading_ends_before_the_length) {
+    // The kernel reports a length of one page for such a file, but fewer bytes can be read.
     const std::string file = "/sys/devices/system/cpu/online";
     std::error_code missing;
     if (fs::file_size(file, missing) <= test::read_file(file).size() || missing) {
@@ -330,20 +330,20 @@ TEST_F(compfile_of_two_files, is_0_when_reading_ends_before_the_length) {
     EXPECT_EQ(compfile(file, file), 0);
 }
 
-TEST_F(compfile_of_two_files, is_1_for_a_file_and_itself) {
+TEST_F(compfile_test, is_1_for_a_file_and_itself) {
     write_file(path("a"), bytes(10'000));
     EXPECT_EQ(compfile(path("a"), path("a")), 1);
 }
 
-TEST_F(compfile_of_two_files, does_not_confuse_lengths_that_differ_by_4_gigabytes) {
+TEST_F(compfile_test, does_not_confuse_lengths_that_differ_by_4_gigabytes) {
     write_sparse(path("a"), "x", 10);
     write_sparse(path("b"), "x", 10 + (std::int64_t{1} << 32));
     EXPECT_EQ(compfile(path("a"), path("b")), 0);
 }
 
-using efi_file = in_folder;
+using isValidEfiFile_test = in_folder;
 
-TEST_F(efi_file, is_valid_when_its_first_word_counts_the_bytes_behind_the_header) {
+TEST_F(isValidEfiFile_test, is_true_when_the_first_word_counts_the_bytes_after_the_header) {
     write_file(path("f"), "\x04\0\0\0????abcd"s);
     EXPECT_TRUE(isValidEfiFile(path("f").c_str()));
     write_file(path("f"), "\x01\0\0\0\0\0\0\0x"s);
@@ -352,7 +352,7 @@ TEST_F(efi_file, is_valid_when_its_first_word_counts_the_bytes_behind_the_header
     EXPECT_TRUE(isValidEfiFile(path("f").c_str()));
 }
 
-TEST_F(efi_file, is_not_valid_with_another_length) {
+TEST_F(isValidEfiFile_test, is_false_for_any_other_length) {
     for (const std::string& content :
          {"\x03\0\0\0????abcd"s, "\x05\0\0\0????abcd"s, "\0\0\0\x04????abcd"s,
           "\x0C\0\0\0????abcd"s, "\xFF\xFF\xFF\xFF????abcd"s}) {
@@ -361,19 +361,19 @@ TEST_F(efi_file, is_not_valid_with_another_length) {
     }
 }
 
-TEST_F(efi_file, is_longer_than_its_header) {
+TEST_F(isValidEfiFile_test, is_false_for_a_file_no_longer_than_the_header) {
     for (const std::string& content : {""s, "\0"s, "\0\0\0\0"s, "\0\0\0\0\0\0\0\0"s}) {
         write_file(path("f"), content);
         EXPECT_FALSE(isValidEfiFile(path("f").c_str())) << content.size();
     }
 }
 
-TEST_F(efi_file, must_be_a_file) {
+TEST_F(isValidEfiFile_test, is_false_for_a_missing_file_and_a_folder) {
     EXPECT_FALSE(isValidEfiFile(path("missing").c_str()));
     EXPECT_FALSE(isValidEfiFile(folder.c_str()));
 }
 
-TEST_F(efi_file, counts_beyond_32_bits) {
+TEST_F(isValidEfiFile_test, compares_lengths_beyond_32_bits) {
     constexpr std::int64_t four_gigabytes = std::int64_t{1} << 32;
     write_sparse(path("f"), "\xFF\xFF\xFF\xFF"s, four_gigabytes - 1 + 8);
     EXPECT_TRUE(isValidEfiFile(path("f").c_str()));
@@ -381,9 +381,9 @@ TEST_F(efi_file, counts_beyond_32_bits) {
     EXPECT_FALSE(isValidEfiFile(path("f").c_str()));
 }
 
-using tempname_in_a_folder = in_folder;
+using tempname_test = in_folder;
 
-TEST_F(tempname_in_a_folder, creates_an_empty_file_of_the_given_prefix) {
+TEST_F(tempname_test, creates_an_empty_file_with_the_given_prefix) {
     const std::string name = tempname(folder, "prefix");
     const std::string begin = folder + "/prefix_";
     ASSERT_EQ(name.size(), begin.size() + 6);
@@ -393,7 +393,7 @@ TEST_F(tempname_in_a_folder, creates_an_empty_file_of_the_given_prefix) {
     EXPECT_EQ(fs::file_size(name), 0U);
 }
 
-TEST_F(tempname_in_a_folder, never_gives_a_name_twice) {
+TEST_F(tempname_test, never_returns_a_name_twice) {
     std::set<std::string> names;
     for (int i = 0; i < 100; ++i) {
         names.insert(tempname(folder, "p"));
@@ -402,7 +402,7 @@ TEST_F(tempname_in_a_folder, never_gives_a_name_twice) {
     EXPECT_EQ(names.count(""), 0U);
 }
 
-TEST_F(tempname_in_a_folder, gives_mode_0600_and_restores_the_creation_mask) {
+TEST_F(tempname_test, creates_with_mode_0600_and_restores_the_creation_mask) {
     for (const mode_t mask : {0000U, 0022U, 0077U, 0777U}) {
         const creation_mask set(mask);
         const std::string name = tempname(folder, "p");
@@ -411,13 +411,13 @@ TEST_F(tempname_in_a_folder, gives_mode_0600_and_restores_the_creation_mask) {
     }
 }
 
-TEST_F(tempname_in_a_folder, is_empty_for_a_missing_folder_and_restores_the_creation_mask) {
+TEST_F(tempname_test, is_empty_for_a_missing_folder_and_restores_the_creation_mask) {
     const creation_mask set(0027);
     EXPECT_EQ(tempname(path("missing"), "p"), "");
     EXPECT_EQ(creation_mask::now(), 0027U);
 }
 
-TEST_F(tempname_in_a_folder, keeps_no_descriptor_open) {
+TEST_F(tempname_test, keeps_no_descriptor_open) {
     const auto open_descriptors = [] {
         const fs::directory_iterator all("/proc/self/fd");
         return std::distance(begin(all), end(all));
@@ -427,7 +427,7 @@ TEST_F(tempname_in_a_folder, keeps_no_descriptor_open) {
     EXPECT_EQ(open_descriptors(), before);
 }
 
-TEST_F(tempname_in_a_folder, fits_255_bytes) {
+TEST_F(tempname_test, accepts_a_name_of_255_bytes) {
     const std::string prefix(255 - folder.size() - 1 - 7, 'p');
     const std::string name = tempname(folder, prefix);
     EXPECT_EQ(name.size(), 255U);
@@ -436,7 +436,7 @@ TEST_F(tempname_in_a_folder, fits_255_bytes) {
 
 using tempname_death_test = in_folder;
 
-TEST_F(tempname_death_test, ends_the_process_when_the_name_does_not_fit) {
+TEST_F(tempname_death_test, aborts_when_the_name_does_not_fit) {
     const std::string prefix(256 - folder.size() - 1 - 7, 'p');
     EXPECT_EXIT(tempname(folder, prefix), testing::KilledBySignal(SIGABRT),
                 "^tempname: the name of a temporary file does not fit 256 bytes\n");
@@ -445,7 +445,7 @@ TEST_F(tempname_death_test, ends_the_process_when_the_name_does_not_fit) {
     EXPECT_TRUE(fs::is_empty(folder));
 }
 
-TEST_F(tempname_in_a_folder, counts_descriptor_0_as_a_failure_and_leaves_nothing_behind) {
+TEST_F(tempname_test, treats_descriptor_0_as_a_failure_and_removes_the_file) {
     test::child_process child([this](const auto&) {
         close(STDIN_FILENO);
         const bool empty = tempname(folder, "p").empty();
@@ -456,9 +456,9 @@ TEST_F(tempname_in_a_folder, counts_descriptor_0_as_a_failure_and_leaves_nothing
     EXPECT_TRUE(fs::is_empty(folder));
 }
 
-using copyfile_of_a_file = in_folder;
+using copyfile_test = in_folder;
 
-TEST_F(copyfile_of_a_file, copies_every_byte) {
+TEST_F(copyfile_test, copies_every_byte) {
     const recording_log log(0xFFFFFFFF);
     for (const std::size_t size : {1U, 4096U, 1'000'003U}) {
         write_file(path("from"), bytes(size));
@@ -468,14 +468,14 @@ TEST_F(copyfile_of_a_file, copies_every_byte) {
     EXPECT_EQ(log.lines, lines{});
 }
 
-TEST_F(copyfile_of_a_file, truncates_the_destination) {
+TEST_F(copyfile_test, truncates_the_destination) {
     write_file(path("from"), "short");
     write_file(path("to"), "something longer");
     EXPECT_EQ(copyfile(path("from"), path("to")), 0);
     EXPECT_EQ(test::read_file(path("to")), "short");
 }
 
-TEST_F(copyfile_of_a_file, missing_source_leaves_an_empty_destination_and_succeeds) {
+TEST_F(copyfile_test, empties_the_destination_and_succeeds_when_the_source_is_missing) {
     const recording_log log(0xFFFFFFFF);
     write_file(path("to"), "old");
     EXPECT_EQ(copyfile(path("missing"), path("to")), 0);
@@ -484,7 +484,7 @@ TEST_F(copyfile_of_a_file, missing_source_leaves_an_empty_destination_and_succee
     EXPECT_EQ(log.lines, lines{});
 }
 
-TEST_F(copyfile_of_a_file, empty_source_fails_and_logs) {
+TEST_F(copyfile_test, fails_and_logs_for_an_empty_source) {
     const recording_log log(dp::log_level::error);
     write_file(path("from"), "");
     EXPECT_EQ(copyfile(path("from"), path("to")), 1);
@@ -494,7 +494,7 @@ TEST_F(copyfile_of_a_file, empty_source_fails_and_logs) {
         (lines{{"ERR", " ***ERROR*** failed copying " + path("from") + " to " + path("to")}}));
 }
 
-TEST_F(copyfile_of_a_file, unwritable_destination_fails_and_logs) {
+TEST_F(copyfile_test, fails_and_logs_for_an_unwritable_destination) {
     const recording_log log(dp::log_level::error);
     write_file(path("from"), "x");
     EXPECT_EQ(copyfile(path("from"), folder), 1);
@@ -505,18 +505,18 @@ TEST_F(copyfile_of_a_file, unwritable_destination_fails_and_logs) {
                                  path("missing/to")}}));
 }
 
-TEST_F(copyfile_of_a_file, logs_only_with_the_error_bit) {
+TEST_F(copyfile_test, logs_only_with_the_error_bit) {
     const recording_log log(~dp::log_level::error);
     write_file(path("from"), "x");
     EXPECT_EQ(copyfile(path("from"), folder), 1);
     EXPECT_EQ(log.lines, lines{});
 }
 
-TEST_F(copyfile_of_a_file, a_folder_as_source_fails) {
+TEST_F(copyfile_test, fails_for_a_folder_as_source) {
     EXPECT_EQ(copyfile(folder, path("to")), 1);
 }
 
-TEST_F(copyfile_of_a_file, a_full_disk_fails) {
+TEST_F(copyfile_test, fails_on_a_full_disk) {
     if (access("/dev/full", W_OK) != 0) {
         GTEST_SKIP() << "no /dev/full";
     }
@@ -524,9 +524,9 @@ TEST_F(copyfile_of_a_file, a_full_disk_fails) {
     EXPECT_EQ(copyfile(path("from"), "/dev/full"), 1);
 }
 
-using create_dir_of_a_path = in_folder;
+using create_dir_test = in_folder;
 
-TEST_F(create_dir_of_a_path, makes_one_folder_of_mode_0600_less_the_creation_mask) {
+TEST_F(create_dir_test, creates_one_folder_of_mode_0600_less_the_creation_mask) {
     const recording_log log(0xFFFFFFFF);
     {
         const creation_mask set(0);
@@ -542,7 +542,7 @@ TEST_F(create_dir_of_a_path, makes_one_folder_of_mode_0600_less_the_creation_mas
     EXPECT_EQ(log.lines, lines{});
 }
 
-TEST_F(create_dir_of_a_path, existing_path_fails_silently) {
+TEST_F(create_dir_test, fails_without_a_log_line_when_the_path_exists) {
     const recording_log log(0xFFFFFFFF);
     write_file(path("file"), "");
     EXPECT_EQ(create_dir(folder.c_str()), -1);
@@ -550,7 +550,7 @@ TEST_F(create_dir_of_a_path, existing_path_fails_silently) {
     EXPECT_EQ(log.lines, lines{});
 }
 
-TEST_F(create_dir_of_a_path, other_failures_log_the_error_number) {
+TEST_F(create_dir_test, logs_the_error_number_of_other_failures) {
     recording_log log(dp::log_level::log);
     write_file(path("file"), "");
     EXPECT_EQ(create_dir(path("a/b").c_str()), -1);
@@ -564,7 +564,7 @@ TEST_F(create_dir_of_a_path, other_failures_log_the_error_number) {
     EXPECT_EQ(log.lines, expected);
 }
 
-class waiting_for_a_file : public in_folder {
+class wait_for_file_exists_test : public in_folder {
   protected:
     // Creates the file during the `count`-th pause.
     void appear_after(std::size_t count) {
@@ -579,7 +579,7 @@ class waiting_for_a_file : public in_folder {
     test::stepped_time time;
 };
 
-TEST_F(waiting_for_a_file, finds_an_existing_one_without_a_pause) {
+TEST_F(wait_for_file_exists_test, finds_an_existing_file_without_a_pause) {
     const recording_log log(dp::log_level::log);
     write_file(file, "");
     EXPECT_TRUE(wait_for_file_exists(file, 3, 1500));
@@ -588,7 +588,7 @@ TEST_F(waiting_for_a_file, finds_an_existing_one_without_a_pause) {
                                 {"LOG", " wait_for_file: found " + file}}));
 }
 
-TEST_F(waiting_for_a_file, gives_up_after_two_tests_more_than_tries) {
+TEST_F(wait_for_file_exists_test, gives_up_after_two_more_tests_than_tries) {
     const recording_log log(dp::log_level::log);
     EXPECT_FALSE(wait_for_file_exists(file, 3, 1000));
     EXPECT_EQ(time.sleeps, (std::vector<std::uint32_t>{1000, 1000, 1000, 1000}));
@@ -596,7 +596,7 @@ TEST_F(waiting_for_a_file, gives_up_after_two_tests_more_than_tries) {
                                 {"LOG", " wait_for_file: gave up waiting on " + file}}));
 }
 
-TEST_F(waiting_for_a_file, tests_after_every_pause) {
+TEST_F(wait_for_file_exists_test, tests_after_every_pause) {
     constexpr int tries = 5;
     for (std::size_t k = 1; k <= tries + 1; ++k) {
         fs::remove(file);
@@ -612,7 +612,7 @@ TEST_F(waiting_for_a_file, tests_after_every_pause) {
     EXPECT_EQ(time.sleeps.size(), std::size_t{tries + 1});
 }
 
-TEST_F(waiting_for_a_file, with_0_tries_is_false_without_a_look) {
+TEST_F(wait_for_file_exists_test, returns_false_without_a_test_for_0_tries) {
     const recording_log log(0xFFFFFFFF);
     write_file(file, "");
     EXPECT_FALSE(wait_for_file_exists(file, 0, 1000));
@@ -620,7 +620,7 @@ TEST_F(waiting_for_a_file, with_0_tries_is_false_without_a_look) {
     EXPECT_EQ(log.lines, lines{});
 }
 
-TEST_F(waiting_for_a_file, with_negative_tries_tests_once) {
+TEST_F(wait_for_file_exists_test, tests_once_for_negative_tries) {
     const recording_log log(dp::log_level::log);
     EXPECT_FALSE(wait_for_file_exists(file, -1, 1000));
     EXPECT_TRUE(time.sleeps.empty());
@@ -630,7 +630,7 @@ TEST_F(waiting_for_a_file, with_negative_tries_tests_once) {
     EXPECT_TRUE(wait_for_file_exists(file, INT_MIN, 1));
 }
 
-TEST_F(waiting_for_a_file, cuts_the_seconds_it_names) {
+TEST_F(wait_for_file_exists_test, logs_whole_seconds_rounded_down) {
     recording_log log(dp::log_level::log);
     write_file(file, "");
     const auto first_line = [&](int tries, int interval) {
@@ -644,13 +644,13 @@ TEST_F(waiting_for_a_file, cuts_the_seconds_it_names) {
     EXPECT_EQ(first_line(INT_MAX, INT_MAX), begin + "4611686014132420 seconds");
 }
 
-TEST_F(waiting_for_a_file, is_satisfied_by_a_folder_but_not_by_a_dangling_link) {
+TEST_F(wait_for_file_exists_test, finds_a_folder_but_not_a_dangling_symlink) {
     EXPECT_TRUE(wait_for_file_exists(folder, 1, 1));
     fs::create_symlink("missing", file);
     EXPECT_FALSE(wait_for_file_exists(file, 1, 1));
 }
 
-TEST_F(waiting_for_a_file, is_satisfied_by_one_that_may_not_be_opened) {
+TEST_F(wait_for_file_exists_test, finds_a_file_that_may_not_be_opened) {
     write_file(file, "");
     fs::permissions(test::root(), fs::perms{0755});
     fs::permissions(file, fs::perms::none);
@@ -663,7 +663,7 @@ TEST_F(waiting_for_a_file, is_satisfied_by_one_that_may_not_be_opened) {
     EXPECT_EQ(child.wait(), 0);
 }
 
-TEST_F(waiting_for_a_file, logs_only_with_the_top_bit) {
+TEST_F(wait_for_file_exists_test, logs_only_with_the_top_bit) {
     const recording_log log(~dp::log_level::log);
     EXPECT_FALSE(wait_for_file_exists(file, 1, 1));
     write_file(file, "");
@@ -671,7 +671,7 @@ TEST_F(waiting_for_a_file, logs_only_with_the_top_bit) {
     EXPECT_EQ(log.lines, lines{});
 }
 
-TEST_F(waiting_for_a_file, does_not_pause_for_a_negative_interval) {
+TEST_F(wait_for_file_exists_test, treats_a_negative_interval_as_0) {
     EXPECT_FALSE(wait_for_file_exists(file, 1, -5));
     EXPECT_EQ(time.sleeps, (std::vector<std::uint32_t>{0, 0}));
 }

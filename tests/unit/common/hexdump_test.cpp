@@ -14,7 +14,7 @@ constexpr std::array<unsigned char, 3> bytes{0x0A, 0xFF, 0x00};
 
 }  // namespace
 
-TEST(hexdump, writes_two_lower_case_digits_a_byte) {
+TEST(hexdump, writes_two_lower_case_digits_for_each_byte) {
     std::ostringstream os;
     os << hexdump{bytes.data(), 3};
     EXPECT_EQ(os.str(), "0aff00");
@@ -39,7 +39,7 @@ TEST(hexdump, writes_only_count_bytes) {
     EXPECT_EQ(os.str(), "0a");
 }
 
-TEST(hexdump, without_bytes_writes_nothing_and_leaves_the_stream_as_it_was) {
+TEST(hexdump, writes_nothing_and_does_not_change_the_stream_without_bytes) {
     for (const int count : {0, -1}) {
         std::ostringstream os;
         os << std::uppercase << std::oct << std::setfill('*');
@@ -51,14 +51,14 @@ TEST(hexdump, without_bytes_writes_nothing_and_leaves_the_stream_as_it_was) {
     }
 }
 
-TEST(hexdump, restores_the_flags_but_leaves_the_fill_character_at_0) {
+TEST(hexdump, restores_the_flags_but_not_the_fill_character) {
     std::ostringstream os;
     os << std::oct << hexdump{bytes.data(), 1} << ' ' << 8 << ' ' << std::dec << std::setw(3) << 7;
     EXPECT_EQ(os.str(), "0a 10 007");
     EXPECT_EQ(os.fill(), '0');
 }
 
-TEST(hexdump, takes_the_base_whatever_the_caller_had) {
+TEST(hexdump, is_hexadecimal_whatever_the_base_of_the_stream) {
     for (const auto base : {std::ios_base::dec, std::ios_base::oct, std::ios_base::hex,
                             std::ios_base::fmtflags{}, std::ios_base::dec | std::ios_base::oct}) {
         std::ostringstream os;

@@ -24,14 +24,14 @@ std::ostream& operator<<(std::ostream& os, const counted& c) {
 
 }  // namespace
 
-TEST(log_line, is_one_blank_and_the_parts_in_order) {
+TEST(log_line, appends_one_space_and_the_parts_in_order) {
     const recording_log log(dp::log_level::log);
     dp::log_line(dp::log_level::log, "LOG", "a", 1, std::string("b"), -2);
     ASSERT_EQ(log.lines.size(), 1U);
     EXPECT_EQ(log.lines[0], (recording_log::line{"LOG", " a1b-2"}));
 }
 
-TEST(log_line, without_a_log_does_nothing) {
+TEST(log_line, does_nothing_without_a_log) {
     int times = 0;
     dp::log_line(dp::log_level::log, "LOG", counted{&times});
     EXPECT_EQ(times, 0);
@@ -50,7 +50,7 @@ TEST(log_line, formats_nothing_when_its_bit_is_clear) {
     EXPECT_EQ(log.lines[0].level, "DBG");
 }
 
-TEST(log_line, errors_have_their_own_bit_tag_and_prefix) {
+TEST(log_error_line, has_its_own_bit_tag_and_prefix) {
     recording_log log(dp::log_level::error);
     dp::log_error_line("no ", 5);
     ASSERT_EQ(log.lines.size(), 1U);

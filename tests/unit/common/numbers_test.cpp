@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::string_literals;
 
-// What a standard input stream makes of the text.
+// The result of a standard input stream for the text.
 template <class Integer>
 dp::parsed_number<Integer> extract(const std::string& text, number_base base) {
     std::istringstream in(text);
@@ -41,7 +41,7 @@ std::string shown(const std::string& text) {
     return os.str();
 }
 
-// Both types in both bases; false, with a failure reported, at the first difference.
+// Compares both types in both bases. Reports a failure and returns false at the first difference.
 bool agrees_with_stream(const std::string& text) {
     for (const auto base : {number_base::decimal, number_base::hexadecimal}) {
         const auto signed_expected = extract<std::int32_t>(text, base);
@@ -69,7 +69,7 @@ bool agrees_with_stream(const std::string& text) {
 
 }  // namespace
 
-TEST(parse_unsigned, reads_decimal_digits_up_to_the_first_foreign_byte) {
+TEST(parse_unsigned, reads_decimal_digits_up_to_the_first_other_byte) {
     EXPECT_EQ(dp::parse_unsigned("42").value, 42U);
     EXPECT_TRUE(dp::parse_unsigned("42").ok);
     EXPECT_EQ(dp::parse_unsigned(" \t\n\v\f\r7x9").value, 7U);
@@ -78,14 +78,14 @@ TEST(parse_unsigned, reads_decimal_digits_up_to_the_first_foreign_byte) {
     EXPECT_EQ(dp::parse_unsigned("+5").value, 5U);
 }
 
-TEST(parse_unsigned, a_minus_sign_wraps_around) {
+TEST(parse_unsigned, wraps_around_at_a_minus_sign) {
     EXPECT_EQ(dp::parse_unsigned("-1").value, 0xFFFFFFFFU);
     EXPECT_TRUE(dp::parse_unsigned("-1").ok);
     EXPECT_EQ(dp::parse_unsigned("-4294967295").value, 1U);
     EXPECT_FALSE(dp::parse_unsigned("-4294967296").ok);
 }
 
-TEST(parse_unsigned, does_not_parse_without_digits) {
+TEST(parse_unsigned, fails_without_digits) {
     for (const std::string_view text : {"", " ", "x", "-", "+", "+-1", "- 1", ".5", "--1"}) {
         const auto number = dp::parse_unsigned(text);
         EXPECT_FALSE(number.ok) << text;
@@ -93,7 +93,7 @@ TEST(parse_unsigned, does_not_parse_without_digits) {
     }
 }
 
-TEST(parse_unsigned, too_big_a_number_gives_the_greatest_value_and_does_not_parse) {
+TEST(parse_unsigned, fails_with_the_maximum_for_a_number_that_is_too_big) {
     EXPECT_EQ(dp::parse_unsigned("4294967295").value, 4294967295U);
     EXPECT_TRUE(dp::parse_unsigned("4294967295").ok);
     for (const std::string& text : {"4294967296"s, "99999999999999999999999"s, "-4294967296"s}) {
@@ -103,13 +103,13 @@ TEST(parse_unsigned, too_big_a_number_gives_the_greatest_value_and_does_not_pars
     }
 }
 
-TEST(parse_unsigned, leading_zeros_do_not_count_towards_the_size) {
+TEST(parse_unsigned, ignores_leading_zeros) {
     const std::string zeros(100'000, '0');
     EXPECT_EQ(dp::parse_unsigned(zeros + "4294967295").value, 4294967295U);
     EXPECT_TRUE(dp::parse_unsigned(zeros).ok);
 }
 
-TEST(parse_signed, stops_at_the_ends_of_its_range) {
+TEST(parse_signed, fails_with_the_nearest_limit_outside_its_range) {
     EXPECT_EQ(dp::parse_signed("2147483647").value, INT32_MAX);
     EXPECT_TRUE(dp::parse_signed("2147483647").ok);
     EXPECT_EQ(dp::parse_signed("-2147483648").value, INT32_MIN);
@@ -120,7 +120,7 @@ TEST(parse_signed, stops_at_the_ends_of_its_range) {
     EXPECT_FALSE(dp::parse_signed("-2147483649").ok);
 }
 
-TEST(parse_unsigned, hexadecimal_takes_a_prefix_that_has_digits_behind_it) {
+TEST(parse_unsigned, takes_a_hexadecimal_prefix_only_before_digits) {
     const auto base = number_base::hexadecimal;
     EXPECT_EQ(dp::parse_unsigned("0xfF", base).value, 255U);
     EXPECT_EQ(dp::parse_unsigned("0XAb", base).value, 171U);
@@ -132,7 +132,7 @@ TEST(parse_unsigned, hexadecimal_takes_a_prefix_that_has_digits_behind_it) {
     EXPECT_TRUE(dp::parse_unsigned("00x1", base).ok);
 }
 
-TEST(parse_unsigned, does_not_read_behind_the_view) {
+TEST(parse_unsigned, does_not_read_past_the_end_of_the_view) {
     const std::string_view digits = "123456";
     EXPECT_EQ(dp::parse_unsigned(digits.substr(0, 3)).value, 123U);
     EXPECT_EQ(dp::parse_unsigned(std::string_view("0x1").substr(0, 2), number_base::hexadecimal).ok,
@@ -140,7 +140,7 @@ TEST(parse_unsigned, does_not_read_behind_the_view) {
     EXPECT_EQ(dp::parse_unsigned(std::string_view()).ok, false);
 }
 
-TEST(numbers, agree_with_a_stream_on_a_table) {
+TEST(parsed_number, agrees_with_a_stream_on_a_table) {
     const std::array texts{
         ""s,
         " "s,
@@ -205,7 +205,7 @@ TEST(numbers, agree_with_a_stream_on_a_table) {
     }
 }
 
-TEST(numbers, agree_with_a_stream_on_every_short_text) {
+TEST(parsed_number, agrees_with_a_stream_on_every_short_text) {
     const std::string alphabet = " +-019afxXg.,\0"s;
     for (unsigned length = 1; length <= 4; ++length) {
         std::array<std::size_t, 4> at{};
@@ -227,8 +227,8 @@ TEST(numbers, agree_with_a_stream_on_every_short_text) {
     }
 }
 
-TEST(numbers, agree_with_a_stream_on_generated_texts) {
-    // Digits are frequent enough for every second text to be near the ends of the ranges.
+TEST(parsed_number, agrees_with_a_stream_on_generated_texts) {
+    // Digits are frequent enough that every second text is near the limits of a range.
     const std::string alphabet = "00112233445566778899abcdefABCDEFxX+- \t\n\0.,_gZ\x80\xFF"s;
     std::mt19937 random(20240229);
     for (int i = 0; i < 200'000; ++i) {

@@ -11,7 +11,7 @@ using dp::add_backslash;
 using dp::add_quotes;
 using dp::strip_quotes;
 
-TEST(strip_quotes, leaves_text_without_quotes_at_its_ends) {
+TEST(strip_quotes, does_not_change_a_text_without_quotes_at_its_ends) {
     EXPECT_EQ(strip_quotes(""), "");
     EXPECT_EQ(strip_quotes("a"), "a");
     EXPECT_EQ(strip_quotes(R"(a"b)"), R"(a"b)");
@@ -24,18 +24,18 @@ TEST(strip_quotes, removes_one_quote_at_each_end) {
     EXPECT_EQ(strip_quotes(R"("a"b")"), R"(a"b)");
 }
 
-TEST(strip_quotes, tests_each_end_by_itself) {
+TEST(strip_quotes, examines_each_end_on_its_own) {
     EXPECT_EQ(strip_quotes(R"(abc")"), "abc");
     EXPECT_EQ(strip_quotes(R"("abc)"), "abc");
 }
 
-TEST(strip_quotes, one_or_two_quotes_alone_give_an_empty_text) {
+TEST(strip_quotes, returns_an_empty_text_for_one_or_two_quotes) {
     EXPECT_EQ(strip_quotes(R"(")"), "");
     EXPECT_EQ(strip_quotes(R"("")"), "");
     EXPECT_EQ(strip_quotes(R"(""")"), R"(")");
 }
 
-TEST(strip_quotes, does_not_know_escapes) {
+TEST(strip_quotes, ignores_escapes) {
     EXPECT_EQ(strip_quotes(R"("a\")"), R"(a\)");
 }
 
@@ -67,7 +67,7 @@ TEST(add_backslash, keeps_every_other_byte) {
     EXPECT_EQ(add_backslash(other), other);
 }
 
-TEST(add_backslash, is_undone_by_the_reader_of_quoted_values) {
+TEST(add_backslash, is_undone_by_parse_quoted_escaped_str) {
     std::string every_byte;
     for (int c = 0; c < 256; ++c) {
         every_byte += static_cast<char>(c);
