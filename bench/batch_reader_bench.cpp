@@ -222,7 +222,7 @@ int main() {
     storing.add("RapidJSON", load_by_rapidjson, start_anew);
     storing.add("nlohmann", load_by_nlohmann, start_anew);
     storing.add(
-        "copying the records", [&] { got = expected; }, start_anew);
+        "copying the entries", [&] { got = expected; }, start_anew);
     storing.add("limit: copying the fields' bytes", [&] { copy_fields(expected, copied.data()); });
     storing.expect_faster("batch_file_loader", "stream reader", 2.5);
     storing.expect_faster("batch_file_loader", "simdjson, on demand", 1.4);
