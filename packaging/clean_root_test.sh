@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # usage: clean_root_test.sh MIRROR ARCHITECTURE PACKAGE_FOLDER
 #
-# Makes a bare Debian 12, installs the packages of the folder and runs them there for the first time. The
-# system exists only for the test.
+# Creates a minimal Debian 12 system, installs the packages of the folder and takes a user's first
+# steps there. The system is removed afterwards.
 set -euo pipefail
 mirror=$1
 architecture=$2
@@ -14,8 +14,7 @@ trap 'rm -rf "$scratch"' EXIT
 cp "$packages"/*.deb "$here/first_run.sh" "$scratch"
 rm -f "$scratch"/*-dbgsym_*.deb
 
-# systemd's own opinion of the unit, which is the same for every machine. Its marks go from 0 (nothing is
-# exposed) to 100.
+# systemd's rating of the unit, from 0 (not exposed) to 100; the same for every architecture.
 unit_hooks=()
 if [ "$architecture" = "$(dpkg --print-architecture)" ]; then
   # shellcheck disable=SC2016 # the hooks expand $1

@@ -1,5 +1,5 @@
 #!/bin/sh
-# A person's first minutes with the installed packages, run inside the system that they were installed into.
+# The first steps of a user with the installed packages; runs inside the system with the packages.
 set -eu
 
 fail() {
@@ -25,7 +25,7 @@ trap 'kill $service 2>/dev/null || true' EXIT
 tries=0
 until grep -q ready ready; do
   tries=$((tries + 1))
-  [ $tries -lt 1200 ] || fail "dp_settingsd does not get ready"
+  [ $tries -lt 1200 ] || fail "dp_settingsd does not become ready"
   sleep 0.1
 done
 
@@ -42,7 +42,7 @@ expect System.HardwareClock=LocalTime dpctl get System.HardwareClock
 expect System.HardwareClock=Utc dpctl get --current System.HardwareClock
 dp-server restart
 expect System.HardwareClock=LocalTime dpctl get --current System.HardwareClock
-[ -n "$(dpctl complete values System.HardwareClock)" ] || fail "nothing completes a value"
+[ -n "$(dpctl complete values System.HardwareClock)" ] || fail "values are not completed"
 kill $service
 wait $service || fail "dp_settingsd failed"
 echo "first run: done"

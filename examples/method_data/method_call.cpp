@@ -1,8 +1,8 @@
-// A method call between two controller processes: its name and data are framed in one record, which
-// goes over a system message queue and is unframed at the other end.
+// Sends a method call from one controller process to another. The name and the data of the call are
+// framed in a method data record, which is sent over a system message queue.
 //
 //   method_call receive &            waits for one call and prints it
-//   method_call send restart "now"   sends one
+//   method_call send restart "now"   sends a call
 #include <algorithm>
 #include <bios/method_data.hpp>
 #include <cstddef>
@@ -18,9 +18,9 @@
 namespace {
 
 constexpr unsigned char queue_number = 42;
-constexpr std::uint16_t call_kind = 7;  // of the messages on that queue
+constexpr std::uint16_t call_kind = 7;  // the kind of its messages
 constexpr std::size_t message_size = 8096;
-constexpr int patience_ms = 30'000;
+constexpr int timeout_ms = 30'000;
 
 int send(const std::string& method, const std::string& text) {
     const dp::ZEB_MethodData call(method, {text.begin(), text.end()});
@@ -37,7 +37,7 @@ int send(const std::string& method, const std::string& text) {
     content.set_payload_length(sysipc::message::kind_size + call.buffer.size());
     const sysipc::system_message_queue queue(queue_number, 0);
     if (!sysipc::system_message_queue_client::send(queue, content)) {
-        std::cerr << "nobody receives, or the queue is full\n";
+        std::cerr << "no process is listening, or the queue is full\n";
         return 1;
     }
     std::cout << "sent " << call.buffer.size() << " bytes\n";
@@ -52,16 +52,16 @@ int receive() {
     }
     std::cout << "listening" << std::endl;
     sysipc::message content(message_size);
-    if (listener.receive(content, patience_ms) != dp_platform::message_listener::result::received ||
+    if (listener.receive(content, timeout_ms) != dp_platform::message_listener::result::received ||
         content.kind() != call_kind) {
-        std::cerr << "no call came\n";
+        std::cerr << "no call was received\n";
         return 1;
     }
     const unsigned char* const record = content.payload() + sysipc::message::kind_size;
     const unsigned char* const end = content.payload() + content.payload_length();
     const dp::ZEB_MethodData call(std::vector<unsigned char>(record, end));
     if (call.valid == 0) {
-        std::cerr << "what came is no method call\n";
+        std::cerr << "the message is not a method call\n";
         return 1;
     }
     std::cout << call.method << ": " << std::string(call.data.begin(), call.data.end()) << '\n';

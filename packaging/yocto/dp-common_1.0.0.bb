@@ -1,11 +1,11 @@
 SUMMARY = "Settings library of a server's management controller"
-DESCRIPTION = "Models configurations of settings, carries transactions of setting commands through the \
-plug-ins that own them, and gives other processes a C API to the server's BIOS attributes."
+DESCRIPTION = "Models configurations of settings, runs transactions of setting commands through the \
+plug-ins that own the settings, and gives other processes a C API to the server's BIOS attributes."
 SECTION = "libs"
 LICENSE = "Apache-2.0"
 LIC_FILES_CHKSUM = "file://LICENSE;md5=3b83ef96387f14655fc854ddc3c6bd57"
 
-# The place of the repository is the distribution's to say.
+# The distribution sets the location of the repository.
 DP_COMMON_REPOSITORY ?= "git:///srv/git/dp-common.git;protocol=file"
 SRC_URI = "${DP_COMMON_REPOSITORY};branch=main"
 SRCREV ?= "${AUTOREV}"
@@ -15,13 +15,13 @@ inherit cmake pkgconfig systemd
 
 EXTRA_OECMAKE = "-DDP_BUILD_RELOCATABLE=OFF"
 
-# A board with a platform library of its own sets both, in a .bbappend; README.md tells more.
+# A board with its own platform library sets both in a .bbappend; see README.md.
 DP_PLATFORM_LIBRARY ?= ""
 DP_PLATFORM_RECIPE ?= ""
 EXTRA_OECMAKE += "${@'-DDP_PLATFORM_LIBRARY=' + d.getVar('DP_PLATFORM_LIBRARY') if d.getVar('DP_PLATFORM_LIBRARY') else ''}"
 DEPENDS += "${DP_PLATFORM_RECIPE}"
 
-# The service for a workstation and the tools; a board has a host of its own.
+# The service for a workstation and the tools; a board has its own host.
 PACKAGECONFIG ??= "${@'' if d.getVar('DP_PLATFORM_LIBRARY') else 'tools'}"
 PACKAGECONFIG[tools] = "-DDP_BUILD_HOST=ON -DDP_BUILD_TOOLS=ON,-DDP_BUILD_HOST=OFF -DDP_BUILD_TOOLS=OFF,cli11 libpcre2 nlohmann-json"
 
