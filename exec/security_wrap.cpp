@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::size_t longest_word = 127;
 
-// Every refusal is logged under the name by which callers know the wrapper.
+// Logs the reason of a refusal with the fixed prefix that callers know.
 bool refuse(const char* reason) {
     log_error_line("ERROR: security_wrap::exec: ", reason);
     return false;
@@ -28,7 +28,7 @@ bool is_number(const std::string& word) {
     return std::all_of(word.begin(), word.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
-// Goes through a command line once, character by character.
+// Splits a command line in one pass over its characters.
 class command_scanner {
   public:
     command_scanner(std::string_view text, std::vector<std::string>& params,
@@ -37,10 +37,10 @@ class command_scanner {
         word_.reserve(longest_word);
     }
 
-    // Whether the whole text was accepted.
+    // True when the whole text is accepted.
     bool scan() {
-        // Each step consumes a character, the end of the text included; the guard only stops a
-        // scan that no longer moves.
+        // Each step consumes one character, the end of the text included. The limit only stops a
+        // scan that makes no progress.
         for (std::size_t steps = 0; position_ <= text_.size(); ++steps) {
             if (steps > text_.size()) {
                 return refuse("the loop goes into deal loop, force to break");
@@ -53,7 +53,7 @@ class command_scanner {
     }
 
   private:
-    // Stands for the end of the text; the text itself holds none.
+    // Marks the end of the text, which contains no NUL.
     static constexpr char end = '\0';
 
     [[nodiscard]] char peek() const { return position_ < text_.size() ? text_[position_] : end; }
@@ -63,7 +63,7 @@ class command_scanner {
         ++position_;
         switch (c) {
             case end:
-                // A word still in quotes is dropped.
+                // A word whose quote is not closed is dropped.
                 if (!in_quotes_) {
                     end_word();
                 }
@@ -133,8 +133,8 @@ class command_scanner {
         return true;
     }
 
-    // The stream in front of '>'. A number that touches it names the stream, which is judged later;
-    // apart from it only "1" and "2" are streams, and anything else is a parameter.
+    // The stream before '>'. A number directly before it names the stream, which is checked later.
+    // With a space between them only "1" and "2" name a stream. Anything else is a parameter.
     std::string take_source() {
         if (!word_.empty()) {
             std::string word = std::exchange(word_, {});
@@ -178,10 +178,10 @@ class command_scanner {
     std::string word_;
     bool in_quotes_ = false;
     bool target_pending_ = false;
-    security_wrap::redirection pending_;  // waits for its target
+    security_wrap::redirection pending_;  // valid while `target_pending_`
 };
 
-// Notes that a stream goes to a file; false when it already does.
+// Sets the file of a stream; false when the stream already has one.
 bool set_file(unsigned int& flag, security_wrap::redirection_flags bit,
               const security_wrap::redirection& r, security_wrap::redirection_file& file) {
     if ((flag & bit) != 0) {
@@ -193,14 +193,14 @@ bool set_file(unsigned int& flag, security_wrap::redirection_flags bit,
     return true;
 }
 
-// Who wrote the line also chose the file: opening it must not wait, be it for a pipe's reader or
-// for a terminal line. -1 when there is nothing to write to.
+// Opens a file that the author of the command line chose, so opening must never wait for a pipe's
+// reader or a terminal line. -1 when it cannot be opened.
 int open_for_writing(const std::string& name, int mode) {
     const int descriptor =
         ::open(name.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | mode,
                S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH);
     if (descriptor >= 0) {
-        // What there is to write is written all the same.
+        // Only opening must not wait; writes may.
         ::fcntl(descriptor, F_SETFL, mode & O_APPEND);
     }
     return descriptor;
@@ -232,8 +232,8 @@ int security_wrap::system(const char* command) {
         return -1;
     }
 
-    // The command's output is always empty, and both streams end in the file of standard output:
-    // callers rely on the file of standard error staying as it is.
+    // The output is always empty and both streams go to the file of standard output: callers rely
+    // on the file of standard error being left untouched.
     const auto flag = static_cast<unsigned int>(parsed);
     std::vector<unsigned char> output;
     if ((flag & out_to_file) != 0) {

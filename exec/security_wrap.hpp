@@ -9,15 +9,15 @@
 
 namespace dp {
 
-/// Vets a command line in place of `::system`. It splits the line by a deliberately small grammar,
-/// refuses everything that could smuggle in a second command (pipes, input redirection, escapes
-/// outside quotes, quotes inside a word), and applies its output redirections. It never starts a
-/// program and never hands text to a shell.
+/// Replacement for `::system` that checks a command line and never runs it. It splits the line by a
+/// deliberately small grammar, refuses everything that could hide a second command (pipes, input
+/// redirection, escapes outside quotes, quotes inside a word), and applies the output redirections.
+/// It never starts a program and never passes text to a shell.
 ///
-/// All operations are free of state and may be called from several threads. None throws for a line
-/// that it refuses; the reason goes to the application log. Blanks are the character 32 only, a
-/// parameter has at most 127 characters, and inside double quotes a backslash stands before a
-/// double quote or a backslash and nothing else.
+/// All operations are stateless and may be called from several threads. None throws for a line that
+/// it refuses; the reason goes to the application log. Words are separated by spaces (character 32)
+/// only. A parameter has at most 127 characters. Inside double quotes a backslash may only precede
+/// a double quote or another backslash.
 class DP_API security_wrap {
   public:
     /// What a redirection does with its file.
@@ -46,33 +46,33 @@ class DP_API security_wrap {
         std::int32_t operation = 0;  ///< see operations
     };
 
-    /// Vets `command` and creates, truncates or opens for append the file to which its standard
-    /// output goes; a file for standard error is accepted but never touched. 1 when the line is
-    /// accepted (whatever became of the file), -1 when it is refused or has no parameter.
+    /// Checks `command`, then creates, truncates or opens for append the file of its standard
+    /// output. A file for standard error is accepted but never touched. 1 when the line is
+    /// accepted, even if the file cannot be opened; -1 when it is refused or has no parameter.
     static int system(const char* command);
 
-    /// Length of the command without blanks around it and without one "&" behind it, counted from
-    /// its first character that is not a blank; `*command` is not moved. Sets `flag` to 1. -1, and
-    /// `flag` as it was, when nothing is left.
+    /// Length of the command without the spaces around it and without one trailing "&", counted
+    /// from its first character that is not a space. Does not change `*command`. Sets `flag` to 1.
+    /// When nothing is left, returns -1 and does not change `flag`.
     static int chomp_cmd(const char** command, unsigned int& flag);
 
-    /// Splits a command line. The lists are emptied first; after a refusal they hold what came
-    /// before the offending character. Only as many characters are looked at, from the very
-    /// beginning, as `chomp_cmd` counts: N leading blanks cost the line its last N characters. A
-    /// quote that is not closed and a redirection without a target are dropped. `flag` becomes 1.
-    /// True when the whole line was accepted.
+    /// Splits a command line. Clears both lists first; after a refusal they contain what precedes
+    /// the refused character. Examines as many characters from the start of the text as
+    /// `chomp_cmd` counts, so N leading spaces cut off the last N characters. Drops an unclosed
+    /// quote and a redirection without a target. Sets `flag` to 1. True when the whole line was
+    /// accepted.
     static bool parse_commandline(const char* command, std::vector<std::string>& params,
                                   std::vector<redirection>& redirections, unsigned int& flag);
 
-    /// Sums redirections up as `redirection_flags` and fills `out` and `err` for those that go to a
-    /// file. -1 for an operation or a source that is unknown, and for a second file of the same
-    /// stream.
+    /// Returns the bits of `redirection_flags` for `redirections`, and fills `out` and `err` for
+    /// streams that go to a file. -1 for an unknown operation or source and for a second file of
+    /// the same stream.
     static int parse_redirection(const std::vector<redirection>& redirections,
                                  redirection_file& out, redirection_file& err);
 
-    /// Writes `data`, which may be empty, over the file or behind its end. 0, or -1 when the
-    /// operation is unknown or the file can't be opened, as a pipe without a reader, for which
-    /// nobody waits; what happens after that is not reported.
+    /// Replaces the file's content by `data`, or appends `data`, which may be empty. 0; -1 when the
+    /// operation is unknown or the file cannot be opened. A pipe without a reader cannot: opening
+    /// never waits. Errors after opening are not reported.
     static int redirect_2_file(std::vector<unsigned char>& data, redirection_file& file);
 };
 

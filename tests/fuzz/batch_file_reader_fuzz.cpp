@@ -1,4 +1,4 @@
-// Any bytes as a batch file: the reader hands on what plain stream extraction reads.
+// Arbitrary bytes as a batch file: the reader returns the same entries as plain stream extraction.
 
 #include <array>
 #include <sstream>
@@ -22,7 +22,7 @@ texts texts_of(const dp::batch_file_entry& entry) {
             entry.value_out};
 }
 
-class gatherer final : public dp::batch_file_intf {
+class entry_collector final : public dp::batch_file_intf {
   public:
     void process_entry(dp::batch_file_entry& entry, dp::registrar* /*reg*/) override {
         entries.push_back(texts_of(entry));
@@ -34,15 +34,15 @@ class gatherer final : public dp::batch_file_intf {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string file(data, data + size);
-    gatherer gathered;
+    entry_collector collected;
     std::istringstream in(file);
-    const int count = dp::batch_file_reader(&gathered).read_file(in, nullptr);
+    const int count = dp::batch_file_reader(&collected).read_file(in, nullptr);
 
     std::vector<texts> expected;
     std::istringstream again(file);
     const int expected_count = test::reference_read_file(
         again, [&](const dp::batch_file_entry& entry) { expected.push_back(texts_of(entry)); });
-    fuzzing::require(count == expected_count, "as many entries as plain extraction reads");
-    fuzzing::require(gathered.entries == expected, "the entries that plain extraction reads");
+    fuzzing::require(count == expected_count, "the number of entries is that of plain extraction");
+    fuzzing::require(collected.entries == expected, "the entries are those of plain extraction");
     return 0;
 }

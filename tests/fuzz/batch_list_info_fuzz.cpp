@@ -1,5 +1,5 @@
-// Any bytes as a selection: both forms are split as a plain splitter splits them, and a selection
-// that the forms can carry comes back from them.
+// Arbitrary bytes as a selection: both forms are split as by a plain splitter, and a selection that
+// the full form can express survives a round trip.
 
 #include <algorithm>
 #include <map>
@@ -47,8 +47,8 @@ selection parse_plainly(const std::string& text) {
     return all;
 }
 
-/// Whether the full form can say it.
-bool full_form_carries(const selection& all) {
+/// Whether the full form can express the selection.
+bool full_form_expresses(const selection& all) {
     const auto fits = [](const std::string& text) {
         return text.find_first_of("']") == std::string::npos;
     };
@@ -64,19 +64,20 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     dp::batch_list_info info;
     selection parsed;
     info.parse_selections(text, parsed);
-    fuzzing::require(parsed == parse_plainly(text), "the selection of a plain splitter");
+    fuzzing::require(parsed == parse_plainly(text), "the selection is that of a plain splitter");
 
     const std::string full = info.get_string(parsed);
     const std::string terse = info.get_string_terse(parsed);
-    fuzzing::require(info.tersify(text) == terse, "the terse form of the text is its selection's");
-    fuzzing::require(info.get_current().empty(), "the current selection is left alone");
+    fuzzing::require(info.tersify(text) == terse,
+                     "the terse form of the text is that of its selection");
+    fuzzing::require(info.get_current().empty(), "the current selection is unchanged");
     info.set_current(text);
     fuzzing::require(info.get_current() == full && info.get_current_terse() == terse,
-                     "the current selection is the text's");
-    if (full_form_carries(parsed)) {
+                     "the current selection is that of the text");
+    if (full_form_expresses(parsed)) {
         selection back;
         info.parse_selections(full, back);
-        fuzzing::require(back == parsed, "a selection comes back from its full form");
+        fuzzing::require(back == parsed, "a selection survives a round trip through its full form");
     }
     return 0;
 }

@@ -1,5 +1,5 @@
-// Any bytes as a file, as the stream of bits behind a fitting header, and as a text that goes there
-// and back.
+// Arbitrary bytes as a file, as the bit stream after a valid header, and as a text that is
+// compressed and decompressed.
 
 #include <sstream>
 #include <string>
@@ -37,9 +37,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         image += bytes.substr(2);
         const std::string text = decompress(image);
         fuzzing::require(text.empty() || text.size() == original_size,
-                         "a text has the size that the header states");
+                         "a text has the size stated in the header");
     }
     fuzzing::require(decompress(dp_platform::efi_compress(bytes)) == bytes,
-                     "a text comes back from its image");
+                     "a text survives compression and decompression");
     return 0;
 }

@@ -6,15 +6,16 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// What the fuzzer calls with every input. Returns 0.
+/// Called by the fuzzer with every input. Returns 0.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace fuzzing {
 
-/// Ends the process, which the fuzzer reports with the input, when something does not hold.
-inline void require(bool holds, const char* what) {
-    if (!holds) {
-        std::fprintf(stderr, "does not hold: %s\n", what);
+/// Aborts the process when `condition` is false; the fuzzer then reports the input. `what` says
+/// what is required.
+inline void require(bool condition, const char* what) {
+    if (!condition) {
+        std::fprintf(stderr, "not true: %s\n", what);
         std::abort();
     }
 }

@@ -1,4 +1,4 @@
-// Any bytes as a framed record, and as a name and a payload that go there and back.
+// Arbitrary bytes as a framed record, and as a name and a payload that are framed and unpacked.
 
 #include <string>
 #include <vector>
@@ -9,11 +9,12 @@
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::vector<unsigned char> bytes(data, data + size);
     const dp::ZEB_MethodData any(bytes);
-    fuzzing::require(any.buffer == bytes, "the buffer is kept");
-    fuzzing::require(any.method.size() + any.data.size() <= size, "no more than the buffer holds");
+    fuzzing::require(any.buffer == bytes, "the buffer is a copy of the input");
+    fuzzing::require(any.method.size() + any.data.size() <= size,
+                     "the name and the payload are no longer than the buffer");
     if (any.valid != 0) {
         fuzzing::require(16 + any.method.size() + any.data.size() + 4 <= size,
-                         "a valid record has room for its frame");
+                         "a valid record includes its header and trailer");
     }
 
     const std::size_t name_length = size == 0 ? 0 : data[0] % size;
@@ -22,7 +23,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const dp::ZEB_MethodData built(name, payload);
     const dp::ZEB_MethodData parsed(built.buffer);
     fuzzing::require(parsed.valid == 1 && parsed.method == name && parsed.data == payload,
-                     "name and payload come back");
-    fuzzing::require(built.buffer.size() % 16 == 0, "the record is padded");
+                     "the name and the payload survive a round trip");
+    fuzzing::require(built.buffer.size() % 16 == 0,
+                     "the record is padded to a multiple of 16 bytes");
     return 0;
 }

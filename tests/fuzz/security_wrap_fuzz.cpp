@@ -1,5 +1,5 @@
-// Any text as a command line, held against the model of the unit tests. Redirections are parsed but
-// never applied: a generated line could name any file.
+// Arbitrary text as a command line, compared with the model of the unit tests. Redirections are
+// parsed but never applied, because a generated line could name any file.
 
 #include <string>
 #include <vector>
@@ -12,7 +12,7 @@
 
 namespace {
 
-// Keeps the last line that was logged.
+// Keeps the last logged line.
 class last_line final : public sysipc::event_log::streams {
   public:
     void append(const std::string&, const std::string& line) override { text = line; }
@@ -43,21 +43,22 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     sysipc::application_log::app_streams = nullptr;
 
     const test::command_line_outcome expected = test::model_command_line(line);
-    fuzzing::require(accepted == expected.refusal.empty(), "accepted as the model says");
+    fuzzing::require(accepted == expected.refusal.empty(),
+                     "a line is accepted exactly when the model accepts it");
     if (!accepted) {
         fuzzing::require(refusal == " ***ERROR*** ERROR: security_wrap::exec: " + expected.refusal,
-                         "refused for the model's reason");
+                         "the reason of a refusal is that of the model");
         return 0;
     }
-    fuzzing::require(flag == 1, "the flag is set");
-    fuzzing::require(params == expected.params, "the model's parameters");
+    fuzzing::require(flag == 1, "the flag is 1");
+    fuzzing::require(params == expected.params, "the parameters are those of the model");
     fuzzing::require(redirections.size() == expected.redirections.size(),
-                     "as many redirections as the model has");
+                     "the number of redirections is that of the model");
     for (std::size_t i = 0; i < redirections.size(); ++i) {
         const auto& r = redirections[i];
         fuzzing::require(expected.redirections[i] == test::command_line_outcome::redirection(
                                                          r.source, r.target, r.operation),
-                         "the model's redirections");
+                         "the redirections are those of the model");
     }
     return 0;
 }

@@ -1,5 +1,5 @@
-// Any bytes as a template's text, with and without a filter: the scanner finds what plain stream
-// extraction finds. What an entry writes is read back.
+// Arbitrary bytes as a template's text, with and without a filter: the scanner finds the same
+// entries as plain stream extraction. A written record is read back.
 
 #include <fstream>
 #include <sstream>
@@ -21,16 +21,16 @@ std::vector<template_info> scan(const std::string& text, const std::string& filt
     return entries;
 }
 
-void expect_as_plainly(const std::string& text, const std::string& filter) {
+void expect_same_as_plain(const std::string& text, const std::string& filter) {
     const auto entries = scan(text, filter);
     std::istringstream again(text);
     std::vector<template_info> expected;
     test::read_plainly(again, expected, filter);
     fuzzing::require(entries.size() == expected.size(),
-                     "as many entries as plain extraction finds");
+                     "the number of entries is that of plain extraction");
     for (std::size_t i = 0; i < entries.size(); ++i) {
         fuzzing::require(test::fields(entries[i]) == test::fields(expected[i]),
-                         "the fields that plain extraction finds");
+                         "the fields are those of plain extraction");
     }
 }
 
@@ -38,11 +38,11 @@ void expect_as_plainly(const std::string& text, const std::string& filter) {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(data, data + size);
-    expect_as_plainly(text, "");
-    // Up to the first line feed the bytes may also be a filter.
+    expect_same_as_plain(text, "");
+    // The bytes before the first line feed are also used as a filter.
     const std::size_t line = text.find('\n');
     if (line != std::string::npos) {
-        expect_as_plainly(text.substr(line + 1), text.substr(0, line));
+        expect_same_as_plain(text.substr(line + 1), text.substr(0, line));
     }
 
     template_info info;
@@ -50,19 +50,21 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     template_info expected;
     test::parse_plainly(expected, text);
     fuzzing::require(test::fields(info) == test::fields(expected),
-                     "the fields of one record that plain extraction finds");
+                     "the fields of a single record are those of plain extraction");
 
     std::ostringstream written;
     written << info;
-    // A record that fits the limit comes back; a field may hold the record's end byte, though.
+    // A written record can be read back when it is within the limit and no field contains the
+    // record end byte.
     const std::string record = written.str();
     if (record.find(template_info::record_end) + 2 == record.size() &&
         record.size() - 2 <= template_info::record_limit) {
         const auto back = scan(record, "");
-        fuzzing::require(back.size() == 1, "a written record is one record");
+        fuzzing::require(back.size() == 1, "a written record is read as one record");
         std::ostringstream again;
         again << back.front();
-        fuzzing::require(again.str() == record, "a written record is written the same again");
+        fuzzing::require(again.str() == record,
+                         "a record that was read back is written identically");
     }
     return 0;
 }

@@ -14,16 +14,16 @@ struct token {
     std::string text;
 };
 
-std::string without_blanks_at_end(const std::string& text) {
+std::string without_trailing_spaces(const std::string& text) {
     return text.substr(0, text.find_last_not_of(' ') + 1);
 }
 
-// The part of a line that is looked at; nothing when only blanks and one "&" are there.
+// The part of a line that is examined; nothing when it consists of spaces and one "&".
 std::optional<std::string> visible_part(const std::string& line) {
-    std::string command = without_blanks_at_end(line);
+    std::string command = without_trailing_spaces(line);
     if (!command.empty() && command.back() == '&') {
         command.pop_back();
-        command = without_blanks_at_end(command);
+        command = without_trailing_spaces(command);
     }
     if (command.empty()) {
         return std::nullopt;
@@ -31,8 +31,8 @@ std::optional<std::string> visible_part(const std::string& line) {
     return line.substr(0, command.size() - command.find_first_not_of(' '));
 }
 
-// A quoted word from behind its opening quote; moves `at` behind the closing one. Nothing when the
-// text ends first.
+// The quoted word whose opening quote is before `at`; moves `at` past the closing quote. Nothing
+// when the text ends first.
 std::optional<token> quoted_word(const std::string& text, std::size_t& at) {
     std::string word;
     while (at < text.size()) {
@@ -116,14 +116,14 @@ command_line_outcome model_command_line(const std::string& line) {
         return outcome;
     }
     const std::vector<token> tokens = tokens_of(*text);
-    std::optional<command_line_outcome::redirection> waiting;
+    std::optional<command_line_outcome::redirection> pending;
     for (std::size_t i = 0; i < tokens.size(); ++i) {
         const token& t = tokens[i];
         const bool arrow_follows =
             i + 1 < tokens.size() &&
             (tokens[i + 1].kind == kinds::arrow || tokens[i + 1].kind == kinds::double_arrow);
         const bool is_arrow = t.kind == kinds::arrow || t.kind == kinds::double_arrow;
-        if (t.kind == kinds::refusal || (is_arrow && waiting)) {
+        if (t.kind == kinds::refusal || (is_arrow && pending)) {
             outcome.refusal = t.kind == kinds::refusal ? t.text : "redirection parse error";
             return outcome;
         }
@@ -141,12 +141,12 @@ command_line_outcome model_command_line(const std::string& line) {
                 source = outcome.params.back();
                 outcome.params.pop_back();
             }
-            waiting = {source, "", t.kind == kinds::arrow ? 1 : 2};
+            pending = {source, "", t.kind == kinds::arrow ? 1 : 2};
         } else if (t.kind == kinds::quoted || (t.kind == kinds::bare && !arrow_follows)) {
-            if (waiting) {
-                std::get<1>(*waiting) = t.text;
-                outcome.redirections.push_back(*waiting);
-                waiting.reset();
+            if (pending) {
+                std::get<1>(*pending) = t.text;
+                outcome.redirections.push_back(*pending);
+                pending.reset();
             } else {
                 outcome.params.push_back(t.text);
             }

@@ -7,8 +7,8 @@
 
 namespace test {
 
-/// What a command line should become, worked out in two passes (tokens, then grammar) where the
-/// library has one loop over characters.
+/// The expected result for a command line. The model works in two passes, tokens and grammar, where
+/// the library has one loop over the characters.
 struct command_line_outcome {
     using redirection = std::tuple<std::string, std::string, int>;  // source, target, operation
 
