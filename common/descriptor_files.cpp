@@ -4,9 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstddef>
-
 namespace dp {
 
 int open_regular_file(const std::string& path, int flags) {
@@ -18,17 +15,6 @@ int open_regular_file(const std::string& path, int flags) {
         return -1;
     }
     return descriptor;
-}
-
-void write_all(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t count = ::write(descriptor, text.data(), text.size());
-        if (count > 0) {
-            text.remove_prefix(static_cast<std::size_t>(count));
-        } else if (count == 0 || errno != EINTR) {
-            break;
-        }
-    }
 }
 
 }  // namespace dp

@@ -2,7 +2,6 @@
 #define DP_COMMON_DESCRIPTOR_FILES_HPP
 
 #include <string>
-#include <string_view>
 
 namespace dp {
 
@@ -11,10 +10,6 @@ namespace dp {
 /// file has mode 0666 less the process's creation mask. Returns a descriptor that the caller
 /// closes, or -1 when there is no regular file to open.
 int open_regular_file(const std::string& path, int flags);
-
-/// Writes all of `text`, in as many calls as that takes. The rest is silently dropped when a call
-/// fails.
-void write_all(int descriptor, std::string_view text);
 
 }  // namespace dp
 

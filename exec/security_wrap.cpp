@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "common/descriptor_files.hpp"
+#include "common/io_loops.hpp"
 #include "common/log.hpp"
 
 namespace dp {

@@ -1,34 +1,29 @@
 #include <sys/stat.h>
 
-#include <CLI/CLI.hpp>
-#include <cstdio>
-#include <cstdlib>
-#include <exception>
 #include <iostream>
 #include <string>
 
 #include "common/fixed_paths.hpp"
-#include "service_api/server_paths.hpp"
-#include "support/standard_descriptors.hpp"
-#include "host/process/instance_lock.hpp"
-#include "platform/posix/posix_log.hpp"
-#include "platform/posix/queue_name.hpp"
 #include "host/exchange/run_folder.hpp"
+#include "host/process/instance_lock.hpp"
 #include "host/process/service_log.hpp"
+#include "host/process/stop_signal.hpp"
 #include "host/service_loop.hpp"
 #include "host/settings_service.hpp"
-#include "host/process/stop_signal.hpp"
+#include "platform/posix/posix_log.hpp"
+#include "platform/posix/queue_name.hpp"
+#include "service_api/server_paths.hpp"
+#include "support/command_line.hpp"
+#include "support/program_main.hpp"
 
 // dp_settingsd: keeps the values of a server's BIOS attributes and carries out batches of setting
 // commands. Runs in the foreground.
 
 namespace {
 
-constexpr int wrong_usage = 2;
-
 int fail(const std::string& problem) {
     std::cerr << "dp_settingsd: " << problem << std::endl;
-    return EXIT_FAILURE;
+    return dp_support::exit_code::failed;
 }
 
 int serve() {
@@ -61,13 +56,10 @@ int serve() {
         return fail(problem);
     }
     dp_host::log_line("stopped");
-    return EXIT_SUCCESS;
+    return dp_support::exit_code::done;
 }
 
 int run(int argc, char** argv) {
-    if (!standard_descriptors::occupy()) {
-        return fail("the standard descriptors cannot be opened");
-    }
     CLI::App app{
         "Keeps the values of a server's BIOS attributes and carries out batches of setting "
         "commands.\nRuns in the foreground until SIGTERM or SIGINT.",
@@ -78,14 +70,8 @@ int run(int argc, char** argv) {
                "\nEnvironment:     DP_LOG (none, stderr, file:PATH, syslog; default stderr), "
                "DP_LOG_MASK, DP_LOG_TAG, DP_QUEUE_PREFIX\n"
                "Exit codes:      0 stopped as asked, 1 failed, 2 wrong usage");
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        if (app.exit(error) != 0) {
-            return wrong_usage;
-        }
-        std::cout.flush();
-        return std::cout ? EXIT_SUCCESS : fail("a part of the output could not be written");
+    if (const auto code = dp_support::parse_command_line(app, argc, argv)) {
+        return *code;
     }
     dp_platform::log_defaults log;
     log.sink = "stderr";
@@ -101,13 +87,5 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    try {
-        return run(argc, argv);
-    } catch (const std::exception& error) {
-        // Nothing of ours throws; what is left is a lack of memory.
-        std::fputs("dp_settingsd: ", stderr);
-        std::fputs(error.what(), stderr);
-        std::fputs("\n", stderr);
-        return EXIT_FAILURE;
-    }
+    return dp_support::guarded_main("dp_settingsd", run, argc, argv);
 }

@@ -7,19 +7,21 @@
 
 #include "bios/uefi_build_id.hpp"
 #include "common/fixed_paths.hpp"
-#include "service_api/expanded_texts.hpp"
-#include "service_api/server_paths.hpp"
-#include "service_api/service_status.hpp"
-#include "logs/alerts.hpp"
 #include "host/exchange/own_file.hpp"
 #include "host/exchange/run_folder.hpp"
-#include "host/process/service_files.hpp"
-#include "host/process/service_log.hpp"
-#include "settings/configuration.hpp"
-#include "host/process/staged_file.hpp"
 #include "host/model/template_text.hpp"
 #include "host/model/values_file.hpp"
 #include "host/model/vital_product_data.hpp"
+#include "host/process/replace_under_lock.hpp"
+#include "host/process/service_files.hpp"
+#include "host/process/service_log.hpp"
+#include "logs/alerts.hpp"
+#include "service_api/expanded_texts.hpp"
+#include "service_api/server_paths.hpp"
+#include "service_api/service_status.hpp"
+#include "settings/configuration.hpp"
+#include "support/remove_or_set_aside.hpp"
+#include "support/staged_file.hpp"
 
 namespace dp_host {
 namespace {
@@ -165,54 +167,55 @@ std::string settings_service::load_values() {
     const std::size_t added =
         store_->add_defaults(has_pending || has_current ? no_setting : every_setting);
     if (!has_pending || dropped > 0 || added > 0) {
-        problem = write_store(pending_path, *store_).problem;
+        problem = write_store(pending_path, *store_).reason();
     }
     if (problem.empty() && !has_current) {
         value_store defaults(*model_);
         defaults.add_defaults(every_setting);
-        problem = write_store(current_path, defaults).problem;
+        problem = write_store(current_path, defaults).reason();
     }
     return problem;
 }
 
-settings_service::write_outcome settings_service::write_store(const std::string& path,
-                                                              const value_store& store,
-                                                              const std::string& history_lines) {
-    staged_file file(path, staged_file::lasting);
+dp_support::result<> settings_service::write_store(const std::string& path,
+                                                   const value_store& store,
+                                                   const std::string& history_lines) {
+    dp_support::staged_file file(path, dp_support::staged_file::durable);
     write_values(store, file.out());
-    const bool is_staged = file.complete();
-    if (is_staged && !history_lines.empty()) {
-        note_.write(file.staged_path(), history_lines);
+    auto written = file.complete();
+    if (written) {
+        if (!history_lines.empty()) {
+            note_.write(file.staged_path(), history_lines);
+        }
+        written = replace_under_lock(file);
     }
-    const bool done = is_staged && file.replace_under_lock();
     if (path == dp::fixed_paths::uefi_settings.str()) {
-        file_differs_ = !done && file.is_in_place();
+        file_differs_ = !written && file.is_in_place();
     }
-    return done ? write_outcome{"", 0} : write_outcome{file.problem(), file.error()};
+    return written;
 }
 
-settings_service::write_outcome settings_service::write_pending(const std::string& history_lines) {
-    write_outcome outcome =
-        write_store(dp::fixed_paths::uefi_settings.str(), *store_, history_lines);
-    if (!outcome.problem.empty()) {
-        log_error("changes are not kept: ", outcome.problem);
+dp_support::result<> settings_service::write_pending(const std::string& history_lines) {
+    auto written = write_store(dp::fixed_paths::uefi_settings.str(), *store_, history_lines);
+    if (!written) {
+        log_error("changes are not kept: ", written.reason());
     }
-    return outcome;
+    return written;
 }
 
 int settings_service::persist(const dp::setting_transaction& trans) {
     const std::string lines = history_.lines_of(trans);
-    const auto [problem, error] = write_pending(lines);
-    if (problem.empty()) {
+    const auto written = write_pending(lines);
+    if (written) {
         history_.append(lines);
     }
     note_.remove();
-    return error;
+    return written.code();
 }
 
 void settings_service::settle() {
     if (file_differs_) {
-        write_pending({});
+        static_cast<void>(write_pending({}));
     }
 }
 
@@ -232,7 +235,7 @@ void settings_service::tell_of(dp::command::alerts what, fm::command::alerts fm_
 }
 
 server_outcome settings_service::restart() {
-    const std::string problem = write_store(dp::fixed_paths::uefi_current.str(), *store_).problem;
+    const std::string problem = write_store(dp::fixed_paths::uefi_current.str(), *store_).reason();
     if (!problem.empty()) {
         log_error("restart: ", problem);
         return {service_status::not_persisted, problem};
@@ -266,9 +269,9 @@ server_outcome settings_service::prepare_update(update_parts& parts) {
     std::vector<template_info> infos;
     if (problem.empty()) {
         const std::string text_path = service_files::update_text.str();
-        clear_away(text_path);
+        dp_support::remove_or_set_aside(text_path);
         problem = read_template_text(template_path, text_path, infos);
-        clear_away(text_path);
+        dp_support::remove_or_set_aside(text_path);
     }
     if (problem.empty()) {
         parts.model = template_model::make(infos, &plugin_, problem);
@@ -292,25 +295,29 @@ server_outcome settings_service::update() {
         log_error("BIOS update refused: ", outcome.reason);
         return outcome;
     }
-    staged_file bios(dp::fixed_paths::uefi_template.str(), staged_file::lasting);
-    staged_file pending(dp::fixed_paths::uefi_settings.str(), staged_file::lasting);
-    staged_file current(dp::fixed_paths::uefi_current.str(), staged_file::lasting);
-    staged_file product_data(server_paths::vital_product_data.str(), staged_file::lasting);
+    dp_support::staged_file bios(dp::fixed_paths::uefi_template.str(),
+                                 dp_support::staged_file::durable);
+    dp_support::staged_file pending(dp::fixed_paths::uefi_settings.str(),
+                                    dp_support::staged_file::durable);
+    dp_support::staged_file current(dp::fixed_paths::uefi_current.str(),
+                                    dp_support::staged_file::durable);
+    dp_support::staged_file product_data(server_paths::vital_product_data.str(),
+                                         dp_support::staged_file::durable);
     std::ifstream source(server_paths::update_template.str(), std::ios::binary);
     bios.out() << source.rdbuf();
     write_values(*parts.store, pending.out());
     write_values(*parts.store, current.out());
     product_data.out() << with_product_data(server_paths::vital_product_data.str(), "UEFIID",
                                             parts.build_id, outcome.reason);
-    staged_file* const files[] = {&bios, &pending, &current, &product_data};
-    for (staged_file* file : files) {
-        if (outcome.reason.empty() && !file->complete()) {
-            outcome.reason = file->problem();
+    dp_support::staged_file* const files[] = {&bios, &pending, &current, &product_data};
+    for (dp_support::staged_file* file : files) {
+        if (outcome.reason.empty()) {
+            outcome.reason = file->complete().reason();
         }
     }
-    for (staged_file* file : files) {
-        if (outcome.reason.empty() && !file->replace_under_lock()) {
-            outcome.reason = file->problem();
+    for (dp_support::staged_file* file : files) {
+        if (outcome.reason.empty()) {
+            outcome.reason = replace_under_lock(*file).reason();
         }
     }
     // With the template in place it is the new BIOS, whatever else could not be written: the next
@@ -328,8 +335,8 @@ server_outcome settings_service::update() {
         outcome.status = service_status::not_persisted;
         return outcome;
     }
-    clear_away(server_paths::update_template.str());
-    clear_away(server_paths::update_build_id.str());
+    dp_support::remove_or_set_aside(server_paths::update_template.str());
+    dp_support::remove_or_set_aside(server_paths::update_build_id.str());
     log_line("the BIOS was updated to ", parts.build_id, " and the server restarted");
     return {};
 }

@@ -6,18 +6,19 @@
 #include <vector>
 
 #include "bios/template_info.hpp"
-#include "host/history/change_history.hpp"
 #include "common/fixed_paths.hpp"
-#include "service_api/server_paths.hpp"
+#include "host/exchange/server_outcome.hpp"
+#include "host/history/change_history.hpp"
 #include "host/history/history_note.hpp"
 #include "host/host_registrar.hpp"
-#include "platform/dp/alerts.hpp"
-#include "platform/fm/alerts.hpp"
-#include "host/exchange/server_outcome.hpp"
-#include "host/process/service_files.hpp"
-#include "host/store_plugin.hpp"
 #include "host/model/template_model.hpp"
 #include "host/model/value_store.hpp"
+#include "host/process/service_files.hpp"
+#include "host/store_plugin.hpp"
+#include "platform/dp/alerts.hpp"
+#include "platform/fm/alerts.hpp"
+#include "service_api/server_paths.hpp"
+#include "support/result.hpp"
 
 namespace dp_host {
 
@@ -57,15 +58,10 @@ class settings_service {
   private:
     struct update_parts;
 
-    struct write_outcome {
-        std::string problem;  // empty when the file is written
-        int error;            // the problem's number (errno), or 0
-    };
-
     int persist(const dp::setting_transaction& trans);
-    write_outcome write_pending(const std::string& history_lines);
-    write_outcome write_store(const std::string& path, const value_store& store,
-                              const std::string& history_lines = {});
+    dp_support::result<> write_pending(const std::string& history_lines);
+    dp_support::result<> write_store(const std::string& path, const value_store& store,
+                                     const std::string& history_lines = {});
     std::string load_values();
     server_outcome prepare_update(update_parts& parts);
     void tell_of(dp::command::alerts what, fm::command::alerts fm_what) const;

@@ -11,6 +11,7 @@
 
 #include "common/descriptor_files.hpp"
 #include "common/fixed_paths.hpp"
+#include "common/io_loops.hpp"
 #include "common/log.hpp"
 #include "logs/change_history_visitor.hpp"
 #include "logs/error_command_visitor.hpp"

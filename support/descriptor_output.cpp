@@ -1,24 +1,21 @@
 #include "support/descriptor_output.hpp"
 
-#include <unistd.h>
-
 #include <cerrno>
+#include <cstddef>
+#include <string_view>
 
-namespace dp_host {
+#include "common/io_loops.hpp"
+
+namespace dp_support {
 
 descriptor_output::buffer::buffer(int descriptor) : fd(descriptor) {
     setp(bytes.data(), bytes.data() + bytes.size());
 }
 
 int descriptor_output::buffer::sync() {
-    const char* at = pbase();
-    while (at != pptr() && error == 0) {
-        const ssize_t count = ::write(fd, at, static_cast<std::size_t>(pptr() - at));
-        if (count >= 0) {
-            at += count;
-        } else if (errno != EINTR) {
-            error = errno;
-        }
+    const std::string_view text(pbase(), static_cast<std::size_t>(pptr() - pbase()));
+    if (error == 0 && !dp::write_all(fd, text)) {
+        error = errno;
     }
     setp(bytes.data(), bytes.data() + bytes.size());
     return error == 0 ? 0 : -1;
@@ -38,4 +35,4 @@ descriptor_output::descriptor_output(int fd) : std::ostream(nullptr), buffer_(fd
     rdbuf(&buffer_);
 }
 
-}  // namespace dp_host
+}  // namespace dp_support

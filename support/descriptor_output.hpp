@@ -5,10 +5,10 @@
 #include <ostream>
 #include <streambuf>
 
-namespace dp_host {
+namespace dp_support {
 
-/// A buffered output stream on an open descriptor, which stays the caller's. A write that fails
-/// sets the stream's bad state. What is in the buffer at the end of its life is not written.
+/// A buffered output stream on an open descriptor, which is not owned. A write that fails sets the
+/// stream's bad state. The destructor does not flush.
 class descriptor_output : public std::ostream {
   public:
     explicit descriptor_output(int fd);
@@ -30,6 +30,6 @@ class descriptor_output : public std::ostream {
     buffer buffer_;
 };
 
-}  // namespace dp_host
+}  // namespace dp_support
 
 #endif

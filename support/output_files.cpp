@@ -11,76 +11,45 @@
 #include <cstring>
 #include <memory>
 
-#include "support/file_handle.hpp"
+#include "common/io_loops.hpp"
+#include "support/file_descriptor.hpp"
+#include "support/folder_of.hpp"
 
-namespace dp_tools {
+namespace dp_support {
 namespace {
 
-std::string folder_of(const std::string& path) {
-    const auto slash = path.rfind('/');
-    if (slash == std::string::npos) {
-        return ".";
-    }
-    return slash == 0 ? "/" : path.substr(0, slash);
+failure refusal(const std::string& path, const std::string& reason) {
+    return {path + ": " + reason};
+}
+
+failure failed(const std::string& path, int error) {
+    return {path + ": " + std::strerror(error), error};
 }
 
 std::string name_of(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
 }
 
-/// The mode that a plain creation would give.
+/// The mode of a file that open(2) would create.
 mode_t creation_mode() {
     const mode_t mask = umask(0);
     umask(mask);
     return 0666 & ~mask;
 }
 
-bool write_all(int descriptor, std::string_view content) {
-    while (!content.empty()) {
-        const ssize_t count = write(descriptor, content.data(), content.size());
-        if (count < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            return false;
-        }
-        content.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return true;
-}
-
-/// Best effort: the files themselves are safe on the disk already.
-void sync_folder(const std::string& folder) {
-    const file_handle handle(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (handle.is_open()) {
-        static_cast<void>(fsync(handle.get()));
-    }
-}
-
-/// `path` without links; empty, with errno set, when there is no such thing.
+/// `path` without symlinks; empty, with errno set, when it does not exist.
 std::string real_path(const std::string& path) {
     const std::unique_ptr<char, void (*)(void*)> real(realpath(path.c_str(), nullptr), std::free);
     return real ? real.get() : "";
 }
 
-}  // namespace
-
-output_files::~output_files() {
-    for (const auto& file : files_) {
-        if (!file.temporary.empty()) {
-            unlink(file.temporary.c_str());
-        }
+void remove_backup(const std::string& path) {
+    if (!path.empty()) {
+        unlink(path.c_str());
     }
 }
 
-bool output_files::fail(const std::string& path, const std::string& reason) {
-    error_ = path + ": " + reason;
-    return false;
-}
-
-bool output_files::fail_with_errno(const std::string& path) {
-    return fail(path, std::strerror(errno));
-}
+}  // namespace
 
 void output_files::protect(const std::string& path) {
     struct stat status {};
@@ -89,128 +58,120 @@ void output_files::protect(const std::string& path) {
     }
 }
 
-bool output_files::stage(const std::string& path, std::string_view content) {
+result<> output_files::stage(const std::string& path, std::string_view content) {
     const std::string name = name_of(path);
     if (name.empty() || name == "." || name == "..") {
-        return fail(path, "is not a file name");
+        return refusal(path, "is not a file name");
     }
     const std::string folder = real_path(folder_of(path));
     struct stat status {};
     if (folder.empty() || stat(folder.c_str(), &status) != 0) {
-        return fail_with_errno(path);
+        return failed(path, errno);
     }
-    const bool open_to_all = (status.st_mode & S_IWOTH) != 0;
-    std::string place = (folder == "/" ? "" : folder) + "/" + name;
-    if (lstat(place.c_str(), &status) != 0) {
-        return errno == ENOENT ? stage_file(path, place, content) : fail_with_errno(path);
-    }
-    if (S_ISLNK(status.st_mode) && !open_to_all) {
-        if (stat(place.c_str(), &status) != 0) {
-            return fail_with_errno(path);
+    const bool is_open_to_all = (status.st_mode & S_IWOTH) != 0;
+    std::string target = (folder == "/" ? "" : folder) + "/" + name;
+    if (lstat(target.c_str(), &status) != 0) {
+        if (errno != ENOENT) {
+            return failed(path, errno);
         }
-        // The name of an unnamed pipe behind a link leads nowhere, but the link does.
+        return stage_file(path, target, content);
+    }
+    if (S_ISLNK(status.st_mode) && !is_open_to_all) {
+        if (stat(target.c_str(), &status) != 0) {
+            return failed(path, errno);
+        }
+        // The real path of an unnamed pipe cannot be opened, but the symlink to it can.
         if (S_ISREG(status.st_mode)) {
-            place = real_path(place);
+            target = real_path(target);
         }
     }
     if (S_ISCHR(status.st_mode) || S_ISFIFO(status.st_mode)) {
-        streams_.emplace_back(place, content);
-        return true;
+        streams_.emplace_back(target, content);
+        return {};
     }
     if (!S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)) {
-        return fail(path, "exists and is not a file to write to");
+        return refusal(path, "exists and is not a file to write to");
     }
     if (std::find(protected_.begin(), protected_.end(), std::pair(status.st_dev, status.st_ino)) !=
         protected_.end()) {
-        return fail(path, "is also the input");
+        return refusal(path, "is also the input");
     }
-    return stage_file(path, place, content);
+    return stage_file(path, target, content);
 }
 
-bool output_files::stage_file(const std::string& path, const std::string& place,
-                              std::string_view content) {
+result<> output_files::stage_file(const std::string& path, const std::string& target,
+                                  std::string_view content) {
     if (std::any_of(files_.begin(), files_.end(),
-                    [&](const staged_file& other) { return other.path == place; })) {
-        return fail(path, "is given for two files");
+                    [&](const output& other) { return other.file.path() == target; })) {
+        return refusal(path, "is given for two files");
     }
     struct stat status {};
-    const bool keeps_mode = lstat(place.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-    const mode_t mode = keeps_mode ? status.st_mode & 0777 : creation_mode();
-    std::string temporary = folder_of(place) + "/.dp_XXXXXX";
-    file_handle handle(mkostemp(temporary.data(), O_CLOEXEC));
-    if (!handle.is_open()) {
-        return fail_with_errno(path);
+    const bool keeps_mode = lstat(target.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    auto& added = files_.emplace_back(target, keeps_mode ? status.st_mode & 0777 : creation_mode());
+    added.file.out() << content;
+    if (const auto written = added.file.complete(); !written) {
+        files_.pop_back();
+        return failed(path, written.code());
     }
-    files_.push_back({place, temporary, "", false});
-    if (!write_all(handle.get(), content) || fchmod(handle.get(), mode) != 0 ||
-        fsync(handle.get()) != 0 || !handle.close()) {
-        return fail_with_errno(path);
-    }
-    return true;
+    return {};
 }
 
-bool output_files::write_streams() {
+result<> output_files::write_streams() {
     for (const auto& [path, content] : streams_) {
-        file_handle handle(open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
-        if (!handle.is_open() || !write_all(handle.get(), content) || !handle.close()) {
-            return fail_with_errno(path);
+        file_descriptor stream(open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
+        if (!stream.is_open() || !dp::write_all(stream.get(), content) || !stream.close()) {
+            return failed(path, errno);
         }
     }
     streams_.clear();
-    return true;
+    return {};
 }
 
 void output_files::roll_back(std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
-        if (files_[i].is_new) {
-            unlink(files_[i].path.c_str());
-        } else if (!files_[i].backup.empty()) {
-            static_cast<void>(std::rename(files_[i].backup.c_str(), files_[i].path.c_str()));
-            files_[i].backup.clear();
+        auto& replaced = files_[i];
+        if (replaced.is_new) {
+            unlink(replaced.file.path().c_str());
+        } else if (!replaced.backup.empty()) {
+            static_cast<void>(std::rename(replaced.backup.c_str(), replaced.file.path().c_str()));
+            replaced.backup.clear();
         }
     }
 }
 
-bool output_files::commit() {
-    if (!write_streams()) {
-        return false;
+result<> output_files::commit() {
+    if (auto written = write_streams(); !written) {
+        return written;
     }
     for (std::size_t i = 0; i < files_.size(); ++i) {
-        auto& file = files_[i];
-        // The last file needs no way back: nothing can fail behind it.
+        auto& [file, backup, is_new] = files_[i];
+        // The last file needs no backup: nothing can fail after it.
         if (i + 1 < files_.size()) {
-            std::string backup = file.temporary + "_old";
-            if (link(file.path.c_str(), backup.c_str()) == 0) {
-                file.backup = std::move(backup);
+            const std::string name = file.staged_path() + "_old";
+            if (link(file.path().c_str(), name.c_str()) == 0) {
+                backup = name;
             } else {
-                file.is_new = errno == ENOENT;
+                is_new = errno == ENOENT;
             }
         }
-        if (std::rename(file.temporary.c_str(), file.path.c_str()) != 0) {
-            const bool result = fail_with_errno(file.path);
-            if (!file.backup.empty()) {
-                unlink(file.backup.c_str());
-                file.backup.clear();
-            }
+        const auto replaced = file.replace();
+        // A folder that cannot be synchronised does not matter: the contents are on the disk.
+        if (!file.is_in_place()) {
+            remove_backup(backup);
             roll_back(i);
-            return result;
+            return failed(file.path(), replaced.code());
         }
-        file.temporary.clear();
     }
-    for (auto& file : files_) {
-        if (!file.backup.empty()) {
-            unlink(file.backup.c_str());
-            file.backup.clear();
-        }
-        sync_folder(folder_of(file.path));
+    for (const auto& replaced : files_) {
+        remove_backup(replaced.backup);
     }
     files_.clear();
-    return true;
+    return {};
 }
 
-std::string replace_file(const std::string& path, std::string_view content) {
+result<> replace_file(const std::string& path, std::string_view content) {
     output_files files;
-    return files.stage(path, content) && files.commit() ? "" : files.error();
+    return files.stage(path, content).and_then([&] { return files.commit(); });
 }
 
-}  // namespace dp_tools
+}  // namespace dp_support

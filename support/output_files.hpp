@@ -3,62 +3,58 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
+#include <deque>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-namespace dp_tools {
+#include "support/result.hpp"
+#include "support/staged_file.hpp"
 
-/// Files that appear together or not at all. Contents go to temporary files beside their targets;
-/// `commit` renames them into place, so a reader sees a target's old bytes or its new ones. What
-/// was not committed is taken away again.
+namespace dp_support {
+
+/// A program's output files, which are replaced together or not at all. Readers see the old or the
+/// new content of each file, never a part. The reasons of failures begin with the name of the file,
+/// their codes are values of errno, or 0 where there is none.
 class output_files {
   public:
-    output_files() = default;
-    ~output_files();
-    output_files(const output_files&) = delete;
-    output_files& operator=(const output_files&) = delete;
-
-    /// Never replaces this file, whatever name it is given by.
+    /// Never replaces the file `path`, by whatever name it is given to `stage`.
     void protect(const std::string& path);
 
-    /// Prepares `path`. A target that exists keeps its mode. A link is followed, but replaced where
-    /// everybody may write, since anybody could have put it there. What has no content of its own,
-    /// as a pipe or /dev/null, is written to on `commit`; a folder or a disk is refused. False on
-    /// failure; `error` says why.
-    bool stage(const std::string& path, std::string_view content);
+    /// Adds `path` and its new content. A file that exists keeps its mode. A symlink is followed,
+    /// but is itself replaced in a folder that everybody may write to, where anybody could have
+    /// made it. A pipe or a character device is written to on `commit`. A folder or a disk is
+    /// refused.
+    result<> stage(const std::string& path, std::string_view content);
 
-    /// Puts every staged file into place, behind writing to what has no content. False on failure:
-    /// the files are as they were, but for ones on a file system without hard links.
-    bool commit();
-
-    /// Why the last call failed; names the file.
-    [[nodiscard]] const std::string& error() const { return error_; }
+    /// Writes to the pipes and devices, then replaces all staged files. On failure the files are as
+    /// they were before, except on file systems without hard links.
+    result<> commit();
 
   private:
-    struct staged_file {
-        std::string path;       ///< folder without links, and name
-        std::string temporary;  ///< empty once renamed
-        std::string backup;     ///< second name of the replaced file until all are in place
-        bool is_new = false;    ///< there is nothing to replace
+    struct output {
+        output(const std::string& path, mode_t mode) : file(path, staged_file::durable, mode) {}
+
+        staged_file file;
+        std::string backup;   // hard link to the old file until all files are replaced
+        bool is_new = false;  // there is no old file
     };
 
-    bool stage_file(const std::string& path, const std::string& place, std::string_view content);
-    bool write_streams();
-    bool fail(const std::string& path, const std::string& reason);
-    bool fail_with_errno(const std::string& path);
+    result<> stage_file(const std::string& path, const std::string& target,
+                        std::string_view content);
+    result<> write_streams();
     void roll_back(std::size_t count);
 
-    std::vector<staged_file> files_;
-    std::vector<std::pair<std::string, std::string>> streams_;  ///< paths and contents
+    std::deque<output> files_;
+    std::vector<std::pair<std::string, std::string>> streams_;  // paths and contents
     std::vector<std::pair<dev_t, ino_t>> protected_;
-    std::string error_;
 };
 
-/// Replaces one file; empty on success, otherwise why not.
-std::string replace_file(const std::string& path, std::string_view content);
+/// Replaces one file, as `output_files` does.
+result<> replace_file(const std::string& path, std::string_view content);
 
-}  // namespace dp_tools
+}  // namespace dp_support
 
 #endif

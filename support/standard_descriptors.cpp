@@ -5,14 +5,14 @@
 
 #include <cerrno>
 
-namespace standard_descriptors {
+namespace dp_support {
 
-bool occupy() {
+bool occupy_standard_descriptors() {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
         if (fcntl(descriptor, F_GETFD) != -1 || errno != EBADF) {
             continue;
         }
-        // The lowest free number is this one. Programs that this process starts inherit it.
+        // open(2) returns the lowest free number, which is this one. Child processes inherit it.
         if (open("/", O_PATH | O_DIRECTORY) != descriptor) {
             return false;
         }
@@ -20,4 +20,4 @@ bool occupy() {
     return true;
 }
 
-}  // namespace standard_descriptors
+}  // namespace dp_support

@@ -1,13 +1,14 @@
 #ifndef DP_SUPPORT_STANDARD_DESCRIPTORS_HPP
 #define DP_SUPPORT_STANDARD_DESCRIPTORS_HPP
 
-/// Descriptors 0 to 2 are those of standard input, output and error, also in a process that was
-/// started without some of them. Otherwise the next files that it opens would get their numbers,
-/// and what is printed or logged would land in these.
-namespace standard_descriptors {
-/// Occupies those that are closed; reading and writing them fail with EBADF, as on closed ones.
-/// Call it before the process opens anything. False, with errno set, when it can't be done.
-bool occupy();
-}  // namespace standard_descriptors
+namespace dp_support {
+
+/// Opens those of the descriptors 0 to 2 that the process was started without: otherwise the next
+/// files that it opens would get these numbers, and receive what is printed or logged. Reading and
+/// writing the new descriptors fails with EBADF, as on closed ones. Call it before the process
+/// opens anything. False with errno set when it is not possible.
+bool occupy_standard_descriptors();
+
+}  // namespace dp_support
 
 #endif

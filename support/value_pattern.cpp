@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <utility>
 
+namespace dp_support {
 namespace {
 
 // Ordinary patterns need a few hundred steps; this many take some milliseconds.
@@ -76,3 +77,5 @@ value_pattern::verdict value_pattern::judge(const std::string& value) const {
     }
     return result == PCRE2_ERROR_NOMATCH ? verdict::differs : verdict::undecided;
 }
+
+}  // namespace dp_support

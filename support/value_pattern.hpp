@@ -4,10 +4,12 @@
 #include <memory>
 #include <string>
 
-/// A regular expression that values are held against: the `reg` of a template. It matches anywhere
-/// in a value unless it is anchored. Texts are UTF-8; bytes that are not match nothing. The work
-/// that one match may take is limited, so that no pattern can hold its user up. One thread at a
-/// time may use an object.
+namespace dp_support {
+
+/// The regular expression `reg` of a template, which values are matched with. It matches anywhere
+/// in a value unless it is anchored. Texts are UTF-8; bytes that are not UTF-8 match nothing. The
+/// work for one match is limited, so that no pattern blocks its user. One thread at a time may use
+/// an object.
 class value_pattern {
   public:
     explicit value_pattern(const std::string& expression);
@@ -15,16 +17,16 @@ class value_pattern {
     value_pattern(const value_pattern&) = delete;
     value_pattern& operator=(const value_pattern&) = delete;
 
-    /// Why the expression is not understood, and at which byte; empty when it is.
+    /// Why the expression is not valid, and at which byte; empty when it is valid.
     [[nodiscard]] const std::string& problem() const { return problem_; }
 
     enum class verdict {
         matches,
-        differs,    ///< also always when the expression is not understood
-        undecided,  ///< finding out would take too much work
+        differs,    ///< also for every value when the expression is not valid
+        undecided,  ///< the match needs more than the permitted work
     };
 
-    /// How `value` stands to the pattern.
+    /// Whether `value` matches.
     [[nodiscard]] verdict judge(const std::string& value) const;
 
   private:
@@ -32,5 +34,7 @@ class value_pattern {
     std::unique_ptr<compiled> compiled_;
     std::string problem_;
 };
+
+}  // namespace dp_support
 
 #endif

@@ -3,13 +3,14 @@
 #include <ctime>
 #include <string>
 
-#include "host/exchange/batch_run.hpp"
 #include "common/fixed_paths.hpp"
-#include "support/file_descriptor.hpp"
+#include "host/exchange/batch_run.hpp"
 #include "host/exchange/own_file.hpp"
 #include "host/process/service_files.hpp"
 #include "host/process/service_log.hpp"
-#include "host/process/staged_file.hpp"
+#include "support/file_descriptor.hpp"
+#include "support/remove_or_set_aside.hpp"
+#include "support/staged_file.hpp"
 
 namespace dp_host {
 namespace {
@@ -50,11 +51,11 @@ void batch_exchange::recover() {
         return;
     }
     log_line("dropped the batch that was being run when the service ended: ", reason);
-    clear_away(path);
+    dp_support::remove_or_set_aside(path);
 }
 
 exchange_look batch_exchange::look(bool has_ended) {
-    file_descriptor hold;
+    dp_support::file_descriptor hold;
     const exchange_look look = take_exchange_file(
         dp::fixed_paths::batch.str(), service_files::running_batch.str(), has_ended, hold);
     if (look == exchange_look::taken) {
@@ -66,16 +67,16 @@ exchange_look batch_exchange::look(bool has_ended) {
 void batch_exchange::run_and_answer() {
     const std::string running = service_files::running_batch.str();
     const std::string result = dp::fixed_paths::batch_result.str();
-    staged_file answer(result, staged_file::passing);
+    dp_support::staged_file answer(result, dp_support::staged_file::volatile_file);
     const std::string problem = run_batch(running, registrar_, answer);
     if (!problem.empty()) {
         log_error("cannot run a batch: ", problem);
-    } else if (!answer.replace()) {
+    } else if (const auto placed = answer.replace(); !placed) {
         // Its client waits in vain; the next one finds the way free.
-        log_error("cannot answer a batch: ", answer.problem());
-        clear_away(result);
+        log_error("cannot answer a batch: ", placed.reason());
+        dp_support::remove_or_set_aside(result);
     }
-    clear_away(running);
+    dp_support::remove_or_set_aside(running);
 }
 
 }  // namespace dp_host

@@ -8,14 +8,14 @@
 #include <utility>
 
 #include "batch/batch_file_converter.hpp"
-#include "host/exchange/batch_feed.hpp"
-#include "host/exchange/batch_transaction.hpp"
 #include "common/file_utilities.hpp"
 #include "common/quoting.hpp"
+#include "host/exchange/batch_feed.hpp"
+#include "host/exchange/batch_transaction.hpp"
 #include "host/exchange/own_file.hpp"
+#include "host/exchange/status_log.hpp"
 #include "host/process/service_log.hpp"
 #include "settings/setting_instance.hpp"
-#include "host/exchange/status_log.hpp"
 #include "transactions/basic_transaction_command.hpp"
 #include "transactions/command_status.hpp"
 
@@ -75,7 +75,7 @@ void refuse_all(std::istream& text, std::ostream& answer) {
     }
 }
 
-void run_text(std::istream& text, host_registrar& registrar, staged_file& answer) {
+void run_text(std::istream& text, host_registrar& registrar, dp_support::staged_file& answer) {
     dp::batch_file_converter converter;
     batch_feed feed(text, [&converter] { return converter.commands.size(); });
     std::istream lines(&feed);
@@ -88,7 +88,7 @@ void run_text(std::istream& text, host_registrar& registrar, staged_file& answer
     transaction.queue(registrar);
     registrar.run_queued();
     write_answers(converter.commands, feed, answer.out());
-    if (answer.complete()) {
+    if (answer.complete().ok()) {
         progress.log_outfile(transaction.name, answer.path());
     }
     progress.stop(&transaction);
@@ -100,7 +100,8 @@ void run_text(std::istream& text, host_registrar& registrar, staged_file& answer
 
 }  // namespace
 
-std::string run_batch(const std::string& path, host_registrar& registrar, staged_file& answer) {
+std::string run_batch(const std::string& path, host_registrar& registrar,
+                      dp_support::staged_file& answer) {
     const own_file file = open_own_file(path);
     if (!file.problem.empty()) {
         return file.problem;
@@ -116,7 +117,7 @@ std::string run_batch(const std::string& path, host_registrar& registrar, staged
         (is_image && static_cast<std::uint64_t>(plain.tellp()) > largest_batch)) {
         log_error(path, " is longer than ", largest_batch, " bytes: none of it is run");
         refuse_all(source, answer.out());
-        answer.complete();
+        static_cast<void>(answer.complete());
         return {};
     }
     run_text(source, registrar, answer);

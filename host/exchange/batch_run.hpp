@@ -5,7 +5,7 @@
 #include <string>
 
 #include "host/host_registrar.hpp"
-#include "host/process/staged_file.hpp"
+#include "support/staged_file.hpp"
 
 namespace dp_host {
 
@@ -23,7 +23,8 @@ inline constexpr std::uint64_t largest_batch = std::uint64_t{256} * 1024 * 1024;
 /// place, or to see why it is not complete.
 ///
 /// Returns why the batch file could not be read; empty when it was.
-std::string run_batch(const std::string& path, host_registrar& registrar, staged_file& answer);
+std::string run_batch(const std::string& path, host_registrar& registrar,
+                      dp_support::staged_file& answer);
 
 }  // namespace dp_host
 

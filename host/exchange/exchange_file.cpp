@@ -11,6 +11,7 @@
 
 #include "host/exchange/own_file.hpp"
 #include "host/process/service_log.hpp"
+#include "support/remove_or_set_aside.hpp"
 
 namespace dp_host {
 namespace {
@@ -30,11 +31,11 @@ lease take_lease(int fd) {
 }  // namespace
 
 exchange_look take_exchange_file(const std::string& path, const std::string& taken_path,
-                                 bool has_ended, file_descriptor& hold) {
+                                 bool has_ended, dp_support::file_descriptor& hold) {
     own_file file = open_own_file(path);
     if (!file.problem.empty()) {
         if (!file.missing) {
-            const bool cleared = clear_away(path);
+            const bool cleared = dp_support::remove_or_set_aside(path);
             log_error("refused: ", file.problem, cleared ? "; removed it" : "; it stays there");
         }
         return exchange_look::nothing;
@@ -46,7 +47,7 @@ exchange_look take_exchange_file(const std::string& path, const std::string& tak
     if (file.size == 0 && !has_ended) {
         return exchange_look::nothing;
     }
-    clear_away(taken_path);
+    dp_support::remove_or_set_aside(taken_path);
     if (std::rename(path.c_str(), taken_path.c_str()) != 0) {
         log_error("cannot take ", path, ": ", std::strerror(errno));
         return exchange_look::nothing;
@@ -55,7 +56,7 @@ exchange_look take_exchange_file(const std::string& path, const std::string& tak
     // unless a further file is there by now.
     if (quiet == lease::held && fcntl(file.descriptor.get(), F_GETLEASE) == F_UNLCK &&
         link(taken_path.c_str(), path.c_str()) == 0) {
-        clear_away(taken_path);
+        dp_support::remove_or_set_aside(taken_path);
         return exchange_look::being_written;
     }
     hold = std::move(file.descriptor);

@@ -25,7 +25,7 @@ enum class exchange_look {
 /// was about to waits (for 45 seconds, or what the system's lease-break-time is, and where there
 /// are leases). Keep it until the file was read.
 exchange_look take_exchange_file(const std::string& path, const std::string& taken_path,
-                                 bool has_ended, file_descriptor& hold);
+                                 bool has_ended, dp_support::file_descriptor& hold);
 
 }  // namespace dp_host
 

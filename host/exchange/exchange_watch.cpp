@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "common/io_loops.hpp"
 #include "host/process/service_log.hpp"
 
 namespace dp_host {
@@ -29,7 +30,7 @@ constexpr std::size_t most_names = 256;
 
 std::string exchange_watch::begin(const std::string& folder) {
     ended_.clear();
-    notify_ = file_descriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    notify_ = dp_support::file_descriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
     if (!notify_.is_open() ||
         inotify_add_watch(notify_.get(), folder.c_str(),
                           arrivals | leavings | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR |
@@ -43,10 +44,7 @@ bool exchange_watch::take_events() {
     alignas(inotify_event) std::array<char, 4096> buffer{};
     bool is_there = true;
     for (;;) {
-        const ssize_t count = read(notify_.get(), buffer.data(), buffer.size());
-        if (count == -1 && errno == EINTR) {
-            continue;
-        }
+        const ssize_t count = dp::read_some(notify_.get(), buffer.data(), buffer.size());
         if (count <= 0) {
             return is_there;
         }

@@ -28,7 +28,7 @@ class exchange_watch {
     void forget_end(const std::string& name) { ended_.erase(name); }
 
   private:
-    file_descriptor notify_;
+    dp_support::file_descriptor notify_;
     std::set<std::string> ended_;
 };
 

@@ -4,11 +4,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
+#include "common/io_loops.hpp"
 #include "host/process/service_log.hpp"
 
 namespace dp_host {
@@ -39,8 +38,8 @@ std::string problem_with_file(const std::string& path) {
 
 own_file open_own_file(const std::string& path) {
     own_file file;
-    file.descriptor =
-        file_descriptor(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    file.descriptor = dp_support::file_descriptor(
+        open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat info {};
     if (!file.descriptor.is_open()) {
         file.missing = errno == ENOENT;
@@ -67,40 +66,12 @@ std::string read_own_file(const std::string& path, std::uint64_t limit, std::str
     const own_file file = open_own_file(path);
     problem = file.problem;
     std::string content;
-    std::array<char, 4096> chunk{};
-    while (problem.empty()) {
-        const ssize_t count = read(file.descriptor.get(), chunk.data(), chunk.size());
-        if (count == 0) {
-            return content;
-        }
-        if (count > 0) {
-            content.append(chunk.data(), static_cast<std::size_t>(count));
-            if (content.size() > limit) {
-                problem = text_of(path, " is longer than ", limit, " bytes");
-            }
-        } else if (errno != EINTR) {
-            problem = text_of("cannot read ", path, ": ", std::strerror(errno));
-        }
+    if (!problem.empty() || dp::read_all(file.descriptor.get(), limit, content)) {
+        return content;
     }
+    problem = errno == EFBIG ? text_of(path, " is longer than ", limit, " bytes")
+                             : text_of("cannot read ", path, ": ", std::strerror(errno));
     return {};
-}
-
-bool clear_away(const std::string& path) {
-    // remove() takes files, links and empty folders.
-    if (std::remove(path.c_str()) == 0 || errno == ENOENT) {
-        return true;
-    }
-    if (errno != ENOTEMPTY && errno != EEXIST) {
-        return false;
-    }
-    for (unsigned number = 1; number <= 1000; ++number) {
-        const std::string aside = text_of(path, ".aside-", number);
-        struct stat info {};
-        if (lstat(aside.c_str(), &info) != 0 && errno == ENOENT) {
-            return std::rename(path.c_str(), aside.c_str()) == 0;
-        }
-    }
-    return false;
 }
 
 }  // namespace dp_host

@@ -17,7 +17,7 @@ std::string problem_with_file(const std::string& path);
 
 /// A file opened for reading, or why it could not be.
 struct own_file {
-    file_descriptor descriptor;
+    dp_support::file_descriptor descriptor;
     std::string problem;   ///< empty when the file is open
     bool missing = false;  ///< the problem is that there is no such file
     std::uint64_t size = 0;
@@ -33,10 +33,6 @@ bool is_later(const timespec& a, const timespec& b);
 /// The whole content of a file of our own; `problem` is set, and the result empty, when it can't be
 /// read or is longer than `limit` bytes.
 std::string read_own_file(const std::string& path, std::uint64_t limit, std::string& problem);
-
-/// Takes whatever is at `path` away: removes it, or renames a folder that is not empty to a name of
-/// its own. False, with errno set, when it stays.
-bool clear_away(const std::string& path);
 
 }  // namespace dp_host
 

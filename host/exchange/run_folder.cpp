@@ -7,8 +7,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include "support/file_descriptor.hpp"
 #include "host/process/service_log.hpp"
+#include "support/file_descriptor.hpp"
 
 namespace dp_host {
 namespace {
@@ -52,7 +52,7 @@ std::string prepare_run_folder(const std::string& path) {
     if (mkdir(path.c_str(), only_owner) != 0 && errno != EEXIST) {
         return failure("make", path);
     }
-    const file_descriptor folder(
+    const dp_support::file_descriptor folder(
         open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat info {};
     if (!folder.is_open()) {

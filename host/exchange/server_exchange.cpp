@@ -4,13 +4,14 @@
 #include <cstdint>
 #include <string>
 
-#include "service_api/server_paths.hpp"
-#include "service_api/service_status.hpp"
-#include "support/file_descriptor.hpp"
 #include "host/exchange/own_file.hpp"
 #include "host/process/service_files.hpp"
 #include "host/process/service_log.hpp"
-#include "host/process/staged_file.hpp"
+#include "service_api/server_paths.hpp"
+#include "service_api/service_status.hpp"
+#include "support/file_descriptor.hpp"
+#include "support/remove_or_set_aside.hpp"
+#include "support/staged_file.hpp"
 
 namespace dp_host {
 namespace {
@@ -28,7 +29,7 @@ void server_exchange::recover() {
     const own_file answer = open_own_file(server_paths::server_answer.str());
     const bool is_answered = answer.problem.empty() && !is_later(running.modified, answer.modified);
     if (is_answered || !running.problem.empty()) {
-        clear_away(path);
+        dp_support::remove_or_set_aside(path);
         return;
     }
     log_line("a server request was being carried out when the service ended: doing it again");
@@ -36,7 +37,7 @@ void server_exchange::recover() {
 }
 
 exchange_look server_exchange::look(bool has_ended) {
-    file_descriptor hold;
+    dp_support::file_descriptor hold;
     const exchange_look look = take_exchange_file(
         server_paths::server_request.str(), service_files::running_request.str(), has_ended, hold);
     if (look == exchange_look::taken) {
@@ -60,16 +61,18 @@ void server_exchange::carry_out_and_answer() {
     } else {
         outcome = {service_status::not_supported, "unknown request"};
     }
-    staged_file answer(server_paths::server_answer.str(), staged_file::passing);
+    dp_support::staged_file answer(server_paths::server_answer.str(),
+                                   dp_support::staged_file::volatile_file);
     answer.out() << outcome.status;
     if (outcome.status != 0) {
         answer.out() << ' ' << outcome.reason;
     }
     answer.out() << '\n';
-    if (!answer.complete() || !answer.replace()) {
-        log_error("cannot answer a server request: ", answer.problem());
+    const auto placed = answer.complete().and_then([&] { return answer.replace(); });
+    if (!placed) {
+        log_error("cannot answer a server request: ", placed.reason());
     }
-    clear_away(running);
+    dp_support::remove_or_set_aside(running);
 }
 
 }  // namespace dp_host

@@ -4,10 +4,11 @@
 #include <cstring>
 #include <string>
 
-#include "service_api/server_paths.hpp"
-#include "logs/error_command_visitor.hpp"
 #include "host/exchange/own_file.hpp"
 #include "host/process/service_log.hpp"
+#include "logs/error_command_visitor.hpp"
+#include "service_api/server_paths.hpp"
+#include "support/remove_or_set_aside.hpp"
 #include "transactions/command_status.hpp"
 #include "transactions/setting_transaction.hpp"
 #include "transactions/transaction_command.hpp"
@@ -24,7 +25,7 @@ bool is_reported(const dp::transaction_command& command) {
 std::string prepared_path() {
     std::string path = server_paths::process_status.str();
     const std::string problem = problem_with_file(path);
-    if (!problem.empty() && !clear_away(path)) {
+    if (!problem.empty() && !dp_support::remove_or_set_aside(path)) {
         log_error("no process status: ", problem, "; it stays there: ", std::strerror(errno));
         return {};
     }

@@ -12,11 +12,12 @@
 #include <utility>
 #include <vector>
 
-#include "host/history/change_recorder.hpp"
-#include "support/file_descriptor.hpp"
+#include "common/io_loops.hpp"
 #include "host/exchange/own_file.hpp"
+#include "host/history/change_recorder.hpp"
 #include "host/process/service_log.hpp"
-#include "host/process/staged_file.hpp"
+#include "support/file_descriptor.hpp"
+#include "support/staged_file.hpp"
 #include "transactions/transaction_command.hpp"
 
 namespace dp_host {
@@ -58,19 +59,6 @@ std::string newest_lines(const std::string& text, std::size_t most) {
     // A line begins behind the end of another.
     const std::size_t end = text.find('\n', text.size() - most - 1);
     return end == std::string::npos ? std::string() : text.substr(end + 1);
-}
-
-bool write_all(int fd, const std::string& text) {
-    std::size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t count = write(fd, text.data() + done, text.size() - done);
-        if (count > 0) {
-            done += static_cast<std::size_t>(count);
-        } else if (count == 0 || errno != EINTR) {
-            return false;
-        }
-    }
-    return true;
 }
 
 }  // namespace
@@ -144,7 +132,7 @@ std::string change_history::append_lines(const std::string& lines) const {
     if (std::string problem = problem_with_file(path_); !problem.empty()) {
         return problem;
     }
-    const file_descriptor file(
+    const dp_support::file_descriptor file(
         open(path_.c_str(), O_RDWR | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
              S_IRUSR | S_IWUSR));
     struct stat info {};
@@ -159,7 +147,7 @@ std::string change_history::append_lines(const std::string& lines) const {
     if (size + lines.size() > limit_) {
         return replace_by(end_of(file.get(), size, kept_ + 1) + lines);
     }
-    if (!write_all(file.get(), lines)) {
+    if (!dp::write_all(file.get(), lines)) {
         std::string problem = failure("write", path_);
         // If this fails too, the next one finds a line without its end.
         return ftruncate(file.get(), static_cast<off_t>(size)) == 0
@@ -170,9 +158,9 @@ std::string change_history::append_lines(const std::string& lines) const {
 }
 
 std::string change_history::replace_by(const std::string& lines) const {
-    staged_file file(path_, staged_file::lasting);
+    dp_support::staged_file file(path_, dp_support::staged_file::durable);
     file.out() << newest_lines(lines, kept_);
-    return file.complete() && file.replace() ? std::string() : file.problem();
+    return file.complete().and_then([&] { return file.replace(); }).reason();
 }
 
 }  // namespace dp_host

@@ -1,7 +1,5 @@
 #include "host/history/history_note.hpp"
 
-#include <unistd.h>
-
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -9,9 +7,11 @@
 #include <string_view>
 #include <utility>
 
+#include "common/io_loops.hpp"
 #include "host/exchange/own_file.hpp"
 #include "host/process/service_log.hpp"
-#include "host/process/staged_file.hpp"
+#include "support/remove_or_set_aside.hpp"
+#include "support/staged_file.hpp"
 
 namespace dp_host {
 namespace {
@@ -45,18 +45,14 @@ std::string digest_of_file(const std::string& path) {
     const own_file file = open_own_file(path);
     text_digest digest;
     std::array<char, 4096> chunk{};
-    while (file.problem.empty()) {
-        const ssize_t count = read(file.descriptor.get(), chunk.data(), chunk.size());
-        if (count == 0) {
-            return digest.str();
-        }
-        if (count > 0) {
-            digest.add({chunk.data(), static_cast<std::size_t>(count)});
-        } else if (errno != EINTR) {
-            break;
-        }
+    if (!file.problem.empty()) {
+        return {};
     }
-    return {};
+    ssize_t count = 0;
+    while ((count = dp::read_some(file.descriptor.get(), chunk.data(), chunk.size())) > 0) {
+        digest.add({chunk.data(), static_cast<std::size_t>(count)});
+    }
+    return count == 0 ? digest.str() : std::string();
 }
 
 }  // namespace
@@ -69,10 +65,11 @@ void history_note::write(const std::string& staged_path, const std::string& line
     if (values.empty() || values == digest_of_file(values_path_)) {
         return;
     }
-    staged_file file(path_, staged_file::passing);
+    dp_support::staged_file file(path_, dp_support::staged_file::volatile_file);
     file.out() << values << ' ' << digest_of(lines) << '\n' << lines;
-    if (!file.complete() || !file.replace()) {
-        log_error("a kill would lose lines of the history: ", file.problem());
+    const auto placed = file.complete().and_then([&] { return file.replace(); });
+    if (!placed) {
+        log_error("a kill would lose lines of the history: ", placed.reason());
     }
 }
 
@@ -102,7 +99,7 @@ std::string history_note::lines_in_force() const {
 }
 
 void history_note::remove() const {
-    if (!clear_away(path_)) {
+    if (!dp_support::remove_or_set_aside(path_)) {
         log_error("cannot remove ", path_, ": ", std::strerror(errno));
     }
 }

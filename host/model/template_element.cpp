@@ -1,14 +1,13 @@
 #include "host/model/template_element.hpp"
 
-#include <charconv>
-
 #include "batch/batch_list_info.hpp"
 #include "host/model/choice_element.hpp"
-#include "service_api/service_status.hpp"
-#include "service_api/template_flags.hpp"
 #include "host/model/number_element.hpp"
 #include "host/model/selection_element.hpp"
 #include "host/model/text_element.hpp"
+#include "service_api/service_status.hpp"
+#include "service_api/template_flags.hpp"
+#include "support/decimal.hpp"
 #include "transactions/command_status.hpp"
 
 namespace dp_host {
@@ -83,13 +82,12 @@ bool template_element::names_instance(const std::string& text, std::uint32_t& in
         instance = dp::no_instance;
         return text.empty();
     }
-    if (text.empty() || (text.front() == '0' && text.size() > 1)) {
+    const auto number = dp_support::decimal::parse<std::uint32_t>(text);
+    if (!number || (text.front() == '0' && text.size() > 1)) {
         return false;
     }
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, instance);
-    return error == std::errc{} && stop == end && min_instance <= instance &&
-           instance <= max_instance;
+    instance = *number;
+    return min_instance <= instance && instance <= max_instance;
 }
 
 }  // namespace dp_host

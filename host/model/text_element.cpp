@@ -2,62 +2,14 @@
 
 #include <cstddef>
 
-#include "service_api/service_status.hpp"
 #include "host/process/service_log.hpp"
+#include "service_api/service_status.hpp"
+#include "support/utf8.hpp"
 #include "transactions/command_status.hpp"
 
 namespace dp_host {
-namespace {
-
-// Bytes of the character that begins with `lead`; 0 when none does.
-std::size_t sequence_length(unsigned char lead) {
-    if (lead < 0x80) {
-        return 1;
-    }
-    if (lead < 0xC2 || lead > 0xF4) {
-        return 0;
-    }
-    if (lead < 0xE0) {
-        return 2;
-    }
-    return lead < 0xF0 ? 3 : 4;
-}
-
-// Neither an over-long form nor a surrogate nor above U+10FFFF.
-bool is_second_byte(unsigned char lead, unsigned char second) {
-    switch (lead) {
-        case 0xE0:
-            return second >= 0xA0;
-        case 0xED:
-            return second < 0xA0;
-        case 0xF0:
-            return second >= 0x90;
-        case 0xF4:
-            return second < 0x90;
-        default:
-            return true;
-    }
-}
-
-}  // namespace
-
 std::size_t character_count(const std::string& text) {
-    std::size_t count = 0;
-    for (std::size_t at = 0; at < text.size(); ++count) {
-        const auto lead = static_cast<unsigned char>(text[at]);
-        const std::size_t length = sequence_length(lead);
-        if (length == 0 || length > text.size() - at) {
-            return text.size();
-        }
-        for (std::size_t i = 1; i < length; ++i) {
-            const auto next = static_cast<unsigned char>(text[at + i]);
-            if ((next & 0xC0U) != 0x80 || (i == 1 && !is_second_byte(lead, next))) {
-                return text.size();
-            }
-        }
-        at += length;
-    }
-    return count;
+    return dp_support::utf8::count_characters(text).value_or(text.size());
 }
 
 text_element::text_element(const template_info& info)
@@ -87,10 +39,10 @@ bool text_element::matches(const std::string& value) const {
         return true;
     }
     const auto verdict = pattern_->judge(value);
-    if (verdict == value_pattern::verdict::undecided) {
+    if (verdict == dp_support::value_pattern::verdict::undecided) {
         log_error("a value could not be held against its pattern: it takes too much work");
     }
-    return verdict == value_pattern::verdict::matches;
+    return verdict == dp_support::value_pattern::verdict::matches;
 }
 
 }  // namespace dp_host

@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "support/value_pattern.hpp"
 #include "host/model/template_element.hpp"
+#include "support/value_pattern.hpp"
 
 namespace dp_host {
 
@@ -24,7 +24,7 @@ class text_element final : public template_element {
 
     std::uint32_t min_length_;
     std::uint32_t max_length_;
-    std::optional<value_pattern> pattern_;
+    std::optional<dp_support::value_pattern> pattern_;
 };
 
 /// The number of characters of a UTF-8 text; of bytes when it is not UTF-8.

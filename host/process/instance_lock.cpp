@@ -6,14 +6,14 @@
 #include <cstdio>
 #include <cstring>
 
-#include "service_api/service_lock.hpp"
 #include "host/exchange/own_file.hpp"
 #include "host/process/service_log.hpp"
+#include "service_api/service_lock.hpp"
 
 namespace dp_host {
 
 std::string instance_lock::take(const std::string& path) {
-    file_descriptor file(service_lock::open_file(path));
+    dp_support::file_descriptor file(service_lock::open_file(path));
     const int open_error = errno;
     if (std::string problem = problem_with_file(path); !problem.empty()) {
         return problem;

@@ -16,7 +16,7 @@ class instance_lock {
     std::string take(const std::string& path);
 
   private:
-    file_descriptor file_;
+    dp_support::file_descriptor file_;
 };
 
 }  // namespace dp_host

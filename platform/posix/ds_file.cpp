@@ -11,6 +11,7 @@
 #include <limits>
 #include <string_view>
 
+#include "common/io_loops.hpp"
 #include "platform/posix/ds_folder.hpp"
 
 namespace dp_platform {
@@ -95,20 +96,10 @@ int ds_file::dsWriteFile(const void* data, std::size_t size) {
         dsReleaseFile();
         return -EFBIG;
     }
-    const char* from = static_cast<const char*>(data);
-    std::size_t rest = size;
-    while (rest != 0) {
-        const ssize_t count = ::write(file_, from, rest);
-        if (count < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            const int reason = errno;
-            dsReleaseFile();
-            return -reason;
-        }
-        from += count;
-        rest -= static_cast<std::size_t>(count);
+    if (!dp::write_all(file_, {static_cast<const char*>(data), size})) {
+        const int reason = errno;
+        dsReleaseFile();
+        return -reason;
     }
     left_ -= size;
     if (left_ == 0 && !temporary_.empty()) {

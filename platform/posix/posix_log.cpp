@@ -15,6 +15,7 @@
 #include <exception>
 #include <string_view>
 
+#include "common/io_loops.hpp"
 #include "platform/sysipc/application_log.hpp"
 
 namespace dp_platform {
@@ -65,21 +66,6 @@ void append_time(std::string& line) {
     line += 'Z';
 }
 
-/// One write for the whole line; only what a short write left over needs another.
-void write_line(int descriptor, const std::string& line) {
-    std::string_view rest = line;
-    while (!rest.empty()) {
-        const ssize_t count = ::write(descriptor, rest.data(), rest.size());
-        if (count < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            return;
-        }
-        rest.remove_prefix(static_cast<std::size_t>(count));
-    }
-}
-
 int syslog_priority(std::string_view level) {
     if (level == "ERR") {
         return LOG_ERR;
@@ -106,7 +92,7 @@ class posix_streams final : public sysipc::event_log::streams {
                 append_visible(line, text);
                 ::syslog(syslog_priority(level), "%s", line.c_str());
             } else {
-                write_line(descriptor_, format(level, text));
+                dp::write_all(descriptor_, format(level, text));
             }
         } catch (const std::exception&) {
             // A line that there is no memory for is lost.

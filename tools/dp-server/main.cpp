@@ -6,9 +6,10 @@
 #include <string>
 
 #include "service_api/server_paths.hpp"
+#include "support/command_line.hpp"
+#include "support/program_main.hpp"
 #include "tools/dp-server/server_files.hpp"
 #include "tools/dp-server/server_request.hpp"
-#include "support/command_line.hpp"
 
 // The simulated server's operator panel.
 
@@ -84,10 +85,10 @@ CLI::App* add_update(CLI::App& app, options& chosen) {
 int finish(const std::string& command, const std::string& problem, const std::string& done) {
     if (!problem.empty()) {
         std::cerr << "dp-server: " << command << ": " << problem << '\n';
-        return dp_tools::exit_code::failed;
+        return dp_support::exit_code::failed;
     }
     std::cout << done << '\n';
-    return dp_tools::done_if_written("dp-server");
+    return dp_support::done_if_written("dp-server");
 }
 
 int run(int argc, char** argv) {
@@ -102,7 +103,7 @@ int run(int argc, char** argv) {
                ", which belong to the user\nwho runs dp_settingsd; only that user can operate the "
                "server.\n"
                "Exit codes: 0 done, 1 failed, 2 wrong usage.");
-    if (const auto code = dp_tools::parse_command_line(app, argc, argv)) {
+    if (const auto code = dp_support::parse_command_line(app, argc, argv)) {
         return *code;
     }
 
@@ -129,5 +130,5 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    return dp_tools::guarded_main("dp-server", run, argc, argv);
+    return dp_support::guarded_main("dp-server", run, argc, argv);
 }

@@ -14,10 +14,10 @@
 #include "service_api/expanded_texts.hpp"
 #include "service_api/server_paths.hpp"
 #include "service_api/service_lock.hpp"
-#include "support/attribute_text.hpp"
-#include "support/file_handle.hpp"
-#include "support/input_file.hpp"
+#include "support/file_descriptor.hpp"
 #include "support/output_files.hpp"
+#include "support/read_file.hpp"
+#include "support/template_expansion.hpp"
 
 namespace dp_tools {
 namespace {
@@ -47,29 +47,29 @@ bool exists(const std::string& path) {
 
 /// Reads a template that can be expanded and describes at least one configuration.
 std::string read_template(const std::string& path, std::string& bytes) {
-    auto content = read_file(path, template_limit);
-    if (!content.bytes) {
-        return content.error;
+    auto content = dp_support::read_file(path, dp_support::template_size_limit);
+    if (!content) {
+        return content.reason();
     }
-    const auto expanded = expand_template(*content.bytes);
-    if (!expanded.text) {
-        return path + ": " + expanded.error;
+    const auto expanded = dp_support::expand_template(*content);
+    if (!expanded) {
+        return path + ": " + expanded.reason();
     }
-    if (const std::string problem = text_problem(*expanded.text); !problem.empty()) {
-        return path + ": is no template: its text " + problem;
+    if (const auto checked = dp_support::check_template_text(*expanded); !checked) {
+        return path + ": is no template: its text " + checked.reason();
     }
-    if (configurations(*expanded.text).empty()) {
+    if (dp_support::configuration_names(*expanded).empty()) {
         return path + ": is no template: it names no configuration";
     }
-    bytes = std::move(*content.bytes);
+    bytes = std::move(*content);
     return "";
 }
 
 /// Reads a file of values: nothing but clean set commands, possibly compressed.
 std::string read_values(const std::string& path, std::string& bytes) {
-    auto content = read_file(path, template_limit);
-    if (!content.bytes) {
-        return content.error;
+    auto content = dp_support::read_file(path, dp_support::template_size_limit);
+    if (!content) {
+        return content.reason();
     }
     std::stringstream text;
     dp::batch_file_checker checker;
@@ -84,15 +84,15 @@ std::string read_values(const std::string& path, std::string& bytes) {
     if (checker.good == 0) {
         return path + ": holds no values";
     }
-    bytes = std::move(*content.bytes);
+    bytes = std::move(*content);
     return "";
 }
 
 /// Keeps services from starting as long as `lock` is open; why that can't be, above all because one
 /// runs.
-std::string lock_out_services(file_handle& lock) {
+std::string lock_out_services(dp_support::file_descriptor& lock) {
     const std::string name = server_paths::service_lock.str();
-    lock = file_handle(service_lock::open_file(name));
+    lock = dp_support::file_descriptor(service_lock::open_file(name));
     const int error = lock.is_open() ? service_lock::take(lock.get()) : errno;
     if (error == 0) {
         return "";
@@ -148,22 +148,25 @@ std::string install_server(const server_parts& parts, bool replace) {
             }
         }
     }
-    file_handle lock;
+    dp_support::file_descriptor lock;
     if (problem = lock_out_services(lock); !problem.empty()) {
         return problem;
     }
-    output_files files;
-    const bool done = files.stage(targets[0], bios) && files.stage(targets[1], settings) &&
-                      files.stage(targets[2], current) &&
-                      files.stage(data, "UEFIID=" + parts.build_id + "\n") && files.commit();
+    dp_support::output_files files;
+    const auto done =
+        files.stage(targets[0], bios)
+            .and_then([&] { return files.stage(targets[1], settings); })
+            .and_then([&] { return files.stage(targets[2], current); })
+            .and_then([&] { return files.stage(data, "UEFIID=" + parts.build_id + "\n"); })
+            .and_then([&] { return files.commit(); });
     expanded_texts::forget();
-    return done ? "" : files.error();
+    return done.reason();
 }
 
 std::string place_update(const std::string& template_file, const std::string& build_id) {
-    const auto content = read_file(template_file, template_limit);
-    if (!content.bytes) {
-        return content.error;
+    const auto content = dp_support::read_file(template_file, dp_support::template_size_limit);
+    if (!content) {
+        return content.reason();
     }
     std::string problem = problem_with_folder(server_paths::data_folder.str());
     if (problem.empty()) {
@@ -172,11 +175,11 @@ std::string place_update(const std::string& template_file, const std::string& bu
     if (!problem.empty()) {
         return problem;
     }
-    output_files files;
-    const bool done = files.stage(server_paths::update_template.str(), *content.bytes) &&
-                      files.stage(server_paths::update_build_id.str(), build_id + "\n") &&
-                      files.commit();
-    return done ? "" : files.error();
+    dp_support::output_files files;
+    return files.stage(server_paths::update_template.str(), *content)
+        .and_then([&] { return files.stage(server_paths::update_build_id.str(), build_id + "\n"); })
+        .and_then([&] { return files.commit(); })
+        .reason();
 }
 
 std::string build_id_problem(const std::string& build_id) {

@@ -12,10 +12,10 @@
 #include <thread>
 
 #include "service_api/server_paths.hpp"
-#include "tools/dp-server/server_files.hpp"
-#include "support/file_handle.hpp"
-#include "support/input_file.hpp"
+#include "support/file_descriptor.hpp"
 #include "support/output_files.hpp"
+#include "support/read_file.hpp"
+#include "tools/dp-server/server_files.hpp"
 
 namespace dp_tools {
 namespace {
@@ -42,15 +42,15 @@ bool wait_until(clock::time_point deadline, Attempt attempt) {
 
 /// The service's answer; none as long as there is no whole line.
 std::optional<std::string> read_answer(const std::string& path) {
-    const auto content = read_file(path, answer_limit);
-    if (!content.bytes) {
+    const auto content = dp_support::read_file(path, answer_limit);
+    if (!content) {
         return std::nullopt;
     }
-    const auto end = content.bytes->find('\n');
+    const auto end = content->find('\n');
     if (end == std::string::npos) {
         return std::nullopt;
     }
-    return content.bytes->substr(0, end);
+    return content->substr(0, end);
 }
 
 /// Why the answer says that the request was not carried out.
@@ -74,7 +74,7 @@ std::string run_request(const std::string& request, std::chrono::milliseconds ti
         return problem + "; is dp_settingsd running?";
     }
     const std::string lock_name = request_lock.str();
-    const file_handle lock(
+    const dp_support::file_descriptor lock(
         open(lock_name.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!lock.is_open()) {
         return lock_name + ": " + std::strerror(errno);
@@ -90,8 +90,8 @@ std::string run_request(const std::string& request, std::chrono::milliseconds ti
         return answer_name + ": " + std::strerror(errno);
     }
     const std::string request_name = server_paths::server_request.str();
-    if (std::string problem = replace_file(request_name, request + "\n"); !problem.empty()) {
-        return problem;
+    if (const auto placed = dp_support::replace_file(request_name, request + "\n"); !placed) {
+        return placed.reason();
     }
     std::optional<std::string> answer;
     if (wait_until(deadline, [&] { return (answer = read_answer(answer_name)).has_value(); })) {

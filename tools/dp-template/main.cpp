@@ -3,13 +3,14 @@
 #include <optional>
 #include <string>
 
+#include "platform/posix/efi_compressor.hpp"
+#include "support/command_line.hpp"
+#include "support/output_files.hpp"
+#include "support/program_main.hpp"
+#include "support/read_file.hpp"
 #include "tools/dp-template/carried_text.hpp"
 #include "tools/dp-template/json_document.hpp"
 #include "tools/dp-template/registry_compiler.hpp"
-#include "platform/posix/efi_compressor.hpp"
-#include "support/command_line.hpp"
-#include "support/input_file.hpp"
-#include "support/output_files.hpp"
 
 // Compiles a Redfish AttributeRegistry into a template and the files of first values.
 
@@ -145,56 +146,61 @@ void summarise(const dp_tools::compiled_registry& compiled, std::size_t text_siz
 bool write_outputs(const options& chosen, const dp_tools::compiled_registry& compiled,
                    const std::string& text, const std::string& image) {
     const std::string values = dp_tools::settings_text(compiled.attributes);
-    dp_tools::output_files files;
+    dp_support::output_files files;
     files.protect(chosen.registry);
-    bool done = files.stage(chosen.output, image);
+    auto done = files.stage(chosen.output, image);
     for (const auto& path : {chosen.settings, chosen.current}) {
-        done = done && (!path || files.stage(*path, values));
+        if (done && path) {
+            done = files.stage(*path, values);
+        }
     }
-    done = done && (!chosen.text || files.stage(*chosen.text, text)) && files.commit();
+    if (done && chosen.text) {
+        done = files.stage(*chosen.text, text);
+    }
+    done = done.and_then([&] { return files.commit(); });
     if (!done) {
-        std::cerr << "dp-template: " << files.error() << '\n';
+        std::cerr << "dp-template: " << done.reason() << '\n';
     }
-    return done;
+    return done.ok();
 }
 
 int compile(const options& chosen) {
-    const auto input = dp_tools::read_file(chosen.registry, registry_limit);
-    if (!input.bytes) {
-        std::cerr << "dp-template: " << input.error << '\n';
-        return dp_tools::exit_code::failed;
+    const auto input = dp_support::read_file(chosen.registry, registry_limit);
+    if (!input) {
+        std::cerr << "dp-template: " << input.reason() << '\n';
+        return dp_support::exit_code::failed;
     }
-    const dp_tools::text_places places(*input.bytes);
-    const auto document = dp_tools::parse_json(*input.bytes);
+    const dp_tools::text_places places(*input);
+    const auto document = dp_tools::parse_json(*input);
     if (!document.error.empty()) {
         const auto place = places.of(document.error_offset);
         std::cerr << chosen.registry << ':' << place.line << ':' << place.column
                   << ": not JSON: " << document.error << '\n';
-        return dp_tools::exit_code::failed;
+        return dp_support::exit_code::failed;
     }
     const auto compiled = dp_tools::compile_registry(document.root, chosen.collection);
     if (!report(chosen, places, compiled)) {
-        return dp_tools::exit_code::failed;
+        return dp_support::exit_code::failed;
     }
     if (compiled.attributes.empty()) {
         std::cerr << "dp-template: " << chosen.registry
                   << ": no attribute to put into a template\n";
-        return dp_tools::exit_code::failed;
+        return dp_support::exit_code::failed;
     }
     const std::string text = dp_tools::template_text(compiled.attributes);
     const std::string image = dp_platform::efi_compress(text);
     if (!write_outputs(chosen, compiled, text, image)) {
-        return dp_tools::exit_code::failed;
+        return dp_support::exit_code::failed;
     }
     summarise(compiled, text.size(), image.size());
-    return dp_tools::done_if_written("dp-template");
+    return dp_support::done_if_written("dp-template");
 }
 
 int run(int argc, char** argv) {
     CLI::App app;
     options chosen;
     describe(app, chosen);
-    if (const auto code = dp_tools::parse_command_line(app, argc, argv)) {
+    if (const auto code = dp_support::parse_command_line(app, argc, argv)) {
         return *code;
     }
     return compile(chosen);
@@ -203,5 +209,5 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    return dp_tools::guarded_main("dp-template", run, argc, argv);
+    return dp_support::guarded_main("dp-template", run, argc, argv);
 }

@@ -108,13 +108,13 @@ std::optional<std::uint32_t> plain_number(std::string_view digits) {
 }
 
 /// What there is to say of a value that a pattern judged; empty when it matches.
-std::string match_problem(value_pattern::verdict verdict) {
+std::string match_problem(dp_support::value_pattern::verdict verdict) {
     switch (verdict) {
-        case value_pattern::verdict::matches:
+        case dp_support::value_pattern::verdict::matches:
             return "";
-        case value_pattern::verdict::differs:
+        case dp_support::value_pattern::verdict::differs:
             return "does not match the pattern";
-        case value_pattern::verdict::undecided:
+        case dp_support::value_pattern::verdict::undecided:
             return "takes too much work to hold against the pattern";
     }
     return "";
@@ -492,7 +492,7 @@ class attribute_compiler {
                       " is above the greatest length " + std::to_string(info.maxc));
         }
         info.reg = text_member("ValueExpression");
-        const value_pattern pattern(info.reg);
+        const dp_support::value_pattern pattern(info.reg);
         if (!info.reg.empty()) {
             const json_value& expression = *member("ValueExpression");
             std::string problem = item_problem(info.reg);

@@ -2,9 +2,10 @@
 #include <iostream>
 #include <new>
 
+#include "support/command_line.hpp"
+#include "support/program_main.hpp"
 #include "tools/dpctl/commands/commands.hpp"
 #include "tools/dpctl/output/report.hpp"
-#include "support/command_line.hpp"
 
 namespace {
 
@@ -36,7 +37,7 @@ int run(int argc, char** argv) {
     dpctl::add_categories(app, what);
     dpctl::add_vet(app, what);
     dpctl::add_complete(app, what);
-    if (const auto code = dp_tools::parse_command_line(app, argc, argv)) {
+    if (const auto code = dp_support::parse_command_line(app, argc, argv)) {
         return *code;
     }
 
@@ -54,5 +55,5 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    return dp_tools::guarded_main("dpctl", run, argc, argv);
+    return dp_support::guarded_main("dpctl", run, argc, argv);
 }

@@ -1,10 +1,11 @@
 #include <iostream>
 #include <string>
 
-#include "support/attribute_text.hpp"
 #include "support/command_line.hpp"
-#include "support/input_file.hpp"
 #include "support/output_files.hpp"
+#include "support/program_main.hpp"
+#include "support/read_file.hpp"
+#include "support/template_expansion.hpp"
 
 // Stand-in for the board's template reader, with the command lines that the library runs:
 //   dpspy -sf  -i TEMPLATE -o OUT
@@ -14,13 +15,13 @@ namespace {
 
 int fail(const std::string& reason) {
     std::cerr << "dpspy: " << reason << '\n';
-    return dp_tools::exit_code::failed;
+    return dp_support::exit_code::failed;
 }
 
 /// The configurations, one a line.
 std::string configuration_list(const std::string& text) {
     std::string list;
-    for (const auto& name : dp_tools::configurations(text)) {
+    for (const auto& name : dp_support::configuration_names(text)) {
         if (name.find('\n') != std::string::npos) {
             std::cerr << "dpspy: a configuration's name holds a line end; it is not listed\n";
             continue;
@@ -50,29 +51,29 @@ int run(int argc, char** argv) {
         ->type_name("OUT")
         ->required();
     app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage.");
-    if (const auto code = dp_tools::parse_command_line(app, argc, argv)) {
+    if (const auto code = dp_support::parse_command_line(app, argc, argv)) {
         return *code;
     }
     if (!full_text && !configurations) {
         std::cerr << "dpspy: one of -sf and -sc is required\n";
-        return dp_tools::exit_code::wrong_usage;
+        return dp_support::exit_code::wrong_usage;
     }
 
-    const auto content = dp_tools::read_file(input, dp_tools::template_limit);
-    if (!content.bytes) {
-        return fail(content.error);
+    const auto content = dp_support::read_file(input, dp_support::template_size_limit);
+    if (!content) {
+        return fail(content.reason());
     }
-    const auto expanded = dp_tools::expand_template(*content.bytes);
-    if (!expanded.text) {
-        return fail(input + ": " + expanded.error);
+    const auto expanded = dp_support::expand_template(*content);
+    if (!expanded) {
+        return fail(input + ": " + expanded.reason());
     }
-    const std::string error = dp_tools::replace_file(
-        output, full_text ? *expanded.text : configuration_list(*expanded.text));
-    return error.empty() ? dp_tools::exit_code::done : fail(error);
+    const auto written =
+        dp_support::replace_file(output, full_text ? *expanded : configuration_list(*expanded));
+    return written ? dp_support::exit_code::done : fail(written.reason());
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    return dp_tools::guarded_main("dpspy", run, argc, argv);
+    return dp_support::guarded_main("dpspy", run, argc, argv);
 }

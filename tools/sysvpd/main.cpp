@@ -7,6 +7,7 @@
 
 #include "service_api/server_paths.hpp"
 #include "support/command_line.hpp"
+#include "support/program_main.hpp"
 
 // Stand-in for the board's reader of vital product data: the server's is a text file.
 
@@ -34,34 +35,34 @@ int run(int argc, char** argv) {
     app.footer("The data stands in " + file +
                ", a line KEY=VALUE each.\n"
                "Exit codes: 0 done, 1 no such item or no data, 2 wrong usage.");
-    if (const auto code = dp_tools::parse_command_line(app, argc, argv)) {
+    if (const auto code = dp_support::parse_command_line(app, argc, argv)) {
         return *code;
     }
 
     std::ifstream in(file);
     if (!in) {
         std::cerr << "sysvpd: can't read " << file << ": " << std::strerror(errno) << '\n';
-        return dp_tools::exit_code::failed;
+        return dp_support::exit_code::failed;
     }
     const auto value = find_value(in, key);
     if (in.bad()) {
         std::cerr << "sysvpd: can't read " << file << '\n';
-        return dp_tools::exit_code::failed;
+        return dp_support::exit_code::failed;
     }
     if (!value) {
         std::cerr << "sysvpd: " << file << " has no " << key << '\n';
-        return dp_tools::exit_code::failed;
+        return dp_support::exit_code::failed;
     }
     std::cout << *value << '\n';
-    if (!dp_tools::flushed(std::cout)) {
+    if (!dp_support::flushed(std::cout)) {
         std::cerr << "sysvpd: can't write the value\n";
-        return dp_tools::exit_code::failed;
+        return dp_support::exit_code::failed;
     }
-    return dp_tools::exit_code::done;
+    return dp_support::exit_code::done;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    return dp_tools::guarded_main("sysvpd", run, argc, argv);
+    return dp_support::guarded_main("sysvpd", run, argc, argv);
 }

@@ -12,7 +12,7 @@
 
 namespace {
 
-using dp_tools::output_files;
+using dp_support::output_files;
 using testing::HasSubstr;
 
 class output_files_test : public testing::Test {
@@ -36,13 +36,14 @@ TEST_F(output_files_test, appear_together_on_commit) {
     ASSERT_TRUE(files.stage(path("a"), "1"));
     ASSERT_TRUE(files.stage(path("b"), std::string(1'000'000, 'x')));
     EXPECT_FALSE(std::filesystem::exists(path("a")));
-    ASSERT_TRUE(files.commit()) << files.error();
+    const auto committed = files.commit();
+    ASSERT_TRUE(committed) << committed.reason();
     EXPECT_EQ(test::read_file(path("a")), "1");
     EXPECT_EQ(test::read_file(path("b")).size(), 1'000'000U);
     EXPECT_EQ(file_count(), 2);
 }
 
-TEST_F(output_files_test, leave_nothing_behind_without_a_commit) {
+TEST_F(output_files_test, leave_no_files_without_a_commit) {
     test::write_file(path("a"), "old");
     {
         output_files files;
@@ -53,16 +54,15 @@ TEST_F(output_files_test, leave_nothing_behind_without_a_commit) {
     EXPECT_EQ(file_count(), 1);
 }
 
-TEST_F(output_files_test, go_back_when_a_later_one_can_not_be_put_into_place) {
+TEST_F(output_files_test, are_restored_when_a_later_one_cannot_be_replaced) {
     test::write_file(path("a"), "old");
     output_files files;
     ASSERT_TRUE(files.stage(path("a"), "new"));
     ASSERT_TRUE(files.stage(path("b"), "new"));
     ASSERT_TRUE(files.stage(path("c"), "new"));
-    // A folder that appears meanwhile can't be replaced by a file.
+    // A folder that appears meanwhile cannot be replaced by a file.
     std::filesystem::create_directory(path("c"));
-    EXPECT_FALSE(files.commit());
-    EXPECT_THAT(files.error(), HasSubstr(path("c")));
+    EXPECT_THAT(files.commit().reason(), HasSubstr(path("c")));
     EXPECT_EQ(test::read_file(path("a")), "old");
     EXPECT_FALSE(std::filesystem::exists(path("b")));
 }
@@ -71,8 +71,8 @@ TEST_F(output_files_test, keep_the_mode_of_what_they_replace) {
     test::write_file(path("a"), "old");
     chmod(path("a").c_str(), 0640);
     const mode_t mask = umask(027);
-    EXPECT_EQ(dp_tools::replace_file(path("a"), "new"), "");
-    EXPECT_EQ(dp_tools::replace_file(path("b"), "new"), "");
+    EXPECT_TRUE(dp_support::replace_file(path("a"), "new"));
+    EXPECT_TRUE(dp_support::replace_file(path("b"), "new"));
     umask(mask);
     struct stat status {};
     ASSERT_EQ(stat(path("a").c_str(), &status), 0);
@@ -81,34 +81,35 @@ TEST_F(output_files_test, keep_the_mode_of_what_they_replace) {
     EXPECT_EQ(status.st_mode & 0777U, 0640U);
 }
 
-TEST_F(output_files_test, follow_a_link_in_a_folder_of_ones_own) {
+TEST_F(output_files_test, follow_a_symlink_in_a_folder_of_ones_own) {
     test::write_file(path("target"), "old");
     ASSERT_EQ(symlink("target", path("link").c_str()), 0);
-    EXPECT_EQ(dp_tools::replace_file(path("link"), "new"), "");
+    EXPECT_TRUE(dp_support::replace_file(path("link"), "new"));
     EXPECT_EQ(test::read_file(path("target")), "new");
     EXPECT_TRUE(std::filesystem::is_symlink(path("link")));
     ASSERT_EQ(symlink("nowhere", path("dangling").c_str()), 0);
-    EXPECT_NE(dp_tools::replace_file(path("dangling"), "new"), "");
+    EXPECT_FALSE(dp_support::replace_file(path("dangling"), "new"));
 }
 
-TEST_F(output_files_test, replace_a_link_that_anybody_could_have_placed) {
+TEST_F(output_files_test, replace_a_symlink_that_anybody_could_have_made) {
     test::write_file(path("target"), "old");
     std::filesystem::create_directory(path("open"));
     chmod(path("open").c_str(), 01777);
     ASSERT_EQ(symlink(path("target").c_str(), path("open/link").c_str()), 0);
-    EXPECT_EQ(dp_tools::replace_file(path("open/link"), "new"), "");
+    EXPECT_TRUE(dp_support::replace_file(path("open/link"), "new"));
     EXPECT_EQ(test::read_file(path("target")), "old");
     EXPECT_FALSE(std::filesystem::is_symlink(path("open/link")));
 }
 
-TEST_F(output_files_test, write_to_what_has_no_content_of_its_own) {
+TEST_F(output_files_test, are_written_to_when_they_are_devices) {
     struct stat before {};
     ASSERT_EQ(stat("/dev/null", &before), 0);
     output_files files;
     EXPECT_TRUE(files.stage("/dev/null", "x"));
     EXPECT_TRUE(files.stage("/dev/null", "y"));
     EXPECT_TRUE(files.stage(path("a"), "z"));
-    EXPECT_TRUE(files.commit()) << files.error();
+    const auto committed = files.commit();
+    EXPECT_TRUE(committed) << committed.reason();
     struct stat after {};
     ASSERT_EQ(stat("/dev/null", &after), 0);
     EXPECT_TRUE(S_ISCHR(after.st_mode));
@@ -116,35 +117,32 @@ TEST_F(output_files_test, write_to_what_has_no_content_of_its_own) {
     EXPECT_EQ(test::read_file(path("a")), "z");
 }
 
-TEST_F(output_files_test, replace_nothing_when_a_stream_takes_nothing) {
+TEST_F(output_files_test, are_not_replaced_when_a_device_cannot_be_written) {
     output_files files;
     ASSERT_TRUE(files.stage(path("a"), "z"));
     ASSERT_TRUE(files.stage("/dev/full", "x"));
-    EXPECT_FALSE(files.commit());
-    EXPECT_THAT(files.error(), HasSubstr("/dev/full"));
+    EXPECT_THAT(files.commit().reason(), HasSubstr("/dev/full"));
     EXPECT_FALSE(std::filesystem::exists(path("a")));
 }
 
-TEST_F(output_files_test, refuse_what_is_no_place_for_a_file) {
+TEST_F(output_files_test, refuse_a_path_that_cannot_be_a_file) {
     std::filesystem::create_directory(path("folder"));
     ASSERT_EQ(symlink("folder", path("link").c_str()), 0);
     for (const std::string& bad :
          {path("folder"), path("link"), path("missing/file"), path("."), path(".."), path(""),
           path(std::string(300, 'n')), std::string("/proc/file"), std::string()}) {
-        EXPECT_NE(dp_tools::replace_file(bad, "x"), "") << bad;
+        EXPECT_FALSE(dp_support::replace_file(bad, "x")) << bad;
     }
     EXPECT_EQ(file_count(), 2);
 }
 
-TEST_F(output_files_test, refuse_one_place_given_twice_and_the_input) {
+TEST_F(output_files_test, refuse_the_same_file_twice_and_the_input) {
     test::write_file(path("in"), "input");
     output_files files;
     files.protect(path("in"));
     ASSERT_TRUE(files.stage(path("a"), "1"));
-    EXPECT_FALSE(files.stage(folder_ + "/./a", "2"));
-    EXPECT_THAT(files.error(), HasSubstr("two files"));
-    EXPECT_FALSE(files.stage(folder_ + "/../output/in", "2"));
-    EXPECT_THAT(files.error(), HasSubstr("input"));
+    EXPECT_THAT(files.stage(folder_ + "/./a", "2").reason(), HasSubstr("two files"));
+    EXPECT_THAT(files.stage(folder_ + "/../output/in", "2").reason(), HasSubstr("input"));
     EXPECT_EQ(test::read_file(path("in")), "input");
 }
 

@@ -36,7 +36,7 @@ interruption::interruption(int output) : output_(output) {
     if (ends_with_terminal()) {
         sigaddset(&caught, SIGHUP);
     }
-    signals_ = dp_tools::file_handle(signalfd(-1, &caught, SFD_CLOEXEC | SFD_NONBLOCK));
+    signals_ = dp_support::file_descriptor(signalfd(-1, &caught, SFD_CLOEXEC | SFD_NONBLOCK));
     if (!signals_.is_open()) {
         throw std::system_error(errno, std::generic_category(), "signals can't be awaited");
     }

@@ -5,7 +5,7 @@
 #include <csignal>
 #include <vector>
 
-#include "support/file_handle.hpp"
+#include "support/file_descriptor.hpp"
 
 namespace dpctl {
 
@@ -38,7 +38,7 @@ class interruption {
     int output_;
     sigset_t old_mask_{};
     struct sigaction old_pipe_action_ {};
-    dp_tools::file_handle signals_;
+    dp_support::file_descriptor signals_;
 };
 
 }  // namespace dpctl

@@ -3,9 +3,9 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 
+#include "support/program_main.hpp"
 #include "tools/dpctl/output/table.hpp"
 #include "tools/dpctl/output/text.hpp"
-#include "support/command_line.hpp"
 
 namespace dpctl {
 namespace {
@@ -47,7 +47,7 @@ bool report::event(std::string_view text, const nlohmann::ordered_json& document
     if (as_json_) {
         out_ << dump(document, -1) << '\n';
     }
-    return dp_tools::flushed(out_);
+    return dp_support::flushed(out_);
 }
 
 void report::clear_screen() {
@@ -55,7 +55,7 @@ void report::clear_screen() {
 }
 
 bool report::flush() {
-    return dp_tools::flushed(out_);
+    return dp_support::flushed(out_);
 }
 
 void report::note(std::string_view text) {
@@ -82,11 +82,11 @@ int report::finish() {
     if (as_json_ && (!has_events_ || !problems_.empty())) {
         out_ << dump(*document_, has_events_ ? -1 : 2) << '\n';
     }
-    if (!dp_tools::flushed(out_)) {
+    if (!dp_support::flushed(out_)) {
         note("a part of the output could not be written");
-        return dp_tools::exit_code::failed;
+        return dp_support::exit_code::failed;
     }
-    return problems_.empty() ? dp_tools::exit_code::done : dp_tools::exit_code::failed;
+    return problems_.empty() ? dp_support::exit_code::done : dp_support::exit_code::failed;
 }
 
 }  // namespace dpctl

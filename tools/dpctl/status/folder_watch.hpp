@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "support/file_handle.hpp"
+#include "support/file_descriptor.hpp"
 
 namespace dpctl {
 
@@ -22,7 +22,7 @@ class folder_watch {
 
   private:
     std::string folder_;
-    dp_tools::file_handle events_;
+    dp_support::file_descriptor events_;
 };
 
 }  // namespace dpctl

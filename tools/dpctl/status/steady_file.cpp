@@ -11,7 +11,7 @@
 #include <thread>
 #include <utility>
 
-#include "support/file_handle.hpp"
+#include "support/file_descriptor.hpp"
 
 namespace dpctl {
 namespace {
@@ -39,7 +39,7 @@ file_state state_of(const struct stat& status) {
 
 steady_file read_once(const std::string& path, std::size_t limit) {
     // A pipe without a writer must not be waited for.
-    const dp_tools::file_handle file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const dp_support::file_descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file.is_open()) {
         return errno == ENOENT ? steady_file{} : failure(path, std::strerror(errno));
     }

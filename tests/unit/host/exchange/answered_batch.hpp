@@ -13,9 +13,10 @@ namespace test {
 /// Runs a batch file that can be read, and returns its answer.
 inline std::string answer_to(const std::string& path, dp_host::host_registrar& registrar) {
     const std::string result = root() + "/tmp/dp/batch.out";
-    dp_host::staged_file answer(result, dp_host::staged_file::passing);
+    dp_support::staged_file answer(result, dp_support::staged_file::volatile_file);
     EXPECT_EQ(dp_host::run_batch(path, registrar, answer), "");
-    EXPECT_TRUE(answer.replace()) << answer.problem();
+    const auto placed = answer.replace();
+    EXPECT_TRUE(placed) << placed.reason();
     return read_file(result);
 }
 

@@ -3,12 +3,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "tests/unit/host/exchange/answered_batch.hpp"
 #include "batch/batch_file_loader.hpp"
 #include "common/file_utilities.hpp"
 #include "platform/posix/efi_compressor.hpp"
-#include "tests/unit/host/sample_service.hpp"
 #include "tests/support/test_platform.hpp"
+#include "tests/unit/host/exchange/answered_batch.hpp"
+#include "tests/unit/host/sample_service.hpp"
 
 namespace {
 
@@ -120,7 +120,7 @@ TEST_F(batch_run_test, a_file_that_is_too_long_fails_every_command_and_runs_none
 }
 
 TEST_F(batch_run_test, what_is_no_file_of_ours_is_a_problem) {
-    dp_host::staged_file answer(path + ".out", dp_host::staged_file::passing);
+    dp_support::staged_file answer(path + ".out", dp_support::staged_file::volatile_file);
     EXPECT_NE(dp_host::run_batch(path, registrar, answer), "");
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     EXPECT_EQ(dp_host::run_batch(path, registrar, answer), path + " is not a regular file");
@@ -144,7 +144,7 @@ TEST_F(batch_run_test, the_status_tells_of_the_start_the_steps_the_answer_and_th
 TEST_F(batch_run_test, the_status_is_complete_before_the_answer_is_in_place) {
     test::write_file(path, "0 1 t get Boot.Mode \"\" \"\"\n");
     const std::string result = path + ".out";
-    dp_host::staged_file answer(result, dp_host::staged_file::passing);
+    dp_support::staged_file answer(result, dp_support::staged_file::volatile_file);
     ASSERT_EQ(dp_host::run_batch(path, registrar, answer), "");
     EXPECT_FALSE(fileexist(result));
     EXPECT_NE(test::read_file(status).find("DP.OUTFILE " + result + "\n<t> 0005 DP.DONE 0 1 0\n"),
@@ -154,8 +154,8 @@ TEST_F(batch_run_test, the_status_is_complete_before_the_answer_is_in_place) {
 
 TEST_F(batch_run_test, the_status_names_no_answer_that_could_not_be_written) {
     test::write_file(path, "0 1 t get Boot.Mode \"\" \"\"\n");
-    dp_host::staged_file answer(test::root() + "/no/folder/batch.out",
-                                dp_host::staged_file::passing);
+    dp_support::staged_file answer(test::root() + "/no/folder/batch.out",
+                                   dp_support::staged_file::volatile_file);
     ASSERT_EQ(dp_host::run_batch(path, registrar, answer), "");
     EXPECT_EQ(test::read_file(status),
               "<dp-status> 0001 DP.MESSAGE init \n"

@@ -25,7 +25,7 @@ class exchange_file_test : public testing::Test {
         return dp_host::take_exchange_file(path, taken, has_ended, hold);
     }
 
-    dp_host::file_descriptor hold;
+    dp_support::file_descriptor hold;
     std::string path = test::root() + "/tmp/dp/batch";
     std::string taken = path + ".run";
 };
@@ -39,9 +39,9 @@ TEST_F(exchange_file_test, a_finished_file_is_taken) {
 }
 
 TEST_F(exchange_file_test, a_file_that_is_open_for_writing_is_left) {
-    dp_host::file_descriptor writer(open(path.c_str(), O_WRONLY | O_CREAT, 0600));
+    dp_support::file_descriptor writer(open(path.c_str(), O_WRONLY | O_CREAT, 0600));
     ASSERT_TRUE(writer.is_open());
-    const dp_host::file_descriptor probe(open(path.c_str(), O_RDONLY));
+    const dp_support::file_descriptor probe(open(path.c_str(), O_RDONLY));
     if (fcntl(probe.get(), F_SETLEASE, F_RDLCK) == 0 || errno != EAGAIN) {
         GTEST_SKIP() << "the file system has no leases";
     }
@@ -62,7 +62,7 @@ TEST_F(exchange_file_test, an_empty_file_is_left_until_its_end_was_noticed) {
 
 TEST_F(exchange_file_test, a_file_that_is_open_for_reading_is_taken) {
     test::write_file(path, "x");
-    const dp_host::file_descriptor reader(open(path.c_str(), O_RDONLY));
+    const dp_support::file_descriptor reader(open(path.c_str(), O_RDONLY));
     EXPECT_EQ(look(true), exchange_look::taken);
 }
 
@@ -102,7 +102,7 @@ TEST_F(exchange_file_test, what_lies_in_the_way_of_the_taken_name_goes) {
 
 TEST_F(exchange_file_test, nobody_opens_what_was_taken_for_writing_until_it_is_let_go) {
     test::write_file(path, "x");
-    const dp_host::file_descriptor probe(open(path.c_str(), O_RDONLY));
+    const dp_support::file_descriptor probe(open(path.c_str(), O_RDONLY));
     if (fcntl(probe.get(), F_SETLEASE, F_RDLCK) != 0 || fcntl(probe.get(), F_SETLEASE, F_UNLCK)) {
         GTEST_SKIP() << "the file system has no leases";
     }
@@ -110,7 +110,7 @@ TEST_F(exchange_file_test, nobody_opens_what_was_taken_for_writing_until_it_is_l
     const auto handler = std::signal(SIGIO, SIG_IGN);
     ASSERT_EQ(look(true), exchange_look::taken);
     const auto opened = [this] {
-        return dp_host::file_descriptor(open(taken.c_str(), O_WRONLY | O_NONBLOCK)).is_open();
+        return dp_support::file_descriptor(open(taken.c_str(), O_WRONLY | O_NONBLOCK)).is_open();
     };
     EXPECT_FALSE(opened());
     hold.close();

@@ -56,7 +56,7 @@ TEST_F(exchange_watch_test, whatever_way_a_file_arrives_is_noticed) {
 }
 
 TEST_F(exchange_watch_test, the_end_of_a_files_writing_is_told_until_it_is_forgotten) {
-    const dp_host::file_descriptor writer(open(file.c_str(), O_WRONLY | O_CREAT, 0600));
+    const dp_support::file_descriptor writer(open(file.c_str(), O_WRONLY | O_CREAT, 0600));
     EXPECT_TRUE(watch.take_events());
     EXPECT_FALSE(watch.has_ended("batch")) << "it was only made";
     test::write_file(file + "2", "");
@@ -81,7 +81,7 @@ TEST_F(exchange_watch_test, the_end_of_a_files_writing_is_told_until_it_is_forgo
 TEST_F(exchange_watch_test, a_file_that_is_made_anew_has_not_ended) {
     test::write_file(file, "");
     std::filesystem::remove(file);
-    const dp_host::file_descriptor writer(open(file.c_str(), O_WRONLY | O_CREAT, 0600));
+    const dp_support::file_descriptor writer(open(file.c_str(), O_WRONLY | O_CREAT, 0600));
     EXPECT_TRUE(watch.take_events());
     EXPECT_FALSE(watch.has_ended("batch"));
 }

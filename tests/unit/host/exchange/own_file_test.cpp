@@ -4,8 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <filesystem>
-
 #include "tests/support/test_platform.hpp"
 
 namespace {
@@ -65,28 +63,6 @@ TEST_F(own_file_test, reading_keeps_to_its_limit) {
     EXPECT_EQ(problem, path + " is longer than 4999 bytes");
     EXPECT_EQ(dp_host::read_own_file("/dev/zero", 10, problem), "");
     EXPECT_NE(problem, "");
-}
-
-TEST_F(own_file_test, whatever_is_there_is_cleared_away) {
-    EXPECT_TRUE(dp_host::clear_away(path));
-    test::write_file(path + ".real", "x");
-    ASSERT_EQ(symlink((path + ".real").c_str(), path.c_str()), 0);
-    EXPECT_TRUE(dp_host::clear_away(path));
-    EXPECT_EQ(test::read_file(path + ".real"), "x");
-    ASSERT_EQ(mkdir(path.c_str(), 0700), 0);
-    EXPECT_TRUE(dp_host::clear_away(path));
-    EXPECT_FALSE(std::filesystem::exists(path));
-}
-
-TEST_F(own_file_test, a_full_folder_is_put_aside_not_emptied) {
-    for (int i = 1; i <= 2; ++i) {
-        std::filesystem::create_directories(path);
-        test::write_file(path + "/precious", std::to_string(i));
-        EXPECT_TRUE(dp_host::clear_away(path));
-        EXPECT_FALSE(std::filesystem::exists(path));
-    }
-    EXPECT_EQ(test::read_file(path + ".aside-1/precious"), "1");
-    EXPECT_EQ(test::read_file(path + ".aside-2/precious"), "2");
 }
 
 TEST_F(own_file_test, times_compare_by_seconds_then_parts_of_them) {

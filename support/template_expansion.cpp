@@ -1,4 +1,4 @@
-#include "support/attribute_text.hpp"
+#include "support/template_expansion.hpp"
 
 #include <algorithm>
 #include <sstream>
@@ -7,10 +7,10 @@
 #include "bios/template_info.hpp"
 #include "platform/sysipc/efi_decompressor.hpp"
 
-namespace dp_tools {
+namespace dp_support {
 namespace {
 
-/// Takes the next record, without its end, off the front of `text`.
+/// Removes the first template record from `text` and returns it without its end.
 std::string_view next_record(std::string_view& text) {
     const auto end = text.find(template_info::record_end);
     const auto record = text.substr(0, end);
@@ -26,7 +26,7 @@ bool is_key(std::string_view key) {
            std::all_of(key.begin(), key.end(), [](char c) { return c >= 'a' && c <= 'z'; });
 }
 
-/// Whether a record is made of items.
+/// Whether a template record consists of items.
 bool is_record(std::string_view record) {
     while (!record.empty()) {
         const auto end = record.find(template_info::item_end);
@@ -40,8 +40,9 @@ bool is_record(std::string_view record) {
     return true;
 }
 
-/// Whether the bytes are the image of an empty text, which the decompressor can't tell from data
-/// that is not compressed: an 8-byte header whose sizes are that of the stream behind it and 0.
+/// Whether the bytes are the image of an empty text, for which the decompressor returns the same as
+/// for uncompressed data. Such an image is an 8-byte header, with the size of the stream after it
+/// and the size 0, and the stream.
 bool is_empty_image(std::string_view bytes) {
     if (bytes.size() <= 8 || bytes.substr(4, 4) != std::string_view("\0\0\0\0", 4)) {
         return false;
@@ -55,40 +56,41 @@ bool is_empty_image(std::string_view bytes) {
 
 }  // namespace
 
-std::string text_problem(std::string_view text) {
+result<> check_template_text(std::string_view text) {
     if (text.empty()) {
-        return "is empty";
+        return failure{"is empty"};
     }
     for (std::size_t number = 1; !text.empty(); ++number) {
         const auto record = next_record(text);
-        const std::string name = "holds record " + std::to_string(number);
+        const std::string name = "contains record " + std::to_string(number);
         if (record.size() > template_info::record_limit) {
-            return name + ", longer than " + std::to_string(template_info::record_limit) + " bytes";
+            return failure{name + ", which is longer than " +
+                           std::to_string(template_info::record_limit) + " bytes"};
         }
         if (!is_record(record)) {
-            return name + ", which is not made of items";
+            return failure{name + ", which does not consist of items"};
         }
     }
-    return "";
+    return {};
 }
 
-attribute_text expand_template(const std::string& bytes) {
+result<std::string> expand_template(const std::string& bytes) {
     std::istringstream in(bytes);
     const auto expanded = sysipc::efi_decompressor::decompress(in);
     if (!expanded.empty()) {
-        return {std::string(expanded.begin(), expanded.end()), ""};
+        return std::string(expanded.begin(), expanded.end());
     }
     if (is_empty_image(bytes)) {
-        return {"", ""};
+        return std::string();
     }
-    const std::string problem = text_problem(bytes);
-    if (!problem.empty()) {
-        return {std::nullopt, "neither a whole compressed image nor attribute text: it " + problem};
+    if (const auto checked = check_template_text(bytes); !checked) {
+        return failure{"is neither a complete compressed image nor attribute text: it " +
+                       checked.reason()};
     }
-    return {bytes, ""};
+    return bytes;
 }
 
-std::vector<std::string> configurations(std::string_view text) {
+std::vector<std::string> configuration_names(std::string_view text) {
     std::vector<std::string> names;
     std::unordered_set<std::string> known;
     while (!text.empty()) {
@@ -105,4 +107,4 @@ std::vector<std::string> configurations(std::string_view text) {
     return names;
 }
 
-}  // namespace dp_tools
+}  // namespace dp_support

@@ -1,0 +1,94 @@
+#include "support/staged_file.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+
+#include "support/folder_of.hpp"
+#include "support/remove_or_set_aside.hpp"
+
+namespace dp_support {
+
+staged_file::staged_file(std::string path, durability how)
+    : path_(std::move(path)), staged_path_(path_ + ".new"), durability_(how) {
+    remove_or_set_aside(staged_path_);
+    file_ = file_descriptor(open(staged_path_.c_str(),
+                                 O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                                 S_IRUSR | S_IWUSR));
+    if (!file_.is_open()) {
+        fail("create", staged_path_, errno);
+        staged_path_.clear();
+    }
+    out_.emplace(file_.get());
+}
+
+staged_file::staged_file(std::string path, durability how, mode_t mode)
+    : path_(std::move(path)), staged_path_(folder_of(path_) + "/.dp_XXXXXX"), durability_(how) {
+    file_ = file_descriptor(mkostemp(staged_path_.data(), O_CLOEXEC));
+    if (!file_.is_open()) {
+        fail("create", staged_path_, errno);
+        staged_path_.clear();
+    } else if (fchmod(file_.get(), mode) != 0) {
+        fail("create", staged_path_, errno);
+    }
+    out_.emplace(file_.get());
+}
+
+staged_file::~staged_file() {
+    if (!in_place_ && !staged_path_.empty()) {
+        std::remove(staged_path_.c_str());
+    }
+}
+
+std::ostream& staged_file::out() {
+    return *out_;
+}
+
+const result<>& staged_file::fail(const char* action, const std::string& path, int error) {
+    outcome_ = system_failure(action, path, error);
+    return outcome_;
+}
+
+result<> staged_file::complete() {
+    if (!outcome_) {
+        return outcome_;
+    }
+    out_->flush();
+    if (!*out_) {
+        return fail("write", staged_path_, out_->error() != 0 ? out_->error() : EIO);
+    }
+    if (durability_ == durable && fsync(file_.get()) != 0) {
+        return fail("write", staged_path_, errno);
+    }
+    return {};
+}
+
+result<> staged_file::replace() {
+    if (!outcome_) {
+        return outcome_;
+    }
+    // Readers compare file times: the file must not look older than what was made from its old
+    // content a moment ago.
+    if (futimens(file_.get(), nullptr) != 0 || !file_.close()) {
+        return fail("write", staged_path_, errno);
+    }
+    if (std::rename(staged_path_.c_str(), path_.c_str()) != 0) {
+        return fail("replace", path_, errno);
+    }
+    in_place_ = true;
+    if (durability_ == durable) {
+        const std::string folder = folder_of(path_);
+        const file_descriptor handle(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (!handle.is_open() || fsync(handle.get()) != 0) {
+            return fail("sync", folder, errno);
+        }
+    }
+    return {};
+}
+
+}  // namespace dp_support
