@@ -15,26 +15,25 @@ class message;
 namespace dp {
 
 /// Writes and reads the messages of the settings service's plug-ins. Payload: 2 bytes kind (1),
-/// 2 bytes alert, then the parameters: plug-in id and value, a byte each.
+/// 2 bytes alert, then the parameters: plug-in id and value, one byte each.
 class DP_API message_formatter {
   public:
     static constexpr std::uint16_t alert_kind = 1;
-    /// What stands in front of the parameters, to be added to `parameter_byte_count` for the
-    /// message's payload length.
+    /// Bytes of the payload before the parameters. Add `parameter_byte_count` for the message's
+    /// payload length.
     static constexpr std::size_t payload_offset = 4;
 
-    /// A formatter of `target`, which must outlive it. The message stays as it is.
+    /// A formatter of `target`, which must outlive it. Does not change the message.
     explicit message_formatter(sysipc::message& target);
 
-    /// Makes the message an alert of the plug-in `id`; it is not sent, and its payload length is
-    /// the caller's to set.
+    /// Makes the message an alert of the plug-in `id`. Does not send it or set its payload length.
     void send_alert_plugins(command::alerts alert, unsigned char id, unsigned char value);
 
     /// Bytes of parameters that `send_alert_plugins` wrote; 0 before.
     [[nodiscard]] std::size_t parameter_byte_count() const;
 
-    /// Whether the message is an alert with all its parameters; only then do the others tell
-    /// anything.
+    /// Whether the message is an alert with all its parameters. If not, the operations below
+    /// return 0.
     [[nodiscard]] bool is_alert() const;
     [[nodiscard]] command::alerts alert() const;
     [[nodiscard]] unsigned char id() const;
@@ -45,7 +44,7 @@ class DP_API message_formatter {
     std::size_t parameter_byte_count_ = 0;
 };
 
-/// "persist_failed plugin=3 value=28"; an alert without a name is its number.
+/// Prints "persist_failed plugin=3 value=28", with the number of an alert that has no name.
 DP_API std::ostream& operator<<(std::ostream& os, const message_formatter& formatter);
 
 }  // namespace dp

@@ -6,11 +6,11 @@
 
 #include "common/export.hpp"
 
-/// One file of the data store, while it is written: open, write, release. Others see the old
-/// content until the last of the stated bytes is written, and from then on the new one.
+/// Replaces one file of the data store: open, write, release. Other processes see the old content
+/// until the last byte of the stated size is written, and the new content from then on.
 class DP_API ds_file {
   public:
-    /// The mode of a file that is replaced as a whole.
+    /// The mode that replaces a whole file.
     static constexpr int mode_replace = 0x1104;
 
     ds_file() = default;
@@ -18,18 +18,16 @@ class DP_API ds_file {
     ds_file(const ds_file&) = delete;
     ds_file& operator=(const ds_file&) = delete;
 
-    /// Starts to write the file `name` of the store, `size` bytes. The name may hold any bytes; it
-    /// never leads out of the store. A file that is still open is released first. Greater than 0 on
-    /// success, otherwise a negative error number.
+    /// Starts to write `size` bytes to the file `name` of the store. The name may contain any bytes
+    /// and never refers to a file outside the store. Releases a file that is still open. Greater
+    /// than 0 on success, otherwise a negative error number.
     int dsOpenFile(const std::string& name, int mode, std::size_t size);
 
-    /// Writes the next bytes; with the last of the size that was stated the content is in place.
-    /// How many bytes it took, all of them, or a negative error number; then the file stays as it
-    /// was before.
+    /// Writes the next bytes. The last byte of the stated size puts the new content in place.
+    /// Returns `size`, or a negative error number; then the file keeps its old content.
     int dsWriteFile(const void* data, std::size_t size);
 
-    /// Ends the writing; content that is not complete is dropped. Does nothing when no file is
-    /// open.
+    /// Ends the writing and silently drops incomplete content. Does nothing when no file is open.
     void dsReleaseFile();
 
   private:

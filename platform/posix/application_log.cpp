@@ -9,8 +9,8 @@ event_log::streams* application_log::app_streams = nullptr;
 
 namespace {
 
-// Runs when the library is loaded, before anything that links it.
-[[gnu::constructor]] void set_log_up() {
+// Runs when the library is loaded, before the code of programs that link it.
+[[gnu::constructor]] void configure_from_environment() {
     dp_platform::configure_log({});
 }
 

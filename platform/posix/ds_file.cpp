@@ -31,7 +31,7 @@ std::string stored_name(const std::string& name) {
     constexpr std::string_view digits = "0123456789ABCDEF";
     std::string stored;
     for (const char c : name) {
-        // Names that begin with a dot are the temporary ones.
+        // Only temporary names begin with a dot.
         if (is_plain(c) && !(c == '.' && stored.empty())) {
             stored += c;
         } else {

@@ -8,20 +8,21 @@
 #include <vector>
 
 #include "platform/posix/efi_format.hpp"
+#include "platform/posix/little_endian.hpp"
 
 namespace dp_platform {
 namespace {
 
 using namespace efi;
 
-/// How many earlier places are compared for one position, and how many when the match so far is
-/// already good. Bounds the time for any text.
+/// Limits on the earlier positions that are compared for one position, the second when the match so
+/// far is already good. They bound the time for any text.
 constexpr unsigned max_probes = 256;
 constexpr unsigned good_probes = 64;
 constexpr unsigned good_match = 16;
-/// A shortest match from further away costs more bits than its bytes.
+/// A match of the least length at a greater distance takes more bits than its bytes.
 constexpr unsigned far_distance = 4096;
-/// Symbols of one block: enough to pay for its code lengths, few enough to follow the text.
+/// Symbols of one block: enough to outweigh its code lengths, few enough to adapt to the text.
 constexpr std::size_t block_symbols = 32768;
 static_assert(block_symbols < max_block_symbols);
 constexpr std::size_t empty_block_size = 7;
@@ -30,7 +31,7 @@ class bit_writer {
   public:
     explicit bit_writer(std::string& out) : out_(out) {}
 
-    /// Appends the low `width` bits (0 to 32) of `value`, which has no others.
+    /// Appends the low `width` bits (0 to 32) of `value`, whose other bits are 0.
     void put(std::uint32_t value, unsigned width) {
         word_ = word_ << width | value;
         count_ += width;
@@ -53,8 +54,9 @@ class bit_writer {
     unsigned count_ = 0;
 };
 
-/// Lengths of an optimal prefix code for `frequencies`, at most `max_code_length`; 0 where the
-/// frequency is 0. A single symbol gets no bits. Returns how many symbols are used.
+/// Computes the lengths of an optimal prefix code for `frequencies`, at most `max_code_length`; 0
+/// for a frequency of 0. The code of a single symbol has no bits. Returns the number of used
+/// symbols.
 template <std::size_t Symbols>
 unsigned code_lengths(const std::array<std::uint32_t, Symbols>& frequencies,
                       std::array<unsigned char, Symbols>& lengths) {
@@ -77,8 +79,8 @@ unsigned code_lengths(const std::array<std::uint32_t, Symbols>& frequencies,
         return frequencies[a] != frequencies[b] ? frequencies[a] < frequencies[b] : a < b;
     });
 
-    // The leaves in order of weight, behind them the inner nodes, which are made in that order too:
-    // the two lightest are always at the front of the two rows.
+    // The leaves in order of weight, then the inner nodes, which are created in order of weight
+    // too: the lightest node is always the next leaf or the next inner node.
     std::array<node, 2 * Symbols> nodes{};
     for (std::size_t i = 0; i < used; ++i) {
         nodes[i] = {frequencies[order[i]], 0};
@@ -98,7 +100,7 @@ unsigned code_lengths(const std::array<std::uint32_t, Symbols>& frequencies,
         nodes[made] = {weight, 0};
     }
 
-    // From here on a node's weight is its depth. Depths beyond the limit count as the limit.
+    // From here on a node's weight is its depth. Greater depths count as the limit.
     std::array<unsigned, max_code_length + 1> count{};
     nodes[root].weight = 0;
     for (std::size_t i = root; i-- > 0;) {
@@ -107,8 +109,8 @@ unsigned code_lengths(const std::array<std::uint32_t, Symbols>& frequencies,
             ++count.at(std::min<std::size_t>(nodes[i].weight, max_code_length));
         }
     }
-    // Cut depths overfill the code. Lengthening one shorter code to make room for one of the
-    // longest as its neighbour takes one unit away each time.
+    // The limit overfills the code. Each step lengthens a shorter code by one bit and makes one of
+    // the longest codes its sibling, which frees one unit.
     std::uint32_t filled = 0;
     for (unsigned length = 1; length <= max_code_length; ++length) {
         filled += count.at(length) << (max_code_length - length);
@@ -154,7 +156,7 @@ std::array<std::uint16_t, Symbols> canonical_codes(
     return codes;
 }
 
-/// One set of codes of a block: made from frequencies, then written and used.
+/// One set of codes of a block: computed from frequencies, then written and used.
 template <std::size_t Symbols>
 struct code_set {
     std::array<std::uint32_t, Symbols> frequencies{};
@@ -162,7 +164,7 @@ struct code_set {
     std::array<std::uint16_t, Symbols> codes{};
     unsigned used = 0;
 
-    void make() {
+    void compute() {
         used = code_lengths(frequencies, lengths);
         codes = canonical_codes(lengths);
     }
@@ -176,7 +178,7 @@ struct code_set {
         return it == frequencies.end() ? 0 : static_cast<std::uint32_t>(it - frequencies.begin());
     }
 
-    /// How many lengths are written: trailing zeros are not.
+    /// The number of lengths that are written: all but the trailing zeros.
     [[nodiscard]] unsigned written() const {
         auto count = static_cast<unsigned>(Symbols);
         while (count != 0 && lengths[count - 1] == 0) {
@@ -220,8 +222,8 @@ class block_writer {
                 ++positions_.frequencies[position_code(item.position)];
             }
         }
-        symbols_.make();
-        positions_.make();
+        symbols_.compute();
+        positions_.compute();
         out_.put(static_cast<std::uint32_t>(tokens_.size()), block_size_bits);
         write_symbol_lengths();
         write_plain_lengths(positions_, position_field_bits, position_count + 1);
@@ -261,7 +263,7 @@ class block_writer {
             if (length < 7) {
                 out_.put(length, 3);
             } else {
-                // As many ones as the length is above 4, and a zero.
+                // (length - 4) ones and a zero.
                 out_.put((1U << (length - 3)) - 2, length - 3);
             }
             if (i == gap) {
@@ -274,8 +276,7 @@ class block_writer {
         }
     }
 
-    /// Calls `use(code, extra, extra_width)` for every code that the symbols' lengths are written
-    /// with.
+    /// Calls `use(code, extra, extra_width)` for each code that encodes the symbols' lengths.
     template <class Use>
     void for_each_length_code(Use use) const {
         const unsigned count = symbols_.written();
@@ -315,7 +316,7 @@ class block_writer {
         }
         for_each_length_code(
             [&](unsigned code, unsigned, unsigned) { ++lengths.frequencies[code]; });
-        lengths.make();
+        lengths.compute();
         write_plain_lengths(lengths, length_code_field_bits, length_code_gap);
         out_.put(symbols_.written(), symbol_field_bits);
         for_each_length_code([&](unsigned code, unsigned extra, unsigned width) {
@@ -330,7 +331,7 @@ class block_writer {
     code_set<position_count> positions_;
 };
 
-/// Finds earlier places with the same bytes: chains of positions with the same hash.
+/// Finds earlier occurrences of the next bytes with chains of positions that have the same hash.
 class match_finder {
   public:
     explicit match_finder(std::string_view text)
@@ -341,8 +342,8 @@ class match_finder {
         unsigned distance = 0;
     };
 
-    /// Must be called for every position in turn, before `insert` of the same one. Only finds what
-    /// is longer than `beat`.
+    /// The best match that is longer than `beat`; length 0 when there is none. All positions before
+    /// `position` must have been inserted, and `position` must not.
     [[nodiscard]] result find(std::size_t position, unsigned beat) const {
         result best{beat, 0};
         const std::size_t left = text_.size() - position;
@@ -356,12 +357,12 @@ class match_finder {
         const char* const here = text_.data() + position;
         unsigned probes = beat >= good_match ? good_probes : max_probes;
         for (std::uint32_t next = head_[hash(here)]; next != 0 && probes != 0; --probes) {
-            const std::size_t place = next - 1;
-            const std::size_t distance = position - place;
+            const std::size_t earlier = next - 1;
+            const std::size_t distance = position - earlier;
             if (distance > window_size) {
                 break;
             }
-            const char* const there = text_.data() + place;
+            const char* const there = text_.data() + earlier;
             if (there[best.length] == here[best.length]) {
                 const unsigned length = common_length(here, there, limit);
                 if (length > best.length && (length > min_match || distance <= far_distance)) {
@@ -371,7 +372,7 @@ class match_finder {
                     }
                 }
             }
-            next = link_[place % window_size];
+            next = link_[earlier % window_size];
         }
         return best.distance != 0 && best.length >= min_match ? best : result{};
     }
@@ -410,14 +411,13 @@ class match_finder {
     }
 
     std::string_view text_;
-    std::vector<std::uint32_t> head_;  ///< by hash: the latest position + 1
-    std::vector<std::uint32_t> link_;  ///< by position: the one before it in the same chain, + 1
+    std::vector<std::uint32_t> head_;  ///< hash -> latest position + 1
+    std::vector<std::uint32_t> link_;  ///< position -> previous position in the chain + 1
 };
 
-void put_little_endian(std::string& image, std::size_t at, std::size_t number) {
-    for (unsigned i = 0; i < 4; ++i) {
-        image[at + i] = static_cast<char>(number >> (8 * i) & 0xFFU);
-    }
+void put_number(std::string& image, std::size_t at, std::size_t number) {
+    store_32(reinterpret_cast<unsigned char*>(image.data()) + at,
+             static_cast<std::uint32_t>(number));
 }
 
 }  // namespace
@@ -430,7 +430,7 @@ std::string efi_compress(std::string_view plain) {
     bit_writer bits(image);
     block_writer blocks(bits);
     match_finder finder(plain);
-    // A match is only taken when the next position has no longer one.
+    // Lazy matching: a match is used only when the next position has no longer match.
     match_finder::result pending;
     std::size_t position = 0;
     while (position < plain.size()) {
@@ -454,7 +454,7 @@ std::string efi_compress(std::string_view plain) {
     }
     blocks.flush();
     if (plain.empty()) {
-        // Readers that look at the sizes first want a stream behind the header: a block of nothing.
+        // Some readers expect a bit stream after the header: write a block of zero bits.
         image.append(empty_block_size, '\0');
     }
     bits.finish();
@@ -462,8 +462,8 @@ std::string efi_compress(std::string_view plain) {
     if (compressed_size >= compressed_limit) {
         return {};
     }
-    put_little_endian(image, 0, compressed_size);
-    put_little_endian(image, 4, plain.size());
+    put_number(image, 0, compressed_size);
+    put_number(image, 4, plain.size());
     return image;
 }
 

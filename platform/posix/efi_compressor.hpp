@@ -6,10 +6,10 @@
 
 namespace dp_platform {
 
-/// Compresses `plain` into an EFI image: the 8-byte header and the bit stream. Takes time in
-/// proportion to the text and memory for the image and a fixed work area. An empty result means
-/// that no reader would take the image: `plain` is longer than 256 MiB, or its image not shorter
-/// than 128 MiB.
+/// Compresses `plain` into an EFI image: the 8-byte header and the bit stream. Takes time
+/// proportional to the text, and memory for the image and a fixed work area. Returns an empty text
+/// when the decompressor would refuse the image: `plain` is longer than 256 MiB, or the image is
+/// not shorter than 128 MiB.
 std::string efi_compress(std::string_view plain);
 
 }  // namespace dp_platform

@@ -12,17 +12,18 @@
 #include <utility>
 
 #include "platform/posix/efi_format.hpp"
+#include "platform/posix/little_endian.hpp"
 #include "platform/sysipc/application_log.hpp"
 
-// How it stays in bounds:
-//   input   The image is copied in front of `input_padding` zero bytes. A refill reads 8 bytes and
-//           is only reached with the read position at most `input_slack` bytes behind the image;
-//           at most two refills follow one check. What was read behind the image is found when
-//           the position is checked again or at the end, before anything is handed out.
-//   output  The buffer ends `output_slack` bytes behind the point up to which symbols are started;
-//           no symbol, not even one copied with wide stores, writes more than that.
-//   tables  Every code is checked to be complete before its table is filled, so every index that
-//           fits the table's bits has an entry.
+// Bounds:
+//   input   The copy of the image is followed by `input_padding` zero bytes. A refill reads 8 bytes
+//           and runs only while the read position is at most `input_slack` bytes past the end of
+//           the image; at most two refills follow one check. Reading past the image is detected at
+//           the next check or at the end, before any text is returned.
+//   output  The buffer extends `output_slack` bytes past the last position where a symbol may
+//           start. No symbol writes more than that, not even one copied with wide stores.
+//   tables  A code is checked to be complete before its table is filled, so every index of the
+//           table's width has an entry.
 
 namespace sysipc {
 namespace {
@@ -34,7 +35,7 @@ constexpr std::size_t input_padding = 32;
 constexpr std::size_t copy_width = 16;
 constexpr std::size_t output_slack = max_match + copy_width;
 constexpr std::size_t first_chunk = 65536;
-/// How much bigger than the image the output may be laid out before any of it is decoded.
+/// The greatest ratio of output buffer to image before any text is decoded.
 constexpr std::size_t trusted_ratio = 16;
 
 enum class outcome { done, not_an_image, truncated, corrupt, too_big, no_memory };
@@ -48,17 +49,12 @@ std::uint64_t load_big_endian(const unsigned char* from) {
     return word;
 }
 
-std::uint32_t load_little_endian(const unsigned char* from) {
-    return static_cast<std::uint32_t>(from[0]) | static_cast<std::uint32_t>(from[1]) << 8U |
-           static_cast<std::uint32_t>(from[2]) << 16U | static_cast<std::uint32_t>(from[3]) << 24U;
-}
-
-/// The bit stream. The next bits stand at the top of a 64-bit word.
+/// The bit stream. The next bits are at the top of a 64-bit word.
 class bit_reader {
   public:
     bit_reader(const unsigned char* data, std::size_t size) : next_(data), end_(data + size) {}
 
-    /// Whether a refill is in bounds; when not, the stream ended some bits ago.
+    /// Whether a refill is in bounds. If not, the stream has already ended.
     [[nodiscard]] bool can_refill() const { return next_ <= end_ + input_slack; }
 
     /// Makes at least 56 bits available.
@@ -78,7 +74,7 @@ class bit_reader {
         count_ -= width;
     }
 
-    /// For the fields of block headers: refills itself.
+    /// The next `width` bits, 1 to 32, which are skipped. Refills on its own; for block headers.
     std::uint32_t take(unsigned width) {
         if (can_refill()) {
             refill();
@@ -91,7 +87,7 @@ class bit_reader {
         return bits;
     }
 
-    /// Whether more bits were taken than there are.
+    /// Whether more bits were taken than the image has.
     [[nodiscard]] bool overran() const {
         return next_ > end_ && static_cast<std::size_t>(next_ - end_) * 8 > count_;
     }
@@ -103,20 +99,21 @@ class bit_reader {
     unsigned count_ = 0;
 };
 
-// A table entry: the code's length in the low 8 bits, what the code stands for above, and flags.
+// A table entry: the code's length in the low 8 bits, the decoded payload above them, and flags.
 constexpr std::uint32_t literal_flag = 1U << 31U;
-constexpr std::uint32_t link_flag = 1U << 30U;
+constexpr std::uint32_t subtable_flag = 1U << 30U;
 constexpr std::uint32_t no_code_flag = 1U << 29U;
 constexpr unsigned payload_shift = 8;
 
-/// Looks codes of up to 16 bits up by their first `Bits` bits and, where those do not decide, by
-/// the rest of the 16 in a second table. With a complete code every second table serves at least
-/// two symbols.
+/// Two-level table for codes of up to 16 bits: a first table indexed by `Bits` bits and, for longer
+/// codes, second tables indexed by the rest of the 16 bits. With a complete code every second table
+/// contains at least two symbols.
 template <unsigned MaxSymbols, unsigned Bits>
 class code_table {
   public:
-    /// Fills the table from code lengths (at most 16). `entry(symbol)` is what a code stands for.
-    /// False when the lengths are not those of a complete code; no code at all is allowed.
+    /// Fills the table from code lengths (at most 16). `entry(symbol)` is the payload of a symbol's
+    /// entry. False when the lengths are not those of a complete code. A set without any code is
+    /// allowed.
     template <std::size_t Symbols, class Entry>
     bool build(const std::array<unsigned char, Symbols>& lengths, Entry entry) {
         static_assert(Symbols <= MaxSymbols);
@@ -124,7 +121,7 @@ class code_table {
         for (const unsigned char length : lengths) {
             ++next.at(length);
         }
-        // From counts to the first code of each length, at the top of 16 bits.
+        // Replace the counts by the first code of each length, at the top of 16 bits.
         std::uint32_t code = 0;
         for (unsigned length = 1; length <= max_code_length; ++length) {
             const std::uint32_t count = next.at(length);
@@ -147,8 +144,8 @@ class code_table {
             std::uint32_t index = start >> rest_bits;
             std::uint32_t count = 1U << (Bits - std::min(length, Bits));
             if (length > Bits) {
-                if ((entries_[index] & link_flag) == 0) {
-                    entries_[index] = link_flag | free << payload_shift | Bits;
+                if ((entries_[index] & subtable_flag) == 0) {
+                    entries_[index] = subtable_flag | free << payload_shift | Bits;
                     free += rest_size;
                 }
                 index = payload(entries_[index]) + (start & (rest_size - 1));
@@ -159,13 +156,13 @@ class code_table {
         return true;
     }
 
-    /// A set of one symbol: its code has no bits.
+    /// Fills the table for a set of one symbol, whose code has no bits.
     void build_single(std::uint32_t entry) { std::fill_n(entries_.begin(), first_size, entry); }
 
     /// The entry of the next code, which is not skipped. Needs 16 bits.
     [[nodiscard]] std::uint32_t look_up(const bit_reader& in) const {
         std::uint32_t entry = entries_[in.peek(Bits)];
-        if ((entry & link_flag) != 0) [[unlikely]] {
+        if ((entry & subtable_flag) != 0) [[unlikely]] {
             entry = entries_[payload(entry) + (in.peek(max_code_length) & (rest_size - 1))];
         }
         return entry;
@@ -193,7 +190,7 @@ std::uint32_t symbol_entry(unsigned symbol) {
                                   : (symbol - literal_count + min_match) << payload_shift;
 }
 
-// A position's entry holds how many bits follow, and the distance that they are added to.
+// A position's entry contains the number of bits that follow and the distance they are added to.
 constexpr unsigned distance_shift = 12;
 
 std::uint32_t position_entry(unsigned symbol) {
@@ -202,7 +199,7 @@ std::uint32_t position_entry(unsigned symbol) {
     return distance << distance_shift | bits << payload_shift;
 }
 
-/// Copies a match onto the end of the output. May write `copy_width` bytes more than `length`.
+/// Copies a match to the end of the output. May write up to `copy_width` bytes more than `length`.
 void copy_match(unsigned char* to, std::size_t distance, std::size_t length) {
     const unsigned char* from = to - distance;
     if (distance >= copy_width) {
@@ -215,7 +212,7 @@ void copy_match(unsigned char* to, std::size_t distance, std::size_t length) {
     } else if (distance == 1) {
         std::memset(to, *from, length);
     } else {
-        // The source is still being written: the pattern repeats.
+        // Source and destination overlap: copying byte by byte repeats the pattern.
         for (std::size_t i = 0; i < length; ++i) {
             to[i] = from[i];
         }
@@ -242,11 +239,11 @@ class expander {
                 return false;
             }
             while (left != 0) {
-                // The symbols of the last block end with the text.
+                // The text must not end before the symbols of its last block.
                 if (produced_ >= original_size_) {
                     return false;
                 }
-                make_room();
+                grow_output();
                 if (!read_symbols(left)) {
                     return false;
                 }
@@ -267,15 +264,16 @@ class expander {
     using small_table = code_table<length_code_count, 8>;
     static_assert(position_count <= length_code_count);
 
-    /// The output grows with what is decoded: doubled until it has the size that the header states.
-    void make_room() {
-        const std::size_t room = out_.size() - output_slack;
-        if (produced_ >= room) {
-            out_.resize(std::min(original_size_, room * 2) + output_slack);
+    /// Doubles a full output buffer, up to the size stated in the header, so that memory grows with
+    /// the decoded text.
+    void grow_output() {
+        const std::size_t capacity = out_.size() - output_slack;
+        if (produced_ >= capacity) {
+            out_.resize(std::min(original_size_, capacity * 2) + output_slack);
         }
     }
 
-    /// The code lengths of the three sets.
+    /// Reads the code lengths of the three sets.
     bool read_codes() {
         return read_plain_lengths<length_code_count>(
                    length_code_field_bits, length_code_gap, lengths_,
@@ -285,7 +283,8 @@ class expander {
                                                   positions_, position_entry);
     }
 
-    /// A set whose lengths stand uncoded: 3 bits, from 7 on one more for each further one.
+    /// Reads a set whose lengths are not coded: 3 bits each, and from 7 on one more bit for each
+    /// further one.
     template <unsigned Symbols, class Entry>
     bool read_plain_lengths(unsigned field_bits, unsigned gap, small_table& table, Entry entry) {
         const unsigned count = in_.take(field_bits);
@@ -359,9 +358,9 @@ class expander {
         return symbols_.build(lengths, symbol_entry);
     }
 
-    /// Decodes symbols until the block has none left or the laid out part of the output is full.
+    /// Decodes symbols until the end of the block or until the output buffer is full.
     bool read_symbols(std::size_t& left_in_block) {
-        // Locals, so that the compiler keeps them in registers while bytes are stored.
+        // Local copies, which the compiler keeps in registers while bytes are stored.
         bit_reader in = in_;
         std::size_t left = left_in_block;
         unsigned char* const begin = out_.data();
@@ -393,7 +392,7 @@ class expander {
             }
             in.skip(entry_length(entry));
             const unsigned bits = entry >> payload_shift & 0xFU;
-            // One bit more is looked at, so that no bits at all is no special case.
+            // Peek at one more bit, so that a width of 0 needs no special case.
             const std::size_t distance = (entry >> distance_shift) + (in.peek(bits + 1) >> 1U);
             in.skip(bits);
             if (distance > static_cast<std::size_t>(to - begin)) [[unlikely]] {
@@ -429,8 +428,8 @@ std::size_t read_bytes(std::streambuf& from, unsigned char* to, std::size_t size
     }
 }
 
-/// Reads `size` bytes and puts `input_padding` zero bytes behind them. What the header states is
-/// only believed as far as bytes arrive. False when they end early.
+/// Reads `size` bytes and appends `input_padding` zero bytes. The buffer grows with the bytes that
+/// arrive, not with the size that the header states. False when the data ends early.
 bool read_image(std::streambuf& from, std::size_t size, std::vector<unsigned char>& image) {
     std::size_t have = 0;
     while (have < size) {
@@ -447,17 +446,18 @@ bool read_image(std::streambuf& from, std::size_t size, std::vector<unsigned cha
     return true;
 }
 
-/// What is an image: 8 bytes of header whose compressed size is below the limit. No text is, since
-/// the size's top byte would be a control byte. An image must be there as a whole; what stands
-/// behind its compressed size (padding, another image) is left alone. The blocks must end with the
-/// text and take no more bits than the compressed size has; it may have more.
+/// Expands the image that `from` contains. An image has an 8-byte header whose compressed size is
+/// below the limit. A text never does, because the top byte of the size would be a control byte.
+/// The image must be complete; bytes after its compressed size (padding, another image) are
+/// ignored. The blocks must produce exactly the original size and must not use more bits than the
+/// compressed size; they may use fewer.
 outcome expand(std::streambuf& from, std::vector<unsigned char>& text) {
     std::array<unsigned char, header_size> header{};
     if (read_bytes(from, header.data(), header.size()) != header.size()) {
         return outcome::not_an_image;
     }
-    const std::uint32_t compressed_size = load_little_endian(header.data());
-    const std::uint32_t original_size = load_little_endian(header.data() + 4);
+    const std::uint32_t compressed_size = dp_platform::load_32(header.data());
+    const std::uint32_t original_size = dp_platform::load_32(header.data() + 4);
     if (compressed_size >= compressed_limit) {
         return outcome::not_an_image;
     }
@@ -506,7 +506,7 @@ void report(outcome result) {
     try {
         log->append("ERR", std::string(" ***ERROR*** efi_decompressor: ") + reason);
     } catch (const std::bad_alloc&) {
-        // Nothing left to say it with.
+        // No memory for the message either.
         return;
     }
 }

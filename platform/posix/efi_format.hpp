@@ -4,13 +4,14 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Numbers of the standard compression of the UEFI specification.
+/// Constants of the standard compression of the UEFI specification.
 ///
 /// An image is a header of two little-endian 32-bit numbers, the compressed and the original size,
-/// and a stream of bits, the most significant bit of each byte first. The stream is a row of
-/// blocks. A block is a 16-bit count of symbols, three sets of prefix code lengths (one to read the
-/// second with, one for bytes and match lengths, one for match positions), and the coded symbols.
-/// Codes are canonical: shorter first, equal lengths in the order of their symbols.
+/// and a stream of bits, the most significant bit of each byte first. The stream is a sequence of
+/// blocks. A block is a 16-bit count of symbols, three sets of prefix code lengths and the coded
+/// symbols. The first set codes the lengths of the second, the second is for bytes and match
+/// lengths, the third for match positions. Codes are canonical: shorter codes first, codes of equal
+/// length in the order of their symbols.
 namespace dp_platform::efi {
 
 inline constexpr std::size_t header_size = 8;
@@ -27,7 +28,7 @@ inline constexpr unsigned symbol_count = literal_count + max_match - min_match +
 /// A position's code is the number of bits of (distance - 1); the bits below the top one follow.
 inline constexpr unsigned position_count = 14;
 /// The code lengths of the symbols are themselves coded: three codes for runs of zeros, then the
-/// lengths 1 to 16. Behind the third code's length stands a 2-bit count of zero lengths.
+/// lengths 1 to 16. The length of the third code is followed by a 2-bit count of zero lengths.
 inline constexpr unsigned length_code_count = max_code_length + 3;
 inline constexpr unsigned length_code_gap = 3;
 inline constexpr unsigned length_code_gap_bits = 2;
@@ -38,15 +39,15 @@ inline constexpr unsigned short_run_bits = 4;
 inline constexpr unsigned long_run_base = 20;
 inline constexpr unsigned long_run_bits = 9;
 
-/// Widths of the fields in front of the code lengths: how many lengths follow, and, when that is
-/// 0, the only symbol of the set.
+/// Widths in bits of the fields before the code lengths: the number of lengths that follow and,
+/// when that is 0, the only symbol of the set.
 inline constexpr unsigned block_size_bits = 16;
 inline constexpr unsigned length_code_field_bits = 5;
 inline constexpr unsigned symbol_field_bits = 9;
 inline constexpr unsigned position_field_bits = 4;
 
-/// What this implementation reads and writes: images of less than 128 MiB that expand to at most
-/// 256 MiB. The first limit also tells images from text, whose fourth byte is never below 8.
+/// Limits of this implementation: images of less than 128 MiB that expand to at most 256 MiB. The
+/// first limit also distinguishes images from text, whose fourth byte is never below 8.
 inline constexpr std::uint32_t compressed_limit = 0x0800'0000;
 inline constexpr std::uint32_t original_limit = 0x1000'0000;
 

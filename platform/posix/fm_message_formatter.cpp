@@ -2,21 +2,18 @@
 #include <ostream>
 
 #include "platform/fm/message_formatter.hpp"
-#include "platform/posix/alert_message.hpp"
+#include "platform/posix/alert_layout.hpp"
 #include "platform/posix/little_endian.hpp"
 
 namespace fm {
 namespace {
 
-// Parameters: 4 bytes identifier, then value and two further bytes.
+// Parameters: 4 bytes identifier, then the value and two further bytes.
 constexpr std::size_t value_offset = 4;
 constexpr std::size_t parameter_size = value_offset + 3;
 
-static_assert(message_formatter::payload_offset == dp_platform::alert_head_size);
-
-const unsigned char* parameters_of(const sysipc::message& source) {
-    return dp_platform::alert_parameters(source, message_formatter::alert_kind, parameter_size);
-}
+constexpr dp_platform::alert_layout layout(message_formatter::alert_kind, parameter_size);
+static_assert(message_formatter::payload_offset == layout.parameter_offset);
 
 const char* name_of(command::alerts alert) {
     switch (alert) {
@@ -36,8 +33,7 @@ void message_formatter::send_alert(std::uint32_t id, command::alerts alert, unsi
                                    unsigned char b1, unsigned char b2) {
     std::array<unsigned char, parameter_size> parameters{0, 0, 0, 0, value, b1, b2};
     dp_platform::store_32(parameters.data(), id);
-    parameter_byte_count_ = dp_platform::write_alert(target_, alert_kind,
-                                                     static_cast<std::uint16_t>(alert), parameters);
+    parameter_byte_count_ = layout.write(target_, static_cast<std::uint16_t>(alert), parameters);
 }
 
 std::size_t message_formatter::parameter_byte_count() const {
@@ -45,31 +41,27 @@ std::size_t message_formatter::parameter_byte_count() const {
 }
 
 bool message_formatter::is_alert() const {
-    return parameters_of(target_) != nullptr;
+    return layout.parameters(target_) != nullptr;
 }
 
 std::uint32_t message_formatter::id() const {
-    const unsigned char* const parameters = parameters_of(target_);
+    const unsigned char* const parameters = layout.parameters(target_);
     return parameters != nullptr ? dp_platform::load_32(parameters) : 0;
 }
 
 command::alerts message_formatter::alert() const {
-    return is_alert() ? static_cast<command::alerts>(dp_platform::alert_number(target_))
-                      : command::alerts{};
+    return static_cast<command::alerts>(layout.alert(target_));
 }
 
 unsigned char message_formatter::value() const {
-    const unsigned char* const parameters = parameters_of(target_);
-    return parameters != nullptr ? parameters[value_offset] : static_cast<unsigned char>(0);
+    return layout.byte(target_, value_offset);
 }
 
 std::ostream& operator<<(std::ostream& os, const message_formatter& formatter) {
-    if (!formatter.is_alert()) {
-        return os << "no alert";
+    if (dp_platform::print_alert(os, formatter, name_of)) {
+        os << " value=" << static_cast<unsigned>(formatter.value());
     }
-    const command::alerts alert = formatter.alert();
-    dp_platform::print_alert(os, name_of(alert), static_cast<std::uint16_t>(alert));
-    return os << " value=" << static_cast<unsigned>(formatter.value());
+    return os;
 }
 
 }  // namespace fm

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-/// Numbers of messages as bytes, the least significant first.
+/// Little-endian numbers in byte arrays, at any alignment.
 namespace dp_platform {
 
 inline void store_16(unsigned char* to, std::uint16_t number) {

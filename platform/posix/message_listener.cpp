@@ -30,7 +30,7 @@ message_listener::message_listener(unsigned char number) : name_(queue_name(numb
         error_ = problem_with_queue_prefix();
         return;
     }
-    // Between opening and locking, the listener of an older queue may remove it: once more.
+    // Try again when the previous listener removed the queue between opening and locking.
     for (int tries = 0; tries < 3 && !open(name_) && error_.empty(); ++tries) {
     }
     if (handle_ < 0 && error_.empty()) {
@@ -40,25 +40,25 @@ message_listener::message_listener(unsigned char number) : name_(queue_name(numb
 
 message_listener::~message_listener() {
     if (handle_ >= 0) {
-        // In this order: whoever opens the queue in between finds it locked and, once it is not,
-        // gone.
+        // In this order: a listener that opens the queue in between finds it locked until it is
+        // removed.
         ::mq_unlink(name_.c_str());
         ::mq_close(handle_);
     }
 }
 
-/// False without an `error_` means to try again.
+/// Opens, locks and empties the queue. False with an empty `error_` means: try again.
 bool message_listener::open(const std::string& name) {
     mq_attr attributes{};
     attributes.mq_maxmsg = queue_messages;
     attributes.mq_msgsize = queue_message_size;
-    // For writing too, which the lock asks for.
+    // Also for writing, which a write lock requires.
     handle_ = ::mq_open(name.c_str(), O_RDWR | O_CREAT | O_NONBLOCK | O_CLOEXEC, 0600, &attributes);
     if (handle_ < 0) {
-        // The user's queues together, rather than this process's files.
-        error_ = errno == EMFILE ? "can't make queue " + name +
-                                       ": this user's queues are as big as they may be (ulimit -q)"
-                                 : system_error("can't make queue " + name);
+        // EMFILE here means the limit on the user's queues, not on the process's files.
+        error_ = errno == EMFILE ? "cannot create queue " + name +
+                                       ": the limit on this user's queues is reached (ulimit -q)"
+                                 : system_error("cannot create queue " + name);
         return false;
     }
     if (!take(name)) {
@@ -69,20 +69,20 @@ bool message_listener::open(const std::string& name) {
     return true;
 }
 
-/// Locks the open queue, makes sure that it is ours, and empties it.
+/// Locks the open queue, checks that it still exists and is ours, and empties it. Fails as `open`.
 bool message_listener::take(const std::string& name) {
     struct flock lock {};
     lock.l_type = F_WRLCK;
     lock.l_whence = SEEK_SET;
     if (::fcntl(handle_, F_OFD_SETLK, &lock) != 0) {
-        error_ = errno == EAGAIN || errno == EACCES ? "queue " + name + " has a listener already"
-                                                    : system_error("can't lock queue " + name);
+        error_ = errno == EAGAIN || errno == EACCES ? "queue " + name + " already has a listener"
+                                                    : system_error("cannot lock queue " + name);
         return false;
     }
     struct stat status {};
     mq_attr attributes{};
     if (::fstat(handle_, &status) != 0 || ::mq_getattr(handle_, &attributes) != 0) {
-        error_ = system_error("can't examine queue " + name);
+        error_ = system_error("cannot examine queue " + name);
         return false;
     }
     if (status.st_nlink == 0) {

@@ -15,11 +15,12 @@ namespace dp_platform {
 
 /// The receiving end of a system message queue on Linux.
 ///
-/// Queue N is the POSIX message queue "/dp.queue.N"; with the environment variable DP_QUEUE_PREFIX
-/// set to P (letters, digits, '_', '-', '.', at most 64) it is "/P.dp.queue.N", so that two groups
-/// of processes do not meet. The listener makes the queue (mode 0600, 10 messages of 8192 bytes,
-/// what an ordinary user may have) and removes it again; while it lives it holds a write lock on it
-/// by which senders see that somebody receives. A queue whose listener died is taken over, emptied.
+/// Queue N is the POSIX message queue "/dp.queue.N". With the environment variable DP_QUEUE_PREFIX
+/// set to P (at most 64 letters, digits, '_', '-' and '.') it is "/P.dp.queue.N", so that groups of
+/// processes can use separate queues. The listener creates the queue with mode 0600 for 10 messages
+/// of 8192 bytes, which an ordinary user may have, and removes it when it is destroyed. Its write
+/// lock on the queue shows senders that a process receives. A queue whose listener died is emptied
+/// and reused.
 class DP_API message_listener {
   public:
     explicit message_listener(unsigned char number);
@@ -27,22 +28,23 @@ class DP_API message_listener {
     message_listener(const message_listener&) = delete;
     message_listener& operator=(const message_listener&) = delete;
 
-    /// False when the queue could not be made or has another listener; `error` says why.
+    /// False when the queue could not be created or has another listener; `error` says why.
     [[nodiscard]] bool is_open() const { return handle_ >= 0; }
     [[nodiscard]] const std::string& error() const { return error_; }
 
-    /// For poll and select: readable while a message waits. -1 when not open.
+    /// Descriptor for poll and select, readable while a message waits. Not owned by the caller. -1
+    /// when not open.
     [[nodiscard]] int handle() const { return handle_; }
 
     enum class result {
         received,   ///< `content` is the message
-        timeout,    ///< none came in time; also when a signal cut the waiting short
-        malformed,  ///< one came and was dropped: not a message, or too long for `content`
-        failed,     ///< not open, or the system refused
+        timeout,    ///< no message arrived in time, or a signal interrupted the wait
+        malformed,  ///< dropped what arrived: not a message, or too long for `content`
+        failed,     ///< the listener is not open, or a system error
     };
 
-    /// Takes the oldest message, waiting up to `timeout_ms` milliseconds for one (0 does not wait,
-    /// less waits without end).
+    /// Receives the oldest message. Waits for one up to `timeout_ms` milliseconds: 0 does not wait,
+    /// a negative number waits without limit.
     result receive(sysipc::message& content, int timeout_ms);
 
   private:

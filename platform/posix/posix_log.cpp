@@ -32,8 +32,8 @@ void append_hex(std::string& line, unsigned char byte) {
     line += digits[byte & 0xFU];
 }
 
-/// Appends `text` with its control bytes, and the control characters that UTF-8 writes as 0xC2 0x80
-/// to 0xC2 0x9F, made visible.
+/// Appends `text` with its control bytes as \\xNN, and also the control characters that UTF-8
+/// encodes as 0xC2 0x80 to 0xC2 0x9F.
 void append_visible(std::string& line, std::string_view text) {
     bool after_c2 = false;
     for (const char c : text) {
@@ -95,7 +95,7 @@ class posix_streams final : public sysipc::event_log::streams {
                 dp::write_all(descriptor_, format(level, text));
             }
         } catch (const std::exception&) {
-            // A line that there is no memory for is lost.
+            // Without memory the line is silently dropped.
             errno = saved_errno;
             return;
         }
@@ -115,7 +115,7 @@ class posix_streams final : public sysipc::event_log::streams {
         return mask_ != 0 ? LOG_ERR : LOG_DEBUG + 1;
     }
 
-    /// Opens another sink; the old one is closed. False when it can't be opened.
+    /// Closes the sink and opens another one. False when that cannot be opened.
     bool open(const std::string& sink, std::uint32_t mask, const std::string& tag) {
         close();
         mask_ = mask;
@@ -149,11 +149,11 @@ class posix_streams final : public sysipc::event_log::streams {
 
   private:
     bool open_file(const std::string& path) {
-        // Without blocking, so that neither opening nor filling a pipe stops the process.
+        // Never block the process: neither when opening a pipe nor when it is full.
         int descriptor = ::open(
             path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0640);
         if (descriptor >= 0 && descriptor <= STDERR_FILENO) {
-            // Not where others expect the standard streams.
+            // Keep the descriptors of the standard streams free.
             const int low = descriptor;
             descriptor = ::fcntl(low, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
             ::close(low);
@@ -161,7 +161,7 @@ class posix_streams final : public sysipc::event_log::streams {
         if (descriptor < 0) {
             const int reason = errno;
             std::fprintf(stderr,
-                         "libdp_platform: can't open the log file \"%s\": %s; there is no log\n",
+                         "libdp_platform: cannot open the log file \"%s\": %s; there is no log\n",
                          path.c_str(), std::strerror(reason));
             return false;
         }
@@ -233,7 +233,7 @@ std::uint32_t mask_from_environment(std::uint32_t otherwise) {
 }  // namespace
 
 bool configure_log(const log_defaults& defaults) {
-    // Never destroyed: lines may come from the destructors of other libraries.
+    // Never destroyed, because destructors of other libraries may log.
     // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): it is the process's log.
     static auto& streams = *new posix_streams;
     sysipc::application_log::app_streams = nullptr;

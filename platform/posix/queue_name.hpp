@@ -7,11 +7,11 @@
 
 namespace dp_platform {
 
-/// What is wrong with the environment variable DP_QUEUE_PREFIX; empty when it is usable or not set.
+/// The error in the environment variable DP_QUEUE_PREFIX; empty when it is valid or not set.
 DP_API std::string problem_with_queue_prefix();
 
-/// The name of the POSIX message queue behind a system message queue; empty when the environment
-/// variable DP_QUEUE_PREFIX is not usable.
+/// The name of the POSIX message queue for system message queue `number`; empty when the
+/// environment variable DP_QUEUE_PREFIX is not valid.
 DP_API std::string queue_name(unsigned char number);
 
 }  // namespace dp_platform

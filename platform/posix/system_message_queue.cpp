@@ -13,7 +13,7 @@
 namespace sysipc {
 namespace {
 
-/// Whether a listener holds its lock on the queue.
+/// Whether a listener has its lock on the queue.
 bool has_listener(int handle) {
     struct flock lock {};
     lock.l_type = F_WRLCK;
@@ -28,7 +28,7 @@ system_message_queue::system_message_queue(unsigned char number, unsigned flags)
     if (flags == 0 && !name.empty()) {
         handle_ = ::mq_open(name.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
     }
-    // A listener that was killed leaves its queue behind.
+    // A listener that was killed did not remove its queue.
     if (handle_ >= 0 && !has_listener(handle_)) {
         ::mq_close(handle_);
         handle_ = -1;

@@ -6,7 +6,7 @@
 namespace sysipc {
 
 void thread::sleep(std::uint32_t milliseconds) {
-    // An absolute end, so that pauses cut by signals do not add up to more than was asked for.
+    // An absolute end time, so that pauses interrupted by signals do not add up to more.
     timespec end{};
     if (clock_gettime(CLOCK_MONOTONIC, &end) != 0) {
         return;

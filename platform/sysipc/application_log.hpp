@@ -8,8 +8,8 @@ namespace sysipc {
 
 /// The process's diagnostic log.
 struct DP_API application_log {
-    /// Null when the process has no log. Owned by the platform, valid as long as it is not null;
-    /// changed only while no call of the library runs.
+    /// Null when the process has no log. Owned by the platform, which changes it only while no call
+    /// of the library runs; valid until then.
     // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): one log for the process.
     static event_log::streams* app_streams;
 };

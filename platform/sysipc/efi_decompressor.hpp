@@ -9,10 +9,10 @@
 namespace sysipc {
 
 struct DP_API efi_decompressor {
-    /// Reads the image at the position of `in` and expands it. Returns an empty vector when the
-    /// data is not a compressed image, and, with one "ERR" line in the application log, when it is
-    /// one but truncated, corrupt or too big. Does not throw. The stream's state and position are
-    /// not defined afterwards.
+    /// Expands the compressed image at the position of `in`. Returns an empty vector when the data
+    /// is not an image. Does the same, with one "ERR" line in the application log, when the image
+    /// is truncated, corrupt or too big. Does not throw. The stream's state and position are
+    /// undefined afterwards.
     static std::vector<unsigned char> decompress(std::istream& in);
 };
 

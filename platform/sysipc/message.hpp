@@ -10,10 +10,9 @@
 namespace sysipc {
 
 /// A message for a system message queue: a header with source, queue and payload length, then the
-/// payload, which begins with the message's kind. Whoever fills a message says last how long its
-/// payload is.
+/// payload, which begins with the message's kind. Set the payload length last.
 ///
-/// As bytes, numbers with the least significant byte first:
+/// The bytes of a message, numbers in little-endian order:
 ///   0     source
 ///   1     queue
 ///   2..3  payload length
@@ -21,13 +20,13 @@ namespace sysipc {
 class DP_API message {
   public:
     static constexpr std::size_t header_size = 4;
-    static constexpr std::size_t kind_size = 2;  ///< at the beginning of the payload
+    static constexpr std::size_t kind_size = 2;  ///< at the start of the payload
 
-    /// An empty message, all zeros, on a buffer of `buffer_size` bytes for header and payload; at
-    /// least as big as header and kind, at most 65535.
+    /// An empty message, all zeros, in a buffer of `buffer_size` bytes for header and payload. The
+    /// buffer has at least 6 bytes, for header and kind, and at most 65535.
     explicit message(std::size_t buffer_size);
 
-    /// Who sends it, and the number of the queue that it is for.
+    /// The sender, and the number of the queue that the message is sent to.
     [[nodiscard]] unsigned char source() const;
     void set_source(unsigned char source);
     [[nodiscard]] unsigned char queue() const;
@@ -36,21 +35,21 @@ class DP_API message {
     [[nodiscard]] std::uint16_t kind() const;
     void set_kind(std::uint16_t kind);
 
-    /// Bytes of payload that count; more than fit are cut to `payload_capacity`.
+    /// Bytes of the payload that are sent. A greater length is cut to `payload_capacity`.
     [[nodiscard]] std::size_t payload_length() const;
     void set_payload_length(std::size_t length);
     [[nodiscard]] std::size_t payload_capacity() const;
 
-    /// The payload's bytes, all `payload_capacity` of them. Good as long as this object lives.
+    /// The payload, `payload_capacity` bytes. Valid until this object is destroyed or assigned to.
     [[nodiscard]] unsigned char* payload();
     [[nodiscard]] const unsigned char* payload() const;
 
-    /// What goes over the queue: `size` bytes, header and payload.
+    /// The bytes that are sent: `size` bytes of header and payload. Valid as `payload` is.
     [[nodiscard]] const unsigned char* data() const;
     [[nodiscard]] std::size_t size() const;
 
-    /// Takes over bytes that came over a queue. False, and the message is empty, when they are not
-    /// a message or do not fit the buffer.
+    /// Copies the bytes received from a queue. When they are not a message or do not fit the
+    /// buffer, returns false and makes the message empty.
     bool assign(const unsigned char* data, std::size_t size);
 
   private:

@@ -9,15 +9,16 @@ namespace sysipc {
 
 class message;
 
-/// The parameters of a message: byte arrays one behind the other, in the order in which they are
-/// added. The kind of the message says how long each is.
+/// Writes the parameters of a message: byte arrays without gaps, in the order in which they are
+/// added. The kind of the message defines their lengths.
 class DP_API parameter_list {
   public:
-    /// Parameters of `target`, which must outlive this list, from `payload_offset` on: behind the
-    /// message's kind (2) or behind kind and alert (4).
+    /// Parameters of `target`, which must outlive this list, from `payload_offset` on: after the
+    /// message's kind (2), or after kind and alert (4).
     parameter_list(message& target, std::size_t payload_offset);
 
-    /// Adds one parameter. False, and nothing is added, when it does not fit the message's buffer.
+    /// Adds one parameter. When it does not fit the message's buffer, returns false and adds
+    /// nothing.
     bool add_byte_array(const unsigned char* data, std::size_t size);
 
     /// Bytes of all parameters so far.

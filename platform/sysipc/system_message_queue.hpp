@@ -5,11 +5,11 @@
 
 namespace sysipc {
 
-/// The sending end of one of the controller's numbered message queues. A queue exists while
-/// somebody receives from it.
+/// The sending end of one of the controller's numbered message queues. A queue exists while a
+/// process receives from it.
 class DP_API system_message_queue {
   public:
-    /// Opens queue `number`. `flags` is 0; no others are defined.
+    /// Opens queue `number`. `flags` must be 0.
     system_message_queue(unsigned char number, unsigned flags);
     ~system_message_queue();
     system_message_queue(const system_message_queue&) = delete;

@@ -9,8 +9,8 @@ class message;
 class system_message_queue;
 
 struct DP_API system_message_queue_client {
-    /// Puts the message's header and payload on the queue. Does not wait: false when the queue is
-    /// not open, has no room, has no receiver any more, or takes no message of that size.
+    /// Sends the message's header and payload without waiting. False when the queue is not open, is
+    /// full, has no receiver any more, or does not take messages of that size.
     static bool send(const system_message_queue& queue, const message& content);
 };
 

@@ -8,7 +8,7 @@
 namespace sysipc {
 
 struct DP_API thread {
-    /// Pauses the calling thread for at least `milliseconds`; a signal does not cut it short.
+    /// Pauses the calling thread for at least `milliseconds`; a signal does not interrupt it.
     static void sleep(std::uint32_t milliseconds);
 };
 

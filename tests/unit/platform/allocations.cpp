@@ -8,7 +8,7 @@ namespace test {
 namespace {
 
 constexpr auto no_limit = static_cast<std::size_t>(-1);
-// NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables): what the operators below share.
+// NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables): shared with the operators below.
 std::size_t largest_allowed = no_limit;
 std::size_t largest_seen = 0;
 // NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
@@ -24,14 +24,14 @@ allocation_watch::~allocation_watch() {
     largest_allowed = no_limit;
 }
 
-std::size_t allocation_watch::biggest() {
+std::size_t allocation_watch::largest() {
     return largest_seen;
 }
 
 }  // namespace test
 
-// The shared libraries of the program use these, too.
-// NOLINTBEGIN(cppcoreguidelines-no-malloc): this is where the memory comes from.
+// Also used by the shared libraries of the program.
+// NOLINTBEGIN(cppcoreguidelines-no-malloc): implements operator new.
 void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
     test::largest_seen = std::max(test::largest_seen, size);
     return size <= test::largest_allowed ? std::malloc(std::max<std::size_t>(size, 1)) : nullptr;

@@ -5,7 +5,7 @@
 
 namespace test {
 
-/// Watches the program's allocations while it lives: how big the biggest was, and lets those of
+/// Records the size of the program's largest allocation for its lifetime, and makes allocations of
 /// more than `limit` bytes fail.
 class allocation_watch {
   public:
@@ -14,7 +14,7 @@ class allocation_watch {
     allocation_watch(const allocation_watch&) = delete;
     allocation_watch& operator=(const allocation_watch&) = delete;
 
-    [[nodiscard]] static std::size_t biggest();
+    [[nodiscard]] static std::size_t largest();
 };
 
 }  // namespace test

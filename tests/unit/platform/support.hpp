@@ -10,7 +10,7 @@
 
 namespace test {
 
-/// A new folder for one test, removed with its contents afterwards.
+/// Creates a folder for one test and removes it with its contents.
 class scratch_folder {
   public:
     scratch_folder();
@@ -24,7 +24,8 @@ class scratch_folder {
     std::filesystem::path folder_;
 };
 
-/// Runs a command, without this process's variables of the log but with `variables`, and waits.
+/// Runs a command and waits for it. Its environment has `variables` and none of this process's
+/// variables for the log.
 program_result run(const std::vector<std::string>& command,
                    const std::map<std::string, std::string>& variables);
 

@@ -1,4 +1,4 @@
-// Says on standard output what log it was started with, then appends lines to it.
+// Prints the settings of its log on standard output, then appends lines to the log.
 //
 //   log_writer [--defaults SINK MASK] [--repeat N] [LEVEL TEXT]...
 

@@ -215,7 +215,7 @@ TEST_F(alerts_program, refuses_a_queue_that_another_listens_to) {
     const auto result = test::run_program("dpctl", {"alerts", "--wait", "20"});
     EXPECT_EQ(result.exit_code, 1);
     EXPECT_EQ(result.err, "dpctl: can't listen: queue /" + test::own_queues::prefix() +
-                              ".dp.queue.8 has a listener already\n"
+                              ".dp.queue.8 already has a listener\n"
                               "  A message queue has one listener at a time.\n");
     EXPECT_THAT(result.out, IsEmpty());
     EXPECT_FALSE(has_queue(3)) << "what it had taken is gone again";

@@ -28,7 +28,7 @@ class ds_file_test : public testing::Test {
                file.dsWriteFile(content.data(), content.size()) == static_cast<int>(content.size());
     }
 
-    /// How many files the store holds, temporary ones included.
+    /// The number of files in the store, temporary ones included.
     [[nodiscard]] std::size_t files() const {
         using iterator = std::filesystem::directory_iterator;
         return static_cast<std::size_t>(std::distance(iterator(folder_.path("store")), iterator()));
@@ -38,7 +38,9 @@ class ds_file_test : public testing::Test {
     test::environment_variable variable_;
 };
 
-TEST_F(ds_file_test, a_file_holds_what_was_written) {
+using ds_file_path_test = ds_file_test;
+
+TEST_F(ds_file_test, writes_and_replaces_a_file) {
     EXPECT_TRUE(write("status", "first\n"));
     EXPECT_EQ(test::read_file(folder_.path("store/status")), "first\n");
     EXPECT_TRUE(write("status", "2\n"));
@@ -46,7 +48,7 @@ TEST_F(ds_file_test, a_file_holds_what_was_written) {
     EXPECT_EQ(files(), 1U);
 }
 
-TEST_F(ds_file_test, the_old_content_stays_until_the_last_byte) {
+TEST_F(ds_file_test, keeps_the_old_content_until_the_last_byte) {
     ASSERT_TRUE(write("status", "old"));
     ds_file file;
     ASSERT_GT(file.dsOpenFile("status", ds_file::mode_replace, 6), 0);
@@ -61,7 +63,7 @@ TEST_F(ds_file_test, the_old_content_stays_until_the_last_byte) {
     EXPECT_EQ(files(), 1U);
 }
 
-TEST_F(ds_file_test, incomplete_content_is_dropped) {
+TEST_F(ds_file_test, drops_incomplete_content) {
     ASSERT_TRUE(write("status", "old"));
     {
         ds_file file;
@@ -76,7 +78,7 @@ TEST_F(ds_file_test, incomplete_content_is_dropped) {
     EXPECT_EQ(files(), 1U);
 }
 
-TEST_F(ds_file_test, more_than_was_stated_is_refused) {
+TEST_F(ds_file_test, refuses_more_bytes_than_stated) {
     ASSERT_TRUE(write("status", "old"));
     ds_file file;
     ASSERT_GT(file.dsOpenFile("status", 4356, 6), 0);
@@ -91,7 +93,7 @@ TEST_F(ds_file_test, more_than_was_stated_is_refused) {
     EXPECT_EQ(files(), 1U);
 }
 
-TEST_F(ds_file_test, an_empty_file_is_written_by_writing_nothing) {
+TEST_F(ds_file_test, replaces_a_file_by_an_empty_one) {
     ASSERT_TRUE(write("status", "old"));
     ds_file file;
     ASSERT_GT(file.dsOpenFile("status", 4356, 0), 0);
@@ -101,14 +103,14 @@ TEST_F(ds_file_test, an_empty_file_is_written_by_writing_nothing) {
     EXPECT_EQ(test::read_file(ds_file_path("status")), "");
 }
 
-TEST_F(ds_file_test, writing_and_releasing_without_a_file_do_nothing) {
+TEST_F(ds_file_test, does_nothing_without_an_open_file) {
     ds_file file;
     EXPECT_EQ(file.dsWriteFile("x", 1), -EBADF);
     file.dsReleaseFile();
     file.dsReleaseFile();
 }
 
-TEST_F(ds_file_test, no_name_leads_out_of_the_folder) {
+TEST_F(ds_file_test, keeps_every_name_inside_the_folder) {
     for (const std::string& name :
          {std::string("../outside"), std::string("/outside"), std::string(".."), std::string("."),
           std::string("a/../../outside"), std::string("sub/file"), std::string(".hidden"),
@@ -117,30 +119,30 @@ TEST_F(ds_file_test, no_name_leads_out_of_the_folder) {
         EXPECT_EQ(test::read_file(ds_file_path(name)), name);
         EXPECT_EQ(std::filesystem::path(ds_file_path(name)).parent_path(), folder_.path("store"));
     }
-    EXPECT_EQ(files(), 10U) << "every name is a file of its own";
+    EXPECT_EQ(files(), 10U) << "each name has its own file";
     EXPECT_FALSE(std::filesystem::exists(folder_.path("outside")));
 }
 
-TEST_F(ds_file_test, plain_names_stay_as_they_are) {
+TEST_F(ds_file_path_test, escapes_only_special_bytes) {
     EXPECT_EQ(ds_file_path("status_1-a.LOG"), folder_.path("store/status_1-a.LOG"));
     EXPECT_EQ(ds_file_path("/var/x"), folder_.path("store/%2Fvar%2Fx"));
     EXPECT_EQ(ds_file_path("..a"), folder_.path("store/%2E.a"));
 }
 
-TEST_F(ds_file_test, names_that_are_empty_or_too_long_are_refused) {
+TEST_F(ds_file_test, refuses_names_that_are_empty_or_too_long) {
     ds_file file;
     EXPECT_EQ(file.dsOpenFile("", 4356, 1), -EINVAL);
     EXPECT_EQ(file.dsOpenFile(std::string(300, 'x'), 4356, 1), -ENAMETOOLONG);
 }
 
-TEST_F(ds_file_test, other_modes_and_sizes_without_a_result_are_refused) {
+TEST_F(ds_file_test, refuses_other_modes_and_sizes_beyond_int) {
     ds_file file;
     EXPECT_EQ(file.dsOpenFile("status", 0, 1), -EINVAL);
     EXPECT_EQ(file.dsOpenFile("status", 4355, 1), -EINVAL);
     EXPECT_EQ(file.dsOpenFile("status", 4356, 0x80000000U), -EINVAL);
 }
 
-TEST_F(ds_file_test, the_folder_is_made_when_the_one_above_exists) {
+TEST_F(ds_file_test, creates_the_folder_when_its_parent_exists) {
     EXPECT_FALSE(std::filesystem::exists(folder_.path("store")));
     EXPECT_TRUE(write("status", "x"));
     const test::environment_variable deep("DP_DS_FOLDER", folder_.path("missing/store"));
@@ -148,13 +150,13 @@ TEST_F(ds_file_test, the_folder_is_made_when_the_one_above_exists) {
     EXPECT_EQ(file.dsOpenFile("status", 4356, 1), -ENOENT);
 }
 
-TEST_F(ds_file_test, a_folder_that_is_a_file_is_refused) {
+TEST_F(ds_file_test, refuses_a_folder_that_is_a_file) {
     test::write_file(folder_.path("store"), "");
     ds_file file;
     EXPECT_EQ(file.dsOpenFile("status", 4356, 1), -ENOTDIR);
 }
 
-TEST_F(ds_file_test, a_link_in_the_store_is_replaced_and_not_followed) {
+TEST_F(ds_file_test, replaces_a_symlink_in_the_store_without_following_it) {
     test::write_file(folder_.path("outside"), "untouched");
     ASSERT_TRUE(write("other", ""));
     std::filesystem::create_symlink(folder_.path("outside"), folder_.path("store/status"));
@@ -163,7 +165,7 @@ TEST_F(ds_file_test, a_link_in_the_store_is_replaced_and_not_followed) {
     EXPECT_FALSE(std::filesystem::is_symlink(folder_.path("store/status")));
 }
 
-TEST_F(ds_file_test, content_that_cannot_be_put_in_place_is_an_error) {
+TEST_F(ds_file_test, fails_when_the_new_content_cannot_be_put_in_place) {
     ASSERT_TRUE(write("other", ""));
     std::filesystem::create_directory(folder_.path("store/status"));
     ds_file file;
@@ -172,7 +174,7 @@ TEST_F(ds_file_test, content_that_cannot_be_put_in_place_is_an_error) {
     EXPECT_EQ(files(), 2U) << "no temporary file is left";
 }
 
-TEST_F(ds_file_test, two_writers_of_one_file_do_not_mix) {
+TEST_F(ds_file_test, does_not_mix_the_bytes_of_two_writers) {
     ds_file first;
     ds_file second;
     ASSERT_GT(first.dsOpenFile("status", 4356, 4), 0);
@@ -184,7 +186,7 @@ TEST_F(ds_file_test, two_writers_of_one_file_do_not_mix) {
     EXPECT_EQ(test::read_file(ds_file_path("status")), "aaaa");
 }
 
-TEST_F(ds_file_test, a_process_that_dies_while_writing_leaves_the_old_content) {
+TEST_F(ds_file_test, keeps_the_old_content_when_the_writer_dies) {
     ASSERT_TRUE(write("status", "old"));
     const pid_t child = fork();
     if (child == 0) {
@@ -202,7 +204,7 @@ TEST_F(ds_file_test, a_process_that_dies_while_writing_leaves_the_old_content) {
     EXPECT_EQ(test::read_file(ds_file_path("status")), "new");
 }
 
-TEST(ds_folder, is_the_boards_own_without_a_variable) {
+TEST_F(ds_file_path_test, is_in_the_boards_folder_without_the_variable) {
     unsetenv("DP_DS_FOLDER");
     EXPECT_EQ(ds_file_path("status"), "/var/dp/ds/status");
 }

@@ -8,7 +8,7 @@
 
 namespace {
 
-// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): a handler counts in it.
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): set by a signal handler.
 volatile std::sig_atomic_t alarms = 0;
 
 void count_alarm(int /*signal*/) {
@@ -25,19 +25,19 @@ TEST(thread_sleep, lasts_at_least_as_long_as_asked) {
     EXPECT_GE(duration_of_sleep(30), std::chrono::milliseconds(30));
 }
 
-TEST(thread_sleep, of_nothing_returns) {
+TEST(thread_sleep, returns_for_0) {
     sysipc::thread::sleep(0);
     SUCCEED();
 }
 
-TEST(thread_sleep, is_not_cut_short_by_signals) {
+TEST(thread_sleep, is_not_interrupted_by_signals) {
     struct sigaction action {};
     struct sigaction previous {};
     action.sa_handler = count_alarm;
     ASSERT_EQ(sigaction(SIGALRM, &action, &previous), 0);
     const itimerval every_5_ms{{0, 5000}, {0, 5000}};
     const itimerval off{};
-    // Signals that come while a busy machine does not let the process run are one.
+    // Several signals may be delivered as one when a busy machine does not run the process.
     alarms = 0;
     for (int tries = 0; tries < 100 && alarms < 2; ++tries) {
         alarms = 0;

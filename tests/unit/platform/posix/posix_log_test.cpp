@@ -59,7 +59,7 @@ TEST(posix_log, writes_time_process_level_and_text_to_stderr) {
     EXPECT_EQ(parts[2], "ERR ***ERROR*** second");
 }
 
-TEST(posix_log, appends_to_a_file_that_only_owner_and_group_read) {
+TEST(posix_log, appends_to_a_file_that_only_owner_and_group_may_read) {
     const scratch_folder folder;
     const std::string path = folder.path("log");
     EXPECT_EQ(run({writer, "LOG", " one"}, {{"DP_LOG", "file:" + path}}).out,
@@ -86,7 +86,7 @@ TEST(posix_log, takes_mask_and_tag_from_the_environment) {
     EXPECT_EQ(result.out, "mask 00000000 file 1 level 8\n");
 }
 
-TEST(posix_log, keeps_its_mask_when_the_variable_is_no_32_bit_number) {
+TEST(posix_log, keeps_the_default_mask_when_the_variable_is_not_a_32_bit_number) {
     for (const char* mask : {"all", "0x", "12 ", "-1", "0x100000000", "4294967296"}) {
         const program_result result = run({writer}, {{"DP_LOG", "stderr"}, {"DP_LOG_MASK", mask}});
         EXPECT_EQ(result.out, "mask 90000000 file 1 level 6\n") << mask;
@@ -95,7 +95,7 @@ TEST(posix_log, keeps_its_mask_when_the_variable_is_no_32_bit_number) {
     }
 }
 
-TEST(posix_log, is_absent_with_a_line_on_stderr_when_the_file_cannot_be_opened) {
+TEST(posix_log, reports_a_file_that_cannot_be_opened) {
     const scratch_folder folder;
     for (const std::string& path : {folder.path("missing/log"), folder.path(), std::string()}) {
         const program_result result = run({writer, "ERR", " text"}, {{"DP_LOG", "file:" + path}});
@@ -106,14 +106,14 @@ TEST(posix_log, is_absent_with_a_line_on_stderr_when_the_file_cannot_be_opened) 
     }
 }
 
-TEST(posix_log, is_absent_with_a_line_on_stderr_when_the_sink_is_unknown) {
+TEST(posix_log, reports_an_unknown_sink) {
     const program_result result = run({writer, "ERR", " text"}, {{"DP_LOG", "printer"}});
     EXPECT_EQ(result.out, "no log\n");
     EXPECT_EQ(lines_of(result.err).size(), 1U) << result.err;
     EXPECT_NE(result.err.find("\"printer\""), std::string::npos);
 }
 
-TEST(posix_log, shows_control_bytes_so_that_a_text_stays_one_line) {
+TEST(posix_log, escapes_control_bytes_in_the_text) {
     const program_result result = run({writer, "LOG",
                                        " a\nb\r\tc\x1b[2J\x7f caf\xc3\xa9 \xc2\x9b"
                                        "31m \xc2\xa7 \x95"},
@@ -125,7 +125,7 @@ TEST(posix_log, shows_control_bytes_so_that_a_text_stays_one_line) {
         << lines[0];
 }
 
-TEST(posix_log, does_not_let_level_or_tag_break_the_line_either) {
+TEST(posix_log, escapes_control_bytes_in_level_and_tag) {
     const program_result result =
         run({writer, "L\nG", " text"}, {{"DP_LOG", "stderr"}, {"DP_LOG_TAG", "a\nb"}});
     const auto lines = lines_of(result.err);
@@ -134,7 +134,7 @@ TEST(posix_log, does_not_let_level_or_tag_break_the_line_either) {
     EXPECT_TRUE(lines[0].ends_with("] L\\x0aG text"));
 }
 
-TEST(posix_log, lines_of_several_processes_on_one_file_do_not_mix) {
+TEST(posix_log, does_not_mix_the_lines_of_several_processes) {
     const scratch_folder folder;
     const std::string path = folder.path("log");
     setenv("DP_LOG", ("file:" + path).c_str(), 1);
@@ -166,7 +166,7 @@ TEST(posix_log, lines_of_several_processes_on_one_file_do_not_mix) {
     }
 }
 
-TEST(posix_log, a_pipe_that_nobody_empties_loses_lines_but_does_not_stop_the_process) {
+TEST(posix_log, drops_lines_instead_of_waiting_for_a_full_pipe) {
     const scratch_folder folder;
     const std::string path = folder.path("pipe");
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
@@ -180,28 +180,28 @@ TEST(posix_log, a_pipe_that_nobody_empties_loses_lines_but_does_not_stop_the_pro
     close(reader);
 }
 
-TEST(posix_log, a_pipe_without_a_reader_is_no_log) {
+TEST(posix_log, is_absent_for_a_pipe_without_a_reader) {
     const scratch_folder folder;
     const std::string path = folder.path("pipe");
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     EXPECT_EQ(run({writer}, {{"DP_LOG", "file:" + path}}).out, "no log\n");
 }
 
-TEST(posix_log, the_system_log_is_a_sink) {
+TEST(posix_log, writes_to_the_system_log) {
     const program_result result = run({writer, "ERR", " text %s %n"}, {{"DP_LOG", "syslog"}});
     EXPECT_EQ(result.exit_code, 0);
     EXPECT_EQ(result.out, "mask 90000000 file 3 level 6\n");
     EXPECT_EQ(result.err, "");
 }
 
-TEST(configure_log, a_program_has_its_own_defaults) {
+TEST(configure_log, uses_the_defaults_of_the_program) {
     const program_result result =
         run({writer, "--defaults", "stderr", "0x10000000", "ERR", " text"}, {});
     EXPECT_EQ(result.out, "configured 1\nmask 10000000 file 1 level 3\n");
     EXPECT_EQ(lines_of(result.err).size(), 1U);
 }
 
-TEST(configure_log, the_environment_comes_before_the_defaults) {
+TEST(configure_log, prefers_the_environment_to_the_defaults) {
     EXPECT_EQ(run({writer, "--defaults", "stderr", "1"}, {{"DP_LOG", "none"}}).out,
               "configured 1\nno log\n");
     EXPECT_EQ(run({writer, "--defaults", "none", "1"},

@@ -1,3 +1,5 @@
+#include "platform/posix/message_listener.hpp"
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <mqueue.h>
@@ -14,7 +16,6 @@
 #include <string>
 
 #include "platform/dp/message_formatter.hpp"
-#include "platform/posix/message_listener.hpp"
 #include "platform/sysipc/message.hpp"
 #include "platform/sysipc/system_message_queue.hpp"
 #include "platform/sysipc/system_message_queue_client.hpp"
@@ -41,7 +42,7 @@ bool send(const sysipc::message& message, unsigned char number = 8) {
     return sysipc::system_message_queue_client::send(queue, message);
 }
 
-class message_queue : public testing::Test {
+class message_listener_test : public testing::Test {
   protected:
     void SetUp() override {
         const mqd_t probe = mq_open("/dp.queue.probe", O_RDONLY);
@@ -53,7 +54,7 @@ class message_queue : public testing::Test {
 
     static std::string queue_name() { return "/" + test::own_queues::prefix() + ".dp.queue.8"; }
 
-    /// Takes what was sent before: a message is there as soon as its sending is over.
+    /// Receives without waiting: a message is in the queue as soon as it is sent.
     static result receive(message_listener& listener, sysipc::message& content) {
         return listener.receive(content, 0);
     }
@@ -61,7 +62,9 @@ class message_queue : public testing::Test {
     test::own_queues queues_;
 };
 
-TEST_F(message_queue, a_listener_receives_messages_in_the_order_of_sending) {
+using system_message_queue_test = message_listener_test;
+
+TEST_F(message_listener_test, receives_messages_in_the_order_of_sending) {
     message_listener listener(8);
     ASSERT_TRUE(listener.is_open()) << listener.error();
     for (unsigned char i = 0; i < 3; ++i) {
@@ -77,7 +80,7 @@ TEST_F(message_queue, a_listener_receives_messages_in_the_order_of_sending) {
     EXPECT_EQ(listener.receive(content, 0), result::timeout);
 }
 
-TEST_F(message_queue, receiving_waits_no_longer_than_asked) {
+TEST_F(message_listener_test, times_out) {
     message_listener listener(8);
     ASSERT_TRUE(listener.is_open()) << listener.error();
     sysipc::message content(8096);
@@ -86,15 +89,15 @@ TEST_F(message_queue, receiving_waits_no_longer_than_asked) {
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(19));
 }
 
-TEST_F(message_queue, sending_to_an_absent_queue_fails) {
+TEST_F(system_message_queue_test, sending_fails_when_the_queue_does_not_exist) {
     const sysipc::system_message_queue queue(8, 0);
     EXPECT_FALSE(queue.is_open());
     EXPECT_EQ(queue.handle(), -1);
     EXPECT_FALSE(sysipc::system_message_queue_client::send(queue, message_of(1)));
-    EXPECT_EQ(mq_open(queue_name().c_str(), O_RDONLY), -1) << "a sender makes no queue";
+    EXPECT_EQ(mq_open(queue_name().c_str(), O_RDONLY), -1) << "a sender creates no queue";
 }
 
-TEST_F(message_queue, sending_to_a_full_queue_fails_at_once) {
+TEST_F(system_message_queue_test, sending_fails_at_once_when_the_queue_is_full) {
     message_listener listener(8);
     ASSERT_TRUE(listener.is_open()) << listener.error();
     for (unsigned char i = 0; i < 10; ++i) {
@@ -107,7 +110,7 @@ TEST_F(message_queue, sending_to_a_full_queue_fails_at_once) {
     EXPECT_FALSE(send(message_of(12)));
 }
 
-TEST_F(message_queue, goes_away_with_its_listener) {
+TEST_F(message_listener_test, removes_its_queue_when_destroyed) {
     std::optional<message_listener> listener;
     listener.emplace(static_cast<unsigned char>(8));
     ASSERT_TRUE(listener->is_open()) << listener->error();
@@ -119,7 +122,7 @@ TEST_F(message_queue, goes_away_with_its_listener) {
     EXPECT_EQ(mq_open(queue_name().c_str(), O_RDONLY), -1);
 }
 
-TEST_F(message_queue, of_a_dead_listener_takes_no_message_and_is_taken_over_empty) {
+TEST_F(message_listener_test, empties_and_reuses_the_queue_of_a_dead_listener) {
     test::child_process dying([](const test::child_process::parent_channel& parent) {
         const message_listener listener(8);
         parent.send(listener.is_open() ? 'y' : 'n');
@@ -144,7 +147,7 @@ TEST_F(message_queue, of_a_dead_listener_takes_no_message_and_is_taken_over_empt
     EXPECT_EQ(dp::message_formatter(content).value(), 3);
 }
 
-TEST_F(message_queue, reaches_a_listener_in_another_process) {
+TEST_F(message_listener_test, receives_from_another_process) {
     message_listener listener(8);
     ASSERT_TRUE(listener.is_open()) << listener.error();
     test::child_process sender([](const auto&) { return send(message_of(42)) ? 0 : 1; });
@@ -154,19 +157,19 @@ TEST_F(message_queue, reaches_a_listener_in_another_process) {
     EXPECT_EQ(dp::message_formatter(content).value(), 42);
 }
 
-TEST_F(message_queue, has_one_listener_at_a_time) {
+TEST_F(message_listener_test, is_not_open_when_the_queue_has_another_listener) {
     const message_listener first(8);
     ASSERT_TRUE(first.is_open()) << first.error();
     message_listener second(8);
     EXPECT_FALSE(second.is_open());
-    EXPECT_NE(second.error().find("has a listener already"), std::string::npos) << second.error();
+    EXPECT_NE(second.error().find("already has a listener"), std::string::npos) << second.error();
     EXPECT_EQ(second.handle(), -1);
     sysipc::message content(8096);
     EXPECT_EQ(second.receive(content, 0), result::failed);
     EXPECT_TRUE(send(message_of(1))) << "the second one must not touch the queue";
 }
 
-TEST_F(message_queue, of_another_number_or_prefix_is_another_queue) {
+TEST_F(message_listener_test, uses_a_separate_queue_for_each_number_and_prefix) {
     message_listener listener(8);
     ASSERT_TRUE(listener.is_open()) << listener.error();
     EXPECT_FALSE(send(message_of(1), 3));
@@ -178,7 +181,7 @@ TEST_F(message_queue, of_another_number_or_prefix_is_another_queue) {
     EXPECT_TRUE(send(message_of(1)));
 }
 
-TEST_F(message_queue, is_refused_with_a_prefix_that_is_no_part_of_a_name) {
+TEST_F(message_listener_test, refuses_an_invalid_prefix) {
     for (const std::string& prefix : {std::string("a/b"), std::string("../x"), std::string("a b"),
                                       std::string(65, 'x'), std::string("a\n")}) {
         const test::environment_variable variable("DP_QUEUE_PREFIX", prefix);
@@ -189,7 +192,7 @@ TEST_F(message_queue, is_refused_with_a_prefix_that_is_no_part_of_a_name) {
     }
 }
 
-TEST_F(message_queue, beyond_what_a_user_may_have_tells_of_the_limit) {
+TEST_F(message_listener_test, reports_the_limit_on_a_users_queues) {
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_MSGQUEUE, &before), 0);
     const rlimit none{0, before.rlim_max};
@@ -197,18 +200,18 @@ TEST_F(message_queue, beyond_what_a_user_may_have_tells_of_the_limit) {
     const message_listener listener(8);
     EXPECT_EQ(setrlimit(RLIMIT_MSGQUEUE, &before), 0);
     EXPECT_FALSE(listener.is_open());
-    EXPECT_EQ(listener.error(), "can't make queue " + queue_name() +
-                                    ": this user's queues are as big as they may be (ulimit -q)");
+    EXPECT_EQ(listener.error(), "cannot create queue " + queue_name() +
+                                    ": the limit on this user's queues is reached (ulimit -q)");
 }
 
-TEST_F(message_queue, has_no_flags) {
+TEST_F(system_message_queue_test, accepts_no_flags) {
     const message_listener listener(8);
     ASSERT_TRUE(listener.is_open()) << listener.error();
     EXPECT_TRUE(sysipc::system_message_queue(8, 0).is_open());
     EXPECT_FALSE(sysipc::system_message_queue(8, 1).is_open());
 }
 
-TEST_F(message_queue, is_readable_for_its_owner_only) {
+TEST_F(message_listener_test, creates_a_queue_that_only_its_owner_may_use) {
     const message_listener listener(8);
     ASSERT_TRUE(listener.is_open()) << listener.error();
     struct stat status {};
@@ -216,7 +219,7 @@ TEST_F(message_queue, is_readable_for_its_owner_only) {
     EXPECT_EQ(status.st_mode & 0077U, 0U);
 }
 
-TEST_F(message_queue, takes_the_biggest_message_and_none_beyond) {
+TEST_F(message_listener_test, receives_messages_of_up_to_8192_bytes) {
     message_listener listener(8);
     ASSERT_TRUE(listener.is_open()) << listener.error();
     sysipc::message message(65535);
@@ -230,7 +233,7 @@ TEST_F(message_queue, takes_the_biggest_message_and_none_beyond) {
     EXPECT_EQ(listener.receive(content, 0), result::timeout);
 }
 
-TEST_F(message_queue, drops_what_is_no_message_or_does_not_fit) {
+TEST_F(message_listener_test, drops_messages_that_are_malformed_or_do_not_fit) {
     message_listener listener(8);
     ASSERT_TRUE(listener.is_open()) << listener.error();
     const mqd_t raw = mq_open(queue_name().c_str(), O_WRONLY | O_NONBLOCK);
@@ -251,9 +254,9 @@ TEST_F(message_queue, drops_what_is_no_message_or_does_not_fit) {
     EXPECT_EQ(receive(listener, content), result::received);
 }
 
-TEST_F(message_queue, of_another_user_is_refused) {
+TEST_F(message_listener_test, refuses_the_queue_of_another_user) {
     if (geteuid() != 0) {
-        GTEST_SKIP() << "needs root to be two users";
+        GTEST_SKIP() << "only root can act as two users";
     }
     const std::string name = queue_name();
     const pid_t child = fork();
@@ -266,7 +269,7 @@ TEST_F(message_queue, of_another_user_is_refused) {
     int status = -1;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     if (status != 0) {
-        GTEST_SKIP() << "can't become another user";
+        GTEST_SKIP() << "cannot become another user";
     }
     const message_listener listener(8);
     EXPECT_FALSE(listener.is_open());

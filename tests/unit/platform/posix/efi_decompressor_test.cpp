@@ -42,7 +42,7 @@ void put_number(std::string& image, std::size_t at, std::uint32_t number) {
     }
 }
 
-/// An image put together bit by bit.
+/// Builds an image bit by bit.
 class image_builder {
   public:
     image_builder& put(std::uint32_t value, unsigned width) {
@@ -85,7 +85,7 @@ class image_builder {
     std::vector<bool> bits_;
 };
 
-/// Text in the manner of a template.
+/// Text like that of a template.
 std::string template_text(unsigned records) {
     std::string text;
     for (unsigned i = 0; i < records; ++i) {
@@ -155,7 +155,7 @@ TEST(efi_decompressor, reads_from_the_position_of_the_stream) {
     EXPECT_EQ(std::string(text.begin(), text.end()), "plain text");
 }
 
-TEST(efi_decompressor, leaves_the_stream_to_be_read_again_when_it_holds_no_image) {
+TEST(efi_decompressor, allows_a_stream_without_an_image_to_be_read_again) {
     std::istringstream in("0 0 t set A.B \"1\" \"\"\n");
     EXPECT_TRUE(sysipc::efi_decompressor::decompress(in).empty());
     in.clear();
@@ -165,7 +165,7 @@ TEST(efi_decompressor, leaves_the_stream_to_be_read_again_when_it_holds_no_image
     EXPECT_EQ(copy.str(), "0 0 t set A.B \"1\" \"\"\n");
 }
 
-TEST(efi_decompressor, text_is_no_image_and_no_error) {
+TEST(efi_decompressor, returns_nothing_for_text_without_an_error) {
     test::recording_log log;
     for (const std::string& text :
          {std::string(), std::string("1234567"), std::string("# comment\n"),
@@ -177,7 +177,7 @@ TEST(efi_decompressor, text_is_no_image_and_no_error) {
     EXPECT_TRUE(log.lines.empty());
 }
 
-TEST(efi_decompressor, an_image_of_nothing_is_empty_and_no_error) {
+TEST(efi_decompressor, expands_an_empty_image_without_an_error) {
     test::recording_log log;
     EXPECT_EQ(decompress(std::string(8, '\0')), "");
     EXPECT_EQ(decompress(std::string(16, '\0')), "");
@@ -185,7 +185,7 @@ TEST(efi_decompressor, an_image_of_nothing_is_empty_and_no_error) {
     EXPECT_TRUE(log.lines.empty());
 }
 
-TEST(efi_decompressor, bytes_behind_the_image_do_not_matter) {
+TEST(efi_decompressor, ignores_bytes_after_the_image) {
     test::recording_log log;
     const std::string text = template_text(20);
     const std::string image = dp_platform::efi_compress(text);
@@ -195,20 +195,20 @@ TEST(efi_decompressor, bytes_behind_the_image_do_not_matter) {
     EXPECT_TRUE(log.lines.empty());
 }
 
-TEST(efi_decompressor, a_compressed_size_beyond_the_stream_of_bits_does_not_matter) {
+TEST(efi_decompressor, accepts_a_compressed_size_beyond_the_bit_stream) {
     const std::string text = template_text(20);
     std::string image = dp_platform::efi_compress(text) + std::string(20, '\0');
     put_number(image, 0, static_cast<std::uint32_t>(image.size() - efi::header_size));
     EXPECT_EQ(decompress(image), text);
 }
 
-TEST(efi_decompressor, bits_behind_the_compressed_size_are_not_used) {
+TEST(efi_decompressor, does_not_use_bits_after_the_compressed_size) {
     std::string image = dp_platform::efi_compress(template_text(20));
     put_number(image, 0, static_cast<std::uint32_t>(image.size() - efi::header_size - 1));
     expect_corrupt(image);
 }
 
-TEST(efi_decompressor, every_truncation_is_empty_with_one_error_line) {
+TEST(efi_decompressor, reports_every_truncation) {
     const std::string image = dp_platform::efi_compress(template_text(5));
     for (std::size_t length = 0; length < image.size(); ++length) {
         test::recording_log log;
@@ -221,7 +221,7 @@ TEST(efi_decompressor, every_truncation_is_empty_with_one_error_line) {
     }
 }
 
-TEST(efi_decompressor, every_truncation_with_a_matching_header_is_corrupt) {
+TEST(efi_decompressor, reports_every_truncation_with_a_matching_header_as_corrupt) {
     const std::string whole = dp_platform::efi_compress(template_text(5));
     for (std::size_t length = efi::header_size; length < whole.size(); ++length) {
         std::string image = whole.substr(0, length);
@@ -230,7 +230,7 @@ TEST(efi_decompressor, every_truncation_with_a_matching_header_is_corrupt) {
     }
 }
 
-TEST(efi_decompressor, every_flipped_bit_gives_a_text_of_the_stated_size_or_one_error_line) {
+TEST(efi_decompressor, returns_the_stated_size_or_an_error_for_every_flipped_bit) {
     const std::string text = template_text(5);
     const std::string image = dp_platform::efi_compress(text);
     for (std::size_t bit = 0; bit < image.size() * 8; ++bit) {
@@ -240,7 +240,7 @@ TEST(efi_decompressor, every_flipped_bit_gives_a_text_of_the_stated_size_or_one_
         test::recording_log log;
         const std::string result = decompress(flipped);
         if (result.empty()) {
-            // A compressed size that no image has is not taken for an image.
+            // Data whose compressed size exceeds the limit is not an image.
             const bool no_image = bit >= 27 && bit < 32;
             EXPECT_EQ(log.lines.size(), no_image ? 0U : 1U) << bit;
         } else {
@@ -250,7 +250,7 @@ TEST(efi_decompressor, every_flipped_bit_gives_a_text_of_the_stated_size_or_one_
     }
 }
 
-TEST(efi_decompressor, every_changed_original_size_is_corrupt) {
+TEST(efi_decompressor, reports_every_changed_original_size_as_corrupt) {
     const std::string text = template_text(2);
     const std::string image = dp_platform::efi_compress(text);
     for (std::uint32_t size = 1; size < text.size() + 600; ++size) {
@@ -262,7 +262,7 @@ TEST(efi_decompressor, every_changed_original_size_is_corrupt) {
     }
 }
 
-TEST(efi_decompressor, random_streams_never_give_more_or_less_than_the_header_states) {
+TEST(efi_decompressor, returns_the_stated_size_or_nothing_for_random_streams) {
     std::mt19937 random(20);
     for (int i = 0; i < 20000; ++i) {
         std::string image(efi::header_size + random() % 200, '\0');
@@ -277,7 +277,7 @@ TEST(efi_decompressor, random_streams_never_give_more_or_less_than_the_header_st
     }
 }
 
-TEST(efi_decompressor, mangled_images_never_give_more_or_less_than_the_header_states) {
+TEST(efi_decompressor, returns_the_stated_size_or_nothing_for_mangled_images) {
     std::mt19937 random(21);
     const std::string text = template_text(200);
     const std::string image = dp_platform::efi_compress(text);
@@ -292,7 +292,7 @@ TEST(efi_decompressor, mangled_images_never_give_more_or_less_than_the_header_st
     }
 }
 
-TEST(efi_decompressor, a_huge_original_size_is_refused) {
+TEST(efi_decompressor, refuses_a_huge_original_size) {
     std::string image(20, '\x5A');
     put_number(image, 0, 12);
     for (const std::uint32_t size : {efi::original_limit + 1, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
@@ -300,30 +300,30 @@ TEST(efi_decompressor, a_huge_original_size_is_refused) {
         test::recording_log log;
         const test::allocation_watch watch;
         EXPECT_EQ(decompress(image), "");
-        EXPECT_LE(test::allocation_watch::biggest(), 4096U);
+        EXPECT_LE(test::allocation_watch::largest(), 4096U);
         EXPECT_EQ(log.lines, (lines{{"ERR",
                                      " ***ERROR*** efi_decompressor: image "
                                      "states an original size beyond the limit"}}));
     }
 }
 
-TEST(efi_decompressor, memory_grows_with_the_text_and_not_with_the_header) {
+TEST(efi_decompressor, allocates_memory_for_the_text_not_for_the_stated_size) {
     std::string image = dp_platform::efi_compress("short text");
     put_number(image, 4, efi::original_limit);
     {
         const test::allocation_watch watch;
         expect_corrupt(image);
-        EXPECT_LE(test::allocation_watch::biggest(), 100'000U);
+        EXPECT_LE(test::allocation_watch::largest(), 100'000U);
     }
     put_number(image, 0, efi::compressed_limit - 1);
     test::recording_log log;
     const test::allocation_watch watch;
     EXPECT_EQ(decompress(image), "");
-    EXPECT_LE(test::allocation_watch::biggest(), 100'000U);
+    EXPECT_LE(test::allocation_watch::largest(), 100'000U);
     EXPECT_EQ(log.lines, lines{truncated});
 }
 
-TEST(efi_decompressor, an_image_that_memory_does_not_suffice_for_is_empty_with_one_error_line) {
+TEST(efi_decompressor, reports_a_lack_of_memory) {
     const std::string image = dp_platform::efi_compress(std::string(3'000'000, 'x'));
     test::recording_log log;
     std::istringstream in(image);
@@ -337,14 +337,14 @@ TEST(efi_decompressor, an_image_that_memory_does_not_suffice_for_is_empty_with_o
               (lines{{"ERR", " ***ERROR*** efi_decompressor: not enough memory for the image"}}));
 }
 
-TEST(efi_decompressor, says_nothing_when_the_mask_stops_errors) {
+TEST(efi_decompressor, logs_nothing_when_the_mask_disables_errors) {
     test::recording_log log(0xEFFFFFFF);
     const std::string image = dp_platform::efi_compress(template_text(5));
     EXPECT_EQ(decompress(image.substr(0, 20)), "");
     EXPECT_TRUE(log.lines.empty());
 }
 
-TEST(efi_decompressor, a_stream_that_cannot_be_read_is_empty) {
+TEST(efi_decompressor, returns_nothing_for_a_stream_that_cannot_be_read) {
     std::ifstream missing("/nonexistent/file");
     EXPECT_TRUE(sysipc::efi_decompressor::decompress(missing).empty());
     std::ifstream folder("/");
@@ -359,7 +359,7 @@ TEST(efi_decompressor, does_not_throw_for_a_stream_that_throws) {
     EXPECT_TRUE(sysipc::efi_decompressor::decompress(in).empty());
 }
 
-TEST(efi_decompressor, a_block_size_of_0_is_65536_symbols) {
+TEST(efi_decompressor, reads_a_block_size_of_0_as_65536_symbols) {
     image_builder builder;
     builder.block(0).no_lengths().one_symbol('x').one_position(0);
     EXPECT_EQ(decompress(builder.image(65536)), std::string(65536, 'x'));
@@ -367,7 +367,7 @@ TEST(efi_decompressor, a_block_size_of_0_is_65536_symbols) {
     expect_corrupt(builder.image(65537));
 }
 
-TEST(efi_decompressor, codes_without_bits_reach_the_limit_of_the_size_and_not_beyond) {
+TEST(efi_decompressor, expands_codes_without_bits_up_to_the_size_limit) {
     image_builder builder;
     builder.block(1).no_lengths().one_symbol('x').one_position(0);
     // 16 blocks of 65536 matches of 256 bytes.
@@ -383,8 +383,8 @@ TEST(efi_decompressor, codes_without_bits_reach_the_limit_of_the_size_and_not_be
     EXPECT_EQ(text.back(), 'x');
 }
 
-TEST(efi_decompressor, matches_reach_back_to_the_first_byte_and_no_further) {
-    // 0 1, then a match of 3 at the distances 1, 2, 3.
+TEST(efi_decompressor, refuses_matches_before_the_first_byte) {
+    // The bytes 0 and 1, then a match of 3 bytes at the distances 1, 2 and 3.
     for (unsigned position = 0; position < 3; ++position) {
         image_builder builder;
         builder.block(3).three_symbols();
@@ -404,14 +404,14 @@ TEST(efi_decompressor, matches_reach_back_to_the_first_byte_and_no_further) {
     }
 }
 
-TEST(efi_decompressor, a_match_first_is_corrupt) {
+TEST(efi_decompressor, refuses_a_match_as_first_symbol) {
     image_builder builder;
     builder.block(1).no_lengths().one_symbol(256).one_position(0);
     expect_corrupt(builder.image(3));
 }
 
-TEST(efi_decompressor, every_position_code_gives_its_distances) {
-    // 16384 different pairs of bytes, so that a wrong distance shows.
+TEST(efi_decompressor, decodes_the_distances_of_every_position_code) {
+    // Text of different byte pairs, so that a wrong distance is detected.
     std::string text;
     for (unsigned i = 0; i < 8192; ++i) {
         text += static_cast<char>(i >> 8U);
@@ -427,7 +427,7 @@ TEST(efi_decompressor, every_position_code_gives_its_distances) {
     }
 }
 
-TEST(efi_decompressor, a_set_of_one_symbol_outside_the_alphabet_is_corrupt) {
+TEST(efi_decompressor, refuses_a_single_symbol_outside_the_alphabet) {
     expect_corrupt(
         image_builder().block(1).put(0, 5).put(19, 5).one_symbol('x').one_position(0).image(1));
     expect_corrupt(image_builder().block(1).no_lengths().one_symbol(510).one_position(0).image(1));
@@ -437,21 +437,21 @@ TEST(efi_decompressor, a_set_of_one_symbol_outside_the_alphabet_is_corrupt) {
         "x");
 }
 
-TEST(efi_decompressor, more_lengths_than_the_alphabet_has_symbols_are_corrupt) {
+TEST(efi_decompressor, refuses_more_lengths_than_symbols) {
     expect_corrupt(image_builder().block(1).put(20, 5).put(0, 32).put(0, 32).image(1));
     expect_corrupt(image_builder().block(1).put(0, 5).put(3, 5).put(511, 9).put(0, 32).image(1));
     expect_corrupt(
         image_builder().block(1).no_lengths().one_symbol('x').put(15, 4).put(0, 32).image(1));
 }
 
-TEST(efi_decompressor, a_run_of_lengths_beyond_the_alphabet_is_corrupt) {
-    // Every length's code is the run of 20 and more.
+TEST(efi_decompressor, refuses_a_run_of_lengths_beyond_the_alphabet) {
+    // Every length is coded as a run of 20 or more zeros.
     expect_corrupt(
         image_builder().block(1).put(0, 5).put(2, 5).put(510, 9).put(511, 9).one_position(0).image(
             1));
 }
 
-TEST(efi_decompressor, a_code_that_is_not_complete_is_corrupt) {
+TEST(efi_decompressor, refuses_an_incomplete_code) {
     // Lengths of lengths: one code of one bit; three codes of one bit.
     expect_corrupt(image_builder().block(1).put(1, 5).put(1, 3).put(0, 32).image(1));
     expect_corrupt(
@@ -473,7 +473,7 @@ TEST(efi_decompressor, a_code_that_is_not_complete_is_corrupt) {
         image_builder().block(1).put(0, 5).put(18, 5).put(510, 9).one_position(0).image(1));
 }
 
-TEST(efi_decompressor, a_code_without_symbols_is_corrupt_only_where_it_is_used) {
+TEST(efi_decompressor, refuses_a_set_without_codes_only_when_it_is_used) {
     const auto with_empty_positions = [] {
         image_builder builder;
         return builder.block(3).three_symbols().put(1, 4).put(0, 3);
@@ -485,12 +485,12 @@ TEST(efi_decompressor, a_code_without_symbols_is_corrupt_only_where_it_is_used) 
     expect_corrupt(image_builder().block(1).put(0, 5).put(0, 5).put(5, 9).one_position(0).image(1));
 }
 
-TEST(efi_decompressor, a_code_length_beyond_16_is_corrupt) {
+TEST(efi_decompressor, refuses_a_code_length_beyond_16) {
     expect_corrupt(
         image_builder().block(1).put(1, 5).put(7, 3).put(0xFFFFFFFF, 32).put(0, 32).image(1));
 }
 
-TEST(efi_decompressor, codes_of_16_bits_are_read) {
+TEST(efi_decompressor, decodes_codes_of_16_bits) {
     // Lengths 1, 2, ... 15, 16, 16 for the bytes 0 to 16: the lengths' own set has 16 codes of
     // 4 bits for the lengths 1 to 16.
     image_builder builder;

@@ -17,7 +17,7 @@ namespace {
 namespace efi = dp_platform::efi;
 using dp_platform::efi_compress;
 
-/// Compresses and expands; the header must fit the image as well.
+/// Compresses and decompresses; also checks that the header matches the image.
 testing::AssertionResult round_trip(const std::string& text) {
     const std::string image = efi_compress(text);
     const auto number = [&](std::size_t at) {
@@ -66,7 +66,7 @@ std::string template_text(std::size_t size) {
     return text;
 }
 
-TEST(efi_compress, every_small_size_comes_back) {
+TEST(efi_compress, round_trips_every_small_size) {
     for (std::size_t size = 0; size <= 600; ++size) {
         ASSERT_TRUE(round_trip(std::string(size, 'x')));
         ASSERT_TRUE(round_trip(random_text(size, 256, static_cast<unsigned>(size))));
@@ -75,7 +75,7 @@ TEST(efi_compress, every_small_size_comes_back) {
     }
 }
 
-TEST(efi_compress, every_byte_value_comes_back) {
+TEST(efi_compress, round_trips_every_byte_value) {
     std::string text;
     for (int value = 0; value < 256; ++value) {
         text += static_cast<char>(value);
@@ -85,8 +85,8 @@ TEST(efi_compress, every_byte_value_comes_back) {
     EXPECT_TRUE(round_trip(text + text));
 }
 
-TEST(efi_compress, texts_around_the_ends_of_blocks_come_back) {
-    // Random bytes: nearly every byte is a symbol.
+TEST(efi_compress, round_trips_sizes_around_block_boundaries) {
+    // With random bytes nearly every byte is one symbol.
     for (const std::size_t blocks : {1U, 2U, 3U}) {
         for (std::size_t size = blocks * 32768 - 3; size <= blocks * 32768 + 3; ++size) {
             ASSERT_TRUE(round_trip(random_text(size, 256, 1)));
@@ -95,7 +95,7 @@ TEST(efi_compress, texts_around_the_ends_of_blocks_come_back) {
     ASSERT_TRUE(round_trip(random_text(300'000, 256, 2)));
 }
 
-TEST(efi_compress, patterns_of_every_period_come_back) {
+TEST(efi_compress, round_trips_patterns_of_every_period) {
     for (std::size_t period = 1; period <= 40; ++period) {
         const std::string pattern = random_text(period, 256, static_cast<unsigned>(period));
         std::string text;
@@ -106,7 +106,7 @@ TEST(efi_compress, patterns_of_every_period_come_back) {
     }
 }
 
-TEST(efi_compress, repeats_around_the_size_of_the_window_come_back) {
+TEST(efi_compress, round_trips_repeats_around_the_window_size) {
     for (std::size_t distance = efi::window_size - 3; distance <= efi::window_size + 3;
          ++distance) {
         const std::string text = random_text(distance, 256, 3);
@@ -114,7 +114,7 @@ TEST(efi_compress, repeats_around_the_size_of_the_window_come_back) {
     }
 }
 
-TEST(efi_compress, a_repeat_within_the_window_is_used_and_one_behind_it_is_not) {
+TEST(efi_compress, finds_repeats_only_within_the_window) {
     const std::string text = random_text(efi::window_size, 256, 4);
     EXPECT_LT(efi_compress(text + text.substr(0, 256)).size(), efi_compress(text).size() + 10);
     const std::string longer = random_text(efi::window_size + 1, 256, 4);
@@ -122,10 +122,9 @@ TEST(efi_compress, a_repeat_within_the_window_is_used_and_one_behind_it_is_not) 
               efi_compress(longer).size() + 100);
 }
 
-TEST(efi_compress, codes_are_kept_to_16_bits_when_frequencies_want_more) {
-    // Runs of one letter are a byte and a match. Match lengths as frequent as Fibonacci numbers
-    // make the deepest trees. A letter comes again only outside the window, so that no other match
-    // is found.
+TEST(efi_compress, limits_codes_to_16_bits) {
+    // Each run of a letter is a byte and a match. Match lengths with Fibonacci frequencies give the
+    // deepest trees. A letter recurs only outside the window, so that no other match is found.
     constexpr unsigned letters = 36;
     constexpr unsigned shortest = efi::window_size / letters + 10;
     std::vector<std::size_t> runs;
@@ -147,24 +146,24 @@ TEST(efi_compress, codes_are_kept_to_16_bits_when_frequencies_want_more) {
     EXPECT_TRUE(round_trip(text));
 }
 
-TEST(efi_compress, template_text_shrinks_well) {
+TEST(efi_compress, compresses_template_text_to_less_than_a_tenth) {
     const std::string text = template_text(100'000);
     EXPECT_TRUE(round_trip(text));
     EXPECT_LT(efi_compress(text).size(), text.size() / 10);
 }
 
-TEST(efi_compress, one_repeated_byte_shrinks_to_next_to_nothing) {
+TEST(efi_compress, compresses_a_repeated_byte_to_less_than_a_thousandth) {
     const std::string text(1'000'000, '\0');
     EXPECT_TRUE(round_trip(text));
     EXPECT_LT(efi_compress(text).size(), 1000U);
 }
 
-TEST(efi_compress, random_bytes_grow_by_less_than_a_hundredth) {
+TEST(efi_compress, expands_random_bytes_by_less_than_a_hundredth) {
     const std::string text = random_text(200'000, 256, 6);
     EXPECT_LT(efi_compress(text).size(), text.size() + text.size() / 100);
 }
 
-TEST(efi_compress, an_image_as_small_as_another_encoders) {
+TEST(efi_compress, compresses_about_as_well_as_another_encoder) {
     const std::string folder = DP_SHARED_DATA_DIR "/efi/";
     const std::string text = test::read_file(folder + "records.bin");
     if (text.empty()) {
@@ -174,11 +173,11 @@ TEST(efi_compress, an_image_as_small_as_another_encoders) {
     EXPECT_LT(efi_compress(text).size(), test::read_file(folder + "records.uefi").size() * 11 / 10);
 }
 
-TEST(efi_compress, an_image_of_nothing_still_has_a_stream) {
+TEST(efi_compress, writes_a_bit_stream_for_an_empty_text) {
     EXPECT_GT(efi_compress("").size(), efi::header_size);
 }
 
-TEST(efi_compress, a_text_that_no_reader_takes_gives_no_image) {
+TEST(efi_compress, refuses_a_text_beyond_the_size_limit) {
     const std::string text(std::size_t{efi::original_limit} + 1, '\0');
     EXPECT_EQ(efi_compress(text), "");
 }
