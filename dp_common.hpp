@@ -26,6 +26,7 @@
 #include "common/file_utilities.hpp"
 #include "common/fixed_paths.hpp"
 #include "common/hexdump.hpp"
+#include "common/io_loops.hpp"
 #include "common/quoting.hpp"
 #include "exec/security_wrap.hpp"
 #include "logs/alerts.hpp"
