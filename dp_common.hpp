@@ -14,6 +14,7 @@
 #include "batch/batch_file_settings_rdr.hpp"
 #include "batch/batch_list_info.hpp"
 #include "batch/cache_updater.hpp"
+#include "batch/dropped_line_listener.hpp"
 #include "batch/qualified_setting_name.hpp"
 #include "batch/quoted_value.hpp"
 #include "bios/dp_api.h"

@@ -3,11 +3,13 @@
 #include <fstream>
 #include <istream>
 #include <ostream>
+#include <string_view>
 #include <vector>
 
 #include "batch/batch_file_entry.hpp"
 #include "batch/batch_file_intf.hpp"
 #include "batch/batch_line.hpp"
+#include "batch/dropped_line_listener.hpp"
 #include "batch/line_source.hpp"
 #include "batch/name_parts.hpp"
 #include "batch/plain_line.hpp"
@@ -32,10 +34,12 @@ void log_entry(const batch_file_entry& entry) {
              ", setting_value_in=", entry.value_in);
 }
 
-// Reads the next line as nearly all are. False, and nothing is read, when it is another.
-bool read_plain_line(line_source& lines, batch_file_entry& entry) {
+// Fast path for the common line form. False, and nothing is read, for any other form and for a line
+// of more than `longest_line` bytes.
+bool read_plain_line(line_source& lines, std::size_t longest_line, batch_file_entry& entry) {
     plain_line parts;
-    if (!parts.split(lines.at_hand()) || parts.operation == "command"sv) {
+    if (!parts.split(lines.at_hand()) || parts.operation == "command"sv ||
+        parts.size - 1 > longest_line) {
         return false;
     }
     lines.take(parts.size);
@@ -49,7 +53,7 @@ bool read_plain_line(line_source& lines, batch_file_entry& entry) {
     return true;
 }
 
-// Reads a line whatever it looks like. False when more than one word follows its values.
+// Reads a line of any form. False when more than one word follows its values.
 bool read_any_line(std::string_view line, batch_file_entry& entry) {
     batch_line words(line);
     for (std::string* const word : {&entry.status, &entry.detail, &entry.tid, &entry.operation}) {
@@ -67,47 +71,62 @@ bool read_any_line(std::string_view line, batch_file_entry& entry) {
     return words.empty();
 }
 
+// `dropped` may be null.
+int read_lines(std::istream& in, registrar* reg, batch_file_intf* processor,
+               dropped_line_listener* dropped, std::size_t longest_line) {
+    if (processor == nullptr) {
+        return 0;
+    }
+    int count = 0;
+    // One entry for the whole file: a line that lacks words keeps the previous line's words.
+    batch_file_entry entry;
+    entry.name.parse({});
+    line_source lines(in);
+    for (;;) {
+        const bool logs = log_enabled(log_level::trace_4);
+        std::string_view line;
+        bool is_whole = true;
+        bool accepted = read_plain_line(lines, longest_line, entry);
+        if (!accepted) {
+            if (!lines.next(line, longest_line, is_whole)) {
+                break;
+            }
+            if (holds_no_command(line)) {
+                continue;
+            }
+            accepted = is_whole && read_any_line(line, entry);
+        }
+        if (logs && is_whole) {
+            log_entry(entry);
+        }
+        if (accepted) {
+            processor->process_entry(entry, reg);
+            ++count;
+            // The processor may have ended the stream while lines are still buffered.
+            if (!in.good()) {
+                break;
+            }
+        } else if (dropped != nullptr) {
+            dropped->on_dropped_line(line);
+        }
+    }
+    return count;
+}
+
 }  // namespace
 
 batch_file_reader::batch_file_reader(batch_file_intf* entry_processor)
     : processor(entry_processor) {}
 
 int batch_file_reader::read_file(std::istream& in, registrar* reg) {
-    if (processor == nullptr) {
-        return 0;
-    }
-    int count = 0;
-    // The entry lives as long as the file is read: a line that lacks words keeps the previous
-    // line's.
-    batch_file_entry entry;
-    entry.name.parse({});
-    line_source lines(in);
-    for (;;) {
-        const bool logs = log_enabled(log_level::trace_4);
-        bool accepted = read_plain_line(lines, entry);
-        if (!accepted) {
-            std::string_view line;
-            if (!lines.next(line)) {
-                break;
-            }
-            if (holds_no_command(line)) {
-                continue;
-            }
-            accepted = read_any_line(line, entry);
-        }
-        if (logs) {
-            log_entry(entry);
-        }
-        if (accepted) {
-            processor->process_entry(entry, reg);
-            ++count;
-            // Lines may be at hand still, but the processor may have put an end to the stream.
-            if (!in.good()) {
-                break;
-            }
-        }
-    }
-    return count;
+    return read_lines(in, reg, processor, nullptr, std::string_view::npos);
+}
+
+// NOLINTNEXTLINE(readability-make-member-function-const): the processor changes, as in read_file.
+int batch_file_reader::read_file_reporting_dropped_lines(std::istream& in, registrar* reg,
+                                                         dropped_line_listener& dropped,
+                                                         std::uint32_t longest_line) {
+    return read_lines(in, reg, processor, &dropped, longest_line);
 }
 
 // The copy is part of the operation's signature, and so is being the object's.

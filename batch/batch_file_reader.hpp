@@ -1,6 +1,7 @@
 #ifndef DP_BATCH_BATCH_FILE_READER_HPP
 #define DP_BATCH_BATCH_FILE_READER_HPP
 
+#include <cstdint>
 #include <iosfwd>
 #include <string>
 
@@ -9,6 +10,7 @@
 namespace dp {
 
 class batch_file_intf;
+class dropped_line_listener;
 class registrar;
 
 /// Turns the lines of a batch file into entries.
@@ -26,6 +28,13 @@ class DP_API batch_file_reader {
     /// empty. Holds one line at a time. A processor ends the reading by making `in` fail. `reg` may
     /// be null; it is only handed on. Without a processor nothing is read.
     virtual int read_file(std::istream& in, registrar* reg);
+
+    /// As `read_file`, but reports each dropped line to `dropped`, and drops a line of more than
+    /// `longest_line` bytes as well, of which it reports the first `longest_line` bytes. Comments
+    /// and empty lines are neither processed nor reported, whatever their length. A long line takes
+    /// no more memory than `longest_line` bytes twice.
+    int read_file_reporting_dropped_lines(std::istream& in, registrar* reg,
+                                          dropped_line_listener& dropped, std::size_t longest_line);
 
     /// Writes the plain text of a possibly compressed batch file to `out`. False only when the file
     /// can't be opened.

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <istream>
+#include <limits>
 #include <utility>
 
 #include "batch/plain_line.hpp"
@@ -13,18 +14,24 @@ line_source::line_source(std::istream& in)
     window_[end_] = '\n';
 }
 
-bool line_source::next(std::string_view& line) {
-    std::size_t looked_at = 0;
+bool line_source::next(std::string_view& line, std::size_t limit, bool& is_whole) {
+    std::size_t scanned = 0;
     for (;;) {
         const char* const first = window_.get() + begin_;
         const std::size_t size = end_ - begin_;
-        const void* const end = std::memchr(first + looked_at, '\n', size - looked_at);
+        const void* const end = std::memchr(first + scanned, '\n', size - scanned);
         if (end != nullptr) {
             line = {first, static_cast<std::size_t>(static_cast<const char*>(end) - first)};
             take(line.size() + 1);
-            return true;
+            break;
         }
-        looked_at = size;
+        if (size > limit) {
+            line = {first, size};
+            take(size);
+            in_.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+            break;
+        }
+        scanned = size;
         if (refill()) {
             continue;
         }
@@ -33,8 +40,11 @@ bool line_source::next(std::string_view& line) {
         }
         line = {window_.get() + begin_, size};
         take(size);
-        return true;
+        break;
     }
+    is_whole = line.size() <= limit;
+    line = line.substr(0, limit);
+    return true;
 }
 
 // Takes what the stream has at hand, behind what was not given yet. False at the stream's end.

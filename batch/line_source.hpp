@@ -22,9 +22,16 @@ class line_source {
     /// `in` stays the caller's and outlives the source.
     explicit line_source(std::istream& in);
 
-    /// The next line without its line end, good until the next call; fit for a `batch_line`. False
+    /// The next line without its newline, valid until the next call; fit for a `batch_line`. False
     /// when there is none.
-    bool next(std::string_view& line);
+    bool next(std::string_view& line) {
+        bool is_whole = true;
+        return next(line, std::string_view::npos, is_whole);
+    }
+
+    /// The same, but of a line of more than `limit` bytes only the first `limit`; `is_whole` is
+    /// then false, otherwise true.
+    bool next(std::string_view& line, std::size_t limit, bool& is_whole);
 
     /// What is at hand of the lines to come, the last of which may lack its end, good until the
     /// next call; fit for a `plain_line`.

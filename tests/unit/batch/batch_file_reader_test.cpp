@@ -8,12 +8,14 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "batch/batch_file_checker.hpp"
 #include "batch/batch_file_entry.hpp"
 #include "batch/batch_file_intf.hpp"
+#include "batch/dropped_line_listener.hpp"
 #include "tests/support/cpu_time.hpp"
 #include "tests/support/reference_reader.hpp"
 #include "tests/support/settings_model.hpp"
@@ -576,4 +578,124 @@ TEST_F(decompression, keeps_no_file_open) {
     std::stringstream out;
     EXPECT_TRUE(reader.decompress(path, out));
     EXPECT_EQ(open_descriptors(), before);
+}
+
+namespace {
+
+// What became of the lines of a file, in order.
+class line_outcomes final : public dp::batch_file_intf, public dp::dropped_line_listener {
+  public:
+    void process_entry(batch_file_entry& entry, dp::registrar*) override {
+        all.push_back("processed " + entry.value_in);
+    }
+    void on_dropped_line(std::string_view line) override {
+        all.push_back("dropped " + std::string(line));
+    }
+    std::vector<std::string> all;
+};
+
+std::vector<std::string> outcomes_of(const std::string& file,
+                                     std::uint32_t longest_line = 0xFFFFFFFF) {
+    line_outcomes outcomes;
+    dp::batch_file_reader reader(&outcomes);
+    std::istringstream in(file);
+    reader.read_file_reporting_dropped_lines(in, nullptr, outcomes, longest_line);
+    return outcomes.all;
+}
+
+}  // namespace
+
+TEST(read_file_reporting_dropped_lines, reports_dropped_lines_between_the_processed_ones) {
+    EXPECT_EQ(outcomes_of("0 1 t set A.B \"1\" \"\" two words\n"
+                          "0 2 t set A.B \"2\" \"\"\n"
+                          "0 3 t set A.B \"3\" \"\" x y\n"
+                          "# 0 9 t set A.B \"9\" \"\" x y\n"
+                          "\n   \n"
+                          "0 4 t set A.B \"a\"b\" \"\" \n"
+                          "0 5 t set A.B \"5\" \"\"\n"
+                          "0 6 t set A.B \"6\" \"\" x y"),
+              (std::vector<std::string>{"dropped 0 1 t set A.B \"1\" \"\" two words", "processed 2",
+                                        "dropped 0 3 t set A.B \"3\" \"\" x y",
+                                        "dropped 0 4 t set A.B \"a\"b\" \"\" ", "processed 5",
+                                        "dropped 0 6 t set A.B \"6\" \"\" x y"}));
+}
+
+TEST(read_file_reporting_dropped_lines, processes_what_read_file_processes) {
+    const std::string file =
+        "# comment\n\n   \n0 1 t set A.B \"1\" \"\"\n0 2\n  # 3 t set A.B \"3\" \"\"\n"
+        "1 2 t command word A.B \"x\" \"\" two words\n0 4 t set A.B \"4\" \"\"";
+    gathering_processor gathered;
+    line_outcomes outcomes;
+    test::registrar reg;
+    std::istringstream in(file);
+    EXPECT_EQ(dp::batch_file_reader(&gathered).read_file_reporting_dropped_lines(in, &reg, outcomes,
+                                                                                 std::string::npos),
+              4);
+    EXPECT_EQ(gathered.entries, read(file));
+    EXPECT_EQ(gathered.registrars, std::vector<dp::registrar*>(4, &reg));
+    EXPECT_EQ(outcomes.all.size(), 1U);
+}
+
+TEST(read_file_reporting_dropped_lines, drops_a_line_beyond_the_limit_and_reports_its_beginning) {
+    const std::string fits = R"(0 7 t set A.B "1234" "")";
+    const auto limit = static_cast<std::uint32_t>(fits.size());
+    // In the common form, in another form, at the end of the file, and longer than any buffer.
+    for (const std::string& extra : {" "s, "  "s, "x"s, std::string(100'000, 'x')}) {
+        for (const std::string end : {"\n0 8 t set A.B \"next\" \"\"", ""}) {
+            std::vector<std::string> expected{"processed 1234", "dropped " + fits};
+            if (!end.empty()) {
+                expected.emplace_back("processed next");
+            }
+            EXPECT_EQ(outcomes_of(fits + "\n" + fits + extra + end, limit), expected)
+                << extra.size();
+        }
+    }
+}
+
+TEST(read_file_reporting_dropped_lines, keeps_no_words_of_a_line_beyond_the_limit) {
+    EXPECT_EQ(
+        outcomes_of("0 1 t set A.B \"1\" \"\"\n9 9 other get C.D \"23456789\" \"\"\n0", 22),
+        (std::vector<std::string>{"processed 1", "dropped 9 9 other get C.D \"234", "processed "}));
+}
+
+TEST(read_file_reporting_dropped_lines, skips_long_comments_and_long_lines_of_spaces) {
+    EXPECT_EQ(outcomes_of("#" + std::string(200, 'x') + "\n" + std::string(200, ' ') + "\n", 100),
+              std::vector<std::string>{});
+}
+
+TEST(read_file_reporting_dropped_lines, needs_no_memory_for_a_line_beyond_the_limit) {
+    // A line of 1 GiB, made as it is read.
+    class endless_line final : public std::streambuf {
+      public:
+        std::size_t left = std::size_t{1} << 30;
+
+      protected:
+        int_type underflow() override {
+            if (left == 0) {
+                return traits_type::eof();
+            }
+            left -= piece_.size();
+            setg(piece_.data(), piece_.data(), piece_.data() + piece_.size());
+            return traits_type::to_int_type(piece_.front());
+        }
+
+      private:
+        std::string piece_ = std::string(std::size_t{1} << 20, 'x');
+    };
+    endless_line bytes;
+    std::istream in(&bytes);
+    line_outcomes outcomes;
+    EXPECT_EQ(dp::batch_file_reader(&outcomes).read_file_reporting_dropped_lines(in, nullptr,
+                                                                                 outcomes, 1000),
+              0);
+    EXPECT_EQ(bytes.left, 0U);
+    EXPECT_EQ(outcomes.all, std::vector<std::string>{"dropped " + std::string(1000, 'x')});
+}
+
+TEST(read_file_reporting_dropped_lines, reads_nothing_without_a_processor) {
+    line_outcomes outcomes;
+    std::istringstream in("0 1 t set A.B \"1\" \"\" two words\n");
+    EXPECT_EQ(dp::batch_file_reader().read_file_reporting_dropped_lines(in, nullptr, outcomes, 10),
+              0);
+    EXPECT_TRUE(outcomes.all.empty());
 }
