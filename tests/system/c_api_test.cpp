@@ -12,7 +12,7 @@
 #include "tests/support/test_platform.hpp"
 #include "transactions/operations.hpp"
 
-// The C API in this process, the service in another: the whole road.
+// The C API in this process and the service in another one.
 
 namespace {
 
@@ -21,8 +21,8 @@ using test::service_process;
 class c_api : public testing::Test {
   protected:
     c_api() {
-        // The client looks for its result once a second, 60 times. A test has not that much time,
-        // but a service on a busy machine may need it.
+        // The client checks for its result once a second, 60 times. Here a pause ends as soon as
+        // there is a result, and takes at most half a second.
         time.on_sleep = [](std::uint32_t) {
             for (int i = 0; i < 500 && access(service_process::result().c_str(), F_OK) != 0; ++i) {
                 usleep(1'000);
@@ -35,7 +35,7 @@ class c_api : public testing::Test {
     }
     void TearDown() override { dp_api_uninitialize(); }
 
-    // What changed on disk is only looked at again by a new client.
+    // A new client reads changed files at once.
     static void reopen() {
         dp_api_uninitialize();
         dp_api_initialize();
@@ -66,7 +66,7 @@ class c_api : public testing::Test {
     service_process server;
 };
 
-TEST_F(c_api, lists_what_the_template_has) {
+TEST_F(c_api, lists_the_collections_and_attributes_of_the_template) {
     const char** names = nullptr;
     unsigned count = 0;
     ASSERT_EQ(dp_get_bios_collections(&names, &count), 0);
@@ -82,7 +82,7 @@ TEST_F(c_api, lists_what_the_template_has) {
                                      "Ports.Speed.4"}));
 }
 
-TEST_F(c_api, a_change_is_pending_until_the_server_restarts) {
+TEST_F(c_api, keeps_a_change_pending_until_the_server_restarts) {
     EXPECT_EQ(value("Boot.Mode"), "UEFI");
     EXPECT_EQ(change(dp::op_set, "Boot.Mode", "Legacy"), 0);
     EXPECT_EQ(value("Boot.Mode"), "Legacy");
@@ -92,7 +92,7 @@ TEST_F(c_api, a_change_is_pending_until_the_server_restarts) {
     EXPECT_EQ(value("Boot.Mode", 1), "Legacy");
 }
 
-TEST_F(c_api, each_refused_change_learns_its_reason) {
+TEST_F(c_api, returns_a_status_for_each_refused_change) {
     const std::pair<const char*, const char*> changes[] = {
         {"Boot.Mode", "Legacy"},
         {"Boot.Mode", "CSM"},
@@ -136,7 +136,7 @@ TEST_F(c_api, each_refused_change_learns_its_reason) {
     EXPECT_EQ(value("Boot.Delay"), "60");
 }
 
-TEST_F(c_api, instances_are_changed_and_deleted) {
+TEST_F(c_api, changes_and_deletes_instances) {
     EXPECT_EQ(change(dp::op_setv, "Ports.Speed.2", "0100"), 0);
     EXPECT_EQ(value("Ports.Speed.2"), "100");
     EXPECT_EQ(change(dp::op_delete, "Ports.Speed.3", ""), 0);
@@ -146,7 +146,7 @@ TEST_F(c_api, instances_are_changed_and_deleted) {
     EXPECT_EQ(status, 226U);
 }
 
-TEST_F(c_api, list_selections_are_read_in_the_terse_form_whatever_was_sent) {
+TEST_F(c_api, reads_list_selections_in_the_terse_form_whatever_was_set) {
     EXPECT_EQ(value("Boot.Order"), "HDD,PXE");
     EXPECT_EQ(change(dp::op_set, "Boot.Order", "[value='HDD',order='2'],[value='PXE',order='1']"),
               0);
@@ -155,7 +155,7 @@ TEST_F(c_api, list_selections_are_read_in_the_terse_form_whatever_was_sent) {
     EXPECT_EQ(value("Boot.Order"), "HDD,PXE");
 }
 
-TEST_F(c_api, a_reset_brings_a_collections_defaults_back) {
+TEST_F(c_api, resets_a_collection_to_its_defaults) {
     change(dp::op_set, "Boot.Mode", "Legacy");
     change(dp::op_set, "Boot.Delay", "10");
     change(dp::op_set, "Ports.Speed.1", "99");
@@ -165,7 +165,7 @@ TEST_F(c_api, a_reset_brings_a_collections_defaults_back) {
     EXPECT_EQ(value("Ports.Speed.1"), "99");
 }
 
-TEST_F(c_api, an_update_is_noticed) {
+TEST_F(c_api, reports_a_bios_update) {
     const char** names = nullptr;
     unsigned count = 0;
     ASSERT_EQ(dp_get_bios_collections(&names, &count), 0);
@@ -174,7 +174,7 @@ TEST_F(c_api, an_update_is_noticed) {
     infos.push_back(test::choice("Fans", "Speed", "low", "low,high"));
     service_process::place_update(infos, "B2");
     ASSERT_EQ(service_process::request("update\n"), "0\n");
-    // Files are looked at again after four seconds.
+    // The client checks files again after four seconds.
     EXPECT_TRUE(test::eventually([] { return dp_bios_need_reinit("Boot") == 4; }));
     reopen();
     ASSERT_EQ(dp_get_bios_collections(&names, &count), 0);
@@ -182,7 +182,7 @@ TEST_F(c_api, an_update_is_noticed) {
     EXPECT_EQ(value("Fans.Speed", 1), "low");
 }
 
-TEST_F(c_api, without_a_service_a_batch_cannot_be_run) {
+TEST_F(c_api, fails_without_a_service) {
     ASSERT_EQ(server.stop(), 0);
     time.on_sleep = nullptr;
     std::uint32_t status = 0;

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """usage: left_queues.py PREFIX...
 
-Prints the message queues that exist below the prefixes; none is success.
+Prints the message queues that exist with these prefixes. Exits with 1 if there are any.
 """
 
 import ctypes
@@ -14,7 +14,7 @@ def system_library():
         library = ctypes.CDLL(name, use_errno=True)
         if hasattr(library, "mq_open"):
             return library
-    sys.exit("no message queues in the system's library")
+    sys.exit("the C library has no message queues")
 
 
 def exists(library, name):
@@ -28,13 +28,13 @@ def main(*prefixes):
     if not prefixes or not all(prefixes):
         sys.exit(__doc__)
     library = system_library()
-    # A look that finds nothing must be able to find something.
+    # Make sure that an existing queue would be found.
     control = f"/left_queues.{os.getpid()}"
     made = library.mq_open(control.encode(), os.O_RDWR | os.O_CREAT, 0o600, None)
     seen = exists(library, control)
     library.mq_unlink(control.encode())
     if made < 0 or not seen:
-        sys.exit("message queues can't be looked at")
+        sys.exit("cannot open message queues")
 
     left = [name for prefix in prefixes for number in range(256)
             for name in [f"/{prefix}.dp.queue.{number}"] if exists(library, name)]

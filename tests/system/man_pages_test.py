@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """usage: man_pages_test.py MAN_FOLDER PROGRAM...
 
-Every program has a man page, and the page and the program's help name the same options.
+Checks that every program has a man page which documents the same options as its help.
 """
 
 import glob
@@ -29,7 +29,7 @@ def options_of_program(program):
 
 
 def options_of_page(path):
-    """The options that the page explains, not only mentions."""
+    """The options that the page documents, not those that it only mentions."""
     with open(path, encoding="ascii") as file:
         items = re.findall(r"^\.It Fl (.*)$", file.read(), re.MULTILINE)
     return {f"-{word}" for item in items
@@ -46,14 +46,14 @@ def main(folder, *programs):
             failed = True
             continue
         in_help, in_page = options_of_program(program), options_of_page(pages[0])
-        # Where the help options are all there is, the synopsis shows them.
+        # The page of a program without other options shows these in its synopsis only.
         for option in sorted(in_help - in_page - {"-h", "--help", "--version"}):
             print(f"{name}: {option} is not in {pages[0]}")
             failed = True
         for option in sorted(in_page - in_help):
-            print(f"{name}: {pages[0]} explains {option}, which it does not know")
+            print(f"{name}: {pages[0]} documents {option}, which it does not have")
             failed = True
-        print(f"{name}: {len(in_page)} options explained")
+        print(f"{name}: {len(in_page)} options documented")
     return 1 if failed else 0
 
 

@@ -13,13 +13,13 @@
 #include "tests/support/scratch_files.hpp"
 #include "tests/support/test_platform.hpp"
 
-// The library's status log on the data store as our platform keeps it.
+// The library's process log, stored by the POSIX platform's data store.
 
 namespace {
 
 using testing::ElementsAre;
 
-class status_in_data_store : public testing::Test {
+class process_log_in_data_store : public testing::Test {
   protected:
     void SetUp() override { test::clean_root(); }
 
@@ -29,7 +29,7 @@ class status_in_data_store : public testing::Test {
     test::environment_variable variable_{"DP_DS_FOLDER", folder_};
 };
 
-TEST_F(status_in_data_store, every_record_puts_the_whole_text_there) {
+TEST_F(process_log_in_data_store, stores_the_whole_text_with_every_record) {
     dp::process_log log("status", true);
     std::string expected = "<dp-status> 0001 DP.MESSAGE init \n";
     EXPECT_EQ(stored(), expected);
@@ -43,7 +43,7 @@ TEST_F(status_in_data_store, every_record_puts_the_whole_text_there) {
     EXPECT_FALSE(std::filesystem::exists("status"));
 }
 
-TEST_F(status_in_data_store, a_store_that_is_missing_is_logged_and_the_text_comes_later) {
+TEST_F(process_log_in_data_store, logs_a_missing_store_and_writes_the_text_later) {
     const std::string missing = test::root() + "/tmp/absent/store";
     variable_.set(missing);
     test::recording_log diagnostics(dp::log_level::trace_1);

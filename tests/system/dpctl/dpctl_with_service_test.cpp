@@ -10,7 +10,7 @@
 #include "tests/support/scratch_files.hpp"
 #include "tests/support/service_process.hpp"
 
-// dpctl and dp_settingsd, a process each: what a person does and sees.
+// dpctl with a running dp_settingsd.
 
 namespace {
 
@@ -21,14 +21,14 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-class dpctl_and_service : public testing::Test {
+class dpctl_with_service : public testing::Test {
   protected:
     void SetUp() override { ASSERT_TRUE(server_.start()) << service_process::log(); }
 
     service_process server_;
 };
 
-TEST_F(dpctl_and_service, lists_what_the_service_keeps) {
+TEST_F(dpctl_with_service, lists_the_settings_of_the_service) {
     const auto result = dpctl({"collections"});
     EXPECT_EQ(result.exit_code, 0) << result.err;
     EXPECT_THAT(result.out, HasSubstr("Boot"));
@@ -36,7 +36,7 @@ TEST_F(dpctl_and_service, lists_what_the_service_keeps) {
     EXPECT_EQ(dpctl({"get", "Boot.Mode"}).out, "Boot.Mode=UEFI\n");
 }
 
-TEST_F(dpctl_and_service, shows_another_template_however_old_and_then_the_servers_own_again) {
+TEST_F(dpctl_with_service, shows_another_template_of_any_age_and_then_its_own_again) {
     namespace fs = std::filesystem;
     auto infos = test::sample_template();
     infos.push_back(test::choice("Fans", "Speed", "low", "low,high"));
@@ -53,7 +53,7 @@ TEST_F(dpctl_and_service, shows_another_template_however_old_and_then_the_server
     EXPECT_EQ(dpctl({"collections"}).out, own);
 }
 
-TEST_F(dpctl_and_service, changes_are_pending_until_the_server_restarts) {
+TEST_F(dpctl_with_service, keeps_changes_pending_until_the_server_restarts) {
     const auto result = dpctl({"set", "Boot.Mode=Legacy", "Boot.Delay=60", "Ports.Speed.2=1"});
     EXPECT_EQ(result.exit_code, 0) << result.err;
     EXPECT_THAT(result.out,
@@ -63,7 +63,7 @@ TEST_F(dpctl_and_service, changes_are_pending_until_the_server_restarts) {
     EXPECT_EQ(dpctl({"get", "--current", "Boot.Mode"}).out, "Boot.Mode=Legacy\n");
 }
 
-TEST_F(dpctl_and_service, says_what_was_refused_and_why_and_does_the_rest) {
+TEST_F(dpctl_with_service, reports_refused_changes_with_reasons_and_makes_the_others) {
     const auto result = dpctl({"set", "Boot.Mode=CSM", "Boot.Delay=61", "Boot.Vendor=other",
                                "Ports.Speed.5=1", "Boot.Label=a label"});
     EXPECT_EQ(result.exit_code, 1);
@@ -76,7 +76,7 @@ TEST_F(dpctl_and_service, says_what_was_refused_and_why_and_does_the_rest) {
               "Boot.Label=a label\nBoot.Mode=UEFI\n");
 }
 
-TEST_F(dpctl_and_service, reset_brings_the_defaults_back) {
+TEST_F(dpctl_with_service, resets_a_collection_to_its_defaults) {
     ASSERT_EQ(dpctl({"set", "Boot.Mode=Legacy", "Boot.Delay=60"}).exit_code, 0);
     const auto result = dpctl({"reset", "Boot"});
     EXPECT_EQ(result.exit_code, 0) << result.err;
@@ -85,7 +85,7 @@ TEST_F(dpctl_and_service, reset_brings_the_defaults_back) {
     EXPECT_THAT(dpctl({"reset", "Boot"}).out, HasSubstr("nothing to do"));
 }
 
-TEST_F(dpctl_and_service, status_shows_what_failed_of_the_last_batch_and_why) {
+TEST_F(dpctl_with_service, shows_failures_of_the_last_batch_with_reasons) {
     EXPECT_EQ(dpctl({"set", "Boot.Mode=CSM", "Boot.Delay=60"}).exit_code, 1);
     const auto result = dpctl({"status"});
     EXPECT_EQ(result.exit_code, 0) << result.err;
@@ -95,7 +95,7 @@ TEST_F(dpctl_and_service, status_shows_what_failed_of_the_last_batch_and_why) {
     EXPECT_THAT(result.out, Not(HasSubstr("Boot.Delay")));
 }
 
-TEST_F(dpctl_and_service, history_shows_changes_and_outlives_the_service) {
+TEST_F(dpctl_with_service, shows_the_history_across_restarts_of_the_service) {
     ASSERT_EQ(dpctl({"set", "Boot.Delay=60"}).exit_code, 0);
     EXPECT_EQ(dpctl({"set", "Boot.Mode=CSM"}).exit_code, 1);
     EXPECT_EQ(server_.stop(), 0);
@@ -108,14 +108,14 @@ TEST_F(dpctl_and_service, history_shows_changes_and_outlives_the_service) {
     EXPECT_THAT(dpctl({"history", "Boot.Delay"}).out, Not(HasSubstr("Boot.Mode")));
 }
 
-TEST_F(dpctl_and_service, check_tells_a_bios_update) {
+TEST_F(dpctl_with_service, check_reports_a_bios_update) {
     service_process::place_update(test::sample_template(), "B2");
     const std::string notice = service_process::path("/notice");
     const std::string check =
         test::program_path("dpctl") + " check Boot --wait 40 --json 2>" + notice;
     std::string answer;
     std::thread update([&] {
-        // What dpctl has seen before it says so is what it compares with.
+        // dpctl compares with the files as they were before this notice.
         if (test::wait_for_text(notice, "watching for changes")) {
             answer = service_process::request("update\n");
         }
@@ -129,10 +129,10 @@ TEST_F(dpctl_and_service, check_tells_a_bios_update) {
     EXPECT_EQ(document["changed"], true);
     EXPECT_THAT(document["reasons"],
                 testing::Contains(testing::ResultOf(
-                    [](const json& one) { return one["code"].get<int>(); }, testing::Eq(6))));
+                    [](const json& reason) { return reason["code"].get<int>(); }, testing::Eq(6))));
 }
 
-TEST_F(dpctl_and_service, reading_goes_on_without_the_service) {
+TEST_F(dpctl_with_service, reads_without_the_service) {
     ASSERT_EQ(dpctl({"set", "Boot.Mode=Legacy"}).exit_code, 0);
     EXPECT_EQ(server_.stop(), 0);
     EXPECT_EQ(dpctl({"get", "Boot.Mode"}).out, "Boot.Mode=Legacy\n");
