@@ -12,9 +12,9 @@
 #include <string_view>
 #include <utility>
 
-#include "common/descriptor_files.hpp"
 #include "common/fixed_paths.hpp"
 #include "common/numbers.hpp"
+#include "common/open_regular_file.hpp"
 
 namespace dp {
 namespace {

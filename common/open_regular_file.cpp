@@ -1,4 +1,4 @@
-#include "common/descriptor_files.hpp"
+#include "common/open_regular_file.hpp"
 
 #include <fcntl.h>
 #include <sys/stat.h>

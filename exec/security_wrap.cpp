@@ -10,7 +10,7 @@
 #include <string_view>
 #include <utility>
 
-#include "common/descriptor_files.hpp"
+#include "common/open_regular_file.hpp"
 #include "common/io_loops.hpp"
 #include "common/log.hpp"
 

@@ -9,10 +9,10 @@
 #include <cstdio>
 #include <sstream>
 
-#include "common/descriptor_files.hpp"
 #include "common/fixed_paths.hpp"
 #include "common/io_loops.hpp"
 #include "common/log.hpp"
+#include "common/open_regular_file.hpp"
 #include "logs/change_history_visitor.hpp"
 #include "logs/error_command_visitor.hpp"
 #include "transactions/setting_transaction.hpp"
