@@ -11,7 +11,7 @@
 namespace dp {
 namespace {
 
-// The form of asctime without its line end; empty for a time that has no such form.
+// The current time in the form of asctime without the newline; empty when asctime cannot print it.
 std::string local_time() {
     const std::time_t now = current_time();
     std::tm parts{};
@@ -27,7 +27,7 @@ std::string local_time() {
 }  // namespace
 
 change_history_visitor::change_history_visitor(std::ostream& history) : history_(history) {
-    // localtime_r keeps to the zone that was known when the process first asked.
+    // localtime_r uses the time zone of its first call unless tzset reads it again.
     tzset();
 }
 

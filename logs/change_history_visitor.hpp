@@ -9,12 +9,12 @@ namespace dp {
 
 class transaction_command;
 
-/// Writes a line of the change history for each command that it is applied to: the local time as
-/// `asctime` shows it, the setting's name, and the command's output value in double quotes (nothing
-/// escaped), with three blanks in between. Commands that failed or have no setting are skipped.
+/// Writes one line of the change history for each command it is applied to: the local time in the
+/// form of `asctime`, the setting's name, and the command's output value in double quotes (nothing
+/// escaped), separated by three spaces. Skips commands that failed or have no setting.
 class DP_API change_history_visitor {
   public:
-    /// `history` stays the caller's and outlives the visitor. Looks the local time zone up anew.
+    /// `history` is not owned and must outlive the visitor. Reads the local time zone again.
     explicit change_history_visitor(std::ostream& history);
     void operator()(const transaction_command* command) const;
 

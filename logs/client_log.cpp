@@ -46,7 +46,7 @@ void client_log::add_progress(setting_transaction* t) {
 void client_log::stop(setting_transaction* t) {
     t->commands.update_status();
     const auto& status = t->commands.status;
-    // The irregular blanks are what readers of these lines expect.
+    // Readers of these lines expect exactly this irregular spacing.
     write_line("<" + t->name + ">stop " + (status.errors != 0 ? "1 " : "0 ") +
                std::to_string(status.total - status.errors) + " " + std::to_string(status.errors));
 }
@@ -75,7 +75,8 @@ void client_log::prune_before(line_list::const_iterator kept, std::int32_t kept_
         total_ -= size_of(lines_.front());
         lines_.pop_front();
     }
-    // What dropped lines had counted beyond their first NUL stays in the total until none is left.
+    // The bytes that removed lines counted after their first NUL remain in the total until no older
+    // line is left.
     if (lines_.begin() == kept) {
         total_ = kept_size;
     }

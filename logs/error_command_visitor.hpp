@@ -10,13 +10,13 @@ namespace dp {
 class process_log;
 class transaction_command;
 
-/// Reports each failed command that it is applied to: a line of the application log, a DP.ERROR
-/// record with the setting's name and the status and, unless it is empty, a DP.MESSAGE record with
-/// the command's output value in double quotes. Commands that succeeded or have no setting are
-/// skipped.
+/// Reports each failed command it is applied to: a line in the application log, a DP.ERROR status
+/// record with the setting's name and the status, and a DP.MESSAGE status record with the command's
+/// output value in double quotes unless that is empty. Skips commands that succeeded or have no
+/// setting.
 class DP_API error_command_visitor {
   public:
-    /// Records carry `name`. `log` stays the caller's and outlives the visitor.
+    /// The status records have the name `name`. `log` is not owned and must outlive the visitor.
     error_command_visitor(process_log& log, std::string name);
     void operator()(const transaction_command* command) const;
 

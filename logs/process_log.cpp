@@ -22,9 +22,9 @@ namespace {
 
 constexpr std::size_t chunk_size = 65536;
 
-// Everybody may write to the folder of temporary files, so what lies there under the scratch file's
-// name may be a trap: a link is not followed, nor a pipe's other end waited for. -1 when there is
-// no regular file to append to.
+// Every user may write to the folder of temporary files, so anything may have the scratch file's
+// name: never follows a symlink and never waits for the other end of a pipe. -1 when there is no
+// regular file to append to.
 int open_scratch_file(const std::string& path) {
     return open_regular_file(path, O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW);
 }

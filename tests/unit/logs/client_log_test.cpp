@@ -20,7 +20,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// A line that takes `bytes` bytes of the file, its line end included, and begins with `mark`.
+// A line that takes `bytes` bytes in the file, newline included, and begins with `mark`.
 std::string line_of(std::size_t bytes, char mark = 'x') {
     return std::string(bytes - 1, mark);
 }
@@ -35,7 +35,7 @@ class client_log : public testing::Test {
     dp::client_log log{path(), false};
 };
 
-TEST_F(client_log, writes_nothing_when_made_or_destroyed) {
+TEST_F(client_log, writes_nothing_when_created_or_destroyed) {
     EXPECT_FALSE(std::filesystem::exists(path()));
     test::write_file(path(), "old\n");
     {
@@ -45,7 +45,7 @@ TEST_F(client_log, writes_nothing_when_made_or_destroyed) {
     EXPECT_EQ(text(), "old\n");
 }
 
-TEST_F(client_log, every_line_rewrites_the_file) {
+TEST_F(client_log, rewrites_the_file_for_every_line) {
     test::write_file(path(), "something else\nthat is longer\n");
     log.write_line("one");
     EXPECT_EQ(text(), "one\n");
@@ -57,10 +57,10 @@ TEST_F(client_log, every_line_rewrites_the_file) {
     EXPECT_EQ(text(), "one\ntwo\nthree\n");
 }
 
-TEST_F(client_log, an_empty_line_takes_one_byte) {
+TEST_F(client_log, counts_an_empty_line_as_one_byte) {
     log.write_line("");
     EXPECT_EQ(text(), "\n");
-    // 8190 more make 8191; a second empty line fits, a third one does not.
+    // With 8190 more bytes there are 8191: a second empty line fits, a third does not.
     log.write_line(line_of(8190));
     log.write_line("");
     EXPECT_EQ(text().size(), 8192U);
@@ -68,12 +68,12 @@ TEST_F(client_log, an_empty_line_takes_one_byte) {
     EXPECT_EQ(text(), "\n\n");
 }
 
-TEST_F(client_log, a_line_end_inside_a_line_is_kept) {
+TEST_F(client_log, keeps_a_newline_inside_a_line) {
     log.write_line("a\nb");
     EXPECT_EQ(text(), "a\nb\n");
 }
 
-TEST_F(client_log, exactly_8192_bytes_are_not_pruned) {
+TEST_F(client_log, does_not_prune_exactly_8192_bytes) {
     for (int i = 0; i < 8; ++i) {
         log.write_line(line_of(1024));
     }
@@ -83,7 +83,7 @@ TEST_F(client_log, exactly_8192_bytes_are_not_pruned) {
     EXPECT_EQ(text().size(), 8192U);
 }
 
-TEST_F(client_log, one_byte_more_prunes_below_6144) {
+TEST_F(client_log, prunes_8193_bytes_to_below_6144) {
     std::string expected;
     for (int i = 0; i < 8; ++i) {
         log.write_line(line_of(1024, static_cast<char>('a' + i)));
@@ -97,8 +97,8 @@ TEST_F(client_log, one_byte_more_prunes_below_6144) {
     EXPECT_EQ(text(), expected);
 }
 
-TEST_F(client_log, pruning_stops_below_6144_and_not_at_it) {
-    // 2049 + 6143 = 8192; one more of 1 byte makes 8193, and without the first line 6144.
+TEST_F(client_log, does_not_stop_pruning_at_6144_bytes) {
+    // 2049 + 6143 = 8192. One more byte makes 8193, which is 6144 without the first line.
     log.write_line(line_of(2049, 'a'));
     log.write_line(line_of(1, 'b'));
     log.write_line(line_of(6142, 'c'));
@@ -107,7 +107,7 @@ TEST_F(client_log, pruning_stops_below_6144_and_not_at_it) {
     EXPECT_EQ(text(), line_of(6142, 'c') + "\n\n") << "6144 bytes lose one line more";
 }
 
-TEST_F(client_log, pruning_keeps_6143_bytes) {
+TEST_F(client_log, stops_pruning_at_6143_bytes) {
     log.write_line(line_of(2050, 'a'));
     log.write_line(line_of(6142, 'c'));
     EXPECT_EQ(text().size(), 8192U);
@@ -115,7 +115,7 @@ TEST_F(client_log, pruning_keeps_6143_bytes) {
     EXPECT_EQ(text().size(), 6143U);
 }
 
-TEST_F(client_log, what_was_pruned_no_longer_counts) {
+TEST_F(client_log, does_not_count_pruned_lines) {
     for (int i = 0; i < 9; ++i) {
         log.write_line(line_of(1024));
     }
@@ -125,7 +125,7 @@ TEST_F(client_log, what_was_pruned_no_longer_counts) {
     EXPECT_EQ(text().size(), 8192U);
 }
 
-TEST_F(client_log, a_line_beyond_the_limit_is_written_and_goes_with_the_next) {
+TEST_F(client_log, writes_a_line_beyond_the_limit_and_prunes_it_with_the_next) {
     log.write_line("before");
     log.write_line(line_of(9000));
     EXPECT_EQ(text(), line_of(9000) + "\n");
@@ -135,7 +135,7 @@ TEST_F(client_log, a_line_beyond_the_limit_is_written_and_goes_with_the_next) {
     EXPECT_EQ(text().size(), 8192U) << "the total fits the lines again";
 }
 
-TEST_F(client_log, a_line_between_the_limits_stays_by_itself) {
+TEST_F(client_log, keeps_a_line_between_the_limits_alone) {
     log.write_line(line_of(2000, 'a'));
     log.write_line(line_of(7000, 'b'));
     EXPECT_EQ(text(), line_of(7000, 'b') + "\n");
@@ -145,7 +145,7 @@ TEST_F(client_log, a_line_between_the_limits_stays_by_itself) {
     EXPECT_EQ(text(), line_of(1192, 'c') + "\nd\n");
 }
 
-TEST_F(client_log, pruning_directly_may_empty_the_log) {
+TEST_F(client_log, may_become_empty_when_pruned_directly) {
     log.write_line(line_of(9000));
     log.prune();
     EXPECT_EQ(log.write_file(), 0);
@@ -156,19 +156,19 @@ TEST_F(client_log, pruning_directly_may_empty_the_log) {
     EXPECT_EQ(text(), "\n");
 }
 
-TEST_F(client_log, a_line_is_kept_up_to_its_first_nul_and_counted_in_full) {
+TEST_F(client_log, keeps_a_line_up_to_its_first_nul_but_counts_it_in_full) {
     using namespace std::string_literals;
     log.write_line("ab\0cd"s);
     EXPECT_EQ(text(), "ab\n");
-    // 6 bytes are counted, so 8186 more are the last that fit.
+    // 6 bytes are counted, so at most 8186 more fit.
     log.write_line(line_of(8186));
     EXPECT_EQ(text().size(), 3U + 8186);
     log.write_line("");
     EXPECT_EQ(text(), "\n");
 }
 
-TEST_F(client_log, a_dropped_line_gives_back_what_was_kept_of_it) {
-    // Counted 4001, kept 1 + 1: removing it leaves 3999 bytes too many in the total.
+TEST_F(client_log, subtracts_only_the_kept_bytes_of_a_pruned_line) {
+    // Counts as 4001 bytes and keeps 1 + 1: pruning it leaves 3999 bytes too many in the total.
     log.write_line("a" + std::string(1, '\0') + std::string(3998, 'n'));
     log.write_line(line_of(2000, 'b'));
     log.write_line(line_of(1000, 'c'));
@@ -177,14 +177,14 @@ TEST_F(client_log, a_dropped_line_gives_back_what_was_kept_of_it) {
     log.write_line("");
     // 8193 - 2 - 2000 = 6191 is not below 6144, - 1000 = 5191 is.
     EXPECT_EQ(text(), line_of(1191, 'd') + "\n\n");
-    // The total is 5191 although the text has 1192 bytes: 3001 more fit.
+    // The total is 5191, although the text has 1192 bytes, so 3001 more fit.
     log.write_line(line_of(3001, 'e'));
     EXPECT_EQ(text().size(), 1192U + 3001);
     log.write_line("");
     EXPECT_EQ(text(), "\n");
 }
 
-TEST_F(client_log, the_total_is_right_again_when_no_older_line_is_left) {
+TEST_F(client_log, corrects_the_total_when_no_older_line_is_left) {
     log.write_line(std::string(9000, '\0'));
     EXPECT_EQ(text(), "\n");
     log.write_line(line_of(100, 'b'));
@@ -195,7 +195,7 @@ TEST_F(client_log, the_total_is_right_again_when_no_older_line_is_left) {
     EXPECT_EQ(text(), "\n");
 }
 
-TEST_F(client_log, a_file_that_cannot_be_opened_is_passed_over) {
+TEST_F(client_log, ignores_a_file_that_cannot_be_opened) {
     dp::client_log other(test::root() + "/tmp/absent/client.log", false);
     other.write_line("one");
     EXPECT_EQ(other.write_file(), 0);
@@ -205,7 +205,7 @@ TEST_F(client_log, a_file_that_cannot_be_opened_is_passed_over) {
         << "the lines were kept";
 }
 
-TEST_F(client_log, a_full_disk_does_not_stop_it) {
+TEST_F(client_log, continues_on_a_full_disk) {
     dp::client_log full("/dev/full", false);
     full.write_line("one");
     EXPECT_EQ(full.write_file(), 0);
@@ -221,14 +221,14 @@ class client_log_in_store : public testing::Test {
     dp::client_log log{"status", true};
 };
 
-TEST_F(client_log_in_store, an_empty_log_makes_no_call) {
+TEST_F(client_log_in_store, calls_nothing_for_an_empty_log) {
     EXPECT_EQ(log.write_dsfile(), 0);
     EXPECT_THAT(store.openings, IsEmpty());
     EXPECT_EQ(store.writes, 0);
     EXPECT_EQ(store.releases, 0);
 }
 
-TEST_F(client_log_in_store, every_line_hands_over_the_whole_text) {
+TEST_F(client_log_in_store, writes_the_whole_text_for_every_line) {
     store.write_result = 7;
     log.write_line("one");
     EXPECT_EQ(store.text, "one\n");
@@ -242,7 +242,7 @@ TEST_F(client_log_in_store, every_line_hands_over_the_whole_text) {
     EXPECT_FALSE(std::filesystem::exists("status"));
 }
 
-TEST_F(client_log_in_store, opening_is_tried_twice) {
+TEST_F(client_log_in_store, tries_to_open_twice) {
     store.open_results = {-5, 3};
     log.write_line("one");
     EXPECT_EQ(store.openings.size(), 2U);
@@ -250,7 +250,7 @@ TEST_F(client_log_in_store, opening_is_tried_twice) {
     EXPECT_EQ(store.releases, 1);
 }
 
-TEST_F(client_log_in_store, after_two_failed_openings_nothing_is_written) {
+TEST_F(client_log_in_store, writes_nothing_after_two_failed_openings) {
     test::recording_log diagnostics(dp::log_level::trace_1);
     store.open_results = {-5, -6};
     log.write_line("one");
@@ -267,7 +267,7 @@ TEST_F(client_log_in_store, after_two_failed_openings_nothing_is_written) {
     EXPECT_EQ(store.text, "one\n") << "the line was kept";
 }
 
-TEST_F(client_log_in_store, an_opening_that_gives_0_failed_without_an_error) {
+TEST_F(client_log_in_store, treats_an_opening_that_returns_0_as_failed_without_an_error) {
     test::recording_log diagnostics(0xFFFFFFFF);
     store.open_results = {-1, 0};
     log.write_line("one");
@@ -278,7 +278,7 @@ TEST_F(client_log_in_store, an_opening_that_gives_0_failed_without_an_error) {
     EXPECT_EQ(log.write_dsfile(), 0);
 }
 
-TEST_F(client_log_in_store, a_failed_write_is_logged_and_still_releases) {
+TEST_F(client_log_in_store, logs_a_failed_write_and_releases_the_file) {
     test::recording_log diagnostics(dp::log_level::trace_1);
     store.write_result = -28;
     log.write_line("one");
@@ -291,14 +291,14 @@ TEST_F(client_log_in_store, a_failed_write_is_logged_and_still_releases) {
     EXPECT_EQ(diagnostics.lines.size(), 1U) << "only with the value-1 bit";
 }
 
-TEST_F(client_log_in_store, the_text_is_pruned_as_in_a_file) {
+TEST_F(client_log_in_store, prunes_the_text_as_in_a_file) {
     log.write_line(line_of(8192));
     log.write_line("after");
     EXPECT_EQ(store.text, "after\n");
     EXPECT_EQ(store.openings.back().size, 6);
 }
 
-TEST_F(client_log_in_store, random_lines_leave_what_plain_rules_leave) {
+TEST_F(client_log_in_store, agrees_with_a_plain_model_for_random_lines) {
     std::mt19937 random(11);
     std::vector<std::string> kept;
     std::size_t total = 0;
@@ -324,7 +324,7 @@ TEST_F(client_log_in_store, random_lines_leave_what_plain_rules_leave) {
 
 // ---- transactions
 
-TEST_F(client_log, shows_a_transaction_in_four_lines) {
+TEST_F(client_log, writes_four_lines_for_a_transaction) {
     test::sample_transaction sample("T");
     sample.add(&sample.b, "", 0, "1");
     sample.add(&sample.b, "", 18, "");
@@ -339,7 +339,7 @@ TEST_F(client_log, shows_a_transaction_in_four_lines) {
     EXPECT_EQ(text(), "<T> start\n<T>0\n<T>1\n<T>stop 1 2 1\n");
 }
 
-TEST_F(client_log, a_transaction_without_errors_ends_in_zeros) {
+TEST_F(client_log, stops_with_zeros_after_success) {
     test::sample_transaction sample("all well");
     sample.add(&sample.b, "", 0, "1");
     log.stop(&sample.transaction);
@@ -348,7 +348,7 @@ TEST_F(client_log, a_transaction_without_errors_ends_in_zeros) {
     EXPECT_EQ(text(), "<all well>stop 0 1 0\n<>stop 0 0 0\n");
 }
 
-TEST_F(client_log, stop_counts_anew) {
+TEST_F(client_log, stop_counts_the_commands_again) {
     test::sample_transaction sample("T");
     auto& late = sample.add(&sample.b, "", 0, "");
     sample.transaction.commands.update_status();
@@ -358,7 +358,7 @@ TEST_F(client_log, stop_counts_anew) {
     EXPECT_EQ(text(), "<T>stop 1 1 1\n") << "what is not complete is no error";
 }
 
-TEST_F(client_log, no_progress_is_shown_once_no_step_is_left) {
+TEST_F(client_log, writes_no_progress_without_steps) {
     test::sample_transaction sample("T");
     sample.transaction.step = 0;
     sample.transaction.progress = 4;
@@ -370,7 +370,7 @@ TEST_F(client_log, no_progress_is_shown_once_no_step_is_left) {
     EXPECT_EQ(text(), "<T>4\n");
 }
 
-TEST_F(client_log, a_derived_log_replaces_the_lines) {
+TEST_F(client_log, may_be_overridden_by_a_derived_log) {
     struct silent : dp::client_log {
         using dp::client_log::client_log;
         void start(dp::setting_transaction*) override { write_line("mine"); }

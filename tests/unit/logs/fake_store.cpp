@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-// The fake has no use for what the real store keeps in its members.
+// The fake does not use the members of the real class.
 #ifdef __clang__
 #pragma clang diagnostic ignored "-Wunused-private-field"
 #endif

@@ -8,8 +8,8 @@
 
 namespace test {
 
-/// The data store of this program: remembers what is asked of it and answers as it is told.
-/// Construct one in a test; without one, opening fails.
+/// Fake data store of this program: records the calls and returns the results that a test sets.
+/// Active while an object exists; otherwise opening fails.
 class fake_store {
   public:
     struct opening {
@@ -24,7 +24,7 @@ class fake_store {
     fake_store(const fake_store&) = delete;
     fake_store& operator=(const fake_store&) = delete;
 
-    std::deque<int> open_results;  ///< taken from the front; 1 when there is none
+    std::deque<int> open_results;  ///< used from the front; 1 when empty
     int write_result = 1;
 
     std::vector<opening> openings;

@@ -36,7 +36,7 @@ class process_log : public testing::Test {
     static std::string path() { return test::root() + "/tmp/status"; }
     static std::string history_path() { return test::root() + "/tmp/config_change_hisroty.log"; }
 
-    // The file's text behind the record of the constructor.
+    // The file's text after the status record of the constructor.
     static std::string records() {
         const std::string text = test::read_file(path());
         EXPECT_EQ(text.substr(0, init_record.size()), init_record);
@@ -47,13 +47,13 @@ class process_log : public testing::Test {
     test::stepped_time time{1'700'000'000};
 };
 
-TEST_F(process_log, a_fresh_log_is_one_record) {
+TEST_F(process_log, writes_one_status_record_when_created) {
     test::write_file(path(), "left from the last run\n");
     const dp::process_log log(path(), false);
     EXPECT_EQ(test::read_file(path()), init_record);
 }
 
-TEST_F(process_log, a_fresh_log_in_the_data_store_is_one_record) {
+TEST_F(process_log, writes_one_status_record_to_the_data_store_when_created) {
     test::fake_store store;
     const dp::process_log log("status", true);
     EXPECT_EQ(store.text, init_record);
@@ -61,7 +61,7 @@ TEST_F(process_log, a_fresh_log_in_the_data_store_is_one_record) {
                 ElementsAre(test::fake_store::opening{"status", 4356, init_record.size()}));
 }
 
-TEST_F(process_log, each_record_has_its_form) {
+TEST_F(process_log, writes_each_status_record_in_its_form) {
     dp::process_log log(path(), false);
     log.log_working("T", -1);
     log.log_message("T", "a", "b c");
@@ -80,7 +80,7 @@ TEST_F(process_log, each_record_has_its_form) {
               "<> 0008 \n");
 }
 
-TEST_F(process_log, each_record_is_traced) {
+TEST_F(process_log, traces_each_status_record) {
     test::recording_log diagnostics(dp::log_level::trace_4);
     dp::process_log log(path(), false);
     log.log_working("T", 5);
@@ -94,7 +94,7 @@ TEST_F(process_log, each_record_is_traced) {
     EXPECT_EQ(diagnostics.lines.size(), 2U);
 }
 
-TEST_F(process_log, the_number_is_four_lower_case_hexadecimal_digits) {
+TEST_F(process_log, numbers_with_four_lower_case_hexadecimal_digits) {
     test::fake_store store;
     dp::process_log log("status", true);
     for (int i = 2; i <= 0xff; ++i) {
@@ -105,7 +105,7 @@ TEST_F(process_log, the_number_is_four_lower_case_hexadecimal_digits) {
     EXPECT_THAT(store.text, testing::EndsWith("<T> 0100 \n"));
 }
 
-TEST_F(process_log, the_65536th_record_is_numbered_0000) {
+TEST_F(process_log, numbers_the_65536th_status_record_0000) {
     test::fake_store store;
     dp::process_log log("status", true);
     for (int i = 2; i <= 65535; ++i) {
@@ -118,23 +118,23 @@ TEST_F(process_log, the_65536th_record_is_numbered_0000) {
     EXPECT_THAT(store.text, testing::EndsWith("<T> 0000 \n<T> 0001 \n"));
 }
 
-TEST_F(process_log, older_records_are_pruned_and_numbers_go_on) {
+TEST_F(process_log, continues_the_numbers_when_older_status_records_are_pruned) {
     test::fake_store store;
     dp::process_log log("status", true);
-    // 34 bytes of the first record and 370 of 22 bytes make 8174; one more passes 8192.
+    // The first record has 34 bytes and 370 have 22 bytes, which is 8174; one more exceeds 8192.
     for (int i = 0; i < 370; ++i) {
         log.add_entry("T", std::string(12, 'w'));
     }
     EXPECT_EQ(store.text.size(), 8174U);
     EXPECT_THAT(store.text, testing::StartsWith(init_record));
     log.add_entry("T", std::string(12, 'w'));
-    // 279 records of 22 bytes are the most below 6144.
+    // At most 279 records of 22 bytes are below 6144.
     EXPECT_EQ(store.text.size(), 279U * 22);
     EXPECT_THAT(store.text, AllOf(testing::StartsWith("<T> 005e "),
                                   testing::EndsWith("\n<T> 0174 wwwwwwwwwwww\n")));
 }
 
-TEST_F(process_log, a_record_longer_than_the_limits_is_written) {
+TEST_F(process_log, writes_a_status_record_longer_than_the_limits) {
     dp::process_log log(path(), false);
     const std::string body(10000, 'b');
     log.add_entry("T", body);
@@ -143,7 +143,7 @@ TEST_F(process_log, a_record_longer_than_the_limits_is_written) {
     EXPECT_EQ(test::read_file(path()), "<T> 0003 DP.WORKING 1\n");
 }
 
-TEST_F(process_log, start_and_progress_count_on) {
+TEST_F(process_log, advances_the_progress_count_at_start_and_progress) {
     dp::process_log log(path(), false);
     test::sample_transaction sample("T");
     auto& t = sample.transaction;
@@ -158,7 +158,7 @@ TEST_F(process_log, start_and_progress_count_on) {
               "<T> 0004 DP.WORKING 2\n");
 }
 
-TEST_F(process_log, start_is_written_without_steps_but_progress_is_not) {
+TEST_F(process_log, writes_start_but_no_progress_without_steps) {
     dp::process_log log(path(), false);
     test::sample_transaction sample("T");
     auto& t = sample.transaction;
@@ -172,7 +172,7 @@ TEST_F(process_log, start_is_written_without_steps_but_progress_is_not) {
     EXPECT_EQ(t.progress, 8);
 }
 
-TEST_F(process_log, failed_commands_are_reported_in_order) {
+TEST_F(process_log, reports_failed_commands_in_order) {
     dp::process_log log(path(), false);
     test::sample_transaction sample("T");
     sample.add(&sample.b, "1", 18, "x");
@@ -189,7 +189,7 @@ TEST_F(process_log, failed_commands_are_reported_in_order) {
               "<T> 0006 DP.DONE 1 1 3\n");
 }
 
-TEST_F(process_log, a_command_that_is_not_complete_is_reported_but_not_counted) {
+TEST_F(process_log, reports_but_does_not_count_an_incomplete_command) {
     dp::process_log log(path(), false);
     test::sample_transaction sample("T");
     sample.add(&sample.b, "", 255, "").complete = false;
@@ -201,7 +201,7 @@ TEST_F(process_log, a_command_that_is_not_complete_is_reported_but_not_counted) 
               "<T> 0004 DP.DONE 1 1 1\n");
 }
 
-TEST_F(process_log, errors_leave_the_scratch_history_alone) {
+TEST_F(process_log, does_not_touch_the_scratch_history_after_errors) {
     test::write_file(history_path(), "somebody's\n");
     dp::process_log log(path(), false);
     test::sample_transaction sample("T");
@@ -211,7 +211,7 @@ TEST_F(process_log, errors_leave_the_scratch_history_alone) {
     EXPECT_EQ(test::read_file(history_path()), "somebody's\n");
 }
 
-TEST_F(process_log, success_ends_in_zeros_and_leaves_no_scratch_file) {
+TEST_F(process_log, reports_no_errors_and_removes_the_scratch_file_after_success) {
     test::recording_log diagnostics(~dp::log_level::trace_4);
     dp::process_log log(path(), false);
     test::sample_transaction sample("T");
@@ -223,15 +223,15 @@ TEST_F(process_log, success_ends_in_zeros_and_leaves_no_scratch_file) {
     EXPECT_THAT(diagnostics.lines, IsEmpty());
 }
 
-TEST_F(process_log, a_transaction_without_commands_succeeds) {
+TEST_F(process_log, reports_success_without_commands) {
     dp::process_log log(path(), false);
     test::sample_transaction sample("T");
     log.stop(&sample.transaction);
     EXPECT_EQ(records(), "<T> 0002 DP.DONE 0 0 0\n");
 }
 
-TEST_F(process_log, success_appends_the_changes_to_the_scratch_history) {
-    // A second name keeps the text that `stop` removes.
+TEST_F(process_log, appends_the_changes_to_the_scratch_history_after_success) {
+    // A hard link keeps the text that `stop` removes.
     test::write_file(history_path(), "earlier\n");
     const std::string kept = test::root() + "/tmp/kept";
     std::filesystem::create_hard_link(history_path(), kept);
@@ -248,7 +248,7 @@ TEST_F(process_log, success_appends_the_changes_to_the_scratch_history) {
               "Tue Nov 14 22:13:20 2023   A.C   \"\"\n");
 }
 
-TEST_F(process_log, a_scratch_file_that_cannot_be_opened_or_removed_is_logged) {
+TEST_F(process_log, logs_a_scratch_file_that_cannot_be_opened_or_removed) {
     test::recording_log diagnostics(dp::log_level::error | dp::log_level::trace_4);
     std::filesystem::create_directories(history_path() + "/in the way");
     dp::process_log log(path(), false);
@@ -265,7 +265,7 @@ TEST_F(process_log, a_scratch_file_that_cannot_be_opened_or_removed_is_logged) {
     EXPECT_EQ(records(), "<T> 0002 DP.DONE 0 1 0\n");
 }
 
-TEST_F(process_log, many_changes_are_all_appended) {
+TEST_F(process_log, appends_every_one_of_many_changes) {
     test::write_file(history_path(), "");
     const std::string kept = test::root() + "/tmp/kept";
     std::filesystem::create_hard_link(history_path(), kept);
@@ -281,7 +281,7 @@ TEST_F(process_log, many_changes_are_all_appended) {
     EXPECT_EQ(test::read_file(kept), expected);
 }
 
-TEST_F(process_log, traps_in_the_place_of_the_scratch_file_are_not_written_to_and_removed) {
+TEST_F(process_log, removes_other_things_named_like_the_scratch_file_without_writing) {
     const std::string precious = test::root() + "/tmp/precious";
     test::write_file(precious, "precious");
     const auto expect_refusal = [] {
@@ -302,7 +302,7 @@ TEST_F(process_log, traps_in_the_place_of_the_scratch_file_are_not_written_to_an
     std::filesystem::create_symlink(test::root() + "/tmp/made", history_path());
     expect_refusal();
     EXPECT_FALSE(std::filesystem::exists(test::root() + "/tmp/made"));
-    // A pipe without a reader, and one with a reader who would see the changes.
+    // A pipe without a reader, and a pipe whose reader would receive the changes.
     ASSERT_EQ(mkfifo(history_path().c_str(), 0600), 0);
     expect_refusal();
     ASSERT_EQ(mkfifo(history_path().c_str(), 0600), 0);
@@ -314,7 +314,7 @@ TEST_F(process_log, traps_in_the_place_of_the_scratch_file_are_not_written_to_an
     close(reader);
 }
 
-TEST_F(process_log, an_absent_scratch_file_is_not_an_error_to_remove) {
+TEST_F(process_log, does_not_log_a_scratch_file_that_is_already_removed) {
     test::recording_log diagnostics(dp::log_level::error | dp::log_level::trace_4);
     dp::process_log log("/dev/null", false);
     std::filesystem::remove_all(test::root() + "/tmp");
@@ -327,7 +327,7 @@ TEST_F(process_log, an_absent_scratch_file_is_not_an_error_to_remove) {
                             line{"LOG", " add_entry: <T> 0002 DP.DONE 0 0 0"}));
 }
 
-TEST_F(process_log, a_status_file_that_cannot_be_written_is_left_as_it_was) {
+TEST_F(process_log, keeps_a_status_file_that_cannot_be_written) {
     const std::string blocked = test::root() + "/tmp/blocked";
     std::filesystem::create_directories(blocked);
     dp::process_log log(blocked, false);
@@ -343,7 +343,7 @@ TEST_F(process_log, a_status_file_that_cannot_be_written_is_left_as_it_was) {
                                             "<T> 0004 DP.OUTFILE f\n");
 }
 
-TEST_F(process_log, acts_through_its_base) {
+TEST_F(process_log, overrides_the_operations_of_client_log) {
     dp::process_log log(path(), false);
     dp::client_log& base = log;
     test::sample_transaction sample("T");

@@ -19,7 +19,7 @@ class sample_configuration : public dp::configuration {
         : dp::configuration(configuration_name) {}
 };
 
-/// A transaction of commands on the settings A.B and A.C, ready to be ended.
+/// A transaction of completed commands on the settings A.B and A.C.
 class sample_transaction {
   public:
     explicit sample_transaction(const std::string& name) : transaction(nullptr) {
@@ -46,7 +46,7 @@ class sample_transaction {
     dp::client_transaction transaction;
 
   private:
-    std::deque<dp::transaction_command> commands_;  // keeps its elements in place
+    std::deque<dp::transaction_command> commands_;  // never moves its elements
 };
 
 }  // namespace test
