@@ -1,5 +1,7 @@
 #include "batch/batch_file_reader.hpp"
 
+#include <cstddef>
+#include <cstdint>
 #include <fstream>
 #include <istream>
 #include <ostream>

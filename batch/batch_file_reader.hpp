@@ -34,7 +34,8 @@ class DP_API batch_file_reader {
     /// and empty lines are neither processed nor reported, whatever their length. A long line takes
     /// no more memory than `longest_line` bytes twice.
     int read_file_reporting_dropped_lines(std::istream& in, registrar* reg,
-                                          dropped_line_listener& dropped, std::size_t longest_line);
+                                          dropped_line_listener& dropped,
+                                          std::uint32_t longest_line);
 
     /// Writes the plain text of a possibly compressed batch file to `out`. False only when the file
     /// can't be opened.

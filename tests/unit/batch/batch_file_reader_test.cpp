@@ -629,7 +629,7 @@ TEST(read_file_reporting_dropped_lines, processes_what_read_file_processes) {
     test::registrar reg;
     std::istringstream in(file);
     EXPECT_EQ(dp::batch_file_reader(&gathered).read_file_reporting_dropped_lines(in, &reg, outcomes,
-                                                                                 std::string::npos),
+                                                                                 0xFFFFFFFF),
               4);
     EXPECT_EQ(gathered.entries, read(file));
     EXPECT_EQ(gathered.registrars, std::vector<dp::registrar*>(4, &reg));
