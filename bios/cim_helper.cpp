@@ -1,24 +1,19 @@
 #include "bios/cim_helper.hpp"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <utility>
 
 #include "batch/batch_file_loader.hpp"
-#include "batch/batch_file_settings_rdr.hpp"
 #include "batch/batch_list_info.hpp"
 #include "batch/qualified_setting_name.hpp"
+#include "bios/attribute_files.hpp"
+#include "bios/uefi_build_id.hpp"
 #include "common/clock.hpp"
-#include "common/file_locks.hpp"
 #include "common/file_utilities.hpp"
 #include "common/fixed_paths.hpp"
-#include "common/log.hpp"
 #include "common/numbers.hpp"
 #include "transactions/command_status.hpp"
 #include "transactions/operations.hpp"
@@ -33,7 +28,7 @@ constexpr std::uint32_t first_correlator = 100;
 constexpr int result_tries = 60;
 constexpr int result_interval_ms = 1000;
 
-// Answers of the operations.
+// Results of the operations.
 constexpr int unknown_collection = 2;
 constexpr int no_result_entries = 3;
 constexpr int reset_failed = 3;
@@ -46,57 +41,6 @@ std::string_view collection_name(const char* cfg) {
         throw std::logic_error("null collection name");
     }
     return cfg;
-}
-
-enum class extent { whole_file, first_line };
-
-// The bytes of a file, or those of its first line and perhaps some more, as far as they can be
-// read. Line by line from a stream would do, were it not that streams swallow it when memory runs
-// out.
-std::string file_text(const std::string& file, extent wanted) {
-    std::ifstream in(file, std::ios::binary);
-    std::array<char, 4096> block{};
-    std::string text;
-    bool enough = false;
-    do {
-        in.read(block.data(), block.size());
-        const std::string_view bytes(block.data(), static_cast<std::size_t>(in.gcount()));
-        text.append(bytes);
-        enough = wanted == extent::first_line && bytes.find('\n') != std::string_view::npos;
-    } while (in && !enough);
-    return text;
-}
-
-// The names and values of a settings file, aligned and in its order; none without a file.
-void read_settings_file(const std::string& file, std::vector<std::string>& names,
-                        std::vector<std::string>& values) {
-    std::stringstream text;
-    batch_file_settings_rdr reader(&names, &values);
-    // A stream swallows what goes wrong inside, but half a file must not pass for a whole one.
-    text.exceptions(std::ios::badbit | std::ios::failbit);
-    reader.decompress(file, text);
-    text.exceptions(std::ios::badbit);
-    reader.read_file(text, nullptr);
-}
-
-// Has the outside tool make `text_file` anew out of the template when the template is newer. How
-// that went shows only in the file.
-void expand_template(const char* options, const std::string& text_file) {
-    const std::string& template_file = cim_helper::dp_api_template_fname;
-    if (!file_newer_than(template_file, text_file)) {
-        return;
-    }
-    const std::string command =
-        fixed_paths::dpspy.str() + options + template_file + " -o " + text_file;
-    log_line(log_level::trace_4, "LOG", command);
-    [[maybe_unused]] const int result = std::system(command.c_str());
-}
-
-void remove_file(const std::string& file) {
-    if (std::remove(file.c_str()) != 0 && errno != ENOENT) {
-        const int error = errno;
-        log_line(log_level::trace_4, "LOG", "remove ", file, " failed, errno= ", error);
-    }
 }
 
 void set_status(dp_transaction& request, std::int32_t status) {
@@ -152,7 +96,7 @@ int cim_helper::is_read_necessary(const std::string& file, unsigned slot, readti
         return 0;
     }
     const std::int32_t modified = mtime(file);
-    // Modification times are cut to 32 bits, and so is the read time that is held against them.
+    // Modification times are cut to 32 bits, so the read time is cut as well to compare them.
     if (last.force == 0 && last.modification_time == modified &&
         static_cast<std::int32_t>(last.read_time) != modified) {
         return 0;
@@ -167,13 +111,7 @@ int cim_helper::read_template(const std::string& cfg, bool force, std::vector<te
     if (!necessary && !force) {
         return 1;
     }
-    const readlock lock(dp_api_template_fname);
-    const std::string text_file = fixed_paths::uefi_info.str();
-    expand_template(" -sf  -i ", text_file);
-    {
-        std::ifstream in(text_file, std::ios::binary);
-        template_info::read_settings(in, out, cfg);
-    }
+    read_template_file(dp_api_template_fname, cfg, out);
     if (necessary) {
         read_times_[slot_template] = times;
     }
@@ -185,17 +123,7 @@ int cim_helper::read_config_names(std::vector<std::string>& names) {
     if (is_read_necessary(dp_api_template_fname, slot_config_names, times) == 0) {
         return 0;
     }
-    const readlock lock(dp_api_template_fname);
-    const std::string list_file = fixed_paths::uefi_configs.str();
-    expand_template(" -sc -i ", list_file);
-    const std::string list = file_text(list_file, extent::whole_file);
-    for (std::size_t begin = 0; begin < list.size();) {
-        const std::size_t end = std::min(list.find('\n', begin), list.size());
-        if (end != begin) {
-            names.emplace_back(list, begin, end - begin);
-        }
-        begin = end + 1;
-    }
+    read_collection_list(dp_api_template_fname, names);
     read_times_[slot_config_names] = times;
     return 1;
 }
@@ -206,7 +134,6 @@ int cim_helper::read_setting_instances(name_lists& inst) {
     if (is_read_necessary(file, slot_instances, times) == 0) {
         return 0;
     }
-    const readlock lock(file);
     std::vector<std::string> names;
     std::vector<std::string> values;
     read_settings_file(file, names, values);
@@ -232,7 +159,6 @@ cim_helper::value_map* cim_helper::read_settings(int which) {
     if (is_read_necessary(file, slot, times) == 0) {
         return &map;
     }
-    const readlock lock(file);
     std::vector<std::string> names;
     std::vector<std::string> values;
     read_settings_file(file, names, values);
@@ -250,28 +176,13 @@ int cim_helper::read_uefi_build_id_file(std::string& id) {
     if (is_read_necessary(file, slot_build_id, times) == 0) {
         return 0;
     }
-    const readlock lock(file);
-    const std::string text = file_text(file, extent::first_line);
-    id.assign(text, 0, text.find('\n'));
+    id = read_build_id(file);
     read_times_[slot_build_id] = times;
     return 1;
 }
 
 int cim_helper::update_uefi_build_id_file() {
-    const std::string file = fixed_paths::uefi_build_id.str();
-    const std::string fresh = tempname(fixed_paths::temporary_folder.str(), "uefiinfo");
-    const std::string command = fixed_paths::sysvpd.str() + " -g UEFIID > " + fresh;
-    if (std::system(command.c_str()) != 0) {
-        log_error_line("Failed running sysvpd");
-    }
-    int replaced = 0;
-    if (compfile(fresh, file) == 0) {
-        const writelock lock(file);
-        copyfile(fresh, file);
-        replaced = 1;
-    }
-    remove_file(fresh);
-    return replaced;
+    return ::update_uefi_build_id_file();
 }
 
 std::uint32_t cim_helper::a2i(const std::string& text, bool hex) {
@@ -350,7 +261,8 @@ const char** cim_helper::get_config_names() {
     return config_name_pointers_.empty() ? nullptr : config_name_pointers_.data();
 }
 
-// Makes the attributes of a collection ready, once there are any. False for an unknown one.
+// Reads the attributes of a collection unless there are any already. False for an unknown
+// collection.
 bool cim_helper::load_attributes(std::string_view cfg, unsigned& idx) {
     if (get_config_idx(cfg, &idx) == 0) {
         return false;
@@ -372,7 +284,7 @@ bool cim_helper::load_attributes(std::string_view cfg, unsigned& idx) {
         entry.convert_to_attribute(attribute);
         index.emplace(attribute.id, attributes.size() - 1);
     }
-    // Moving a vector leaves its entries, and with them the texts, where they are.
+    // Moving a vector does not move its entries, so the attributes' texts stay valid.
     templates_[idx] = std::move(entries);
     attributes_[idx] = std::move(attributes);
     attribute_index_[idx] = std::move(index);
@@ -493,13 +405,13 @@ int cim_helper::process_batch_file(std::vector<basic_transaction_command>& cmds,
         return -1;
     }
     const std::string result_file = fixed_paths::batch_result.str();
-    // An earlier batch's answer is never taken for this one's.
+    // The answer to an earlier batch must not be taken for the answer to this one.
     remove_file(result_file);
     write_batch_file(cmds);
     if (!wait_for_file_exists(result_file, result_tries, result_interval_ms)) {
         return -1;
     }
-    // Whatever the answer says, values may have changed.
+    // Values may have changed, whatever the answer says.
     read_times_[slot_settings].force = 1;
     std::ifstream in(result_file, std::ios::binary);
     if (!in) {
@@ -508,7 +420,7 @@ int cim_helper::process_batch_file(std::vector<basic_transaction_command>& cmds,
     entries.reserve(entries.size() + cmds.size());
     batch_file_loader loader(&entries);
     loader.read_file(in, nullptr);
-    // A folder, or an answer that breaks off: it says nothing about the commands that it lacks.
+    // A directory, or an answer that could not be read to its end: the rest is unknown.
     return in.bad() ? -1 : static_cast<int>(loader.failed);
 }
 
@@ -531,7 +443,7 @@ int cim_helper::set_bios_attribute_value(dp_transaction* trans, unsigned count) 
     trans_to_commands(trans, count, cmds);
     const int result = process_batch_file(cmds, entries);
     if (result == -1) {
-        // There are as many commands as requests, and none for a null array.
+        // One command per request; a null array has none.
         for (std::size_t i = 0; i < cmds.size(); ++i) {
             set_status(trans[i], command_status::not_run);
         }
@@ -588,8 +500,8 @@ int cim_helper::reset_to_defaults(const char* cfg) {
     }
     init_setting_instances();
     std::vector<basic_transaction_command> cmds;
-    // The attributes are looked up in one collection, so that a template without any of them is
-    // read once and not for each instance.
+    // Loads the collection once: get_attribute would read a template without attributes again
+    // for each instance.
     if (idx < instances_.size() && !instances_[idx].empty() && load_attributes(collection, idx)) {
         qualified_setting_name parts;
         for (const std::string& name : instances_[idx]) {

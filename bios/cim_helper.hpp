@@ -17,28 +17,28 @@
 
 namespace dp {
 
-/// When a watched file was last read, and how it was then.
+/// When a watched file was last read, and its modification time at that read.
 struct readtimes {
     std::int64_t read_time = 0;          ///< seconds since the epoch; 0 never
-    std::int32_t modification_time = 0;  ///< the file's, at that read
-    std::uint32_t force = 0;             ///< non-zero: the next question is answered with a read
+    std::int32_t modification_time = 0;  ///< of the file, at that read
+    std::uint32_t force = 0;             ///< non-zero: the next check asks for a read
 };
 
-/// The BIOS attribute service behind the C API: reads its files on first need and keeps what it
-/// read. Not thread-safe.
+/// The BIOS attribute service that implements the C API. Reads its files on first use and caches
+/// their contents. Not thread-safe.
 ///
 /// Its file names become part of command lines that a shell runs. They come from the process that
 /// loads the library and are trusted; nothing that is read from a file reaches a command line.
 ///
 /// Where a collection's name is a `const char*`, null throws std::logic_error. A call that ends
-/// with any other exception (memory) can be made again: what was not read to its end counts as not
-/// read.
+/// with any other exception (out of memory) can be repeated: a file that was not read completely
+/// counts as not read.
 class cim_helper {
   public:
     using value_map = std::map<std::string, std::string>;
     using name_lists = std::vector<std::vector<std::string>>;
 
-    // Class-wide, and replaced before first use, by contract.
+    // Class-wide; replaced only before first use, by contract.
     // NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables)
     static std::string dp_api_template_fname;
     /// Item 0: the settings file (values as last set); item 1: the current-values file.
@@ -50,17 +50,17 @@ class cim_helper {
     cim_helper(const cim_helper&) = delete;
     cim_helper& operator=(const cim_helper&) = delete;
 
-    /// Does nothing: every file is read on first need. Always 1.
+    /// Does nothing: every file is read on first use. Always 1.
     static int init() { return 1; }
 
     // Reading the files.
 
-    /// 1 when `file` must be read (again), with `out` filled for the caller to store in the slot
-    /// once it has read; 0 when the slot's last read is at most 4 seconds old or the file has not
-    /// changed since. A file that changed in the second in which it was read is read again.
+    /// 1 when `file` must be read (again); the caller stores `out` in the slot after the read. 0
+    /// when the slot's last read is at most 4 seconds old or the file has not changed since. A file
+    /// that changed in the same second in which it was read is read again.
     int is_read_necessary(const std::string& file, unsigned slot, readtimes& out) const;
-    /// Appends the template's entries of a collection to `out` when the template changed, or in any
-    /// case with `force`. Always 1.
+    /// Appends the template's entries of a collection to `out` if the template changed or `force`
+    /// is set. Always 1.
     int read_template(const std::string& cfg, bool force, std::vector<template_info>& out);
     /// Appends the names of the collections. 1 read, 0 not necessary.
     int read_config_names(std::vector<std::string>& names);
@@ -79,8 +79,8 @@ class cim_helper {
 
     // Queries.
 
-    /// Read the list of collections (and the build id), and the setting instances, once for the
-    /// life of the service. What needs them calls them. Always 1.
+    /// Read the list of collections (and the build id), and the setting instances, once in the
+    /// lifetime of the service. Operations that need them call them. Always 1.
     int init_confignames();
     int init_setting_instances();
     /// 1 and the first position of the name in the list of collections; 0 when it is not there.
@@ -89,16 +89,16 @@ class cim_helper {
     int get_config_count();
     /// The first of the collections' names; null without any.
     const char** get_config_names();
-    /// The first of a collection's attributes, which are read once there are any; null without any.
+    /// The first of a collection's attributes, read until there are any; null without any.
     dp_attribute* get_attributes(const char* cfg);
-    /// How many attributes `get_attributes` gave; reads nothing but the list of collections.
+    /// How many attributes `get_attributes` returned; reads only the list of collections.
     unsigned get_attributes_count(const char* cfg);
-    /// The first attribute with the name's setting part for its id; null without one.
+    /// The first attribute whose id is the setting part of the name; null without one.
     dp_attribute* get_attribute(const char* name);
     /// The first of the names of a collection's setting instances; null without any.
     const char** get_attribute_names(const char* cfg);
     unsigned get_attribute_names_count(const char* cfg);
-    /// 1 and the value of that name; 0, and `value` untouched, without one.
+    /// 1 and the value of that name; 0 without one, and `value` is unchanged.
     static int get_setting_value(const value_map* map, const std::string& name, std::string* value);
     /// Answers each request in `trans`; returns how many failed.
     int get_bios_attribute_value(dp_transaction* trans, unsigned count, int which);
@@ -108,23 +108,23 @@ class cim_helper {
     /// Appends one command per request, in order, with correlators from 100 up.
     void trans_to_commands(const dp_transaction* trans, unsigned count,
                            std::vector<basic_transaction_command>& cmds) const;
-    /// Writes the batch file; the next one gets another transaction id.
+    /// Writes the batch file; the next batch gets another transaction id.
     void write_batch_file(std::vector<basic_transaction_command>& cmds);
-    /// Has the commands carried out and gathers the answers, which may take a minute. How many
-    /// failed, or -1 when there is nothing to do or no answer.
+    /// Lets the settings service execute the commands and gathers the answers, which may take a
+    /// minute. How many failed, or -1 when there is nothing to do or no answer.
     int process_batch_file(std::vector<basic_transaction_command>& cmds,
                            std::vector<batch_file_entry>& entries);
-    /// Index of the first command with that correlator, or -1. The commands are in the order of
-    /// their correlators, as `trans_to_commands` makes them.
+    /// Index of the first command with that correlator, or -1. The commands are sorted by
+    /// correlator, as `trans_to_commands` makes them.
     static int find_correlator_index(const std::vector<basic_transaction_command>& cmds,
                                      std::uint32_t corr);
-    /// These three answer what the functions of the C API document.
+    /// These three return what the functions of the C API document.
     int set_bios_attribute_value(dp_transaction* trans, unsigned count);
     int need_reinit(const char* cfg);
     int reset_to_defaults(const char* cfg);
 
   private:
-    // The read-time slots. Two of the files have two readers, each with its own slot.
+    // Read-time slots. Two of the files have two readers, each with a slot of its own.
     static constexpr unsigned slot_settings = 0;
     static constexpr unsigned slot_current = 1;
     static constexpr unsigned slot_template = 2;
@@ -152,7 +152,7 @@ class cim_helper {
     std::vector<std::vector<const char*>> attribute_names_;
     std::string build_id_;
 
-    // Indexes beside the lists above: the first position of a name or id.
+    // Indexes of the lists above: the first position of a name or id.
     std::unordered_map<std::string_view, unsigned> config_index_;
     std::vector<std::unordered_map<std::string_view, std::size_t>> attribute_index_;
 };

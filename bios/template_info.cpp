@@ -12,8 +12,8 @@
 #include <string_view>
 
 #include "common/byte_scan.hpp"
-#include "common/reserve_estimate.hpp"
 #include "common/numbers.hpp"
+#include "common/reserve_estimate.hpp"
 
 // Records are scanned by hand, in place, in one pass over the file's bytes. The rules are those of
 // a delimited stream extraction, which the tests keep beside it:
