@@ -27,9 +27,9 @@ struct file_closer {
 
 using input_file = std::unique_ptr<std::FILE, file_closer>;
 
-// Everybody may write to the folder of temporary files, so what lies there under the table's name
-// may be a trap: a pipe's other end is not waited for, nor a device read. Null when there is no
-// regular file to read.
+// Every user may write to the folder of temporary files, so anything may have the table's name:
+// never waits for the other end of a pipe and never reads a device. Null when there is no regular
+// file.
 input_file open_table(const std::string& path) {
     const int descriptor = open_regular_file(path, O_RDONLY);
     if (descriptor < 0) {
@@ -42,8 +42,8 @@ input_file open_table(const std::string& path) {
     return file;
 }
 
-// Takes the next line without its end. False when there is none, it is too long, or the file can't
-// be read.
+// Reads the next line without its newline. False when there is none, it is too long, or the file
+// cannot be read.
 bool read_line(std::FILE& file, std::string& line) {
     line.clear();
     int c = EOF;
@@ -56,7 +56,7 @@ bool read_line(std::FILE& file, std::string& line) {
     return c == '\n' || (!line.empty() && std::ferror(&file) == 0);
 }
 
-std::string_view without_blanks_around(std::string_view text) {
+std::string_view trim_spaces(std::string_view text) {
     const std::size_t first = text.find_first_not_of(' ');
     if (first == std::string_view::npos) {
         return {};
@@ -79,8 +79,7 @@ std::optional<BitMap> parse_line(std::string_view line) {
     }
     const auto name = line.substr(equals + 1, colons - equals - 1);
     const auto value = line.substr(colons + 2);
-    return BitMap{bit.value, std::string(without_blanks_around(name)),
-                  std::string(without_blanks_around(value))};
+    return BitMap{bit.value, std::string(trim_spaces(name)), std::string(trim_spaces(value))};
 }
 
 void copy_text(const std::string& from, char (&to)[DP_CATEGORY_TEXT_SIZE]) {

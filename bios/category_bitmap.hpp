@@ -19,20 +19,20 @@ struct BitMap {
 /// The event category table: a text file of lines `<number> = <name> :: <value>`.
 class category_bitMap {
   public:
-    /// Names the table's file; reads nothing.
+    /// Sets `file_name`; reads nothing.
     category_bitMap();
 
-    /// Appends the file's entries in the file's order, equal ones too. Lines that do not begin with
-    /// a digit, lack "=" or "::" behind it, or have a number beyond 32 bits are skipped. A line of
-    /// 200 characters or more ends the reading. A file that can't be opened, or is none, such as a
-    /// folder or a pipe, has no entries.
+    /// Appends the file's entries in the file's order, duplicates included. Skips lines that do not
+    /// begin with a digit, lack "=" or a "::" after it, or have a number beyond 32 bits. Stops at a
+    /// line of 200 characters or more. A file that cannot be opened or is not a regular file has no
+    /// entries.
     void extractBitMap();
 
     std::string file_name;
     std::vector<BitMap> entries;
 };
 
-/// Fills the record of the C API; texts are cut to 255 characters.
+/// Fills an entry of the C API; texts are cut to 255 characters.
 void copy_to_entry(const BitMap& from, dp_category_map_entry& to);
 
 }  // namespace dp

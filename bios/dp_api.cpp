@@ -14,8 +14,8 @@ constexpr int failed = 1;
 constexpr int unknown_collection = 2;
 constexpr int reset_failed = 3;
 
-// The service, or null. It is owned here, but by no object that goes by itself: functions that run
-// at a program's exit may still use the service, and uninitialise it.
+// The service, or null. Owned, but not by an object with a destructor: functions that run at the
+// program's exit may still use and uninitialise the service.
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
 constinit dp::cim_helper* service = nullptr;
 
@@ -25,15 +25,15 @@ void refuse_null(const char* collection) {
     }
 }
 
-// Runs `call` with the service. No exception may reach a C caller: `otherwise` answers for it.
-template <class Call, class Otherwise>
-int guarded(Call call, Otherwise otherwise) {
+// Runs `call` with the service. No exception may reach a C caller: after one, returns `on_error()`.
+template <class Call, class OnError>
+int guarded(Call call, OnError on_error) {
     try {
         return call(*service);
     } catch (const abi::__forced_unwind&) {
-        throw;  // The thread is being cancelled: not a failure, and not ours to stop.
+        throw;  // The thread is being cancelled, which must not be stopped.
     } catch (...) {
-        return otherwise();
+        return on_error();
     }
 }
 
@@ -42,8 +42,25 @@ int guarded(Call call) {
     return guarded(call, [] { return failed; });
 }
 
+// Runs `call` with the service when it has the collection.
+template <class Call>
+int query(const char* collection, Call call) {
+    if (service == nullptr) {
+        return failed;
+    }
+    refuse_null(collection);
+    return guarded([&](dp::cim_helper& helper) {
+        if (helper.is_valid_collection(collection) == 0) {
+            return unknown_collection;
+        }
+        call(helper);
+        return 0;
+    });
+}
+
+// Sets an output that may be null.
 template <class Value>
-void give(Value* output, Value value) {
+void set_output(Value* output, Value value) {
     if (output != nullptr) {
         *output = value;
     }
@@ -80,41 +97,25 @@ int dp_get_bios_collections(const char*** names, unsigned* count) {
     }
     return guarded([&](dp::cim_helper& helper) {
         const char** list = helper.get_config_names();
-        give(names, list);
-        give(count, static_cast<unsigned>(helper.get_config_count()));
+        set_output(names, list);
+        set_output(count, static_cast<unsigned>(helper.get_config_count()));
         return 0;
     });
 }
 
 int dp_get_bios_attributes(const char* collection, dp_attribute** attrs, unsigned* count) {
-    if (service == nullptr) {
-        return failed;
-    }
-    refuse_null(collection);
-    return guarded([&](dp::cim_helper& helper) {
-        if (helper.is_valid_collection(collection) == 0) {
-            return unknown_collection;
-        }
+    return query(collection, [&](dp::cim_helper& helper) {
         dp_attribute* list = helper.get_attributes(collection);
-        give(attrs, list);
-        give(count, helper.get_attributes_count(collection));
-        return 0;
+        set_output(attrs, list);
+        set_output(count, helper.get_attributes_count(collection));
     });
 }
 
 int dp_get_bios_attribute_names(const char* collection, const char*** names, unsigned* count) {
-    if (service == nullptr) {
-        return failed;
-    }
-    refuse_null(collection);
-    return guarded([&](dp::cim_helper& helper) {
-        if (helper.is_valid_collection(collection) == 0) {
-            return unknown_collection;
-        }
+    return query(collection, [&](dp::cim_helper& helper) {
         const char** list = helper.get_attribute_names(collection);
-        give(names, list);
-        give(count, helper.get_attribute_names_count(collection));
-        return 0;
+        set_output(names, list);
+        set_output(count, helper.get_attribute_names_count(collection));
     });
 }
 
@@ -127,7 +128,7 @@ int dp_get_bios_attribute(const char* name, dp_attribute** attr) {
         found = helper.get_attribute(name);
         return found != nullptr ? 0 : failed;
     });
-    give(attr, found);
+    set_output(attr, found);
     return result;
 }
 

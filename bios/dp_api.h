@@ -2,31 +2,33 @@
 #define DP_BIOS_DP_API_H
 
 /*
- * The BIOS (UEFI) setup attributes of the managed server: read them and change their values.
+ * Reads and changes the BIOS (UEFI) setup attributes of the managed server.
  *
  * Order of calls: the dp_cim_change_*_fname functions (optional), dp_api_initialize, then queries
- * and changes in any order, and dp_api_uninitialize last. Every function but dp_api_initialize and
- * the setters answers 1, and writes nothing, while the service is not initialised.
+ * and changes in any order, and dp_api_uninitialize last. While the service is not initialised,
+ * every function but dp_api_initialize and the setters returns 1 and writes nothing.
  *
- * Files are read on first need, and again when a function says so. A file that is missing counts as
- * empty: no collections, no attributes, no values.
+ * Files are read when they are first needed, and again where a function's comment says so. A
+ * missing file is the same as an empty one: no collections, no attributes, no values.
  *
- * Null: an output pointer may be null, its result is then not given; a null array of requests
- * counts as an array of none; a null name names nothing; a null new_value is an empty text. Only a
- * null collection is refused, by a std::logic_error that is thrown out of the function. No other
- * exception leaves it: when memory runs out or a file breaks off, queries answer 1 and hand nothing
- * out, the other functions fail as a whole, and the call can be made again.
+ * Null pointers: an output pointer may be null; that result is then not returned. A null array of
+ * requests is an empty array. A null name matches nothing. A null new_value is an empty text. Only
+ * a null collection is refused: the function throws std::logic_error.
  *
- * Threads: the service has no lock; never call it from two threads at once. Files that it shares
- * with other processes are read under advisory file locks.
+ * Failures: no other exception leaves a function. When memory runs out or reading a file fails,
+ * queries return 1 without results and the other functions fail as a whole. The call can be
+ * repeated.
  *
- * Lifetime: every text and array handed out belongs to the service and stays valid until the same
+ * Threads: the service has no lock. Never call it from two threads at the same time. Files that it
+ * shares with other processes are read under advisory file locks.
+ *
+ * Lifetime: every returned text and array belongs to the service and is valid until the same
  * collection is read again or the service is uninitialised. Callers never free it.
  *
  * Texts are bytes; no character set is assumed.
  */
 
-/* A C99 header: what C++ would write otherwise stays. NOLINTBEGIN(modernize-*) */
+/* This header is C99. NOLINTBEGIN(modernize-*) */
 
 #include <stddef.h>
 #include <stdint.h>
@@ -60,12 +62,12 @@ typedef struct dp_attribute {
     const char* dsc; /* description */
     const char* fds;
     int32_t type; /* DP_TYPE_ENUMERATION, ... */
-    uint32_t flg; /* flags; bit 20: the attribute carries rec */
+    uint32_t flg; /* flags; bit 20: the attribute has a rec item */
     uint32_t mni;
     uint32_t mxi;
     const char* dft; /* default value */
     const char* mfg;
-    const char* dfa; /* "remove": the default is that the setting is deleted */
+    const char* dfa; /* "remove": the default is a deleted setting */
     const char* rec;
     uint32_t min; /* numeric: lower bound, upper bound, step */
     uint32_t max;
@@ -79,8 +81,8 @@ typedef struct dp_attribute {
 
 #define DP_VALUE_SIZE 80 /* bytes of dp_transaction.value, its NUL included */
 
-/* One request to read or change an attribute's value. The caller supplies the record and keeps the
- * texts alive during the call. */
+/* One request to read or change an attribute's value. The caller provides it and keeps its texts
+ * valid during the call. */
 typedef struct dp_transaction {
     uint32_t status;       /* out: 0 success; 16 no value; 19 the value was cut to 79 characters;
                               224 not a read; 255 the call failed as a whole; else the error code of
@@ -91,8 +93,8 @@ typedef struct dp_transaction {
     char value[DP_VALUE_SIZE]; /* out: value read, NUL-terminated */
 } dp_transaction;
 
-/* The 32-bit target's binaries know the records as 28 and 24 words and walk arrays of them by that
- * stride. */
+/* Binaries for the 32-bit target use these structures as 28 and 24 words, and walk arrays of them
+ * with that stride. */
 #if defined(__SIZEOF_POINTER__) && __SIZEOF_POINTER__ == 4
 #ifdef __cplusplus
 #define DP_STATIC_ASSERT_(condition, text) static_assert(condition, text)
@@ -140,60 +142,62 @@ DP_STATIC_ASSERT_(sizeof(dp_transaction) == 4 * 24, "dp_transaction is 24 words"
 #undef DP_STATIC_ASSERT_
 #endif
 
-/* Creates the service; a second call does nothing. Reads no file. 0; 1 out of memory. */
+/* Creates the service; a second call does nothing. Reads no file. 0 success; 1 out of memory. */
 DP_C_API int dp_api_initialize(void);
 
-/* Destroys the service, and with it all that it handed out. Always 0. */
+/* Destroys the service with every text and array it returned. Always 0. */
 DP_C_API int dp_api_uninitialize(void);
 
-/* The names of the collections. 0; 1 not initialised. *names is null when there are none. */
+/* Gets the names of the collections. 0 success; 1 not initialised. *names is null when there are
+ * none. */
 DP_C_API int dp_get_bios_collections(const char*** names, unsigned* count);
 
-/* The attributes of a collection, as an array that is walked record by record; they are read once.
- * 0; 1 not initialised; 2 unknown collection. *attrs is null when there are none. */
+/* Gets the attributes of a collection as an array. They are read once. 0 success; 1 not
+ * initialised; 2 unknown collection. *attrs is null when there are none. */
 DP_C_API int dp_get_bios_attributes(const char* collection, dp_attribute** attrs, unsigned* count);
 
-/* The qualified names of a collection's setting instances, as the settings file lists them; they
- * are read once. 0; 1 not initialised; 2 unknown collection. *names is null when there are none. */
+/* Gets the qualified names of a collection's setting instances in the order of the settings file.
+ * They are read once. 0 success; 1 not initialised; 2 unknown collection. *names is null when there
+ * are none. */
 DP_C_API int dp_get_bios_attribute_names(const char* collection, const char*** names,
                                          unsigned* count);
 
-/* The first attribute whose id is the middle part of a qualified name (collection "." attribute
- * [ "." instance ]). 0 found; 1 not found (*attr is null) or not initialised. */
+/* Gets the first attribute whose id is the attribute part of a qualified name (collection "."
+ * attribute [ "." instance ]). 0 found; 1 not found (*attr is null) or not initialised. */
 DP_C_API int dp_get_bios_attribute(const char* name, dp_attribute** attr);
 
-/* Reads the values of trans[0 .. count-1], whose operation must be 1, from the settings file (which
- * 0: as last set) or the current-values file (any other which: in force). Number of requests that
- * failed, each with its reason in status (a value that was cut did not fail); 1 also when not
- * initialised. A file is read again when it changed and the last read lies more than 4 seconds
- * back, the settings file also after every batch. */
+/* Reads the values of trans[0 .. count-1], whose operation must be 1: from the settings file, as
+ * last set, when which is 0; else from the current-values file, as now in force. Returns the number
+ * of failed requests, each with its reason in status; a value that was cut is not a failure.
+ * Returns 1 also when not initialised. A file is read again when it changed and was last read more
+ * than 4 seconds ago, the settings file also after every batch. */
 DP_C_API int dp_get_bios_attribute_value(dp_transaction* trans, unsigned count, int which);
 
-/* Has the settings service carry out trans[0 .. count-1] as one batch and waits for it, at most
- * about 60 seconds. 0 all done (status fields stay as they were); -1 the batch could not be run
+/* Sends trans[0 .. count-1] to the settings service as one batch and waits for the result, at most
+ * about 60 seconds. 0 all commands succeeded (no status is changed); -1 the batch could not be run
  * (every status is 255); 3 failures were reported without result entries; otherwise the number of
- * failed commands, each with its code in status; 1 also when not initialised. Names and values go
- * into a line of text as they stand: a double quote, backslash or line end in them does not arrive.
- * One process at a time may do this. */
+ * failed commands, each with its code in status; 1 also when not initialised. Names and values are
+ * written to a line of text without escaping, so they must not contain a double quote, backslash or
+ * newline. Only one process at a time may call this. */
 DP_C_API int dp_set_bios_attribute_value(dp_transaction* trans, unsigned count);
 
-/* Whether what the service handed out is out of date. 0 no; 1 not initialised; 2 unknown
- * collection; 4 the collections changed; 5 the setting instances changed; 6 another BIOS build. A
- * change is reported once; initialise the service anew then. */
+/* Checks whether the returned data is out of date. 0 no; 1 not initialised; 2 unknown collection; 4
+ * the collections changed; 5 the setting instances changed; 6 another BIOS build. A change is
+ * reported once. After it, uninitialise and initialise the service. */
 DP_C_API int dp_bios_need_reinit(const char* collection);
 
-/* Sets every setting instance of the collection to its default, in one batch. 0 all done; 1 not
- * initialised; 2 unknown collection; 3 the batch failed in part or whole, or there was nothing to
+/* Sets every setting instance of the collection to its default, in one batch. 0 all succeeded; 1
+ * not initialised; 2 unknown collection; 3 some or all commands failed, or there was nothing to
  * reset. */
 DP_C_API int dp_bios_reset_to_defaults(const char* collection);
 
 #ifdef __cplusplus
 } /* extern "C" */
 
-/* Replace the service's file names, before its first use. They outlive the service. The names
- * become part of command lines that a shell runs: they come from the program itself and are
- * trusted, never from a file or a user. A null name is ignored. These three have C++ linkage and
- * may throw std::bad_alloc. */
+/* Replace the service's file names; call them before dp_api_initialize. The names remain set after
+ * the service is uninitialised. They become part of command lines that a shell runs, so they must
+ * be trusted: from the program itself, never from a file or a user. A null name is ignored. These
+ * three have C++ linkage and may throw std::bad_alloc. */
 DP_C_API void dp_cim_change_template_fname(const char* fname);
 DP_C_API void dp_cim_change_settings_fname(const char* fname);
 DP_C_API void dp_cim_change_current_fname(const char* fname);

@@ -9,7 +9,7 @@ int dp_get_uim_event_category_mapping(dp_category_map_entry* out, uint32_t* coun
         return -1;
     }
     *count = 0;
-    // C callers can't take an exception; only a lack of memory throws here.
+    // No exception may reach a C caller. Only a lack of memory throws here.
     try {
         dp::category_bitMap map;
         map.extractBitMap();

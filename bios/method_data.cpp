@@ -73,7 +73,7 @@ ZEB_MethodData::ZEB_MethodData(std::vector<unsigned char> record) : buffer(std::
     const auto name = buffer.begin() + static_cast<std::ptrdiff_t>(header_size);
     const auto payload = name + static_cast<std::ptrdiff_t>(name_length);
     method.assign(name, payload);
-    // Compared with what is left, so that no sum of hostile lengths overflows.
+    // Compare with the rest of the buffer, so that no sum of hostile lengths overflows.
     const std::size_t left = size - header_size - name_length;
     const std::size_t length = get_big_endian_32(buffer, 8);
     if (length > left) {

@@ -15,14 +15,14 @@
 #include "common/numbers.hpp"
 #include "common/reserve_estimate.hpp"
 
-// Records are scanned by hand, in place, in one pass over the file's bytes. The rules are those of
-// a delimited stream extraction, which the tests keep beside it:
-//   - a record ends with A7 or with the file; one line feed directly behind A7 belongs to it;
-//   - a key ends with the first ":" behind it, whatever stands before; without one, nothing more of
-//     the record counts;
-//   - a value ends with the first 95, or with the record; a key with nothing at all behind its ":"
-//     is dropped.
-// Every byte may be zero.
+// Template records are scanned in one pass over the file's bytes, in place. The rules are those of
+// a delimited stream extraction, with which the tests compare it:
+//   - a record ends with A7 or with the file; one line feed directly after A7 belongs to it;
+//   - a key ends with the next ":", whatever bytes it contains; without one the rest of the record
+//     is ignored;
+//   - a value ends with the next 95 or with the record; a key with nothing after its ":" is
+//   ignored.
+// Any byte may be zero.
 
 namespace {
 
@@ -34,23 +34,23 @@ std::uint32_t hexadecimal(std::string_view text) {
     return dp::parse_unsigned(text, dp::number_base::hexadecimal).value;
 }
 
-/// A key and its colon, which are never longer than a word of 64 bits: one comparison tells
-/// whether an item begins with them.
+/// A key and its colon, at most 8 bytes, so that one comparison of words tests whether an item
+/// begins with them.
 class item_key {
   public:
     explicit constexpr item_key(std::string_view key) {
         std::array<char, sizeof(word)> bytes{};
-        std::array<char, sizeof(word)> taken{};
+        std::array<char, sizeof(word)> mask{};
         for (std::size_t i = 0; i <= key.size(); ++i) {
             bytes.at(i) = i < key.size() ? key[i] : ':';
-            taken.at(i) = '\xFF';
+            mask.at(i) = '\xFF';
         }
         bytes_ = std::bit_cast<word>(bytes);
-        taken_ = std::bit_cast<word>(taken);
+        mask_ = std::bit_cast<word>(mask);
         size_ = key.size() + 1;
     }
 
-    /// As many bytes of an item as a key may have.
+    /// The first bytes of an item.
     using word = std::uint64_t;
     static word first_bytes(const char* item) {
         word bytes = 0;
@@ -58,39 +58,56 @@ class item_key {
         return bytes;
     }
 
-    [[nodiscard]] bool begins(word item) const { return ((item ^ bytes_) & taken_) == 0; }
+    [[nodiscard]] bool begins(word item) const { return ((item ^ bytes_) & mask_) == 0; }
     [[nodiscard]] std::size_t size() const { return size_; }
+
+    void append_to(std::string& line) const {
+        const auto bytes = std::bit_cast<std::array<char, sizeof(word)>>(bytes_);
+        line.append(bytes.data(), size_);
+    }
 
   private:
     word bytes_ = 0;
-    word taken_ = 0;  // the bits of `bytes_` that count
+    word mask_ = 0;  // the used bits of `bytes_`
     std::size_t size_ = 0;
 };
 
-void store_text(std::string& text, std::string_view value) {
+void assign_text(std::string& text, std::string_view value) {
     if (value.size() <= text.capacity()) {
         text.clear();
         text.append(value);
     } else {
-        // A new text takes no more memory than it needs; one that grows takes twice as much.
+        // A new string has exactly the memory it needs; a growing one doubles its memory.
         text = std::string(value);
     }
 }
 
-/// A kind of item: its key, and the field that takes its value.
+template <class Integer>
+void append_number(std::string& line, Integer value, int base) {
+    std::array<char, 16> digits{};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value, base);
+    line.append(digits.data(), end.ptr);
+}
+
+/// Which records a kind of item is written to.
+enum class write_condition { always, with_rec_flag, for_numeric, for_string, for_enumeration };
+
+/// A kind of item: its key, the field that has its value, and when it is written.
 struct item_kind {
-    constexpr item_kind(std::string_view name, std::string template_info::*field)
-        : key(name), text(field) {}
+    constexpr item_kind(std::string_view name, std::string template_info::*field,
+                        write_condition condition = write_condition::always)
+        : key(name), text(field), when(condition) {}
     constexpr item_kind(std::string_view name, std::uint32_t template_info::*field,
+                        write_condition condition = write_condition::always,
                         std::uint32_t (*conversion)(std::string_view) = decimal)
-        : key(name), number(field), read(conversion) {}
-    /// Read like the unsigned numbers; "-1" comes out as -1 all the same.
+        : key(name), number(field), read(conversion), when(condition) {}
+    /// Read as an unsigned number, which also converts "-1" to -1.
     constexpr item_kind(std::string_view name, std::int32_t template_info::*field)
         : key(name), signed_number(field) {}
 
     void store(template_info& info, std::string_view value) const {
         if (text != nullptr) {
-            store_text(info.*text, value);
+            assign_text(info.*text, value);
         } else if (number != nullptr) {
             info.*number = read(value);
         } else {
@@ -98,14 +115,27 @@ struct item_kind {
         }
     }
 
+    void append_to(std::string& line, const template_info& info) const {
+        key.append_to(line);
+        if (text != nullptr) {
+            line.append(info.*text);
+        } else if (number != nullptr) {
+            append_number(line, info.*number, read == hexadecimal ? 16 : 10);
+        } else {
+            append_number(line, info.*signed_number, 10);
+        }
+        line.push_back(template_info::item_end);
+    }
+
     item_key key;
     std::string template_info::*text = nullptr;
     std::uint32_t template_info::*number = nullptr;
     std::uint32_t (*read)(std::string_view) = nullptr;
     std::int32_t template_info::*signed_number = nullptr;
+    write_condition when = write_condition::always;
 };
 
-/// In the order in which records are written.
+/// In the order in which they are written.
 constexpr std::array item_kinds{
     item_kind{"id", &template_info::id},
     item_kind{"cfg", &template_info::cfg},
@@ -119,26 +149,26 @@ constexpr std::array item_kinds{
     item_kind{"mri", &template_info::mri},
     item_kind{"dsc", &template_info::dsc},
     item_kind{"fds", &template_info::fds},
-    item_kind{"flg", &template_info::flg, hexadecimal},
+    item_kind{"flg", &template_info::flg, write_condition::always, hexadecimal},
     item_kind{"dft", &template_info::dft},
     item_kind{"mni", &template_info::mni},
     item_kind{"mxi", &template_info::mxi},
     item_kind{"mfg", &template_info::mfg},
     item_kind{"dfa", &template_info::dfa},
     item_kind{"type", &template_info::type},
-    item_kind{"rec", &template_info::rec},
-    item_kind{"min", &template_info::min},
-    item_kind{"max", &template_info::max},
-    item_kind{"stp", &template_info::stp},
-    item_kind{"minc", &template_info::minc},
-    item_kind{"maxc", &template_info::maxc},
-    item_kind{"reg", &template_info::reg},
-    item_kind{"num", &template_info::num},
-    item_kind{"chc", &template_info::chc},
+    item_kind{"rec", &template_info::rec, write_condition::with_rec_flag},
+    item_kind{"min", &template_info::min, write_condition::for_numeric},
+    item_kind{"max", &template_info::max, write_condition::for_numeric},
+    item_kind{"stp", &template_info::stp, write_condition::for_numeric},
+    item_kind{"minc", &template_info::minc, write_condition::for_string},
+    item_kind{"maxc", &template_info::maxc, write_condition::for_string},
+    item_kind{"reg", &template_info::reg, write_condition::for_string},
+    item_kind{"num", &template_info::num, write_condition::for_enumeration},
+    item_kind{"chc", &template_info::chc, write_condition::for_enumeration},
 };
 
-/// Finds the kinds of a record's items. Items mostly come in the order in which they are written,
-/// so the search goes on behind the kind that was found last.
+/// Finds the kinds of a record's items. Most items are in the order in which they are written, so
+/// each search starts after the kind found last.
 class kind_finder {
   public:
     /// The kind of the item that begins with `item`; null when no kind has its key.
@@ -157,14 +187,14 @@ class kind_finder {
     std::size_t next_ = 0;
 };
 
-/// What must be readable behind a record: an end byte, which no key goes beyond, and further bytes
-/// that may hold anything.
+/// Readable bytes required after a record: an end byte, which stops the search for a key, and
+/// further bytes of any value.
 constexpr std::size_t record_padding = sizeof(item_key::word);
 
-/// The first item end from `at` on, or `last`.
+/// The first item end byte from `at` on, or `last`.
 const char* find_item_end(const char* at, const char* last) {
     if constexpr (dp::byte_scan::is_supported) {
-        // Most values are shorter than a chunk.
+        // Fast path: most values are shorter than a chunk.
         const auto found = dp::byte_scan::equal(dp::byte_scan::load(at), template_info::item_end);
         if (found != 0) {
             return std::min(at + dp::byte_scan::first_of(found), last);
@@ -195,15 +225,15 @@ void parse_record(template_info& info, std::string_view record) {
     }
 }
 
-/// Splits a stream into records. Holds one window of the file and looks at each byte once, but for
-/// the part of a record that lies across two windows.
+/// Splits a stream into records. Buffers one window of the file and scans each byte once, except in
+/// records that cross the end of a window.
 class record_splitter {
   public:
     explicit record_splitter(std::istream& in)
         : in_(in), window_(std::make_unique_for_overwrite<char[]>(window_size + record_padding)) {}
 
-    /// The next record without its end byte, good until the next call. False at the end of the
-    /// stream, and for a record that is too long, which leaves the stream failed.
+    /// Gets the next record without its end byte, valid until the next call. False at the end of
+    /// the stream, and for a record that is too long, which leaves the stream failed.
     bool next(std::string_view& record) {
         if (skip_line_feed_) {
             if (size() == 0) {
@@ -236,7 +266,7 @@ class record_splitter {
         return !record.empty();
     }
 
-    /// How much the records so far took, and about how much the stream still has.
+    /// Bytes of the records so far, and about how many bytes the stream still has.
     [[nodiscard]] std::size_t bytes_read() const { return bytes_read_; }
     [[nodiscard]] std::size_t bytes_left() const {
         const std::streamsize in_stream = in_.rdbuf()->in_avail();
@@ -249,13 +279,13 @@ class record_splitter {
     [[nodiscard]] const char* start() const { return window_.get() + begin_; }
     [[nodiscard]] std::size_t size() const { return end_ - begin_; }
 
-    /// The end byte of the record at `start`, as far as a record may reach; null without one.
+    /// The end byte of the record at `start`; null when it has none within the limit.
     [[nodiscard]] const char* find_end() const {
         const std::size_t reach = std::min<std::size_t>(size(), template_info::record_limit + 1);
         return static_cast<const char*>(std::memchr(start(), template_info::record_end, reach));
     }
 
-    /// Moves what is left to the front and fills the window up behind it, as far as there is more.
+    /// Moves the rest to the start of the window and fills the window from the stream.
     void refill() {
         std::memmove(window_.get(), start(), size());
         end_ = size();
@@ -275,22 +305,27 @@ class record_splitter {
     bool skip_line_feed_ = false;
 };
 
-void append_text(std::string& line, std::string_view key, std::string_view value) {
-    line.append(key);
-    line.append(value);
-    line.push_back(template_info::item_end);
-}
-
-template <class Integer>
-void append_number(std::string& line, std::string_view key, Integer value, int base = 10) {
-    std::array<char, 16> digits{};
-    const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), value, base);
-    append_text(line, key, {digits.data(), static_cast<std::size_t>(written.ptr - digits.data())});
+bool is_written(write_condition when, const template_info& info) {
+    switch (when) {
+        case write_condition::always:
+            break;
+        case write_condition::with_rec_flag:
+            return (info.flg & template_info::rec_flag) != 0;
+        case write_condition::for_numeric:
+            return info.type == template_info::type_numeric;
+        case write_condition::for_string:
+            return info.type == template_info::type_string;
+        case write_condition::for_enumeration:
+            return info.type != template_info::type_numeric &&
+                   info.type != template_info::type_string &&
+                   info.type != template_info::type_no_range;
+    }
+    return true;
 }
 
 }  // namespace
 
-// The texts that the operations below take by value are part of their signatures.
+// The parameters passed by value are part of the signatures.
 // NOLINTBEGIN(performance-unnecessary-value-param)
 
 void template_info::parse_setting_info(std::string record) {
@@ -303,7 +338,7 @@ int template_info::read_settings(std::ifstream& in, std::vector<template_info>& 
                                  std::string cfg) {
     std::string filter;
     if (!cfg.empty()) {
-        append_text(filter, "cfg:", cfg);
+        filter.append("cfg:").append(cfg).push_back(item_end);
     }
     record_splitter records(in);
     std::size_t taken = 0;
@@ -358,45 +393,10 @@ void template_info::convert_to_attribute(dp_attribute& a) const {
 
 std::ostream& operator<<(std::ostream& os, const template_info& info) {
     std::string line;
-    append_text(line, "id:", info.id);
-    append_text(line, "cfg:", info.cfg);
-    append_text(line, "cfgname:", info.cfgname);
-    append_text(line, "cfgsetn:", info.cfgsetn);
-    append_text(line, "grp:", info.grp);
-    append_text(line, "spif:", info.spif);
-    append_text(line, "grif:", info.grif);
-    append_text(line, "gspif:", info.gspif);
-    append_text(line, "ggrif:", info.ggrif);
-    append_text(line, "mri:", info.mri);
-    append_text(line, "dsc:", info.dsc);
-    append_text(line, "fds:", info.fds);
-    append_number(line, "flg:", info.flg, 16);
-    append_text(line, "dft:", info.dft);
-    append_number(line, "mni:", info.mni);
-    append_number(line, "mxi:", info.mxi);
-    append_text(line, "mfg:", info.mfg);
-    append_text(line, "dfa:", info.dfa);
-    append_number(line, "type:", info.type);
-    if ((info.flg & template_info::rec_flag) != 0) {
-        append_text(line, "rec:", info.rec);
-    }
-    switch (info.type) {
-        case template_info::type_numeric:
-            append_number(line, "min:", info.min);
-            append_number(line, "max:", info.max);
-            append_number(line, "stp:", info.stp);
-            break;
-        case template_info::type_string:
-            append_number(line, "minc:", info.minc);
-            append_number(line, "maxc:", info.maxc);
-            append_text(line, "reg:", info.reg);
-            break;
-        case template_info::type_no_range:
-            break;
-        default:
-            append_number(line, "num:", info.num);
-            append_text(line, "chc:", info.chc);
-            break;
+    for (const item_kind& kind : item_kinds) {
+        if (is_written(kind.when, info)) {
+            kind.append_to(line, info);
+        }
     }
     line.push_back(template_info::record_end);
     line.push_back('\n');

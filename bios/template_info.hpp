@@ -9,16 +9,17 @@
 #include "bios/dp_api.h"
 #include "common/export.hpp"
 
-/// One attribute of the UEFI template. The template's text is a sequence of records; a record is a
-/// sequence of items, each a key, ":", a value and the item end byte, closed by the record end byte
-/// and an optional line feed. Fields whose keys are missing stay empty or zero.
+/// One attribute of the UEFI template. The template's text is a sequence of template records. A
+/// template record is a sequence of items, each a key, ":", a value and the item end byte, and ends
+/// with the record end byte and an optional line feed. Fields whose keys are missing are empty or
+/// zero.
 class DP_API template_info {
   public:
     static constexpr char item_end = '\x95';
     static constexpr char record_end = '\xA7';
-    /// A record without its end byte must fit into this many bytes.
+    /// The greatest size of a template record in bytes, without its end byte.
     static constexpr unsigned record_limit = 16383;
-    /// Bit of `flg`: the attribute carries `rec`.
+    /// Bit of `flg`: the attribute has a `rec` item.
     static constexpr std::uint32_t rec_flag = 0x100000;
 
     /// Values of `type`, with the fields that they use; any other is an enumeration (`num`, `chc`).
@@ -26,24 +27,24 @@ class DP_API template_info {
     static constexpr std::int32_t type_string = DP_TYPE_STRING;      ///< `minc`, `maxc`, `reg`
     static constexpr std::int32_t type_no_range = DP_TYPE_NO_RANGE;  ///< none
 
-    /// Fills the fields from one record without its end byte. Unknown keys are skipped, the later
-    /// of two equal keys wins, text in a number field gives 0.
+    /// Fills the fields from one template record without its end byte. Skips unknown keys; the
+    /// later of two equal keys wins; a number field with other text is 0.
     void parse_setting_info(std::string record);
 
-    /// Appends one entry per record of `in` to `out`, those only that hold the item "cfg:" + `cfg`
-    /// when `cfg` is not empty. A record with nothing in it counts. A record that is too long ends
-    /// the reading and leaves `in` failed; what was read stays. Always 0.
+    /// Appends one entry to `out` for each template record of `in`. When `cfg` is not empty, only
+    /// records that contain the item "cfg:" + `cfg` count. An empty record counts too. A record
+    /// that is too long ends the reading and leaves `in` failed; entries read so far are kept.
+    /// Always 0.
     static int read_settings(std::ifstream& in, std::vector<template_info>& out, std::string cfg);
 
-    /// The unsigned number at the beginning of `text`, as a stream extracts it; 0 when there is
-    /// none.
+    /// The unsigned number at the start of `text`, as a stream extracts it; 0 when there is none.
     static std::uint32_t a2i(std::string text, bool hex);
 
-    /// Fills `a` with this entry's fields. Its texts point into this object: `a` is good as long as
-    /// this object lives unchanged.
+    /// Fills `a` with this entry's fields. The texts of `a` point into this object: they are valid
+    /// until it changes or is destroyed.
     void convert_to_attribute(dp_attribute& a) const;
 
-    std::uint32_t leading_words[2] = {};  ///< of the record's layout; not used
+    std::uint32_t leading_words[2] = {};  ///< part of the fixed layout; not used
     std::string id;
     std::string spif;
     std::string grif;
@@ -74,9 +75,9 @@ class DP_API template_info {
     std::string chc;
 };
 
-/// Writes one record with its end byte and a line feed, flushed: the common items, then those of
-/// the entry's type. A parser gets the same fields back. Numbers do not depend on the stream's
-/// flags; it is left in decimal.
+/// Writes one template record with its end byte and a line feed: the common items, then those of
+/// the entry's type. The parser reads the same fields back. Flushes the stream. The numbers do not
+/// depend on the stream's flags; the stream is left in decimal.
 DP_API std::ostream& operator<<(std::ostream& os, const template_info& info);
 
 namespace dp {

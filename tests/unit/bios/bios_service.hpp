@@ -15,7 +15,8 @@
 
 namespace test {
 
-/// The files of the BIOS attribute service in a clean scratch folder, and a stepped clock.
+/// Fixture with the files of the BIOS attribute service in a clean scratch folder and a stepped
+/// clock.
 class bios_service : public testing::Test {
   protected:
     bios_service() { clean_root(); }
@@ -39,7 +40,7 @@ class bios_service : public testing::Test {
 
     stepped_time time;
 
-    /// Writes a file that was last changed `age` seconds ago.
+    /// Writes a file whose modification time is `age` seconds ago.
     void write_aged(const std::string& path, const std::string& content, std::time_t age) {
         write_file(path, content);
         set_mtime(path, time.now() - age);
@@ -75,7 +76,7 @@ inline dp_transaction request(std::uint32_t operation, const char* name,
     return trans;
 }
 
-/// Pauses long enough for another process to wait for a lock.
+/// Sleeps long enough for another process to start waiting for a lock.
 inline void pause_for_a_waiter() {
     usleep(150'000);
 }

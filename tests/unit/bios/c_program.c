@@ -13,7 +13,7 @@ int c_list_ids(const char* collection, size_t stride, char* text, size_t size) {
     text[0] = '\0';
     for (unsigned i = 0; i < count; ++i) {
         const char* id = NULL;
-        /* The id is the first word of a record. */
+        /* The id is the first word of the structure. */
         memcpy(&id, (const char*)attributes + i * stride, sizeof id);
         used += (size_t)snprintf(text + used, size - used, "%s,", id);
     }

@@ -3,20 +3,20 @@
 
 #include <stddef.h>
 
-/* What a program in C99 makes of the C API. */
+/* The C API as a program in C99 uses it. */
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-/* Walks the attributes of a collection by the stride that is given and writes their ids, each
- * followed by a comma. What dp_get_bios_attributes answered. */
+/* Walks the attributes of a collection with the given stride and writes their ids, each followed by
+ * a comma. Returns the result of dp_get_bios_attributes. */
 int c_list_ids(const char* collection, size_t stride, char* text, size_t size);
 
-/* Reads one value. What dp_get_bios_attribute_value answered; the value in `text`. */
+/* Reads one value into `text`. Returns the result of dp_get_bios_attribute_value. */
 int c_read_value(const char* name, char* text, size_t size);
 
-/* The sizes of the records as C sees them. */
+/* The sizes of the structures in C. */
 size_t c_attribute_size(void);
 size_t c_transaction_size(void);
 

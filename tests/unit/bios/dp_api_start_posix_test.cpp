@@ -14,8 +14,7 @@
 #include "tests/support/file_watch.hpp"
 #include "tests/unit/bios/bios_service.hpp"
 
-// What the start of a client costs in files: nothing before the first question, and then each file
-// once.
+// The files that a client opens when it starts: none before the first query, then each file once.
 
 namespace {
 
@@ -38,9 +37,9 @@ bool has_children() {
     return waitpid(-1, nullptr, WNOHANG) != -1 || errno != ECHILD;
 }
 
-class start_of_a_client : public test::bios_service {
+class dp_api_start : public test::bios_service {
   protected:
-    start_of_a_client() {
+    dp_api_start() {
         std::string info;
         for (unsigned i = 0; i < attributes; ++i) {
             info += test::attribute("Boot", "Attribute" + std::to_string(i), "Enabled");
@@ -57,7 +56,7 @@ class start_of_a_client : public test::bios_service {
     void SetUp() override {
         std::int64_t own = 0;
         if (!watch.works() || test::bytes_read(own) < 0) {
-            GTEST_SKIP() << "this kernel does not tell which files are read";
+            GTEST_SKIP() << "this kernel does not report which files are read";
         }
     }
 
@@ -65,7 +64,7 @@ class start_of_a_client : public test::bios_service {
         return static_cast<std::int64_t>(std::filesystem::file_size(path));
     }
 
-    /// What `work` did with the files; `bytes` is how much it read.
+    /// How `work` used the files; sets `bytes` to the number of bytes that it read.
     template <class Work>
     files uses_of(Work work) {
         std::int64_t own = 0;
@@ -113,8 +112,8 @@ class start_of_a_client : public test::bios_service {
                            test::root() + "/var/dp"};
 };
 
-TEST_F(start_of_a_client, initialize_opens_reads_and_starts_nothing) {
-    // The first question would have the tool make the texts anew.
+TEST_F(dp_api_start, initialize_opens_reads_and_starts_nothing) {
+    // The first query would run the tool, which writes the texts again.
     test::write_script(dpspy, "exit 1");
     write_aged(template_file, "newer", 1);
     const std::ptrdiff_t threads = thread_count();
@@ -125,20 +124,20 @@ TEST_F(start_of_a_client, initialize_opens_reads_and_starts_nothing) {
     EXPECT_FALSE(has_children());
     EXPECT_EQ(thread_count(), threads);
 
-    // So much for the watch: a question is seen.
-    const files asked = uses_of([] { ASSERT_EQ(read_attributes(), 0); });
-    EXPECT_EQ(asked.count("dpspy"), 1U);
+    // The watch does notice a query.
+    const files used = uses_of([] { ASSERT_EQ(read_attributes(), 0); });
+    EXPECT_EQ(used.count("dpspy"), 1U);
     EXPECT_GE(bytes, size(info_file));
 }
 
-TEST_F(start_of_a_client, uninitialize_opens_and_reads_nothing) {
+TEST_F(dp_api_start, uninitialize_opens_and_reads_nothing) {
     dp_api_initialize();
     ASSERT_EQ(read_attributes(), 0);
     EXPECT_EQ(uses_of([] { dp_api_uninitialize(); }), files());
     EXPECT_EQ(bytes, 0);
 }
 
-TEST_F(start_of_a_client, the_first_question_for_attributes_reads_each_file_once) {
+TEST_F(dp_api_start, the_first_query_for_attributes_reads_each_file_once) {
     dp_api_initialize();
     EXPECT_EQ(uses_of([] { ASSERT_EQ(read_attributes(), 0); }),
               (files{{"uefi_configs.txt", once},
@@ -148,7 +147,7 @@ TEST_F(start_of_a_client, the_first_question_for_attributes_reads_each_file_once
     EXPECT_EQ(bytes, size(configs_file) + size(build_id_file) + size(info_file));
 }
 
-TEST_F(start_of_a_client, the_first_question_for_names_reads_each_file_once) {
+TEST_F(dp_api_start, the_first_query_for_names_reads_each_file_once) {
     dp_api_initialize();
     EXPECT_EQ(uses_of([] { ASSERT_EQ(read_names(), 0); }),
               (files{{"uefi_configs.txt", once},
@@ -158,7 +157,7 @@ TEST_F(start_of_a_client, the_first_question_for_names_reads_each_file_once) {
     EXPECT_EQ(bytes, size(configs_file) + size(build_id_file) + size(settings_file));
 }
 
-TEST_F(start_of_a_client, the_first_question_for_values_reads_their_file_once) {
+TEST_F(dp_api_start, the_first_query_for_values_reads_their_file_once) {
     dp_api_initialize();
     EXPECT_EQ(uses_of([] { ASSERT_EQ(read_values(0), 0); }), (files{{"uefi_settings.txt", once}}));
     EXPECT_EQ(bytes, size(settings_file));
@@ -166,8 +165,8 @@ TEST_F(start_of_a_client, the_first_question_for_values_reads_their_file_once) {
     EXPECT_EQ(bytes, size(current_file));
 }
 
-TEST_F(start_of_a_client, only_the_beginning_of_a_plain_text_is_read_twice) {
-    // Whether it is an image shows in the first bytes, which come with a stream's whole buffer.
+TEST_F(dp_api_start, only_the_start_of_a_plain_text_is_read_twice) {
+    // The first bytes show whether it is an image; a stream reads them with its whole buffer.
     constexpr std::int64_t buffer = 8192;
     test::write_file(settings_file, settings);
     ASSERT_GT(size(settings_file), buffer);
@@ -176,7 +175,7 @@ TEST_F(start_of_a_client, only_the_beginning_of_a_plain_text_is_read_twice) {
     EXPECT_LE(bytes, size(settings_file) + buffer);
 }
 
-TEST_F(start_of_a_client, what_follows_the_build_id_is_not_read) {
+TEST_F(dp_api_start, bytes_after_the_build_id_are_not_read) {
     constexpr std::int64_t buffers = 16384;
     write_aged(build_id_file, "ID\n" + std::string(1'000'000, 'x'), 10);
     dp_api_initialize();
@@ -184,20 +183,20 @@ TEST_F(start_of_a_client, what_follows_the_build_id_is_not_read) {
     EXPECT_LE(bytes, size(configs_file) + size(info_file) + buffers);
 }
 
-TEST_F(start_of_a_client, questions_asked_again_read_nothing) {
+TEST_F(dp_api_start, repeated_queries_read_nothing) {
     dp_api_initialize();
-    const auto ask = [] {
+    const auto query = [] {
         ASSERT_EQ(read_attributes(), 0);
         ASSERT_EQ(read_names(), 0);
         ASSERT_EQ(read_values(0), 0);
         ASSERT_EQ(read_values(1), 0);
     };
-    ask();
-    EXPECT_EQ(uses_of(ask), files());
+    query();
+    EXPECT_EQ(uses_of(query), files());
     EXPECT_EQ(bytes, 0);
-    // Later the files' times are looked at, which opens nothing either.
+    // Later queries check the files' times, which opens nothing either.
     time.advance(10);
-    EXPECT_EQ(uses_of(ask), files());
+    EXPECT_EQ(uses_of(query), files());
     EXPECT_EQ(bytes, 0);
 }
 

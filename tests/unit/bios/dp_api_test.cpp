@@ -24,9 +24,9 @@ using test::request;
 using test::setting;
 using testing::ElementsAre;
 
-class c_api : public test::bios_service {
+class dp_api : public test::bios_service {
   protected:
-    // Two collections with attributes, one without any.
+    // Two collections with attributes and one without.
     void write_files() {
         write_aged(configs_file, "Main\nBoot\nEmpty\n", 10);
         write_aged(
@@ -43,7 +43,7 @@ class c_api : public test::bios_service {
         ASSERT_EQ(dp_api_initialize(), 0);
     }
 
-    // Output arguments that must stay as they are.
+    // Output arguments that must not change.
     const char* text = "untouched";
     const char** names = &text;
     dp_attribute record{};
@@ -57,7 +57,7 @@ class c_api : public test::bios_service {
     }
 };
 
-TEST_F(c_api, every_call_answers_1_and_writes_nothing_without_a_service) {
+TEST_F(dp_api, every_call_returns_1_and_writes_nothing_without_a_service) {
     write_files();
     dp_transaction trans = request(1, "Main.A");
     for (int round = 0; round < 2; ++round) {
@@ -69,7 +69,7 @@ TEST_F(c_api, every_call_answers_1_and_writes_nothing_without_a_service) {
         EXPECT_EQ(dp_set_bios_attribute_value(&trans, 1), 1);
         EXPECT_EQ(dp_bios_need_reinit("Main"), 1);
         EXPECT_EQ(dp_bios_reset_to_defaults("Main"), 1);
-        // No collection is looked at, not even a null one.
+        // The collection is not examined, not even a null one.
         EXPECT_EQ(dp_get_bios_attributes(nullptr, nullptr, nullptr), 1);
         EXPECT_EQ(dp_get_bios_attribute_names(nullptr, nullptr, nullptr), 1);
         EXPECT_EQ(dp_bios_need_reinit(nullptr), 1);
@@ -77,13 +77,13 @@ TEST_F(c_api, every_call_answers_1_and_writes_nothing_without_a_service) {
         expect_outputs_untouched();
         EXPECT_EQ(trans.status, 4711U);
         EXPECT_FALSE(std::filesystem::exists(batch_file));
-        // The same after a service has come and gone.
+        // The same after a service was created and destroyed.
         EXPECT_EQ(dp_api_initialize(), 0);
         EXPECT_EQ(dp_api_uninitialize(), 0);
     }
 }
 
-TEST_F(c_api, second_initialisation_keeps_the_service) {
+TEST_F(dp_api, second_initialisation_keeps_the_service) {
     initialize();
     dp_get_bios_attributes("Main", &attrs, &count);
     const dp_attribute* before = attrs;
@@ -94,12 +94,12 @@ TEST_F(c_api, second_initialisation_keeps_the_service) {
     EXPECT_EQ(dp_get_bios_collections(&names, &count), 1) << "one uninitialise is enough";
 }
 
-TEST_F(c_api, uninitialise_without_a_service_is_fine) {
+TEST_F(dp_api, uninitialise_without_a_service_does_nothing) {
     EXPECT_EQ(dp_api_uninitialize(), 0);
     EXPECT_EQ(dp_api_uninitialize(), 0);
 }
 
-// Runs when the program exits, behind the destructors of whatever was made after it was registered.
+// Runs when the program exits, after the destructors of objects created after its registration.
 void use_the_service_for_the_last_time() {
     const char** names = nullptr;
     unsigned count = 0;
@@ -109,7 +109,7 @@ void use_the_service_for_the_last_time() {
     }
 }
 
-TEST_F(c_api, service_lasts_until_a_function_that_runs_at_exit_uninitialises_it) {
+TEST_F(dp_api, service_may_be_used_and_uninitialised_at_exit) {
     write_files();
     EXPECT_EXIT(
         {
@@ -121,14 +121,14 @@ TEST_F(c_api, service_lasts_until_a_function_that_runs_at_exit_uninitialises_it)
         testing::ExitedWithCode(0), "");
 }
 
-TEST_F(c_api, initialisation_reads_no_file) {
+TEST_F(dp_api, initialisation_reads_no_file) {
     ASSERT_EQ(dp_api_initialize(), 0);
     write_files();
     EXPECT_EQ(dp_get_bios_collections(&names, &count), 0);
     EXPECT_EQ(count, 3U);
 }
 
-TEST_F(c_api, new_service_reads_anew) {
+TEST_F(dp_api, new_service_reads_the_files_again) {
     initialize();
     EXPECT_EQ(dp_get_bios_collections(&names, &count), 0);
     dp_api_uninitialize();
@@ -139,21 +139,21 @@ TEST_F(c_api, new_service_reads_anew) {
     EXPECT_STREQ(names[0], "Other");
 }
 
-TEST_F(c_api, collections_are_listed) {
+TEST_F(dp_api, collections_are_listed) {
     initialize();
     ASSERT_EQ(dp_get_bios_collections(&names, &count), 0);
     EXPECT_THAT(std::vector<std::string>(names, names + count),
                 ElementsAre("Main", "Boot", "Empty"));
 }
 
-TEST_F(c_api, no_collections_are_a_null_list) {
+TEST_F(dp_api, no_collections_are_a_null_list) {
     dp_api_initialize();
     EXPECT_EQ(dp_get_bios_collections(&names, &count), 0);
     EXPECT_EQ(names, nullptr);
     EXPECT_EQ(count, 0U);
 }
 
-TEST_F(c_api, attributes_are_listed_by_collection) {
+TEST_F(dp_api, attributes_are_listed_by_collection) {
     initialize();
     ASSERT_EQ(dp_get_bios_attributes("Main", &attrs, &count), 0);
     ASSERT_EQ(count, 2U);
@@ -164,7 +164,7 @@ TEST_F(c_api, attributes_are_listed_by_collection) {
     EXPECT_EQ(count, 0U);
 }
 
-TEST_F(c_api, attribute_names_are_listed_by_collection) {
+TEST_F(dp_api, attribute_names_are_listed_by_collection) {
     initialize();
     ASSERT_EQ(dp_get_bios_attribute_names("Main", &names, &count), 0);
     EXPECT_THAT(std::vector<std::string>(names, names + count), ElementsAre("Main.A", "Main.B.2"));
@@ -173,7 +173,7 @@ TEST_F(c_api, attribute_names_are_listed_by_collection) {
     EXPECT_EQ(count, 0U);
 }
 
-TEST_F(c_api, unknown_collection_answers_2_and_leaves_the_outputs) {
+TEST_F(dp_api, unknown_collection_returns_2_and_writes_nothing) {
     initialize();
     for (const char* collection : {"Nowhere", "", "main"}) {
         EXPECT_EQ(dp_get_bios_attributes(collection, &attrs, &count), 2);
@@ -184,7 +184,7 @@ TEST_F(c_api, unknown_collection_answers_2_and_leaves_the_outputs) {
     }
 }
 
-TEST_F(c_api, null_collection_throws) {
+TEST_F(dp_api, null_collection_throws) {
     initialize();
     EXPECT_THROW(dp_get_bios_attributes(nullptr, &attrs, &count), std::logic_error);
     EXPECT_THROW(dp_get_bios_attribute_names(nullptr, &names, &count), std::logic_error);
@@ -193,7 +193,7 @@ TEST_F(c_api, null_collection_throws) {
     expect_outputs_untouched();
 }
 
-TEST_F(c_api, outputs_may_be_null) {
+TEST_F(dp_api, outputs_may_be_null) {
     initialize();
     EXPECT_EQ(dp_get_bios_collections(nullptr, nullptr), 0);
     EXPECT_EQ(dp_get_bios_attributes("Main", nullptr, nullptr), 0);
@@ -206,7 +206,7 @@ TEST_F(c_api, outputs_may_be_null) {
     EXPECT_STREQ(names[0], "Main");
 }
 
-TEST_F(c_api, attribute_is_found_by_name_or_null) {
+TEST_F(dp_api, attribute_is_found_by_name_or_null) {
     initialize();
     EXPECT_EQ(dp_get_bios_attribute("Main.B.2", &attrs), 0);
     EXPECT_STREQ(attrs->id, "B");
@@ -217,7 +217,7 @@ TEST_F(c_api, attribute_is_found_by_name_or_null) {
     EXPECT_EQ(attrs, nullptr);
 }
 
-TEST_F(c_api, values_are_read) {
+TEST_F(dp_api, values_are_read) {
     initialize();
     std::vector<dp_transaction> trans = {request(1, "Main.A"), request(1, "Main.C"),
                                          request(2, "Main.A")};
@@ -230,7 +230,7 @@ TEST_F(c_api, values_are_read) {
     EXPECT_EQ(dp_get_bios_attribute_value(nullptr, 5, 0), 0);
 }
 
-TEST_F(c_api, values_are_set) {
+TEST_F(dp_api, values_are_set) {
     initialize();
     std::vector<dp_transaction> trans = {request(2, "Main.A", "x"),
                                          request(2, "Main.B.2", nullptr)};
@@ -245,7 +245,7 @@ TEST_F(c_api, values_are_set) {
     EXPECT_EQ(dp_set_bios_attribute_value(nullptr, 2), -1);
 }
 
-TEST_F(c_api, collection_is_reset) {
+TEST_F(dp_api, collection_is_reset) {
     initialize();
     time.on_sleep = [&](std::uint32_t) { test::write_file(result_file, ""); };
     EXPECT_EQ(dp_bios_reset_to_defaults("Main"), 0);
@@ -254,7 +254,7 @@ TEST_F(c_api, collection_is_reset) {
     EXPECT_EQ(dp_bios_reset_to_defaults("Boot"), 3) << "no instances";
 }
 
-TEST_F(c_api, file_names_can_be_replaced_each_for_itself) {
+TEST_F(dp_api, each_file_name_can_be_replaced_on_its_own) {
     write_files();
     const auto& settings = dp::cim_helper::dp_api_settings_fname;
     dp_cim_change_current_fname("/other/current");
@@ -273,7 +273,7 @@ TEST_F(c_api, file_names_can_be_replaced_each_for_itself) {
     EXPECT_EQ(settings[1], "/other/current");
 }
 
-TEST_F(c_api, replaced_file_names_outlive_the_service) {
+TEST_F(dp_api, replaced_file_names_remain_after_uninitialise) {
     initialize();
     const std::string other = test::root() + "/var/dp/other.txt";
     write_aged(other, setting("Main.A", "other"), 10);
@@ -287,7 +287,7 @@ TEST_F(c_api, replaced_file_names_outlive_the_service) {
     EXPECT_STREQ(trans.value, "other");
 }
 
-TEST_F(c_api, program_in_c_walks_the_records_by_their_stride) {
+TEST_F(dp_api, program_in_c_walks_the_attributes_by_their_size) {
     initialize();
     EXPECT_EQ(c_attribute_size(), sizeof(dp_attribute));
     EXPECT_EQ(c_transaction_size(), sizeof(dp_transaction));

@@ -2,7 +2,7 @@
 
 #include "bios/dp_event_categories.h"
 
-/* Called by the tests: a caller written in C lays out the same record. */
+/* Called by the tests: a caller in C that declares the same structure. */
 int event_categories_in_c(uint32_t* count, const char** first_value);
 
 int event_categories_in_c(uint32_t* count, const char** first_value) {

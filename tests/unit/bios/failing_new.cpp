@@ -40,7 +40,7 @@ spared_new::~spared_new() {
 
 }  // namespace test
 
-// The program's own allocation, in every form: what one of them makes, another takes back.
+// Replaces every form of operator new and delete that the program uses.
 void* operator new(std::size_t size) {
     if (armed && successes_left-- <= 0) {
         armed = lasts;

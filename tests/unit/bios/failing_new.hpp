@@ -3,8 +3,8 @@
 
 namespace test {
 
-/// Lets one allocation of this program fail: the one after `successes` others on this thread; with
-/// `lasting` all later ones too. Construct one around the call under test.
+/// Makes one allocation of this program fail for its lifetime: the one after `successes` others on
+/// this thread. With `lasting` all later allocations fail too.
 class failing_new {
   public:
     explicit failing_new(int successes, bool lasting = false);
@@ -16,7 +16,7 @@ class failing_new {
     [[nodiscard]] static bool failed();
 };
 
-/// Around what a test itself does during a call under test: its allocations neither fail nor count.
+/// Suspends `failing_new` for its lifetime: allocations of the test itself neither fail nor count.
 class spared_new {
   public:
     spared_new();

@@ -43,7 +43,7 @@ std::string name_of_length(std::size_t length) {
     return s;
 }
 
-// A record by hand, with any numbers in its header.
+// A frame with any numbers in its header.
 bytes record(const std::string& name, std::uint32_t length, const bytes& rest) {
     const auto byte = [](std::size_t v) { return static_cast<unsigned char>(v); };
     return magic +
@@ -71,7 +71,7 @@ void expect_unreached(const bytes& buffer) {
     EXPECT_EQ(m.buffer, buffer);
 }
 
-TEST(method_data, frames_name_and_payload) {
+TEST(ZEB_MethodData, frames_name_and_payload) {
     const ZEB_MethodData m("a", {1, 2, 3});
     EXPECT_EQ(m.valid, 1);
     EXPECT_EQ(m.method, "a");
@@ -83,13 +83,13 @@ TEST(method_data, frames_name_and_payload) {
     EXPECT_EQ(m.buffer.size(), 32U);
 }
 
-TEST(method_data, a_record_that_fits_gets_no_padding) {
+TEST(ZEB_MethodData, adds_no_padding_to_a_multiple_of_16_bytes) {
     const ZEB_MethodData m("name", pattern(8));
     EXPECT_THAT(m.padding, IsEmpty());
     EXPECT_EQ(m.buffer.size(), 32U);
 }
 
-TEST(method_data, an_empty_name_and_payload_still_make_a_record) {
+TEST(ZEB_MethodData, frames_an_empty_name_and_payload) {
     const ZEB_MethodData m("", {});
     EXPECT_EQ(m.valid, 1);
     const bytes framed =
@@ -97,20 +97,20 @@ TEST(method_data, an_empty_name_and_payload_still_make_a_record) {
     EXPECT_EQ(m.buffer, framed);
 }
 
-TEST(method_data, the_longest_padding_has_15_bytes) {
+TEST(ZEB_MethodData, adds_at_most_15_bytes_of_padding) {
     const ZEB_MethodData m("", pattern(13));
     EXPECT_EQ(m.padding, text("paddingPADDINGp"));
     EXPECT_EQ(m.buffer.size(), 48U);
 }
 
-TEST(method_data, numbers_are_big_endian) {
+TEST(ZEB_MethodData, writes_big_endian_numbers) {
     const ZEB_MethodData m(name_of_length(255), pattern(0x12345));
     const bytes header(m.buffer.begin(), m.buffer.begin() + 16);
     const bytes expected = magic + bytes{0, 0, 0x01, 0x0F, 0x00, 0x01, 0x23, 0x45, 0, 0, 0, 255};
     EXPECT_EQ(header, expected);
 }
 
-TEST(method_data, a_name_keeps_only_what_its_length_byte_counts) {
+TEST(ZEB_MethodData, cuts_a_name_to_the_length_that_one_byte_counts) {
     const ZEB_MethodData exact(name_of_length(256), {9});
     EXPECT_EQ(exact.method, name_of_length(256)) << "the field keeps the whole name";
     EXPECT_EQ(exact.buffer, ZEB_MethodData("", bytes(1, 9)).buffer);
@@ -120,7 +120,7 @@ TEST(method_data, a_name_keeps_only_what_its_length_byte_counts) {
     EXPECT_EQ(ZEB_MethodData(longer.buffer).method, name_of_length(3));
 }
 
-TEST(method_data, every_name_and_payload_around_the_padding_comes_back) {
+TEST(ZEB_MethodData, round_trips_every_length_around_the_padding) {
     for (std::size_t name_length = 0; name_length <= 300; ++name_length) {
         const std::string name = name_of_length(name_length);
         const std::string framed_name = name.substr(0, name_length & 0xFF);
@@ -141,7 +141,7 @@ TEST(method_data, every_name_and_payload_around_the_padding_comes_back) {
     }
 }
 
-TEST(method_data, names_and_payloads_may_hold_any_byte) {
+TEST(ZEB_MethodData, round_trips_every_byte_value) {
     const std::string name("\0\xff\xde\xad", 4);
     const ZEB_MethodData parsed(ZEB_MethodData(name, magic + magic).buffer);
     EXPECT_EQ(parsed.valid, 1);
@@ -149,13 +149,13 @@ TEST(method_data, names_and_payloads_may_hold_any_byte) {
     EXPECT_EQ(parsed.data, magic + magic);
 }
 
-TEST(method_data, a_large_payload_comes_back) {
+TEST(ZEB_MethodData, round_trips_a_large_payload) {
     const ZEB_MethodData parsed(ZEB_MethodData("m", pattern(1'000'003)).buffer);
     EXPECT_EQ(parsed.valid, 1);
     EXPECT_EQ(parsed.data, pattern(1'000'003));
 }
 
-TEST(method_data, a_buffer_below_20_bytes_is_not_unpacked) {
+TEST(ZEB_MethodData, does_not_unpack_a_buffer_of_less_than_20_bytes) {
     const bytes whole = record("", 0, {});
     ASSERT_EQ(whole.size(), 20U);
     EXPECT_EQ(ZEB_MethodData(whole).valid, 1);
@@ -167,7 +167,7 @@ TEST(method_data, a_buffer_below_20_bytes_is_not_unpacked) {
     expect_unreached(shorter);
 }
 
-TEST(method_data, a_wrong_magic_or_fifth_byte_stops_at_once) {
+TEST(ZEB_MethodData, unpacks_nothing_with_a_wrong_magic_or_fifth_byte) {
     const bytes whole = ZEB_MethodData("name", pattern(8)).buffer;
     for (const std::size_t at : {0U, 1U, 2U, 3U, 4U, 28U, 29U, 30U, 31U}) {
         bytes wrong = whole;
@@ -176,7 +176,7 @@ TEST(method_data, a_wrong_magic_or_fifth_byte_stops_at_once) {
     }
 }
 
-TEST(method_data, offset_reserved_bytes_and_padding_are_not_checked) {
+TEST(ZEB_MethodData, ignores_offset_reserved_bytes_and_padding) {
     bytes odd = ZEB_MethodData("name", pattern(5)).buffer;
     for (const std::size_t at : {5U, 6U, 7U, 12U, 13U, 14U, 26U}) {
         odd[at] ^= 0xFF;
@@ -187,15 +187,15 @@ TEST(method_data, offset_reserved_bytes_and_padding_are_not_checked) {
     EXPECT_EQ(m.data, pattern(5));
 }
 
-TEST(method_data, a_record_of_any_size_is_unpacked) {
+TEST(ZEB_MethodData, unpacks_a_buffer_of_any_size) {
     const ZEB_MethodData m(record("ab", 1, {7}));
     EXPECT_EQ(m.valid, 1);
     EXPECT_THAT(m.data, ElementsAre(7));
 }
 
-TEST(method_data, a_name_beyond_the_buffer_stops) {
+TEST(ZEB_MethodData, unpacks_nothing_when_the_name_exceeds_the_buffer) {
     bytes b = record("", 0, {});
-    b[15] = 4;  // reaches the end of the trailer
+    b[15] = 4;  // up to the end of the trailer
     const ZEB_MethodData fits(b);
     EXPECT_EQ(fits.valid, 0);
     EXPECT_EQ(fits.method, "\xDE\xAD\xC0\xDE");
@@ -205,7 +205,7 @@ TEST(method_data, a_name_beyond_the_buffer_stops) {
     expect_unreached(b);
 }
 
-TEST(method_data, a_payload_beyond_the_buffer_keeps_the_name_only) {
+TEST(ZEB_MethodData, unpacks_only_the_name_when_the_payload_exceeds_the_buffer) {
     const bytes payload = pattern(8);
     for (const std::uint32_t length :
          {13U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFE8U, 0xFFFFFFECU, 0xFFFFFFF0U, 0xFFFFFFFFU}) {
@@ -216,7 +216,7 @@ TEST(method_data, a_payload_beyond_the_buffer_keeps_the_name_only) {
     }
 }
 
-TEST(method_data, a_payload_that_runs_into_the_trailer_is_unpacked_but_invalid) {
+TEST(ZEB_MethodData, is_invalid_when_the_payload_overlaps_the_trailer) {
     const bytes payload = pattern(8);
     for (std::uint32_t over = 1; over <= 4; ++over) {
         const ZEB_MethodData m(record("name", 8 + over, payload));
@@ -228,7 +228,7 @@ TEST(method_data, a_payload_that_runs_into_the_trailer_is_unpacked_but_invalid) 
     EXPECT_EQ(ZEB_MethodData(record("name", 8, payload)).valid, 1);
 }
 
-TEST(method_data, every_truncation_of_a_record_is_survived) {
+TEST(ZEB_MethodData, unpacks_every_truncation_without_error) {
     const bytes whole = ZEB_MethodData("name", pattern(40)).buffer;
     for (std::size_t size = 0; size < whole.size(); ++size) {
         const bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
@@ -236,7 +236,7 @@ TEST(method_data, every_truncation_of_a_record_is_survived) {
     }
 }
 
-TEST(method_data, random_headers_are_survived) {
+TEST(ZEB_MethodData, unpacks_random_headers_without_error) {
     std::mt19937 random(7);
     for (int i = 0; i < 20000; ++i) {
         bytes b = magic + bytes(12 + random() % 40);

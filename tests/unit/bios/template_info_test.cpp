@@ -52,7 +52,7 @@ template_info parsed(const std::string& bytes) {
     return info;
 }
 
-// One record's bytes, `length` of them without the end byte.
+// A template record of `length` bytes without the end byte.
 std::string record_of_length(std::size_t length, const std::string& id = "long") {
     const std::string head = item("id", id) + "dsc:";
     return head + std::string(length - head.size() - 1, 'x') + '\x95';
@@ -69,7 +69,7 @@ void expect_same_as_streams(const std::string& bytes) {
     }
 }
 
-TEST(template_info, entry_starts_out_empty_and_zero) {
+TEST(template_info, is_empty_and_zero_at_first) {
     const template_info info;
     EXPECT_EQ(info.id, "");
     EXPECT_EQ(info.chc, "");
@@ -79,7 +79,7 @@ TEST(template_info, entry_starts_out_empty_and_zero) {
     EXPECT_EQ(info.leading_words[1], 0U);
 }
 
-TEST(template_info, record_of_a_numeric_attribute_fills_its_fields_and_no_other) {
+TEST(parse_setting_info, fills_only_the_fields_of_a_numeric_attribute) {
     const auto entries = read(record({item("id", "A"), item("type", "3"), item("min", "1"),
                                       item("max", "10"), item("stp", "1")}));
     ASSERT_EQ(entries.size(), 1U);
@@ -92,7 +92,7 @@ TEST(template_info, record_of_a_numeric_attribute_fills_its_fields_and_no_other)
     EXPECT_EQ(fields(entries[0]), fields(expected));
 }
 
-TEST(template_info, every_key_fills_the_field_of_its_name) {
+TEST(parse_setting_info, fills_the_field_of_every_key) {
     const auto info = parsed(
         item("id", "t1") + item("spif", "t2") + item("grif", "t3") + item("cfg", "t4") +
         item("cfgname", "t5") + item("cfgsetn", "t6") + item("grp", "t7") + item("gspif", "t8") +
@@ -133,7 +133,7 @@ TEST(template_info, every_key_fills_the_field_of_its_name) {
     EXPECT_EQ(info.leading_words[1], 0U);
 }
 
-TEST(template_info, fields_of_every_type_are_stored_whatever_the_type) {
+TEST(parse_setting_info, stores_the_fields_of_other_types) {
     const auto info = parsed(item("type", "5") + item("min", "2") + item("maxc", "9") +
                              item("chc", "x,y") + item("rec", "r"));
     EXPECT_EQ(info.min, 2U);
@@ -142,7 +142,7 @@ TEST(template_info, fields_of_every_type_are_stored_whatever_the_type) {
     EXPECT_EQ(info.rec, "r");
 }
 
-TEST(template_info, flag_word_is_hexadecimal_and_other_numbers_are_decimal) {
+TEST(parse_setting_info, reads_flags_as_hexadecimal_and_other_numbers_as_decimal) {
     EXPECT_EQ(parsed(item("flg", "100000")).flg, 1'048'576U);
     EXPECT_EQ(parsed(item("flg", "fFfFfFfF")).flg, 0xFFFFFFFFU);
     EXPECT_EQ(parsed(item("flg", "0x20")).flg, 0x20U);
@@ -150,7 +150,7 @@ TEST(template_info, flag_word_is_hexadecimal_and_other_numbers_are_decimal) {
     EXPECT_EQ(parsed(item("min", "0x20")).min, 0U);
 }
 
-TEST(template_info, unknown_keys_are_skipped) {
+TEST(parse_setting_info, skips_unknown_keys) {
     EXPECT_EQ(fields(parsed(item("id", "A") + item("xyz", "1") + item("grp", "G"))),
               fields(parsed(item("id", "A") + item("grp", "G"))));
     for (const auto& key :
@@ -160,38 +160,38 @@ TEST(template_info, unknown_keys_are_skipped) {
     }
 }
 
-TEST(template_info, later_of_two_equal_keys_wins) {
+TEST(parse_setting_info, uses_the_later_of_two_equal_keys) {
     const auto info =
         parsed(item("dft", "first") + item("num", "1") + item("dft", "") + item("num", "x"));
     EXPECT_EQ(info.dft, "");
     EXPECT_EQ(info.num, 0U);
 }
 
-TEST(template_info, parsing_a_second_record_keeps_what_it_does_not_name) {
+TEST(parse_setting_info, keeps_fields_that_a_second_record_lacks) {
     auto info = parsed(item("id", "A") + item("grp", "G"));
     info.parse_setting_info(item("id", "B"));
     EXPECT_EQ(info.id, "B");
     EXPECT_EQ(info.grp, "G");
 }
 
-TEST(template_info, values_hold_any_byte_but_the_end_byte) {
+TEST(parse_setting_info, accepts_any_byte_but_the_end_byte_in_values) {
     const auto info = parsed(item("dsc", "a:b\nc\0d\xA7\xFF"s) + item("dft", ":"));
     EXPECT_EQ(info.dsc, "a:b\nc\0d\xA7\xFF"s);
     EXPECT_EQ(info.dft, ":");
 }
 
-TEST(template_info, item_without_a_colon_becomes_part_of_the_next_key) {
+TEST(parse_setting_info, takes_an_item_without_colon_as_part_of_the_next_key) {
     const auto info = parsed("id\x95" + item("grp", "G") + item("dsc", "D"));
     EXPECT_EQ(info.id, "");
     EXPECT_EQ(info.grp, "");
     EXPECT_EQ(info.dsc, "D");
 }
 
-TEST(template_info, last_item_needs_no_end_byte) {
+TEST(parse_setting_info, stores_a_last_item_without_end_byte) {
     EXPECT_EQ(parsed(item("id", "A") + "grp:G").grp, "G");
 }
 
-TEST(template_info, last_item_without_end_byte_and_value_is_dropped) {
+TEST(parse_setting_info, drops_a_last_item_without_end_byte_and_value) {
     auto info = parsed(item("id", "A"));
     info.parse_setting_info("id:");
     EXPECT_EQ(info.id, "A");
@@ -199,19 +199,19 @@ TEST(template_info, last_item_without_end_byte_and_value_is_dropped) {
     EXPECT_EQ(info.id, "");
 }
 
-TEST(template_info, trailing_text_without_a_colon_is_ignored) {
+TEST(parse_setting_info, ignores_trailing_text_without_colon) {
     EXPECT_EQ(fields(parsed(item("id", "A") + "grp")), fields(parsed(item("id", "A"))));
     EXPECT_EQ(fields(parsed("grp\x95")), fields(template_info{}));
     EXPECT_EQ(fields(parsed("")), fields(template_info{}));
 }
 
-TEST(template_info, text_in_a_number_field_gives_zero) {
+TEST(parse_setting_info, stores_0_for_text_in_a_number_field) {
     const auto info = parsed(item("type", "three") + item("flg", "xyz") + item("min", "") +
                              item("max", "-") + item("stp", "+") + item("num", " \t "));
     EXPECT_EQ(fields(info), fields(template_info{}));
 }
 
-TEST(template_info, number_is_what_a_stream_takes_from_the_text) {
+TEST(parse_setting_info, reads_numbers_as_a_stream_does) {
     EXPECT_EQ(parsed(item("min", " \t\n7 apples")).min, 7U);
     EXPECT_EQ(parsed(item("min", "4294967295")).min, 4'294'967'295U);
     EXPECT_EQ(parsed(item("min", "4294967296")).min, 4'294'967'295U);
@@ -220,7 +220,7 @@ TEST(template_info, number_is_what_a_stream_takes_from_the_text) {
     EXPECT_EQ(parsed(item("type", "4294967295")).type, -1);
 }
 
-TEST(template_info, a2i_reads_the_number_at_the_beginning) {
+TEST(a2i, reads_the_number_at_the_start) {
     EXPECT_EQ(template_info::a2i("12", false), 12U);
     EXPECT_EQ(template_info::a2i("12", true), 18U);
     EXPECT_EQ(template_info::a2i(" 7x", false), 7U);
@@ -231,7 +231,7 @@ TEST(template_info, a2i_reads_the_number_at_the_beginning) {
     EXPECT_EQ(template_info::a2i("99999999999", false), 4'294'967'295U);
 }
 
-TEST(read_settings, takes_every_record_in_order_after_what_is_there) {
+TEST(read_settings, appends_every_record_in_order) {
     const std::string path = test::root() + "/template.txt";
     test::write_file(path, record({item("id", "A")}) + record({item("id", "B")}));
     std::ifstream in(path, std::ios::binary);
@@ -242,7 +242,7 @@ TEST(read_settings, takes_every_record_in_order_after_what_is_there) {
     EXPECT_EQ(entries[2].id, "B");
 }
 
-TEST(read_settings, starts_where_the_stream_stands) {
+TEST(read_settings, starts_at_the_position_of_the_stream) {
     const std::string path = test::root() + "/template.txt";
     test::write_file(path, "1 2 3\n" + record({item("id", "A")}));
     std::ifstream in(path, std::ios::binary);
@@ -254,7 +254,7 @@ TEST(read_settings, starts_where_the_stream_stands) {
     EXPECT_EQ(entries[0].id, "A");
 }
 
-TEST(read_settings, filter_takes_the_records_of_one_configuration_only) {
+TEST(read_settings, reads_only_records_that_match_the_filter) {
     const std::string bytes = record({item("id", "A"), item("cfg", "Main")}) +
                               record({item("id", "B"), item("cfg", "Main2")}) +
                               record({item("id", "C"), item("cfg", "2Main")}) +
@@ -268,16 +268,16 @@ TEST(read_settings, filter_takes_the_records_of_one_configuration_only) {
     EXPECT_TRUE(read(bytes, "main").empty());
 }
 
-TEST(read_settings, filter_is_a_search_in_the_bytes_of_the_record) {
-    // The text that is searched for also ends a longer key or stands in a value.
+TEST(read_settings, searches_the_filter_in_the_bytes_of_a_record) {
+    // The filter text may also be the end of a longer key or part of a value.
     EXPECT_EQ(read(record({item("xcfg", "Main")}), "Main").size(), 1U);
     EXPECT_EQ(read(record({item("dsc", "see cfg:Main")}), "Main").size(), 1U);
-    // The item end byte belongs to it.
+    // It includes the item end byte.
     EXPECT_TRUE(read("cfg:Main\xA7\n", "Main").empty());
     EXPECT_EQ(read("cfg:Main\xA7\n").size(), 1U);
 }
 
-TEST(read_settings, record_with_nothing_in_it_is_an_entry_of_defaults) {
+TEST(read_settings, reads_an_empty_record_as_an_entry_of_defaults) {
     const auto entries = read("\xA7\xA7\n" + record({item("id", "A")}) + "\xA7");
     ASSERT_EQ(entries.size(), 4U);
     EXPECT_EQ(fields(entries[0]), fields(template_info{}));
@@ -287,28 +287,28 @@ TEST(read_settings, record_with_nothing_in_it_is_an_entry_of_defaults) {
     EXPECT_TRUE(read("\xA7\xA7\n", "Main").empty());
 }
 
-TEST(read_settings, one_line_feed_belongs_to_the_record_end) {
+TEST(read_settings, skips_one_line_feed_after_a_record) {
     const auto entries = read(item("id", "A") + "\xA7" + item("id", "B") + "\xA7\n\n" +
                               item("id", "C") + item("grp", "G") + "\xA7\n");
     ASSERT_EQ(entries.size(), 3U);
     EXPECT_EQ(entries[0].id, "A");
     EXPECT_EQ(entries[1].id, "B");
-    // The second line feed begins the next record's first key.
+    // A second line feed is part of the next record's first key.
     EXPECT_EQ(entries[2].id, "");
     EXPECT_EQ(entries[2].grp, "G");
 }
 
-TEST(read_settings, last_record_needs_no_end_byte) {
+TEST(read_settings, reads_a_last_record_without_end_byte) {
     const auto entries = read(record({item("id", "A")}) + "id:B");
     ASSERT_EQ(entries.size(), 2U);
     EXPECT_EQ(entries[1].id, "B");
 }
 
-TEST(read_settings, file_of_a_line_feed_is_a_record_without_items) {
+TEST(read_settings, reads_a_line_feed_alone_as_a_record_without_items) {
     EXPECT_EQ(read("\n").size(), 1U);
 }
 
-TEST(read_settings, empty_and_missing_files_give_nothing) {
+TEST(read_settings, reads_nothing_from_empty_and_missing_files) {
     EXPECT_TRUE(read("").empty());
     std::ifstream missing(test::root() + "/nowhere", std::ios::binary);
     std::vector<template_info> entries;
@@ -316,14 +316,14 @@ TEST(read_settings, empty_and_missing_files_give_nothing) {
     EXPECT_TRUE(entries.empty());
 }
 
-TEST(read_settings, folder_gives_nothing) {
+TEST(read_settings, reads_nothing_from_a_folder) {
     std::ifstream folder(test::root(), std::ios::binary);
     std::vector<template_info> entries;
     EXPECT_EQ(template_info::read_settings(folder, entries, ""), 0);
     EXPECT_TRUE(entries.empty());
 }
 
-TEST(read_settings, stream_that_has_ended_gives_nothing) {
+TEST(read_settings, reads_nothing_at_the_end_of_the_stream) {
     const std::string path = test::root() + "/template.txt";
     test::write_file(path, record({item("id", "A")}));
     std::ifstream in(path, std::ios::binary);
@@ -333,7 +333,7 @@ TEST(read_settings, stream_that_has_ended_gives_nothing) {
     EXPECT_TRUE(entries.empty());
 }
 
-TEST(read_settings, record_of_16383_bytes_is_the_longest) {
+TEST(read_settings, reads_a_record_of_16383_bytes) {
     for (const std::size_t length : {16'382U, 16'383U}) {
         const auto entries = read(record_of_length(length) + "\xA7\n" + record({item("id", "B")}));
         ASSERT_EQ(entries.size(), 2U) << length;
@@ -343,7 +343,7 @@ TEST(read_settings, record_of_16383_bytes_is_the_longest) {
     }
 }
 
-TEST(read_settings, longer_record_ends_the_reading_and_what_was_read_stays) {
+TEST(read_settings, stops_at_a_longer_record_and_keeps_earlier_ones) {
     for (const std::size_t length : {16'384U, 16'385U, 65'536U, 300'000U}) {
         const std::string bytes =
             record({item("id", "A")}) + record_of_length(length) + "\xA7\n" + record({});
@@ -358,7 +358,7 @@ TEST(read_settings, longer_record_ends_the_reading_and_what_was_read_stays) {
     EXPECT_TRUE(in.fail());
 }
 
-TEST(read_settings, overlong_record_ends_the_reading_also_when_the_filter_would_skip_it) {
+TEST(read_settings, stops_at_a_longer_record_that_the_filter_excludes) {
     const std::string bytes =
         record_of_length(20'000) + "\xA7\n" + record({item("id", "A"), item("cfg", "Main")});
     EXPECT_TRUE(read(bytes, "Main").empty());
@@ -375,9 +375,9 @@ TEST(read_settings, agrees_with_stream_extraction_around_the_record_limit) {
     }
 }
 
-TEST(read_settings, agrees_with_stream_extraction_wherever_a_record_lies_in_the_file) {
-    // The scanner reads the file in windows of 65,536 bytes: let the records' ends and their line
-    // feeds come to lie on every side of the borders.
+TEST(read_settings, agrees_with_stream_extraction_at_every_position_in_the_file) {
+    // The scanner reads the file in windows of 65,536 bytes. Place record ends and line feeds
+    // before, at and after the window boundaries.
     for (std::size_t first = 16'370; first <= 16'383; ++first) {
         for (const char* end : {"\xA7", "\xA7\n", "\xA7\n\n"}) {
             std::string bytes;
@@ -390,8 +390,8 @@ TEST(read_settings, agrees_with_stream_extraction_wherever_a_record_lies_in_the_
     }
 }
 
-TEST(read_settings, last_record_ends_with_the_file_whatever_was_read_before) {
-    // What a window held before the file's last bytes stands behind them: no part of an item.
+TEST(read_settings, ends_the_last_record_at_the_end_of_the_file) {
+    // Bytes of the previous window remain after the file's last bytes and must not be parsed.
     std::string bytes;
     while (bytes.size() < 3 * 65'536) {
         bytes += item("id", "A") + item("cfgname", "B") + "\xA7";
@@ -450,7 +450,7 @@ class byte_source {
         return text + "\xA7\n";
     }
 
-    // Takes bytes away and puts bytes that mean something in.
+    // Removes bytes and inserts bytes with a meaning.
     void mangle(std::string& bytes) {
         static constexpr std::string_view marks("\x95\xA7\n:\0\xA7\xA7 ", 8);
         for (std::size_t i = below(6); i > 0 && !bytes.empty(); --i) {
@@ -549,7 +549,7 @@ std::string written(const template_info& info) {
     return out.str();
 }
 
-// The items that every entry begins with, as `full_entry` fills them.
+// The items that begin every entry, as `full_entry` fills them.
 std::string common_items(const std::string& flags, const std::string& type) {
     return item("id", "Id") + item("cfg", "Main") + item("cfgname", "Main page") +
            item("cfgsetn", "Setn") + item("grp", "Group") + item("spif", "Spif") +
@@ -560,7 +560,7 @@ std::string common_items(const std::string& flags, const std::string& type) {
            item("type", type);
 }
 
-TEST(template_info_writer, writes_the_items_of_each_type_in_their_order) {
+TEST(template_info_output, writes_the_items_of_each_type_in_order) {
     const std::string end = "\xA7\n";
     EXPECT_EQ(written(full_entry(3, 0xAB)), common_items("ab", "3") + item("min", "10") +
                                                 item("max", "20") + item("stp", "5") + end);
@@ -574,7 +574,7 @@ TEST(template_info_writer, writes_the_items_of_each_type_in_their_order) {
     }
 }
 
-TEST(template_info_writer, writes_rec_behind_the_type_when_bit_20_of_the_flags_is_set) {
+TEST(template_info_output, writes_rec_after_the_type_when_bit_20_of_the_flags_is_set) {
     for (const std::uint32_t flg : {0x100000U, 0xFFFFFFFFU}) {
         EXPECT_TRUE(written(full_entry(5, flg))
                         .ends_with(item("type", "5") + item("rec", "Rec") + "\xA7\n"));
@@ -584,7 +584,7 @@ TEST(template_info_writer, writes_rec_behind_the_type_when_bit_20_of_the_flags_i
     EXPECT_EQ(written(full_entry(5, 0xFFEFFFFF)), common_items("ffefffff", "5") + "\xA7\n");
 }
 
-TEST(template_info_writer, writes_numbers_alike_whatever_the_flags_of_the_stream) {
+TEST(template_info_output, does_not_depend_on_the_flags_of_the_stream) {
     std::ostringstream out;
     out << std::hex << std::showbase << std::uppercase << std::showpos << std::setfill('*')
         << std::setw(40) << full_entry(3, 0xAB);
@@ -592,14 +592,14 @@ TEST(template_info_writer, writes_numbers_alike_whatever_the_flags_of_the_stream
     EXPECT_EQ(out.flags() & std::ios::basefield, std::ios::dec);
 }
 
-TEST(template_info_writer, leaves_the_record_in_the_file_at_once) {
+TEST(template_info_output, flushes_the_stream) {
     const std::string path = test::root() + "/written.txt";
     std::ofstream out(path, std::ios::binary);
     out << full_entry(5, 0);
     EXPECT_EQ(test::read_file(path), written(full_entry(5, 0)));
 }
 
-TEST(template_info_writer, reader_gets_every_written_field_back) {
+TEST(template_info_output, can_be_read_back) {
     for (const std::int32_t type : {0, 3, 4, 5, 9, -1}) {
         for (const std::uint32_t flg : {0x0U, 0x100000U, 0xFFFFFFFFU}) {
             auto expected = full_entry(type, flg);
@@ -625,7 +625,7 @@ TEST(template_info_writer, reader_gets_every_written_field_back) {
     }
 }
 
-TEST(convert_to_attribute, copies_numbers_and_points_into_the_entry) {
+TEST(convert_to_attribute, copies_numbers_and_points_to_the_texts) {
     const auto info = full_entry(-3, 0x123);
     dp_attribute a;
     info.convert_to_attribute(a);

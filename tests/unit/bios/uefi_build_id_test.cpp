@@ -37,7 +37,7 @@ class uefi_build_id : public test::bios_service {
     const std::string calls_file = test::root() + "/calls";
 };
 
-TEST_F(uefi_build_id, first_update_makes_the_file_and_the_second_finds_nothing_new) {
+TEST_F(uefi_build_id, first_update_creates_the_file_and_the_second_changes_nothing) {
     report_id("ABC123");
     EXPECT_EQ(update_uefi_build_id_file(), 1);
     EXPECT_EQ(test::read_file(build_id_file), "ABC123\n");
@@ -45,13 +45,13 @@ TEST_F(uefi_build_id, first_update_makes_the_file_and_the_second_finds_nothing_n
     EXPECT_EQ(test::read_file(calls_file), "-g UEFIID\n-g UEFIID\n");
 }
 
-TEST_F(uefi_build_id, class_operation_is_the_same) {
+TEST_F(uefi_build_id, class_operation_does_the_same) {
     report_id("ABC123");
     EXPECT_EQ(dp::cim_helper::update_uefi_build_id_file(), 1);
     EXPECT_EQ(update_uefi_build_id_file(), 0);
 }
 
-TEST_F(uefi_build_id, other_id_replaces_the_file) {
+TEST_F(uefi_build_id, different_id_replaces_the_file) {
     report_id("A-LONGER-ID");
     update_uefi_build_id_file();
     report_id("B");
@@ -59,7 +59,7 @@ TEST_F(uefi_build_id, other_id_replaces_the_file) {
     EXPECT_EQ(test::read_file(build_id_file), "B\n");
 }
 
-TEST_F(uefi_build_id, same_id_leaves_the_file_alone) {
+TEST_F(uefi_build_id, same_id_does_not_touch_the_file) {
     write_aged(build_id_file, "A\n", 1000);
     report_id("A");
     EXPECT_EQ(update_uefi_build_id_file(), 0);
@@ -68,7 +68,7 @@ TEST_F(uefi_build_id, same_id_leaves_the_file_alone) {
                   std::chrono::sys_seconds(std::chrono::seconds(time.now() - 1000)))));
 }
 
-TEST_F(uefi_build_id, temporary_file_goes_away) {
+TEST_F(uefi_build_id, temporary_file_is_removed) {
     report_id("A");
     update_uefi_build_id_file();
     EXPECT_THAT(temporary_files(), IsEmpty());
@@ -79,7 +79,7 @@ TEST_F(uefi_build_id, temporary_file_goes_away) {
 }
 
 TEST_F(uefi_build_id, temporary_file_that_cannot_be_removed_is_logged) {
-    // The tool leaves a folder with something in it where its output was.
+    // The tool replaces its output file by a folder that is not empty.
     test::write_script(
         sysvpd, "for f in " + test::root() + "/tmp/uefiinfo_*; do rm $f; mkdir -p $f/inside; done");
     test::recording_log log(dp::log_level::trace_4);
@@ -91,7 +91,7 @@ TEST_F(uefi_build_id, temporary_file_that_cannot_be_removed_is_logged) {
                 testing::EndsWith(" failed, errno= " + std::to_string(ENOTEMPTY)));
 }
 
-TEST_F(uefi_build_id, failed_run_is_logged_and_its_output_taken) {
+TEST_F(uefi_build_id, failed_run_is_logged_and_its_output_used) {
     test::write_script(sysvpd, "echo partial; exit 3");
     test::recording_log log(dp::log_level::error);
     EXPECT_EQ(update_uefi_build_id_file(), 1);
@@ -102,7 +102,7 @@ TEST_F(uefi_build_id, failed_run_is_logged_and_its_output_taken) {
     EXPECT_THAT(silent.lines, IsEmpty());
 }
 
-TEST_F(uefi_build_id, empty_id_of_a_missing_tool_replaces_a_good_one) {
+TEST_F(uefi_build_id, empty_id_of_a_missing_tool_replaces_a_valid_id) {
     write_aged(build_id_file, "GOOD\n", 100);
     test::recording_log log(dp::log_level::error);
     EXPECT_EQ(update_uefi_build_id_file(), 1);
@@ -111,9 +111,8 @@ TEST_F(uefi_build_id, empty_id_of_a_missing_tool_replaces_a_good_one) {
     EXPECT_EQ(update_uefi_build_id_file(), 0) << "two empty files are identical";
 }
 
-TEST_F(uefi_build_id, update_without_a_place_for_temporary_files_empties_the_id) {
-    // Moved to a folder that the library does not look at, so that only the exchange folder is
-    // left.
+TEST_F(uefi_build_id, update_without_a_folder_for_temporary_files_clears_the_id) {
+    // In a folder that the library does not use, so that only the exchange folder remains.
     write_aged(build_id_file, "GOOD\n", 100);
     report_id("NEW");
     const std::string tmp = test::root() + "/tmp";
@@ -125,7 +124,7 @@ TEST_F(uefi_build_id, update_without_a_place_for_temporary_files_empties_the_id)
     EXPECT_EQ(test::read_file(build_id_file), "GOOD\n") << "the folder was out of reach";
 }
 
-TEST_F(uefi_build_id, needs_no_service_and_is_noticed_by_one) {
+TEST_F(uefi_build_id, update_needs_no_service_and_is_detected_by_a_service) {
     write_aged(configs_file, "Main\n", 50);
     report_id("ONE");
     ASSERT_EQ(update_uefi_build_id_file(), 1);

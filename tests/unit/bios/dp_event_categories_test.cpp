@@ -31,13 +31,13 @@ static_assert(offsetof(dp_category_map_entry, name) == 4);
 static_assert(offsetof(dp_category_map_entry, value) == 260);
 static_assert(sizeof(dp_category_map_entry) == 516);
 
-class event_categories : public testing::Test {
+class dp_event_categories : public testing::Test {
   protected:
     void SetUp() override { test::clean_root(); }
 
     static std::string file() { return test::root() + "/tmp/DS/uim_ras_category_mapping.cfg"; }
 
-    // The entries that the C API gives for a file of this content.
+    // The entries that the C API returns for a file with this content.
     static std::vector<entry> read(const std::string& content) {
         test::write_file(file(), content);
         std::uint32_t count = 99;
@@ -56,19 +56,19 @@ class event_categories : public testing::Test {
     }
 };
 
-TEST_F(event_categories, blanks_around_the_three_parts_do_not_count) {
+TEST_F(dp_event_categories, trims_spaces_around_the_three_parts) {
     const entry fan{12, "Fan", "Fan failure"};
     EXPECT_THAT(read("12=Fan::Fan failure\n"), ElementsAre(fan));
     EXPECT_THAT(read("12 = Fan :: Fan failure\n"), ElementsAre(fan));
     EXPECT_THAT(read("12   =   Fan   ::   Fan failure   \n"), ElementsAre(fan));
 }
 
-TEST_F(event_categories, only_blanks_are_removed) {
+TEST_F(dp_event_categories, trims_only_spaces) {
     EXPECT_THAT(read("1 =\tA\t::\tB\t\r\n"), ElementsAre(entry(1, "\tA\t", "\tB\t\r")));
     EXPECT_THAT(read("1\t=A::B\n"), ElementsAre(entry(1, "A", "B")));
 }
 
-TEST_F(event_categories, lines_that_do_not_begin_with_a_digit_are_skipped) {
+TEST_F(dp_event_categories, skips_lines_that_do_not_begin_with_a_digit) {
     EXPECT_THAT(read("# 5 = X :: Y\n"
                      " # 5 = X :: Y\n"
                      " 5 = X :: Y\n"
@@ -81,7 +81,7 @@ TEST_F(event_categories, lines_that_do_not_begin_with_a_digit_are_skipped) {
                 ElementsAre(entry(3, "Memory", "Memory errors")));
 }
 
-TEST_F(event_categories, lines_without_their_separators_in_order_are_skipped) {
+TEST_F(dp_event_categories, skips_lines_without_both_separators_in_order) {
     EXPECT_THAT(read("5\n"
                      "5 = X\n"
                      "5 :: Y\n"
@@ -91,19 +91,19 @@ TEST_F(event_categories, lines_without_their_separators_in_order_are_skipped) {
                 ElementsAre(entry(6, "", "")));
 }
 
-TEST_F(event_categories, the_first_separators_count) {
+TEST_F(dp_event_categories, splits_at_the_first_separators) {
     EXPECT_THAT(read("1=a=b::c::d=e\n"), ElementsAre(entry(1, "a=b", "c::d=e")));
     EXPECT_THAT(read("1=a:::b\n"), ElementsAre(entry(1, "a", ":b")));
     EXPECT_THAT(read("1=::::\n"), ElementsAre(entry(1, "", "::")));
 }
 
-TEST_F(event_categories, the_number_ends_where_its_digits_end) {
+TEST_F(dp_event_categories, ignores_text_after_the_number) {
     EXPECT_THAT(read("7 seven = A :: B\n8x=C::D\n0x10=E::F\n9.5=G::H\n"),
                 ElementsAre(entry(7, "A", "B"), entry(8, "C", "D"), entry(0, "E", "F"),
                             entry(9, "G", "H")));
 }
 
-TEST_F(event_categories, a_number_that_overflows_skips_its_line) {
+TEST_F(dp_event_categories, skips_lines_whose_number_overflows) {
     EXPECT_THAT(read("2147483647=A::B\n"
                      "2147483648=C::D\n"
                      "99999999999999999999999999=E::F\n"
@@ -111,17 +111,17 @@ TEST_F(event_categories, a_number_that_overflows_skips_its_line) {
                 ElementsAre(entry(2147483647, "A", "B"), entry(1, "G", "H")));
 }
 
-TEST_F(event_categories, order_and_duplicates_are_kept) {
+TEST_F(dp_event_categories, keeps_order_and_duplicates) {
     EXPECT_THAT(read("2=B::b\n1=A::a\n2=B::b\n2=C::c\n"),
                 ElementsAre(entry(2, "B", "b"), entry(1, "A", "a"), entry(2, "B", "b"),
                             entry(2, "C", "c")));
 }
 
-TEST_F(event_categories, the_last_line_needs_no_line_end) {
+TEST_F(dp_event_categories, reads_a_last_line_without_newline) {
     EXPECT_THAT(read("1=A::a\n2=B::b"), ElementsAre(entry(1, "A", "a"), entry(2, "B", "b")));
 }
 
-TEST_F(event_categories, a_line_holds_at_most_199_characters) {
+TEST_F(dp_event_categories, accepts_lines_of_up_to_199_characters) {
     const std::string longest = "1=A::" + std::string(194, 'v');
     ASSERT_EQ(longest.size(), 199U);
     const entry whole{1, "A", std::string(194, 'v')};
@@ -130,7 +130,7 @@ TEST_F(event_categories, a_line_holds_at_most_199_characters) {
     EXPECT_THAT(read("2=B::b\n" + longest), ElementsAre(second, whole));
 }
 
-TEST_F(event_categories, a_longer_line_ends_the_reading) {
+TEST_F(dp_event_categories, stops_at_a_longer_line) {
     const std::string too_long = "1=A::" + std::string(195, 'v');
     const entry zero{0, "Z", "z"};
     EXPECT_THAT(read("0=Z::z\n" + too_long + "\n2=B::b\n"), ElementsAre(zero));
@@ -138,17 +138,17 @@ TEST_F(event_categories, a_longer_line_ends_the_reading) {
     EXPECT_THAT(read("0=Z::z\n#" + std::string(100000, 'c') + "\n2=B::b\n"), ElementsAre(zero));
 }
 
-TEST_F(event_categories, a_line_ends_at_a_nul_inside_it) {
+TEST_F(dp_event_categories, cuts_a_line_at_a_nul) {
     using namespace std::string_literals;
     EXPECT_THAT(read("1=A::a\0b\n2=B\0::b\n\0003=C::c\n4=D::d\n"s),
                 ElementsAre(entry(1, "A", "a"), entry(4, "D", "d")));
 }
 
-TEST_F(event_categories, bytes_beyond_ascii_pass_through) {
+TEST_F(dp_event_categories, keeps_bytes_beyond_ascii) {
     EXPECT_THAT(read("1=\xff\xc3\xa4::\x80\n"), ElementsAre(entry(1, "\xff\xc3\xa4", "\x80")));
 }
 
-TEST_F(event_categories, a_missing_empty_or_unreadable_file_has_no_entries) {
+TEST_F(dp_event_categories, has_no_entries_for_a_missing_empty_or_unreadable_file) {
     std::uint32_t count = 99;
     dp_category_map_entry record{};
     EXPECT_EQ(dp_get_uim_event_category_mapping(&record, &count), 0);
@@ -161,14 +161,14 @@ TEST_F(event_categories, a_missing_empty_or_unreadable_file_has_no_entries) {
     EXPECT_EQ(count, 0U);
 }
 
-TEST_F(event_categories, what_is_no_regular_file_has_no_entries_and_is_not_waited_for) {
+TEST_F(dp_event_categories, has_no_entries_and_never_waits_without_a_regular_file) {
     std::filesystem::create_directories(test::root() + "/tmp/DS");
     const auto expect_none = [] {
         std::uint32_t count = 99;
         EXPECT_EQ(dp_get_uim_event_category_mapping(nullptr, &count), 0);
         EXPECT_EQ(count, 0U);
     };
-    // A pipe without a writer, and one whose writer offers a table.
+    // A pipe without a writer, and a pipe whose writer sends a table.
     ASSERT_EQ(mkfifo(file().c_str(), 0600), 0);
     expect_none();
     const int pipe = open(file().c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
@@ -187,7 +187,7 @@ TEST_F(event_categories, what_is_no_regular_file_has_no_entries_and_is_not_waite
     EXPECT_EQ(count, 1U) << "a link to a table is followed";
 }
 
-TEST_F(event_categories, without_a_count_nothing_is_written) {
+TEST_F(dp_event_categories, writes_nothing_without_a_count) {
     test::write_file(file(), "1=A::a\n");
     dp_category_map_entry record;
     std::memset(&record, 0x55, sizeof record);
@@ -197,12 +197,12 @@ TEST_F(event_categories, without_a_count_nothing_is_written) {
     EXPECT_EQ(dp_get_uim_event_category_mapping(nullptr, nullptr), -1);
 }
 
-TEST_F(event_categories, the_file_is_read_at_every_call) {
+TEST_F(dp_event_categories, reads_the_file_at_every_call) {
     EXPECT_THAT(read("1=A::a\n"), ElementsAre(entry(1, "A", "a")));
     EXPECT_THAT(read("1=B::b\n2=C::c\n"), ElementsAre(entry(1, "B", "b"), entry(2, "C", "c")));
 }
 
-TEST_F(event_categories, a_caller_in_c_gets_the_same_records) {
+TEST_F(dp_event_categories, returns_the_same_entries_to_a_caller_in_c) {
     test::write_file(file(), "1=A::a\n2=B::b\n");
     std::uint32_t count = 0;
     const char* value = nullptr;
@@ -211,7 +211,7 @@ TEST_F(event_categories, a_caller_in_c_gets_the_same_records) {
     EXPECT_STREQ(value, "a");
 }
 
-TEST_F(event_categories, many_entries_are_copied) {
+TEST_F(dp_event_categories, copies_many_entries) {
     std::string content;
     for (int i = 0; i < 5000; ++i) {
         content += std::to_string(i) + " = n" + std::to_string(i) + " :: v\n";
@@ -221,7 +221,7 @@ TEST_F(event_categories, many_entries_are_copied) {
     EXPECT_EQ(entries[4999], entry(4999, "n4999", "v"));
 }
 
-TEST_F(event_categories, texts_are_cut_to_255_characters) {
+TEST_F(dp_event_categories, cuts_texts_to_255_characters) {
     for (const std::size_t length : {254U, 255U, 256U, 257U, 300U}) {
         const dp::BitMap from{-7, std::string(length, 'n'), std::string(length, 'v')};
         dp_category_map_entry to;
@@ -236,7 +236,7 @@ TEST_F(event_categories, texts_are_cut_to_255_characters) {
     }
 }
 
-TEST_F(event_categories, the_bytes_behind_a_text_are_cleared) {
+TEST_F(dp_event_categories, clears_the_bytes_after_a_text) {
     dp_category_map_entry to;
     std::memset(&to, 0x55, sizeof to);
     dp::copy_to_entry({1, "ab", ""}, to);
@@ -244,7 +244,7 @@ TEST_F(event_categories, the_bytes_behind_a_text_are_cleared) {
     EXPECT_EQ(std::string(to.value, sizeof to.value), std::string(256, '\0'));
 }
 
-TEST_F(event_categories, extracting_into_a_table_keeps_the_parts) {
+TEST_F(dp_event_categories, keeps_the_parts_in_category_bitMap) {
     test::write_file(file(), "3 = Memory :: Memory errors\n");
     dp::category_bitMap map;
     EXPECT_EQ(map.file_name, file());
@@ -256,8 +256,8 @@ TEST_F(event_categories, extracting_into_a_table_keeps_the_parts) {
     EXPECT_EQ(map.entries[0].value, "Memory errors");
 }
 
-TEST_F(event_categories, a_lack_of_memory_is_an_answer) {
-    // Names too long for the small-string buffer, so that each line allocates.
+TEST_F(dp_event_categories, reports_a_lack_of_memory) {
+    // Names that exceed the small-string buffer, so that each line allocates.
     const std::string name(40, 'n');
     test::write_file(file(), "1=" + name + "::a\n2=" + name + "::b\n3=" + name + "::c\n");
     int failures = 0;
