@@ -29,7 +29,7 @@ int open_scratch_file(const std::string& path) {
     return open_regular_file(path, O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW);
 }
 
-// What can't be written is lost, as the file soon is.
+// Text that cannot be written is silently dropped: the file is removed soon anyway.
 void move_to_file(std::ostringstream& text, int file) {
     write_all(file, text.view());
     text.str({});

@@ -47,7 +47,7 @@ class dp_event_categories : public testing::Test {
         std::uint32_t second = 99;
         EXPECT_EQ(dp_get_uim_event_category_mapping(records.data(), &second), 0);
         EXPECT_EQ(second, count);
-        EXPECT_EQ(records[count].bit, 0x55555555) << "nothing is written behind the last entry";
+        EXPECT_EQ(records[count].bit, 0x55555555) << "nothing is written after the last entry";
         std::vector<entry> entries;
         for (std::uint32_t i = 0; i < count; ++i) {
             entries.emplace_back(records[i].bit, records[i].name, records[i].value);
@@ -184,7 +184,7 @@ TEST_F(dp_event_categories, has_no_entries_and_never_waits_without_a_regular_fil
     std::filesystem::create_symlink(test::root() + "/tmp/table", file());
     std::uint32_t count = 99;
     EXPECT_EQ(dp_get_uim_event_category_mapping(nullptr, &count), 0);
-    EXPECT_EQ(count, 1U) << "a link to a table is followed";
+    EXPECT_EQ(count, 1U) << "a symlink to a table is followed";
 }
 
 TEST_F(dp_event_categories, writes_nothing_without_a_count) {

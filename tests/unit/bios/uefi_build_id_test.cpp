@@ -75,7 +75,7 @@ TEST_F(uefi_build_id, temporary_file_is_removed) {
     report_id("A; rm " + test::root() + "/tmp/uefiinfo_*");
     test::recording_log log(0xFFFFFFFF);
     update_uefi_build_id_file();
-    EXPECT_THAT(log.lines, IsEmpty()) << "a file that is gone already is no failure";
+    EXPECT_THAT(log.lines, IsEmpty()) << "a file that is already removed is not a failure";
 }
 
 TEST_F(uefi_build_id, temporary_file_that_cannot_be_removed_is_logged) {
@@ -121,7 +121,7 @@ TEST_F(uefi_build_id, update_without_a_folder_for_temporary_files_clears_the_id)
     EXPECT_EQ(update_uefi_build_id_file(), 1);
     EXPECT_THAT(log.lines, Contains(line{"ERR", " ***ERROR*** Failed running sysvpd"}));
     std::filesystem::rename(tmp + ".away", tmp);
-    EXPECT_EQ(test::read_file(build_id_file), "GOOD\n") << "the folder was out of reach";
+    EXPECT_EQ(test::read_file(build_id_file), "GOOD\n") << "the folder could not be used";
 }
 
 TEST_F(uefi_build_id, update_needs_no_service_and_is_detected_by_a_service) {

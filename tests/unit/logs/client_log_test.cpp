@@ -104,7 +104,7 @@ TEST_F(client_log, does_not_stop_pruning_at_6144_bytes) {
     log.write_line(line_of(6142, 'c'));
     EXPECT_EQ(text().size(), 8192U);
     log.write_line("");
-    EXPECT_EQ(text(), line_of(6142, 'c') + "\n\n") << "6144 bytes lose one line more";
+    EXPECT_EQ(text(), line_of(6142, 'c') + "\n\n") << "one more line is pruned at 6144 bytes";
 }
 
 TEST_F(client_log, stops_pruning_at_6143_bytes) {
@@ -132,7 +132,7 @@ TEST_F(client_log, writes_a_line_beyond_the_limit_and_prunes_it_with_the_next) {
     log.write_line("after");
     EXPECT_EQ(text(), "after\n");
     log.write_line(line_of(8186));
-    EXPECT_EQ(text().size(), 8192U) << "the total fits the lines again";
+    EXPECT_EQ(text().size(), 8192U) << "the total is correct again";
 }
 
 TEST_F(client_log, keeps_a_line_between_the_limits_alone) {
@@ -355,7 +355,7 @@ TEST_F(client_log, stop_counts_the_commands_again) {
     late.status = 5;
     sample.add(&sample.c, "", 255, "").complete = false;
     log.stop(&sample.transaction);
-    EXPECT_EQ(text(), "<T>stop 1 1 1\n") << "what is not complete is no error";
+    EXPECT_EQ(text(), "<T>stop 1 1 1\n") << "an incomplete command is not an error";
 }
 
 TEST_F(client_log, writes_no_progress_without_steps) {
