@@ -7,7 +7,8 @@ target_compile_options(
     -Wall
     -Wextra
     -Wpedantic
-    -Wshadow
+    # A source that is compiled together with others would be warned of their names.
+    $<$<NOT:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>>:-Wshadow>
     -Wconversion
     -Wsign-conversion
     -Wcast-align

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# The demo, twice at once, on the sample and on a registry that a server really has if there is one here.
+# Runs the demo twice at once: with the sample registry, and with a real server's registry if there is one.
 #
-# usage: demo_test.sh SOURCE_DIR BUILD_DIR
+# usage: demo_test.sh SOURCE_DIR BUILD_DIR [DATA_DIR]
 set -euo pipefail
 command -v jq >/dev/null || { echo "SKIPPED: no jq"; exit 77; }
 source_dir=$1
@@ -28,16 +28,15 @@ check_left() {
   left=$(python3 "$source_dir/tests/system/left_queues.py" "$@") || fail "left behind: ${left:-unknown queues}"
 }
 
-real=$source_dir/../shared/data/server-a.registry.json
-second=(--registry "$real")
+real=${3:+$3/server-a.registry.json}
 if [ ! -r "$real" ]; then
-  echo "no real registry here: the sample stands in for it"
-  second=(--registry "$source_dir/examples/registry/server.registry.json")
+  echo "no real registry (${real:-DP_TEST_DATA_DIR is not set}): using the sample twice"
+  real=$source_dir/examples/registry/server.registry.json
 fi
 export TMPDIR=$scratch
 "$source_dir/tools/demo.sh" "$build_dir" >"$scratch/first.log" 2>&1 &
 first=$!
-"$source_dir/tools/demo.sh" "$build_dir" "${second[@]}" >"$scratch/second.log" 2>&1 || fail "the second demo"
+"$source_dir/tools/demo.sh" "$build_dir" --registry "$real" >"$scratch/second.log" 2>&1 || fail "the second demo"
 wait "$first" || fail "the first demo"
 for log in first second; do
   for wanted in 'dp_settingsd: ready' 'is not one of' 'pending until the server restarts' \

@@ -87,7 +87,7 @@ using counts = std::pair<unsigned, unsigned>;
 
 // The checker's good and bad lines, counted by the reader and by the reference. The reader stores
 // less for it.
-counts checked(const std::string& file) {
+counts counted_by_checker(const std::string& file) {
     dp::batch_file_checker checker;
     std::istringstream in(file);
     dp::batch_file_reader(&checker).read_file(in, nullptr);
@@ -103,7 +103,7 @@ counts checked_by_reference(const std::string& file) {
 
 // False, with a failure reported, when the reader and the reference do not agree.
 bool agrees_with_reference(const std::string& file) {
-    if (checked(file) != checked_by_reference(file)) {
+    if (counted_by_checker(file) != checked_by_reference(file)) {
         ADD_FAILURE() << "counted other good and bad lines in:\n" << shown(file);
         return false;
     }

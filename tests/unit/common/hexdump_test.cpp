@@ -10,13 +10,13 @@ using dp::hexdump;
 
 namespace {
 
-constexpr std::array<unsigned char, 3> bytes{0x0A, 0xFF, 0x00};
+constexpr std::array<unsigned char, 3> three_bytes{0x0A, 0xFF, 0x00};
 
 }  // namespace
 
 TEST(hexdump, writes_two_lower_case_digits_for_each_byte) {
     std::ostringstream os;
-    os << hexdump{bytes.data(), 3};
+    os << hexdump{three_bytes.data(), 3};
     EXPECT_EQ(os.str(), "0aff00");
 }
 
@@ -35,7 +35,7 @@ TEST(hexdump, writes_every_byte_value) {
 
 TEST(hexdump, writes_only_count_bytes) {
     std::ostringstream os;
-    os << hexdump{bytes.data(), 1};
+    os << hexdump{three_bytes.data(), 1};
     EXPECT_EQ(os.str(), "0a");
 }
 
@@ -53,7 +53,8 @@ TEST(hexdump, writes_nothing_and_does_not_change_the_stream_without_bytes) {
 
 TEST(hexdump, restores_the_flags_but_not_the_fill_character) {
     std::ostringstream os;
-    os << std::oct << hexdump{bytes.data(), 1} << ' ' << 8 << ' ' << std::dec << std::setw(3) << 7;
+    os << std::oct << hexdump{three_bytes.data(), 1} << ' ' << 8 << ' ' << std::dec << std::setw(3)
+       << 7;
     EXPECT_EQ(os.str(), "0a 10 007");
     EXPECT_EQ(os.fill(), '0');
 }
@@ -64,7 +65,7 @@ TEST(hexdump, is_hexadecimal_whatever_the_base_of_the_stream) {
         std::ostringstream os;
         os.setf(base, std::ios_base::basefield);
         const auto flags = os.flags();
-        os << hexdump{bytes.data(), 3};
+        os << hexdump{three_bytes.data(), 3};
         EXPECT_EQ(os.str(), "0aff00");
         EXPECT_EQ(os.flags(), flags);
     }

@@ -19,6 +19,7 @@
 #include "bios/template_info.hpp"
 #include "tests/support/program.hpp"
 #include "tests/support/scratch_files.hpp"
+#include "tests/support/test_data.hpp"
 
 // The programs as processes, in a scratch folder.
 
@@ -283,9 +284,9 @@ TEST_F(dpspy, expands_and_lists_by_the_librarys_command_lines) {
 
 TEST_F(dpspy, gives_the_library_every_attribute_and_value_of_a_registry) {
     std::vector<std::string> registries{sample, updated_sample};
-    const std::string real = std::string(DP_SHARED_DATA_DIR) + "/server-a.registry.json";
-    if (std::filesystem::exists(real)) {
-        registries.push_back(real);
+    constexpr const char* real_registry = "server-a.registry.json";
+    if (test::missing_data(real_registry).empty()) {
+        registries.push_back(test::data_file(real_registry));
     }
     for (const auto& registry : registries) {
         compile(registry);
@@ -315,10 +316,10 @@ TEST_F(dpspy, passes_attribute_text_through) {
 }
 
 TEST_F(dpspy, expands_images_of_an_independent_encoder) {
-    const std::string folder = std::string(DP_SHARED_DATA_DIR) + "/efi/";
-    if (!std::filesystem::exists(folder)) {
-        GTEST_SKIP() << "no images in " << folder;
+    if (const auto reason = test::missing_data("efi/records.uefi"); !reason.empty()) {
+        GTEST_SKIP() << reason;
     }
+    const std::string folder = test::data_file("efi/");
     for (const std::string name : {"empty", "one-byte", "random-20k", "zeros-100k", "records"}) {
         const auto result =
             run_program("dpspy", {"-sf", "-i", folder + name + ".uefi", "-o", "info"});

@@ -1,14 +1,14 @@
 #include <gtest/gtest.h>
 
-#include "service_api/service_status.hpp"
 #include "host/model/template_element.hpp"
+#include "service_api/service_status.hpp"
 #include "tests/support/sample_template.hpp"
 
 namespace {
 
 using dp_host::template_element;
 
-std::string mapped(template_element& element, std::string value) {
+std::string mapped_number(template_element& element, std::string value) {
     EXPECT_TRUE(element.map_value(&value));
     return value;
 }
@@ -58,12 +58,12 @@ TEST(number_element, bounds_of_0_and_0_do_not_bound) {
 
 TEST(number_element, leading_zeros_go_away) {
     const auto element = template_element::make(test::number("A", "B", "005", 0, 100, 1));
-    EXPECT_EQ(mapped(*element, "007"), "7");
-    EXPECT_EQ(mapped(*element, "000"), "0");
-    EXPECT_EQ(mapped(*element, "0"), "0");
-    EXPECT_EQ(mapped(*element, "100"), "100");
-    EXPECT_EQ(mapped(*element, "0x0"), "0x0");
-    EXPECT_EQ(mapped(*element, ""), "");
+    EXPECT_EQ(mapped_number(*element, "007"), "7");
+    EXPECT_EQ(mapped_number(*element, "000"), "0");
+    EXPECT_EQ(mapped_number(*element, "0"), "0");
+    EXPECT_EQ(mapped_number(*element, "100"), "100");
+    EXPECT_EQ(mapped_number(*element, "0x0"), "0x0");
+    EXPECT_EQ(mapped_number(*element, ""), "");
     EXPECT_EQ(element->default_value(), "5");
 }
 

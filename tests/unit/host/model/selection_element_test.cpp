@@ -15,7 +15,7 @@ template_info order(const std::string& chc) {
     return info;
 }
 
-std::string mapped(template_element& element, std::string value) {
+std::string mapped_selection(template_element& element, std::string value) {
     EXPECT_TRUE(element.map_value(&value)) << value;
     return value;
 }
@@ -23,13 +23,14 @@ std::string mapped(template_element& element, std::string value) {
 TEST(selection_element, both_forms_become_the_terse_one) {
     const auto element = template_element::make(order("HDD,PXE,USB"));
     EXPECT_EQ(element->default_value(), "HDD,PXE");
-    EXPECT_EQ(mapped(*element, "[value='PXE',order='2'],[value='USB',order='1']"), "USB,PXE");
-    EXPECT_EQ(mapped(*element, "PXE,HDD"), "PXE,HDD");
+    EXPECT_EQ(mapped_selection(*element, "[value='PXE',order='2'],[value='USB',order='1']"),
+              "USB,PXE");
+    EXPECT_EQ(mapped_selection(*element, "PXE,HDD"), "PXE,HDD");
 }
 
 TEST(selection_element, an_item_with_a_comma_keeps_the_full_form) {
     const auto element = template_element::make(order(""));
-    EXPECT_EQ(mapped(*element, "[value='b,c',order='1'],[value='a',order='2']"),
+    EXPECT_EQ(mapped_selection(*element, "[value='b,c',order='1'],[value='a',order='2']"),
               "[value='a',order='2'],[value='b,c',order='1']");
 }
 

@@ -11,6 +11,7 @@
 #include "platform/sysipc/efi_decompressor.hpp"
 #include "tests/support/recording_log.hpp"
 #include "tests/support/scratch_files.hpp"
+#include "tests/support/test_data.hpp"
 
 namespace {
 
@@ -52,7 +53,7 @@ std::string random_text(std::size_t size, unsigned letters, unsigned seed) {
     return text;
 }
 
-std::string template_text(std::size_t size) {
+std::string template_text_of_size(std::size_t size) {
     std::string text;
     std::mt19937 random(7);
     while (text.size() < size) {
@@ -71,7 +72,7 @@ TEST(efi_compress, round_trips_every_small_size) {
         ASSERT_TRUE(round_trip(std::string(size, 'x')));
         ASSERT_TRUE(round_trip(random_text(size, 256, static_cast<unsigned>(size))));
         ASSERT_TRUE(round_trip(random_text(size, 2, static_cast<unsigned>(size))));
-        ASSERT_TRUE(round_trip(template_text(size)));
+        ASSERT_TRUE(round_trip(template_text_of_size(size)));
     }
 }
 
@@ -147,7 +148,7 @@ TEST(efi_compress, limits_codes_to_16_bits) {
 }
 
 TEST(efi_compress, compresses_template_text_to_less_than_a_tenth) {
-    const std::string text = template_text(100'000);
+    const std::string text = template_text_of_size(100'000);
     EXPECT_TRUE(round_trip(text));
     EXPECT_LT(efi_compress(text).size(), text.size() / 10);
 }
@@ -164,13 +165,15 @@ TEST(efi_compress, expands_random_bytes_by_less_than_a_hundredth) {
 }
 
 TEST(efi_compress, compresses_about_as_well_as_another_encoder) {
-    const std::string folder = DP_SHARED_DATA_DIR "/efi/";
-    const std::string text = test::read_file(folder + "records.bin");
-    if (text.empty()) {
-        GTEST_SKIP() << "no sample images in " << folder;
+    for (const char* name : {"efi/records.bin", "efi/records.uefi"}) {
+        if (const auto reason = test::missing_data(name); !reason.empty()) {
+            GTEST_SKIP() << reason;
+        }
     }
+    const std::string text = test::read_file(test::data_file("efi/records.bin"));
+    const std::string image = test::read_file(test::data_file("efi/records.uefi"));
     EXPECT_TRUE(round_trip(text));
-    EXPECT_LT(efi_compress(text).size(), test::read_file(folder + "records.uefi").size() * 11 / 10);
+    EXPECT_LT(efi_compress(text).size(), image.size() * 11 / 10);
 }
 
 TEST(efi_compress, writes_a_bit_stream_for_an_empty_text) {

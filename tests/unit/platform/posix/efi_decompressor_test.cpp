@@ -14,6 +14,7 @@
 #include "platform/posix/efi_format.hpp"
 #include "tests/support/recording_log.hpp"
 #include "tests/support/scratch_files.hpp"
+#include "tests/support/test_data.hpp"
 #include "tests/unit/platform/allocations.hpp"
 
 namespace {
@@ -32,7 +33,7 @@ std::string decompress(const std::string& data) {
     return {text.begin(), text.end()};
 }
 
-std::string bytes(std::initializer_list<unsigned char> list) {
+std::string binary(std::initializer_list<unsigned char> list) {
     return {list.begin(), list.end()};
 }
 
@@ -104,19 +105,19 @@ void expect_corrupt(const std::string& image) {
 }
 
 TEST(efi_decompressor, expands_an_image_of_one_byte) {
-    EXPECT_EQ(
-        decompress(bytes({0x07, 0, 0, 0, 0x01, 0, 0, 0, 0x00, 0x01, 0x00, 0x00, 0x04, 0x10, 0x00})),
-        "A");
+    EXPECT_EQ(decompress(
+                  binary({0x07, 0, 0, 0, 0x01, 0, 0, 0, 0x00, 0x01, 0x00, 0x00, 0x04, 0x10, 0x00})),
+              "A");
 }
 
 TEST(efi_decompressor, expands_an_image_with_one_match_length_and_one_position) {
-    EXPECT_EQ(decompress(bytes({0x0A, 0, 0, 0, 0x20, 0, 0, 0, 0x00, 0x02, 0x20, 0x04, 0x31, 0xD1,
-                                0x36, 0x53, 0x40, 0x10})),
+    EXPECT_EQ(decompress(binary({0x0A, 0, 0, 0, 0x20, 0, 0, 0, 0x00, 0x02, 0x20, 0x04, 0x31, 0xD1,
+                                 0x36, 0x53, 0x40, 0x10})),
               std::string(32, 'a'));
 }
 
 TEST(efi_decompressor, expands_an_image_of_template_text) {
-    const std::string image = bytes(
+    const std::string image = binary(
         {0x52, 0x00, 0x00, 0x00, 0xAE, 0x00, 0x00, 0x00, 0x00, 0x46, 0x4B, 0x73, 0x70, 0xCC, 0x2B,
          0xB8, 0x1A, 0xA2, 0x54, 0xD5, 0x10, 0xA6, 0x24, 0x45, 0xA3, 0x7E, 0x1F, 0x07, 0xEF, 0x91,
          0xB5, 0x07, 0x01, 0xF5, 0xE7, 0x11, 0x07, 0x05, 0x52, 0x1C, 0x00, 0x40, 0x2F, 0x70, 0x50,
@@ -134,10 +135,10 @@ TEST(efi_decompressor, expands_an_image_of_template_text) {
 }
 
 TEST(efi_decompressor, expands_images_of_another_encoder) {
-    const std::string folder = DP_SHARED_DATA_DIR "/efi/";
-    if (!std::ifstream(folder + "records.uefi")) {
-        GTEST_SKIP() << "no sample images in " << folder;
+    if (const auto reason = test::missing_data("efi/records.uefi"); !reason.empty()) {
+        GTEST_SKIP() << reason;
     }
+    const std::string folder = test::data_file("efi/");
     test::recording_log log;
     for (const char* name : {"empty", "one-byte", "random-20k", "records", "zeros-100k"}) {
         const std::string plain = test::read_file(folder + name + ".bin");
@@ -399,7 +400,7 @@ TEST(efi_decompressor, refuses_matches_before_the_first_byte) {
             expect_corrupt(builder.image(5));
         } else {
             EXPECT_EQ(decompress(builder.image(5)),
-                      position == 0 ? bytes({0, 1, 1, 1, 1}) : bytes({0, 1, 0, 1, 0}));
+                      position == 0 ? binary({0, 1, 1, 1, 1}) : binary({0, 1, 0, 1, 0}));
         }
     }
 }
@@ -479,7 +480,7 @@ TEST(efi_decompressor, refuses_a_set_without_codes_only_when_it_is_used) {
         return builder.block(3).three_symbols().put(1, 4).put(0, 3);
     };
     EXPECT_EQ(decompress(with_empty_positions().put(0, 1).put(2, 2).put(0, 1).image(3)),
-              bytes({0, 1, 0}));
+              binary({0, 1, 0}));
     expect_corrupt(with_empty_positions().put(0, 1).put(2, 2).put(3, 2).image(5));
     // Symbols without any code.
     expect_corrupt(image_builder().block(1).put(0, 5).put(0, 5).put(5, 9).one_position(0).image(1));

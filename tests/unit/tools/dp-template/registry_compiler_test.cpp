@@ -14,8 +14,9 @@
 #include "batch/batch_file_settings_rdr.hpp"
 #include "service_api/choice_list.hpp"
 #include "service_api/template_flags.hpp"
-#include "tools/dp-template/json_document.hpp"
 #include "tests/support/scratch_files.hpp"
+#include "tests/support/test_data.hpp"
+#include "tools/dp-template/json_document.hpp"
 
 namespace {
 
@@ -597,8 +598,8 @@ void expect_round_trip(const compiled_registry& compiled) {
 
 TEST(sample_registry, compiles_without_reservation) {
     for (const char* name : {"server", "server-update"}) {
-        const auto compiled = compile(test::read_file(std::string(DP_SOURCE_DIR) +
-                                                      "/examples/registry/" + name + ".registry.json"));
+        const auto compiled = compile(test::read_file(
+            std::string(DP_SOURCE_DIR) + "/examples/registry/" + name + ".registry.json"));
         EXPECT_THAT(warnings(compiled), IsEmpty());
         EXPECT_THAT(unfit(compiled), IsEmpty());
         EXPECT_EQ(compiled.passwords, 1U);
@@ -607,12 +608,13 @@ TEST(sample_registry, compiles_without_reservation) {
     }
 }
 
+constexpr const char* real_registry = "server-a.registry.json";
+
 TEST(a_real_registry, compiles_and_comes_back_whole) {
-    const std::string path = std::string(DP_SHARED_DATA_DIR) + "/server-a.registry.json";
-    if (!std::ifstream(path)) {
-        GTEST_SKIP() << "no real registry at " << path;
+    if (const auto reason = test::missing_data(real_registry); !reason.empty()) {
+        GTEST_SKIP() << reason;
     }
-    const auto compiled = compile(test::read_file(path));
+    const auto compiled = compile(test::read_file(test::data_file(real_registry)));
     EXPECT_EQ(compiled.attributes.size(), 360U);
     EXPECT_EQ(compiled.unfit, 0U);
     EXPECT_EQ(std::count_if(compiled.attributes.begin(), compiled.attributes.end(),
@@ -625,14 +627,16 @@ TEST(a_real_registry, compiles_and_comes_back_whole) {
 }
 
 TEST(a_real_registry, agrees_with_an_independent_conversion) {
-    const std::string folder = DP_SHARED_DATA_DIR;
-    std::ifstream in(folder + "/efi/records.bin", std::ios::binary);
-    if (!in) {
-        GTEST_SKIP() << "no converted registry in " << folder << "/efi";
+    constexpr const char* converted = "efi/records.bin";
+    for (const char* name : {converted, real_registry}) {
+        if (const auto reason = test::missing_data(name); !reason.empty()) {
+            GTEST_SKIP() << reason;
+        }
     }
+    std::ifstream in(test::data_file(converted), std::ios::binary);
     std::vector<template_info> entries;
     template_info::read_settings(in, entries, "");
-    const auto compiled = compile(test::read_file(folder + "/server-a.registry.json"), "Setup");
+    const auto compiled = compile(test::read_file(test::data_file(real_registry)), "Setup");
     ASSERT_EQ(entries.size(), compiled.attributes.size());
     for (std::size_t i = 0; i < entries.size(); ++i) {
         const auto& info = compiled.attributes[i].info;

@@ -19,7 +19,7 @@ using test::dpctl;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-json dpctl_json(std::vector<std::string> arguments) {
+json json_output(std::vector<std::string> arguments) {
     arguments.emplace_back("--json");
     const auto result = dpctl(arguments);
     EXPECT_EQ(result.exit_code, 0) << result.err;
@@ -59,7 +59,7 @@ TEST_F(status_files, status_shows_what_failed_and_why) {
                 HasSubstr("\nFAILED       STATUS  REASON\n"
                           "Boot.Mode    48      the value is not one of its possible values\n"
                           "Boot.Vendor  55      it is read-only\n"));
-    const json document = dpctl_json({"status"});
+    const json document = json_output({"status"});
     EXPECT_EQ(document["file"], status_);
     EXPECT_EQ(document["over"], true);
     EXPECT_EQ(document["failed_commands"], 2);
@@ -69,7 +69,7 @@ TEST_F(status_files, status_shows_what_failed_and_why) {
 
 TEST_F(status_files, status_has_words_for_a_file_that_tells_nothing) {
     EXPECT_EQ(dpctl({"status"}).out, "No transaction has run: " + status_ + " does not exist.\n");
-    EXPECT_EQ(dpctl_json({"status"})["exists"], false);
+    EXPECT_EQ(json_output({"status"})["exists"], false);
     test::write_file(status_, "");
     EXPECT_EQ(dpctl({"status"}).out, status_ + " is empty.\n");
     test::write_file(status_, "one\ntwo\n<T> 0002 DP.WOR");
@@ -77,7 +77,7 @@ TEST_F(status_files, status_has_words_for_a_file_that_tells_nothing) {
                                          " has no status records.\n"
                                          "Left out: 2 lines that are no records.\n"
                                          "Left out: the last line, which is incomplete.\n");
-    EXPECT_EQ(dpctl_json({"status"})["incomplete"], true);
+    EXPECT_EQ(json_output({"status"})["incomplete"], true);
 }
 
 TEST_F(status_files, status_remarks_on_dropped_records_and_other_transactions) {
@@ -202,7 +202,7 @@ TEST_F(status_files, history_lists_changes_newest_last) {
               "Tue Nov 14 22:13:58 2023  cim-1        Ports.Speed.2  -\n");
     EXPECT_EQ(dpctl({"history", "Memory"}).out,
               history_ + " tells of no change of what you name.\n");
-    const json document = dpctl_json({"history", "--last", "2"});
+    const json document = json_output({"history", "--last", "2"});
     ASSERT_EQ(document["changes"].size(), 2U);
     EXPECT_EQ(document["changes"][0]["value"], "");
     EXPECT_EQ(document["changes"][1],
@@ -221,7 +221,7 @@ TEST_F(status_files, history_notes_what_it_leaves_out) {
                               ": left out 1 line that is no change\n"
                               "dpctl: " +
                               history_ + ": left out the last line, which is incomplete\n");
-    EXPECT_EQ(dpctl_json({"history"})["foreign_lines"], 1);
+    EXPECT_EQ(json_output({"history"})["foreign_lines"], 1);
 }
 
 }  // namespace
