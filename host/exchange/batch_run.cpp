@@ -10,8 +10,8 @@
 #include "batch/batch_file_converter.hpp"
 #include "common/file_utilities.hpp"
 #include "common/quoting.hpp"
-#include "host/exchange/batch_feed.hpp"
 #include "host/exchange/batch_transaction.hpp"
+#include "host/exchange/malformed_lines.hpp"
 #include "host/exchange/own_file.hpp"
 #include "host/exchange/status_log.hpp"
 #include "host/process/service_log.hpp"
@@ -48,8 +48,8 @@ void write_line(dp::transaction_command& command, std::ostream& answer) {
     answer << '\n';
 }
 
-// Commands in their order, and the lines between them that are none.
-void write_answers(std::vector<dp::transaction_command>& commands, const batch_feed& feed,
+// Commands and malformed lines in the order of the file.
+void write_answers(std::vector<dp::transaction_command>& commands, const malformed_lines& malformed,
                    std::ostream& answer) {
     std::size_t position = 0;
     const auto write_until = [&](std::size_t end) {
@@ -57,18 +57,35 @@ void write_answers(std::vector<dp::transaction_command>& commands, const batch_f
             write_line(commands[position], answer);
         }
     };
-    for (auto dropped : feed.dropped()) {
-        write_until(dropped.position);
-        write_line(dropped.answer, answer);
+    for (auto line : malformed.all()) {
+        write_until(line.position);
+        write_line(line.answer, answer);
     }
     write_until(commands.size());
 }
 
+// Reads the next line, of which it keeps at most `longest_batch_line` bytes. False at the end.
+bool next_line(std::istream& text, std::string& line) {
+    line.clear();
+    std::streambuf& bytes = *text.rdbuf();
+    int c = bytes.sbumpc();
+    if (c == std::char_traits<char>::eof()) {
+        return false;
+    }
+    for (; c != '\n' && c != std::char_traits<char>::eof(); c = bytes.sbumpc()) {
+        if (line.size() < longest_batch_line) {
+            line += std::char_traits<char>::to_char_type(c);
+        }
+    }
+    return true;
+}
+
 void refuse_all(std::istream& text, std::ostream& answer) {
     std::string line;
-    for (line_kind kind = next_line(text, line); kind != line_kind::end;
-         kind = next_line(text, line)) {
-        if (kind != line_kind::no_command) {
+    while (next_line(text, line)) {
+        const bool is_command = !line.empty() && line.front() != '#' &&
+                                line.find_first_not_of(' ') != std::string::npos;
+        if (is_command) {
             auto refused = answer_to_line(line, dp::command_status::not_run);
             write_line(refused, answer);
         }
@@ -77,9 +94,8 @@ void refuse_all(std::istream& text, std::ostream& answer) {
 
 void run_text(std::istream& text, host_registrar& registrar, dp_support::staged_file& answer) {
     dp::batch_file_converter converter;
-    batch_feed feed(text, [&converter] { return converter.commands.size(); });
-    std::istream lines(&feed);
-    converter.read_file(lines, &registrar);
+    malformed_lines malformed(converter.commands);
+    converter.read_file_reporting_dropped_lines(text, &registrar, malformed, longest_batch_line);
 
     status_log progress;
     batch_transaction transaction(converter.commands,
@@ -87,7 +103,7 @@ void run_text(std::istream& text, host_registrar& registrar, dp_support::staged_
     progress.start(&transaction);
     transaction.queue(registrar);
     registrar.run_queued();
-    write_answers(converter.commands, feed, answer.out());
+    write_answers(converter.commands, malformed, answer.out());
     if (answer.complete().ok()) {
         progress.log_outfile(transaction.name, answer.path());
     }
@@ -95,7 +111,7 @@ void run_text(std::istream& text, host_registrar& registrar, dp_support::staged_
 
     const auto& status = transaction.commands.status;
     log_line("batch ", transaction.requester, ": ", status.total, " commands, ", status.errors,
-             " failed, ", feed.dropped().size(), " lines that are no commands");
+             " failed, ", malformed.all().size(), " malformed lines");
 }
 
 }  // namespace

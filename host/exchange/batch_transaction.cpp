@@ -6,11 +6,11 @@
 #include <unordered_set>
 #include <utility>
 
+#include "host/model/template_element.hpp"
 #include "service_api/service_status.hpp"
 #include "settings/instance_number.hpp"
 #include "settings/registrar.hpp"
 #include "settings/setting.hpp"
-#include "host/model/template_element.hpp"
 #include "transactions/command_status.hpp"
 
 namespace dp_host {
