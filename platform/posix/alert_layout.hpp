@@ -31,13 +31,13 @@ class alert_layout {
 
     /// The parameters of the alert `source`, valid until the message is assigned to or destroyed.
     /// Null when it is not an alert of this kind with all its parameters.
-    const unsigned char* parameters(const sysipc::message& source) const;
+    [[nodiscard]] const unsigned char* parameters(const sysipc::message& source) const;
 
     /// The number of the alert; 0 when `parameters` would be null.
-    std::uint16_t alert(const sysipc::message& source) const;
+    [[nodiscard]] std::uint16_t alert(const sysipc::message& source) const;
 
     /// The parameter byte at `offset`; 0 when `parameters` would be null.
-    unsigned char byte(const sysipc::message& source, std::size_t offset) const;
+    [[nodiscard]] unsigned char byte(const sysipc::message& source, std::size_t offset) const;
 
   private:
     std::uint16_t kind_;

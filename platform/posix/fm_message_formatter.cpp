@@ -13,7 +13,7 @@ constexpr std::size_t value_offset = 4;
 constexpr std::size_t parameter_size = value_offset + 3;
 
 constexpr dp_platform::alert_layout layout(message_formatter::alert_kind, parameter_size);
-static_assert(message_formatter::payload_offset == layout.parameter_offset);
+static_assert(message_formatter::payload_offset == dp_platform::alert_layout::parameter_offset);
 
 const char* name_of(command::alerts alert) {
     switch (alert) {

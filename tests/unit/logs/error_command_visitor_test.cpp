@@ -20,7 +20,7 @@ class error_command_visitor : public testing::Test {
     void SetUp() override { test::clean_root(); }
 
     // The status records that the visitor writes.
-    std::string records_of(const dp::transaction_command& command) {
+    static std::string records_of(const dp::transaction_command& command) {
         const std::string path = test::root() + "/tmp/status";
         dp::process_log log(path, false);
         const std::string before = test::read_file(path);
