@@ -1,8 +1,8 @@
-// The batch reader beside what one would use instead: a stream for each line, and three JSON
-// libraries on the same records as JSON Lines, all into a vector of records of ten strings. The
-// limits are one look at each byte, and a copy of the fields' bytes.
+// Compares the batch reader with what one would use instead: a stream for each line, and three JSON
+// libraries that read the same entries as JSON Lines. All fill a vector of entries with ten
+// strings. The lower limits are a single pass over the bytes, and a copy of the fields.
 //
-// DP_BENCH_BATCH=FILE measures a batch file of yours instead of generated lines.
+// DP_BENCH_BATCH=FILE measures your own batch file instead of generated lines.
 
 #include <rapidjson/document.h>
 #include <simdjson.h>
@@ -21,21 +21,21 @@
 #include "bench/support/generated_batch.hpp"
 #include "bench/support/memory_stream.hpp"
 #include "bench/support/side_by_side.hpp"
-#include "tests/support/reference_reader.hpp"
+#include "tests/support/reference_batch_reader.hpp"
 
 namespace {
 
 constexpr std::size_t lines = 200'000;
 
-using records = std::vector<dp::batch_file_entry>;
+using entries = std::vector<dp::batch_file_entry>;
 
-void read_with_simdjson(const simdjson::padded_string& text, records& out) {
+void read_with_simdjson(const simdjson::padded_string& text, entries& out) {
     simdjson::ondemand::parser parser;
     simdjson::ondemand::document_stream documents = parser.iterate_many(text);
     for (auto document : documents) {
         simdjson::ondemand::object object = document.get_object();
         dp::batch_file_entry& entry = out.emplace_back();
-        // In the order of the text, which is the fastest way.
+        // The order of the text is the fastest one.
         const auto take = [&](std::string& to, const char* key) {
             to = std::string_view(object.find_field(key));
         };
@@ -52,7 +52,7 @@ void read_with_simdjson(const simdjson::padded_string& text, records& out) {
     }
 }
 
-// `Object` has [key]; `text_of` makes a text of what that gives.
+// `text_of` converts the result of `object[key]` to a text.
 template <class Object, class TextOf>
 void take_fields(Object& object, dp::batch_file_entry& entry, TextOf text_of) {
     entry.status = text_of(object["status"]);
@@ -67,7 +67,7 @@ void take_fields(Object& object, dp::batch_file_entry& entry, TextOf text_of) {
     entry.value_out = text_of(object["value_out"]);
 }
 
-void read_with_rapidjson(const std::string& text, records& out) {
+void read_with_rapidjson(const std::string& text, entries& out) {
     rapidjson::StringStream in(text.c_str());
     rapidjson::MemoryPoolAllocator<> memory;
     while (true) {
@@ -75,7 +75,7 @@ void read_with_rapidjson(const std::string& text, records& out) {
         rapidjson::Document object(&memory);
         object.ParseStream<rapidjson::kParseStopWhenDoneFlag>(in);
         if (object.HasParseError()) {
-            return;  // the end of the text
+            return;  // end of the text
         }
         take_fields(object, out.emplace_back(), [](const rapidjson::Value& value) {
             return std::string_view(value.GetString(), value.GetStringLength());
@@ -83,7 +83,7 @@ void read_with_rapidjson(const std::string& text, records& out) {
     }
 }
 
-void read_with_nlohmann(const std::string& text, records& out) {
+void read_with_nlohmann(const std::string& text, entries& out) {
     for (std::size_t begin = 0; begin < text.size();) {
         const std::size_t end = text.find('\n', begin);
         auto object = nlohmann::json::parse(text.begin() + static_cast<std::ptrdiff_t>(begin),
@@ -105,7 +105,7 @@ std::size_t count_lines(const std::string& text) {
     return count - 1;
 }
 
-void copy_fields(const records& from, char* to) {
+void copy_fields(const entries& from, char* to) {
     const auto copy = [&](const std::string& field) {
         std::memcpy(to, field.data(), field.size());
         to += field.size();
@@ -125,32 +125,32 @@ void copy_fields(const records& from, char* to) {
     bench::keep(*to);
 }
 
-/// A text with all the lines, and what is in them.
-records sample(std::string& text) {
+/// Sets `text` to the lines to read; returns their entries.
+entries sample(std::string& text) {
     const char* const file = std::getenv("DP_BENCH_BATCH");
     if (file == nullptr) {
-        records expected = bench::generated_batch(lines);
+        entries expected = bench::generated_batch(lines);
         text = bench::batch_text(expected);
         return expected;
     }
     std::ostringstream content;
     content << std::ifstream(file, std::ios::binary).rdbuf();
     bench::require(!content.str().empty(), std::string("nothing to read in ") + file);
-    // Short files are read again and again.
+    // Short files are repeated.
     do {
         text += content.str();
         if (text.back() != '\n') {
             text += '\n';
         }
     } while (text.size() < lines * 70);
-    return bench::read_plainly(text);
+    return bench::read_with_streams(text);
 }
 
 }  // namespace
 
 int main() {
     std::string text;
-    const records expected = sample(text);
+    const entries expected = sample(text);
     const std::string json = bench::json_lines(expected);
     const simdjson::padded_string padded(json);
     std::string copied(text.size(), '\0');
@@ -158,19 +158,19 @@ int main() {
                 static_cast<double>(text.size()) / static_cast<double>(expected.size()),
                 static_cast<double>(json.size()) / static_cast<double>(expected.size()));
 
-    records got;
-    // Everyone begins without records and without room for them.
-    const auto start_anew = [&] { records().swap(got); };
+    entries got;
+    // Each contender starts with an empty vector without capacity.
+    const auto clear = [&] { entries().swap(got); };
     const auto check = [&](const char* who) {
         bench::require(bench::equal(got, expected), who);
-        start_anew();
+        clear();
     };
 
     unsigned good = 0;
     const auto check_by_stream = [&] {
         bench::memory_stream in(text);
         dp::batch_file_checker checker;
-        test::reference_read_file(in, [&](auto& entry) { checker.process_entry(entry, nullptr); });
+        test::reference_read_batch(in, [&](auto& entry) { checker.process_entry(entry, nullptr); });
         good = checker.good;
     };
     const auto check_by_reader = [&] {
@@ -180,20 +180,20 @@ int main() {
         good = checker.good;
     };
     check_by_stream();
-    const unsigned good_plainly = good;
+    const unsigned expected_good = good;
     check_by_reader();
-    bench::require(good == good_plainly, "batch_file_checker and the stream reader");
+    bench::require(good == expected_good, "batch_file_checker and the stream reader");
 
     bench::side_by_side counting("checking a batch file", "line", expected.size());
     counting.add("stream reader", check_by_stream);
     counting.add("batch_file_reader, checker", check_by_reader);
-    counting.add("limit: memchr for line ends", [&] { bench::keep(count_lines(text)); });
+    counting.add("limit: memchr for newlines", [&] { bench::keep(count_lines(text)); });
     counting.expect_faster("batch_file_reader, checker", "stream reader", 8);
     counting.run();
 
     const auto load_by_stream = [&] {
         bench::memory_stream in(text);
-        test::reference_read_file(in, [&](auto& entry) { got.push_back(entry); });
+        test::reference_read_batch(in, [&](auto& entry) { got.push_back(entry); });
     };
     const auto load_by_reader = [&] {
         bench::memory_stream in(text);
@@ -214,15 +214,15 @@ int main() {
     load_by_nlohmann();
     check("nlohmann");
 
-    bench::side_by_side storing("loading a batch file into records of ten strings", "line",
+    bench::side_by_side storing("loading a batch file into entries of ten strings", "line",
                                 expected.size());
-    storing.add("stream reader", load_by_stream, start_anew);
-    storing.add("batch_file_loader", load_by_reader, start_anew);
-    storing.add("simdjson, on demand", load_by_simdjson, start_anew);
-    storing.add("RapidJSON", load_by_rapidjson, start_anew);
-    storing.add("nlohmann", load_by_nlohmann, start_anew);
+    storing.add("stream reader", load_by_stream, clear);
+    storing.add("batch_file_loader", load_by_reader, clear);
+    storing.add("simdjson, on demand", load_by_simdjson, clear);
+    storing.add("RapidJSON", load_by_rapidjson, clear);
+    storing.add("nlohmann", load_by_nlohmann, clear);
     storing.add(
-        "copying the entries", [&] { got = expected; }, start_anew);
+        "copying the entries", [&] { got = expected; }, clear);
     storing.add("limit: copying the fields' bytes", [&] { copy_fields(expected, copied.data()); });
     storing.expect_faster("batch_file_loader", "stream reader", 2.5);
     storing.expect_faster("batch_file_loader", "simdjson, on demand", 1.4);

@@ -1,6 +1,6 @@
-// Changes that all fail, and resets to the defaults, of few and of many instances: what one costs
-// stays the same. The settings service is left out: its answer lies ready, and the client's pause
-// puts it in place.
+// Changes that all fail, and resets to the defaults, for few and for many instances: the cost of
+// one should not grow. There is no settings service: its answer is prepared, and the client's pause
+// moves it into place.
 
 #include <unistd.h>
 
@@ -22,7 +22,7 @@ constexpr std::array<unsigned, 4> lengths{100, 1000, 10'000, 100'000};
 constexpr unsigned most_items = lengths.back();
 constexpr unsigned refused = 48;
 
-std::string answer;  // what the next pause puts in place
+std::string answer;  // the file that the next pause moves into place
 
 std::string results(const std::vector<std::string>& names, unsigned status) {
     std::string text;
@@ -34,7 +34,7 @@ std::string results(const std::vector<std::string>& names, unsigned status) {
     return text;
 }
 
-/// A server with so many attributes in one collection, and its answers to changes of all of them.
+/// A server with `count` attributes in one collection, and its answers to changes of all of them.
 class server {
   public:
     explicit server(unsigned count)
@@ -56,7 +56,7 @@ class server {
         test::write_file(folder_ + "/done", results(names_, 0));
     }
 
-    /// Puts this server's files in place of the last one's.
+    /// Replaces the previous server's files with the files of this one.
     void connect() const {
         const std::string text = test::root() + "/tmp/dp/uefi_info.txt";
         std::filesystem::remove(text);
@@ -73,7 +73,7 @@ class server {
             "the refusals did not arrive");
     }
 
-    /// By a client that has read nothing yet.
+    /// Resets with a client that has read nothing before.
     void reset() const {
         answer = folder_ + "/done";
         dp_api_uninitialize();
@@ -106,7 +106,7 @@ void compare(const std::string& title, const std::string& item, std::vector<serv
 }
 
 void measure() {
-    // The template is older than its text, so that no tool is needed.
+    // The template is older than its text, so the client does not run a tool.
     const std::string original = test::root() + "/var/dp/uefi_template.efi";
     test::write_file(original, "template");
     test::set_mtime(original, 1'000'000'000);
@@ -117,7 +117,7 @@ void measure() {
     }
     dp_api_initialize();
     compare("changes that all fail", "change", servers, [](server& s) { s.fail_changes(); });
-    compare("resets to the defaults, the server's files read anew", "instance", servers,
+    compare("resets to the defaults, by a client that has read nothing", "instance", servers,
             [](server& s) { s.reset(); });
     dp_api_uninitialize();
 }
@@ -129,7 +129,8 @@ namespace sysipc {
 // The next call removes the answer again.
 void thread::sleep(std::uint32_t /*milliseconds*/) {
     const std::string result = test::root() + "/tmp/dp/batch.out";
-    bench::require(link(answer.c_str(), result.c_str()) == 0, "the answer can't be put in place");
+    bench::require(link(answer.c_str(), result.c_str()) == 0,
+                   "the answer cannot be moved into place");
 }
 
 }  // namespace sysipc

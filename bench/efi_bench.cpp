@@ -1,6 +1,7 @@
-// EFI decompression beside zlib's inflate of the same text: prose, a template's text, batch lines.
+// Compares EFI decompression with zlib's inflate for the same text: prose, a template's text, batch
+// lines.
 //
-// Instructions for each byte of one text ("prose", "template", "batch"), and where they go:
+// To count the instructions for one text ("prose", "template", "batch") in each part of the code:
 //   valgrind --tool=callgrind --callgrind-out-file=efi.out
 //   --toggle-collect='sysipc::efi_decompressor::decompress(std::istream&)'
 //   build/bench/bin/efi_bench --once prose
@@ -26,7 +27,7 @@ namespace {
 
 constexpr std::size_t text_size = 4'000'000;
 
-// Sentences out of a few hundred words, the frequent ones far more often.
+// Sentences of a few hundred words, some far more frequent than others.
 std::string prose() {
     std::mt19937 random(1);
     std::vector<std::string> words(800);
@@ -55,7 +56,7 @@ std::string deflated(const std::string& text) {
     return out;
 }
 
-// As our decompressor does: into memory of its own.
+// Allocates the output, like our decompressor.
 std::vector<unsigned char> inflated(const std::string& image, std::size_t size) {
     std::vector<unsigned char> out(size);
     uLongf length = size;

@@ -1,5 +1,5 @@
-// A line of a full log beside the rewrite of the file that it stands for: the same bytes, with a
-// flush for each line in them, written by hand. The limit is the text in one piece.
+// Compares adding a line to a full log with the rewrite of the file that it implies: the same
+// bytes, written by hand with a flush after each line. The lower limit writes the text as a whole.
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -9,30 +9,30 @@
 #include <string_view>
 #include <vector>
 
-#include "logs/client_log.hpp"
-#include "logs/process_log.hpp"
 #include "bench/support/scratch_root.hpp"
 #include "bench/support/side_by_side.hpp"
+#include "logs/client_log.hpp"
+#include "logs/process_log.hpp"
 #include "tests/support/scratch_files.hpp"
 
 namespace {
 
 constexpr int cycles = 10;
 
-/// Writes `text` over the file, in one piece or line by line.
+/// Replaces the content of the file with `text`, as a whole or line by line.
 void rewrite(const std::string& path, std::string_view text, bool line_by_line) {
     const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    bench::require(file >= 0, "a file can't be opened");
+    bench::require(file >= 0, "cannot open a file");
     while (!text.empty()) {
         const std::size_t size = line_by_line ? text.find('\n') + 1 : text.size();
         bench::require(write(file, text.data(), size) == static_cast<ssize_t>(size),
-                       "a file can't be written");
+                       "cannot write a file");
         text.remove_prefix(size);
     }
     close(file);
 }
 
-/// Adds lines until the log has just dropped its oldest ones. What its file held after each line.
+/// Adds lines until the log drops its oldest ones. Returns the content of its file after each line.
 std::vector<std::string> texts_of_a_cycle(const std::string& path,
                                           const std::function<void()>& add_line) {
     std::vector<std::string> texts;
@@ -43,7 +43,7 @@ std::vector<std::string> texts_of_a_cycle(const std::string& path,
     return texts;
 }
 
-// `add_line` adds lines of one length, so that the file always grows and falls in the same way.
+// `add_line` adds lines of equal length, so that the file always grows and shrinks in the same way.
 void compare(const char* title, const std::string& path, const std::function<void()>& add_line) {
     texts_of_a_cycle(path, add_line);
     const std::vector<std::string> texts = texts_of_a_cycle(path, add_line);
@@ -66,7 +66,7 @@ void compare(const char* title, const std::string& path, const std::function<voi
             add_line();
         }
     });
-    contest.add("limit: the text in one piece", [&] { by_hand(false); });
+    contest.add("limit: the text as a whole", [&] { by_hand(false); });
     contest.run();
 }
 
@@ -77,7 +77,7 @@ void measure() {
     compare("client log, lines of 64 bytes", path, [&] { client.write_line(line); });
     dp::process_log process(path, false);
     const std::string text(20, 'x');
-    compare("process log, records of 64 bytes", path,
+    compare("process log, status records of 64 bytes", path,
             [&] { process.log_message("transaction12", text, text.substr(0, 9)); });
 }
 

@@ -1,6 +1,6 @@
-// A change's way to the real settings service and back, in a scratch folder. The client's pauses
-// between two looks for the answer are cut short as soon as it is there, so that what is measured
-// is everything but the prescribed pause of 1000 ms.
+// Changes with the real settings service, in a scratch folder. The client pauses for 1000 ms before
+// it checks for an answer; here the pause ends as soon as there is one, so that everything except
+// the pause is measured.
 
 #include <unistd.h>
 

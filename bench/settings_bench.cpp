@@ -1,5 +1,5 @@
-// A setting's instances beside a std::map, and for a few instances a std::vector, that keep the
-// same values. The map does not keep the order in which instances came; ours does.
+// Compares a setting's cache with a std::map and, for a few instances, with a std::vector of the
+// same values. Unlike the cache, the map does not keep the order in which instances were created.
 
 #include <malloc.h>
 
@@ -18,7 +18,7 @@ namespace {
 
 const std::string value = "Enabled";
 
-// Each contender's operations are calls, as they are across the border of a library.
+// The operations of each contender are function calls, as they are across a library's interface.
 
 struct map_cache {
     using entries = std::map<std::uint32_t, std::pair<bool, std::string>>;
@@ -74,7 +74,7 @@ struct our_cache {
     [[nodiscard]] std::size_t size() const { return values.size(); }
 };
 
-// Leaves the cache empty, as it found it: a setting lives as long as its service.
+// Leaves the cache empty and keeps it, because a setting exists as long as its service.
 template <class Cache>
 std::size_t use(Cache& cache, std::uint32_t count) {
     std::size_t length = 0;
@@ -130,7 +130,7 @@ void print_memory(std::uint32_t count) {
 }  // namespace
 
 int main() {
-    std::printf("room for one instance: %zu bytes; for up to eight there are 1, 2, 4 or 8\n",
+    std::printf("one instance takes %zu bytes; up to eight have a capacity of 1, 2, 4 or 8\n",
                 sizeof(dp::setting::cache::entry));
     print_memory(100'000);
     for (const std::uint32_t count : {1U, 4U, 8U, 16U, 1000U, 100'000U}) {

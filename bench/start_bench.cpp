@@ -1,6 +1,6 @@
-// What the start of a client costs: dp_api_initialize, and its first questions for 360 attributes
-// and their values, beside reading the same files and nothing more. That it reads each
-// file once is held by a test (tests/unit/bios/dp_api_start_posix_test.cpp).
+// The cost of starting a client: dp_api_initialize, and its first requests for 360 attributes and
+// their values, compared with only reading the same files.
+// tests/unit/bios/dp_api_start_posix_test.cpp checks that it reads each file once.
 
 #include <fstream>
 #include <sstream>
@@ -36,7 +36,7 @@ std::vector<std::string> install(const server_files& files) {
         info.cfg = collection;
         names.push_back(info.cfg + '.' + info.id);
     }
-    // The template is older than its text, so that no tool is needed.
+    // The template is older than its text, so the client does not run a tool.
     test::write_file(files.original, "template");
     test::set_mtime(files.original, 1'000'000'000);
     test::write_file(files.text, bench::template_text(infos));
@@ -54,8 +54,8 @@ void read_bytes(const server_files& files) {
     }
 }
 
-/// The records of the template and the two files of values, as the library's readers give them.
-void read_records(const server_files& files) {
+/// Reads the template and the two values files with the library's readers.
+void read_entries(const server_files& files) {
     std::ifstream in(files.text, std::ios::binary);
     std::vector<template_info> infos;
     template_info::read_settings(in, infos, collection);
@@ -71,14 +71,14 @@ void read_records(const server_files& files) {
     }
 }
 
-void ask_for_attributes() {
+void request_attributes() {
     dp_attribute* list = nullptr;
     unsigned count = 0;
     bench::require(dp_get_bios_attributes(collection, &list, &count) == 0 && count == attributes,
                    "dp_get_bios_attributes");
 }
 
-void ask_for_values(std::vector<dp_transaction>& requests, int which) {
+void request_values(std::vector<dp_transaction>& requests, int which) {
     bench::require(dp_get_bios_attribute_value(requests.data(), attributes, which) == 0,
                    "dp_get_bios_attribute_value");
 }
@@ -93,21 +93,21 @@ void measure() {
     }
     bench::side_by_side contest("the start of a client of 360 attributes", "start", 1);
     contest.add("the files' bytes", [&] { read_bytes(files); });
-    contest.add("the files' records", [&] { read_records(files); });
+    contest.add("the library's readers", [&] { read_entries(files); });
     contest.add("dp_api_initialize, uninitialize", [] {
         dp_api_initialize();
         dp_api_uninitialize();
     });
     contest.add("the first attributes", [] {
         dp_api_initialize();
-        ask_for_attributes();
+        request_attributes();
         dp_api_uninitialize();
     });
     contest.add("the first attributes and values", [&] {
         dp_api_initialize();
-        ask_for_attributes();
-        ask_for_values(requests, 0);
-        ask_for_values(requests, 1);
+        request_attributes();
+        request_values(requests, 0);
+        request_values(requests, 1);
         dp_api_uninitialize();
     });
     contest.run();

@@ -1,7 +1,7 @@
-// The template reader beside a reader of the same rules that is made of streams, and beside two
-// JSON libraries on the same attributes as JSON Lines, all into a vector of `template_info`.
+// Compares the template reader with a reader that uses streams, and with two JSON libraries that
+// read the same attributes as JSON Lines. All fill a vector of `template_info`.
 //
-// DP_BENCH_TEMPLATE=FILE measures a template's text of yours instead of generated attributes.
+// DP_BENCH_TEMPLATE=FILE measures your own template's text instead of generated attributes.
 
 #include <rapidjson/document.h>
 #include <simdjson.h>
@@ -19,15 +19,15 @@
 #include "bench/support/side_by_side.hpp"
 #include "bios/template_info.hpp"
 #include "tests/support/memory_file.hpp"
-#include "tests/support/plain_template_reader.hpp"
+#include "tests/support/reference_template_reader.hpp"
 
 namespace {
 
 constexpr std::size_t attributes = 20'000;
 
-using records = std::vector<template_info>;
+using attribute_list = std::vector<template_info>;
 
-// Calls `text` and `number` with every key and its field, in the order of the template's text.
+// Calls `text` or `number` with every key and its field, in the order of the template's text.
 template <class Info, class Text, class Number>
 void for_each_field(Info& info, Text text, Number number) {
     text("id", info.id);
@@ -66,7 +66,7 @@ void for_each_field(Info& info, Text text, Number number) {
     }
 }
 
-std::string json_lines(const records& infos) {
+std::string json_lines(const attribute_list& infos) {
     std::string text;
     for (const template_info& info : infos) {
         bench::json_object object(text);
@@ -77,7 +77,7 @@ std::string json_lines(const records& infos) {
     return text;
 }
 
-void read_with_simdjson(const simdjson::padded_string& text, records& out) {
+void read_with_simdjson(const simdjson::padded_string& text, attribute_list& out) {
     simdjson::ondemand::parser parser;
     simdjson::ondemand::document_stream documents = parser.iterate_many(text);
     for (auto document : documents) {
@@ -94,7 +94,7 @@ void read_with_simdjson(const simdjson::padded_string& text, records& out) {
     }
 }
 
-void read_with_rapidjson(const std::string& text, records& out) {
+void read_with_rapidjson(const std::string& text, attribute_list& out) {
     rapidjson::StringStream in(text.c_str());
     rapidjson::MemoryPoolAllocator<> memory;
     while (true) {
@@ -102,7 +102,7 @@ void read_with_rapidjson(const std::string& text, records& out) {
         rapidjson::Document object(&memory);
         object.ParseStream<rapidjson::kParseStopWhenDoneFlag>(in);
         if (object.HasParseError()) {
-            return;  // the end of the text
+            return;  // end of the text
         }
         for_each_field(
             out.emplace_back(),
@@ -116,7 +116,7 @@ void read_with_rapidjson(const std::string& text, records& out) {
     }
 }
 
-bool equal(const records& a, const records& b) {
+bool equal(const attribute_list& a, const attribute_list& b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                       [](const template_info& x, const template_info& y) {
                           return test::fields(x) == test::fields(y);
@@ -132,7 +132,7 @@ std::string sample() {
     content << std::ifstream(file, std::ios::binary).rdbuf();
     std::string text;
     bench::require(!content.str().empty(), std::string("nothing to read in ") + file);
-    // Short files are read again and again.
+    // Short files are repeated.
     do {
         text += content.str();
     } while (text.size() < attributes * 400);
@@ -144,10 +144,10 @@ std::string sample() {
 int main() {
     const std::string text = sample();
     const test::memory_file file;
-    records expected;
+    attribute_list expected;
     {
-        std::ifstream in = file.hold(text);
-        test::read_plainly(in, expected, "");
+        std::ifstream in = file.open_with(text);
+        test::reference_read_template(in, expected, "");
     }
     const std::string json = json_lines(expected);
     const simdjson::padded_string padded(json);
@@ -155,25 +155,25 @@ int main() {
                 static_cast<double>(text.size()) / static_cast<double>(expected.size()),
                 static_cast<double>(json.size()) / static_cast<double>(expected.size()));
 
-    records got;
-    const auto start_anew = [&] { records().swap(got); };
+    attribute_list got;
+    const auto clear = [&] { attribute_list().swap(got); };
     const auto check = [&](const char* who) {
         bench::require(equal(got, expected), who);
-        start_anew();
+        clear();
     };
     std::ifstream in;
-    const auto start_file_anew = [&] {
-        start_anew();
-        in = file.hold(text);
+    const auto clear_and_rewind = [&] {
+        clear();
+        in = file.open_with(text);
     };
-    const auto by_stream = [&] { test::read_plainly(in, got, ""); };
+    const auto by_stream = [&] { test::reference_read_template(in, got, ""); };
     const auto by_reader = [&] { template_info::read_settings(in, got, ""); };
     const auto by_simdjson = [&] { read_with_simdjson(padded, got); };
     const auto by_rapidjson = [&] { read_with_rapidjson(json, got); };
-    start_file_anew();
+    clear_and_rewind();
     by_stream();
     check("the stream reader");
-    start_file_anew();
+    clear_and_rewind();
     by_reader();
     check("template_info");
     by_simdjson();
@@ -182,12 +182,12 @@ int main() {
     check("RapidJSON");
 
     bench::side_by_side contest("reading a template", "attribute", expected.size());
-    contest.add("stream reader", by_stream, start_file_anew);
-    contest.add("template_info", by_reader, start_file_anew);
-    contest.add("simdjson, on demand", by_simdjson, start_anew);
-    contest.add("RapidJSON", by_rapidjson, start_anew);
+    contest.add("stream reader", by_stream, clear_and_rewind);
+    contest.add("template_info", by_reader, clear_and_rewind);
+    contest.add("simdjson, on demand", by_simdjson, clear);
+    contest.add("RapidJSON", by_rapidjson, clear);
     contest.add(
-        "copying the records", [&] { got = expected; }, start_anew);
+        "copying the attributes", [&] { got = expected; }, clear);
     contest.expect_faster("template_info", "stream reader", 8);
     contest.expect_faster("template_info", "simdjson, on demand", 1);
     contest.expect_faster("template_info", "RapidJSON", 1);

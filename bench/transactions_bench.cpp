@@ -1,6 +1,6 @@
-// Commands through queue, validation, execution and finish, for few and for many commands, with one
-// settings owner and with fifty. Each owner that ends its sub-step has all commands looked at: that
-// is the part that grows with the owners.
+// Transactions with few and with many commands, from queuing to completion, with one settings owner
+// and with fifty. All commands are visited whenever an owner ends its sub-step: this part grows
+// with the number of owners.
 
 #include <cstdint>
 #include <deque>
@@ -8,8 +8,8 @@
 #include <memory>
 #include <string>
 
-#include "settings/plugin_list.hpp"
 #include "bench/support/side_by_side.hpp"
+#include "settings/plugin_list.hpp"
 #include "tests/support/settings_model.hpp"
 #include "transactions/client_transaction.hpp"
 
@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::uint32_t most_commands = 100'000;
 
-/// Settings owners, of which the first owns the one setting with many instances.
+/// Several settings owners; the first one owns the only setting, which has many instances.
 class small_host {
   public:
     explicit small_host(unsigned owners) : config_("Boot") {
@@ -66,8 +66,8 @@ class small_host {
     std::unique_ptr<dp::setting> setting_;
 };
 
-// What a client's transaction keeps whatever it does with it: its commands by name, in a tree.
-void keep_by_name(std::uint32_t commands, dp::setting& target) {
+// Only stores the commands by name in a tree, as a client transaction does.
+void store_by_name(std::uint32_t commands, dp::setting& target) {
     std::map<std::string, dp::transaction_command> requests;
     dp::setting::cache::entry entry;
     entry.value = "value";
@@ -108,15 +108,15 @@ int main() {
     test::configuration config("Boot");
     test::element element;
     dp::setting target(&config, "Attribute", nullptr, &element);
-    bench::side_by_side keeping("only keeping as many commands in a std::map", "command",
+    bench::side_by_side storing("only storing as many commands in a std::map", "command",
                                 most_commands);
     for (const std::uint32_t length : {100U, 100'000U}) {
-        keeping.add(std::to_string(length) + " commands", [&target, length] {
+        storing.add(std::to_string(length) + " commands", [&target, length] {
             for (std::uint32_t done = 0; done < most_commands; done += length) {
-                keep_by_name(length, target);
+                store_by_name(length, target);
             }
         });
     }
-    keeping.run();
+    storing.run();
     return 0;
 }

@@ -7,7 +7,7 @@
 
 #include "bench/support/json_text.hpp"
 #include "bench/support/memory_stream.hpp"
-#include "tests/support/reference_reader.hpp"
+#include "tests/support/reference_batch_reader.hpp"
 
 namespace bench {
 
@@ -37,10 +37,10 @@ std::vector<dp::batch_file_entry> generated_batch(std::size_t count) {
     return entries;
 }
 
-std::vector<dp::batch_file_entry> read_plainly(const std::string& text) {
+std::vector<dp::batch_file_entry> read_with_streams(const std::string& text) {
     std::vector<dp::batch_file_entry> entries;
     memory_stream in(text);
-    test::reference_read_file(in, [&](const auto& entry) { entries.push_back(entry); });
+    test::reference_read_batch(in, [&](const auto& entry) { entries.push_back(entry); });
     return entries;
 }
 

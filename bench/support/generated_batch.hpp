@@ -10,19 +10,19 @@
 
 namespace bench {
 
-/// Set commands as clients write them, with about 70 bytes a line. The same for the same `count`.
+/// Set commands as clients write them, about 70 bytes each. The result depends only on `count`.
 std::vector<dp::batch_file_entry> generated_batch(std::size_t count);
 
-/// The commands of a batch text, as its plain reader gives them.
-std::vector<dp::batch_file_entry> read_plainly(const std::string& text);
+/// The commands of a batch text, read with streams.
+std::vector<dp::batch_file_entry> read_with_streams(const std::string& text);
 
 /// The commands as a batch file.
 std::string batch_text(const std::vector<dp::batch_file_entry>& entries);
 
-/// The same as JSON Lines: an object with the ten fields a line.
+/// The commands as JSON Lines: each line is an object with the ten fields.
 std::string json_lines(const std::vector<dp::batch_file_entry>& entries);
 
-/// Names of the ten fields in JSON, and where they go.
+/// The ten fields of an entry and their keys in JSON.
 struct named_field {
     std::string_view key;
     std::string& (*of)(dp::batch_file_entry&);

@@ -9,14 +9,14 @@
 
 namespace bench {
 
-/// Attributes as a server's template has them: choices, numbers and texts in a few collections,
-/// about 400 bytes each in the template's text. The same for the same `count`.
+/// Attributes like those of a server's template: choices, numbers and texts in a few collections,
+/// about 400 bytes each in the template's text. The result depends only on `count`.
 std::vector<template_info> generated_template(std::size_t count);
 
 /// The text of a template.
 std::string template_text(const std::vector<template_info>& infos);
 
-/// The collections' names of `sample_template`.
+/// The names of the collections in `generated_template`.
 const std::vector<std::string>& generated_collections();
 
 /// Lines that set each attribute to its default.

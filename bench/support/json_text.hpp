@@ -7,7 +7,7 @@
 
 namespace bench {
 
-/// Writes one object of JSON Lines, member by member.
+/// Appends one object of JSON Lines to a text, member by member.
 class json_object {
   public:
     explicit json_object(std::string& text) : text_(text) { text_ += '{'; }

@@ -7,7 +7,7 @@
 
 namespace bench {
 
-/// Reads a text where it lies: what a stream costs without a file and without a copy.
+/// A stream that reads a text in memory, without a file and without a copy.
 class memory_stream : private std::streambuf, public std::istream {
   public:
     /// `text` outlives the stream.

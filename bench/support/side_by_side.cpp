@@ -24,18 +24,18 @@ double processor_seconds() {
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
-// The process keeps the memory that it once had, so that no contender waits for the system to clear
-// pages that another one gave back.
+// Keeps freed memory in the process, so that no contender waits for the kernel to clear pages that
+// another one returned.
 void keep_memory() {
     mallopt(M_MMAP_MAX, 0);
     mallopt(M_TRIM_THRESHOLD, INT_MAX);
 }
 
-// Lets the allocator put together what earlier runs gave back: it would do so at the next great
-// allocation, and the contender that makes it would pay for the others.
+// Makes the allocator merge the blocks that earlier runs freed. Otherwise the contender with the
+// next large allocation would pay for the others.
 void settle_memory() {
-    void* volatile great = std::malloc(std::size_t{1} << 20U);
-    std::free(great);
+    void* volatile large = std::malloc(std::size_t{1} << 20U);
+    std::free(large);
 }
 
 struct spread {
@@ -55,7 +55,7 @@ spread spread_of(std::vector<double> values) {
     return {values.front(), at(0.25), at(0.5), at(0.75), values.back()};
 }
 
-// How much longer `a` took than `b`, round by round.
+// The times of `a` relative to those of `b`, round by round.
 spread ratio(const std::vector<double>& a, const std::vector<double>& b) {
     std::vector<double> ratios(a.size());
     std::transform(a.begin(), a.end(), b.begin(), ratios.begin(), std::divides<>());
@@ -106,7 +106,7 @@ double side_by_side::measure(const contender& c) {
     return seconds / c.repeats;
 }
 
-// The first run of each warms up, the second tells how often to repeat it.
+// The first run of each contender warms up; the second determines how often to repeat it.
 void side_by_side::calibrate() {
     for (contender& c : contenders_) {
         measure(c);
@@ -141,8 +141,7 @@ const side_by_side::contender& side_by_side::find(const std::string& name) const
 
 void side_by_side::print() const {
     const contender& reference = contenders_.front();
-    std::printf("\n%s: %zu of them, %zu rounds\n", title_.c_str(), items_,
-                reference.seconds.size());
+    std::printf("\n%s: %zu items, %zu rounds\n", title_.c_str(), items_, reference.seconds.size());
     std::printf("  %-34s %12s   %s\n", "", ("ns a " + item_).c_str(),
                 ("times as fast as " + reference.name + " (quartiles; extremes)").c_str());
     for (const contender& c : contenders_) {

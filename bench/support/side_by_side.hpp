@@ -9,35 +9,36 @@
 
 namespace bench {
 
-/// Keeps the compiler from leaving out the work that led to `value`.
+/// Keeps the compiler from removing the computation of `value`.
 template <class Value>
 void keep(const Value& value) {
     asm volatile("" : : "g"(&value) : "memory");
 }
 
-/// Ends the program with `message` unless `condition` holds: contenders that disagree are not
-/// compared.
+/// Ends the program with `message` if `condition` is false: contenders with different results are
+/// not comparable.
 void require(bool condition, std::string_view message);
 
-/// Contenders that do the same work on the same items, measured in one process. They run in turn
-/// over many short rounds, in the other direction every other round, so that what slows the machine
-/// down for a while slows all of them down. What counts is each round's ratios; the spread tells
-/// how good they are. Times are the thread's processor time.
+/// Measures contenders that do the same work on the same items, in one process. They run in turn in
+/// many short rounds, in reverse order every other round, so that a temporary slowdown of the
+/// machine affects all of them. The result is the ratios within each round; their spread shows how
+/// reliable they are. Times are the thread's processor time.
 class side_by_side {
   public:
     using work = std::function<void()>;
 
-    /// `item` is what the times are given for ("line"); `work` of a contender does `items` of them.
+    /// Times are printed for one `item` ("line"); the `work` of a contender processes `items`
+    /// items.
     side_by_side(std::string title, std::string item, std::size_t items);
 
-    /// Adds a contender. The first one is the reference. What `prepare` does before each run is not
-    /// measured.
+    /// Adds a contender. The first one is the reference. `prepare` is called before each run and
+    /// not measured.
     void add(std::string name, work run, work prepare = {});
 
-    /// A line below the table: whether `name` was at least `factor` times as fast as `other`.
+    /// Adds a line below the table: whether `name` was at least `factor` times as fast as `other`.
     void expect_faster(std::string name, std::string other, double factor);
 
-    /// The same the other way round: `name` takes at most `factor` times the time of `other`.
+    /// Adds a line below the table: whether `name` took at most `factor` times the time of `other`.
     void expect_within(std::string name, std::string other, double factor);
 
     /// Measures and prints the table.

@@ -9,7 +9,7 @@
 #include "batch/batch_file_intf.hpp"
 #include "batch/batch_file_reader.hpp"
 #include "tests/fuzz/fuzzing.hpp"
-#include "tests/support/reference_reader.hpp"
+#include "tests/support/reference_batch_reader.hpp"
 
 namespace {
 
@@ -40,7 +40,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
 
     std::vector<texts> expected;
     std::istringstream again(file);
-    const int expected_count = test::reference_read_file(
+    const int expected_count = test::reference_read_batch(
         again, [&](const dp::batch_file_entry& entry) { expected.push_back(texts_of(entry)); });
     fuzzing::require(count == expected_count, "the number of entries is that of plain extraction");
     fuzzing::require(collected.entries == expected, "the entries are those of plain extraction");

@@ -25,7 +25,7 @@ std::vector<std::string> split(const std::string& text, char separator) {
     return pieces;
 }
 
-selection parse_plainly(const std::string& text) {
+selection reference_selection(const std::string& text) {
     selection all;
     if (text.empty()) {
         return all;
@@ -64,7 +64,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     dp::batch_list_info info;
     selection parsed;
     info.parse_selections(text, parsed);
-    fuzzing::require(parsed == parse_plainly(text), "the selection is that of a plain splitter");
+    fuzzing::require(parsed == reference_selection(text),
+                     "the selection is that of a plain splitter");
 
     const std::string full = info.get_string(parsed);
     const std::string terse = info.get_string_terse(parsed);

@@ -9,13 +9,13 @@
 #include "bios/template_info.hpp"
 #include "tests/fuzz/fuzzing.hpp"
 #include "tests/support/memory_file.hpp"
-#include "tests/support/plain_template_reader.hpp"
+#include "tests/support/reference_template_reader.hpp"
 
 namespace {
 
 std::vector<template_info> scan(const std::string& text, const std::string& filter) {
     static const test::memory_file file;
-    std::ifstream in = file.hold(text);
+    std::ifstream in = file.open_with(text);
     std::vector<template_info> entries;
     template_info::read_settings(in, entries, filter);
     return entries;
@@ -25,7 +25,7 @@ void expect_same_as_plain(const std::string& text, const std::string& filter) {
     const auto entries = scan(text, filter);
     std::istringstream again(text);
     std::vector<template_info> expected;
-    test::read_plainly(again, expected, filter);
+    test::reference_read_template(again, expected, filter);
     fuzzing::require(entries.size() == expected.size(),
                      "the number of entries is that of plain extraction");
     for (std::size_t i = 0; i < entries.size(); ++i) {
@@ -48,7 +48,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     template_info info;
     info.parse_setting_info(text);
     template_info expected;
-    test::parse_plainly(expected, text);
+    test::reference_parse_record(expected, text);
     fuzzing::require(test::fields(info) == test::fields(expected),
                      "the fields of a single record are those of plain extraction");
 

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """usage: growth_test.py PROGRAM CASE COUNT BOUND [REASON TO SKIP]
 
-Counts the instructions of PROGRAM's work on COUNT and on four times COUNT items and fails when
-they grow by more than BOUND. Exits with 77 where they can't be counted.
+Counts the instructions of PROGRAM's work on COUNT and on four times COUNT items. Fails if they grow
+by a factor of more than BOUND. Exits with 77 if they cannot be counted.
 """
 
 import os
@@ -13,7 +13,7 @@ import sys
 import tempfile
 
 
-# Waiting for a disk is not counted, but takes its time.
+# In memory, because waiting for a disk takes time although it is not counted.
 MEMORY = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
 
 
@@ -37,7 +37,7 @@ def main(program, case, count, bound, reason=None):
         return 77
     few, many = (instructions(program, case, int(count) * factor) for factor in (1, 4))
     print(f"{case}: {few:,} instructions for {count} items, {many:,} for four times as many: "
-          f"{many / few:.2f} times as many (bound {bound})")
+          f"factor {many / few:.2f} (bound {bound})")
     return 1 if many > few * float(bound) else 0
 
 

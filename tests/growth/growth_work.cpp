@@ -1,7 +1,7 @@
 // usage: growth_work CASE COUNT
 //
-// Does one kind of work on COUNT items; the function `measured` holds the work whose instructions
-// are counted. Needs an empty folder in $DP_ROOT.
+// Does one kind of work on COUNT items. The instructions of the function `measured` are counted.
+// Needs an empty folder in $DP_ROOT.
 
 #include <chrono>
 #include <cstdint>
@@ -56,8 +56,8 @@ std::string set_line(unsigned number) {
     return "0 0 <t> set " + name_of(number) + " \"Enabled\" \"\"\n";
 }
 
-// Templates, settings and current values of `count` attributes in one collection. The template
-// itself is older than its text, so that no tool is needed.
+// Writes the template and the settings of `count` attributes in one collection. The template is
+// older than its text, so the client does not run a tool.
 void make_server(unsigned count) {
     std::filesystem::create_directories(below_root("tmp/dp"));
     std::filesystem::create_directories(below_root("var/dp"));
@@ -101,7 +101,7 @@ void read_template(unsigned count) {
     require(infos.size() == count, "attributes are missing");
 }
 
-// Always the same number of queries, spread over all attributes.
+// A constant number of queries, spread over all attributes.
 void query_values(unsigned count) {
     make_server(count);
     std::vector<std::string> names;
@@ -187,10 +187,10 @@ void use_instances(unsigned count) {
             setting.remove_instance(i);
         }
     });
-    require(setting.cache.size() == 0, "instances are left");
+    require(setting.cache.size() == 0, "instances remain");
 }
 
-// Always the same number of lines, behind `count` others: more than the log keeps.
+// A constant number of lines after `count` others, which are more than the log keeps.
 void write_lines(unsigned count, const std::function<void()>& write_line) {
     for (unsigned i = 0; i < count; ++i) {
         write_line();
@@ -215,7 +215,7 @@ void write_process_log(unsigned count) {
     write_lines(count, [&] { log.log_message("transaction", text, ""); });
 }
 
-// The answer that the settings service of the cases below has ready.
+// Prepares the answer of the settings service.
 void prepare_answer(unsigned count, const char* status) {
     std::ofstream answer(below_root("tmp/dp/answer"));
     for (unsigned i = 0; i < count; ++i) {
@@ -271,7 +271,7 @@ const std::map<std::string, std::function<void(unsigned)>>& cases() {
 
 namespace sysipc {
 
-// The client pauses: now the settings service answers.
+// The settings service answers while the client pauses.
 void thread::sleep(std::uint32_t /*milliseconds*/) {
     std::filesystem::rename(below_root("tmp/dp/answer"), below_root("tmp/dp/batch.out"));
 }

@@ -16,10 +16,10 @@
 
 // usage: load_attributes COUNT
 //
-// Prints the peak of the heap, in bytes, while a program reads all of a server's attributes, names
-// and values through the C API. Needs an empty folder in $DP_ROOT.
+// Reads all attributes, names and values of a server through the C API, and prints the peak size of
+// the heap in bytes. Needs an empty folder in $DP_ROOT.
 
-// The C library's own operations, which the counting ones below stand in front of.
+// The functions of the C library that the counting functions below call.
 extern "C" {
 void* __libc_malloc(std::size_t size);                     // NOLINT(bugprone-reserved-identifier)
 void* __libc_calloc(std::size_t count, std::size_t size);  // NOLINT(bugprone-reserved-identifier)
@@ -32,32 +32,33 @@ namespace {
 std::size_t heap_now;
 std::size_t heap_peak;
 
-void* count_in(void* block) {
+void* count_allocation(void* block) {
     heap_now += malloc_usable_size(block);
     heap_peak = std::max(heap_peak, heap_now);
     return block;
 }
 
-void count_out(void* block) {
+void count_release(void* block) {
     heap_now -= malloc_usable_size(block);
 }
 
 }  // namespace
 
-// The program is single-threaded. Inside it and the library every allocation comes here.
+// Replace the functions of the C library for the program and the library. The program has one
+// thread.
 extern "C" {
 void* malloc(std::size_t size) {
-    return count_in(__libc_malloc(size));
+    return count_allocation(__libc_malloc(size));
 }
 void* calloc(std::size_t count, std::size_t size) {
-    return count_in(__libc_calloc(count, size));
+    return count_allocation(__libc_calloc(count, size));
 }
 void* realloc(void* block, std::size_t size) {
-    count_out(block);
-    return count_in(__libc_realloc(block, size));
+    count_release(block);
+    return count_allocation(__libc_realloc(block, size));
 }
 void free(void* block) {
-    count_out(block);
+    count_release(block);
     __libc_free(block);
 }
 }
@@ -66,7 +67,7 @@ namespace {
 
 constexpr unsigned collections = 12;
 
-// An attribute as a server's template has it: about 340 bytes of text, an enumeration.
+// An enumeration like those of a server's template, about 340 bytes of text.
 std::string attribute_text(unsigned number) {
     using test::item;
     const std::string collection = "Collection" + std::to_string(number % collections);
@@ -100,7 +101,8 @@ std::string setting_text(unsigned number) {
            std::to_string(number) + " \"Enabled\" \"\"\n";
 }
 
-// The files of a server. The template itself is older than its text, so that no tool is needed.
+// Writes the files of a server. The template is older than its text, so the client does not run a
+// tool.
 void make_server(const std::filesystem::path& root, unsigned count) {
     for (const char* folder : {"tmp/dp", "var/dp"}) {
         std::filesystem::create_directories(root / folder);
@@ -170,8 +172,8 @@ int main(int argc, char** argv) {
     heap_peak = heap_now;
     const int found = read_all();
     if (found < 0 || static_cast<unsigned long>(found) != count) {
-        std::fprintf(stderr, "load_attributes: %d of %lu attributes have their values\n", found,
-                     count);
+        std::fprintf(stderr, "load_attributes: %d of %lu attributes have the expected values\n",
+                     found, count);
         return 1;
     }
     std::printf("%zu\n", heap_peak - before);

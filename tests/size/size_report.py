@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """usage: size_report.py MACHINE LIBRARY STRIP_TOOL LOADER BOUNDS [EMULATOR...]
 
-Measures what the library costs a machine, prints it, and fails when a figure passes its bound.
-LOADER prints the peak of the heap while it reads a number of attributes through the C API.
+Measures and prints the size of the library and the heap that it needs; fails if a figure exceeds
+its bound. LOADER prints the peak size of the heap while it reads attributes through the C API.
 """
 
 import json
@@ -18,7 +18,7 @@ SHT_NOBITS, SHF_WRITE, SHF_ALLOC = 8, 1, 2
 
 
 def constructors(elf):
-    """The functions that run when the library is loaded, without the compiler's own first one."""
+    """The functions that run when the library is loaded, except the compiler's frame_dummy."""
     names = {}
     for symbol in elf.symbols(SHT_SYMTAB):
         if not symbol.name.startswith("$"):
@@ -63,7 +63,7 @@ def main(machine, library, strip_tool, loader, bounds_file, *emulator):
         failed |= over
         print(f"{name:<40} {value:>12,} {'' if bound is None else format(bound, ','):>12}"
               f"{'  TOO MUCH' if over else ''}")
-    # Constructors of other objects would cost every process that merely links the library.
+    # Any other constructor would cost time in every process that links the library.
     found = constructors(elf)
     print(f"constructed when loaded: {', '.join(found) or 'nothing'}")
     if found != bounds["static constructors"]:

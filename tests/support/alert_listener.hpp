@@ -13,13 +13,13 @@
 
 namespace test {
 
-/// Receives a queue's alerts, which `Formatter` reads, as texts.
+/// Listens to a queue and converts its alerts to texts with `Formatter`.
 template <class Formatter, unsigned char number>
 class alert_listener {
   public:
     alert_listener() { EXPECT_TRUE(queue_.is_open()) << queue_.error(); }
 
-    /// The oldest alert; "none" when none waits.
+    /// The oldest unread alert; "none" when there is none.
     std::string next() {
         sysipc::message content(8096);
         if (queue_.receive(content, 0) != dp_platform::message_listener::result::received) {

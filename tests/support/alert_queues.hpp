@@ -9,7 +9,7 @@
 #include "platform/posix/message_listener.hpp"
 #include "platform/sysipc/message.hpp"
 #include "tests/support/child_process.hpp"
-#include "tests/support/own_queues.hpp"
+#include "tests/support/private_queues.hpp"
 
 namespace test {
 
@@ -46,7 +46,7 @@ class alert_queues : public testing::Test {
     }
 
   private:
-    own_queues queues_;
+    private_queues queues_;
 };
 
 }  // namespace test

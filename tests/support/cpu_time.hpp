@@ -9,8 +9,8 @@
 
 namespace test {
 
-/// The processor time that this process used since the object was made. For bounds so generous
-/// that only a cost of another order exceeds them.
+/// The processor time of this process since the object was created. For bounds so generous that
+/// only a cost of a higher order exceeds them.
 class cpu_time {
   public:
     [[nodiscard]] double seconds() const {
@@ -21,20 +21,20 @@ class cpu_time {
     std::clock_t start_ = std::clock();
 };
 
-/// The processor time, in seconds, that this machine and build need to put 100,000 texts into a
-/// tree and to find each again: what bounds for the cost of as many calls are measured in, so that
-/// they hold for an emulated machine or a sanitizer's build as for any other.
+/// The processor time, in seconds, that this machine and build need to insert 100,000 texts into a
+/// tree and to find each of them. Bounds for the cost of as many calls are multiples of it, so that
+/// they are also valid with an emulator or a sanitizer.
 inline double cost_of_100_000_calls() {
     constexpr std::uint32_t many = 100'000;
     // Spreads the numbers over the whole range.
-    constexpr std::uint32_t apart = 2'654'435'761U;
+    constexpr std::uint32_t factor = 2'654'435'761U;
     const cpu_time used;
     std::map<std::uint32_t, std::string> tree;
     for (std::uint32_t i = 0; i < many; ++i) {
-        tree[i * apart] = std::to_string(i);
+        tree[i * factor] = std::to_string(i);
     }
     for (std::uint32_t i = 0; i < many; ++i) {
-        if (tree.find(i * apart)->second.empty()) {
+        if (tree.find(i * factor)->second.empty()) {
             throw std::logic_error("a text was lost");
         }
     }

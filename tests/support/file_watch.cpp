@@ -14,7 +14,7 @@ namespace test {
 file_watch::file_watch(std::initializer_list<std::string> folders)
     : file_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)), works_(file_ >= 0) {
     for (const std::string& folder : folders) {
-        // The ends of uses part them: the kernel makes one of the same events in a row.
+        // The kernel merges equal events in a row; IN_CLOSE separates two uses.
         works_ = works_ && inotify_add_watch(file_, folder.c_str(),
                                              IN_OPEN | IN_ACCESS | IN_CLOSE | IN_CREATE) >= 0;
     }

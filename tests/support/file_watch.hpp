@@ -8,7 +8,7 @@
 
 namespace test {
 
-/// What happens to the files of a few folders, by whatever process.
+/// Records how any process uses the files of a few folders.
 class file_watch {
   public:
     explicit file_watch(std::initializer_list<std::string> folders);
@@ -16,15 +16,15 @@ class file_watch {
     file_watch(const file_watch&) = delete;
     file_watch& operator=(const file_watch&) = delete;
 
-    /// False where the kernel does not tell.
+    /// False if the kernel does not report uses.
     [[nodiscard]] bool works() const { return works_; }
 
     struct uses {
-        unsigned opened = 0;  ///< openings of a file that nothing parts from each other are one
-        unsigned read = 0;    ///< openings behind which the file was read
+        unsigned opened = 0;  ///< consecutive openings without another event count as one
+        unsigned read = 0;    ///< openings after which the file was read
         bool operator==(const uses&) const = default;
     };
-    /// By the files' names, since the last call.
+    /// The uses since the last call, by file name.
     std::map<std::string, uses> take();
 
   private:
@@ -32,8 +32,9 @@ class file_watch {
     bool works_;
 };
 
-/// Bytes that this process has read so far, from files and elsewhere; -1 where the kernel does not
-/// tell. What this call reads counts from the next one on; `own` is set to it.
+/// The bytes that this process has read so far, from files and elsewhere; -1 if the kernel does not
+/// report them. Sets `own` to the bytes that this call reads; they are counted from the next call
+/// on.
 std::int64_t bytes_read(std::int64_t& own);
 
 }  // namespace test

@@ -11,7 +11,7 @@
 
 namespace test {
 
-/// A file in memory, for what only reads file streams: thousands of cases would keep a disk busy.
+/// A file in memory, for tests of file streams with thousands of files.
 class memory_file {
   public:
     memory_file() : fd_(memfd_create("test", 0)) {}
@@ -20,10 +20,10 @@ class memory_file {
     memory_file& operator=(const memory_file&) = delete;
 
     /// Replaces the file's content and opens it.
-    [[nodiscard]] std::ifstream hold(const std::string& bytes) const {
+    [[nodiscard]] std::ifstream open_with(const std::string& bytes) const {
         if (ftruncate(fd_, 0) != 0 ||
             pwrite(fd_, bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) {
-            throw std::runtime_error("can't fill a file in memory");
+            throw std::runtime_error("cannot write a file in memory");
         }
         return std::ifstream("/proc/self/fd/" + std::to_string(fd_), std::ios::binary);
     }

@@ -10,7 +10,7 @@
 #include "bios/template_info.hpp"
 #include "service_api/template_flags.hpp"
 
-/// Templates for tests, made of attributes of each kind.
+/// Template attributes of each kind, for tests.
 namespace test {
 
 inline template_info attribute_of_type(std::string cfg, std::string id, std::int32_t type,
@@ -67,7 +67,7 @@ inline template_info in_record(template_info info, std::string record) {
     return info;
 }
 
-/// Two collections with every kind of attribute.
+/// Two collections with all kinds of attributes.
 inline std::vector<template_info> sample_template() {
     return {
         choice("Boot", "Mode", "UEFI", "UEFI,Legacy"),

@@ -15,10 +15,10 @@
 #include "settings/setting.hpp"
 #include "settings/setting_element.hpp"
 
-// A small host: what a settings service derives from the library's interfaces.
+// A minimal host: classes that a settings service derives from the library's interfaces.
 namespace test {
 
-/// The cache entry of a single-valued setting whose value is not known.
+/// The cache entry of a single-valued setting with an unknown value.
 inline dp::setting::cache::entry single_entry() {
     dp::setting::cache::entry e;
     e.instance = dp::no_instance;
@@ -31,7 +31,7 @@ class configuration final : public dp::configuration {
         : dp::configuration(std::move(configuration_name)) {}
 };
 
-/// An element whose answers a test scripts; without a script it answers as the base does.
+/// An element whose functions a test replaces; the others are those of the base class.
 class element final : public dp::setting_element {
   public:
     bool map_value(std::string* value) override {
@@ -47,7 +47,7 @@ class element final : public dp::setting_element {
     std::string default_text;
 };
 
-/// A plug-in that does in a transaction what a test scripts; without a script what the base does.
+/// A plug-in whose `process_transaction` a test replaces; otherwise it is that of the base class.
 class plugin final : public dp::plugin {
   public:
     explicit plugin(std::string plugin_name, types plugin_type = settings_owner)
@@ -65,7 +65,7 @@ class plugin final : public dp::plugin {
     std::function<void(dp::registrar&, dp::transaction*)> on_process;
 };
 
-/// A registrar that knows the settings of its configurations and keeps what is queued.
+/// A registrar that finds the settings of its configurations and stores queued transactions.
 class registrar final : public dp::registrar {
   public:
     dp::setting* resolve(const dp::qualified_setting_name& name) override {

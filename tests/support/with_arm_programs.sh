@@ -1,15 +1,15 @@
 #!/bin/sh
 # usage: with_arm_programs.sh SYSROOT COMMAND [ARGUMENT...]
 #
-# Runs COMMAND where 32-bit ARM programs start like any other, also from shells and by exec, which
-# qemu-arm alone can't do. A kernel that already knows what to do with them is used as it is.
-# Otherwise COMMAND gets namespaces of its own, in which qemu-arm is registered for as long as it
-# runs; that needs no privilege but Linux 6.7 or later. Nothing changes on the machine.
+# Runs COMMAND where 32-bit ARM programs start like any other program, also from shells and by exec,
+# which qemu-arm alone cannot do. If the kernel cannot start them yet, COMMAND runs in its own
+# namespaces, in which qemu-arm is registered while it runs. This needs Linux 6.7 or later, but no
+# privileges. Nothing changes on the machine.
 set -eu
 
 sysroot=$1
 shift
-# Where qemu-arm finds the programs' loader and libraries.
+# qemu-arm looks here for the loader and libraries of the programs.
 export QEMU_LD_PREFIX="$sysroot"
 
 probe=$sysroot/lib/ld-linux-armhf.so.3
@@ -18,7 +18,7 @@ if "$probe" --version >/dev/null 2>&1; then
 fi
 
 give_up() {
-  echo "ARM programs cannot be started by themselves here: $1." >&2
+  echo "Cannot start ARM programs directly on this machine: $1." >&2
   echo "Install qemu-user-binfmt, which registers qemu-arm with the kernel, and run this again." >&2
   exit 1
 }
@@ -28,15 +28,15 @@ case ${DP_ARM_NAMESPACE:-} in
     unshare --user --mount true || give_up "no namespaces"
     export DP_ARM_NAMESPACE=entered
     [ "$(id -u)" -eq 0 ] || exec unshare --user --map-root-user --mount "$0" "$sysroot" "$@"
-    # Tests become other users where root runs them, so root takes all users along, of which a
-    # container has but some. The map has to be written from outside.
+    # Tests that root runs change to other users, so the namespace of root needs all users; a
+    # container has only some. The map has to be written from outside.
     pid=$$
     outside=$(readlink "/proc/$pid/ns/user")
     (
       while [ "$(readlink "/proc/$pid/ns/user")" = "$outside" ]; do sleep 0.05; done
       for map in gid_map uid_map; do
         awk '{ print $1, $1, $3 }' "/proc/self/$map" >"/proc/$pid/$map" || {
-          echo "ARM programs cannot be started by themselves here: no users for the namespace." >&2
+          echo "Cannot start ARM programs directly on this machine: no users for the namespace." >&2
           kill "$pid"
           exit 1
         }
@@ -46,7 +46,7 @@ case ${DP_ARM_NAMESPACE:-} in
     ;;
   entered)
     until grep -q . /proc/self/uid_map; do sleep 0.05; done
-    # As the root of this namespace from here on.
+    # The next step runs as root of this namespace.
     DP_ARM_NAMESPACE=mapped exec "$0" "$sysroot" "$@"
     ;;
 esac

@@ -10,7 +10,7 @@
 
 #include "platform/posix/message_listener.hpp"
 #include "tests/support/alert_listener.hpp"
-#include "tests/support/own_queues.hpp"
+#include "tests/support/private_queues.hpp"
 #include "tests/support/program.hpp"
 #include "tests/support/sample_template.hpp"
 #include "tests/system/dp_settingsd/settingsd_fixture.hpp"
@@ -21,7 +21,7 @@ using test::service_process;
 
 class dp_settingsd_alerts : public test::settingsd_fixture {
   protected:
-    test::own_queues queues;
+    test::private_queues queues;
 
     static void set_speed(int value) {
         const std::string text = std::to_string(value);

@@ -17,7 +17,7 @@
 #include "batch/batch_file_intf.hpp"
 #include "batch/dropped_line_listener.hpp"
 #include "tests/support/cpu_time.hpp"
-#include "tests/support/reference_reader.hpp"
+#include "tests/support/reference_batch_reader.hpp"
 #include "tests/support/settings_model.hpp"
 #include "tests/support/test_platform.hpp"
 #include "tests/unit/batch/scripted_decompressor.hpp"
@@ -65,7 +65,7 @@ std::vector<texts> reference(const std::string& file) {
     std::istringstream in(file);
     std::vector<texts> all;
     const int count =
-        test::reference_read_file(in, [&](const auto& entry) { all.push_back(texts_of(entry)); });
+        test::reference_read_batch(in, [&](const auto& entry) { all.push_back(texts_of(entry)); });
     EXPECT_EQ(static_cast<std::size_t>(count), all.size());
     return all;
 }
@@ -97,7 +97,7 @@ counts counted_by_checker(const std::string& file) {
 counts checked_by_reference(const std::string& file) {
     dp::batch_file_checker checker;
     std::istringstream in(file);
-    test::reference_read_file(in, [&](auto& entry) { checker.process_entry(entry, nullptr); });
+    test::reference_read_batch(in, [&](auto& entry) { checker.process_entry(entry, nullptr); });
     return {checker.good, checker.bad};
 }
 

@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "tests/support/memory_file.hpp"
-#include "tests/support/plain_template_reader.hpp"
+#include "tests/support/reference_template_reader.hpp"
 #include "tests/support/template_records.hpp"
 #include "tests/support/test_platform.hpp"
 
@@ -32,7 +32,7 @@ static_assert(std::is_nothrow_move_constructible_v<template_info>, "vectors of e
 
 std::vector<template_info> read(const std::string& bytes, const std::string& cfg = "") {
     static const test::memory_file file;
-    std::ifstream in = file.hold(bytes);
+    std::ifstream in = file.open_with(bytes);
     EXPECT_TRUE(in.is_open());
     std::vector<template_info> entries;
     EXPECT_EQ(template_info::read_settings(in, entries, cfg), 0);
@@ -42,7 +42,7 @@ std::vector<template_info> read(const std::string& bytes, const std::string& cfg
 std::vector<template_info> read_with_streams(const std::string& bytes, const std::string& cfg) {
     std::istringstream in(bytes);
     std::vector<template_info> entries;
-    test::read_plainly(in, entries, cfg);
+    test::reference_read_template(in, entries, cfg);
     return entries;
 }
 
@@ -505,7 +505,7 @@ TEST(parse_setting_info, agrees_with_stream_extraction_on_mangled_records) {
         std::string bytes = source.good_record();
         source.mangle(bytes);
         template_info expected;
-        test::parse_plainly(expected, bytes);
+        test::reference_parse_record(expected, bytes);
         ASSERT_EQ(fields(parsed(bytes)), fields(expected)) << testing::PrintToString(bytes);
     }
 }

@@ -4,7 +4,7 @@
 #include "platform/dp/alerts.hpp"
 #include "tests/support/alert_listener.hpp"
 #include "tests/support/child_process.hpp"
-#include "tests/support/own_queues.hpp"
+#include "tests/support/private_queues.hpp"
 #include "tests/support/test_platform.hpp"
 #include "tests/unit/host/sample_service.hpp"
 
@@ -13,7 +13,7 @@ namespace {
 /// The store plug-in's alerts, as they arrive on the queue.
 class store_plugin_alerts : public test::sample_service {
   protected:
-    test::own_queues queues;
+    test::private_queues queues;
 };
 
 TEST_F(store_plugin_alerts, a_transaction_alerts_once_to_how_much_it_changed) {

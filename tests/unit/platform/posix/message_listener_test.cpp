@@ -21,7 +21,7 @@
 #include "platform/sysipc/system_message_queue_client.hpp"
 #include "tests/support/child_process.hpp"
 #include "tests/support/environment_variable.hpp"
-#include "tests/support/own_queues.hpp"
+#include "tests/support/private_queues.hpp"
 #include "tests/unit/platform/support.hpp"
 
 namespace {
@@ -52,14 +52,14 @@ class message_listener_test : public testing::Test {
     }
     void TearDown() override { mq_unlink(queue_name().c_str()); }
 
-    static std::string queue_name() { return "/" + test::own_queues::prefix() + ".dp.queue.8"; }
+    static std::string queue_name() { return "/" + test::private_queues::prefix() + ".dp.queue.8"; }
 
     /// Receives without waiting: a message is in the queue as soon as it is sent.
     static result receive(message_listener& listener, sysipc::message& content) {
         return listener.receive(content, 0);
     }
 
-    test::own_queues queues_;
+    test::private_queues queues_;
 };
 
 using system_message_queue_test = message_listener_test;
@@ -175,7 +175,7 @@ TEST_F(message_listener_test, uses_a_separate_queue_for_each_number_and_prefix) 
     EXPECT_FALSE(send(message_of(1), 3));
     {
         const test::environment_variable other("DP_QUEUE_PREFIX",
-                                               test::own_queues::prefix() + "-other");
+                                               test::private_queues::prefix() + "-other");
         EXPECT_FALSE(send(message_of(1)));
     }
     EXPECT_TRUE(send(message_of(1)));

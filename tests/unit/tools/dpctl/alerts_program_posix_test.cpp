@@ -17,7 +17,7 @@
 #include "logs/alerts.hpp"
 #include "platform/posix/message_listener.hpp"
 #include "settings/plugin.hpp"
-#include "tests/support/own_queues.hpp"
+#include "tests/support/private_queues.hpp"
 #include "tests/support/program.hpp"
 #include "tests/support/scratch_files.hpp"
 
@@ -157,7 +157,7 @@ class alerts_program : public testing::Test {
 
     static bool has_queue(int number) {
         const mqd_t queue = mq_open(
-            ('/' + test::own_queues::prefix() + ".dp.queue." + std::to_string(number)).c_str(),
+            ('/' + test::private_queues::prefix() + ".dp.queue." + std::to_string(number)).c_str(),
             O_RDONLY);
         if (queue == static_cast<mqd_t>(-1)) {
             return false;
@@ -166,7 +166,7 @@ class alerts_program : public testing::Test {
         return true;
     }
 
-    test::own_queues queues_;
+    test::private_queues queues_;
     alerting_plugin plugin_;
 };
 
@@ -214,7 +214,7 @@ TEST_F(alerts_program, refuses_a_queue_that_another_listens_to) {
     ASSERT_TRUE(other.is_open()) << other.error();
     const auto result = test::run_program("dpctl", {"alerts", "--wait", "20"});
     EXPECT_EQ(result.exit_code, 1);
-    EXPECT_EQ(result.err, "dpctl: can't listen: queue /" + test::own_queues::prefix() +
+    EXPECT_EQ(result.err, "dpctl: can't listen: queue /" + test::private_queues::prefix() +
                               ".dp.queue.8 already has a listener\n"
                               "  A message queue has one listener at a time.\n");
     EXPECT_THAT(result.out, IsEmpty());

@@ -1,5 +1,5 @@
-#ifndef DP_TESTS_SUPPORT_REFERENCE_READER_HPP
-#define DP_TESTS_SUPPORT_REFERENCE_READER_HPP
+#ifndef DP_TESTS_SUPPORT_REFERENCE_BATCH_READER_HPP
+#define DP_TESTS_SUPPORT_REFERENCE_BATCH_READER_HPP
 
 #include <istream>
 #include <locale>
@@ -11,12 +11,11 @@
 
 namespace test {
 
-/// Reads a batch file with plain stream extraction, a string stream for every line: what
-/// `dp::batch_file_reader::read_file` must do, said so plainly that one sees it is right. Calls
-/// `process` with every accepted entry and returns how many there were. Serves as the measure in
-/// tests and fuzzers, and as the peer in benchmarks.
+/// Reads a batch file with stream extraction, a string stream for each line: the obviously correct
+/// form of `dp::batch_file_reader::read_file`. Calls `process` with every accepted entry and
+/// returns their number. Tests and fuzzers compare the reader with it; benchmarks use it as a peer.
 template <class Process>
-int reference_read_file(std::istream& in, Process process) {
+int reference_read_batch(std::istream& in, Process process) {
     if (!in.good()) {
         return 0;
     }

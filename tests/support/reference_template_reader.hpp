@@ -1,5 +1,5 @@
-#ifndef DP_TESTS_SUPPORT_PLAIN_TEMPLATE_READER_HPP
-#define DP_TESTS_SUPPORT_PLAIN_TEMPLATE_READER_HPP
+#ifndef DP_TESTS_SUPPORT_REFERENCE_TEMPLATE_READER_HPP
+#define DP_TESTS_SUPPORT_REFERENCE_TEMPLATE_READER_HPP
 
 #include <istream>
 #include <sstream>
@@ -11,16 +11,16 @@
 
 namespace test {
 
-inline std::uint32_t number_plainly(const std::string& text, bool hex) {
+inline std::uint32_t reference_number(const std::string& text, bool hex) {
     std::istringstream in(text);
     std::uint32_t number = 0;
     in >> (hex ? std::hex : std::dec) >> number;
     return number;
 }
 
-/// Template records read with streams, as one would first write it: what the library's scanner is
-/// held against.
-inline void parse_plainly(template_info& info, const std::string& record) {
+/// Parses a template record with streams, in the simplest way. The library's reader is compared
+/// with it.
+inline void reference_parse_record(template_info& info, const std::string& record) {
     std::istringstream in(record);
     while (in.good()) {
         std::string key;
@@ -55,13 +55,13 @@ inline void parse_plainly(template_info& info, const std::string& record) {
         } else if (key == "fds") {
             info.fds = value;
         } else if (key == "type") {
-            info.type = static_cast<std::int32_t>(number_plainly(value, false));
+            info.type = static_cast<std::int32_t>(reference_number(value, false));
         } else if (key == "flg") {
-            info.flg = number_plainly(value, true);
+            info.flg = reference_number(value, true);
         } else if (key == "mni") {
-            info.mni = number_plainly(value, false);
+            info.mni = reference_number(value, false);
         } else if (key == "mxi") {
-            info.mxi = number_plainly(value, false);
+            info.mxi = reference_number(value, false);
         } else if (key == "dft") {
             info.dft = value;
         } else if (key == "mfg") {
@@ -71,27 +71,27 @@ inline void parse_plainly(template_info& info, const std::string& record) {
         } else if (key == "rec") {
             info.rec = value;
         } else if (key == "min") {
-            info.min = number_plainly(value, false);
+            info.min = reference_number(value, false);
         } else if (key == "max") {
-            info.max = number_plainly(value, false);
+            info.max = reference_number(value, false);
         } else if (key == "stp") {
-            info.stp = number_plainly(value, false);
+            info.stp = reference_number(value, false);
         } else if (key == "minc") {
-            info.minc = number_plainly(value, false);
+            info.minc = reference_number(value, false);
         } else if (key == "maxc") {
-            info.maxc = number_plainly(value, false);
+            info.maxc = reference_number(value, false);
         } else if (key == "reg") {
             info.reg = value;
         } else if (key == "num") {
-            info.num = number_plainly(value, false);
+            info.num = reference_number(value, false);
         } else if (key == "chc") {
             info.chc = value;
         }
     }
 }
 
-inline void read_plainly(std::istream& in, std::vector<template_info>& out,
-                         const std::string& cfg) {
+inline void reference_read_template(std::istream& in, std::vector<template_info>& out,
+                                    const std::string& cfg) {
     std::string buffer(template_info::record_limit + 1, '\0');
     const std::string filter = cfg.empty() ? "" : "cfg:" + cfg + template_info::item_end;
     while (in.good()) {
@@ -100,12 +100,12 @@ inline void read_plainly(std::istream& in, std::vector<template_info>& out,
         if (in.fail()) {
             break;
         }
-        // The end byte counts among the bytes that were taken; the end of the stream has none.
+        // gcount includes the end byte, which is missing at the end of the stream.
         const auto taken = static_cast<std::size_t>(in.gcount()) - (in.eof() ? 0 : 1);
         const std::string record = buffer.substr(0, taken);
         if (record.find(filter) != std::string::npos) {
             out.emplace_back();
-            parse_plainly(out.back(), record);
+            reference_parse_record(out.back(), record);
         }
         if (in.peek() == '\n') {
             in.get();
@@ -113,7 +113,7 @@ inline void read_plainly(std::istream& in, std::vector<template_info>& out,
     }
 }
 
-/// Every field of an entry, to compare entries by.
+/// All fields of an attribute, for comparison.
 inline auto fields(const template_info& info) {
     const auto texts = std::tie(info.id, info.spif, info.grif, info.cfg, info.cfgname, info.cfgsetn,
                                 info.grp, info.gspif, info.ggrif, info.mri, info.dsc, info.fds,

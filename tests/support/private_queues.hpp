@@ -1,5 +1,5 @@
-#ifndef DP_TESTS_SUPPORT_OWN_QUEUES_HPP
-#define DP_TESTS_SUPPORT_OWN_QUEUES_HPP
+#ifndef DP_TESTS_SUPPORT_PRIVATE_QUEUES_HPP
+#define DP_TESTS_SUPPORT_PRIVATE_QUEUES_HPP
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -13,11 +13,11 @@
 
 namespace test {
 
-/// Gives this process, and those that it starts, message queues of their own while it lives. The
-/// kernel lets a user have nine or so at a time, so the tests of a build take turns.
-class own_queues {
+/// Gives this process and the programs that it starts their own message queues for a scope. The
+/// kernel allows a user about nine queues, so only one test of a build uses queues at a time.
+class private_queues {
   public:
-    own_queues() {
+    private_queues() {
         int got = -1;
         do {
             got = flock(programs_, LOCK_EX);
@@ -25,14 +25,14 @@ class own_queues {
         EXPECT_EQ(got, 0);
         setenv("DP_QUEUE_PREFIX", prefix().c_str(), 1);
     }
-    ~own_queues() {
+    ~private_queues() {
         unsetenv("DP_QUEUE_PREFIX");
         close(programs_);
     }
-    own_queues(const own_queues&) = delete;
-    own_queues& operator=(const own_queues&) = delete;
+    private_queues(const private_queues&) = delete;
+    private_queues& operator=(const private_queues&) = delete;
 
-    /// What stands in front of the queues' names.
+    /// The prefix of the queues' names.
     static std::string prefix() { return "test-" + std::to_string(getpid()); }
 
   private:
