@@ -16,7 +16,7 @@ namespace dp {
 class registrar;
 class setting;
 
-/// Orders settings by name, byte by byte, and lets a bare name stand for a setting.
+/// Orders settings by name, byte by byte. A name can be compared with a setting directly.
 struct DP_API setting_name_less {
     using is_transparent = void;
     bool operator()(const setting* a, const setting* b) const;
@@ -24,10 +24,10 @@ struct DP_API setting_name_less {
     bool operator()(std::string_view a, const setting* b) const;
 };
 
-/// A named group of settings. Hosts derive from it; settings and configurations are theirs.
+/// A named group of settings. Hosts derive from it, and own the configurations and the settings.
 class DP_API configuration {
   public:
-    /// What `enumerate_settings` calls.
+    /// Receives the settings that `enumerate_settings` visits.
     class settings_callback {
       public:
         virtual void operator()(setting* s, int arg) = 0;
@@ -39,34 +39,35 @@ class DP_API configuration {
     configuration(const configuration&) = delete;
     configuration& operator=(const configuration&) = delete;
 
-    // The order of the virtual operations is part of the binary interface.
+    // The order of the virtual functions is part of the binary interface.
 
-    /// Lets the owner fill in its settings. The default does nothing.
+    /// Lets the owner add its settings. The default does nothing.
     virtual void load_settings(registrar& reg);
 
-    /// Calls `callback` once for every setting in name order, passing `arg` on.
+    /// Calls `callback` once for every setting, in name order, with the setting and `arg`.
     virtual void enumerate_settings(registrar& reg, settings_callback* callback, int arg);
 
-    /// Adds a setting by its name. A setting of that name already present stays, and the new one is
-    /// left out.
+    /// Adds a setting, which is not owned and keeps its name while it is in the set. Does nothing
+    /// when a setting with that name is already present.
     void add_setting(setting* s);
 
-    /// The setting of that exact name, or null.
+    /// Returns the setting with exactly that name, or null.
     [[nodiscard]] setting* find_setting(const std::string& setting_name) const;
 
-    /// Counts a change of a value: sets `changed` and, if it was clear, increments `version`.
+    /// Records a change of a value: increments `version` unless `changed` is set, and sets it.
     void count_change();
 
     std::string name;
-    std::uint32_t version = 0;  ///< counts changes; wraps around
-    std::uint32_t changed = 0;  ///< 1 from the first change on until the owner clears it
-    std::set<setting*, setting_name_less> settings;
-    std::map<std::string, setting_record> records;  ///< by record name
+    std::uint32_t version = 0;  ///< incremented by `count_change`; wraps around
+    std::uint32_t changed = 0;  ///< 1 after a change, until the owner clears it
+    std::set<setting*, setting_name_less> settings;  ///< not owned
+    std::map<std::string, setting_record> records;   ///< by setting record name
 
   protected:
     configuration() = default;
     explicit configuration(std::string configuration_name);
-    // Not virtual, and protected: the interface has no slot for it, so nobody deletes through it.
+    // Not virtual, because the interface has no slot for it; protected, so that nobody deletes
+    // through it.
     ~configuration() = default;
 };
 

@@ -11,11 +11,12 @@ namespace dp {
 /// The instance number of a single-valued setting.
 inline constexpr std::uint32_t no_instance = 0xFFFFFFFE;
 
-/// Stands for an instance text that is not a number.
+/// The instance number of a text that does not parse.
 inline constexpr std::uint32_t invalid_instance = 0xFFFFFFFF;
 
-/// The instance number that a text names: `no_instance` for an empty text, the unsigned decimal
-/// number at its beginning, `invalid_instance` when there is none or it does not fit 32 bits.
+/// Converts an instance text to its number: `no_instance` for an empty text, otherwise the unsigned
+/// decimal number at its beginning, or `invalid_instance` when there is none or it does not fit in
+/// 32 bits. Leading white space is skipped, and a minus sign wraps the number around.
 DP_API std::uint32_t parse_instance(std::string_view text);
 
 }  // namespace dp

@@ -11,7 +11,7 @@
 namespace dp {
 namespace {
 
-// The application log's level setting under which no line is written.
+// The level at which the application log writes no lines.
 constexpr std::uint32_t silent_level = 8;
 
 }  // namespace

@@ -15,12 +15,12 @@ class configuration;
 class registrar;
 class transaction;
 
-/// A part of the settings service that owns settings or templates, or acts for a client. The host
+/// A module of the settings service that owns settings or templates, or acts for a client. The host
 /// derives its plug-ins from this class, owns them, and calls them on its dispatching thread.
 class DP_API plugin {
   public:
     enum types : std::uint32_t {
-        any_type = 0,  ///< for `plugin_list::find_plugin`: any type
+        any_type = 0,  ///< matches any type in `plugin_list::find_plugin`
         template_owner = 1,
         settings_owner = 2,
         client = 3,
@@ -32,7 +32,7 @@ class DP_API plugin {
         std::vector<unsigned char> payload;
     };
 
-    /// A file that the host watches was completely written, replaced or removed.
+    /// A watched file was completely written, replaced or removed.
     struct file_event {
         enum class kinds : std::uint8_t { written, removed };
         kinds kind;
@@ -42,51 +42,56 @@ class DP_API plugin {
     plugin(const plugin&) = delete;
     plugin& operator=(const plugin&) = delete;
 
-    // The order of the virtual operations is part of the binary interface.
+    // The order of the virtual functions is part of the binary interface.
 
-    /// The host calls it once, when every plug-in is in the list.
+    /// Called once by the host when all plug-ins are in the list.
     virtual void on_start(registrar& reg) = 0;
 
-    /// The part of a settings owner in a transaction: carries out the commands whose settings it
-    /// owns, marks them complete, and reports `transaction::substep_complete`, now or later on the
-    /// same thread. The default reports at once, which fails every command left open.
+    /// Runs the sub-step of a settings owner: executes the commands on its settings, marks them
+    /// complete, and calls `transaction::substep_complete`, during this call or later on the same
+    /// thread. The default calls it at once, which fails all open commands on its settings.
     virtual void process_transaction(registrar& reg, transaction* trans);
 
+    /// Called by the host for each event. The defaults do nothing.
     virtual void on_event(registrar& reg, const message_event& event);
     virtual void on_event(registrar& reg, const file_event& event);
 
-    /// The host calls it once, before it takes the plug-in out of the list.
+    /// Called once by the host before it removes the plug-in from the list.
     virtual void on_stop(registrar& reg) = 0;
 
+    /// Called by the host when it adds a configuration. The default does nothing.
     virtual void on_add_configuration(registrar& reg, configuration* config);
+
+    /// Called by the host, in this order, when it removes a configuration. The configuration exists
+    /// until both have returned. The defaults do nothing.
     virtual void on_unregister_configuration(registrar& reg, configuration* config);
     virtual void on_remove_configuration(registrar& reg, configuration* config);
 
-    /// Tells the rest of the controller, on message queue 8, that something happened here, with
-    /// `source` as the alert's source. Does not wait; an alert that can't be sent is logged.
+    /// Sends an alert, with `source` as its source, to the rest of the controller on message queue
+    /// 8. Does not wait. An alert that cannot be sent is logged and dropped.
     void send_alert(command::alerts alert, unsigned char value) const;
 
-    /// The command line that starts a service with this process's log settings: `command` and,
-    /// where the application log has them (a mask, a level other than 8, a file above 0), " -f ",
-    /// " -l " and " -m " with the file, the level and the mask. Runs nothing.
+    /// Returns the command line that starts a service with this process's log settings. When the
+    /// application log has a mask, a level other than 8 and a file above 0, `command` is followed
+    /// by " -f ", " -l " and " -m " with the file, the level and the mask. Starts nothing.
     static std::string create_service_command(const std::string& command);
 
-    /// The printed name of a type; "unknown" for any other value.
+    /// Returns the printed name of a type, a static text; "unknown" for any other value.
     static const char* map(types type);
 
     std::string name;  ///< unique among the host's plug-ins
     types type = any_type;
-    /// Identifies the plug-in as the source of its alerts; the host assigns it.
-    std::uint8_t source = 0;
+    std::uint8_t source = 0;  ///< source number of its alerts; assigned by the host
 
   protected:
     plugin() = default;
     plugin(std::string plugin_name, types plugin_type, std::uint8_t alert_source = 0);
-    // Not virtual, and protected: the interface has no slot for it, so nobody deletes through it.
+    // Not virtual, because the interface has no slot for it; protected, so that nobody deletes
+    // through it.
     ~plugin() = default;
 };
 
-/// Writes name, ", type= " and the type's printed name.
+/// Writes the name, ", type= " and the printed name of the type.
 DP_API std::ostream& operator<<(std::ostream& os, const plugin& p);
 
 }  // namespace dp

@@ -9,13 +9,13 @@
 
 namespace dp {
 
-/// The plug-ins of a host in registration order. Owns none of them.
+/// The plug-ins of a host, not owned, in registration order.
 class DP_API plugin_list : public std::vector<plugin*> {
   public:
     using std::vector<plugin*>::vector;
 
-    /// The first plug-in of that exact name and type (`plugin::any_type`: of any type); null when
-    /// there is none.
+    /// Returns the first plug-in with exactly that name and type, or null. `plugin::any_type`
+    /// matches every type.
     [[nodiscard]] plugin* find_plugin(const std::string& name, plugin::types type) const;
 };
 

@@ -11,7 +11,7 @@ class qualified_setting_name;
 class setting;
 class transaction;
 
-/// What the library needs of its host. The host implements it and calls and is called on its one
+/// What the library needs from its host, which implements it. All calls are made on the host's
 /// dispatching thread.
 class DP_API registrar {
   public:
@@ -19,14 +19,14 @@ class DP_API registrar {
     registrar(const registrar&) = delete;
     registrar& operator=(const registrar&) = delete;
 
-    /// The setting that a qualified name stands for (its instance is not looked at), or null.
+    /// Returns the setting with that qualified name, or null. Ignores the name's instance.
     virtual setting* resolve(const qualified_setting_name& name) = 0;
 
-    /// The setting of that name in that configuration, or null.
+    /// Returns the setting with that name in that configuration, or null.
     virtual setting* find_setting(const std::string& configuration_name,
                                   const std::string& setting_name) = 0;
 
-    /// Takes a transaction for execution. It stays the caller's and must live until it is complete.
+    /// Queues a transaction for execution. It is not owned and must exist until it is complete.
     virtual void queue_transaction(transaction* trans) = 0;
 
   protected:

@@ -43,7 +43,7 @@ void setting::remove_instance(std::uint32_t instance) {
 void setting::set_instance_value(const std::string& value, std::uint32_t instance) {
     auto* entry = cache.find_entry(instance, false);
     if (entry == nullptr) {
-        // `value` may be another entry's, and adding one moves them.
+        // `value` may refer to another entry, and adding an entry moves them.
         std::string copy = value;
         entry = cache.find_entry(instance, true);
         entry->value = std::move(copy);
@@ -81,7 +81,7 @@ bool setting::is_record_refresh() const {
     return (element->flags & setting_element::record_refresh_flag) != 0;
 }
 
-// NOLINTNEXTLINE(readability-make-member-function-const): it changes settings, this one among them.
+// NOLINTNEXTLINE(readability-make-member-function-const): changes settings, including this one.
 void setting::create_records(std::uint32_t instance) {
     setting_record* record = find_record(*this);
     if (record == nullptr) {
@@ -116,7 +116,7 @@ std::ostream& setting::display_cache(std::ostream& os) const {
     return os << *this << cache << std::endl;
 }
 
-// NOLINTNEXTLINE(readability-make-member-function-const): a record key changes its row.
+// NOLINTNEXTLINE(readability-make-member-function-const): may invalidate cached values.
 void setting::validate(transaction_command* command) {
     switch (command->operation) {
         case op_set:

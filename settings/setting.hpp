@@ -19,20 +19,21 @@ class plugin;
 class setting_element;
 class transaction_command;
 
-/// One named setting of a configuration, with the cached values of its instances. The host owns
-/// settings; configurations and commands point at them. `configuration` and `element` are set
-/// before any operation below is called.
+/// A named setting of a configuration, with the cached values of its instances. The host owns
+/// settings; configurations and commands refer to them. `configuration` and `element` must be set
+/// before any member function is called.
 class DP_API setting {
   public:
-    /// The values of one setting's instances: a sequence of entries in creation order, at most one
-    /// per instance number. It reads like a vector of entries. The data member of the same name
-    /// hides the class, so its users write `class dp::setting::cache`; `dp::setting::cache::entry`
-    /// needs no `class`.
+    /// The cached values of a setting: entries in creation order, at most one for each instance
+    /// number, with a vector's interface for reading. The data member of the same name hides the
+    /// class, so write `class dp::setting::cache`; `dp::setting::cache::entry` needs no `class`.
     ///
-    /// A small cache is searched entry by entry; a large one has a hash index, so that finding,
-    /// adding and removing take constant time on average. Iterating takes linear time and
-    /// `operator[]` at most logarithmic time. A pointer, reference or iterator is valid until an
-    /// entry is added or removed; reading never moves an entry.
+    /// A small cache is searched linearly. A large cache has a hash index: finding or adding an
+    /// entry takes constant time on average, removing an entry logarithmic time. Iterating over all
+    /// entries takes linear time, `operator[]` at most logarithmic time.
+    ///
+    /// A pointer, reference or iterator is valid until an entry is added or removed. Reading never
+    /// moves an entry.
     class DP_API cache {
       public:
         /// `valid` and `value` may be changed in place; `instance` must not be.
@@ -60,31 +61,31 @@ class DP_API setting {
 
         cache();
         ~cache();
-        /// Copies the entries in their order.
+        /// Copies the entries in creation order.
         cache(const cache& other);
         cache& operator=(const cache& other);
         /// Leaves `other` empty.
         cache(cache&& other) noexcept;
         cache& operator=(cache&& other) noexcept;
 
-        /// The entry of `instance`. When there is none: null, or, when `create` is set, a new entry
-        /// at the end (not valid, empty value).
+        /// Returns the entry of `instance`. If there is none and `create` is set, appends an entry
+        /// (not valid, empty value) and returns it; if `create` is not set, returns null.
         entry* find_entry(std::uint32_t instance, bool create);
 
-        /// Removes the entry of `instance`, if there is one; the others keep their order.
+        /// Removes the entry of `instance`, if any. The other entries keep their order.
         void remove_instance(std::uint32_t instance);
 
         /// Number of entries, valid or not.
         [[nodiscard]] size_type size() const { return entries_.size() - removed_; }
         [[nodiscard]] bool empty() const { return size() == 0; }
 
-        /// The entry at that place in creation order; `place` is below `size()`.
+        /// The entry at `place`, counted from 0 in creation order; `place` is below `size()`.
         [[nodiscard]] reference operator[](size_type place) { return entries_[position_of(place)]; }
         [[nodiscard]] const_reference operator[](size_type place) const {
             return entries_[position_of(place)];
         }
 
-        /// The oldest and the newest entry; the cache must not be empty.
+        /// The first and the last entry created; the cache must not be empty.
         [[nodiscard]] reference front() { return entries_[position_of(0)]; }
         [[nodiscard]] const_reference front() const { return entries_[position_of(0)]; }
         [[nodiscard]] reference back() { return entries_.back(); }
@@ -107,8 +108,9 @@ class DP_API setting {
         [[nodiscard]] DP_LOCAL entry* find_linearly(std::uint32_t instance);
         DP_LOCAL void compact();
 
-        // A place counts the entries; a position is an offset in `entries_`, tombstones included.
-        // They differ only while there are tombstones. Both have 32 bits, as instances have.
+        // A place counts entries. A position is an offset in `entries_`, where tombstones count
+        // too; the two differ only while there are tombstones. Both fit in 32 bits, like instance
+        // numbers.
         [[nodiscard]] size_type position_of(size_type place) const {
             return removed_ == 0 ? place : find_position(static_cast<std::uint32_t>(place));
         }
@@ -128,55 +130,61 @@ class DP_API setting {
         [[nodiscard]] std::uint32_t skip_forward(std::uint32_t position) const;
         [[nodiscard]] std::uint32_t skip_backward(std::uint32_t position) const;
 
-        // In creation order. The last one is never a tombstone.
+        // In creation order. The last element is never a tombstone.
         std::vector<entry> entries_;
-        // Null while there are few entries; then there are no tombstones.
+        // Null in a small cache, which has no tombstones.
         std::unique_ptr<index> index_;
-        // Number of tombstones: removed entries that the next compaction drops.
+        // Number of tombstones: removed entries, dropped by the next compaction.
         std::uint32_t removed_ = 0;
     };
 
-    /// A setting without name, configuration, owner and element, for the host to fill.
+    /// An empty setting. The host sets its data before use.
     setting() = default;
 
+    /// None of the pointers is owned.
     setting(class configuration* owning_configuration, std::string setting_name,
             plugin* owning_plugin, setting_element* description);
 
-    /// Removes the cached value of an instance. Counts as a change even when there was none.
+    /// Removes the entry of `instance` and records a change, even if there was no entry.
     void remove_instance(std::uint32_t instance);
 
-    /// Stores a value; a change unless the same value was already known.
+    /// Stores a value and records a change, unless that value is already known. `value` may refer
+    /// to another entry of this cache.
     void set_instance_value(const std::string& value, std::uint32_t instance);
 
-    /// Copies the value of an instance to `out` and returns true when it is known; otherwise `out`
-    /// stays untouched.
+    /// Copies the value of `instance` to `out` and returns true. Returns false and leaves `out`
+    /// unchanged when the value is not known.
     bool get_instance_value(std::string* out, std::uint32_t instance);
 
-    /// Forgets the value of an instance but keeps its place; a change when the value was known.
+    /// Marks the value of `instance` as not known and records a change, if it was known. The entry
+    /// keeps its place and its text.
     void invalidate_instance(std::uint32_t instance);
 
+    /// Whether the setting is the key of its setting record.
     [[nodiscard]] bool is_record_key() const;
+
+    /// Whether the setting is the refresh setting of its setting record.
     [[nodiscard]] bool is_record_refresh() const;
 
-    /// Gives every member of this setting's record that may have `instance` and has no known value
-    /// for it its default value.
+    /// Stores the default value in `instance` of every member of the setting record, unless the
+    /// member already has a known value or does not allow that instance.
     void create_records(std::uint32_t instance);
 
-    /// Removes `instance` from every member of this setting's record.
+    /// Removes `instance` from every member of the setting record.
     void remove_records(std::uint32_t instance);
 
-    /// Writes the setting's full name, its cached values and a newline.
+    /// Writes the setting's full name, its cached values and a newline, and flushes.
     std::ostream& display_cache(std::ostream& os) const;
 
-    /// Checks a command aimed at this setting against its element before a plug-in sees it. On
-    /// failure the command is complete and, if its status was still 0, has the element's code for a
-    /// value or 226 for a delete that is not permitted. Deleting a record's key invalidates the
-    /// row.
+    /// Checks a command on this setting before a plug-in sees it. A command that fails is complete
+    /// and, if its status was 0, gets the element's code for a bad value or 226 for a delete that
+    /// is not permitted. A delete of a record key always passes and invalidates that instance in
+    /// the whole setting record.
     void validate(transaction_command* command);
 
     class configuration* configuration = nullptr;
     std::string name;
-    plugin* owner = nullptr;  ///< the settings owner that serves this setting; null when none does
+    plugin* owner = nullptr;  ///< the settings owner that serves this setting, or null
     class cache cache;
     setting_element* element = nullptr;
 };
@@ -242,7 +250,7 @@ class setting::cache::basic_iterator {
                static_cast<difference_type>(cache_->place_of(other.position_));
     }
 
-    // Both iterators of a comparison belong to the same cache.
+    // Only iterators of the same cache can be compared.
     template <class OtherCache, class OtherEntry>
     bool operator==(const basic_iterator<OtherCache, OtherEntry>& other) const {
         return position_ == other.position_;
@@ -273,8 +281,7 @@ class setting::cache::basic_iterator {
     friend class basic_iterator;
     friend class setting::cache;
 
-    basic_iterator(Cache* entries_of, size_type position)
-        : cache_(entries_of), position_(position) {}
+    basic_iterator(Cache* container, size_type position) : cache_(container), position_(position) {}
 
     Cache* cache_ = nullptr;
     size_type position_ = 0;
@@ -311,8 +318,9 @@ inline setting::cache::const_reverse_iterator setting::cache::rend() const {
     return const_reverse_iterator(begin());
 }
 
-/// Writes nothing when the entry is not valid. Otherwise the value, `""` when it is empty; before
-/// it, unless the setting is single-valued, a newline (flushed), "[", the instance and "] ".
+/// Writes nothing for an entry that is not valid. Otherwise writes a newline (and flushes), "[",
+/// the instance and "] ", all of which a single-valued setting lacks, and then the value, or `""`
+/// when it is empty.
 DP_API std::ostream& operator<<(std::ostream& os, const setting::cache::entry& e);
 
 /// Writes every entry in creation order.

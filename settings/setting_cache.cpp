@@ -15,15 +15,15 @@ namespace dp {
 
 namespace {
 
-// Up to here a linear search is faster than an index, and takes no memory for one.
-constexpr std::size_t few_limit = 8;
+// Up to this size a linear search is faster than an index, and needs no memory for it.
+constexpr std::size_t small_limit = 8;
 
 constexpr std::uint32_t no_position = 0xFFFFFFFF;
 
-// A bitmap of positions comes in words of this many bits.
+// Bits in a word of a bitmap.
 constexpr std::size_t word_bits = 32;
 
-// Spreads instance numbers, which usually count up, over all bits (a 32-bit finalizer).
+// 32-bit finalizer: spreads instance numbers, which are usually consecutive, over all bits.
 std::uint32_t mix(std::uint32_t x) {
     x ^= x >> 16U;
     x *= 0x7feb352dU;
@@ -33,20 +33,20 @@ std::uint32_t mix(std::uint32_t x) {
     return x;
 }
 
-// 0 while the system has no random bytes: waiting for them would stop a board that starts.
+// Returns 0 while the system has no random bytes. Waiting for them would block a starting board.
 std::uint32_t random_word() {
     std::uint32_t word = 0;
     return getrandom(&word, sizeof word, GRND_NONBLOCK) == ssize_t{sizeof word} ? word : 0;
 }
 
-// One for all caches: asking the system costs more than the rest of a small index.
+// One seed for all caches: the system call costs more than building a small index.
 std::uint32_t process_seed() {
     static const std::uint32_t seed = random_word();
     return seed;
 }
 
-// A set of positions that answers how many of them are below a position, and at which position the
-// n-th missing one is, in logarithmic time: a bitmap, and a Fenwick tree of its words' bit counts.
+// Set of positions: a bitmap, and a Fenwick tree of the bit counts of its words. Counts the
+// members below a position, and finds the n-th position that is not a member, in logarithmic time.
 class position_set {
   public:
     [[nodiscard]] bool has(std::size_t position) const {
@@ -72,7 +72,7 @@ class position_set {
         tree_.clear();
     }
 
-    // Number of positions in the set below `position`.
+    // Number of members below `position`.
     [[nodiscard]] std::size_t count_below(std::size_t position) const {
         const std::size_t word = position / word_bits;
         if (word >= bits_.size()) {
@@ -82,10 +82,9 @@ class position_set {
                static_cast<std::size_t>(std::popcount(bits_[word] & (bit_of(position) - 1)));
     }
 
-    // The position that has `missing` positions below it that are not in the set, and is not in the
-    // set itself.
+    // The position that is not a member and has `missing` positions below it that are not members.
     [[nodiscard]] std::size_t find_missing(std::size_t missing) const {
-        // Descend the tree over the words that have at most `missing` clear bits altogether.
+        // Descend the tree past the words that together have at most `missing` clear bits.
         std::size_t word = 0;
         for (std::size_t step = std::bit_floor(bits_.size()); step != 0; step /= 2) {
             if (word + step <= bits_.size()) {
@@ -108,7 +107,7 @@ class position_set {
         return position + missing;
     }
 
-    // The first position from `position` on that is not in the set.
+    // The first position, at or after `position`, that is not a member.
     [[nodiscard]] std::size_t next_missing(std::size_t position) const {
         for (std::size_t word = position / word_bits; word < bits_.size(); ++word) {
             const std::uint32_t clear_bits = ~bits_[word] & ~(bit_of(position) - 1);
@@ -153,21 +152,21 @@ class position_set {
 
 }  // namespace
 
-// Hash index for large caches: an open hash table of the positions of the entries, at most half
-// full. Removing an entry leaves a tombstone; when more than half of the entries are tombstones a
-// compaction drops them, so that removing takes constant time on average, but for the bookkeeping
-// of the tombstones' positions.
+// Hash index for large caches: an open-addressing table of entry positions, at most half full.
+// Removing an entry leaves a tombstone, so that no other entry moves. A compaction drops the
+// tombstones when they are more than half of the entries; its cost is spread over their removals.
 struct setting::cache::index {
     std::vector<std::uint32_t> slots;
     position_set tombstones;
-    // Instance numbers come from files: who writes one must not know which of them share a slot.
+    // Instance numbers come from files. With a random seed, the author of a file cannot choose
+    // numbers that share a slot.
     const std::uint32_t seed = process_seed();
 
     [[nodiscard]] std::uint32_t mask() const {
         return static_cast<std::uint32_t>(slots.size() - 1);
     }
 
-    // The slot at which the search for an instance begins.
+    // The slot where the search for an instance begins.
     [[nodiscard]] std::uint32_t first_slot(std::uint32_t instance) const {
         return mix(instance ^ seed) & mask();
     }
@@ -205,7 +204,7 @@ struct setting::cache::index {
         }
     }
 
-    // Lists the entry that was added last.
+    // Adds the last entry.
     void add_last(const std::vector<entry>& entries) {
         if (entries.size() * 2 > slots.size()) {
             rebuild(entries);
@@ -222,7 +221,7 @@ setting::cache::~cache() = default;
 setting::cache::cache(const cache& other) {
     entries_.reserve(other.size());
     entries_.assign(other.begin(), other.end());
-    if (entries_.size() > few_limit) {
+    if (entries_.size() > small_limit) {
         index_ = std::make_unique<index>();
         index_->rebuild(entries_);
     }
@@ -268,7 +267,7 @@ setting::cache::entry* setting::cache::find_entry(std::uint32_t instance, bool c
     entries_.emplace_back().instance = instance;
     if (index_) {
         index_->add_last(entries_);
-    } else if (entries_.size() > few_limit) {
+    } else if (entries_.size() > small_limit) {
         index_ = std::make_unique<index>();
         index_->rebuild(entries_);
     }

@@ -9,11 +9,13 @@
 
 namespace dp {
 
-/// The description of a setting: its instances, its record, and how its values are checked. Owners
-/// of configurations derive from it. One element may serve several settings.
+/// Description of a setting: its range of instances, its setting record, and the check of its
+/// values. Owners of configurations derive from it. Several settings may share an element.
 class DP_API setting_element {
   public:
+    /// The setting is the key of its setting record.
     static constexpr std::uint32_t record_key_flag = 1U << 21;
+    /// The setting is the refresh setting of its setting record.
     static constexpr std::uint32_t record_refresh_flag = 1U << 22;
     /// Instances of the setting may always be deleted.
     static constexpr std::uint32_t deletable_flag = 1U << 31;
@@ -22,17 +24,17 @@ class DP_API setting_element {
     setting_element(const setting_element&) = delete;
     setting_element& operator=(const setting_element&) = delete;
 
-    // The order of the virtual operations is part of the binary interface.
+    // The order of the virtual functions is part of the binary interface.
 
-    /// Turns an input value into the form that the owner stores, in place. False when it can't be
-    /// mapped. The base changes nothing and returns true.
+    /// Translates an input value, in place, to the form that the owner stores. Returns false when
+    /// it cannot be mapped. The base changes nothing and returns true.
     virtual bool map_value(std::string* value);
 
-    /// The setting's default value. The base has none: the empty string.
+    /// Returns the setting's default value. The base returns an empty string.
     virtual std::string default_value();
 
-    /// 0 when `value` is acceptable, otherwise the status code for the command. The base accepts
-    /// every value.
+    /// Returns 0 when `value` is acceptable, otherwise the status code for the command. The base
+    /// accepts every value.
     virtual std::int32_t validate(const std::string& value);
 
     virtual ~setting_element();
@@ -41,12 +43,13 @@ class DP_API setting_element {
     std::uint32_t max_instance = no_instance;
     /// Lowest instance number.
     std::uint32_t min_instance = 0;
-    /// Name of the record that the setting belongs to; empty for none.
+    /// Name of the setting record that the setting belongs to; empty for none.
     std::string record_name;
+    /// The flags above, combined.
     std::uint32_t flags = 0;
 };
 
-/// The element of settings that have no description: every value is acceptable.
+/// The element of settings without a description. Accepts every value.
 class DP_API non_xml_setting_element : public setting_element {
   public:
     std::int32_t validate(const std::string& value) override;

@@ -10,14 +10,14 @@ namespace dp {
 
 class setting;
 
-/// One instance of a setting, as a command names it.
+/// An instance of a setting, as a command names it.
 class DP_API setting_instance {
   public:
-    class setting* setting = nullptr;  ///< null when the name did not resolve
-    std::string instance;              ///< as written; empty when the command names none
+    class setting* setting = nullptr;  ///< not owned; null when the name did not resolve
+    std::string instance;              ///< as written; empty when the command names no instance
 
-    /// Configuration, ".", setting and, when there is an instance text, "." and that text;
-    /// "ERR.INVALID_SETTING" when `setting` is null.
+    /// Returns the configuration's name, "." and the setting's name, followed by "." and the
+    /// instance text unless that is empty; "ERR.INVALID_SETTING" when `setting` is null.
     [[nodiscard]] std::string get_name() const;
 };
 

@@ -13,11 +13,10 @@ class setting;
 /// Settings whose instances are created and removed together, such as the fields of a table row.
 class DP_API setting_record {
   public:
-    /// The members, filled by the owner of the configuration; not owned, null ones are skipped.
+    /// The members, not owned. The configuration's owner adds them; null members are skipped.
     std::vector<setting*> settings;
 
-    /// Clears `valid` on every member's entry of that instance. The configuration does not count
-    /// this as a change.
+    /// Clears `valid` in every member's entry of `instance`. Not recorded as a change.
     void invalidate(std::uint32_t instance);
 };
 

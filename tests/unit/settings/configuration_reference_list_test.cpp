@@ -6,7 +6,7 @@
 
 namespace {
 
-class reference_list : public testing::Test {
+class configuration_reference_list : public testing::Test {
   protected:
     test::registrar reg;
     test::configuration a{"a"};
@@ -16,12 +16,12 @@ class reference_list : public testing::Test {
 
 }  // namespace
 
-TEST_F(reference_list, is_not_stale_while_it_is_empty) {
+TEST_F(configuration_reference_list, is_not_stale_while_empty) {
     EXPECT_FALSE(list.is_stale());
     EXPECT_FALSE(list.has_reference(reg, &a));
 }
 
-TEST_F(reference_list, is_stale_after_add_until_versions_are_updated) {
+TEST_F(configuration_reference_list, is_stale_after_an_addition_until_versions_are_updated) {
     list.add_reference(reg, &a);
     EXPECT_TRUE(list.is_stale());
     EXPECT_TRUE(list.has_reference(reg, &a));
@@ -30,14 +30,14 @@ TEST_F(reference_list, is_stale_after_add_until_versions_are_updated) {
     EXPECT_FALSE(list.is_stale());
 }
 
-TEST_F(reference_list, is_stale_after_remove_even_of_nothing) {
+TEST_F(configuration_reference_list, is_stale_after_a_removal_even_of_nothing) {
     list.remove_reference(reg, &a);
     EXPECT_TRUE(list.is_stale());
     list.update_versions(reg);
     EXPECT_FALSE(list.is_stale());
 }
 
-TEST_F(reference_list, remove_takes_every_reference_to_the_configuration) {
+TEST_F(configuration_reference_list, removes_every_reference_to_a_configuration) {
     list.add_reference(reg, &a);
     list.add_reference(reg, &b);
     list.add_reference(reg, &a);
@@ -51,7 +51,7 @@ TEST_F(reference_list, remove_takes_every_reference_to_the_configuration) {
     EXPECT_TRUE(list.is_stale());
 }
 
-TEST_F(reference_list, keeps_duplicates) {
+TEST_F(configuration_reference_list, keeps_duplicates) {
     list.add_reference(reg, &a);
     list.add_reference(reg, &a);
     list.update_versions(reg);
@@ -62,7 +62,7 @@ TEST_F(reference_list, keeps_duplicates) {
     EXPECT_FALSE(list.is_stale());
 }
 
-TEST_F(reference_list, becomes_stale_when_any_version_moves) {
+TEST_F(configuration_reference_list, becomes_stale_when_any_version_changes) {
     list.add_reference(reg, &a);
     list.add_reference(reg, &b);
     list.update_versions(reg);
@@ -74,7 +74,7 @@ TEST_F(reference_list, becomes_stale_when_any_version_moves) {
     EXPECT_TRUE(list.is_stale());
 }
 
-TEST_F(reference_list, does_not_see_a_version_that_moved_by_exactly_bit_28) {
+TEST_F(configuration_reference_list, ignores_a_version_difference_of_exactly_bit_28) {
     a.version = 5;
     list.add_reference(reg, &a);
     list.update_versions(reg);
@@ -87,20 +87,20 @@ TEST_F(reference_list, does_not_see_a_version_that_moved_by_exactly_bit_28) {
     }
 }
 
-TEST_F(reference_list, takes_the_difference_modulo_32_bits) {
+TEST_F(configuration_reference_list, compares_versions_modulo_2_to_the_32) {
     a.version = 0xF8000000;
     list.add_reference(reg, &a);
     list.update_versions(reg);
-    a.version = 0x08000000;  // 0x10000000 further
+    a.version = 0x08000000;  // 0x10000000 more
     EXPECT_FALSE(list.is_stale());
     a.version = 0x08000001;
     EXPECT_TRUE(list.is_stale());
 }
 
-TEST_F(reference_list, sees_versions_from_before_the_first_update_as_0) {
+TEST_F(configuration_reference_list, becomes_stale_when_a_version_goes_back_to_0) {
     a.version = 0x10000000;
     list.add_reference(reg, &a);
-    EXPECT_TRUE(list.is_stale()) << "by the addition";
+    EXPECT_TRUE(list.is_stale()) << "because of the addition";
     list.update_versions(reg);
     a.version = 0;
     EXPECT_TRUE(list.is_stale());

@@ -35,7 +35,7 @@ TEST(configuration, prints_its_name) {
     EXPECT_EQ(os.str(), "BIOS");
 }
 
-TEST(configuration, keeps_the_first_of_two_settings_of_a_name) {
+TEST(configuration, keeps_the_first_of_two_settings_with_one_name) {
     test::configuration config("c");
     dp::setting first(&config, "s", nullptr, nullptr);
     dp::setting second(&config, "s", nullptr, nullptr);
@@ -46,7 +46,7 @@ TEST(configuration, keeps_the_first_of_two_settings_of_a_name) {
     EXPECT_EQ(config.find_setting("s"), &first);
 }
 
-TEST(configuration, finds_settings_by_their_exact_name) {
+TEST(configuration, finds_settings_by_exact_name) {
     test::configuration config("c");
     dp::setting s(&config, "Boot.Mode", nullptr, nullptr);
     config.add_setting(&s);
@@ -56,7 +56,7 @@ TEST(configuration, finds_settings_by_their_exact_name) {
     }
 }
 
-TEST(configuration, enumerates_settings_by_name_byte_by_byte) {
+TEST(configuration, enumerates_settings_in_byte_order_of_their_names) {
     test::registrar reg;
     test::configuration config("c");
     const std::vector<std::string> sorted{"", "A", "B", "a", "a.b", "a10", "a2", "\x80", "\xFF"};
@@ -74,14 +74,14 @@ TEST(configuration, enumerates_settings_by_name_byte_by_byte) {
     }
 }
 
-TEST(configuration, by_default_loads_nothing) {
+TEST(configuration, loads_nothing_by_default) {
     test::registrar reg;
     test::configuration config("c");
     config.load_settings(reg);
     EXPECT_TRUE(config.settings.empty());
 }
 
-TEST(configuration, counts_the_first_change_since_the_owner_looked) {
+TEST(configuration, counts_only_the_first_change_until_the_owner_clears_it) {
     test::configuration config("c");
     config.count_change();
     EXPECT_EQ(config.version, 1U);
@@ -94,7 +94,7 @@ TEST(configuration, counts_the_first_change_since_the_owner_looked) {
     EXPECT_EQ(config.version, 2U);
 }
 
-TEST(configuration, version_wraps_around) {
+TEST(configuration, wraps_its_version_around) {
     test::configuration config("c");
     config.version = 0xFFFFFFFF;
     config.count_change();

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(parse_instance, an_empty_text_is_no_instance) {
+TEST(parse_instance, reads_an_empty_text_as_no_instance) {
     EXPECT_EQ(dp::parse_instance(""), 0xFFFFFFFEU);
     EXPECT_EQ(dp::no_instance, 0xFFFFFFFEU);
 }
@@ -16,7 +16,7 @@ TEST(parse_instance, reads_an_unsigned_decimal_number) {
     EXPECT_EQ(dp::parse_instance(" 5"), 5U);
 }
 
-TEST(parse_instance, what_does_not_parse_is_the_invalid_instance) {
+TEST(parse_instance, reads_any_other_text_as_the_invalid_instance) {
     for (const char* text : {"x", " ", "-", "4294967296", "99999999999999999999", ".5"}) {
         EXPECT_EQ(dp::parse_instance(text), 0xFFFFFFFFU) << text;
     }

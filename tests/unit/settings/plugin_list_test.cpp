@@ -6,7 +6,7 @@
 
 using dp::plugin;
 
-TEST(plugin_list, finds_the_first_of_that_name_of_any_type) {
+TEST(plugin_list, finds_the_first_plugin_of_any_type_by_name) {
     test::plugin owner("x", plugin::settings_owner);
     test::plugin client("x", plugin::client);
     const dp::plugin_list list{&owner, &client};
@@ -32,11 +32,11 @@ TEST(plugin_list, compares_names_exactly) {
     EXPECT_EQ(list.find_plugin("Name", plugin::any_type), &p);
 }
 
-TEST(plugin_list, is_null_when_there_is_none) {
+TEST(plugin_list, finds_nothing_when_empty) {
     EXPECT_EQ(dp::plugin_list().find_plugin("x", plugin::any_type), nullptr);
 }
 
-TEST(plugin_list, keeps_the_order_of_registration) {
+TEST(plugin_list, keeps_the_registration_order) {
     test::plugin b("b");
     test::plugin a("a");
     dp::plugin_list list;

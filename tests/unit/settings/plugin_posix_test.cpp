@@ -30,7 +30,7 @@ class send_alert : public test::alert_queues {
     sample_plugin plugin{42};
 };
 
-TEST_F(send_alert, sends_on_queue_8_with_the_plugins_source) {
+TEST_F(send_alert, sends_on_queue_8_with_the_source_of_the_plugin) {
     message_listener listener(8);
     test::recording_log log(0xFFFFFFFF);
     plugin.send_alert(dp::command::alerts::persist_failed, 28);
@@ -45,7 +45,7 @@ TEST_F(send_alert, sends_on_queue_8_with_the_plugins_source) {
     expect_empty(listener);
 }
 
-TEST_F(send_alert, logs_an_alert_that_has_no_queue) {
+TEST_F(send_alert, logs_an_alert_when_the_queue_does_not_exist) {
     test::recording_log log(dp::log_level::error);
     plugin.send_alert(dp::command::alerts::persist_failed, 28);
     EXPECT_THAT(log.lines,
@@ -77,7 +77,7 @@ TEST_F(send_alert, drops_and_logs_the_newest_alert_when_the_queue_is_full) {
     EXPECT_EQ(log.lines.size(), 1U) << "the queue has space again";
 }
 
-TEST_F(send_alert, fails_when_the_listener_of_the_queue_died) {
+TEST_F(send_alert, logs_an_alert_when_the_listener_has_died) {
     kill_listener_of(8);
     test::recording_log log(dp::log_level::error);
     plugin.send_alert(dp::command::alerts::bios_updated, 0);
@@ -90,7 +90,7 @@ TEST_F(send_alert, fails_when_the_listener_of_the_queue_died) {
     receive(next);
 }
 
-TEST(create_service_command, does_not_change_the_command_without_a_log) {
+TEST(create_service_command, returns_the_command_unchanged_without_a_log) {
     EXPECT_EQ(dp::plugin::create_service_command("/bin/service -x"), "/bin/service -x");
 }
 
@@ -106,7 +106,7 @@ TEST(create_service_command, appends_the_log_settings) {
                                "-m 268435460"}));
 }
 
-TEST(create_service_command, appends_a_level_of_0) {
+TEST(create_service_command, appends_level_0) {
     test::recording_log log(1);
     log.file_value = 1;
     EXPECT_EQ(dp::plugin::create_service_command(""), " -f 1 -l 0 -m 1");

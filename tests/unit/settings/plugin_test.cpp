@@ -10,8 +10,8 @@
 
 namespace {
 
-// Keeps what a plug-in reports.
-class reported_transaction final : public dp::transaction {
+// Records the sub-steps that plug-ins complete.
+class recording_transaction final : public dp::transaction {
   public:
     void on_execute_step(dp::registrar&, dp::plugin_list&) override {}
     void on_substep_complete(dp::registrar& reg, dp::plugin* p) override {
@@ -27,7 +27,7 @@ class reported_transaction final : public dp::transaction {
 
 }  // namespace
 
-TEST(plugin, types_have_their_values_and_printed_names) {
+TEST(plugin, has_fixed_type_values_and_names) {
     EXPECT_EQ(dp::plugin::any_type, 0U);
     EXPECT_EQ(dp::plugin::template_owner, 1U);
     EXPECT_EQ(dp::plugin::settings_owner, 2U);
@@ -46,10 +46,10 @@ TEST(plugin, prints_its_name_and_type) {
     EXPECT_EQ(os.str(), "bios, type= settings_owner");
 }
 
-TEST(plugin, by_default_completes_its_sub_step_at_once) {
+TEST(plugin, completes_its_sub_step_at_once_by_default) {
     test::registrar reg;
     test::plugin p("p");
-    reported_transaction trans;
+    recording_transaction trans;
     trans.pending = 1;
     p.process_transaction(reg, &trans);
     EXPECT_EQ(trans.plugins, std::vector<dp::plugin*>{&p});
@@ -57,7 +57,7 @@ TEST(plugin, by_default_completes_its_sub_step_at_once) {
     EXPECT_EQ(trans.pending, 0U);
 }
 
-TEST(plugin, by_default_ignores_events_and_configurations) {
+TEST(plugin, ignores_events_and_configurations_by_default) {
     test::registrar reg;
     test::plugin p("p");
     test::configuration config("c");

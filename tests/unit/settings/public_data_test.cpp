@@ -1,5 +1,5 @@
-// The classes and records of settings/ as a host uses them: data members by name, type and order,
-// aggregates, and derived classes.
+// The public data of settings/ as a host uses it: data members by name, type and order, aggregates,
+// and derived classes.
 
 #include <gtest/gtest.h>
 
@@ -25,7 +25,7 @@
 
 namespace {
 
-// Set their data in the body, as a host may.
+// These classes set their data in the constructor's body, as a host may.
 
 class host_configuration : public dp::configuration {
   public:
@@ -57,7 +57,7 @@ class host_element : public dp::setting_element {
 
 }  // namespace
 
-TEST(plugin, is_derived_from_and_filled_afterwards) {
+TEST(plugin, lets_a_derived_class_set_its_data) {
     host_plugin p;
     static_assert(std::is_polymorphic_v<dp::plugin>);
     static_assert(!std::has_virtual_destructor_v<dp::plugin>);
@@ -73,7 +73,7 @@ TEST(plugin, is_derived_from_and_filled_afterwards) {
     static_assert(std::is_base_of_v<std::vector<dp::plugin*>, dp::plugin_list>);
 }
 
-TEST(configuration, is_derived_from_and_filled_afterwards) {
+TEST(configuration, lets_a_derived_class_set_its_data) {
     host_configuration c;
     static_assert(std::is_polymorphic_v<dp::configuration>);
     static_assert(!std::has_virtual_destructor_v<dp::configuration>);
@@ -98,7 +98,7 @@ TEST(configuration, is_derived_from_and_filled_afterwards) {
     EXPECT_EQ(seen.seen, (std::vector<std::pair<dp::setting*, int>>{{&first, 7}, {&second, 7}}));
 }
 
-TEST(configuration_reference_list, has_public_data) {
+TEST(configuration_reference_list_data, is_public_and_in_order) {
     dp::configuration_reference_list references;
     host_configuration c;
     EXPECT_FALSE(references.stale);
@@ -116,7 +116,7 @@ TEST(configuration_reference_list, has_public_data) {
     EXPECT_TRUE(test::in_order(references.stale, references.references));
 }
 
-TEST(setting, can_be_made_empty_and_filled_afterwards) {
+TEST(setting_data, can_be_set_after_construction) {
     dp::setting s;
     EXPECT_EQ(s.configuration, nullptr);
     EXPECT_EQ(s.owner, nullptr);
@@ -147,12 +147,12 @@ TEST(setting_cache_entry, is_an_aggregate_of_three_members) {
     EXPECT_EQ(e.value, "v");
     EXPECT_EQ(e.instance, 1U);
     EXPECT_TRUE(test::in_order(e.valid, e.value, e.instance));
-    struct the_three {
+    struct three_members {
         bool valid;
         std::string value;
         std::uint32_t instance;
     };
-    static_assert(sizeof(dp::setting::cache::entry) == sizeof(the_three));
+    static_assert(sizeof(dp::setting::cache::entry) == sizeof(three_members));
 }
 
 TEST(setting_cache, can_be_used_without_a_setting) {
@@ -170,7 +170,7 @@ TEST(setting_cache, can_be_used_without_a_setting) {
     EXPECT_EQ(values[0].value, "two");
 }
 
-TEST(setting_record, is_an_aggregate_of_its_members) {
+TEST(setting_record_data, is_an_aggregate_of_its_members) {
     dp::setting s;
     s.cache.find_entry(1, true)->valid = true;
     dp::setting_record row{{&s, nullptr}};
@@ -179,7 +179,7 @@ TEST(setting_record, is_an_aggregate_of_its_members) {
     EXPECT_FALSE(s.cache.front().valid);
 }
 
-TEST(setting_instance, is_an_aggregate_of_setting_and_text) {
+TEST(setting_instance, is_an_aggregate_of_a_setting_and_an_instance_text) {
     host_configuration c;
     dp::setting s;
     s.configuration = &c;
@@ -192,7 +192,7 @@ TEST(setting_instance, is_an_aggregate_of_setting_and_text) {
     EXPECT_EQ(dp::setting_instance{}.get_name(), "ERR.INVALID_SETTING");
 }
 
-TEST(setting_element, is_derived_from_and_filled_afterwards) {
+TEST(setting_element, lets_a_derived_class_set_its_data) {
     host_element e;
     EXPECT_TRUE(test::has_type<std::uint32_t>(e.max_instance));
     EXPECT_TRUE(test::has_type<std::uint32_t>(e.min_instance));

@@ -43,7 +43,7 @@ void set(setting_cache& cache, std::uint32_t instance, const std::string& value)
     e->valid = true;
 }
 
-// What the cache promises, said in the plainest way.
+// Reference model: the contract of the cache in its simplest form.
 class plain_cache {
   public:
     setting_cache::entry* find_entry(std::uint32_t instance, bool create) {
@@ -73,7 +73,7 @@ bool same(const setting_cache::entry& a, const setting_cache::entry& b) {
     return a.instance == b.instance && a.valid == b.valid && a.value == b.value;
 }
 
-// Whether both contain the same entries in the same order, whichever way the cache is read.
+// Whether both contain the same entries in the same order, by every way of reading the cache.
 bool same(setting_cache& cache, const plain_cache& plain) {
     const setting_cache& unchanged = cache;
     const std::size_t size = plain.entries.size();
@@ -111,22 +111,22 @@ class counting_buffer final : public std::stringbuf {
     }
 };
 
-// How often this process asked the system for random bytes, and how often it would have waited.
+// Calls of getrandom, and how many of them could block.
 int random_requests = 0;
-int patient_requests = 0;
+int blocking_requests = 0;
 
 constexpr std::uint32_t many = 100'000;
-// As a multiple of what as many calls of a tree cost: five times what the cache needs under a
-// sanitizer or in an emulator, out of reach for a search of every entry.
+// Time limit as a multiple of the cost of as many calls of a tree: five times the cost of the cache
+// under a sanitizer or in an emulator, but far below the cost of a linear search.
 constexpr double generous_multiple = 50;
 
 }  // namespace
 
-// Stands in front of the C library's.
+// Replaces the function of the C library.
 extern "C" ssize_t getrandom(void* buffer, size_t size, unsigned flags) {
     ++random_requests;
     if ((flags & GRND_NONBLOCK) == 0) {
-        ++patient_requests;
+        ++blocking_requests;
     }
     return syscall(SYS_getrandom, buffer, size, flags);
 }
@@ -140,7 +140,7 @@ TEST(setting_cache, starts_empty) {
     EXPECT_EQ(cache.size(), 0U);
 }
 
-TEST(setting_cache, creates_entries_only_when_told_to) {
+TEST(setting_cache, creates_an_entry_only_on_request) {
     setting_cache cache;
     EXPECT_EQ(cache.find_entry(5, false), nullptr);
     EXPECT_EQ(cache.size(), 0U);
@@ -154,7 +154,7 @@ TEST(setting_cache, creates_entries_only_when_told_to) {
     EXPECT_EQ(cache.size(), 1U);
 }
 
-TEST(setting_cache, keeps_the_order_of_creation) {
+TEST(setting_cache, keeps_the_creation_order) {
     setting_cache cache;
     const std::vector<std::uint32_t> order{9, 2, 0xFFFFFFFF, 0, 7, 0xFFFFFFFE, 1};
     for (const auto instance : order) {
@@ -163,7 +163,7 @@ TEST(setting_cache, keeps_the_order_of_creation) {
     EXPECT_EQ(instances(cache), order);
 }
 
-TEST(setting_cache, removal_closes_the_gap) {
+TEST(setting_cache, keeps_the_order_of_the_other_entries_on_removal) {
     setting_cache cache;
     for (std::uint32_t i = 0; i < 5; ++i) {
         cache.find_entry(i, true);
@@ -176,7 +176,7 @@ TEST(setting_cache, removal_closes_the_gap) {
     EXPECT_EQ(instances(cache), (std::vector<std::uint32_t>{0, 1, 3, 4, 2}));
 }
 
-TEST(setting_cache, an_entry_created_again_knows_nothing_of_the_removed_one) {
+TEST(setting_cache, creates_a_removed_entry_again_without_its_value) {
     for (const std::uint32_t others : {0U, 100U}) {
         setting_cache cache;
         for (std::uint32_t i = 1; i <= others; ++i) {
@@ -190,15 +190,15 @@ TEST(setting_cache, an_entry_created_again_knows_nothing_of_the_removed_one) {
     }
 }
 
-TEST(setting_cache, does_as_a_plain_vector_does_whatever_the_order_of_calls) {
-    // Few instances, so that a cache grows and shrinks across the border between few and many.
+TEST(setting_cache, behaves_like_a_plain_vector_in_any_order_of_calls) {
+    // Small ranges let a cache grow and shrink across the limit between small and large caches.
     std::mt19937 random(7);
     for (const std::uint32_t range : {2U, 6U, 9U, 12U, 40U, 300U}) {
         setting_cache cache;
         plain_cache plain;
         for (int i = 0; i < 4'000; ++i) {
             const auto instance = static_cast<std::uint32_t>(random() % range) * 0x01000193U;
-            // Phases of growing and of shrinking.
+            // Alternate between growing and shrinking.
             const bool grow = random() % 4 != 0 ? i / 200 % 2 == 0 : random() % 2 == 0;
             if (grow) {
                 const auto value = std::to_string(i);
@@ -246,7 +246,7 @@ TEST(setting_cache, is_a_random_access_range_of_entries) {
     EXPECT_EQ(cache.back().instance, 39U);
 }
 
-TEST(setting_cache, values_may_be_changed_while_it_is_read) {
+TEST(setting_cache, allows_values_to_be_changed_during_iteration) {
     setting_cache cache;
     for (std::uint32_t i = 0; i < 20; ++i) {
         set(cache, i, "old");
@@ -264,7 +264,7 @@ TEST(setting_cache, values_may_be_changed_while_it_is_read) {
     EXPECT_EQ(cache.find_entry(19, false)->value, "last");
 }
 
-TEST(setting_cache, reading_moves_no_entry) {
+TEST(setting_cache, moves_no_entry_when_it_is_read) {
     setting_cache cache;
     for (std::uint32_t i = 0; i < 100; ++i) {
         cache.find_entry(i, true);
@@ -328,10 +328,10 @@ TEST(setting_cache, does_not_wait_for_random_bytes) {
         cache.find_entry(i, true);
     }
     EXPECT_GT(random_requests, 0);
-    EXPECT_EQ(patient_requests, 0);
+    EXPECT_EQ(blocking_requests, 0);
 }
 
-TEST(setting_cache, keeps_order_and_cost_with_100_000_instances_in_any_order) {
+TEST(setting_cache, stays_ordered_and_fast_with_100_000_instances_in_any_order) {
     std::vector<std::uint32_t> upwards(many);
     std::iota(upwards.begin(), upwards.end(), 0U);
     std::vector<std::uint32_t> downwards(upwards.rbegin(), upwards.rend());
@@ -355,30 +355,30 @@ TEST(setting_cache, keeps_order_and_cost_with_100_000_instances_in_any_order) {
             cache.find_entry(instance, true)->value = std::to_string(instance);
         }
         ASSERT_EQ(instances(cache), order);
-        // Every second one goes, in another order than it came.
-        std::vector<std::uint32_t> going;
-        std::vector<std::uint32_t> staying;
+        // Remove every second entry, in random order.
+        std::vector<std::uint32_t> removed;
+        std::vector<std::uint32_t> kept;
         for (std::size_t i = 0; i < order.size(); ++i) {
-            (i % 2 == 0 ? going : staying).push_back(order[i]);
+            (i % 2 == 0 ? removed : kept).push_back(order[i]);
         }
-        std::shuffle(going.begin(), going.end(), random);
-        for (const auto instance : going) {
+        std::shuffle(removed.begin(), removed.end(), random);
+        for (const auto instance : removed) {
             cache.remove_instance(instance);
         }
-        ASSERT_EQ(cache.size(), staying.size());
-        ASSERT_EQ(instances(cache), staying);
-        for (const auto instance : going) {
+        ASSERT_EQ(cache.size(), kept.size());
+        ASSERT_EQ(instances(cache), kept);
+        for (const auto instance : removed) {
             ASSERT_EQ(cache.find_entry(instance, false), nullptr);
         }
-        for (const auto instance : staying) {
+        for (const auto instance : kept) {
             const auto* e = cache.find_entry(instance, false);
             ASSERT_NE(e, nullptr);
             ASSERT_EQ(e->value, std::to_string(instance));
         }
-        // They come back behind the others.
-        std::vector<std::uint32_t> expected = staying;
-        expected.insert(expected.end(), going.begin(), going.end());
-        for (const auto instance : going) {
+        // Added again, they follow the others.
+        std::vector<std::uint32_t> expected = kept;
+        expected.insert(expected.end(), removed.begin(), removed.end());
+        for (const auto instance : removed) {
             cache.find_entry(instance, true);
         }
         ASSERT_EQ(instances(cache), expected);
@@ -391,7 +391,7 @@ TEST(setting_cache, keeps_order_and_cost_with_100_000_instances_in_any_order) {
     EXPECT_LT(used.seconds(), bound);
 }
 
-TEST(setting_cache, one_instance_may_come_and_go_all_the_time) {
+TEST(setting_cache, stays_fast_when_one_instance_is_removed_and_added_repeatedly) {
     setting_cache cache;
     for (std::uint32_t i = 0; i < many; ++i) {
         cache.find_entry(i, true);
@@ -407,7 +407,7 @@ TEST(setting_cache, one_instance_may_come_and_go_all_the_time) {
     EXPECT_EQ(instances(cache).back(), many / 2);
 }
 
-TEST(setting_cache, oldest_of_a_window_may_go_as_the_next_one_comes) {
+TEST(setting_cache, stays_fast_as_a_sliding_window_of_instances) {
     setting_cache cache;
     const double bound = generous_multiple * test::cost_of_100_000_calls();
     const test::cpu_time used;
@@ -423,7 +423,7 @@ TEST(setting_cache, oldest_of_a_window_may_go_as_the_next_one_comes) {
     EXPECT_EQ(instances(cache), window);
 }
 
-TEST(setting_cache, prints_a_single_valued_settings_value_alone) {
+TEST(setting_cache, prints_a_single_value_without_an_instance) {
     setting_cache cache;
     set(cache, 0xFFFFFFFE, "UEFI");
     EXPECT_EQ(printed(cache), "UEFI");
@@ -435,7 +435,7 @@ TEST(setting_cache, prints_an_empty_value_as_two_quotes) {
     EXPECT_EQ(printed(cache), "\"\"");
 }
 
-TEST(setting_cache, prints_each_instance_on_a_line_of_its_own) {
+TEST(setting_cache, prints_each_instance_on_its_own_line) {
     setting_cache cache;
     set(cache, 2, "two");
     set(cache, 0, "");
@@ -444,7 +444,7 @@ TEST(setting_cache, prints_each_instance_on_a_line_of_its_own) {
     EXPECT_EQ(printed(cache), "\n[2] two\n[0] \"\"\n[4294967295] oddsingle");
 }
 
-TEST(setting_cache, prints_nothing_for_entries_that_are_not_valid) {
+TEST(setting_cache, prints_nothing_for_invalid_entries) {
     setting_cache cache;
     set(cache, 1, "one");
     set(cache, 2, "two");
@@ -456,7 +456,7 @@ TEST(setting_cache, prints_nothing_for_entries_that_are_not_valid) {
     EXPECT_EQ(os.str(), "");
 }
 
-TEST(setting_cache, prints_instances_in_decimal_whatever_the_stream_has) {
+TEST(setting_cache, prints_instances_in_decimal_for_all_stream_flags) {
     setting_cache cache;
     set(cache, 255, "x");
     std::ostringstream os;
@@ -464,7 +464,7 @@ TEST(setting_cache, prints_instances_in_decimal_whatever_the_stream_has) {
     EXPECT_EQ(os.str(), "\n[255] x");
 }
 
-TEST(setting_cache, flushes_at_each_line_end) {
+TEST(setting_cache, flushes_after_each_newline) {
     setting_cache cache;
     set(cache, 1, "one");
     set(cache, 2, "two");
@@ -475,7 +475,7 @@ TEST(setting_cache, flushes_at_each_line_end) {
     EXPECT_EQ(buffer.flushes, 2);
 }
 
-TEST(setting_cache, prints_100_000_instances_in_order_of_creation) {
+TEST(setting_cache, prints_100_000_instances_in_creation_order) {
     setting_cache cache;
     std::string expected;
     for (std::uint32_t i = many; i > 0; --i) {

@@ -4,7 +4,7 @@
 
 #include <string>
 
-TEST(setting_element, base_maps_nothing_has_no_default_and_accepts_everything) {
+TEST(setting_element, maps_nothing_has_no_default_and_accepts_every_value) {
     dp::setting_element element;
     std::string value = "x";
     EXPECT_TRUE(element.map_value(&value));
@@ -14,7 +14,7 @@ TEST(setting_element, base_maps_nothing_has_no_default_and_accepts_everything) {
     EXPECT_EQ(element.validate("anything"), 0);
 }
 
-TEST(setting_element, starts_single_valued_without_record_and_flags) {
+TEST(setting_element, starts_single_valued_without_setting_record_and_flags) {
     const dp::setting_element element;
     EXPECT_EQ(element.max_instance, 0xFFFFFFFEU);
     EXPECT_EQ(element.min_instance, 0U);
@@ -22,7 +22,7 @@ TEST(setting_element, starts_single_valued_without_record_and_flags) {
     EXPECT_EQ(element.flags, 0U);
 }
 
-TEST(setting_element, flags_are_bits_21_22_and_31) {
+TEST(setting_element, has_its_flags_in_bits_21_22_and_31) {
     EXPECT_EQ(dp::setting_element::record_key_flag, 0x00200000U);
     EXPECT_EQ(dp::setting_element::record_refresh_flag, 0x00400000U);
     EXPECT_EQ(dp::setting_element::deletable_flag, 0x80000000U);

@@ -30,7 +30,7 @@ TEST(setting_instance, prints_configuration_setting_and_instance) {
     EXPECT_EQ(i.get_name(), "BIOS.Boot.Mode.not a number");
 }
 
-TEST(setting_instance, without_a_setting_is_invalid) {
+TEST(setting_instance, prints_an_error_name_without_a_setting) {
     dp::setting_instance i;
     EXPECT_EQ(i.setting, nullptr);
     EXPECT_EQ(printed(i), "ERR.INVALID_SETTING");

@@ -8,10 +8,10 @@
 
 namespace {
 
-// A table "row" of three settings, of which the last allows fewer rows.
-class record_of_settings : public testing::Test {
+// A setting record "row" of three settings, of which the last allows fewer instances.
+class setting_record : public testing::Test {
   protected:
-    record_of_settings() {
+    setting_record() {
         for (auto* e : {&key_element, &name_element, &short_element}) {
             e->record_name = "row";
             e->min_instance = 1;
@@ -40,7 +40,7 @@ class record_of_settings : public testing::Test {
 
 }  // namespace
 
-TEST_F(record_of_settings, creation_gives_every_member_its_default) {
+TEST_F(setting_record, create_records_gives_every_member_its_default) {
     name.create_records(2);
     EXPECT_EQ(value(key, 2), "K");
     EXPECT_EQ(value(name, 2), "N");
@@ -49,7 +49,7 @@ TEST_F(record_of_settings, creation_gives_every_member_its_default) {
     EXPECT_EQ(config.version, 1U);
 }
 
-TEST_F(record_of_settings, creation_skips_members_that_may_not_have_the_instance) {
+TEST_F(setting_record, create_records_skips_members_that_do_not_allow_the_instance) {
     key.create_records(5);
     EXPECT_EQ(value(key, 5), "K");
     EXPECT_EQ(value(name, 5), "N");
@@ -58,7 +58,7 @@ TEST_F(record_of_settings, creation_skips_members_that_may_not_have_the_instance
     EXPECT_EQ(value(short_one, 3), "S") << "the highest instance is allowed";
 }
 
-TEST_F(record_of_settings, creation_never_overwrites_a_known_value) {
+TEST_F(setting_record, create_records_never_overwrites_a_known_value) {
     name.set_instance_value("mine", 2);
     short_one.set_instance_value("", 2);
     key.create_records(2);
@@ -67,30 +67,30 @@ TEST_F(record_of_settings, creation_never_overwrites_a_known_value) {
     EXPECT_EQ(value(short_one, 2), "");
 }
 
-TEST_F(record_of_settings, creation_replaces_a_value_that_is_not_known) {
+TEST_F(setting_record, create_records_replaces_an_unknown_value) {
     name.set_instance_value("mine", 2);
     name.invalidate_instance(2);
     key.create_records(2);
     EXPECT_EQ(value(name, 2), "N");
 }
 
-TEST_F(record_of_settings, creation_with_nothing_to_do_is_no_change) {
+TEST_F(setting_record, create_records_counts_no_change_when_nothing_is_missing) {
     key.create_records(2);
     config.changed = 0;
     key.create_records(2);
     EXPECT_EQ(config.changed, 0U);
 }
 
-TEST_F(record_of_settings, creation_and_removal_without_such_a_record_do_nothing) {
+TEST_F(setting_record, create_and_remove_records_do_nothing_for_a_missing_setting_record) {
     key_element.record_name = "other";
     key.create_records(2);
     key.remove_records(2);
     EXPECT_EQ(key.cache.size(), 0U);
     EXPECT_EQ(config.version, 0U);
-    EXPECT_EQ(config.records.size(), 1U) << "a look creates no record";
+    EXPECT_EQ(config.records.size(), 1U) << "a search creates no setting record";
 }
 
-TEST_F(record_of_settings, removal_takes_the_instance_from_every_member) {
+TEST_F(setting_record, remove_records_removes_the_instance_from_every_member) {
     key.create_records(1);
     key.create_records(2);
     config.changed = 0;
@@ -105,7 +105,7 @@ TEST_F(record_of_settings, removal_takes_the_instance_from_every_member) {
     EXPECT_EQ(config.version, 3U) << "removing nothing is a change too";
 }
 
-TEST_F(record_of_settings, invalidation_is_not_a_change) {
+TEST_F(setting_record, invalidate_counts_no_change) {
     key.create_records(1);
     key.create_records(2);
     config.changed = 0;
@@ -114,13 +114,13 @@ TEST_F(record_of_settings, invalidation_is_not_a_change) {
     for (auto* s : {&key, &name, &short_one}) {
         EXPECT_EQ(value(*s, 1), "unknown");
         EXPECT_NE(value(*s, 2), "unknown");
-        EXPECT_NE(s->cache.find_entry(1, false)->value, "") << "the text stays";
+        EXPECT_NE(s->cache.find_entry(1, false)->value, "") << "the text is kept";
     }
     EXPECT_EQ(config.version, version);
     EXPECT_EQ(config.changed, 0U);
 }
 
-TEST_F(record_of_settings, invalidation_of_a_missing_instance_creates_nothing) {
+TEST_F(setting_record, invalidate_creates_no_missing_instance) {
     config.records["row"].invalidate(7);
     EXPECT_EQ(key.cache.size(), 0U);
 }

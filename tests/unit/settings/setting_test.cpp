@@ -13,10 +13,10 @@ using dp::no_instance;
 
 namespace {
 
-class setting_values : public testing::Test {
+class setting : public testing::Test {
   protected:
-    // Takes the change notice, as the owner does; whether there was one.
-    bool changed_since() {
+    // Clears `changed`, as the owner does. Returns whether it was set.
+    bool clear_changed() {
         const bool was = config.changed != 0;
         config.changed = 0;
         return was;
@@ -35,13 +35,13 @@ const std::string unknown = "untouched!";
 
 }  // namespace
 
-TEST_F(setting_values, are_unknown_at_first) {
+TEST_F(setting, knows_no_values_at_first) {
     EXPECT_EQ(value(no_instance), unknown);
     EXPECT_EQ(value(0), unknown);
-    EXPECT_EQ(s.cache.size(), 0U) << "a look creates nothing";
+    EXPECT_EQ(s.cache.size(), 0U) << "reading creates no entry";
 }
 
-TEST_F(setting_values, are_stored_by_instance) {
+TEST_F(setting, stores_values_by_instance) {
     s.set_instance_value("a", 1);
     s.set_instance_value("b", 2);
     s.set_instance_value("", no_instance);
@@ -51,18 +51,18 @@ TEST_F(setting_values, are_stored_by_instance) {
     EXPECT_EQ(value(3), unknown);
 }
 
-TEST_F(setting_values, count_as_a_change_only_when_they_differ) {
+TEST_F(setting, counts_a_change_only_when_the_value_differs) {
     s.set_instance_value("a", 1);
     EXPECT_EQ(config.version, 1U);
-    EXPECT_TRUE(changed_since());
+    EXPECT_TRUE(clear_changed());
     s.set_instance_value("a", 1);
-    EXPECT_FALSE(changed_since());
+    EXPECT_FALSE(clear_changed());
     EXPECT_EQ(config.version, 1U);
     s.set_instance_value("b", 1);
     EXPECT_EQ(config.version, 2U);
 }
 
-TEST_F(setting_values, do_not_move_the_version_while_a_change_is_noted) {
+TEST_F(setting, keeps_the_version_while_a_change_is_recorded) {
     s.set_instance_value("a", 1);
     s.set_instance_value("b", 1);
     s.set_instance_value("c", 2);
@@ -70,60 +70,60 @@ TEST_F(setting_values, do_not_move_the_version_while_a_change_is_noted) {
     EXPECT_NE(config.changed, 0U);
 }
 
-TEST_F(setting_values, a_first_empty_value_is_a_change) {
+TEST_F(setting, counts_a_first_empty_value_as_a_change) {
     s.set_instance_value("", 1);
-    EXPECT_TRUE(changed_since());
+    EXPECT_TRUE(clear_changed());
     EXPECT_EQ(value(1), "");
 }
 
-TEST_F(setting_values, invalidated_are_unknown_but_keep_their_place) {
+TEST_F(setting, keeps_the_place_of_an_invalidated_value) {
     s.set_instance_value("a", 1);
     s.set_instance_value("b", 2);
-    changed_since();
+    clear_changed();
     s.invalidate_instance(1);
-    EXPECT_TRUE(changed_since());
+    EXPECT_TRUE(clear_changed());
     EXPECT_EQ(value(1), unknown);
     ASSERT_NE(s.cache.find_entry(1, false), nullptr);
-    EXPECT_EQ(s.cache.find_entry(1, false)->value, "a") << "the text stays";
+    EXPECT_EQ(s.cache.find_entry(1, false)->value, "a") << "the text is kept";
     s.set_instance_value("c", 1);
     std::ostringstream os;
     os << s.cache;
     EXPECT_EQ(os.str(), "\n[1] c\n[2] b");
 }
 
-TEST_F(setting_values, set_again_to_the_invalidated_text_are_a_change) {
+TEST_F(setting, counts_setting_an_invalidated_value_again_as_a_change) {
     s.set_instance_value("a", 1);
     s.invalidate_instance(1);
-    changed_since();
+    clear_changed();
     s.set_instance_value("a", 1);
-    EXPECT_TRUE(changed_since());
+    EXPECT_TRUE(clear_changed());
     EXPECT_EQ(value(1), "a");
 }
 
-TEST_F(setting_values, invalidating_a_missing_or_invalid_one_changes_nothing) {
+TEST_F(setting, counts_no_change_when_an_unknown_value_is_invalidated) {
     s.invalidate_instance(1);
-    EXPECT_FALSE(changed_since());
+    EXPECT_FALSE(clear_changed());
     EXPECT_EQ(s.cache.size(), 0U);
     s.set_instance_value("a", 1);
     s.invalidate_instance(1);
-    changed_since();
+    clear_changed();
     s.invalidate_instance(1);
-    EXPECT_FALSE(changed_since());
+    EXPECT_FALSE(clear_changed());
 }
 
-TEST_F(setting_values, removing_is_a_change_even_when_there_was_none) {
+TEST_F(setting, counts_a_removal_as_a_change_even_of_nothing) {
     s.set_instance_value("a", 1);
-    changed_since();
+    clear_changed();
     s.remove_instance(1);
-    EXPECT_TRUE(changed_since());
+    EXPECT_TRUE(clear_changed());
     EXPECT_EQ(value(1), unknown);
     EXPECT_EQ(s.cache.size(), 0U);
     s.remove_instance(1);
-    EXPECT_TRUE(changed_since());
+    EXPECT_TRUE(clear_changed());
     EXPECT_EQ(config.version, 3U);
 }
 
-TEST_F(setting_values, may_come_out_of_the_same_cache) {
+TEST_F(setting, takes_a_value_from_its_own_cache) {
     const std::string text(100, 'x');
     s.set_instance_value(text, 0);
     for (std::uint32_t i = 1; i < 100; ++i) {
@@ -134,13 +134,13 @@ TEST_F(setting_values, may_come_out_of_the_same_cache) {
     EXPECT_EQ(value(99), text);
 }
 
-TEST_F(setting_values, may_be_any_bytes_of_any_length) {
+TEST_F(setting, takes_values_of_any_bytes_and_length) {
     const std::string text = std::string(1'000'000, '\xFF') + std::string("\0\n\"", 3);
     s.set_instance_value(text, no_instance);
     EXPECT_EQ(value(no_instance), text);
 }
 
-TEST_F(setting_values, are_displayed_behind_the_full_name) {
+TEST_F(setting, displays_its_cache_after_its_full_name) {
     std::ostringstream os;
     EXPECT_EQ(&s.display_cache(os), &os);
     EXPECT_EQ(os.str(), "BIOS.Mode\n");
@@ -156,13 +156,13 @@ TEST_F(setting_values, are_displayed_behind_the_full_name) {
     EXPECT_EQ(os.str(), "BIOS.Mode\n[1] one\n[2] \"\"\n");
 }
 
-TEST_F(setting_values, setting_prints_its_full_name) {
+TEST_F(setting, prints_its_full_name) {
     std::ostringstream os;
     os << s;
     EXPECT_EQ(os.str(), "BIOS.Mode");
 }
 
-TEST_F(setting_values, record_roles_are_bits_of_the_element) {
+TEST_F(setting, reads_its_record_roles_from_its_element) {
     EXPECT_FALSE(s.is_record_key());
     EXPECT_FALSE(s.is_record_refresh());
     element.flags = 1U << 21;

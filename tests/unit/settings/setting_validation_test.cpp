@@ -10,7 +10,7 @@
 
 namespace {
 
-class setting_validation : public testing::Test {
+class setting_validate : public testing::Test {
   protected:
     // An open command on the setting.
     dp::transaction_command command(dp::operations op, const std::string& instance = "",
@@ -23,8 +23,7 @@ class setting_validation : public testing::Test {
         return c;
     }
 
-    // The status of a delete of that instance; -1 when a failed one is not complete or a good one
-    // is.
+    // Returns the status of a delete of that instance; -1 when `complete` does not match it.
     std::int32_t delete_status(const std::string& instance) {
         auto c = command(dp::op_delete, instance);
         s.validate(&c);
@@ -46,7 +45,7 @@ class setting_validation : public testing::Test {
 
 }  // namespace
 
-TEST_F(setting_validation, asks_the_element_about_the_value_of_a_write) {
+TEST_F(setting_validate, checks_the_value_of_a_write_with_the_element) {
     std::vector<std::string> asked;
     element.on_validate = [&](const std::string& value) {
         asked.push_back(value);
@@ -65,7 +64,7 @@ TEST_F(setting_validation, asks_the_element_about_the_value_of_a_write) {
     EXPECT_EQ(asked, (std::vector<std::string>{"good", "bad", "good", "bad"}));
 }
 
-TEST_F(setting_validation, keeps_the_first_status) {
+TEST_F(setting_validate, keeps_the_first_status) {
     element.on_validate = [](const std::string&) { return 77; };
     auto c = command(dp::op_set, "", "bad");
     c.status = 5;
@@ -79,7 +78,7 @@ TEST_F(setting_validation, keeps_the_first_status) {
     EXPECT_TRUE(d.complete);
 }
 
-TEST_F(setting_validation, never_rejects_a_write_with_the_bases_element) {
+TEST_F(setting_validate, accepts_every_write_with_the_base_element) {
     dp::setting_element base;
     dp::non_xml_setting_element non_xml;
     for (auto* e : {&base, static_cast<dp::setting_element*>(&non_xml)}) {
@@ -91,7 +90,7 @@ TEST_F(setting_validation, never_rejects_a_write_with_the_bases_element) {
     }
 }
 
-TEST_F(setting_validation, lets_a_delete_pass_between_the_lowest_and_the_highest_instance) {
+TEST_F(setting_validate, permits_a_delete_from_the_lowest_to_the_highest_instance) {
     instances(1, 4);
     EXPECT_EQ(delete_status("0"), 226);
     EXPECT_EQ(delete_status("1"), 0);
@@ -103,22 +102,22 @@ TEST_F(setting_validation, lets_a_delete_pass_between_the_lowest_and_the_highest
     EXPECT_EQ(delete_status("2"), 226);
 }
 
-TEST_F(setting_validation, refuses_a_delete_whose_instance_is_missing_or_no_number) {
+TEST_F(setting_validate, refuses_a_delete_without_an_instance_number) {
     instances(0, 4);
     for (const char* text : {"", "x", "-", "4294967296", "4294967295", "-1"}) {
         EXPECT_EQ(delete_status(text), 226) << text;
     }
-    EXPECT_EQ(delete_status("3rd"), 0) << "a number with something behind it is one";
+    EXPECT_EQ(delete_status("3rd"), 0) << "text after the number is ignored";
 }
 
-TEST_F(setting_validation, refuses_a_delete_of_a_single_valued_setting) {
+TEST_F(setting_validate, refuses_a_delete_of_a_single_valued_setting) {
     instances(0, dp::no_instance);
     EXPECT_EQ(delete_status(""), 226);
     EXPECT_EQ(delete_status("0"), 226);
     EXPECT_EQ(delete_status("x"), 226);
 }
 
-TEST_F(setting_validation, lets_every_delete_of_a_deletable_setting_pass) {
+TEST_F(setting_validate, permits_every_delete_of_a_deletable_setting) {
     element.flags = deletable;
     for (const std::uint32_t max : {4U, dp::no_instance}) {
         instances(1, max);
@@ -128,7 +127,7 @@ TEST_F(setting_validation, lets_every_delete_of_a_deletable_setting_pass) {
     }
 }
 
-TEST_F(setting_validation, a_delete_of_a_record_key_invalidates_the_row_and_checks_no_range) {
+TEST_F(setting_validate, invalidates_the_setting_record_when_its_key_is_deleted) {
     test::element other_element;
     dp::setting other(&config, "other", nullptr, &other_element);
     instances(1, 4);
@@ -151,13 +150,13 @@ TEST_F(setting_validation, a_delete_of_a_record_key_invalidates_the_row_and_chec
     element.flags |= deletable;
     EXPECT_EQ(delete_status("2"), 0);
     for (auto* member : {&s, &other}) {
-        EXPECT_FALSE(member->get_instance_value(&out, 2)) << "of a deletable key too";
+        EXPECT_FALSE(member->get_instance_value(&out, 2)) << "also for a deletable key";
     }
     EXPECT_EQ(config.version, version);
     EXPECT_EQ(config.changed, 0U);
 }
 
-TEST_F(setting_validation, a_delete_of_a_record_key_creates_a_missing_record) {
+TEST_F(setting_validate, creates_a_missing_setting_record_when_its_key_is_deleted) {
     element.flags = record_key;
     element.record_name = "row";
     EXPECT_EQ(delete_status("x"), 0);
@@ -165,7 +164,7 @@ TEST_F(setting_validation, a_delete_of_a_record_key_creates_a_missing_record) {
     EXPECT_TRUE(config.records["row"].settings.empty());
 }
 
-TEST_F(setting_validation, has_nothing_to_check_for_other_operations) {
+TEST_F(setting_validate, checks_nothing_for_other_operations) {
     instances(1, 4);
     element.flags = record_key;
     element.record_name = "row";
