@@ -10,7 +10,7 @@
 
 namespace dp {
 
-/// A command that knows its setting by name only.
+/// A command that names its setting as text. The fields are those of `transaction_command`.
 struct DP_API basic_transaction_command {
     std::int32_t status = 0;
     std::uint32_t correlator = 0;
@@ -20,7 +20,7 @@ struct DP_API basic_transaction_command {
     std::string value_in;
     std::string value_out;
 
-    /// Writes the same result line as `transaction_command::write_terse_output`, with `name` for
+    /// Writes the same result line as `transaction_command::write_terse_output`, with `name` as
     /// the target.
     void write_terse_output(std::ostream& os);
 };

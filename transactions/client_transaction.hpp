@@ -22,7 +22,7 @@ class DP_API client_transaction : public setting_transaction {
         ~completion_callback() = default;
     };
 
-    /// `on_completion` is not owned, outlives the transaction and may be null.
+    /// `on_completion` is not owned, must outlive the transaction, and may be null.
     explicit client_transaction(completion_callback* on_completion = nullptr);
     ~client_transaction() override;
 
@@ -30,16 +30,17 @@ class DP_API client_transaction : public setting_transaction {
     void on_transaction_event(registrar& reg) override;
 
     /// Stores a copy of `command` under its qualified name: configuration, setting and the
-    /// command's instance text. A command already stored under that name is replaced.
+    /// command's instance text. Replaces a command that is already stored under that name.
     void add_command(const std::string& configuration_name, const std::string& setting_name,
                      transaction_command& command);
 
-    /// Resolves every command's name (status 16 when it does not resolve), maps its input value,
-    /// lists the commands by name and hands the transaction to the registrar. Called once.
+    /// Resolves the name of every command (status 16 when it does not resolve), maps its input
+    /// value unless `no_input_mapping` is set, and appends it to `commands` in the order of the
+    /// names. Then hands the transaction to the registrar. Call it once.
     void queue(registrar& reg);
 
-    std::map<std::string, transaction_command> requests;
-    completion_callback* completion;
+    std::map<std::string, transaction_command> requests;  ///< by qualified name
+    completion_callback* completion;                      ///< not owned; may be null
 };
 
 }  // namespace dp

@@ -17,8 +17,8 @@ enum detail_errors : std::int32_t {
     detail_password_weak = 4,
 };
 
-/// What a command contributes to its error output: "" for `detail_none`, otherwise "[", the code,
-/// "]" and the code's message; a code that is not listed has no message.
+/// Returns the text that a detail error adds to a command's error output: "" for `detail_none`,
+/// otherwise "[", the code, "]" and the code's message. An unlisted code has no message.
 DP_API std::string contribute_error_string(detail_errors code);
 
 }  // namespace dp

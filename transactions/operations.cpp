@@ -9,8 +9,8 @@ namespace {
 
 struct operation_texts {
     operations operation;
-    const char* keyword;  // what batch files say
-    const char* output;   // what outputs and logs show
+    const char* keyword;  // in batch files
+    const char* output;   // in outputs and logs
 };
 
 constexpr std::array<operation_texts, 11> operation_table{{

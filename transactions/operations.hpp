@@ -8,9 +8,9 @@
 
 namespace dp {
 
-/// The operations of setting commands. The values are stored and compared elsewhere and never
-/// change: 1 and 2 are the plain read and write, 16 more marks their "v" variants, values from 32
-/// on are the delete and the command family.
+/// Operations of setting commands. Other components store and compare the values, so they never
+/// change: 1 and 2 are the plain read and write, 17 and 18 their "v" variants, and values above 32
+/// are the delete and the command family.
 enum operations : std::uint32_t {
     op_unknown = 0,
     op_get = 1,
@@ -26,13 +26,13 @@ enum operations : std::uint32_t {
     op_cmd_generatecsr = 48,
 };
 
-/// The text that outputs and logs show for an operation, for example "command import"; "unknown"
-/// for any value that is not an operation.
+/// Returns the static text of an operation in outputs and logs, for example "command import";
+/// "unknown" for any other value.
 DP_API const char* map_operation(operations op);
 
-/// The operation of a batch file's keyword, for example "cmd_import", compared exactly.
-/// `op_unknown`, with a trace line, for anything else; the command family's output texts are not
-/// keywords.
+/// Returns the operation of a batch file keyword, for example "cmd_import", compared exactly. For
+/// any other text, including the output texts of the command family, returns `op_unknown` and
+/// writes a trace line.
 DP_API operations map_operation(const std::string& text);
 
 }  // namespace dp

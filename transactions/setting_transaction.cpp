@@ -43,9 +43,9 @@ void setting_transaction::on_execute_step(registrar& reg, plugin_list& plugins) 
 }
 
 void setting_transaction::on_substep_complete(registrar& /*reg*/, plugin* p) {
-    // All commands are looked at for every plug-in: what a plug-in owns may change with what others
-    // did, so there is no list by owner to keep. Finishing one command leaves the others as they
-    // are, so one look at each does.
+    // Check every command for every plug-in: plug-ins may change the owner of a setting, so a list
+    // by owner could be stale. Finishing a command does not affect the others, so one pass is
+    // enough.
     const command_finish_visitor finish(p);
     for (transaction_command* command : commands) {
         if (command->complete) {

@@ -9,7 +9,7 @@
 
 namespace dp {
 
-/// The items of a result line, which both kinds of command write alike.
+/// The items of a result line, which both command classes write in the same form.
 struct terse_line {
     std::int32_t status;
     std::uint32_t correlator;
@@ -20,8 +20,8 @@ struct terse_line {
     const std::string& value_out;
 };
 
-/// Writes the line without a line end. It is the same whatever the stream's flags, fill and width
-/// are; the width is reset, as by any output operation.
+/// Writes the line without a newline. The stream's flags, fill and width have no effect; the width
+/// is reset, as by any output operation.
 std::ostream& operator<<(std::ostream& os, const terse_line& line);
 
 }  // namespace dp

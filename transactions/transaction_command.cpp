@@ -79,7 +79,7 @@ void transaction_command::map_input_value() {
     }
 }
 
-// NOLINTNEXTLINE(readability-make-member-function-const): it changes the target's cache.
+// NOLINTNEXTLINE(readability-make-member-function-const): changes the target's cache.
 void transaction_command::finish() {
     if (!complete || target.setting == nullptr) {
         return;
@@ -114,7 +114,7 @@ void transaction_command::write_terse_output(std::ostream& os) {
 }
 
 std::ostream& operator<<(std::ostream& os, const transaction_command& command) {
-    // A stream of its own: the caller's flags, fill and width neither show here nor change.
+    // A separate stream, so that the caller's flags, fill and width have no effect.
     std::ostringstream line;
     line.imbue(std::locale::classic());
     const auto quoted = [](const std::string& value) { return add_quotes(add_backslash(value)); };

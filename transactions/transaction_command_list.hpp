@@ -11,8 +11,7 @@ namespace dp {
 
 class transaction_command;
 
-/// The commands of a transaction in execution order, and how many of them are done. Does not own
-/// the commands.
+/// The commands of a transaction, not owned, in execution order, with counters of their progress.
 class DP_API transaction_command_list : public std::vector<transaction_command*> {
   public:
     using std::vector<transaction_command*>::vector;
@@ -23,10 +22,10 @@ class DP_API transaction_command_list : public std::vector<transaction_command*>
         std::uint32_t completed = 0;  ///< complete, failed or not
     };
 
-    /// Counts the commands into `status`.
+    /// Counts the commands again and stores the counters in `status`.
     void update_status();
 
-    // A member may have its class's name as long as the class is spelt out once, `struct status`.
+    // The member hides the type of the same name, which is therefore written `struct status`.
     struct status status;
 };
 

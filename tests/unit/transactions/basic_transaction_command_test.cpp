@@ -16,7 +16,7 @@ std::string terse(dp::basic_transaction_command& c) {
 
 }  // namespace
 
-TEST(basic_transaction_command, writes_the_result_line_with_its_name_for_the_target) {
+TEST(basic_transaction_command, writes_the_result_line_with_its_name_as_the_target) {
     dp::basic_transaction_command c{0, 100, "<cim-1>", dp::op_cmd_export, "A.B.C.3", "in", "out"};
     EXPECT_EQ(terse(c), R"(0 100 <cim-1> command export A.B.C.3 "in" "out" )");
 }
@@ -33,7 +33,7 @@ TEST(basic_transaction_command, stores_and_prints_none_for_an_empty_tid) {
     EXPECT_EQ(c.tid, "<none>");
 }
 
-TEST(basic_transaction_command, line_is_the_same_whatever_the_streams_state) {
+TEST(basic_transaction_command, writes_the_same_line_in_any_stream_state) {
     dp::basic_transaction_command c{255, 255, "t", dp::op_get, "A.B", "", ""};
     std::ostringstream os;
     os << std::hex << std::showbase << std::setfill('*') << std::setw(80);

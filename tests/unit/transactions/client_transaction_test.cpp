@@ -13,25 +13,23 @@
 #include "tests/support/cpu_time.hpp"
 #include "tests/support/settings_model.hpp"
 
-using dp::client_transaction;
-
 namespace {
 
-class counted_completion final : public client_transaction::completion_callback {
+class counted_completion final : public dp::client_transaction::completion_callback {
   public:
-    void operator()(dp::registrar& reg, client_transaction* trans) override {
+    void operator()(dp::registrar& reg, dp::client_transaction* trans) override {
         ++times;
         registrar = &reg;
         transaction = trans;
     }
     int times = 0;
     dp::registrar* registrar = nullptr;
-    client_transaction* transaction = nullptr;
+    dp::client_transaction* transaction = nullptr;
 };
 
-class client_transactions : public testing::Test {
+class client_transaction : public testing::Test {
   protected:
-    client_transactions() {
+    client_transaction() {
         config.add_setting(&s);
         config.add_setting(&t);
         reg.configurations = {&config};
@@ -74,14 +72,14 @@ class client_transactions : public testing::Test {
     dp::setting s{&config, "s", &owner, &element};
     dp::setting t{&config, "t", &owner, &element};
     counted_completion completion;
-    client_transaction trans{&completion};
+    dp::client_transaction trans{&completion};
 };
 
 using names = std::vector<std::string>;
 
 }  // namespace
 
-TEST_F(client_transactions, key_commands_by_configuration_setting_and_instance) {
+TEST_F(client_transaction, keys_commands_by_configuration_setting_and_instance) {
     add("s", command(dp::op_get));
     add("s", command(dp::op_get, "", "3"));
     add("a.b", command(dp::op_get, "", "x y"));
@@ -89,17 +87,17 @@ TEST_F(client_transactions, key_commands_by_configuration_setting_and_instance) 
     EXPECT_EQ(keys(), (names{"C.", "C.a.b.x y", "C.s", "C.s.3"}));
 }
 
-TEST_F(client_transactions, store_copies) {
+TEST_F(client_transaction, stores_copies) {
     auto c = command(dp::op_set, "first");
     c.correlator = 9;
     trans.add_command("C", "s", c);
     c.value_in = "changed";
     EXPECT_EQ(trans.requests.at("C.s").value_in, "first");
     EXPECT_EQ(trans.requests.at("C.s").correlator, 9U);
-    EXPECT_TRUE(trans.commands.empty()) << "listed by queue";
+    EXPECT_TRUE(trans.commands.empty()) << "queue lists them";
 }
 
-TEST_F(client_transactions, replace_a_command_of_the_same_key) {
+TEST_F(client_transaction, replaces_a_command_with_the_same_key) {
     add("s", command(dp::op_set, "first", "3"));
     add("s", command(dp::op_get, "second", "3"));
     EXPECT_EQ(trans.requests.size(), 1U);
@@ -108,7 +106,7 @@ TEST_F(client_transactions, replace_a_command_of_the_same_key) {
     EXPECT_EQ(trans.requests.at("C.s.3").target.instance, "3");
 }
 
-TEST_F(client_transactions, queue_resolves_and_lists_commands_by_key) {
+TEST_F(client_transaction, queue_resolves_and_lists_commands_by_key) {
     add("t", command(dp::op_get));
     add("s", command(dp::op_get, "", "3"));
     add("s", command(dp::op_get, "", "20"));
@@ -126,7 +124,7 @@ TEST_F(client_transactions, queue_resolves_and_lists_commands_by_key) {
     EXPECT_EQ(trans.step, 2);
 }
 
-TEST_F(client_transactions, queue_fails_unresolved_names_with_16) {
+TEST_F(client_transaction, queue_fails_unresolved_names_with_16) {
     add("missing", command(dp::op_get));
     auto earlier = command(dp::op_get);
     earlier.status = 255;
@@ -136,7 +134,7 @@ TEST_F(client_transactions, queue_fails_unresolved_names_with_16) {
     trans.queue(reg);
     ASSERT_EQ(trans.commands.size(), 3U);
     EXPECT_EQ(trans.requests.at("C.missing").status, 16);
-    EXPECT_EQ(trans.requests.at("C.missing too").status, 255) << "the first code stays";
+    EXPECT_EQ(trans.requests.at("C.missing too").status, 255) << "the first code is kept";
     EXPECT_EQ(trans.requests.at("D.s").status, 16);
     for (const auto* c : trans.commands) {
         EXPECT_TRUE(c->complete);
@@ -144,7 +142,7 @@ TEST_F(client_transactions, queue_fails_unresolved_names_with_16) {
     }
 }
 
-TEST_F(client_transactions, queue_maps_input_values_unless_told_not_to) {
+TEST_F(client_transaction, queue_maps_input_values_unless_told_not_to) {
     element.on_map = [](std::string* value) {
         if (*value == "bad") {
             return false;
@@ -166,21 +164,21 @@ TEST_F(client_transactions, queue_maps_input_values_unless_told_not_to) {
     EXPECT_EQ(trans.requests.at("C.s.4").value_in, "x");
 }
 
-TEST_F(client_transactions, queue_hands_over_an_empty_transaction_at_once) {
+TEST_F(client_transaction, queue_hands_over_an_empty_transaction) {
     trans.queue(reg);
     EXPECT_EQ(reg.queued, std::vector<dp::transaction*>{&trans});
     EXPECT_TRUE(trans.commands.empty());
 }
 
-TEST_F(client_transactions, queue_reads_the_key_as_a_qualified_name) {
-    // A dotted setting name without an instance is taken for a setting and an instance.
+TEST_F(client_transaction, queue_reads_the_key_as_a_qualified_name) {
+    // A dotted setting name without an instance is read as a setting and an instance.
     add("s.5", command(dp::op_get));
     trans.queue(reg);
     EXPECT_EQ(trans.commands[0]->target.setting, &s);
     EXPECT_EQ(trans.commands[0]->target.instance, "5");
 }
 
-TEST_F(client_transactions, may_be_run_by_the_registrar_while_they_are_queued) {
+TEST_F(client_transaction, may_be_run_and_deleted_while_it_is_queued) {
     class eager_registrar final : public dp::registrar {
       public:
         dp::setting* resolve(const dp::qualified_setting_name&) override { return nullptr; }
@@ -195,9 +193,9 @@ TEST_F(client_transactions, may_be_run_by_the_registrar_while_they_are_queued) {
             queued->transaction_complete(*this);
         }
     };
-    class deleting_completion final : public client_transaction::completion_callback {
+    class deleting_completion final : public dp::client_transaction::completion_callback {
       public:
-        void operator()(dp::registrar&, client_transaction* done) override {
+        void operator()(dp::registrar&, dp::client_transaction* done) override {
             errors = done->commands.status.errors;
             delete done;
         }
@@ -205,14 +203,14 @@ TEST_F(client_transactions, may_be_run_by_the_registrar_while_they_are_queued) {
     };
     eager_registrar eager;
     deleting_completion deleting;
-    auto* own = new client_transaction(&deleting);
+    auto* own = new dp::client_transaction(&deleting);
     auto c = command(dp::op_get);
     own->add_command("C", "s", c);
     own->queue(eager);
     EXPECT_EQ(deleting.errors, 1U);
 }
 
-TEST_F(client_transactions, count_their_commands_at_every_step_end) {
+TEST_F(client_transaction, counts_its_commands_at_the_end_of_each_step) {
     add("s", command(dp::op_set, "v"));
     add("missing", command(dp::op_get));
     trans.queue(reg);
@@ -226,7 +224,7 @@ TEST_F(client_transactions, count_their_commands_at_every_step_end) {
     EXPECT_EQ(trans.commands.status.errors, 2U) << "the owner answered nothing";
 }
 
-TEST_F(client_transactions, tell_their_client_when_they_are_complete) {
+TEST_F(client_transaction, calls_its_callback_when_it_is_complete) {
     trans.queue(reg);
     run();
     EXPECT_EQ(completion.times, 1);
@@ -234,13 +232,13 @@ TEST_F(client_transactions, tell_their_client_when_they_are_complete) {
     EXPECT_EQ(completion.transaction, &trans);
 }
 
-TEST_F(client_transactions, may_have_nobody_to_tell) {
-    client_transaction quiet(nullptr);
+TEST_F(client_transaction, needs_no_callback) {
+    dp::client_transaction quiet(nullptr);
     quiet.queue(reg);
     quiet.transaction_complete(reg);
 }
 
-TEST_F(client_transactions, carry_100_000_commands) {
+TEST_F(client_transaction, runs_100_000_commands) {
     constexpr std::uint32_t many = 100'000;
     owner.on_process = [this](dp::registrar& r, dp::transaction* running) {
         for (auto* c : trans.commands) {

@@ -7,11 +7,11 @@
 
 using dp::contribute_error_string;
 
-TEST(contribute_error_string, of_no_detail_is_empty) {
+TEST(contribute_error_string, is_empty_without_a_detail) {
     EXPECT_EQ(contribute_error_string(dp::detail_none), "");
 }
 
-TEST(contribute_error_string, is_the_code_in_brackets_and_its_message) {
+TEST(contribute_error_string, is_the_code_in_brackets_and_the_message) {
     EXPECT_EQ(contribute_error_string(dp::detail_bad_credentials),
               "[1]The user account or password entered is incorrect. Re-enter this information.");
     EXPECT_EQ(contribute_error_string(dp::detail_account_exists),
@@ -23,14 +23,14 @@ TEST(contribute_error_string, is_the_code_in_brackets_and_its_message) {
               "[4]The user password entered does not meet password security requirements.");
 }
 
-TEST(contribute_error_string, of_an_unlisted_code_is_just_the_code) {
+TEST(contribute_error_string, has_no_message_for_an_unlisted_code) {
     for (const int code : {5, 9, -1, INT_MAX, INT_MIN}) {
         EXPECT_EQ(contribute_error_string(static_cast<dp::detail_errors>(code)),
                   '[' + std::to_string(code) + ']');
     }
 }
 
-TEST(detail_errors, have_their_codes) {
+TEST(detail_errors, have_fixed_codes) {
     EXPECT_EQ(dp::detail_none, 0);
     EXPECT_EQ(dp::detail_bad_credentials, 1);
     EXPECT_EQ(dp::detail_account_exists, 2);

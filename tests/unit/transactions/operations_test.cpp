@@ -33,7 +33,7 @@ const std::vector<row> table{
 
 }  // namespace
 
-TEST(operations, have_their_values_keywords_and_output_texts) {
+TEST(operations, have_fixed_values_keywords_and_output_texts) {
     EXPECT_EQ(dp::op_unknown, 0U);
     for (const auto& r : table) {
         EXPECT_EQ(r.op, r.value);
@@ -42,7 +42,7 @@ TEST(operations, have_their_values_keywords_and_output_texts) {
     }
 }
 
-TEST(map_operation, every_other_value_is_unknown) {
+TEST(map_operation, maps_every_other_value_to_unknown) {
     std::uint32_t known = 0;
     for (std::uint32_t value = 0; value < 300; ++value) {
         const bool listed = known < table.size() && table[known].value == value;
@@ -53,7 +53,7 @@ TEST(map_operation, every_other_value_is_unknown) {
     EXPECT_STREQ(dp::map_operation(static_cast<dp::operations>(0xFFFFFFFF)), "unknown");
 }
 
-TEST(map_operation, keywords_are_compared_exactly) {
+TEST(map_operation, compares_keywords_exactly) {
     for (const std::string text :
          {"", "GET", "Get", " get", "get ", "ge", "gets", "unknown", "command import", "command",
           "cmd_", "CMD_IMPORT", "cmd import"}) {
@@ -63,7 +63,7 @@ TEST(map_operation, keywords_are_compared_exactly) {
     EXPECT_EQ(dp::map_operation(std::string(1'000'000, 'g')), dp::op_unknown);
 }
 
-TEST(map_operation, traces_an_unknown_keyword_with_the_bit_of_value_2) {
+TEST(map_operation, traces_an_unknown_keyword_when_mask_bit_2_is_set) {
     test::recording_log log(2);
     EXPECT_EQ(dp::map_operation(std::string("nonsense")), dp::op_unknown);
     ASSERT_EQ(log.lines.size(), 1U);

@@ -26,7 +26,7 @@ class plain_transaction final : public dp::setting_transaction {
     int events = 0;
 };
 
-class setting_transactions : public testing::Test {
+class setting_transaction : public testing::Test {
   protected:
     // An open command of the transaction.
     dp::transaction_command& add(dp::operations op, dp::setting* s, const std::string& value = "") {
@@ -39,7 +39,7 @@ class setting_transactions : public testing::Test {
         return c;
     }
 
-    // Makes the list long enough for an index. Their correlators begin at 1000.
+    // Adds 100 commands with correlators from 1000 on.
     void add_many() {
         for (std::uint32_t i = 0; i < 100; ++i) {
             add(dp::op_get, &of_b).correlator = 1000 + i;
@@ -48,7 +48,7 @@ class setting_transactions : public testing::Test {
 
     void execute() { trans.execute_step(reg, plugins); }
 
-    // Lets a plug-in answer every open command on its settings with its value and be done.
+    // Makes a plug-in answer every open command on its settings and end its sub-step.
     static void answer(test::plugin& p) {
         p.on_process = [&p](dp::registrar& r, dp::transaction* t) {
             for (auto* c : dynamic_cast<dp::setting_transaction&>(*t).commands) {
@@ -62,6 +62,7 @@ class setting_transactions : public testing::Test {
         };
     }
 
+    // Makes a plug-in leave its sub-step open.
     static void silence(test::plugin& p) {
         p.on_process = [](dp::registrar&, dp::transaction*) {};
     }
@@ -85,14 +86,14 @@ class setting_transactions : public testing::Test {
 
 }  // namespace
 
-TEST_F(setting_transactions, start_without_commands_name_and_progress) {
+TEST_F(setting_transaction, starts_without_commands_name_and_progress) {
     EXPECT_TRUE(trans.commands.empty());
     EXPECT_EQ(trans.commands.status.total, 0U);
     EXPECT_EQ(trans.name, "");
     EXPECT_EQ(trans.progress, 0);
 }
 
-TEST_F(setting_transactions, validate_open_commands_in_step_2) {
+TEST_F(setting_transaction, validates_open_commands_in_step_2) {
     std::vector<std::string> asked;
     element.on_validate = [&](const std::string& value) {
         asked.push_back(value);
@@ -113,14 +114,14 @@ TEST_F(setting_transactions, validate_open_commands_in_step_2) {
     EXPECT_EQ(trans.pending, 0U);
 }
 
-TEST_F(setting_transactions, refuse_a_delete_that_is_not_permitted_with_226) {
+TEST_F(setting_transaction, fails_a_delete_that_is_not_permitted_with_226) {
     auto& c = add(dp::op_delete, &of_a);
     execute();
     EXPECT_EQ(c.status, 226);
     EXPECT_TRUE(c.complete);
 }
 
-TEST_F(setting_transactions, answer_gets_from_the_cache_before_a_plugin_sees_them) {
+TEST_F(setting_transaction, answers_gets_from_the_cache_before_a_plugin_sees_them) {
     of_a.set_instance_value("cached", no_instance);
     auto& get = add(dp::op_get, &of_a);
     auto& getv = add(dp::op_getv, &of_a);
@@ -141,7 +142,7 @@ TEST_F(setting_transactions, answer_gets_from_the_cache_before_a_plugin_sees_the
     EXPECT_EQ(get.status, 0);
 }
 
-TEST_F(setting_transactions, fold_what_the_owner_answered_into_the_cache) {
+TEST_F(setting_transaction, stores_the_answers_of_the_owners_in_the_cache) {
     answer(a);
     answer(b);
     add(dp::op_get, &of_a);
@@ -153,7 +154,7 @@ TEST_F(setting_transactions, fold_what_the_owner_answered_into_the_cache) {
     EXPECT_EQ(cached(of_b), "new");
 }
 
-TEST_F(setting_transactions, fail_what_the_owner_left_unanswered_with_21) {
+TEST_F(setting_transaction, fails_commands_that_the_owner_did_not_answer_with_21) {
     auto& set = add(dp::op_set, &of_a, "new");
     auto& failed = add(dp::op_set, &of_a, "new");
     auto& not_run = add(dp::op_set, &of_a, "new");
@@ -163,14 +164,14 @@ TEST_F(setting_transactions, fail_what_the_owner_left_unanswered_with_21) {
     execute();
     EXPECT_EQ(set.status, 21);
     EXPECT_TRUE(set.complete);
-    EXPECT_EQ(failed.status, 5) << "the first code stays";
+    EXPECT_EQ(failed.status, 5) << "the first code is kept";
     EXPECT_TRUE(failed.complete);
     EXPECT_EQ(not_run.status, 255);
     EXPECT_TRUE(not_run.complete);
     EXPECT_EQ(cached(of_a), "unknown");
 }
 
-TEST_F(setting_transactions, invalidate_what_the_owner_reports_as_not_known) {
+TEST_F(setting_transaction, invalidates_a_value_that_the_owner_reports_as_not_known) {
     of_a.set_instance_value("old", no_instance);
     a.on_process = [this](dp::registrar& r, dp::transaction* t) {
         owned[0].status = 32;
@@ -183,7 +184,7 @@ TEST_F(setting_transactions, invalidate_what_the_owner_reports_as_not_known) {
     EXPECT_EQ(cached(of_a), "unknown");
 }
 
-TEST_F(setting_transactions, finish_a_command_only_when_its_own_owner_is_done) {
+TEST_F(setting_transaction, finishes_a_command_only_when_its_owner_is_done) {
     silence(a);
     silence(b);
     auto& c = add(dp::op_set, &of_a, "new");
@@ -202,7 +203,7 @@ TEST_F(setting_transactions, finish_a_command_only_when_its_own_owner_is_done) {
     EXPECT_EQ(trans.step, 0);
 }
 
-TEST_F(setting_transactions, leave_commands_alone_that_nobody_owns) {
+TEST_F(setting_transaction, leaves_commands_without_an_owner_unchanged) {
     dp::setting ownerless(&config, "ownerless", nullptr, &element);
     auto& c = add(dp::op_set, &ownerless);
     auto& unresolved = add(dp::op_set, nullptr);
@@ -215,7 +216,7 @@ TEST_F(setting_transactions, leave_commands_alone_that_nobody_owns) {
     }
 }
 
-TEST_F(setting_transactions, without_owners_end_step_1_at_once) {
+TEST_F(setting_transaction, ends_step_1_at_once_without_settings_owners) {
     plugins.clear();
     auto& c = add(dp::op_set, &of_a);
     execute();
@@ -225,7 +226,7 @@ TEST_F(setting_transactions, without_owners_end_step_1_at_once) {
     EXPECT_FALSE(c.complete);
 }
 
-TEST_F(setting_transactions, run_a_step_once_however_often_the_host_asks) {
+TEST_F(setting_transaction, executes_a_step_once_however_often_the_host_calls) {
     int calls = 0;
     a.on_process = [&](dp::registrar&, dp::transaction*) { ++calls; };
     add(dp::op_set, &of_a);
@@ -242,7 +243,7 @@ TEST_F(setting_transactions, run_a_step_once_however_often_the_host_asks) {
     EXPECT_EQ(trans.events, 2);
 }
 
-TEST_F(setting_transactions, do_nothing_in_any_other_step) {
+TEST_F(setting_transaction, does_nothing_in_any_other_step) {
     trans.step = 3;
     int calls = 0;
     a.on_process = [&](dp::registrar&, dp::transaction*) { ++calls; };
@@ -254,7 +255,7 @@ TEST_F(setting_transactions, do_nothing_in_any_other_step) {
     EXPECT_EQ(c.status, 0);
 }
 
-TEST_F(setting_transactions, a_second_completion_finishes_what_was_answered_since) {
+TEST_F(setting_transaction, finishes_later_answers_at_a_second_completion) {
     silence(a);
     silence(b);
     execute();
@@ -267,7 +268,7 @@ TEST_F(setting_transactions, a_second_completion_finishes_what_was_answered_sinc
     EXPECT_EQ(trans.pending, 0U);
 }
 
-TEST_F(setting_transactions, answered_gets_are_no_change_of_their_settings) {
+TEST_F(setting_transaction, counts_no_change_for_an_answered_get) {
     of_a.set_instance_value("cached", no_instance);
     config.changed = 0;
     add(dp::op_get, &of_a);
@@ -276,7 +277,7 @@ TEST_F(setting_transactions, answered_gets_are_no_change_of_their_settings) {
     EXPECT_EQ(config.changed, 0U);
 }
 
-TEST_F(setting_transactions, find_the_first_command_of_a_correlator) {
+TEST_F(setting_transaction, finds_the_first_command_with_a_correlator) {
     auto& first = add(dp::op_get, &of_a);
     auto& second = add(dp::op_get, &of_a);
     auto& third = add(dp::op_get, &of_a);
@@ -289,11 +290,11 @@ TEST_F(setting_transactions, find_the_first_command_of_a_correlator) {
     EXPECT_EQ(trans.get_command_by_corr(8), nullptr);
 }
 
-TEST_F(setting_transactions, find_no_command_where_there_is_none) {
+TEST_F(setting_transaction, finds_no_command_in_an_empty_list) {
     EXPECT_EQ(trans.get_command_by_corr(0), nullptr);
 }
 
-TEST_F(setting_transactions, find_the_first_command_of_a_correlator_that_was_stored_later) {
+TEST_F(setting_transaction, finds_the_first_command_after_its_correlator_changed) {
     auto& first = add(dp::op_get, &of_a);
     auto& second = add(dp::op_get, &of_a);
     EXPECT_EQ(trans.get_command_by_corr(2), &second);
@@ -301,20 +302,20 @@ TEST_F(setting_transactions, find_the_first_command_of_a_correlator_that_was_sto
     EXPECT_EQ(trans.get_command_by_corr(2), &first);
 }
 
-TEST_F(setting_transactions, find_the_first_command_of_a_correlator_in_a_long_list_that_changed) {
+TEST_F(setting_transaction, finds_the_first_command_in_a_long_list_that_changed) {
     auto& first = add(dp::op_get, &of_a);
     auto& second = add(dp::op_get, &of_a);
     add_many();
     EXPECT_EQ(trans.get_command_by_corr(2), &second);
     first.correlator = 2;
-    EXPECT_EQ(trans.get_command_by_corr(2), &first) << "stored again since";
+    EXPECT_EQ(trans.get_command_by_corr(2), &first) << "after it was stored again";
     std::swap(trans.commands[0], trans.commands[1]);
-    EXPECT_EQ(trans.get_command_by_corr(2), &second) << "reordered since";
+    EXPECT_EQ(trans.get_command_by_corr(2), &second) << "after the list was reordered";
     std::reverse(trans.commands.begin(), trans.commands.end());
     EXPECT_EQ(trans.get_command_by_corr(2), &first);
 }
 
-TEST_F(setting_transactions, find_commands_whose_correlators_changed) {
+TEST_F(setting_transaction, finds_commands_whose_correlators_changed) {
     for (const bool long_list : {false, true}) {
         auto& first = add(dp::op_get, &of_a);
         auto& second = add(dp::op_get, &of_a);
@@ -334,7 +335,7 @@ TEST_F(setting_transactions, find_commands_whose_correlators_changed) {
     }
 }
 
-TEST_F(setting_transactions, find_commands_in_a_list_that_changed) {
+TEST_F(setting_transaction, finds_commands_in_a_list_that_changed) {
     for (const bool long_list : {false, true}) {
         if (long_list) {
             add_many();
@@ -353,7 +354,7 @@ TEST_F(setting_transactions, find_commands_in_a_list_that_changed) {
     }
 }
 
-TEST_F(setting_transactions, write_their_commands_terse_or_padded_each_on_a_line) {
+TEST_F(setting_transaction, writes_each_command_terse_or_padded_on_its_own_line) {
     add(dp::op_get, &of_a, "x");
     add(dp::op_set, &of_b, "a\"b").tid = "";
     std::ostringstream terse;
@@ -371,7 +372,7 @@ TEST_F(setting_transactions, write_their_commands_terse_or_padded_each_on_a_line
         "    \n");
 }
 
-TEST_F(setting_transactions, flush_every_line_they_write) {
+TEST_F(setting_transaction, flushes_after_each_line) {
     class counting_buffer final : public std::stringbuf {
       public:
         int flushes = 0;
@@ -393,14 +394,14 @@ TEST_F(setting_transactions, flush_every_line_they_write) {
     }
 }
 
-TEST_F(setting_transactions, write_nothing_without_commands) {
+TEST_F(setting_transaction, writes_nothing_without_commands) {
     std::ostringstream os;
     trans.write_batch_commands(os, true);
     trans.write_batch_commands(os, false);
     EXPECT_EQ(os.str(), "");
 }
 
-TEST_F(setting_transactions, carry_a_configurations_values_out_as_commands) {
+TEST_F(setting_transaction, writes_the_cached_values_of_a_configuration_as_commands) {
     of_a.set_instance_value("single", no_instance);
     of_b.set_instance_value("one", 1);
     of_b.set_instance_value("two", 2);
@@ -417,7 +418,7 @@ TEST_F(setting_transactions, carry_a_configurations_values_out_as_commands) {
               "255 0 <tid> setv C.of_b.2 \"two\" \"two\" \n");
 }
 
-TEST(command_finish_visitor, finishes_a_complete_command_of_its_plugin_only) {
+TEST(command_finish_visitor, finishes_only_complete_commands_of_its_plugin) {
     test::plugin mine("mine");
     test::plugin other("other");
     test::configuration config("C");
@@ -435,7 +436,7 @@ TEST(command_finish_visitor, finishes_a_complete_command_of_its_plugin_only) {
     EXPECT_FALSE(is_cached()) << "open";
     c.complete = true;
     visitor{&other}(&c);
-    EXPECT_FALSE(is_cached()) << "another's";
+    EXPECT_FALSE(is_cached()) << "of another plug-in";
     visitor{&mine}(&c);
     EXPECT_TRUE(is_cached());
     c.target.setting = nullptr;

@@ -12,7 +12,7 @@
 
 namespace {
 
-class command_list : public testing::Test {
+class transaction_command_list : public testing::Test {
   protected:
     void add(std::int32_t status, bool complete) {
         auto none = test::single_entry();
@@ -34,13 +34,13 @@ class command_list : public testing::Test {
 
 }  // namespace
 
-TEST_F(command_list, counts_start_at_0) {
+TEST_F(transaction_command_list, starts_with_counters_of_0) {
     EXPECT_EQ(printed(), "(0,0,0)");
     list.update_status();
     EXPECT_EQ(printed(), "(0,0,0)");
 }
 
-TEST_F(command_list, counts_all_complete_and_failed_commands) {
+TEST_F(transaction_command_list, counts_all_complete_and_failed_commands) {
     add(0, true);
     add(0, true);
     add(0, true);
@@ -55,18 +55,18 @@ TEST_F(command_list, counts_all_complete_and_failed_commands) {
     EXPECT_EQ(printed(), "(7,5,2)");
 }
 
-TEST_F(command_list, counts_anew_each_time) {
+TEST_F(transaction_command_list, counts_again_at_each_update) {
     add(16, true);
     list.update_status();
     list.update_status();
     EXPECT_EQ(printed(), "(1,1,1)");
     list.clear();
-    EXPECT_EQ(printed(), "(1,1,1)") << "only when told to";
+    EXPECT_EQ(printed(), "(1,1,1)") << "only an update counts";
     list.update_status();
     EXPECT_EQ(printed(), "(0,0,0)");
 }
 
-TEST_F(command_list, status_line_is_decimal_whatever_the_streams_flags) {
+TEST_F(transaction_command_list, prints_its_status_in_decimal_for_all_stream_flags) {
     list.status = {255, 16, 17};
     std::ostringstream os;
     os << std::hex << std::showbase << list.status;

@@ -21,9 +21,9 @@ using dp::transaction_command;
 
 namespace {
 
-class commands : public testing::Test {
+class transaction_command_test : public testing::Test {
   protected:
-    commands() {
+    transaction_command_test() {
         config.add_setting(&owned);
         config.add_setting(&ownerless);
         reg.configurations = {&config};
@@ -87,9 +87,9 @@ const std::vector<dp::operations> every_operation{
 
 }  // namespace
 
-using command_from_an_entry = commands;
+using transaction_command_from_entry = transaction_command_test;
 
-TEST_F(command_from_an_entry, takes_its_fields) {
+TEST_F(transaction_command_from_entry, takes_its_fields) {
     const auto c = built(entry("set", "C.owned.3"));
     EXPECT_EQ(c.status, 0);
     EXPECT_FALSE(c.complete);
@@ -106,7 +106,7 @@ TEST_F(command_from_an_entry, takes_its_fields) {
     EXPECT_EQ(c.host_word, 0U);
 }
 
-TEST_F(command_from_an_entry, keeps_a_status_below_256_and_is_complete_unless_it_is_0) {
+TEST_F(transaction_command_from_entry, takes_a_status_below_256_and_is_complete_unless_it_is_0) {
     struct {
         const char* text;
         std::int32_t status;
@@ -125,7 +125,7 @@ TEST_F(command_from_an_entry, keeps_a_status_below_256_and_is_complete_unless_it
     }
 }
 
-TEST_F(command_from_an_entry, has_correlator_0_when_it_does_not_parse) {
+TEST_F(transaction_command_from_entry, has_correlator_0_when_the_detail_does_not_parse) {
     for (const char* text : {"", "x", "4294967296"}) {
         auto e = entry();
         e.detail = text;
@@ -136,7 +136,8 @@ TEST_F(command_from_an_entry, has_correlator_0_when_it_does_not_parse) {
     EXPECT_EQ(built(e).correlator, 4294967295U);
 }
 
-TEST_F(command_from_an_entry, with_an_unknown_operation_fails_with_224_but_keeps_its_setting) {
+TEST_F(transaction_command_from_entry,
+       fails_with_224_for_an_unknown_operation_but_keeps_its_setting) {
     const auto c = built(entry("nonsense"));
     EXPECT_EQ(c.operation, dp::op_unknown);
     EXPECT_EQ(c.status, 224);
@@ -145,7 +146,7 @@ TEST_F(command_from_an_entry, with_an_unknown_operation_fails_with_224_but_keeps
     EXPECT_EQ(built(entry("command")).status, 224);
 }
 
-TEST_F(command_from_an_entry, with_an_unresolved_name_fails_with_16) {
+TEST_F(transaction_command_from_entry, fails_with_16_for_an_unresolved_name) {
     for (const char* name : {"C.missing", "D.owned", "owned", "", "."}) {
         const auto c = built(entry("set", name));
         EXPECT_EQ(c.status, 16) << name;
@@ -156,14 +157,14 @@ TEST_F(command_from_an_entry, with_an_unresolved_name_fails_with_16) {
     EXPECT_EQ(c.target.instance, "4");
 }
 
-TEST_F(command_from_an_entry, with_a_setting_that_nobody_owns_fails_with_17) {
+TEST_F(transaction_command_from_entry, fails_with_17_for_a_setting_without_an_owner) {
     const auto c = built(entry("set", "C.ownerless"));
     EXPECT_EQ(c.status, 17);
     EXPECT_TRUE(c.complete);
     EXPECT_EQ(c.target.setting, &ownerless);
 }
 
-TEST_F(command_from_an_entry, resolves_nothing_without_a_registrar) {
+TEST_F(transaction_command_from_entry, resolves_nothing_without_a_registrar) {
     auto e = entry();
     const transaction_command c(nullptr, e);
     EXPECT_EQ(c.status, 16);
@@ -171,18 +172,18 @@ TEST_F(command_from_an_entry, resolves_nothing_without_a_registrar) {
     EXPECT_EQ(c.value_in, "in");
 }
 
-TEST_F(command_from_an_entry, keeps_the_first_problem) {
+TEST_F(transaction_command_from_entry, keeps_the_first_problem) {
     EXPECT_EQ(built(entry("nonsense", "C.missing")).status, 224);
     auto e = entry("nonsense", "C.missing");
     e.status = "5";
     EXPECT_EQ(built(e).status, 5);
     e.status = "not a number";
     const auto c = built(e);
-    EXPECT_EQ(c.status, 255) << "255 is not 0, so no code is stored over it";
+    EXPECT_EQ(c.status, 255) << "255 is not 0, so it is kept";
     EXPECT_TRUE(c.complete);
 }
 
-TEST_F(command_from_an_entry, takes_every_keyword) {
+TEST_F(transaction_command_from_entry, accepts_every_keyword) {
     const char* const keywords[]{"get",          "set",           "getv",           "setv",
                                  "delete",       "cmd_import",    "cmd_export",     "cmd_delete",
                                  "cmd_generate", "cmd_exportcsr", "cmd_generatecsr"};
@@ -193,15 +194,15 @@ TEST_F(command_from_an_entry, takes_every_keyword) {
     }
 }
 
-TEST_F(command_from_an_entry, takes_an_empty_tid_as_it_is) {
+TEST_F(transaction_command_from_entry, keeps_an_empty_tid) {
     auto e = entry();
     e.tid = "";
     EXPECT_EQ(built(e).tid, "");
 }
 
-using command_for_a_cached_instance = commands;
+using transaction_command_from_cache = transaction_command_test;
 
-TEST_F(command_for_a_cached_instance, is_not_run_and_names_the_instance) {
+TEST_F(transaction_command_from_cache, has_status_255_and_names_the_instance) {
     owned.set_instance_value("v", 42);
     const transaction_command c(dp::op_get, &owned, *owned.cache.find_entry(42, false));
     EXPECT_EQ(c.status, 255);
@@ -217,7 +218,7 @@ TEST_F(command_for_a_cached_instance, is_not_run_and_names_the_instance) {
     EXPECT_EQ(c.host_word, 0U);
 }
 
-TEST_F(command_for_a_cached_instance, has_no_instance_text_for_the_two_special_numbers) {
+TEST_F(transaction_command_from_cache, has_no_instance_text_for_the_special_numbers) {
     for (const auto& [instance, text] : std::vector<std::pair<std::uint32_t, std::string>>{
              {0, "0"}, {0xFFFFFFFD, "4294967293"}, {0xFFFFFFFE, ""}, {0xFFFFFFFF, ""}}) {
         dp::setting::cache::entry e;
@@ -226,7 +227,7 @@ TEST_F(command_for_a_cached_instance, has_no_instance_text_for_the_two_special_n
     }
 }
 
-TEST_F(command_for_a_cached_instance, puts_the_value_where_the_operation_has_it) {
+TEST_F(transaction_command_from_cache, stores_the_value_as_input_or_output_of_the_operation) {
     dp::setting::cache::entry e;
     e.value = "v";
     for (const auto op : every_operation) {
@@ -238,9 +239,9 @@ TEST_F(command_for_a_cached_instance, puts_the_value_where_the_operation_has_it)
     }
 }
 
-using command_failure = commands;
+using transaction_command_fail = transaction_command_test;
 
-TEST_F(command_failure, stores_its_code_only_over_0) {
+TEST_F(transaction_command_fail, stores_a_code_only_if_the_status_is_0) {
     auto c = open_command(dp::op_set);
     c.fail(16);
     EXPECT_EQ(c.status, 16);
@@ -249,9 +250,9 @@ TEST_F(command_failure, stores_its_code_only_over_0) {
     EXPECT_EQ(c.status, 16);
 }
 
-using command_setup = commands;
+using transaction_command_setup = transaction_command_test;
 
-TEST_F(command_setup, answers_a_get_from_the_cache) {
+TEST_F(transaction_command_setup, answers_a_get_from_the_cache) {
     owned.set_instance_value("cached", 3);
     auto c = open_command(dp::op_get, "3");
     c.setup();
@@ -260,7 +261,7 @@ TEST_F(command_setup, answers_a_get_from_the_cache) {
     EXPECT_EQ(c.value_out, "cached");
 }
 
-TEST_F(command_setup, leaves_a_get_open_whose_value_is_not_known) {
+TEST_F(transaction_command_setup, leaves_a_get_of_an_unknown_value_open) {
     owned.set_instance_value("cached", 3);
     owned.invalidate_instance(3);
     for (const char* instance : {"3", "4", "", "x"}) {
@@ -271,7 +272,7 @@ TEST_F(command_setup, leaves_a_get_open_whose_value_is_not_known) {
     }
 }
 
-TEST_F(command_setup, finds_the_single_value_and_the_instance_that_is_no_number) {
+TEST_F(transaction_command_setup, finds_the_single_value_and_the_invalid_instance) {
     owned.set_instance_value("single", no_instance);
     owned.set_instance_value("odd", dp::invalid_instance);
     auto single = open_command(dp::op_get);
@@ -282,7 +283,7 @@ TEST_F(command_setup, finds_the_single_value_and_the_instance_that_is_no_number)
     EXPECT_EQ(odd.value_out, "odd");
 }
 
-TEST_F(command_setup, never_answers_another_operation) {
+TEST_F(transaction_command_setup, answers_no_other_operation) {
     owned.set_instance_value("cached", no_instance);
     for (const auto op : every_operation) {
         auto c = open_command(op);
@@ -292,7 +293,7 @@ TEST_F(command_setup, never_answers_another_operation) {
     }
 }
 
-TEST_F(command_setup, leaves_failed_complete_and_targetless_commands_alone) {
+TEST_F(transaction_command_setup, ignores_failed_complete_and_targetless_commands) {
     owned.set_instance_value("cached", no_instance);
     auto failed = open_command(dp::op_get);
     failed.status = 255;
@@ -308,9 +309,9 @@ TEST_F(command_setup, leaves_failed_complete_and_targetless_commands_alone) {
     EXPECT_FALSE(targetless.complete);
 }
 
-using command_input_mapping = commands;
+using transaction_command_map_input_value = transaction_command_test;
 
-TEST_F(command_input_mapping, lets_the_element_translate_the_value_of_a_write) {
+TEST_F(transaction_command_map_input_value, lets_the_element_map_the_value_of_a_write) {
     element.on_map = [](std::string* value) {
         *value = '<' + *value + '>';
         return true;
@@ -325,7 +326,7 @@ TEST_F(command_input_mapping, lets_the_element_translate_the_value_of_a_write) {
     }
 }
 
-TEST_F(command_input_mapping, that_fails_gives_18) {
+TEST_F(transaction_command_map_input_value, fails_with_18_when_the_element_cannot_map_the_value) {
     element.on_map = [](std::string*) { return false; };
     auto c = open_command(dp::op_set);
     c.map_input_value();
@@ -338,7 +339,7 @@ TEST_F(command_input_mapping, that_fails_gives_18) {
     EXPECT_TRUE(earlier.complete);
 }
 
-TEST_F(command_input_mapping, by_default_changes_nothing) {
+TEST_F(transaction_command_map_input_value, changes_nothing_by_default) {
     auto c = open_command(dp::op_set);
     c.map_input_value();
     EXPECT_EQ(c.value_in, "in");
@@ -348,9 +349,9 @@ TEST_F(command_input_mapping, by_default_changes_nothing) {
     EXPECT_FALSE(c.complete);
 }
 
-using command_finish = commands;
+using transaction_command_finish = transaction_command_test;
 
-TEST_F(command_finish, stores_what_the_operation_leaves_in_the_cache) {
+TEST_F(transaction_command_finish, stores_the_value_of_a_read_or_write_in_the_cache) {
     for (const auto op : every_operation) {
         owned.remove_instance(5);
         auto c = open_command(op, "5");
@@ -366,7 +367,7 @@ TEST_F(command_finish, stores_what_the_operation_leaves_in_the_cache) {
     }
 }
 
-TEST_F(command_finish, does_nothing_while_the_command_is_open) {
+TEST_F(transaction_command_finish, does_nothing_while_the_command_is_open) {
     owned.set_instance_value("old", no_instance);
     auto c = open_command(dp::op_set);
     c.finish();
@@ -375,7 +376,7 @@ TEST_F(command_finish, does_nothing_while_the_command_is_open) {
     EXPECT_EQ(cached(), "old");
 }
 
-TEST_F(command_finish, leaves_the_cache_alone_after_a_failure) {
+TEST_F(transaction_command_finish, leaves_the_cache_unchanged_after_a_failure) {
     owned.set_instance_value("old", no_instance);
     for (const auto op : every_operation) {
         for (const std::int32_t status : {1, 16, 21, 226, 255, -1}) {
@@ -388,7 +389,7 @@ TEST_F(command_finish, leaves_the_cache_alone_after_a_failure) {
     }
 }
 
-TEST_F(command_finish, with_status_32_invalidates_whatever_the_operation_was) {
+TEST_F(transaction_command_finish, invalidates_the_value_for_status_32_of_any_operation) {
     for (const auto op : every_operation) {
         owned.set_instance_value("old", 5);
         owned.set_instance_value("other", 6);
@@ -401,7 +402,7 @@ TEST_F(command_finish, with_status_32_invalidates_whatever_the_operation_was) {
     }
 }
 
-TEST_F(command_finish, without_a_setting_does_nothing) {
+TEST_F(transaction_command_finish, does_nothing_without_a_setting) {
     auto c = open_command(dp::op_set);
     c.complete = true;
     c.target.setting = nullptr;
@@ -411,47 +412,48 @@ TEST_F(command_finish, without_a_setting_does_nothing) {
     EXPECT_EQ(config.version, 0U);
 }
 
-TEST_F(command_finish, stores_under_the_instance_that_is_no_number) {
+TEST_F(transaction_command_finish, stores_a_value_under_the_invalid_instance) {
     auto c = open_command(dp::op_set, "x");
     c.complete = true;
     c.finish();
     EXPECT_EQ(cached(dp::invalid_instance), "in");
 }
 
-using terse_line_of_a_command = commands;
+using transaction_command_write_terse_output = transaction_command_test;
 
-TEST_F(terse_line_of_a_command, has_seven_items_each_followed_by_one_blank) {
+TEST_F(transaction_command_write_terse_output, writes_seven_items_each_followed_by_a_space) {
     auto c = built(entry("cmd_import", "C.owned.3"));
     EXPECT_EQ(terse(c), R"(0 7 t1 command import C.owned.3 "in" "out" )");
 }
 
-TEST_F(terse_line_of_a_command, without_a_setting_says_so) {
+TEST_F(transaction_command_write_terse_output, writes_an_error_name_without_a_setting) {
     auto c = built(entry("set", "C.missing.3"));
     EXPECT_EQ(terse(c), R"(16 7 t1 set ERR.INVALID_SETTING "in" "out" )");
 }
 
-TEST_F(terse_line_of_a_command, has_numbers_of_either_end) {
+TEST_F(transaction_command_write_terse_output,
+       writes_the_lowest_status_and_the_highest_correlator) {
     auto c = open_command(dp::op_unknown);
     c.status = INT32_MIN;
     c.correlator = 0xFFFFFFFF;
     EXPECT_EQ(terse(c), R"(-2147483648 4294967295 <tid> unknown C.owned "in" "out" )");
 }
 
-TEST_F(terse_line_of_a_command, stores_and_prints_none_for_an_empty_tid) {
+TEST_F(transaction_command_write_terse_output, stores_and_writes_none_for_an_empty_tid) {
     auto c = open_command(dp::op_get);
     c.tid = "";
     EXPECT_EQ(terse(c), R"(0 0 <none> get C.owned "in" "out" )");
     EXPECT_EQ(c.tid, "<none>");
 }
 
-TEST_F(terse_line_of_a_command, never_escapes_values) {
+TEST_F(transaction_command_write_terse_output, never_escapes_values) {
     auto c = open_command(dp::op_get);
     c.value_in = R"(a"b\c)";
     c.value_out = std::string("\n\0", 2);
     EXPECT_EQ(terse(c), R"(0 0 <tid> get C.owned "a"b\c" ")" + std::string("\n\0", 2) + "\" ");
 }
 
-TEST_F(terse_line_of_a_command, is_the_same_whatever_the_streams_state) {
+TEST_F(transaction_command_write_terse_output, writes_the_same_line_in_any_stream_state) {
     struct grouping final : std::numpunct<char> {
         char do_thousands_sep() const override { return '.'; }
         std::string do_grouping() const override { return "\1"; }
@@ -465,10 +467,10 @@ TEST_F(terse_line_of_a_command, is_the_same_whatever_the_streams_state) {
        << std::setw(200);
     c.write_terse_output(os);
     EXPECT_EQ(os.str(), R"(255 123456 <tid> get C.owned "in" "out" )");
-    EXPECT_EQ(os.width(), 0) << "used up, as by any output";
+    EXPECT_EQ(os.width(), 0) << "reset, as by any output";
 }
 
-TEST_F(terse_line_of_a_command, is_what_the_reader_takes_back) {
+TEST_F(transaction_command_write_terse_output, writes_a_line_that_the_batch_file_reader_reads) {
     auto c = open_command(dp::op_set, "3");
     c.correlator = 100;
     std::vector<batch_file_entry> read;
@@ -486,9 +488,9 @@ TEST_F(terse_line_of_a_command, is_what_the_reader_takes_back) {
     EXPECT_EQ(read.at(0).value_out, "out");
 }
 
-using padded_line_of_a_command = commands;
+using transaction_command_padded_output = transaction_command_test;
 
-TEST_F(padded_line_of_a_command, fills_each_item_to_its_width) {
+TEST_F(transaction_command_padded_output, pads_each_item_to_its_width) {
     auto c = open_command(dp::op_get, "3");
     c.correlator = 5;
     c.tid = "t1";
@@ -502,7 +504,7 @@ TEST_F(padded_line_of_a_command, fills_each_item_to_its_width) {
               "\"out\"      ");
 }
 
-TEST_F(padded_line_of_a_command, writes_longer_items_whole) {
+TEST_F(transaction_command_padded_output, writes_longer_items_whole) {
     auto c = open_command(dp::op_cmd_generatecsr, "a long instance text");
     c.status = -12345;
     c.correlator = 12345678;
@@ -514,7 +516,7 @@ TEST_F(padded_line_of_a_command, writes_longer_items_whole) {
               " \"a long value in\" \"a long value out\" ");
 }
 
-TEST_F(padded_line_of_a_command, just_fits_its_widths) {
+TEST_F(transaction_command_padded_output, adds_no_padding_to_items_of_full_width) {
     auto c = open_command(dp::op_get);
     c.status = 255;
     c.correlator = 123456;
@@ -526,7 +528,7 @@ TEST_F(padded_line_of_a_command, just_fits_its_widths) {
               "\"12345678\" ");
 }
 
-TEST_F(padded_line_of_a_command, escapes_values) {
+TEST_F(transaction_command_padded_output, escapes_values) {
     auto c = open_command(dp::op_get);
     c.value_in = R"(a"b\c)";
     c.value_out = "";
@@ -536,7 +538,7 @@ TEST_F(padded_line_of_a_command, escapes_values) {
               "         ");
 }
 
-TEST_F(padded_line_of_a_command, without_a_setting_says_so) {
+TEST_F(transaction_command_padded_output, writes_an_error_name_without_a_setting) {
     auto c = open_command(dp::op_set);
     c.target.setting = nullptr;
     EXPECT_EQ(padded(c),
@@ -544,7 +546,8 @@ TEST_F(padded_line_of_a_command, without_a_setting_says_so) {
               "\"out\"      ");
 }
 
-TEST_F(padded_line_of_a_command, is_the_same_whatever_the_streams_state_and_leaves_it) {
+TEST_F(transaction_command_padded_output,
+       writes_the_same_line_in_any_stream_state_and_keeps_the_state) {
     auto c = open_command(dp::op_get);
     c.status = 17;
     c.correlator = 255;
@@ -559,7 +562,7 @@ TEST_F(padded_line_of_a_command, is_the_same_whatever_the_streams_state_and_leav
     EXPECT_EQ(os.width(), 0);
 }
 
-TEST_F(padded_line_of_a_command, does_not_change_the_command) {
+TEST_F(transaction_command_padded_output, does_not_change_the_command) {
     auto c = open_command(dp::op_get);
     c.tid = "";
     EXPECT_EQ(padded(c),
@@ -568,7 +571,7 @@ TEST_F(padded_line_of_a_command, does_not_change_the_command) {
     EXPECT_EQ(c.tid, "");
 }
 
-TEST(command_status, codes_are_those_of_the_result_line) {
+TEST(command_status, has_fixed_codes) {
     namespace status = dp::command_status;
     EXPECT_EQ(status::success, 0);
     EXPECT_EQ(status::unresolved, 16);

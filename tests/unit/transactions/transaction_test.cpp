@@ -10,7 +10,7 @@
 
 namespace {
 
-// Keeps what is called, and hands itself out to the plug-ins in the steps told.
+// Traces the calls of its functions. Its plug-ins take part in every step.
 class traced_transaction final : public dp::transaction {
   public:
     void on_execute_step(dp::registrar& reg, dp::plugin_list& plugins) override {
@@ -32,9 +32,9 @@ class traced_transaction final : public dp::transaction {
 
 using trace = std::vector<std::string>;
 
-class transaction_steps : public testing::Test {
+class transaction : public testing::Test {
   protected:
-    // A plug-in that reports nothing by itself.
+    // Makes a plug-in leave its sub-step open.
     static void silence(test::plugin& p) {
         p.on_process = [](dp::registrar&, dp::transaction*) {};
     }
@@ -50,13 +50,13 @@ class transaction_steps : public testing::Test {
 
 }  // namespace
 
-TEST_F(transaction_steps, start_at_2_with_nothing_pending) {
+TEST_F(transaction, starts_at_step_2_with_nothing_pending) {
     EXPECT_EQ(trans.step, 2);
     EXPECT_EQ(trans.last_step, 0);
     EXPECT_EQ(trans.pending, 0U);
 }
 
-TEST_F(transaction_steps, count_down_to_0_and_then_stop) {
+TEST_F(transaction, counts_its_steps_down_to_0_and_then_stops) {
     for (int i = 0; i < 5; ++i) {
         execute();
     }
@@ -65,7 +65,7 @@ TEST_F(transaction_steps, count_down_to_0_and_then_stop) {
     EXPECT_EQ(trans.last_step, 1);
 }
 
-TEST_F(transaction_steps, end_at_once_when_every_owner_does) {
+TEST_F(transaction, ends_a_step_at_once_when_every_owner_does) {
     plugins = {&a, &b};
     execute();
     EXPECT_EQ(trans.trace, (trace{"step 2", "done a", "done b", "event 2"}));
@@ -73,7 +73,7 @@ TEST_F(transaction_steps, end_at_once_when_every_owner_does) {
     EXPECT_EQ(trans.step, 1);
 }
 
-TEST_F(transaction_steps, default_plugin_is_done_before_the_next_one_begins) {
+TEST_F(transaction, completes_a_default_plugin_before_the_next_one_begins) {
     plugins = {&a, &b};
     b.on_process = [this](dp::registrar& r, dp::transaction* t) {
         EXPECT_EQ(t->pending, 1U);
@@ -84,7 +84,7 @@ TEST_F(transaction_steps, default_plugin_is_done_before_the_next_one_begins) {
     EXPECT_EQ(trans.trace, (trace{"step 2", "done a", "b begins", "done b", "event 2"}));
 }
 
-TEST_F(transaction_steps, wait_for_an_owner_that_is_done_later) {
+TEST_F(transaction, waits_for_an_owner_that_is_done_later) {
     silence(a);
     plugins = {&a, &b};
     execute();
@@ -92,15 +92,15 @@ TEST_F(transaction_steps, wait_for_an_owner_that_is_done_later) {
     EXPECT_EQ(trans.pending, 1U);
     EXPECT_EQ(trans.step, 2);
     execute();
-    EXPECT_EQ(trans.trace, (trace{"step 2", "done b"})) << "a step runs once";
+    EXPECT_EQ(trans.trace, (trace{"step 2", "done b"})) << "a step is executed once";
     trans.substep_complete(reg, &a);
-    EXPECT_EQ(trans.step, 2) << "ended by the host's next call only";
+    EXPECT_EQ(trans.step, 2) << "the next call of the host ends the step";
     execute();
     EXPECT_EQ(trans.trace, (trace{"step 2", "done b", "done a", "event 2"}));
     EXPECT_EQ(trans.step, 1);
 }
 
-TEST_F(transaction_steps, never_end_while_an_owner_is_silent) {
+TEST_F(transaction, never_ends_a_step_while_an_owner_is_silent) {
     silence(a);
     plugins = {&a};
     for (int i = 0; i < 10; ++i) {
@@ -110,7 +110,7 @@ TEST_F(transaction_steps, never_end_while_an_owner_is_silent) {
     EXPECT_EQ(trans.step, 2);
 }
 
-TEST_F(transaction_steps, ignore_completions_when_none_is_pending) {
+TEST_F(transaction, ignores_completions_when_none_is_pending) {
     plugins = {&a};
     a.on_process = [this](dp::registrar& r, dp::transaction* t) {
         t->substep_complete(r, &a);
@@ -123,7 +123,7 @@ TEST_F(transaction_steps, ignore_completions_when_none_is_pending) {
     EXPECT_EQ(trans.pending, 0U);
 }
 
-TEST_F(transaction_steps, take_a_surplus_completion_for_another_owners) {
+TEST_F(transaction, counts_a_surplus_completion_as_that_of_another_owner) {
     silence(a);
     silence(b);
     plugins = {&a, &b};
@@ -137,7 +137,7 @@ TEST_F(transaction_steps, take_a_surplus_completion_for_another_owners) {
     EXPECT_EQ(trans.step, 1);
 }
 
-TEST_F(transaction_steps, hand_the_transaction_to_settings_owners_only) {
+TEST_F(transaction, is_processed_by_settings_owners_only) {
     test::plugin any("any", dp::plugin::any_type);
     test::plugin templates("templates", dp::plugin::template_owner);
     test::plugin client("client", dp::plugin::client);
@@ -147,23 +147,23 @@ TEST_F(transaction_steps, hand_the_transaction_to_settings_owners_only) {
     EXPECT_EQ(trans.trace, (trace{"step 2", "done a", "done b", "event 2"}));
 }
 
-TEST_F(transaction_steps, completion_is_announced_by_the_host) {
+TEST_F(transaction, is_completed_by_the_host) {
     trans.transaction_complete(reg);
     EXPECT_EQ(trans.trace, trace{"complete"});
 }
 
-TEST(transaction, may_be_deleted_through_its_base) {
+TEST_F(transaction, may_be_deleted_through_its_base) {
     struct noticed final : dp::transaction {
-        explicit noticed(bool* gone) : gone_(gone) {}
-        ~noticed() override { *gone_ = true; }
+        explicit noticed(bool* deleted) : deleted_(deleted) {}
+        ~noticed() override { *deleted_ = true; }
         void on_execute_step(dp::registrar&, dp::plugin_list&) override {}
         void on_substep_complete(dp::registrar&, dp::plugin*) override {}
         void on_transaction_complete(dp::registrar&) override {}
         void on_transaction_event(dp::registrar&) override {}
-        bool* gone_;
+        bool* deleted_;
     };
-    bool gone = false;
-    const dp::transaction* t = new noticed(&gone);
+    bool deleted = false;
+    const dp::transaction* t = new noticed(&deleted);
     delete t;
-    EXPECT_TRUE(gone);
+    EXPECT_TRUE(deleted);
 }
