@@ -25,9 +25,9 @@ using testing::ElementsAre;
 using testing::SizeIs;
 using lines = std::vector<test::recording_log::line>;
 
-class changes : public test::bios_service {
+class cim_helper_changes : public test::bios_service {
   protected:
-    // The settings service answers with `result` while the library sleeps for the `pause`th time.
+    // Makes the settings service answer with `result` during the library's `pause`th sleep.
     void answer(const std::string& result, std::size_t pause = 1) {
         time.on_sleep = [this, result, pause](std::uint32_t) {
             if (time.sleeps.size() == pause) {
@@ -39,8 +39,8 @@ class changes : public test::bios_service {
 
     static std::vector<std::uint32_t> statuses(const std::vector<dp_transaction>& trans) {
         std::vector<std::uint32_t> found;
-        for (const auto& one : trans) {
-            found.push_back(one.status);
+        for (const auto& t : trans) {
+            found.push_back(t.status);
         }
         return found;
     }
@@ -59,10 +59,10 @@ class changes : public test::bios_service {
     }
 
     cim_helper helper;
-    std::string batch;  // what the settings service found
+    std::string batch;  // the batch file that the settings service read
 };
 
-TEST_F(changes, requests_become_commands_in_their_order) {
+TEST_F(cim_helper_changes, makes_a_command_of_each_request_in_order) {
     const std::vector<dp_transaction> trans = {
         request(2, "Main.A", "1"), request(18, "Main.B.2", "x y"), request(34, "Main.C", "")};
     std::vector<basic_transaction_command> cmds(1);
@@ -80,7 +80,7 @@ TEST_F(changes, requests_become_commands_in_their_order) {
     }
 }
 
-TEST_F(changes, null_texts_of_a_request_count_as_empty) {
+TEST_F(cim_helper_changes, treats_null_texts_of_a_request_as_empty) {
     const dp_transaction trans = request(2, nullptr, nullptr);
     std::vector<basic_transaction_command> cmds;
     helper.trans_to_commands(&trans, 1, cmds);
@@ -90,7 +90,7 @@ TEST_F(changes, null_texts_of_a_request_count_as_empty) {
     EXPECT_EQ(cmds[0].value_in, "");
 }
 
-TEST_F(changes, batch_file_has_a_terse_line_for_each_command) {
+TEST_F(cim_helper_changes, writes_a_terse_line_for_each_command) {
     const std::vector<dp_transaction> trans = {
         request(2, "Main.A", "1"), request(34, "Main.B.2", "say \"x\" \\"), request(3, "Main.C")};
     std::vector<basic_transaction_command> cmds;
@@ -103,14 +103,14 @@ TEST_F(changes, batch_file_has_a_terse_line_for_each_command) {
               "0 102 <cim-0> unknown Main.C \"\" \"\" \n");
 }
 
-TEST_F(changes, empty_transaction_id_is_written_and_kept_as_none) {
+TEST_F(cim_helper_changes, writes_and_stores_an_empty_transaction_id_as_none) {
     auto cmds = one_command();
     helper.write_batch_file(cmds);
     EXPECT_EQ(test::read_file(batch_file), "0 0 <none> set Main.A \"\" \"\" \n");
     EXPECT_EQ(cmds[0].tid, "<none>");
 }
 
-TEST_F(changes, each_batch_has_a_transaction_id_of_its_own) {
+TEST_F(cim_helper_changes, gives_each_batch_its_own_transaction_id) {
     auto cmds = one_command();
     helper.write_batch_file(cmds);
     const dp_transaction trans = request(2, "Main.A");
@@ -125,7 +125,7 @@ TEST_F(changes, each_batch_has_a_transaction_id_of_its_own) {
     EXPECT_EQ(cmds[0].tid, "<cim-2>");
 }
 
-TEST_F(changes, correlator_index_is_that_of_the_first_command_with_it) {
+TEST_F(cim_helper_changes, finds_the_first_command_with_a_correlator) {
     std::vector<basic_transaction_command> cmds(6);
     EXPECT_EQ(cim_helper::find_correlator_index({}, 100), -1);
     for (unsigned i = 0; i < 6; ++i) {
@@ -139,7 +139,7 @@ TEST_F(changes, correlator_index_is_that_of_the_first_command_with_it) {
     }
 }
 
-TEST_F(changes, batch_of_no_commands_touches_nothing) {
+TEST_F(cim_helper_changes, does_nothing_without_commands) {
     test::write_file(result_file, "stale");
     std::vector<basic_transaction_command> cmds;
     std::vector<batch_file_entry> entries;
@@ -154,27 +154,28 @@ TEST_F(changes, batch_of_no_commands_touches_nothing) {
     EXPECT_EQ(trans.status, 4711U);
 }
 
-TEST_F(changes, stale_result_is_never_read) {
+TEST_F(cim_helper_changes, never_reads_a_stale_result) {
     test::write_file(result_file, outcome("5", "100"));
     dp_transaction trans = request(2, "Main.A", "1");
     answer(outcome("0", "100"));
     EXPECT_EQ(helper.set_bios_attribute_value(&trans, 1), 0);
-    EXPECT_THAT(time.sleeps, ElementsAre(1000)) << "the stale file was gone before the wait";
+    EXPECT_THAT(time.sleeps, ElementsAre(1000)) << "the stale file was removed before the wait";
 }
 
-TEST_F(changes, stale_result_is_gone_before_the_batch_can_be_read) {
+TEST_F(cim_helper_changes, removes_a_stale_result_before_the_batch_can_be_read) {
     test::write_file(result_file, outcome("5", "100"));
-    // The library can't write the batch before this reader opens it.
+    // The library cannot write the batch before this reader opens it.
     ASSERT_EQ(mkfifo(batch_file.c_str(), 0600), 0);
     test::child_process service([&](const test::child_process::parent_channel& parent) {
         parent.send('r');
         for (int i = 0; i < 60'000 && std::filesystem::exists(result_file); ++i) {
             usleep(1000);
         }
-        const bool gone = !std::filesystem::exists(result_file);
+        const bool removed = !std::filesystem::exists(result_file);
         test::write_file(result_file, outcome("0", "100"));
-        return test::read_file(batch_file) == "0 100 <cim-0> set Main.A \"1\" \"\" \n" && gone ? 0
-                                                                                               : 1;
+        return test::read_file(batch_file) == "0 100 <cim-0> set Main.A \"1\" \"\" \n" && removed
+                   ? 0
+                   : 1;
     });
     EXPECT_EQ(service.receive(), 'r');
     dp_transaction trans = request(2, "Main.A", "1");
@@ -183,7 +184,7 @@ TEST_F(changes, stale_result_is_gone_before_the_batch_can_be_read) {
     EXPECT_THAT(time.sleeps, SizeIs(0));
 }
 
-TEST_F(changes, result_file_that_is_missing_is_removed_without_a_word) {
+TEST_F(cim_helper_changes, logs_nothing_for_a_missing_result_file) {
     test::recording_log log(dp::log_level::trace_4);
     auto cmds = one_command();
     std::vector<batch_file_entry> entries;
@@ -191,7 +192,7 @@ TEST_F(changes, result_file_that_is_missing_is_removed_without_a_word) {
     EXPECT_EQ(log.lines, lines{});
 }
 
-TEST_F(changes, result_file_that_cannot_be_removed_is_logged) {
+TEST_F(cim_helper_changes, logs_a_result_file_that_cannot_be_removed) {
     std::filesystem::create_directories(result_file + "/inside");
     test::recording_log log(dp::log_level::trace_4);
     auto cmds = one_command();
@@ -206,30 +207,30 @@ TEST_F(changes, result_file_that_cannot_be_removed_is_logged) {
     EXPECT_EQ(silent.lines, lines{});
 }
 
-TEST_F(changes, answer_is_awaited_for_a_minute_in_steps_of_a_second) {
+TEST_F(cim_helper_changes, waits_a_minute_for_the_answer_in_steps_of_a_second) {
     std::vector<dp_transaction> trans = {request(2, "Main.A", "1"), request(2, "Main.B", "2")};
     EXPECT_EQ(helper.set_bios_attribute_value(trans.data(), 2), -1);
     EXPECT_THAT(statuses(trans), ElementsAre(255, 255));
     EXPECT_THAT(time.sleeps, SizeIs(61));
     EXPECT_THAT(time.sleeps, Each(1000U));
-    EXPECT_TRUE(std::filesystem::exists(batch_file)) << "the batch was written and stays";
+    EXPECT_TRUE(std::filesystem::exists(batch_file)) << "the batch was written and is kept";
 }
 
-TEST_F(changes, answer_after_the_last_pause_is_still_taken) {
+TEST_F(cim_helper_changes, accepts_an_answer_after_the_last_pause) {
     dp_transaction trans = request(2, "Main.A", "1");
     answer(outcome("7", "100"), 61);
     EXPECT_EQ(helper.set_bios_attribute_value(&trans, 1), 1);
     EXPECT_EQ(trans.status, 7U);
 }
 
-TEST_F(changes, batch_is_there_before_the_first_pause) {
+TEST_F(cim_helper_changes, writes_the_batch_before_the_first_pause) {
     dp_transaction trans = request(2, "Main.A", "1");
     answer(outcome("0", "100"));
     EXPECT_EQ(helper.set_bios_attribute_value(&trans, 1), 0);
     EXPECT_EQ(batch, "0 100 <cim-0> set Main.A \"1\" \"\" \n");
 }
 
-TEST_F(changes, success_leaves_the_statuses_as_they_were) {
+TEST_F(cim_helper_changes, leaves_the_statuses_unchanged_on_success) {
     std::vector<dp_transaction> trans = {request(2, "Main.A", "1"), request(2, "Main.B", "2")};
     answer(outcome("0", "100") + outcome("0", "101"), 3);
     EXPECT_EQ(helper.set_bios_attribute_value(trans.data(), 2), 0);
@@ -237,21 +238,21 @@ TEST_F(changes, success_leaves_the_statuses_as_they_were) {
     EXPECT_THAT(time.sleeps, SizeIs(3));
 }
 
-TEST_F(changes, failures_reach_their_requests_through_the_correlator) {
+TEST_F(cim_helper_changes, assigns_failures_to_requests_by_correlator) {
     std::vector<dp_transaction> trans(4, request(2, "Main.A", "1"));
     answer(outcome("0", "100") + outcome("5", "101") + outcome("224", "103"));
     EXPECT_EQ(helper.set_bios_attribute_value(trans.data(), 4), 2);
     EXPECT_THAT(statuses(trans), ElementsAre(4711, 5, 4711, 224));
 }
 
-TEST_F(changes, order_of_the_answers_does_not_matter) {
+TEST_F(cim_helper_changes, accepts_answers_in_any_order) {
     std::vector<dp_transaction> trans(3, request(2, "Main.A", "1"));
     answer(outcome("3", "102") + outcome("1", "100") + outcome("2", "101") + outcome("9", "102"));
     EXPECT_EQ(helper.set_bios_attribute_value(trans.data(), 3), 4);
     EXPECT_THAT(statuses(trans), ElementsAre(1, 2, 9));
 }
 
-TEST_F(changes, answer_that_matches_no_request_is_counted_and_ignored) {
+TEST_F(cim_helper_changes, counts_and_ignores_answers_without_a_request) {
     std::vector<dp_transaction> trans(2, request(2, "Main.A", "1"));
     answer(outcome("5", "99") + outcome("5", "102") + outcome("5", "what") + outcome("5", "-1") +
            outcome("5", "99999999999"));
@@ -259,7 +260,7 @@ TEST_F(changes, answer_that_matches_no_request_is_counted_and_ignored) {
     EXPECT_THAT(statuses(trans), ElementsAre(4711, 4711));
 }
 
-TEST_F(changes, status_of_an_answer_is_read_as_an_unsigned_number) {
+TEST_F(cim_helper_changes, reads_the_status_of_an_answer_as_an_unsigned_number) {
     std::vector<dp_transaction> trans(6, request(2, "Main.A", "1"));
     answer(outcome("00", "100") + outcome("word", "101") + outcome("17x", "102") +
            outcome("-1", "103") + outcome("99999999999", "104") + outcome("+8", " 105"));
@@ -267,14 +268,14 @@ TEST_F(changes, status_of_an_answer_is_read_as_an_unsigned_number) {
     EXPECT_THAT(statuses(trans), ElementsAre(0, 0, 17, 4'294'967'295U, 4'294'967'295U, 8));
 }
 
-TEST_F(changes, empty_answer_is_one_without_failures) {
+TEST_F(cim_helper_changes, treats_an_empty_answer_as_success) {
     dp_transaction trans = request(2, "Main.A", "1");
     answer("");
     EXPECT_EQ(helper.set_bios_attribute_value(&trans, 1), 0);
     EXPECT_EQ(trans.status, 4711U);
 }
 
-TEST_F(changes, answer_that_cannot_be_read_fails_the_batch) {
+TEST_F(cim_helper_changes, fails_when_the_answer_cannot_be_read) {
     time.on_sleep = [this](std::uint32_t) { std::filesystem::create_directory(result_file); };
     std::vector<dp_transaction> trans(2, request(2, "Main.A", "1"));
     EXPECT_EQ(helper.set_bios_attribute_value(trans.data(), 2), -1);
@@ -282,7 +283,7 @@ TEST_F(changes, answer_that_cannot_be_read_fails_the_batch) {
     EXPECT_THAT(time.sleeps, SizeIs(1));
 }
 
-TEST_F(changes, entries_of_the_answer_are_appended) {
+TEST_F(cim_helper_changes, appends_the_entries_of_the_answer) {
     auto cmds = one_command();
     std::vector<batch_file_entry> entries(1);
     answer(
@@ -295,23 +296,23 @@ TEST_F(changes, entries_of_the_answer_are_appended) {
     EXPECT_EQ(entries[2].status, "5");
 }
 
-TEST_F(changes, next_read_after_an_answer_reads_the_settings_again) {
+TEST_F(cim_helper_changes, reads_the_settings_again_after_an_answer) {
     write_aged(settings_file, setting("Main.A", "old"), 100);
     EXPECT_EQ(value_now("Main.A"), "old");
     dp_transaction trans = request(2, "Main.A", "new");
     time.on_sleep = [this](std::uint32_t) {
-        // The same size, and no newer than before.
+        // The same size, and not newer than before.
         write_aged(settings_file, setting("Main.A", "new"), 101);
         test::write_file(result_file, outcome("0", "100"));
     };
     EXPECT_EQ(helper.set_bios_attribute_value(&trans, 1), 0);
     EXPECT_EQ(value_now("Main.A"), "new");
-    // Once: after that the file is fresh again.
+    // Only once: after that the file counts as fresh.
     write_aged(settings_file, setting("Main.A", "xxx"), 90);
     EXPECT_EQ(value_now("Main.A"), "new");
 }
 
-TEST_F(changes, next_read_after_an_unreadable_answer_reads_the_settings_again) {
+TEST_F(cim_helper_changes, reads_the_settings_again_after_an_unreadable_answer) {
     write_aged(settings_file, setting("Main.A", "old"), 100);
     EXPECT_EQ(value_now("Main.A"), "old");
     dp_transaction trans = request(2, "Main.A", "new");
@@ -323,25 +324,25 @@ TEST_F(changes, next_read_after_an_unreadable_answer_reads_the_settings_again) {
     EXPECT_EQ(value_now("Main.A"), "new");
 }
 
-TEST_F(changes, no_answer_forces_no_read) {
+TEST_F(cim_helper_changes, does_not_force_a_read_without_an_answer) {
     write_aged(settings_file, setting("Main.A", "old"), 100);
     EXPECT_EQ(value_now("Main.A"), "old");
     dp_transaction trans = request(2, "Main.A", "new");
     EXPECT_EQ(helper.set_bios_attribute_value(&trans, 1), -1);
-    // The wait took a minute, but the file is as it was.
+    // The wait took a minute, but the modification time is unchanged.
     test::write_file(settings_file, setting("Main.A", "new"));
     test::set_mtime(settings_file, time.now() - 161);
     EXPECT_EQ(value_now("Main.A"), "old");
 }
 
-TEST_F(changes, missing_exchange_folder_fails_the_batch) {
+TEST_F(cim_helper_changes, fails_without_the_exchange_folder) {
     std::filesystem::remove_all(test::root() + "/tmp/dp");
     dp_transaction trans = request(2, "Main.A", "new");
     EXPECT_EQ(helper.set_bios_attribute_value(&trans, 1), -1);
     EXPECT_EQ(trans.status, 255U);
 }
 
-TEST_F(changes, hundred_thousand_failures_find_their_requests) {
+TEST_F(cim_helper_changes, assigns_100_000_failures_to_their_requests) {
     constexpr unsigned count = 100'000;
     std::vector<dp_transaction> trans(count, request(2, "Main.A", "1"));
     std::string result;
@@ -355,7 +356,9 @@ TEST_F(changes, hundred_thousand_failures_find_their_requests) {
     }
 }
 
-TEST_F(changes, reset_sets_every_instance_to_the_default_of_its_attribute) {
+using cim_helper_reset_to_defaults = cim_helper_changes;
+
+TEST_F(cim_helper_reset_to_defaults, sets_every_instance_to_the_default_of_its_attribute) {
     write_aged(configs_file, "Main\nBoot\n", 10);
     write_aged(info_file,
                attribute("Main", "A", "one") + attribute("Main", "B", "two words") +
@@ -378,7 +381,7 @@ TEST_F(changes, reset_sets_every_instance_to_the_default_of_its_attribute) {
               "0 100 <cim-0> set Main.List \"A,B\" \"\" \n");
 }
 
-TEST_F(changes, reset_deletes_what_is_removed_by_default) {
+TEST_F(cim_helper_reset_to_defaults, deletes_instances_that_are_removed_by_default) {
     write_aged(configs_file, "Main\n", 10);
     write_aged(info_file,
                attribute("Main", "A", "a", "remove") + attribute("Main", "B", "b", "Remove") +
@@ -399,7 +402,7 @@ TEST_F(changes, reset_deletes_what_is_removed_by_default) {
               "0 100 <cim-0> set Main.E \"e\" \"\" \n");
 }
 
-TEST_F(changes, reset_fails_when_a_command_fails_or_no_answer_comes) {
+TEST_F(cim_helper_reset_to_defaults, fails_when_a_command_fails_or_no_answer_arrives) {
     write_aged(configs_file, "Main\n", 10);
     write_aged(info_file, attribute("Main", "A", "a"), 10);
     write_aged(settings_file, setting("Main.A", "v") + setting("Main.A.1", "v"), 10);
@@ -409,14 +412,14 @@ TEST_F(changes, reset_fails_when_a_command_fails_or_no_answer_comes) {
     EXPECT_EQ(helper.reset_to_defaults("Main"), 3);
 }
 
-TEST_F(changes, reset_of_an_unknown_collection_does_nothing) {
+TEST_F(cim_helper_reset_to_defaults, does_nothing_for_an_unknown_collection) {
     write_aged(configs_file, "Main\n", 10);
     EXPECT_EQ(helper.reset_to_defaults("Nowhere"), 2);
     EXPECT_EQ(helper.reset_to_defaults(""), 2);
     EXPECT_FALSE(std::filesystem::exists(batch_file));
 }
 
-TEST_F(changes, reset_of_a_collection_without_instances_or_attributes_fails) {
+TEST_F(cim_helper_reset_to_defaults, fails_for_a_collection_without_instances_or_attributes) {
     write_aged(configs_file, "Main\nBoot\n", 10);
     write_aged(info_file, attribute("Main", "A", "a"), 10);
     write_aged(settings_file, setting("Boot.X", "v"), 10);
@@ -426,7 +429,7 @@ TEST_F(changes, reset_of_a_collection_without_instances_or_attributes_fails) {
     EXPECT_THAT(time.sleeps, SizeIs(0));
 }
 
-TEST_F(changes, reset_of_a_hundred_thousand_instances_is_one_batch) {
+TEST_F(cim_helper_reset_to_defaults, resets_100_000_instances_in_one_batch) {
     constexpr int count = 100'000;
     write_aged(configs_file, "Main\n", 10);
     std::string template_text;
@@ -445,15 +448,15 @@ TEST_F(changes, reset_of_a_hundred_thousand_instances_is_one_batch) {
     EXPECT_EQ(std::count(batch.begin(), batch.end(), '\n'), count);
 }
 
-TEST_F(changes, need_for_reinitialisation_of_an_unknown_collection_is_not_known) {
+TEST_F(cim_helper_changes, need_reinit_refuses_an_unknown_collection) {
     write_aged(configs_file, "Main\n", 10);
     EXPECT_EQ(helper.need_reinit("Nowhere"), 2);
 }
 
-// A service that has read its three files long ago, none of which has changed.
-class reinitialisation : public changes {
+// A service that read its files a minute ago; none of them has changed since.
+class cim_helper_need_reinit : public cim_helper_changes {
   protected:
-    reinitialisation() {
+    cim_helper_need_reinit() {
         write_aged(template_file, "image", 100);
         write_aged(configs_file, "Main\nBoot\n", 50);
         write_aged(settings_file, setting("Main.A", "1") + setting("Boot.X", "1"), 100);
@@ -470,24 +473,24 @@ class reinitialisation : public changes {
     void change_build_id(const std::string& id) { write_aged(build_id_file, id, 20); }
 };
 
-TEST_F(reinitialisation, nothing_changed_needs_none) {
+TEST_F(cim_helper_need_reinit, is_0_when_nothing_changed) {
     EXPECT_EQ(helper.need_reinit("Main"), 0);
     EXPECT_EQ(helper.need_reinit("Boot"), 0);
 }
 
-TEST_F(reinitialisation, first_question_to_a_new_service_needs_none) {
+TEST_F(cim_helper_need_reinit, is_0_at_the_first_call_of_a_new_service) {
     cim_helper fresh;
     EXPECT_EQ(fresh.need_reinit("Main"), 0);
 }
 
-TEST_F(reinitialisation, files_that_were_written_anew_alike_need_none) {
+TEST_F(cim_helper_need_reinit, is_0_when_files_were_written_again_with_equal_content) {
     change_collections("Main\nBoot\n");
     change_instances(setting("Main.A", "other value") + setting("Boot.X", "1"));
     change_build_id("ID1\nanother second line\n");
     EXPECT_EQ(helper.need_reinit("Main"), 0);
 }
 
-TEST_F(reinitialisation, changed_list_of_collections_is_reported_once) {
+TEST_F(cim_helper_need_reinit, reports_a_changed_list_of_collections_once) {
     for (const char* names : {"Main\nBoot\nNew\n", "Main\n", "Main\nOther\n", ""}) {
         change_collections(names);
         EXPECT_EQ(helper.need_reinit("Main"), 4) << names;
@@ -497,12 +500,12 @@ TEST_F(reinitialisation, changed_list_of_collections_is_reported_once) {
     }
 }
 
-TEST_F(reinitialisation, same_collections_in_another_order_need_none) {
+TEST_F(cim_helper_need_reinit, is_0_for_the_same_collections_in_another_order) {
     change_collections("Boot\nMain\n");
     EXPECT_EQ(helper.need_reinit("Main"), 0);
 }
 
-TEST_F(reinitialisation, changed_instances_are_reported_once) {
+TEST_F(cim_helper_need_reinit, reports_changed_instances_once) {
     for (const auto& settings :
          {setting("Main.A", "1"), setting("Main.A", "1") + setting("Main.X", "1"),
           setting("Main.B", "1") + setting("Boot.X", "1"),
@@ -516,17 +519,17 @@ TEST_F(reinitialisation, changed_instances_are_reported_once) {
     }
 }
 
-TEST_F(reinitialisation, instances_of_other_collections_count_too) {
+TEST_F(cim_helper_need_reinit, reports_changed_instances_of_other_collections) {
     change_instances(setting("Main.A", "1") + setting("Boot.Y", "1"));
     EXPECT_EQ(helper.need_reinit("Main"), 5);
 }
 
-TEST_F(reinitialisation, instances_of_one_collection_may_mix_with_others_in_the_file) {
+TEST_F(cim_helper_need_reinit, is_0_when_only_the_order_of_collections_in_the_file_changed) {
     change_instances(setting("Boot.X", "1") + setting("Main.A", "1"));
     EXPECT_EQ(helper.need_reinit("Main"), 0);
 }
 
-TEST_F(reinitialisation, changed_build_id_is_reported_once) {
+TEST_F(cim_helper_need_reinit, reports_a_changed_build_id_once) {
     for (const char* id : {"ID2\n", "ID\n", "ID11\n", ""}) {
         change_build_id(id);
         EXPECT_EQ(helper.need_reinit("Main"), 6) << id;
@@ -536,7 +539,7 @@ TEST_F(reinitialisation, changed_build_id_is_reported_once) {
     }
 }
 
-TEST_F(reinitialisation, changes_are_reported_one_at_a_time_in_their_order) {
+TEST_F(cim_helper_need_reinit, reports_one_change_at_a_time_in_fixed_order) {
     change_collections("Main\n");
     change_instances(setting("Main.B", "1"));
     change_build_id("ID2\n");
@@ -546,10 +549,10 @@ TEST_F(reinitialisation, changes_are_reported_one_at_a_time_in_their_order) {
     EXPECT_EQ(helper.need_reinit("Main"), 0);
 }
 
-TEST_F(reinitialisation, change_within_four_seconds_of_the_last_read_shows_later) {
+TEST_F(cim_helper_need_reinit, reports_a_change_within_four_seconds_of_the_last_read_later) {
     EXPECT_EQ(helper.need_reinit("Main"), 0);
     change_build_id("ID2\n");
-    EXPECT_EQ(helper.need_reinit("Main"), 6) << "an unchanged file was not read, only looked at";
+    EXPECT_EQ(helper.need_reinit("Main"), 6) << "the unchanged file was checked, but not read";
     write_aged(build_id_file, "ID3\n", 10);
     time.advance(4);
     EXPECT_EQ(helper.need_reinit("Main"), 0);
@@ -557,7 +560,7 @@ TEST_F(reinitialisation, change_within_four_seconds_of_the_last_read_shows_later
     EXPECT_EQ(helper.need_reinit("Main"), 6);
 }
 
-TEST_F(reinitialisation, question_changes_nothing_that_the_service_holds) {
+TEST_F(cim_helper_need_reinit, leaves_the_data_of_the_service_unchanged) {
     change_collections("Other\n");
     change_instances(setting("Main.New", "1"));
     change_build_id("ID2\n");
@@ -566,13 +569,13 @@ TEST_F(reinitialisation, question_changes_nothing_that_the_service_holds) {
     EXPECT_EQ(helper.get_config_count(), 2);
     EXPECT_EQ(helper.is_valid_collection("Other"), 0);
     EXPECT_STREQ(helper.get_attribute_names("Main")[0], "Main.A");
-    // The build id that is held against is still the first one.
+    // The build id is still compared with the first one.
     time.advance(60);
     change_build_id("ID1\n");
     EXPECT_EQ(helper.need_reinit("Main"), 0);
 }
 
-TEST_F(reinitialisation, new_service_takes_the_changes_over) {
+TEST_F(cim_helper_need_reinit, is_0_for_a_new_service_that_has_read_the_changes) {
     change_collections("Main\nNew\n");
     change_instances(setting("New.A", "1"));
     change_build_id("ID2\n");

@@ -20,7 +20,7 @@ using test::setting;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class queries : public test::bios_service {
+class cim_helper_queries : public test::bios_service {
   protected:
     std::vector<std::string> collections() {
         const char** names = helper.get_config_names();
@@ -48,16 +48,16 @@ class queries : public test::bios_service {
     cim_helper helper;
 };
 
-TEST_F(queries, collections_are_those_of_the_list_in_its_order) {
+TEST_F(cim_helper_queries, returns_collections_in_the_order_of_the_list) {
     write_aged(configs_file, "Main\n\nBoot\nAdvanced\n", 10);
     EXPECT_THAT(collections(), ElementsAre("Main", "Boot", "Advanced"));
     EXPECT_EQ(helper.get_config_count(), 3);
     unsigned idx = 77;
     EXPECT_EQ(helper.get_config_idx("Boot", &idx), 1);
-    EXPECT_EQ(idx, 1U) << "an empty line has no place in the list";
+    EXPECT_EQ(idx, 1U) << "an empty line is not counted";
 }
 
-TEST_F(queries, collection_names_are_exact) {
+TEST_F(cim_helper_queries, compares_collection_names_exactly) {
     write_aged(configs_file, "Main\nBoot\n", 10);
     for (const char* name : {"main", "Mai", "Main ", "", "MainBoot"}) {
         unsigned idx = 77;
@@ -68,7 +68,7 @@ TEST_F(queries, collection_names_are_exact) {
     EXPECT_EQ(helper.is_valid_collection("Main"), 1);
 }
 
-TEST_F(queries, first_of_two_equal_collection_names_counts) {
+TEST_F(cim_helper_queries, finds_the_first_of_two_equal_collection_names) {
     write_aged(configs_file, "Main\nBoot\nMain\n", 10);
     unsigned idx = 77;
     EXPECT_EQ(helper.get_config_idx("Main", &idx), 1);
@@ -76,13 +76,13 @@ TEST_F(queries, first_of_two_equal_collection_names_counts) {
     EXPECT_EQ(helper.get_config_count(), 3);
 }
 
-TEST_F(queries, missing_list_gives_no_collections) {
+TEST_F(cim_helper_queries, has_no_collections_without_a_list) {
     EXPECT_EQ(helper.get_config_names(), nullptr);
     EXPECT_EQ(helper.get_config_count(), 0);
     EXPECT_EQ(helper.is_valid_collection("Main"), 0);
 }
 
-TEST_F(queries, collections_are_read_once) {
+TEST_F(cim_helper_queries, reads_collections_once) {
     write_aged(configs_file, "Main\n", 10);
     EXPECT_THAT(collections(), ElementsAre("Main"));
     write_aged(template_file, "image", 5);
@@ -91,7 +91,7 @@ TEST_F(queries, collections_are_read_once) {
     EXPECT_THAT(collections(), ElementsAre("Main"));
 }
 
-TEST_F(queries, attributes_are_the_template_entries_of_the_collection) {
+TEST_F(cim_helper_queries, returns_the_template_entries_of_a_collection) {
     write_aged(configs_file, "Main\nBoot\n", 10);
     write_aged(info_file,
                attribute("Main", "A", "1") + attribute("Boot", "B") + attribute("Main", "C"), 10);
@@ -103,7 +103,7 @@ TEST_F(queries, attributes_are_the_template_entries_of_the_collection) {
     EXPECT_STREQ(attributes[0].chc, "");
 }
 
-TEST_F(queries, attributes_are_counted_once_they_were_asked_for) {
+TEST_F(cim_helper_queries, counts_attributes_only_after_they_were_requested) {
     write_aged(configs_file, "Main\nBoot\n", 10);
     write_aged(info_file, attribute("Main", "A"), 10);
     EXPECT_EQ(helper.get_attributes_count("Main"), 0U);
@@ -112,7 +112,7 @@ TEST_F(queries, attributes_are_counted_once_they_were_asked_for) {
     EXPECT_EQ(helper.get_attributes_count("Nowhere"), 0U);
 }
 
-TEST_F(queries, attributes_are_read_once) {
+TEST_F(cim_helper_queries, reads_attributes_once) {
     write_aged(configs_file, "Main\n", 10);
     write_aged(info_file, attribute("Main", "A"), 10);
     const dp_attribute* attributes = helper.get_attributes("Main");
@@ -123,17 +123,17 @@ TEST_F(queries, attributes_are_read_once) {
     EXPECT_STREQ(attributes[0].id, "A");
 }
 
-TEST_F(queries, collection_without_attributes_gives_null_and_is_read_again) {
+TEST_F(cim_helper_queries, returns_null_for_a_collection_without_attributes_and_reads_it_again) {
     write_aged(configs_file, "Main\n", 10);
     EXPECT_EQ(helper.get_attributes("Main"), nullptr);
     EXPECT_EQ(helper.get_attributes_count("Main"), 0U);
     EXPECT_EQ(helper.get_attributes("Nowhere"), nullptr);
-    // Forced: the last read may lie less than four seconds back.
+    // This read is forced, even within four seconds of the last read.
     write_aged(info_file, attribute("Main", "A"), 10);
     EXPECT_THAT(ids("Main"), ElementsAre("A"));
 }
 
-TEST_F(queries, default_that_is_a_list_selection_is_shown_in_its_terse_form) {
+TEST_F(cim_helper_queries, returns_a_default_list_selection_in_its_terse_form) {
     write_aged(configs_file, "Main\n", 10);
     write_aged(info_file,
                attribute("Main", "A", "[value='B',order='2'],[value='A',order='1']") +
@@ -150,7 +150,7 @@ TEST_F(queries, default_that_is_a_list_selection_is_shown_in_its_terse_form) {
     EXPECT_STREQ(attributes[4].dft, "only");
 }
 
-TEST_F(queries, attribute_is_found_by_its_qualified_name) {
+TEST_F(cim_helper_queries, finds_an_attribute_by_its_qualified_name) {
     write_aged(configs_file, "Main\nBoot\n", 10);
     write_aged(info_file, attribute("Main", "A") + attribute("Boot", "A") + attribute("Main", "B"),
                10);
@@ -164,14 +164,14 @@ TEST_F(queries, attribute_is_found_by_its_qualified_name) {
     EXPECT_EQ(helper.get_attribute(nullptr), nullptr);
 }
 
-TEST_F(queries, setting_part_of_a_name_may_hold_dots) {
+TEST_F(cim_helper_queries, accepts_dots_in_the_setting_part_of_a_name) {
     write_aged(configs_file, "Main\n", 10);
     write_aged(info_file, attribute("Main", "A.B"), 10);
     EXPECT_EQ(helper.get_attribute("Main.A.B.1"), helper.get_attributes("Main"));
     EXPECT_EQ(helper.get_attribute("Main.A.B"), nullptr) << "B is an instance here";
 }
 
-TEST_F(queries, first_of_two_attributes_with_one_id_is_found) {
+TEST_F(cim_helper_queries, finds_the_first_of_two_attributes_with_the_same_id) {
     write_aged(configs_file, "Main\n", 10);
     write_aged(info_file,
                attribute("Main", "X") + attribute("Main", "A", "1") + attribute("Main", "A", "2"),
@@ -179,7 +179,7 @@ TEST_F(queries, first_of_two_attributes_with_one_id_is_found) {
     EXPECT_STREQ(helper.get_attribute("Main.A")->dft, "1");
 }
 
-TEST_F(queries, empty_setting_part_finds_only_an_attribute_without_an_id) {
+TEST_F(cim_helper_queries, finds_only_an_attribute_without_an_id_for_an_empty_setting_part) {
     write_aged(configs_file, "Main\nBoot\n", 10);
     write_aged(info_file,
                attribute("Main", "A") + attribute("Boot", "B") + attribute("Boot", "", "noname"),
@@ -189,7 +189,7 @@ TEST_F(queries, empty_setting_part_finds_only_an_attribute_without_an_id) {
     EXPECT_STREQ(helper.get_attribute("Boot..5")->dft, "noname");
 }
 
-TEST_F(queries, id_is_compared_as_the_text_that_callers_see) {
+TEST_F(cim_helper_queries, compares_ids_up_to_the_first_null_byte) {
     write_aged(configs_file, "Main\n", 10);
     using namespace std::string_literals;
     write_aged(info_file, record({item("id", "A\0B"s), item("cfg", "Main")}), 10);
@@ -199,7 +199,7 @@ TEST_F(queries, id_is_compared_as_the_text_that_callers_see) {
     EXPECT_EQ(helper.get_attribute("Main.A"), attributes);
 }
 
-TEST_F(queries, each_of_many_attributes_is_found) {
+TEST_F(cim_helper_queries, finds_each_of_10_000_attributes) {
     write_aged(configs_file, "Main\n", 10);
     std::string text;
     for (int i = 0; i < 10'000; ++i) {
@@ -214,7 +214,7 @@ TEST_F(queries, each_of_many_attributes_is_found) {
     }
 }
 
-TEST_F(queries, instance_names_are_those_of_the_settings_file) {
+TEST_F(cim_helper_queries, returns_the_instance_names_of_the_settings_file) {
     write_aged(configs_file, "Main\nBoot\nEmpty\n", 10);
     write_aged(settings_file,
                setting("Main.B.2", "") + setting("Boot.X", "") + setting("Other.A", "") +
@@ -228,13 +228,13 @@ TEST_F(queries, instance_names_are_those_of_the_settings_file) {
     EXPECT_EQ(helper.get_attribute_names_count("Nowhere"), 0U);
 }
 
-TEST_F(queries, instance_names_can_be_counted_first) {
+TEST_F(cim_helper_queries, counts_instance_names_before_they_are_requested) {
     write_aged(configs_file, "Main\n", 10);
     write_aged(settings_file, setting("Main.A", ""), 10);
     EXPECT_EQ(helper.get_attribute_names_count("Main"), 1U);
 }
 
-TEST_F(queries, instance_names_are_read_once) {
+TEST_F(cim_helper_queries, reads_instance_names_once) {
     write_aged(configs_file, "Main\n", 10);
     write_aged(settings_file, setting("Main.A", ""), 10);
     EXPECT_THAT(instances("Main"), ElementsAre("Main.A"));
@@ -243,13 +243,13 @@ TEST_F(queries, instance_names_are_read_once) {
     EXPECT_THAT(instances("Main"), ElementsAre("Main.A"));
 }
 
-TEST_F(queries, instance_names_of_a_missing_settings_file_are_none) {
+TEST_F(cim_helper_queries, has_no_instance_names_without_a_settings_file) {
     write_aged(configs_file, "Main\n", 10);
     EXPECT_THAT(instances("Main"), IsEmpty());
 }
 
-TEST_F(queries, instances_that_a_clock_at_its_beginning_hides_do_not_break_later_queries) {
-    // In the first seconds after the epoch every file looks freshly read.
+TEST_F(cim_helper_queries, answers_queries_when_the_clock_started_at_the_epoch) {
+    // In the first seconds after the epoch every file seems freshly read.
     time.milliseconds = 2000;
     EXPECT_EQ(helper.init_setting_instances(), 1);
     test::write_file(configs_file, "Main\n");
@@ -260,7 +260,7 @@ TEST_F(queries, instances_that_a_clock_at_its_beginning_hides_do_not_break_later
     EXPECT_EQ(helper.reset_to_defaults("Main"), 3);
 }
 
-TEST_F(queries, null_collection_is_a_logic_error) {
+TEST_F(cim_helper_queries, throws_a_logic_error_for_a_null_collection) {
     EXPECT_THROW(helper.get_attributes(nullptr), std::logic_error);
     EXPECT_THROW(helper.get_attributes_count(nullptr), std::logic_error);
     EXPECT_THROW(helper.get_attribute_names(nullptr), std::logic_error);
@@ -269,28 +269,28 @@ TEST_F(queries, null_collection_is_a_logic_error) {
     EXPECT_THROW(helper.reset_to_defaults(nullptr), std::logic_error);
 }
 
-TEST_F(queries, read_answers_each_request_by_itself) {
+TEST_F(cim_helper_queries, answers_each_request_on_its_own) {
     write_aged(settings_file, setting("Main.A", "1") + setting("Main.C.2", ""), 10);
     std::vector<dp_transaction> trans = {
         request(1, "Main.A"),   request(2, "Main.A"), request(1, "Main.B"),
         request(1, "Main.C.2"), request(0, "Main.A"), request(17, "Main.A"),
         request(1, nullptr),    request(1, ""),       request(1, "Main.A")};
-    for (auto& one : trans) {
-        std::strcpy(one.value, "untouched");
+    for (auto& t : trans) {
+        std::strcpy(t.value, "untouched");
     }
     EXPECT_EQ(helper.get_bios_attribute_value(trans.data(), 9, 0), 6);
     std::vector<std::uint32_t> statuses;
     std::vector<std::string> values;
-    for (const auto& one : trans) {
-        statuses.push_back(one.status);
-        values.emplace_back(one.value);
+    for (const auto& t : trans) {
+        statuses.push_back(t.status);
+        values.emplace_back(t.value);
     }
     EXPECT_THAT(statuses, ElementsAre(0, 224, 16, 0, 224, 224, 16, 16, 0));
     EXPECT_THAT(values, ElementsAre("1", "untouched", "untouched", "", "untouched", "untouched",
                                     "untouched", "untouched", "1"));
 }
 
-TEST_F(queries, value_of_79_characters_is_given_whole_and_a_longer_one_is_cut) {
+TEST_F(cim_helper_queries, cuts_values_longer_than_79_characters) {
     for (const std::size_t length : {0U, 1U, 78U, 79U, 80U, 81U, 5000U}) {
         const std::string text(length, 'x');
         write_aged(settings_file, setting("Main.A", text), 10);
@@ -298,15 +298,15 @@ TEST_F(queries, value_of_79_characters_is_given_whole_and_a_longer_one_is_cut) {
         struct {
             dp_transaction trans = request(1, "Main.A");
             char guard = 'g';
-        } record;
-        EXPECT_EQ(fresh.get_bios_attribute_value(&record.trans, 1, 0), 0) << length;
-        EXPECT_EQ(record.trans.value, text.substr(0, 79)) << length;
-        EXPECT_EQ(record.trans.status, length > 79 ? 19U : 0U) << length;
-        EXPECT_EQ(record.guard, 'g');
+        } guarded;
+        EXPECT_EQ(fresh.get_bios_attribute_value(&guarded.trans, 1, 0), 0) << length;
+        EXPECT_EQ(guarded.trans.value, text.substr(0, 79)) << length;
+        EXPECT_EQ(guarded.trans.status, length > 79 ? 19U : 0U) << length;
+        EXPECT_EQ(guarded.guard, 'g');
     }
 }
 
-TEST_F(queries, value_that_is_a_list_selection_is_given_in_its_terse_form) {
+TEST_F(cim_helper_queries, returns_a_list_selection_in_its_terse_form) {
     std::string selection;
     for (int i = 1; i <= 9; ++i) {
         selection += "[value='Device" + std::to_string(i) + "',order='" + std::to_string(i) + "'],";
@@ -323,12 +323,12 @@ TEST_F(queries, value_that_is_a_list_selection_is_given_in_its_terse_form) {
     EXPECT_STREQ(trans[0].value, "A,B");
     EXPECT_STREQ(trans[1].value,
                  "Device1,Device2,Device3,Device4,Device5,Device6,Device7,Device8,Device9");
-    EXPECT_EQ(trans[1].status, 0U) << "the terse form is what has to fit";
+    EXPECT_EQ(trans[1].status, 0U) << "only the terse form has to fit";
     EXPECT_STREQ(trans[2].value, "[odd]");
     EXPECT_STREQ(trans[3].value, "value=[x]");
 }
 
-TEST_F(queries, values_hold_any_byte) {
+TEST_F(cim_helper_queries, returns_values_of_any_bytes) {
     using namespace std::string_literals;
     write_aged(settings_file, setting("Main.A", "\xFF\x80\x01"s) + setting("Main.B", "a\0b"s), 10);
     std::vector<dp_transaction> trans = {request(1, "Main.A"), request(1, "Main.B")};
@@ -337,7 +337,7 @@ TEST_F(queries, values_hold_any_byte) {
     EXPECT_EQ(std::memcmp(trans[1].value, "a\0b", 4), 0);
 }
 
-TEST_F(queries, values_come_from_the_file_that_is_asked_for) {
+TEST_F(cim_helper_queries, reads_values_from_the_selected_file) {
     write_aged(settings_file, setting("Main.A", "set"), 10);
     write_aged(current_file, setting("Main.A", "current"), 10);
     for (const auto& [which, expected] : std::vector<std::pair<int, std::string>>{
@@ -348,7 +348,7 @@ TEST_F(queries, values_come_from_the_file_that_is_asked_for) {
     }
 }
 
-TEST_F(queries, two_reads_within_four_seconds_read_the_file_once) {
+TEST_F(cim_helper_queries, reads_the_file_once_within_four_seconds) {
     write_aged(settings_file, setting("Main.A", "old"), 10);
     dp_transaction trans = request(1, "Main.A");
     helper.get_bios_attribute_value(&trans, 1, 0);
@@ -361,7 +361,7 @@ TEST_F(queries, two_reads_within_four_seconds_read_the_file_once) {
     EXPECT_STREQ(trans.value, "new");
 }
 
-TEST_F(queries, read_of_no_requests_reads_the_file_all_the_same) {
+TEST_F(cim_helper_queries, reads_the_file_even_without_requests) {
     write_aged(settings_file, setting("Main.A", "old"), 10);
     EXPECT_EQ(helper.get_bios_attribute_value(nullptr, 0, 0), 0);
     EXPECT_EQ(helper.get_bios_attribute_value(nullptr, 3, 0), 0);

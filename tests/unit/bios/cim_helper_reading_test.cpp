@@ -20,9 +20,9 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using lines = std::vector<test::recording_log::line>;
 
-class reading : public test::bios_service {
+class cim_helper_reading : public test::bios_service {
   protected:
-    // The question that a slot's reader asks; an answer of 1 is stored by really reading.
+    // Asks whether the settings file must be read. Only an actual read stores the new times.
     int settings_read_necessary() {
         readtimes out;
         return helper.is_read_necessary(settings_file, 0, out);
@@ -45,7 +45,7 @@ class reading : public test::bios_service {
                    : "(none)";
     }
 
-    // A tool that keeps its command lines and copies a prepared text to where it is told.
+    // Installs a tool that logs its command lines and copies a prepared text to its output file.
     void install_dpspy() {
         test::write_script(dpspy, "printf '%s\\n' \"$*\" >> " + calls_file + "\n" +
                                       "while [ \"$1\" != -o ]; do shift; done\n" + "cp " +
@@ -59,7 +59,7 @@ class reading : public test::bios_service {
     cim_helper helper;
 };
 
-TEST_F(reading, file_that_was_never_read_must_be_read) {
+TEST_F(cim_helper_reading, requires_a_read_of_a_file_that_was_never_read) {
     readtimes out{1, 2, 3};
     write_aged(settings_file, "", 100);
     EXPECT_EQ(helper.is_read_necessary(settings_file, 0, out), 1);
@@ -68,13 +68,13 @@ TEST_F(reading, file_that_was_never_read_must_be_read) {
     EXPECT_EQ(out.force, 0U);
 }
 
-TEST_F(reading, question_alone_does_not_count_as_a_read) {
+TEST_F(cim_helper_reading, does_not_count_a_check_as_a_read) {
     write_aged(settings_file, "", 100);
     EXPECT_EQ(settings_read_necessary(), 1);
     EXPECT_EQ(settings_read_necessary(), 1);
 }
 
-TEST_F(reading, file_is_fresh_for_four_seconds) {
+TEST_F(cim_helper_reading, treats_a_file_as_fresh_for_four_seconds) {
     write_aged(settings_file, setting("Main.A", "old"), 100);
     EXPECT_EQ(value("Main.A"), "old");
     write_aged(settings_file, setting("Main.A", "new"), 50);
@@ -87,7 +87,7 @@ TEST_F(reading, file_is_fresh_for_four_seconds) {
     EXPECT_EQ(value("Main.A"), "new");
 }
 
-TEST_F(reading, unchanged_file_is_not_read_again) {
+TEST_F(cim_helper_reading, does_not_read_an_unchanged_file_again) {
     write_aged(settings_file, setting("Main.A", "1"), 100);
     EXPECT_EQ(value("Main.A"), "1");
     time.advance(1000);
@@ -96,7 +96,7 @@ TEST_F(reading, unchanged_file_is_not_read_again) {
     EXPECT_EQ(out.read_time, 1) << "untouched when no read is necessary";
 }
 
-TEST_F(reading, file_with_an_older_time_has_changed_too) {
+TEST_F(cim_helper_reading, reads_a_file_with_an_older_time_again) {
     write_aged(settings_file, setting("Main.A", "1"), 100);
     EXPECT_EQ(value("Main.A"), "1");
     write_aged(settings_file, setting("Main.A", "2"), 200);
@@ -104,19 +104,19 @@ TEST_F(reading, file_with_an_older_time_has_changed_too) {
     EXPECT_EQ(value("Main.A"), "2");
 }
 
-TEST_F(reading, file_that_changed_in_the_second_of_its_read_is_read_again) {
+TEST_F(cim_helper_reading, reads_a_file_that_changed_in_the_second_of_its_read_again) {
     write_aged(settings_file, setting("Main.A", "1"), 0);
     EXPECT_EQ(value("Main.A"), "1");
     write_aged(settings_file, setting("Main.A", "2"), 0);
     time.advance(4);
-    EXPECT_EQ(value("Main.A"), "1") << "fresh all the same";
+    EXPECT_EQ(value("Main.A"), "1") << "still fresh";
     time.advance(1);
     EXPECT_EQ(value("Main.A"), "2");
     time.advance(5);
-    EXPECT_EQ(settings_read_necessary(), 0) << "its read now lies behind its change";
+    EXPECT_EQ(settings_read_necessary(), 0) << "the last read is now later than the change";
 }
 
-TEST_F(reading, clock_that_was_set_back_keeps_a_file_fresh) {
+TEST_F(cim_helper_reading, treats_a_file_as_fresh_when_the_clock_was_set_back) {
     write_aged(settings_file, setting("Main.A", "1"), 100);
     EXPECT_EQ(value("Main.A"), "1");
     test::set_mtime(settings_file, time.now() - 99);
@@ -124,7 +124,7 @@ TEST_F(reading, clock_that_was_set_back_keeps_a_file_fresh) {
     EXPECT_EQ(settings_read_necessary(), 0);
 }
 
-TEST_F(reading, times_past_the_32_bit_second_are_told_apart) {
+TEST_F(cim_helper_reading, distinguishes_times_after_the_year_2038) {
     time.milliseconds = 4'102'444'800'000;  // in the year 2100
     write_aged(settings_file, setting("Main.A", "1"), 0);
     EXPECT_EQ(value("Main.A"), "1");
@@ -135,7 +135,7 @@ TEST_F(reading, times_past_the_32_bit_second_are_told_apart) {
     EXPECT_EQ(settings_read_necessary(), 0);
 }
 
-TEST_F(reading, missing_file_is_read_once_and_again_when_it_appears) {
+TEST_F(cim_helper_reading, reads_a_missing_file_once_and_again_when_it_appears) {
     EXPECT_EQ(value("Main.A"), "(none)");
     time.advance(100);
     EXPECT_EQ(settings_read_necessary(), 0);
@@ -143,7 +143,7 @@ TEST_F(reading, missing_file_is_read_once_and_again_when_it_appears) {
     EXPECT_EQ(value("Main.A"), "1");
 }
 
-TEST_F(reading, file_that_went_away_has_no_values) {
+TEST_F(cim_helper_reading, has_no_values_after_the_file_was_removed) {
     write_aged(settings_file, setting("Main.A", "1"), 100);
     EXPECT_EQ(value("Main.A"), "1");
     std::filesystem::remove(settings_file);
@@ -151,7 +151,7 @@ TEST_F(reading, file_that_went_away_has_no_values) {
     EXPECT_EQ(value("Main.A"), "(none)");
 }
 
-TEST_F(reading, slots_are_independent) {
+TEST_F(cim_helper_reading, keeps_slots_independent) {
     write_aged(settings_file, setting("Main.A", "set"), 100);
     write_aged(current_file, setting("Main.A", "current"), 100);
     EXPECT_EQ(value("Main.A", 0), "set");
@@ -162,14 +162,14 @@ TEST_F(reading, slots_are_independent) {
     }
 }
 
-TEST_F(reading, template_gives_the_entries_of_one_collection_or_of_all) {
+TEST_F(cim_helper_reading, reads_template_entries_of_one_or_of_all_collections) {
     write_aged(info_file, attribute("Main", "A") + attribute("Main2", "B") + attribute("Main", "C"),
                10);
     EXPECT_THAT(template_ids("Main", false), ElementsAre("A", "C"));
     EXPECT_THAT(template_ids("", true), ElementsAre("A", "B", "C"));
 }
 
-TEST_F(reading, template_is_read_once_within_four_seconds_unless_forced) {
+TEST_F(cim_helper_reading, reads_the_template_once_within_four_seconds_unless_forced) {
     write_aged(info_file, attribute("Main", "A"), 10);
     EXPECT_THAT(template_ids("Main", false), ElementsAre("A"));
     time.advance(4);
@@ -177,7 +177,7 @@ TEST_F(reading, template_is_read_once_within_four_seconds_unless_forced) {
     EXPECT_THAT(template_ids("Main", true), ElementsAre("A"));
 }
 
-TEST_F(reading, template_entries_are_appended) {
+TEST_F(cim_helper_reading, appends_template_entries) {
     write_aged(info_file, attribute("Main", "A"), 10);
     std::vector<template_info> entries(2);
     helper.read_template("Main", true, entries);
@@ -185,7 +185,7 @@ TEST_F(reading, template_entries_are_appended) {
     EXPECT_EQ(entries[2].id, "A");
 }
 
-TEST_F(reading, forced_template_read_that_was_not_necessary_leaves_the_read_time) {
+TEST_F(cim_helper_reading, keeps_the_read_time_when_a_forced_read_was_not_necessary) {
     write_aged(template_file, "image", 100);
     write_aged(info_file, attribute("Main", "A"), 10);
     EXPECT_THAT(template_ids("Main", false), ElementsAre("A"));
@@ -198,14 +198,14 @@ TEST_F(reading, forced_template_read_that_was_not_necessary_leaves_the_read_time
     EXPECT_THAT(template_ids("Main", false), ElementsAre("A"));
 }
 
-TEST_F(reading, forced_template_read_that_was_necessary_counts) {
+TEST_F(cim_helper_reading, stores_the_read_time_when_a_forced_read_was_necessary) {
     write_aged(template_file, "image", 100);
     write_aged(info_file, attribute("Main", "A"), 10);
     EXPECT_THAT(template_ids("Main", true), ElementsAre("A"));
     EXPECT_THAT(template_ids("Main", false), IsEmpty());
 }
 
-TEST_F(reading, tool_expands_a_template_that_is_newer_than_its_text) {
+TEST_F(cim_helper_reading, expands_a_template_that_is_newer_than_its_text) {
     install_dpspy();
     test::write_file(prepared_file, attribute("Main", "New"));
     write_aged(template_file, "image", 10);
@@ -217,7 +217,7 @@ TEST_F(reading, tool_expands_a_template_that_is_newer_than_its_text) {
               (lines{{"LOG", " " + dpspy + " -sf  -i " + template_file + " -o " + info_file}}));
 }
 
-TEST_F(reading, tool_expands_a_template_that_is_as_old_as_its_text) {
+TEST_F(cim_helper_reading, expands_a_template_that_is_as_old_as_its_text) {
     install_dpspy();
     test::write_file(prepared_file, attribute("Main", "New"));
     write_aged(template_file, "image", 20);
@@ -225,14 +225,14 @@ TEST_F(reading, tool_expands_a_template_that_is_as_old_as_its_text) {
     EXPECT_THAT(template_ids("Main", false), ElementsAre("New"));
 }
 
-TEST_F(reading, tool_expands_a_template_that_has_no_text_yet) {
+TEST_F(cim_helper_reading, expands_a_template_that_has_no_text_yet) {
     install_dpspy();
     test::write_file(prepared_file, attribute("Main", "New"));
     write_aged(template_file, "image", 20);
     EXPECT_THAT(template_ids("Main", false), ElementsAre("New"));
 }
 
-TEST_F(reading, tool_does_not_run_for_a_text_that_is_newer) {
+TEST_F(cim_helper_reading, does_not_expand_a_template_with_a_newer_text) {
     install_dpspy();
     write_aged(template_file, "image", 20);
     write_aged(info_file, attribute("Main", "A"), 10);
@@ -245,7 +245,7 @@ TEST_F(reading, tool_does_not_run_for_a_text_that_is_newer) {
     EXPECT_THAT(log.lines, IsEmpty());
 }
 
-TEST_F(reading, replaced_template_name_reaches_the_command_line) {
+TEST_F(cim_helper_reading, passes_a_replaced_template_name_to_the_tool) {
     install_dpspy();
     const std::string other = test::root() + "/var/dp/other.efi";
     dp_cim_change_template_fname(other.c_str());
@@ -255,7 +255,7 @@ TEST_F(reading, replaced_template_name_reaches_the_command_line) {
     EXPECT_EQ(calls(), "-sf -i " + other + " -o " + info_file + "\n");
 }
 
-TEST_F(reading, failed_tool_shows_only_in_the_text) {
+TEST_F(cim_helper_reading, uses_the_text_as_it_is_after_the_tool_failed) {
     test::write_script(dpspy, "exit 1");
     write_aged(template_file, "image", 10);
     test::recording_log log(dp::log_level::error);
@@ -267,7 +267,7 @@ TEST_F(reading, failed_tool_shows_only_in_the_text) {
     EXPECT_THAT(log.lines, IsEmpty());
 }
 
-TEST_F(reading, folder_in_the_place_of_the_texts_gives_nothing) {
+TEST_F(cim_helper_reading, reads_nothing_from_a_folder) {
     std::filesystem::create_directory(info_file);
     std::filesystem::create_directory(configs_file);
     std::filesystem::create_directory(settings_file);
@@ -278,14 +278,14 @@ TEST_F(reading, folder_in_the_place_of_the_texts_gives_nothing) {
     EXPECT_EQ(value("Main.A"), "(none)");
 }
 
-TEST_F(reading, collection_names_are_the_lines_that_hold_something) {
+TEST_F(cim_helper_reading, reads_collection_names_from_lines_that_are_not_empty) {
     write_aged(configs_file, "\nMain\n\n Boot \nB\xE9\r\n\nLast", 10);
     std::vector<std::string> names{"before"};
     EXPECT_EQ(helper.read_config_names(names), 1);
     EXPECT_THAT(names, ElementsAre("before", "Main", " Boot ", "B\xE9\r", "Last"));
 }
 
-TEST_F(reading, collection_names_are_read_when_the_template_changed) {
+TEST_F(cim_helper_reading, reads_collection_names_when_the_template_changed) {
     write_aged(template_file, "image", 100);
     write_aged(configs_file, "Main\n", 10);
     std::vector<std::string> names;
@@ -298,7 +298,7 @@ TEST_F(reading, collection_names_are_read_when_the_template_changed) {
     EXPECT_THAT(names, ElementsAre("Main", "Main"));
 }
 
-TEST_F(reading, collection_names_come_from_the_tool) {
+TEST_F(cim_helper_reading, reads_collection_names_from_the_tool) {
     install_dpspy();
     test::write_file(prepared_file, "Main\nBoot\n");
     write_aged(template_file, "image", 10);
@@ -311,7 +311,7 @@ TEST_F(reading, collection_names_come_from_the_tool) {
               (lines{{"LOG", " " + dpspy + " -sc -i " + template_file + " -o " + configs_file}}));
 }
 
-TEST_F(reading, long_list_of_collections_is_read_whole) {
+TEST_F(cim_helper_reading, reads_a_long_list_of_collections_completely) {
     std::string text;
     for (int i = 0; i < 5000; ++i) {
         text += "Collection" + std::to_string(i) + "\n";
@@ -323,7 +323,7 @@ TEST_F(reading, long_list_of_collections_is_read_whole) {
     EXPECT_EQ(names[4321], "Collection4321");
 }
 
-TEST_F(reading, settings_are_the_names_and_input_values_of_the_lines) {
+TEST_F(cim_helper_reading, reads_settings_as_names_and_input_values) {
     write_aged(settings_file,
                "# a comment\n\n" + setting("Main.A", "1") + setting("Main.B.7", "two words") +
                    "0 0 t set Main.C \"in\" \"out\"\n" + setting("NoConfiguration", "x") +
@@ -337,12 +337,12 @@ TEST_F(reading, settings_are_the_names_and_input_values_of_the_lines) {
     EXPECT_EQ(helper.read_settings(0)->size(), 5U);
 }
 
-TEST_F(reading, later_of_two_settings_with_one_name_wins) {
+TEST_F(cim_helper_reading, keeps_the_later_of_two_settings_with_one_name) {
     write_aged(settings_file, setting("Main.A", "1") + setting("Main.A", "2"), 10);
     EXPECT_EQ(value("Main.A"), "2");
 }
 
-TEST_F(reading, settings_that_are_gone_are_gone_after_the_next_read) {
+TEST_F(cim_helper_reading, drops_removed_settings_at_the_next_read) {
     write_aged(settings_file, setting("Main.A", "1") + setting("Main.B", "1"), 10);
     EXPECT_EQ(value("Main.A"), "1");
     write_aged(settings_file, setting("Main.B", "2"), 9);
@@ -351,14 +351,14 @@ TEST_F(reading, settings_that_are_gone_are_gone_after_the_next_read) {
     EXPECT_EQ(value("Main.B"), "2");
 }
 
-TEST_F(reading, settings_need_no_last_line_end) {
+TEST_F(cim_helper_reading, reads_settings_without_a_final_newline) {
     std::string text = setting("Main.A", "1");
     text.pop_back();
     write_aged(settings_file, text, 10);
     EXPECT_EQ(value("Main.A"), "1");
 }
 
-TEST_F(reading, zero_selects_the_settings_file_and_any_other_number_the_current_values) {
+TEST_F(cim_helper_reading, selects_the_settings_file_by_0_and_the_current_values_otherwise) {
     write_aged(settings_file, setting("Main.A", "set"), 10);
     write_aged(current_file, setting("Main.A", "current"), 10);
     EXPECT_EQ(value("Main.A", 0), "set");
@@ -369,7 +369,7 @@ TEST_F(reading, zero_selects_the_settings_file_and_any_other_number_the_current_
     EXPECT_NE(helper.read_settings(1), helper.read_settings(0));
 }
 
-TEST_F(reading, map_keeps_its_place_over_reads) {
+TEST_F(cim_helper_reading, keeps_the_address_of_the_map) {
     const auto* map = helper.read_settings(0);
     write_aged(settings_file, setting("Main.A", "1"), 10);
     time.advance(5);
@@ -377,7 +377,7 @@ TEST_F(reading, map_keeps_its_place_over_reads) {
     EXPECT_EQ(map->size(), 1U);
 }
 
-TEST_F(reading, value_of_an_absent_name_is_left_alone) {
+TEST_F(cim_helper_reading, leaves_the_value_of_an_unknown_name_unchanged) {
     write_aged(settings_file, setting("Main.A", "1"), 10);
     std::string text = "before";
     EXPECT_EQ(cim_helper::get_setting_value(helper.read_settings(0), "Main.a", &text), 0);
@@ -387,7 +387,7 @@ TEST_F(reading, value_of_an_absent_name_is_left_alone) {
     EXPECT_EQ(text, "1");
 }
 
-TEST_F(reading, instances_are_listed_by_collection_in_the_order_of_the_file) {
+TEST_F(cim_helper_reading, lists_instances_by_collection_in_file_order) {
     write_aged(configs_file, "Main\nBoot\nEmpty\n", 10);
     write_aged(settings_file,
                setting("Boot.X", "") + setting("Main.B.2", "") + setting("Other.A", "") +
@@ -403,7 +403,7 @@ TEST_F(reading, instances_are_listed_by_collection_in_the_order_of_the_file) {
     EXPECT_EQ(helper.read_setting_instances(lists), 0);
 }
 
-TEST_F(reading, instances_are_appended_to_lists_that_exist_and_surplus_lists_dropped) {
+TEST_F(cim_helper_reading, appends_instances_to_existing_lists_and_drops_surplus_lists) {
     write_aged(configs_file, "Main\n", 10);
     write_aged(settings_file, setting("Main.A", ""), 10);
     cim_helper::name_lists lists{{"before"}, {"surplus"}};
@@ -412,20 +412,20 @@ TEST_F(reading, instances_are_appended_to_lists_that_exist_and_surplus_lists_dro
     EXPECT_THAT(lists[0], ElementsAre("before", "Main.A"));
 }
 
-TEST_F(reading, build_id_is_the_first_line) {
+TEST_F(cim_helper_reading, reads_the_first_line_as_the_build_id) {
     std::string id = "before";
     write_aged(build_id_file, "ABC123\nmore\n", 10);
     EXPECT_EQ(helper.read_uefi_build_id_file(id), 1);
     EXPECT_EQ(id, "ABC123");
     EXPECT_EQ(helper.read_uefi_build_id_file(id), 0);
-    write_aged(build_id_file, "no line end", 9);
+    write_aged(build_id_file, "no newline", 9);
     time.advance(5);
     EXPECT_EQ(helper.read_uefi_build_id_file(id), 1);
-    EXPECT_EQ(id, "no line end");
+    EXPECT_EQ(id, "no newline");
 }
 
-TEST_F(reading, build_id_may_be_longer_than_what_is_read_at_once) {
-    // The line's end before, at and behind the ends of what is read at once.
+TEST_F(cim_helper_reading, reads_a_build_id_longer_than_one_read) {
+    // The newline is before, at and after the end of one read.
     for (const std::size_t length : {4094U, 4095U, 4096U, 4097U, 8191U, 8192U, 100'000U}) {
         const std::string long_id(length, 'x');
         for (const char* rest : {"", "\n", "\nmore\n"}) {
@@ -438,7 +438,7 @@ TEST_F(reading, build_id_may_be_longer_than_what_is_read_at_once) {
     }
 }
 
-TEST_F(reading, build_id_is_left_alone_when_no_read_is_necessary) {
+TEST_F(cim_helper_reading, leaves_the_build_id_unchanged_when_no_read_is_necessary) {
     write_aged(build_id_file, "ABC123\n", 10);
     std::string id;
     helper.read_uefi_build_id_file(id);
@@ -447,7 +447,7 @@ TEST_F(reading, build_id_is_left_alone_when_no_read_is_necessary) {
     EXPECT_EQ(id, "kept");
 }
 
-TEST_F(reading, missing_or_empty_build_id_file_leaves_the_id_empty) {
+TEST_F(cim_helper_reading, reads_an_empty_build_id_from_a_missing_or_empty_file) {
     std::string id = "before";
     EXPECT_EQ(helper.read_uefi_build_id_file(id), 1);
     EXPECT_EQ(id, "");
@@ -458,14 +458,14 @@ TEST_F(reading, missing_or_empty_build_id_file_leaves_the_id_empty) {
     EXPECT_EQ(id, "");
 }
 
-TEST_F(reading, numbers_are_read_as_in_templates) {
+TEST_F(cim_helper_reading, reads_numbers_as_in_templates) {
     EXPECT_EQ(cim_helper::a2i("100", false), 100U);
     EXPECT_EQ(cim_helper::a2i("100", true), 256U);
     EXPECT_EQ(cim_helper::a2i("x", false), 0U);
 }
 
 // While another process holds the write lock, a reader waits and then sees what was written.
-class locked_reading : public reading {
+class cim_helper_locking : public cim_helper_reading {
   protected:
     void expect_wait(const std::string& lock_file, const std::string& changed_file,
                      const std::string& content, const std::function<void()>& read) {
@@ -482,19 +482,19 @@ class locked_reading : public reading {
     }
 };
 
-TEST_F(locked_reading, values_wait_for_the_writer_of_the_settings) {
+TEST_F(cim_helper_locking, waits_for_the_writer_of_the_settings_to_read_values) {
     write_aged(settings_file, setting("Main.A", "old"), 100);
     expect_wait(settings_file, settings_file, setting("Main.A", "new"),
                 [&] { EXPECT_EQ(value("Main.A"), "new"); });
 }
 
-TEST_F(locked_reading, values_wait_for_the_writer_of_the_current_values) {
+TEST_F(cim_helper_locking, waits_for_the_writer_of_the_current_values) {
     write_aged(current_file, setting("Main.A", "old"), 100);
     expect_wait(current_file, current_file, setting("Main.A", "new"),
                 [&] { EXPECT_EQ(value("Main.A", 1), "new"); });
 }
 
-TEST_F(locked_reading, instances_wait_for_the_writer_of_the_settings) {
+TEST_F(cim_helper_locking, waits_for_the_writer_of_the_settings_to_list_instances) {
     write_aged(configs_file, "Main\n", 10);
     write_aged(settings_file, setting("Main.Old", ""), 100);
     expect_wait(settings_file, settings_file, setting("Main.New", ""), [&] {
@@ -505,16 +505,16 @@ TEST_F(locked_reading, instances_wait_for_the_writer_of_the_settings) {
     });
 }
 
-TEST_F(locked_reading, attributes_wait_for_the_writer_of_the_template) {
+TEST_F(cim_helper_locking, waits_for_the_writer_of_the_template_to_read_attributes) {
     write_aged(template_file, "image", 100);
     write_aged(info_file, attribute("Main", "Old"), 50);
     expect_wait(template_file, info_file, attribute("Main", "New"),
                 [&] { EXPECT_THAT(template_ids("Main", false), ElementsAre("New")); });
 }
 
-TEST_F(locked_reading, tool_runs_while_the_template_is_locked_against_writers) {
+TEST_F(cim_helper_locking, locks_the_template_against_writers_while_the_tool_runs) {
     write_aged(template_file, "image", 10);
-    // The tool asks for the write lock itself: it must not get it before it ends.
+    // The writer asks for the lock while the tool runs, and must not get it before the tool ends.
     const std::string locker = test::root() + "/locker";
     test::write_script(dpspy, "touch " + locker + ".started; sleep 0.2; touch " + locker +
                                   ".ended; printf 'id:A\\225\\247\\n' > " + info_file);
@@ -531,7 +531,7 @@ TEST_F(locked_reading, tool_runs_while_the_template_is_locked_against_writers) {
     EXPECT_EQ(writer.wait(), 0);
 }
 
-TEST_F(locked_reading, collection_names_wait_for_the_writer_of_the_template) {
+TEST_F(cim_helper_locking, waits_for_the_writer_of_the_template_to_read_collection_names) {
     write_aged(template_file, "image", 100);
     write_aged(configs_file, "Old\n", 50);
     expect_wait(template_file, configs_file, "New\n", [&] {
@@ -541,7 +541,7 @@ TEST_F(locked_reading, collection_names_wait_for_the_writer_of_the_template) {
     });
 }
 
-TEST_F(locked_reading, build_id_waits_for_its_writer) {
+TEST_F(cim_helper_locking, waits_for_the_writer_of_the_build_id) {
     write_aged(build_id_file, "old\n", 100);
     expect_wait(build_id_file, build_id_file, "new\n", [&] {
         std::string id;
