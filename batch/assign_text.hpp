@@ -1,29 +1,29 @@
-#ifndef DP_BATCH_STORED_TEXT_HPP
-#define DP_BATCH_STORED_TEXT_HPP
+#ifndef DP_BATCH_ASSIGN_TEXT_HPP
+#define DP_BATCH_ASSIGN_TEXT_HPP
 
 #include <string>
 #include <string_view>
 
 namespace dp {
 
-/// Makes `text` equal to `next`, which is not a part of it. Cheaper than assigning, which is ready
-/// for texts that overlap.
-inline void store_text(std::string& text, std::string_view next) {
+/// Assigns `source`, which must not be a part of `text`. Cheaper than `std::string::assign`, which
+/// handles overlapping texts.
+inline void assign_text(std::string& text, std::string_view source) {
     text.clear();
-    text.append(next);
+    text.append(source);
 }
 
-/// The same, without a call when `next` has one to three bytes and `text` as many: for words that
-/// rarely change their length from line to line.
-inline void store_short_text(std::string& text, std::string_view next) {
-    const std::size_t size = next.size();
+/// The same, but without a function call when both texts have the same size of one to three bytes.
+/// For words whose size rarely changes from line to line.
+inline void assign_short_text(std::string& text, std::string_view source) {
+    const std::size_t size = source.size();
     if (size != text.size() || size - 1 >= 3) {
-        store_text(text, next);
+        assign_text(text, source);
         return;
     }
-    text[0] = next[0];
-    text[size / 2] = next[size / 2];
-    text[size - 1] = next[size - 1];
+    text[0] = source[0];
+    text[size / 2] = source[size / 2];
+    text[size - 1] = source[size - 1];
 }
 
 }  // namespace dp

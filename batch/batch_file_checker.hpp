@@ -6,14 +6,14 @@
 
 namespace dp {
 
-/// Counts the entries that are clean set commands ("0", "0", "set" or "setv", a name) and the
-/// others.
+/// Counts clean set commands and all other entries. A clean set command has "0" as status and
+/// detail, the operation "set" or "setv", and a configuration and a setting in its name.
 class DP_API batch_file_checker : public batch_file_intf {
   public:
     void process_entry(batch_file_entry& entry, registrar* reg) override;
 
-    unsigned good = 0;
-    unsigned bad = 0;
+    unsigned good = 0;  ///< clean set commands
+    unsigned bad = 0;   ///< other entries
 };
 
 }  // namespace dp

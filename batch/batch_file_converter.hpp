@@ -10,11 +10,11 @@
 
 namespace dp {
 
-/// Turns the entries of a batch file into transaction commands.
+/// Converts the entries of a batch file to transaction commands.
 class DP_API batch_file_converter : public batch_file_intf, public batch_file_reader {
   public:
     batch_file_converter();
-    // The reader half points at this object.
+    // Cannot be copied: `processor` points to this object.
     batch_file_converter(const batch_file_converter&) = delete;
     batch_file_converter& operator=(const batch_file_converter&) = delete;
     void process_entry(batch_file_entry& entry, registrar* reg) override;

@@ -9,7 +9,7 @@
 
 namespace dp {
 
-/// One line of a batch file, as text: a setting command in a request, the same command with its
+/// A line of a batch file, as texts: a setting command in a request, or the same command with its
 /// outcome in an answer.
 class DP_API batch_file_entry {
   public:
@@ -17,14 +17,14 @@ class DP_API batch_file_entry {
     std::string detail;     ///< the command's correlator; "0" in a clean request
     std::string tid;        ///< transaction identifier, one word
     std::string operation;  ///< keyword, or "command" for the two-word output form
-    std::string command;    ///< the word behind "command"; otherwise neither read nor written
+    std::string command;    ///< the word after "command"; not read or written for other operations
     qualified_setting_name name;
-    std::string value_in;   ///< the value given
-    std::string value_out;  ///< the value produced
+    std::string value_in;   ///< value given to the command
+    std::string value_out;  ///< value produced by the command
 };
 
-/// Writes the line without a line end. Nothing is escaped: a value with a double quote or a
-/// backslash does not survive being written and read again.
+/// Writes the line without a newline. Nothing is escaped: a value with a double quote or a
+/// backslash does not survive being written and read.
 DP_API std::ostream& operator<<(std::ostream& os, const batch_file_entry& entry);
 
 }  // namespace dp

@@ -8,10 +8,10 @@ namespace dp {
 class batch_file_entry;
 class registrar;
 
-/// What a batch file reader hands its entries to.
+/// Receives the entries of a batch file from a reader.
 class DP_API batch_file_intf {
   public:
-    /// Takes one entry; the reader uses the record again for the next line. `reg` may be null.
+    /// Processes an entry, which is valid during the call. `reg` may be null.
     virtual void process_entry(batch_file_entry& entry, registrar* reg) = 0;
 
   protected:

@@ -10,14 +10,14 @@
 
 namespace dp {
 
-/// Gathers the entries of a batch file and counts which of them succeeded.
+/// Collects the entries of a batch file and counts them by success.
 class DP_API batch_file_loader : public batch_file_intf, public batch_file_reader {
   public:
-    /// A loader without a list, for the caller to set; without one it only counts.
+    /// A loader without a list, which the caller may set. Without a list it only counts.
     batch_file_loader();
-    /// `entry_list` is appended to; not owned.
+    /// Appends to `entry_list`, which is not owned.
     explicit batch_file_loader(std::vector<batch_file_entry>* entry_list);
-    // The reader half points at this object.
+    // Cannot be copied: `processor` points to this object.
     batch_file_loader(const batch_file_loader&) = delete;
     batch_file_loader& operator=(const batch_file_loader&) = delete;
     void process_entry(batch_file_entry& entry, registrar* reg) override;

@@ -8,14 +8,14 @@
 #include <string_view>
 #include <vector>
 
+#include "batch/assign_text.hpp"
 #include "batch/batch_file_entry.hpp"
 #include "batch/batch_file_intf.hpp"
-#include "batch/batch_line.hpp"
 #include "batch/dropped_line_listener.hpp"
-#include "batch/line_source.hpp"
-#include "batch/name_parts.hpp"
+#include "batch/line_reader.hpp"
+#include "batch/line_scanner.hpp"
+#include "batch/parse_name.hpp"
 #include "batch/plain_line.hpp"
-#include "batch/stored_text.hpp"
 #include "common/log.hpp"
 #include "platform/sysipc/efi_decompressor.hpp"
 
@@ -24,7 +24,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-bool holds_no_command(std::string_view line) {
+bool is_empty_or_comment(std::string_view line) {
     return line.empty() || line.front() == '#' ||
            line.find_first_not_of(' ') == std::string_view::npos;
 }
@@ -36,28 +36,28 @@ void log_entry(const batch_file_entry& entry) {
              ", setting_value_in=", entry.value_in);
 }
 
-// Fast path for the common line form. False, and nothing is read, for any other form and for a line
-// of more than `longest_line` bytes.
-bool read_plain_line(line_source& lines, std::size_t longest_line, batch_file_entry& entry) {
+// Fast path for the common line form. Returns false and consumes nothing for any other form, and
+// for a line of more than `longest_line` bytes.
+bool read_plain_line(line_reader& lines, std::size_t longest_line, batch_file_entry& entry) {
     plain_line parts;
-    if (!parts.split(lines.at_hand()) || parts.operation == "command"sv ||
+    if (!parts.split(lines.buffered()) || parts.operation == "command"sv ||
         parts.size - 1 > longest_line) {
         return false;
     }
-    lines.take(parts.size);
-    store_short_text(entry.status, parts.status);
-    store_short_text(entry.detail, parts.detail);
-    store_short_text(entry.operation, parts.operation);
+    lines.consume(parts.size);
+    assign_short_text(entry.status, parts.status);
+    assign_short_text(entry.detail, parts.detail);
+    assign_short_text(entry.operation, parts.operation);
     parse_name(parts.name, entry.name);
-    store_text(entry.tid, parts.tid);
-    store_text(entry.value_in, parts.value_in);
-    store_text(entry.value_out, parts.value_out);
+    assign_text(entry.tid, parts.tid);
+    assign_text(entry.value_in, parts.value_in);
+    assign_text(entry.value_out, parts.value_out);
     return true;
 }
 
-// Reads a line of any form. False when more than one word follows its values.
+// Reads a line of any form. Returns false when it must be dropped.
 bool read_any_line(std::string_view line, batch_file_entry& entry) {
-    batch_line words(line);
+    line_scanner words(line);
     for (std::string* const word : {&entry.status, &entry.detail, &entry.tid, &entry.operation}) {
         words.take_word(*word);
     }
@@ -83,7 +83,7 @@ int read_lines(std::istream& in, registrar* reg, batch_file_intf* processor,
     // One entry for the whole file: a line that lacks words keeps the previous line's words.
     batch_file_entry entry;
     entry.name.parse({});
-    line_source lines(in);
+    line_reader lines(in);
     for (;;) {
         const bool logs = log_enabled(log_level::trace_4);
         std::string_view line;
@@ -93,7 +93,7 @@ int read_lines(std::istream& in, registrar* reg, batch_file_intf* processor,
             if (!lines.next(line, longest_line, is_whole)) {
                 break;
             }
-            if (holds_no_command(line)) {
+            if (is_empty_or_comment(line)) {
                 continue;
             }
             accepted = is_whole && read_any_line(line, entry);
@@ -131,7 +131,7 @@ int batch_file_reader::read_file_reporting_dropped_lines(std::istream& in, regis
     return read_lines(in, reg, processor, &dropped, longest_line);
 }
 
-// The copy is part of the operation's signature, and so is being the object's.
+// The interface fixes the signature of this member function.
 // NOLINTNEXTLINE(performance-unnecessary-value-param,readability-convert-member-functions-to-static)
 bool batch_file_reader::decompress(std::string file_name, std::ostream& out) {
     std::ifstream in(file_name, std::ios::binary);
@@ -140,7 +140,7 @@ bool batch_file_reader::decompress(std::string file_name, std::ostream& out) {
     }
     const std::vector<unsigned char> plain = sysipc::efi_decompressor::decompress(in);
     if (!plain.empty()) {
-        // The bytes are text; the standard stream writes chars.
+        // The bytes are text, and the standard stream writes chars.
         out.write(reinterpret_cast<const char*>(plain.data()),
                   static_cast<std::streamsize>(plain.size()));
         return true;

@@ -13,32 +13,36 @@ class batch_file_intf;
 class dropped_line_listener;
 class registrar;
 
-/// Turns the lines of a batch file into entries.
+/// Reads the lines of a batch file and passes them to a processor as entries.
 class DP_API batch_file_reader {
   public:
-    /// A reader without a processor, for the caller to set.
+    /// A reader without a processor, which the caller sets.
     batch_file_reader() = default;
-    /// `entry_processor` receives the entries; not owned.
+    /// `entry_processor` receives the entries. It is not owned.
     explicit batch_file_reader(batch_file_intf* entry_processor);
 
-    /// Reads `in` to its end and hands every accepted line to the processor; returns how many there
-    /// were. Empty lines, lines of blanks and lines that begin with '#' are skipped; a line with
-    /// more behind its second value than one word at its very end is dropped. A short line is
-    /// accepted and keeps the previous line's texts in the words that it lacks; its values are
-    /// empty. Holds one line at a time. A processor ends the reading by making `in` fail. `reg` may
-    /// be null; it is only handed on. Without a processor nothing is read.
+    /// Reads `in` to its end, passes every accepted line to the processor, and returns their
+    /// number.
+    ///
+    /// Skips empty lines, lines of spaces, and lines that begin with '#'. After its second value a
+    /// line may have white space, and one word at its very end; a line with anything else there is
+    /// silently dropped. A short line is accepted: a missing word keeps its text from the previous
+    /// line, and a missing value is empty.
+    ///
+    /// Buffers one line at a time. A processor can end the reading by making `in` fail. `reg` is
+    /// only passed on and may be null. Without a processor, reads nothing.
     virtual int read_file(std::istream& in, registrar* reg);
 
-    /// As `read_file`, but reports each dropped line to `dropped`, and drops a line of more than
-    /// `longest_line` bytes as well, of which it reports the first `longest_line` bytes. Comments
-    /// and empty lines are neither processed nor reported, whatever their length. A long line takes
-    /// no more memory than `longest_line` bytes twice.
+    /// Like `read_file`, but reports each dropped line to `dropped`. Also drops lines of more than
+    /// `longest_line` bytes, and reports their first `longest_line` bytes. Comments and empty lines
+    /// of any length are neither processed nor reported. The buffer for a line grows to at most
+    /// about twice `longest_line`.
     int read_file_reporting_dropped_lines(std::istream& in, registrar* reg,
                                           dropped_line_listener& dropped,
                                           std::uint32_t longest_line);
 
-    /// Writes the plain text of a possibly compressed batch file to `out`. False only when the file
-    /// can't be opened.
+    /// Writes the plain text of a batch file, which may be compressed, to `out`. Returns false only
+    /// when the file cannot be opened. Passes on exceptions of the decompressor.
     bool decompress(std::string file_name, std::ostream& out);
 
     batch_file_intf* processor = nullptr;  ///< not owned

@@ -10,16 +10,15 @@
 
 namespace dp {
 
-/// Collects the qualified names and the input values of a batch file into two lists that stay
-/// aligned.
+/// Collects the qualified names and the input values of a batch file in two parallel lists.
 class DP_API batch_file_settings_rdr : public batch_file_intf, public batch_file_reader {
   public:
-    /// A reader without lists, for the caller to set; a list that is not set is left out.
+    /// A reader without lists, which the caller may set. A null list is ignored.
     batch_file_settings_rdr();
-    /// Both lists are appended to; not owned.
+    /// Appends to both lists, which are not owned.
     batch_file_settings_rdr(std::vector<std::string>* name_list,
                             std::vector<std::string>* value_list);
-    // The reader half points at this object.
+    // Cannot be copied: `processor` points to this object.
     batch_file_settings_rdr(const batch_file_settings_rdr&) = delete;
     batch_file_settings_rdr& operator=(const batch_file_settings_rdr&) = delete;
     void process_entry(batch_file_entry& entry, registrar* reg) override;

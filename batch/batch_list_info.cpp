@@ -5,7 +5,7 @@
 namespace dp {
 namespace {
 
-// The text up to the next `separator` or the end of `text`, from `at` on; moves `at` behind it.
+// Returns the part of `text` from `at` to the next `separator` or the end. Moves `at` past it.
 std::string take_until(const std::string& text, char separator, std::size_t& at) {
     if (at > text.size()) {
         return {};
@@ -22,7 +22,7 @@ bool batch_list_info::is_full_form(const std::string& text) {
     return !text.empty() && text.front() == '[' && text.find("value=") != std::string::npos;
 }
 
-// That the operations below take texts by value and are the object's is part of their signatures.
+// The interface fixes the signatures of these member functions.
 // NOLINTBEGIN(performance-unnecessary-value-param, readability-convert-member-functions-to-static)
 
 void batch_list_info::parse_selections(std::string text, std::map<std::string, std::string>& sel) {

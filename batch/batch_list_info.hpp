@@ -8,32 +8,34 @@
 
 namespace dp {
 
-/// An ordered selection out of a list of values, in its two texts: the full form
-/// `[value='B',order='2'],[value='A',order='1']` and the terse form `A,B`. A selection map leads
-/// from value to order; orders are kept and compared as text, so "10" comes before "2".
+/// An ordered selection from a list of values, in two text forms: the full form
+/// `[value='B',order='2'],[value='A',order='1']` and the terse form `A,B`. A selection map maps
+/// each value to its order. Orders are stored and compared as text, so "10" comes before "2".
 class DP_API batch_list_info {
   public:
-    /// Whether a text is in the full form: it begins with "[" and contains "value=".
+    /// Whether `text` has the full form: it begins with "[" and contains "value=".
     [[nodiscard]] static bool is_full_form(const std::string& text);
 
-    /// Replaces `sel` by the selection that `text` gives in either form.
+    /// Replaces `sel` with the selection in `text`, which has either form.
     void parse_selections(std::string text, std::map<std::string, std::string>& sel);
 
-    /// Adds one item of the full form to `sel`; an item without a value adds nothing.
+    /// Adds an item of the full form to `sel`. Ignores an item without a value.
     void parse_instance(std::string part, std::map<std::string, std::string>& sel);
 
-    /// The full form, by value.
+    /// Returns the full form, sorted by value.
     std::string get_string(std::map<std::string, std::string>& sel);
 
-    /// The terse form, by order.
+    /// Returns the terse form, sorted by order.
     std::string get_string_terse(std::map<std::string, std::string>& sel);
 
-    /// Reads `text` into the current selection. Always true.
+    /// Replaces the current selection with that in `text`. Always returns true.
     bool set_current(const std::string& text);
+
+    /// Return the current selection in the full and in the terse form.
     std::string get_current();
     std::string get_current_terse();
 
-    /// The terse form of `text`; the current selection stays.
+    /// Returns the terse form of `text`. Does not change the current selection.
     std::string tersify(std::string text);
 
   private:

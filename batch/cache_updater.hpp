@@ -8,10 +8,10 @@ namespace dp {
 class batch_file_entry;
 class registrar;
 
-/// Copies the values that a batch produced into the settings' caches.
+/// Copies the output values of a batch to the caches of the settings.
 struct DP_API cache_updater {
-    /// Stores the entry's output value in the instance of the setting that the entry names; does
-    /// nothing when `reg` is null or does not know the setting.
+    /// Stores the entry's output value in the setting instance that the entry names. Does nothing
+    /// when `reg` is null or does not know the setting.
     static void process_entry(batch_file_entry& entry, registrar* reg);
 };
 

@@ -7,7 +7,7 @@
 
 namespace dp {
 
-/// Receives the lines of a batch file that its reader drops.
+/// Receives the lines of a batch file that the reader drops.
 class DP_API dropped_line_listener {
   public:
     /// Called before any later line is processed. `line` has no newline and is valid during the

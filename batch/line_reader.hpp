@@ -1,5 +1,5 @@
-#ifndef DP_BATCH_LINE_SOURCE_HPP
-#define DP_BATCH_LINE_SOURCE_HPP
+#ifndef DP_BATCH_LINE_READER_HPP
+#define DP_BATCH_LINE_READER_HPP
 
 #include <cstddef>
 #include <iosfwd>
@@ -8,50 +8,49 @@
 
 namespace dp {
 
-/// The lines of a stream, one after another, as `std::getline` gives them, without copying each.
+/// Reads a stream line by line, like `std::getline`, but without copying each line.
 ///
 /// Rules:
-/// - a line ends with a line feed or with the stream; the end of a stream that ends with a line
-///   feed is no line;
-/// - a byte of the stream is asked for only when every line before it was given and the next one is
-///   wanted, so what feeds the stream may depend on what became of the lines;
-/// - the stream's state behind the last line is the one that `std::getline` leaves behind.
-/// Holds one window of the stream, as large as its longest line or a few thousand bytes.
-class line_source {
+/// - a line ends with a newline or at the end of the stream; no line follows a final newline;
+/// - never reads ahead: no byte is requested before all earlier lines were returned, so the source
+///   of the stream may depend on the outcome of those lines;
+/// - after the last line, the stream has the state that `std::getline` leaves.
+/// The buffer has a few thousand bytes, or up to twice the size of the longest line.
+class line_reader {
   public:
-    /// `in` stays the caller's and outlives the source.
-    explicit line_source(std::istream& in);
+    /// `in` is not owned and must outlive the reader.
+    explicit line_reader(std::istream& in);
 
-    /// The next line without its newline, valid until the next call; fit for a `batch_line`. False
-    /// when there is none.
+    /// Reads the next line, without its newline but followed by one in memory, as a `line_scanner`
+    /// needs it. The line is valid until the next call. Returns false when there is none.
     bool next(std::string_view& line) {
         bool is_whole = true;
         return next(line, std::string_view::npos, is_whole);
     }
 
-    /// The same, but of a line of more than `limit` bytes only the first `limit`; `is_whole` is
-    /// then false, otherwise true.
+    /// The same, but reads only the first `limit` bytes of a longer line and drops the rest.
+    /// `is_whole` becomes false for such a line, which no newline follows; otherwise true.
     bool next(std::string_view& line, std::size_t limit, bool& is_whole);
 
-    /// What is at hand of the lines to come, the last of which may lack its end, good until the
-    /// next call; fit for a `plain_line`.
-    [[nodiscard]] std::string_view at_hand() const {
-        return {window_.get() + begin_, end_ - begin_};
+    /// The buffered, not yet consumed bytes, followed by a newline and the padding that a
+    /// `plain_line` needs. The last line may be incomplete. Valid until the next call.
+    [[nodiscard]] std::string_view buffered() const {
+        return {buffer_.get() + begin_, end_ - begin_};
     }
 
-    /// Goes on behind the first `size` bytes of what is at hand, which are whole lines.
-    void take(std::size_t size) { begin_ += size; }
+    /// Consumes the first `size` buffered bytes, which must be whole lines.
+    void consume(std::size_t size) { begin_ += size; }
 
   private:
-    static constexpr std::size_t first_size = 8192;
+    static constexpr std::size_t initial_size = 8192;
 
     bool refill();
 
     std::istream& in_;
-    std::unique_ptr<char[]> window_;
-    std::size_t size_ = first_size;  // of the window; behind what it holds stands a line feed
-    std::size_t begin_ = 0;          // of what was not given yet
-    std::size_t end_ = 0;
+    std::unique_ptr<char[]> buffer_;
+    std::size_t size_ = initial_size;  // of the buffer, without its padding
+    std::size_t begin_ = 0;            // of the bytes not yet consumed
+    std::size_t end_ = 0;              // of the buffered bytes; a newline follows them
 };
 
 }  // namespace dp

@@ -1,36 +1,36 @@
-#ifndef DP_BATCH_BATCH_LINE_HPP
-#define DP_BATCH_BATCH_LINE_HPP
+#ifndef DP_BATCH_LINE_SCANNER_HPP
+#define DP_BATCH_LINE_SCANNER_HPP
 
 #include <string>
 #include <string_view>
 
 namespace dp {
 
-/// Takes words and quoted values off a line from the left, as a string stream on the line would.
+/// Extracts words and quoted values from a line, from left to right, as from a string stream.
 ///
 /// Rules, those of formatted extraction in the "C" locale:
-/// - a word is what stands between white space (blank, \t, \v, \f, \r); taking one skips the white
-///   space before it and stops in front of what ends it;
-/// - a take that needs more than there is takes all of the line: a word that ends with the line, a
-///   missing word, a value without its closing quote.
+/// - words are separated by white space (space, \t, \v, \f, \r); extracting a word skips the white
+///   space before it and stops before the white space after it;
+/// - an extraction that reaches the end of the line consumes all of it: a word that ends with the
+///   line, a missing word, a value without its closing quote.
 ///
-/// The line holds no line feed, and one stands directly behind it.
-class batch_line {
+/// The line contains no newline, but a newline must follow it in memory.
+class line_scanner {
   public:
-    /// `text` stays the caller's.
-    explicit batch_line(std::string_view text) : at_(text.data()), last_(at_ + text.size()) {}
+    /// `text` is not owned and must outlive the scanner.
+    explicit line_scanner(std::string_view text) : at_(text.data()), last_(at_ + text.size()) {}
 
-    /// Takes the next word: a part of the text, empty when there is none.
+    /// Extracts the next word, a part of the text; empty when there is none.
     std::string_view take_word();
 
-    /// Stores the next word. When there is none `word` keeps its text.
+    /// Extracts the next word to `word`, which keeps its text when there is none.
     void take_word(std::string& word);
 
-    /// Stores the next quoted value, by the rules of `parse_quoted_escaped_str`. When there is none
-    /// `value` becomes empty.
+    /// Extracts the next quoted value to `value`, by the rules of `parse_quoted_escaped_str`.
+    /// `value` becomes empty when there is none.
     void take_value(std::string& value);
 
-    /// Whether all of the line was taken.
+    /// Whether all of the line was consumed.
     [[nodiscard]] bool empty() const { return at_ == last_; }
 
   private:

@@ -1,5 +1,5 @@
-#ifndef DP_BATCH_NAME_PARTS_HPP
-#define DP_BATCH_NAME_PARTS_HPP
+#ifndef DP_BATCH_PARSE_NAME_HPP
+#define DP_BATCH_PARSE_NAME_HPP
 
 #include <string_view>
 
@@ -7,7 +7,7 @@ namespace dp {
 
 class qualified_setting_name;
 
-/// Splits `text`, which is no part of `name`, as `qualified_setting_name::parse` does.
+/// Splits `text` like `qualified_setting_name::parse`, but `text` must not be a part of `name`.
 void parse_name(std::string_view text, qualified_setting_name& name);
 
 }  // namespace dp

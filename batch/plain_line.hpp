@@ -8,18 +8,16 @@
 
 namespace dp {
 
-/// The parts of a plain line, the form in which nearly all lines come.
+/// Fast path for the common line form, a plain line. It consists of
+/// - five words, each followed by one space; a word has no control characters, and the first word
+///   does not begin with "#";
+/// - two values in double quotes, separated by one space; a value has no backslashes;
+/// - at most one more space;
+/// - a newline.
+/// A `line_scanner` handles lines of every form and extracts the same parts from a plain line.
 ///
-/// A line is plain when it consists of
-/// - five words, each with one blank behind it; they may hold any byte but control characters, and
-///   the first does not begin with "#";
-/// - two values in quotes, which may hold any byte but backslashes, with one blank between them;
-/// - nothing more, or one more blank;
-/// - a line feed.
-/// A `batch_line` takes the same parts off such a line, only slower: it is ready for any line.
-///
-/// The text is scanned several bytes at a time. So a line feed stands directly behind it, and
-/// `padding` bytes from there on can be read; what the others hold does not matter.
+/// The scan reads several bytes at a time: a newline must follow the text, and `padding` bytes from
+/// that newline on must be readable. Their values do not matter.
 struct plain_line {
     static constexpr std::size_t padding = sizeof(byte_scan::chunk);
 
@@ -30,18 +28,18 @@ struct plain_line {
     std::string_view name;
     std::string_view value_in;
     std::string_view value_out;
-    std::size_t size = 0;  ///< of the line, its line feed included
+    std::size_t size = 0;  ///< of the line, including its newline
 
-    /// Splits the line that `text` begins with. False when it is not plain or does not end in the
-    /// text; the parts are then of no use.
+    /// Splits the first line of `text`. Returns false, with undefined parts, when the line is not
+    /// plain or its newline is not in the text.
     bool split(std::string_view text);
 };
 
-/// How `plain_line` scans.
+/// The scan functions of `plain_line`.
 namespace plain_line_scan {
 
-// The first blank or control character from `at` on; there must be one.
-inline const char* find_blank_or_control(const char* at) {
+// Returns the first space or control character at or after `at`; there must be one.
+inline const char* find_space_or_control(const char* at) {
     if constexpr (byte_scan::is_supported) {
         for (;; at += sizeof(byte_scan::chunk)) {
             if (const auto found = byte_scan::below(byte_scan::load(at), ' ' + 1); found != 0) {
@@ -56,7 +54,7 @@ inline const char* find_blank_or_control(const char* at) {
     }
 }
 
-// The first quote, backslash or line feed from `at` on; there must be one.
+// Returns the first quote, backslash or newline at or after `at`; there must be one.
 inline const char* find_end_of_run(const char* at) {
     if constexpr (byte_scan::is_supported) {
         for (;; at += sizeof(byte_scan::chunk)) {
@@ -77,7 +75,7 @@ inline const char* find_end_of_run(const char* at) {
 }
 
 inline bool take_word(const char*& at, std::string_view& word) {
-    const char* const end = find_blank_or_control(at);
+    const char* const end = find_space_or_control(at);
     if (*end != ' ' || end == at) {
         return false;
     }
@@ -102,7 +100,7 @@ inline bool take_value(const char*& at, std::string_view& value) {
 
 }  // namespace plain_line_scan
 
-// Here, so that the parts need not go through memory.
+// Inline, so that the parts can stay in registers.
 inline bool plain_line::split(std::string_view text) {
     using plain_line_scan::take_value;
     using plain_line_scan::take_word;

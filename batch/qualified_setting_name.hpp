@@ -7,18 +7,17 @@
 
 namespace dp {
 
-/// The three parts of a setting's name in text: configuration "." setting [ "." instance ].
+/// The parts of a setting's name, which is written as configuration "." setting [ "." instance ].
 class DP_API qualified_setting_name {
   public:
     std::string configuration;  ///< "err" when the text had no "."
-    std::string setting;        ///< "invalid_setting" when the text was empty; may hold dots itself
+    std::string setting;        ///< "invalid_setting" when the text was empty; may contain dots
     std::string instance;       ///< as text; empty when the setting is not addressed by instance
 
-    /// Splits `text` at its first and its last dot. Never fails; empty parts stay empty. `text` may
-    /// be one of this name's own parts.
+    /// Splits `text` at its first and last dot. Never fails. `text` may be a part of this name.
     void parse(const std::string& text);
 
-    /// The parts joined with dots; without the instance when it is empty.
+    /// Returns the parts joined with dots, without an empty instance.
     [[nodiscard]] std::string get_name() const;
 };
 

@@ -8,9 +8,9 @@
 
 namespace dp {
 
-/// Reads the next value in double quotes and consumes it with its closing quote. What stands before
-/// the opening quote is skipped; a backslash takes the next character as it is; an unterminated
-/// value ends with the input.
+/// Reads the next value in double quotes and consumes it with its closing quote. Skips all text
+/// before the opening quote. A backslash escapes the next character, also in the skipped text. An
+/// unterminated value ends with the input.
 DP_API std::string parse_quoted_escaped_str(std::stringstream& in);
 
 }  // namespace dp

@@ -25,14 +25,14 @@ bool is_good(const std::string& line) {
 
 }  // namespace
 
-TEST(batch_file_checker, takes_clean_set_commands_for_good) {
+TEST(batch_file_checker, counts_clean_set_commands_as_good) {
     EXPECT_TRUE(is_good(R"(0 0 t set A.B "1" "")"));
     EXPECT_TRUE(is_good(R"(0 0 t setv A.B.3 "1" "x")"));
     EXPECT_TRUE(is_good(R"(0 0 t set B "1" "")")) << "the configuration is \"err\", not empty";
-    EXPECT_TRUE(is_good("0 0 t set")) << "so is the name of a line without one";
+    EXPECT_TRUE(is_good("0 0 t set")) << "as in a line without a name";
 }
 
-TEST(batch_file_checker, takes_everything_else_for_bad) {
+TEST(batch_file_checker, counts_other_entries_as_bad) {
     for (const char* line :
          {R"(0 1 t set A.B "1" "")", R"(1 0 t set A.B "1" "")", R"(00 0 t set A.B "1" "")",
           R"(0 00 t set A.B "1" "")", R"(0 0 t get A.B "" "")", R"(0 0 t getv A.B "" "")",
@@ -43,7 +43,7 @@ TEST(batch_file_checker, takes_everything_else_for_bad) {
     }
 }
 
-TEST(batch_file_checker, counts_lines_and_starts_at_0) {
+TEST(batch_file_checker, counts_all_accepted_lines_from_0) {
     const auto checker = checked(
         "# comment\n"
         "0 0 t set A.B \"1\" \"\"\n"

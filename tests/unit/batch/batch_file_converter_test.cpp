@@ -7,7 +7,7 @@
 
 #include "tests/support/settings_model.hpp"
 
-TEST(batch_file_converter, builds_a_command_of_every_entry) {
+TEST(batch_file_converter, builds_a_command_from_each_entry) {
     test::registrar reg;
     test::plugin owner("owner");
     test::configuration config("A");
@@ -46,7 +46,7 @@ TEST(batch_file_converter, resolves_nothing_without_a_registrar) {
     EXPECT_EQ(converter.commands.at(0).status, 16);
 }
 
-TEST(batch_file_converter, cannot_be_copied_because_its_reader_points_at_it) {
+TEST(batch_file_converter, cannot_be_copied) {
     EXPECT_FALSE(std::is_copy_constructible_v<dp::batch_file_converter>);
     EXPECT_FALSE(std::is_copy_assignable_v<dp::batch_file_converter>);
 }

@@ -39,7 +39,7 @@ batch_file_entry read_back(const std::string& line) {
 
 }  // namespace
 
-TEST(batch_file_entry, writes_a_line_that_ends_with_a_quote_and_a_blank) {
+TEST(batch_file_entry, writes_a_line_that_ends_with_a_quote_and_a_space) {
     auto e = entry("set", "BIOS.BootMode");
     e.value_in = "UEFI";
     EXPECT_EQ(written(e), R"(0 0 17 set BIOS.BootMode "UEFI" "" )");
@@ -52,7 +52,7 @@ TEST(batch_file_entry, writes_the_long_command_form_and_the_instance) {
     EXPECT_EQ(written(e), R"(0 0 17 command import Certs.Key.2 "file" "" )");
 }
 
-TEST(batch_file_entry, writes_an_empty_command_word_as_two_adjacent_blanks) {
+TEST(batch_file_entry, writes_an_empty_command_word_as_two_adjacent_spaces) {
     EXPECT_EQ(written(entry("command", "A.B")), R"(0 0 17 command  A.B "" "" )");
 }
 
@@ -64,11 +64,11 @@ TEST(batch_file_entry, never_writes_the_command_word_of_another_operation) {
     EXPECT_EQ(written(e), R"(0 0 17 Command A.B "" "" )");
 }
 
-TEST(batch_file_entry, writes_an_empty_record) {
+TEST(batch_file_entry, writes_an_empty_entry) {
     EXPECT_EQ(written(batch_file_entry()), R"(    . "" "" )");
 }
 
-TEST(batch_file_entry, line_is_the_same_whatever_the_streams_width) {
+TEST(batch_file_entry, writes_the_same_line_at_any_stream_width) {
     std::ostringstream os;
     os << std::left << std::setfill('*') << std::setw(60) << entry("get", "A.B");
     EXPECT_EQ(os.str(), R"(0 0 17 get A.B "" "" )");
@@ -97,7 +97,7 @@ TEST(batch_file_entry, is_read_back_as_it_was_written) {
     }
 }
 
-TEST(batch_file_entry, does_not_escape_values_so_quotes_and_backslashes_do_not_survive) {
+TEST(batch_file_entry, does_not_escape_quotes_and_backslashes) {
     auto e = entry("set", "A.B");
     e.value_in = R"(a\b)";
     EXPECT_EQ(written(e), R"(0 0 17 set A.B "a\b" "" )");
@@ -107,7 +107,7 @@ TEST(batch_file_entry, does_not_escape_values_so_quotes_and_backslashes_do_not_s
     std::vector<batch_file_entry> all;
     dp::batch_file_loader loader(&all);
     std::istringstream in(written(e));
-    EXPECT_EQ(loader.read_file(in, nullptr), 0) << "what follows the second value drops the line";
+    EXPECT_EQ(loader.read_file(in, nullptr), 0) << "two words follow the second value";
 }
 
 TEST(batch_file_entry, is_copied_field_by_field) {

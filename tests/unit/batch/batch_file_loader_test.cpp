@@ -23,10 +23,10 @@ TEST(batch_file_loader, appends_every_entry_and_counts_by_status) {
     EXPECT_EQ(entries[2].detail, "101");
     EXPECT_EQ(entries[2].name.get_name(), "A.C");
     EXPECT_EQ(entries[2].value_out, "z");
-    EXPECT_EQ(entries[4].value_in, "") << "entries are copies, not the reader's one record";
+    EXPECT_EQ(entries[4].value_in, "") << "entries are copies of the reader's entry";
 }
 
-TEST(batch_file_loader, goes_on_counting_over_several_files) {
+TEST(batch_file_loader, continues_counting_over_several_files) {
     std::vector<dp::batch_file_entry> entries;
     dp::batch_file_loader loader(&entries);
     for (int i = 0; i < 3; ++i) {
@@ -38,7 +38,7 @@ TEST(batch_file_loader, goes_on_counting_over_several_files) {
     EXPECT_EQ(entries.size(), 6U);
 }
 
-TEST(batch_file_loader, cannot_be_copied_because_its_reader_points_at_it) {
+TEST(batch_file_loader, cannot_be_copied) {
     EXPECT_FALSE(std::is_copy_constructible_v<dp::batch_file_loader>);
     EXPECT_FALSE(std::is_copy_assignable_v<dp::batch_file_loader>);
 }

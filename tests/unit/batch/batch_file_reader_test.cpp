@@ -29,7 +29,7 @@ namespace {
 
 using namespace std::string_literals;
 
-// An entry's ten texts.
+// The ten texts of an entry.
 using texts = std::array<std::string, 10>;
 
 texts texts_of(const batch_file_entry& e) {
@@ -38,7 +38,7 @@ texts texts_of(const batch_file_entry& e) {
         e.name.setting, e.name.instance, e.value_in, e.value_out};
 }
 
-class gathering_processor final : public dp::batch_file_intf {
+class collecting_processor final : public dp::batch_file_intf {
   public:
     void process_entry(batch_file_entry& entry, dp::registrar* reg) override {
         entries.push_back(texts_of(entry));
@@ -49,11 +49,11 @@ class gathering_processor final : public dp::batch_file_intf {
 };
 
 std::vector<texts> read(std::istream& in) {
-    gathering_processor gathered;
-    dp::batch_file_reader reader(&gathered);
+    collecting_processor collected;
+    dp::batch_file_reader reader(&collected);
     const int count = reader.read_file(in, nullptr);
-    EXPECT_EQ(static_cast<std::size_t>(count), gathered.entries.size());
-    return gathered.entries;
+    EXPECT_EQ(static_cast<std::size_t>(count), collected.entries.size());
+    return collected.entries;
 }
 
 std::vector<texts> read(const std::string& file) {
@@ -70,7 +70,7 @@ std::vector<texts> reference(const std::string& file) {
     return all;
 }
 
-// The text with what is not printable in angle brackets.
+// The text, with unprintable bytes as numbers in angle brackets.
 std::string shown(const std::string& text) {
     std::ostringstream os;
     for (const char c : text) {
@@ -85,8 +85,7 @@ std::string shown(const std::string& text) {
 
 using counts = std::pair<unsigned, unsigned>;
 
-// The checker's good and bad lines, counted by the reader and by the reference. The reader stores
-// less for it.
+// The good and bad lines of a file, read by the reader or by the reference.
 counts counted_by_checker(const std::string& file) {
     dp::batch_file_checker checker;
     std::istringstream in(file);
@@ -101,10 +100,10 @@ counts checked_by_reference(const std::string& file) {
     return {checker.good, checker.bad};
 }
 
-// False, with a failure reported, when the reader and the reference do not agree.
+// Returns whether the reader and the reference agree; reports a failure if they do not.
 bool agrees_with_reference(const std::string& file) {
     if (counted_by_checker(file) != checked_by_reference(file)) {
-        ADD_FAILURE() << "counted other good and bad lines in:\n" << shown(file);
+        ADD_FAILURE() << "counted different good and bad lines in:\n" << shown(file);
         return false;
     }
     const auto actual = read(file);
@@ -113,12 +112,12 @@ bool agrees_with_reference(const std::string& file) {
         return true;
     }
     ADD_FAILURE() << "read " << actual.size() << " entries instead of " << expected.size()
-                  << ", or others, from:\n"
+                  << ", or different ones, from:\n"
                   << shown(file);
     return false;
 }
 
-// Makes lines as they are written, and lines as they should never be.
+// Generates files of well-formed and malformed lines.
 class line_maker {
   public:
     explicit line_maker(unsigned seed) : random_(seed) {}
@@ -215,7 +214,7 @@ class line_maker {
     std::mt19937 random_;
 };
 
-// The line's texts when it is accepted alone.
+// The entries read from a single line, which the reference must read alike.
 std::vector<texts> accepted(const std::string& line) {
     EXPECT_TRUE(agrees_with_reference(line));
     return read(line);
@@ -223,7 +222,7 @@ std::vector<texts> accepted(const std::string& line) {
 
 }  // namespace
 
-TEST(read_file, hands_over_the_words_and_values_of_a_line) {
+TEST(read_file, passes_on_the_words_and_values_of_a_line) {
     EXPECT_EQ(read("0 7 t1 set A.B.3 \"in\" \"out\"\n"),
               (std::vector<texts>{{"0", "7", "t1", "set", "", "A", "B", "3", "in", "out"}}));
     EXPECT_EQ(
@@ -231,22 +230,22 @@ TEST(read_file, hands_over_the_words_and_values_of_a_line) {
         (std::vector<texts>{{"16", "7", "t1", "command", "import", "A", "B", "", "in", "out"}}));
 }
 
-TEST(read_file, hands_the_registrar_on) {
+TEST(read_file, passes_on_the_registrar) {
     test::registrar reg;
-    gathering_processor gathered;
-    dp::batch_file_reader reader(&gathered);
+    collecting_processor collected;
+    dp::batch_file_reader reader(&collected);
     std::istringstream in("0 0 t set A.B \"\" \"\"\n0 0 t set A.C \"\" \"\"\n");
     EXPECT_EQ(reader.read_file(in, &reg), 2);
-    EXPECT_EQ(gathered.registrars, (std::vector<dp::registrar*>{&reg, &reg}));
+    EXPECT_EQ(collected.registrars, (std::vector<dp::registrar*>{&reg, &reg}));
 }
 
-TEST(read_file, skips_comments_empty_lines_and_lines_of_blanks) {
+TEST(read_file, skips_comments_empty_lines_and_lines_of_spaces) {
     EXPECT_TRUE(read("").empty());
     EXPECT_TRUE(read("\n").empty());
     EXPECT_TRUE(read("# a comment\n\n   \n#\n# 0 0 t set A.B \"\" \"\"\n ").empty());
 }
 
-TEST(read_file, knows_comments_in_column_one_only) {
+TEST(read_file, recognizes_comments_in_column_1_only) {
     const auto entries = read(" # 0 t set A.B \"x\" \"y\"\n");
     ASSERT_EQ(entries.size(), 1U);
     EXPECT_EQ(entries[0][0], "#");
@@ -259,7 +258,7 @@ TEST(read_file, does_not_skip_a_line_of_tabs) {
     EXPECT_EQ(entries[2], entries[1]);
 }
 
-TEST(read_file, accepts_at_most_one_word_behind_the_values) {
+TEST(read_file, accepts_at_most_one_word_after_the_values) {
     const std::string line = R"(0 0 t1 set A.B "x" "y")";
     for (const auto* end : {"", " ", "    ", "\t", "\r", " word", "word", "  word", " #"}) {
         EXPECT_EQ(accepted(line + end).size(), 1U) << '[' << end << ']';
@@ -269,7 +268,7 @@ TEST(read_file, accepts_at_most_one_word_behind_the_values) {
     }
 }
 
-TEST(read_file, goes_by_the_end_of_the_line_and_so_drops_a_word_followed_by_a_blank) {
+TEST(read_file, drops_a_line_whose_extra_word_is_not_at_its_end) {
     const std::string line = R"(0 0 t1 set A.B "x" "y")";
     for (const auto* end : {" word ", "word ", " word\r", "w "}) {
         EXPECT_EQ(accepted(line + end).size(), 0U) << '[' << end << ']';
@@ -288,7 +287,7 @@ TEST(read_file, accepts_short_lines) {
               (std::vector<texts>{{"0", "1", "t", "command", "", "err", "invalid_setting"}}));
 }
 
-TEST(read_file, short_lines_keep_the_words_of_the_line_before_but_not_its_values) {
+TEST(read_file, keeps_the_words_but_not_the_values_of_the_previous_line) {
     const auto entries = read(
         "16 7 t1 command import A.B.3 \"in\" \"out\"\n"
         "0 8\n"
@@ -304,7 +303,7 @@ TEST(read_file, short_lines_keep_the_words_of_the_line_before_but_not_its_values
                        }));
 }
 
-TEST(read_file, dropped_lines_leave_their_words_behind_too) {
+TEST(read_file, keeps_the_words_of_a_dropped_line) {
     const auto entries = read(
         "1 2 dropped command word A.B.3 \"in\" \"out\" two words\n"
         "0\n");
@@ -313,18 +312,18 @@ TEST(read_file, dropped_lines_leave_their_words_behind_too) {
         (std::vector<texts>{{"0", "2", "dropped", "command", "word", "A", "B", "3", "", ""}}));
 }
 
-TEST(read_file, skipped_lines_leave_nothing_behind) {
+TEST(read_file, keeps_nothing_of_a_skipped_line) {
     const auto entries = read("0 1 t set A.B \"x\" \"y\"\n# 9 9 9\n\n0\n");
     ASSERT_EQ(entries.size(), 2U);
     EXPECT_EQ(entries[1], (texts{"0", "1", "t", "set", "", "A", "B", "", "", ""}));
 }
 
-TEST(read_file, takes_escaped_values) {
+TEST(read_file, reads_escaped_values) {
     EXPECT_EQ(read(R"(0 0 t set A.B "a\"b\\c" "\x")")[0][8], R"(a"b\c)");
     EXPECT_EQ(read(R"(0 0 t set A.B "a\"b\\c" "\x")")[0][9], "x");
 }
 
-TEST(read_file, reads_a_last_line_without_a_line_end) {
+TEST(read_file, reads_a_last_line_without_a_newline) {
     EXPECT_EQ(read("0 1 t set A.B \"x\" \"y\"\n0 2 t set A.B \"x\" \"y\"").size(), 2U);
 }
 
@@ -340,7 +339,7 @@ TEST(read_file, reads_nothing_from_a_stream_that_failed_or_ended) {
     }
 }
 
-TEST(read_file, stops_behind_the_line_whose_processor_ends_or_fails_the_stream) {
+TEST(read_file, stops_when_the_processor_ends_or_fails_the_stream) {
     class ending_processor final : public dp::batch_file_intf {
       public:
         ending_processor(std::istream& stream, std::ios::iostate end) : in_(stream), end_(end) {}
@@ -356,7 +355,7 @@ TEST(read_file, stops_behind_the_line_whose_processor_ends_or_fails_the_stream) 
         std::istream& in_;
         std::ios::iostate end_;
     };
-    // Lines as they are written, and others.
+    // Lines in the common form, and others.
     for (const char* line_end : {"\n", "  \n", "\n# comment\n\n"}) {
         for (const auto end : {std::ios::failbit, std::ios::badbit, std::ios::eofbit}) {
             std::string file;
@@ -372,7 +371,7 @@ TEST(read_file, stops_behind_the_line_whose_processor_ends_or_fails_the_stream) 
     }
 }
 
-TEST(read_file, begins_where_the_stream_stands) {
+TEST(read_file, begins_at_the_position_of_the_stream) {
     std::istringstream in("0 1 t set A.B \"x\" \"y\"\n0 2 t set A.B \"x\" \"y\"\n");
     in.seekg(10);
     const auto entries = read(in);
@@ -381,13 +380,13 @@ TEST(read_file, begins_where_the_stream_stands) {
     EXPECT_EQ(entries[1][1], "2");
 }
 
-TEST(read_file, keeps_bytes_as_they_are) {
+TEST(read_file, keeps_all_bytes_unchanged) {
     const std::string line = "0\0 \xFF t set A\0.B \"\0\x01\xFE\" \"\xC3\xA4\"\n"s;
     EXPECT_EQ(read(line), (std::vector<texts>{{"0\0"s, "\xFF", "t", "set", "", "A\0"s, "B", "",
                                                "\0\x01\xFE"s, "\xC3\xA4"}}));
 }
 
-TEST(read_file, takes_names_of_dots_and_words_of_a_megabyte) {
+TEST(read_file, reads_names_of_dots_and_words_of_a_megabyte) {
     const std::string big(1'000'000, 'w');
     const std::string dots(1'000'000, '.');
     EXPECT_EQ(read(big + " 0 t set " + dots + " \"" + big + "\" \"\"\n"),
@@ -397,7 +396,7 @@ TEST(read_file, takes_names_of_dots_and_words_of_a_megabyte) {
               (std::vector<texts>{{"0", "0", "t", "set", "", "", "", "", "", ""}}));
 }
 
-TEST(read_file, logs_every_line_it_parses_with_the_bit_of_value_4) {
+TEST(read_file, logs_each_parsed_line_when_mask_bit_4_is_set) {
     const std::string file =
         "0 0 t1 set A.B \"in\" \"out\"\n"
         "# comment\n"
@@ -417,7 +416,7 @@ TEST(read_file, logs_every_line_it_parses_with_the_bit_of_value_4) {
     EXPECT_TRUE(log.lines.empty());
 }
 
-TEST(read_file, reads_what_stream_extraction_reads_from_generated_and_mangled_files) {
+TEST(read_file, agrees_with_stream_extraction_on_generated_and_mangled_files) {
     line_maker maker(99);
     std::size_t entries = 0;
     for (int i = 0; i < 20'000; ++i) {
@@ -427,10 +426,10 @@ TEST(read_file, reads_what_stream_extraction_reads_from_generated_and_mangled_fi
         }
         entries += read(file).size();
     }
-    EXPECT_GT(entries, 40'000U) << "the files hold next to nothing";
+    EXPECT_GT(entries, 40'000U) << "the files contain too few entries";
 }
 
-TEST(read_file, reads_what_stream_extraction_reads_from_random_bytes) {
+TEST(read_file, agrees_with_stream_extraction_on_random_bytes) {
     std::mt19937 random(3);
     for (int i = 0; i < 5'000; ++i) {
         std::string file;
@@ -444,7 +443,7 @@ TEST(read_file, reads_what_stream_extraction_reads_from_random_bytes) {
     }
 }
 
-TEST(read_file, reads_what_stream_extraction_reads_from_every_cut_of_a_line) {
+TEST(read_file, agrees_with_stream_extraction_on_every_part_of_a_line) {
     const std::string line = "0 7 t1 command import A.B.3 \"a\\\"b\" \"c\\\\\" word\r";
     for (std::size_t end = 0; end <= line.size(); ++end) {
         for (std::size_t begin = 0; begin <= end; ++begin) {
@@ -480,7 +479,7 @@ TEST(read_file, reads_a_million_lines) {
 
 namespace {
 
-class decompression : public testing::Test {
+class decompress : public testing::Test {
   protected:
     void SetUp() override { test::clean_root(); }
     void TearDown() override { test::decompressor_script = nullptr; }
@@ -491,13 +490,13 @@ class decompression : public testing::Test {
     }
 
     const std::string path = test::root() + "/tmp/dp/batch";
-    gathering_processor gathered;
-    dp::batch_file_reader reader{&gathered};
+    collecting_processor collected;
+    dp::batch_file_reader reader{&collected};
 };
 
 }  // namespace
 
-TEST_F(decompression, of_a_plain_file_gives_its_bytes) {
+TEST_F(decompress, copies_a_plain_file) {
     std::string every_byte = "0 0 t set A.B \"\" \"\"\r\n";
     for (int i = 0; i < 100'000; ++i) {
         every_byte += static_cast<char>(i * 7);
@@ -508,7 +507,7 @@ TEST_F(decompression, of_a_plain_file_gives_its_bytes) {
     EXPECT_EQ(out.str(), every_byte);
 }
 
-TEST_F(decompression, of_an_empty_file_gives_nothing_and_leaves_the_output_good) {
+TEST_F(decompress, writes_nothing_for_an_empty_file_and_leaves_the_output_good) {
     test::write_file(path, "");
     std::stringstream out;
     EXPECT_TRUE(reader.decompress(path, out));
@@ -516,7 +515,7 @@ TEST_F(decompression, of_an_empty_file_gives_nothing_and_leaves_the_output_good)
     EXPECT_TRUE(out.good());
 }
 
-TEST_F(decompression, of_a_compressed_file_gives_its_plain_text) {
+TEST_F(decompress, writes_the_plain_text_of_a_compressed_file) {
     test::write_file(path, "compressed");
     test::decompressor_script = [](std::istream& in) {
         std::string word;
@@ -528,10 +527,10 @@ TEST_F(decompression, of_a_compressed_file_gives_its_plain_text) {
     EXPECT_TRUE(reader.decompress(path, out));
     EXPECT_EQ(out.str(), "0 0 t set A.B \"x\" \"\"\n\0\xFF"s);
     EXPECT_EQ(reader.read_file(out, nullptr), 2);
-    EXPECT_EQ(gathered.entries[0][8], "x");
+    EXPECT_EQ(collected.entries[0][8], "x");
 }
 
-TEST_F(decompression, hands_the_decompressor_the_whole_file_from_its_start) {
+TEST_F(decompress, passes_the_whole_file_to_the_decompressor) {
     test::write_file(path, "whole\nfile");
     std::string seen;
     test::decompressor_script = [&](std::istream& in) {
@@ -544,23 +543,23 @@ TEST_F(decompression, hands_the_decompressor_the_whole_file_from_its_start) {
     std::stringstream out;
     EXPECT_TRUE(reader.decompress(path, out));
     EXPECT_EQ(seen, "whole\nfile");
-    EXPECT_EQ(out.str(), "whole\nfile") << "whatever state the decompressor left behind";
+    EXPECT_EQ(out.str(), "whole\nfile") << "in any state that the decompressor leaves";
 }
 
-TEST_F(decompression, fails_only_for_a_file_that_cannot_be_opened) {
-    bool asked = false;
+TEST_F(decompress, fails_only_for_a_file_that_cannot_be_opened) {
+    bool called = false;
     test::decompressor_script = [&](std::istream&) {
-        asked = true;
+        called = true;
         return std::vector<unsigned char>();
     };
     std::stringstream out;
     EXPECT_FALSE(reader.decompress(path, out));
     EXPECT_FALSE(reader.decompress("", out));
-    EXPECT_FALSE(asked);
+    EXPECT_FALSE(called);
     EXPECT_EQ(out.str(), "");
 }
 
-TEST_F(decompression, passes_exceptions_on_with_the_file_closed) {
+TEST_F(decompress, closes_the_file_when_the_decompressor_throws) {
     test::write_file(path, "x");
     test::decompressor_script = [](std::istream&) -> std::vector<unsigned char> {
         throw std::runtime_error("out of order");
@@ -572,7 +571,7 @@ TEST_F(decompression, passes_exceptions_on_with_the_file_closed) {
     EXPECT_EQ(out.str(), "");
 }
 
-TEST_F(decompression, keeps_no_file_open) {
+TEST_F(decompress, keeps_no_file_open) {
     test::write_file(path, "x");
     const int before = open_descriptors();
     std::stringstream out;
@@ -582,7 +581,7 @@ TEST_F(decompression, keeps_no_file_open) {
 
 namespace {
 
-// What became of the lines of a file, in order.
+// The outcomes of the lines of a file, in order.
 class line_outcomes final : public dp::batch_file_intf, public dp::dropped_line_listener {
   public:
     void process_entry(batch_file_entry& entry, dp::registrar*) override {
@@ -624,15 +623,15 @@ TEST(read_file_reporting_dropped_lines, processes_what_read_file_processes) {
     const std::string file =
         "# comment\n\n   \n0 1 t set A.B \"1\" \"\"\n0 2\n  # 3 t set A.B \"3\" \"\"\n"
         "1 2 t command word A.B \"x\" \"\" two words\n0 4 t set A.B \"4\" \"\"";
-    gathering_processor gathered;
+    collecting_processor collected;
     line_outcomes outcomes;
     test::registrar reg;
     std::istringstream in(file);
-    EXPECT_EQ(dp::batch_file_reader(&gathered).read_file_reporting_dropped_lines(in, &reg, outcomes,
-                                                                                 0xFFFFFFFF),
+    EXPECT_EQ(dp::batch_file_reader(&collected)
+                  .read_file_reporting_dropped_lines(in, &reg, outcomes, 0xFFFFFFFF),
               4);
-    EXPECT_EQ(gathered.entries, read(file));
-    EXPECT_EQ(gathered.registrars, std::vector<dp::registrar*>(4, &reg));
+    EXPECT_EQ(collected.entries, read(file));
+    EXPECT_EQ(collected.registrars, std::vector<dp::registrar*>(4, &reg));
     EXPECT_EQ(outcomes.all.size(), 1U);
 }
 

@@ -9,7 +9,7 @@
 
 using list = std::vector<std::string>;
 
-TEST(batch_file_settings_rdr, appends_names_and_input_values_side_by_side) {
+TEST(batch_file_settings_rdr, appends_names_and_input_values_in_parallel) {
     list names{"kept"};
     list values{"kept"};
     dp::batch_file_settings_rdr reader(&names, &values);
@@ -24,7 +24,7 @@ TEST(batch_file_settings_rdr, appends_names_and_input_values_side_by_side) {
     EXPECT_EQ(values, (list{"kept", "x", "a\"b", "", ""}));
 }
 
-TEST(batch_file_settings_rdr, cannot_be_copied_because_its_reader_points_at_it) {
+TEST(batch_file_settings_rdr, cannot_be_copied) {
     EXPECT_FALSE(std::is_copy_constructible_v<dp::batch_file_settings_rdr>);
     EXPECT_FALSE(std::is_copy_assignable_v<dp::batch_file_settings_rdr>);
 }

@@ -44,7 +44,7 @@ TEST(batch_list_info, reads_the_terse_form_in_order) {
     EXPECT_EQ(parsed(" X , Y"), (selection{{" X ", "1"}, {" Y", "2"}}));
 }
 
-TEST(batch_list_info, splits_literally) {
+TEST(batch_list_info, keeps_empty_items_of_the_terse_form) {
     EXPECT_EQ(parsed("A,B,"), (selection{{"A", "1"}, {"B", "2"}, {"", "3"}}));
     EXPECT_EQ(parsed(","), (selection{{"", "2"}}));
     EXPECT_EQ(parsed(",A"), (selection{{"", "1"}, {"A", "2"}}));
@@ -56,7 +56,7 @@ TEST(batch_list_info, keeps_the_last_number_of_a_repeated_value) {
     EXPECT_EQ(parsed("[value='A',order='1'],[value='A',order='9']"), (selection{{"A", "9"}}));
 }
 
-TEST(batch_list_info, takes_the_terse_form_unless_both_marks_of_the_full_form_are_there) {
+TEST(batch_list_info, reads_the_terse_form_without_both_marks_of_the_full_form) {
     EXPECT_EQ(parsed("[a],b"), (selection{{"[a]", "1"}, {"b", "2"}}));
     EXPECT_EQ(parsed(" [value='A',order='1']"),
               (selection{{" [value='A'", "1"}, {"order='1']", "2"}}));
@@ -113,7 +113,7 @@ TEST(batch_list_info, compares_orders_as_text) {
     EXPECT_EQ(terse(parsed("a,b,c,d,e,f,g,h,i,j,k")), "a,j,k,b,c,d,e,f,g,h,i");
 }
 
-TEST(batch_list_info, keeps_one_value_of_an_order_that_several_have) {
+TEST(batch_list_info, keeps_one_of_several_values_with_the_same_order) {
     EXPECT_EQ(terse({{"A", "1"}, {"B", "1"}, {"C", "2"}}), "B,C");
 }
 
@@ -130,7 +130,7 @@ TEST(batch_list_info, has_a_current_selection) {
     EXPECT_EQ(info.get_current(), "");
 }
 
-TEST(batch_list_info, tersify_leaves_the_current_selection_alone) {
+TEST(batch_list_info, tersify_leaves_the_current_selection_unchanged) {
     dp::batch_list_info info;
     info.set_current("X");
     EXPECT_EQ(info.tersify(two_in_full), "A,B");
@@ -139,7 +139,7 @@ TEST(batch_list_info, tersify_leaves_the_current_selection_alone) {
     EXPECT_EQ(info.get_current_terse(), "X");
 }
 
-TEST(batch_list_info, takes_selections_of_100_000_values) {
+TEST(batch_list_info, handles_selections_of_100_000_values) {
     constexpr int many = 100'000;
     std::string terse_text;
     std::string full_text;
@@ -161,7 +161,7 @@ TEST(batch_list_info, takes_selections_of_100_000_values) {
     EXPECT_LT(used.seconds(), bound);
 }
 
-TEST(batch_list_info, takes_texts_of_nothing_but_separators) {
+TEST(batch_list_info, handles_texts_of_separators_only) {
     const double bound = 100 * test::cost_of_100_000_calls();
     const test::cpu_time used;
     EXPECT_EQ(parsed(std::string(1'000'000, ',')), (selection{{"", "1000001"}}));

@@ -17,14 +17,14 @@ using test::recording_log;
 
 namespace {
 
-class updated_cache : public testing::Test {
+class cache_updater : public testing::Test {
   protected:
-    updated_cache() {
+    cache_updater() {
         config.add_setting(&s);
         reg.configurations = {&config};
     }
 
-    // Reads one line and puts its entry into the caches.
+    // Reads a line and updates the caches from its entry.
     void update(const std::string& line, dp::registrar* with) {
         std::vector<dp::batch_file_entry> entries;
         dp::batch_file_loader loader(&entries);
@@ -46,7 +46,7 @@ class updated_cache : public testing::Test {
 
 }  // namespace
 
-TEST_F(updated_cache, holds_the_output_value_under_the_entrys_instance) {
+TEST_F(cache_updater, stores_the_output_value_in_the_instance_of_the_entry) {
     update(R"(0 0 t1 get A.B.7 "in" "42")", &reg);
     EXPECT_EQ(value(7), "42");
     EXPECT_EQ(s.cache.size(), 1U);
@@ -55,7 +55,7 @@ TEST_F(updated_cache, holds_the_output_value_under_the_entrys_instance) {
     EXPECT_EQ(value(7), "43");
 }
 
-TEST_F(updated_cache, has_numbers_for_no_instance_and_for_one_that_is_no_number) {
+TEST_F(cache_updater, uses_special_numbers_for_a_missing_or_invalid_instance) {
     update(R"(0 0 t1 get A.B "" "single")", &reg);
     update(R"(0 0 t1 get A.B.x "" "odd")", &reg);
     EXPECT_EQ(value(0xFFFFFFFE), "single");
@@ -64,12 +64,12 @@ TEST_F(updated_cache, has_numbers_for_no_instance_and_for_one_that_is_no_number)
     EXPECT_EQ(value(0xFFFFFFFF), "too big");
 }
 
-TEST_F(updated_cache, takes_an_entry_whatever_its_status_and_operation) {
+TEST_F(cache_updater, accepts_any_status_and_operation) {
     update(R"(226 0 t1 nonsense A.B.1 "" "v")", &reg);
     EXPECT_EQ(value(1), "v");
 }
 
-TEST_F(updated_cache, stays_as_it_is_without_a_registrar_or_a_setting) {
+TEST_F(cache_updater, does_nothing_without_a_registrar_or_a_setting) {
     const recording_log log(0xFFFFFFFB);
     update(R"(0 0 t1 get A.B.7 "" "42")", nullptr);
     update(R"(0 0 t1 get A.C "" "42")", &reg);
@@ -80,7 +80,7 @@ TEST_F(updated_cache, stays_as_it_is_without_a_registrar_or_a_setting) {
     EXPECT_TRUE(log.lines.empty());
 }
 
-TEST_F(updated_cache, logs_what_it_takes_with_the_top_bit) {
+TEST_F(cache_updater, logs_stored_values_when_the_top_mask_bit_is_set) {
     recording_log log(dp::log_level::log);
     update(R"(0 0 t1 get A.B.7 "in" "42")", &reg);
     update(R"(0 0 t1 get A.B "in" "")", &reg);

@@ -1,4 +1,4 @@
-#include "batch/line_source.hpp"
+#include "batch/line_reader.hpp"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,6 @@
 #include <string_view>
 #include <vector>
 
-#include "batch/batch_line.hpp"
 #include "tests/support/cpu_time.hpp"
 
 namespace {
@@ -19,29 +18,29 @@ using namespace std::string_literals;
 
 using lines = std::vector<std::string>;
 
-// Every second line that is at hand is taken as such.
+// Reads all lines; every second line from the buffered bytes, if it is complete there.
 lines all_lines(std::istream& in) {
     lines found;
-    dp::line_source source(in);
+    dp::line_reader reader(in);
     for (;;) {
-        const std::string_view at_hand = source.at_hand();
-        EXPECT_EQ(at_hand.data()[at_hand.size()], '\n') << "what stands behind what is at hand";
-        const std::size_t end = at_hand.find('\n');
+        const std::string_view buffered = reader.buffered();
+        EXPECT_EQ(buffered.data()[buffered.size()], '\n') << "a newline follows the buffered bytes";
+        const std::size_t end = buffered.find('\n');
         if (end != std::string_view::npos && found.size() % 2 == 1) {
-            found.emplace_back(at_hand.substr(0, end));
-            source.take(end + 1);
+            found.emplace_back(buffered.substr(0, end));
+            reader.consume(end + 1);
             continue;
         }
         std::string_view line;
-        if (!source.next(line)) {
+        if (!reader.next(line)) {
             return found;
         }
-        EXPECT_EQ(line.data()[line.size()], '\n') << "what stands behind a line";
+        EXPECT_EQ(line.data()[line.size()], '\n') << "a newline follows the line";
         found.emplace_back(line);
     }
 }
 
-// What getline gives, but for the empty line behind a last line feed.
+// The lines that std::getline reads.
 lines reference_lines(std::istream& in) {
     lines found;
     for (std::string line; std::getline(in, line);) {
@@ -50,7 +49,7 @@ lines reference_lines(std::istream& in) {
     return found;
 }
 
-// Gives its text in pieces, or byte by byte without ever having one at hand.
+// Provides its text in pieces; with a piece size of 0 byte by byte, without a buffer.
 class piecewise : public std::streambuf {
   public:
     piecewise(std::string text, std::size_t piece) : text_(std::move(text)), piece_(piece) {}
@@ -91,7 +90,7 @@ class unreadable : public std::streambuf {
 
 }  // namespace
 
-TEST(line_source, ends_a_line_with_a_line_feed_or_with_the_stream) {
+TEST(line_reader, ends_a_line_at_a_newline_or_at_the_end_of_the_stream) {
     for (const auto& [text, expected] :
          {std::pair{""s, lines{}}, std::pair{"\n"s, lines{""}}, std::pair{"a"s, lines{"a"}},
           std::pair{"a\n\nb\n"s, lines{"a", "", "b"}}, std::pair{"a\r\nb"s, lines{"a\r", "b"}},
@@ -101,7 +100,7 @@ TEST(line_source, ends_a_line_with_a_line_feed_or_with_the_stream) {
     }
 }
 
-TEST(line_source, leaves_the_state_that_getline_leaves) {
+TEST(line_reader, leaves_the_state_that_getline_leaves) {
     for (const auto& text : {""s, "\n"s, "a"s, "a\n"s, std::string(8192, 'x'),
                              std::string(8191, 'x') + "\n", std::string(8192, 'x') + "\n"}) {
         std::istringstream in(text);
@@ -115,7 +114,7 @@ TEST(line_source, leaves_the_state_that_getline_leaves) {
     }
 }
 
-TEST(line_source, takes_nothing_from_a_stream_that_is_not_good) {
+TEST(line_reader, reads_nothing_from_a_stream_that_is_not_good) {
     for (const auto state : {std::ios::failbit, std::ios::badbit, std::ios::eofbit}) {
         std::istringstream in("a\n");
         in.setstate(state);
@@ -124,14 +123,14 @@ TEST(line_source, takes_nothing_from_a_stream_that_is_not_good) {
     }
 }
 
-TEST(line_source, ends_where_the_stream_cannot_be_read) {
+TEST(line_reader, ends_when_the_stream_cannot_be_read) {
     unreadable buffer;
     std::istream in(&buffer);
     EXPECT_TRUE(all_lines(in).empty());
     EXPECT_TRUE(in.bad());
 }
 
-TEST(line_source, gives_what_getline_gives_however_the_stream_comes) {
+TEST(line_reader, agrees_with_getline_on_streams_in_pieces_of_any_size) {
     std::mt19937 random(7);
     for (int round = 0; round < 60; ++round) {
         std::string text;
@@ -151,9 +150,8 @@ TEST(line_source, gives_what_getline_gives_however_the_stream_comes) {
     }
 }
 
-TEST(line_source, takes_a_long_line_in_small_pieces) {
-    // Where a copy onto itself costs what any other costs, moving the line for every piece would
-    // take minutes.
+TEST(line_reader, reads_a_long_line_in_small_pieces) {
+    // Moving the line for every piece would take minutes.
     const std::string text(4'000'000, 'x');
     piecewise buffer(text, 10);
     std::istream in(&buffer);
@@ -163,14 +161,14 @@ TEST(line_source, takes_a_long_line_in_small_pieces) {
     EXPECT_LT(used.seconds(), bound);
 }
 
-TEST(line_source, asks_for_more_only_when_the_next_line_needs_it) {
+TEST(line_reader, never_reads_ahead) {
     piecewise buffer("one\ntwo\nthree\n", 4);
     std::istream in(&buffer);
-    dp::line_source source(in);
+    dp::line_reader reader(in);
     std::string_view line;
-    ASSERT_TRUE(source.next(line));
+    ASSERT_TRUE(reader.next(line));
     EXPECT_EQ(buffer.given(), 4U);
-    ASSERT_TRUE(source.next(line));
+    ASSERT_TRUE(reader.next(line));
     EXPECT_EQ(line, "two");
     EXPECT_EQ(buffer.given(), 8U);
 }

@@ -1,4 +1,4 @@
-#include "batch/batch_line.hpp"
+#include "batch/line_scanner.hpp"
 
 #include <gtest/gtest.h>
 
@@ -10,13 +10,13 @@
 
 #include "batch/quoted_value.hpp"
 
-using dp::batch_line;
+using dp::line_scanner;
 
 namespace {
 
 using namespace std::string_literals;
 
-// A line as a file's reader gives it: a line feed behind it.
+// A line with a newline after it, as the line reader returns it.
 class ended_line : public std::string {
   public:
     explicit ended_line(const std::string& text)
@@ -24,10 +24,10 @@ class ended_line : public std::string {
     ended_line(const ended_line&) = delete;
     ended_line& operator=(const ended_line&) = delete;
 
-    batch_line line;
+    line_scanner line;
 };
 
-// The stream that a line stands for.
+// Reference: the same extractions from a string stream.
 class stream_line {
   public:
     explicit stream_line(const std::string& text) : in_(text) { in_.imbue(std::locale::classic()); }
@@ -45,9 +45,9 @@ class stream_line {
 
 }  // namespace
 
-TEST(batch_line, takes_words_between_white_space) {
+TEST(line_scanner, extracts_words_between_white_space) {
     ended_line text(" \t\v\f\rone two\tthree\r");
-    batch_line& line = text.line;
+    line_scanner& line = text.line;
     std::string word;
     for (const char* expected : {"one", "two", "three"}) {
         line.take_word(word);
@@ -55,13 +55,13 @@ TEST(batch_line, takes_words_between_white_space) {
         EXPECT_FALSE(line.empty());
     }
     line.take_word(word);
-    EXPECT_EQ(word, "three") << "there is no more, so the text stays";
+    EXPECT_EQ(word, "three") << "without another word the text is kept";
     EXPECT_TRUE(line.empty());
 }
 
-TEST(batch_line, is_empty_once_a_word_ran_into_its_end) {
+TEST(line_scanner, is_empty_after_a_word_at_its_end) {
     ended_line text("one two");
-    batch_line& line = text.line;
+    line_scanner& line = text.line;
     std::string word;
     line.take_word(word);
     EXPECT_FALSE(line.empty());
@@ -70,12 +70,12 @@ TEST(batch_line, is_empty_once_a_word_ran_into_its_end) {
     EXPECT_TRUE(line.empty());
 }
 
-TEST(batch_line, is_empty_when_there_is_nothing_to_take) {
+TEST(line_scanner, is_empty_without_text) {
     EXPECT_TRUE(ended_line("").line.empty());
     EXPECT_FALSE(ended_line("x").line.empty());
 }
 
-TEST(batch_line, is_empty_behind_a_closing_quote_at_its_end) {
+TEST(line_scanner, is_empty_after_a_closing_quote_at_its_end) {
     ended_line text(R"("x")");
     std::string value;
     text.line.take_value(value);
@@ -85,9 +85,9 @@ TEST(batch_line, is_empty_behind_a_closing_quote_at_its_end) {
     EXPECT_TRUE(text.line.empty());
 }
 
-TEST(batch_line, gives_an_empty_value_where_there_is_none) {
+TEST(line_scanner, extracts_an_empty_value_when_there_is_none) {
     ended_line text("x");
-    batch_line& line = text.line;
+    line_scanner& line = text.line;
     std::string value = "old";
     line.take_value(value);
     EXPECT_EQ(value, "");
@@ -97,18 +97,18 @@ TEST(batch_line, gives_an_empty_value_where_there_is_none) {
     EXPECT_EQ(value, "");
 }
 
-TEST(batch_line, keeps_an_unterminated_value) {
+TEST(line_scanner, extracts_an_unterminated_value) {
     ended_line text(R"("a\"b\)");
-    batch_line& line = text.line;
+    line_scanner& line = text.line;
     std::string value;
     line.take_value(value);
     EXPECT_EQ(value, R"(a"b)");
     EXPECT_TRUE(line.empty());
 }
 
-TEST(batch_line, skips_a_word) {
+TEST(line_scanner, skips_a_word) {
     ended_line text("one two ");
-    batch_line& line = text.line;
+    line_scanner& line = text.line;
     std::string word;
     line.take_word();
     line.take_word(word);
@@ -118,15 +118,15 @@ TEST(batch_line, skips_a_word) {
     EXPECT_TRUE(line.empty());
 }
 
-TEST(batch_line, counts_nul_and_high_bytes_as_part_of_words) {
+TEST(line_scanner, treats_nul_and_high_bytes_as_parts_of_words) {
     ended_line text("a\0b\xA0\x85 c"s);
-    batch_line& line = text.line;
+    line_scanner& line = text.line;
     std::string word;
     line.take_word(word);
     EXPECT_EQ(word, "a\0b\xA0\x85"s);
 }
 
-TEST(batch_line, takes_what_a_stream_takes_from_any_line_in_any_order) {
+TEST(line_scanner, agrees_with_stream_extraction_in_any_order_of_calls) {
     const std::string alphabet = "ab\"\"\"\\\\  \t\v\f\r\0\x1F\xA0\x80\xFF"s;
     std::mt19937 random(5);
     for (int i = 0; i < 50'000; ++i) {
@@ -135,7 +135,7 @@ TEST(batch_line, takes_what_a_stream_takes_from_any_line_in_any_order) {
             text += alphabet[random() % alphabet.size()];
         }
         ended_line ended(text);
-        batch_line& line = ended.line;
+        line_scanner& line = ended.line;
         stream_line stream(text);
         std::string taken = "old";
         std::string expected = "old";
@@ -152,7 +152,7 @@ TEST(batch_line, takes_what_a_stream_takes_from_any_line_in_any_order) {
                 stream.skip_word();
             }
             ASSERT_EQ(taken, expected) << text;
-            // A stream behind its last byte does not know yet that it was the last.
+            // A stream notices its end only when it reads beyond the last byte.
             if (what == 4 || stream.at_end()) {
                 ASSERT_EQ(line.empty(), stream.at_end()) << text;
             }
@@ -160,11 +160,11 @@ TEST(batch_line, takes_what_a_stream_takes_from_any_line_in_any_order) {
     }
 }
 
-TEST(batch_line, takes_words_and_values_of_any_size) {
+TEST(line_scanner, extracts_words_and_values_of_any_size) {
     const std::string word_text(1'000'000, 'w');
     const std::string value_text(1'000'000, '\\');
     ended_line text(word_text + " \"" + value_text + "\" x");
-    batch_line& line = text.line;
+    line_scanner& line = text.line;
     std::string word;
     std::string value;
     line.take_word(word);

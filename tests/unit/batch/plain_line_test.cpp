@@ -9,15 +9,15 @@
 #include <string_view>
 
 #include "batch/batch_file_entry.hpp"
-#include "batch/batch_line.hpp"
+#include "batch/line_scanner.hpp"
 
 namespace {
 
 using namespace std::string_literals;
 using texts = std::array<std::string, 7>;
 
-// A text as a file's reader holds it: a line feed behind it, and the bytes that may be read. They
-// are such as a scan that goes too far would take for the text's.
+// A text with a newline and readable padding after it, as the line reader buffers it. The padding
+// looks like more of the line, so that the tests notice a scan that goes too far.
 class padded_text {
   public:
     explicit padded_text(const std::string& text)
@@ -33,7 +33,7 @@ class padded_text {
     std::size_t size_;
 };
 
-// Splits a line with its line end.
+// Splits a line and the newline after it.
 bool split(const std::string& line, texts& parts) {
     const padded_text padded(line + '\n');
     dp::plain_line plain;
@@ -52,10 +52,10 @@ bool is_plain(const std::string& text) {
     return split(text, parts);
 }
 
-// What a batch_line takes off a line that has all parts; false when more than a word follows.
+// Extracts the parts of a line with a line_scanner. Returns false when more than a word follows.
 bool take(const std::string& text, texts& parts) {
     const std::string ended = text + '\n';
-    dp::batch_line line(std::string_view(ended).substr(0, text.size()));
+    dp::line_scanner line(std::string_view(ended).substr(0, text.size()));
     for (std::size_t i = 0; i < 5; ++i) {
         line.take_word(parts[i]);
     }
@@ -67,7 +67,7 @@ bool take(const std::string& text, texts& parts) {
 
 }  // namespace
 
-TEST(plain_line, has_the_parts_of_a_line_as_it_is_written) {
+TEST(plain_line, has_the_parts_of_a_written_entry) {
     dp::batch_file_entry entry;
     entry.status = "0";
     entry.detail = "4294967295";
@@ -86,7 +86,7 @@ TEST(plain_line, has_the_parts_of_a_line_as_it_is_written) {
     }
 }
 
-TEST(plain_line, may_end_with_its_last_quote_or_one_blank_behind_it) {
+TEST(plain_line, may_end_with_its_last_quote_or_a_space_after_it) {
     EXPECT_TRUE(is_plain(R"(0 0 t set A.B "1" "")"));
     EXPECT_TRUE(is_plain(R"(0 0 t set A.B "1" "" )"));
     EXPECT_FALSE(is_plain(R"(0 0 t set A.B "1" ""  )"));
@@ -95,7 +95,7 @@ TEST(plain_line, may_end_with_its_last_quote_or_one_blank_behind_it) {
     EXPECT_FALSE(is_plain("0 0 t set A.B \"1\" \"\"\r"));
 }
 
-TEST(plain_line, has_single_blanks_between_its_parts) {
+TEST(plain_line, has_single_spaces_between_its_parts) {
     const std::string line = R"(0 0 t set A.B "1" "")";
     for (std::size_t at = line.find(' '); at != std::string::npos; at = line.find(' ', at + 1)) {
         for (const char* gap : {"", "  ", "\t", "\r", "\v ", " \f"}) {
@@ -114,10 +114,10 @@ TEST(plain_line, has_all_its_parts) {
     EXPECT_TRUE(is_plain(line));
 }
 
-TEST(plain_line, ends_with_a_line_feed_in_the_text) {
+TEST(plain_line, ends_with_a_newline_in_the_text) {
     const std::string line = R"(0 0 t set A.B "one" "two")";
     dp::plain_line plain;
-    EXPECT_FALSE(plain.split(padded_text(line).text())) << "the line may go on";
+    EXPECT_FALSE(plain.split(padded_text(line).text())) << "the line may continue";
     EXPECT_FALSE(plain.split(padded_text(line + ' ').text()));
     EXPECT_FALSE(plain.split(padded_text("").text()));
     EXPECT_FALSE(plain.split(padded_text("\n" + line + '\n').text()));
@@ -126,19 +126,19 @@ TEST(plain_line, ends_with_a_line_feed_in_the_text) {
     EXPECT_EQ(plain.size, line.size() + 2) << "the first line only";
 }
 
-TEST(plain_line, is_no_comment) {
+TEST(plain_line, is_not_a_comment) {
     EXPECT_FALSE(is_plain(R"(#0 0 t set A.B "1" "")"));
     EXPECT_FALSE(is_plain(R"(# 0 t set A.B "1" "")"));
     EXPECT_TRUE(is_plain(R"(0 # t set A.B "1" "")"));
 }
 
-TEST(plain_line, holds_no_backslash_in_its_values) {
+TEST(plain_line, has_no_backslash_in_its_values) {
     EXPECT_FALSE(is_plain(R"(0 0 t set A.B "\"" "")"));
     EXPECT_FALSE(is_plain(R"(0 0 t set A.B "" "a long value \\")"));
-    EXPECT_TRUE(is_plain(R"(0 0 \ set A\.B "" "")")) << "in words it is a byte like others";
+    EXPECT_TRUE(is_plain(R"(0 0 \ set A\.B "" "")")) << "in a word it is an ordinary byte";
 }
 
-TEST(plain_line, gives_the_parts_that_a_batch_line_takes) {
+TEST(plain_line, has_the_parts_that_line_scanner_extracts) {
     const std::array<std::string, 16> pieces{
         "0",  " ",  " ",   " ",    "A.B",  "\"",  "\"", "\" \"", "\"x\"", "a longer piece",
         "\\", "\t", "\0"s, "\x1F", "\x80", "\xFF"};
@@ -159,7 +159,7 @@ TEST(plain_line, gives_the_parts_that_a_batch_line_takes) {
         ASSERT_TRUE(take(text, expected)) << text;
         ASSERT_EQ(parts, expected) << text;
     }
-    EXPECT_GT(plain, 20'000) << "next to no line was plain";
+    EXPECT_GT(plain, 20'000) << "too few lines were plain";
 }
 
 TEST(plain_line, may_have_parts_of_any_size) {

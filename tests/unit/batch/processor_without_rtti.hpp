@@ -8,10 +8,11 @@
 
 namespace test {
 
-/// A processor whose virtual table is compiled with -fno-rtti: it has no type information. It
-/// gathers the input values.
+/// A processor that is compiled with -fno-rtti and therefore has no type information. Collects the
+/// input values.
 class processor_without_rtti : public dp::batch_file_intf {
   public:
+    /// False in builds that need type information.
     static const bool works_in_this_build;
 
     processor_without_rtti();

@@ -1,5 +1,5 @@
-// The classes and records of batch/ as a host uses them: data members by name, type and order,
-// objects that are made empty and filled afterwards, and derived classes.
+// The public data of batch/ as a host uses it: data members by name, type and order, data that is
+// set after construction, and derived classes.
 
 #include <gtest/gtest.h>
 
@@ -56,7 +56,7 @@ TEST(batch_file_entry, is_an_aggregate_of_ten_texts) {
     EXPECT_EQ(os.str(), "0 1 t set A.B \"in\" \"out\" ");
 }
 
-TEST(batch_file_reader, can_be_made_empty_and_given_a_processor_afterwards) {
+TEST(batch_file_reader, takes_its_processor_after_construction) {
     dp::batch_file_reader reader;
     EXPECT_EQ(reader.processor, nullptr);
     EXPECT_TRUE(test::has_type<dp::batch_file_intf*>(reader.processor));
@@ -69,7 +69,7 @@ TEST(batch_file_reader, can_be_made_empty_and_given_a_processor_afterwards) {
     EXPECT_EQ(checker.good, 1U);
 }
 
-TEST(batch_file_checker, has_two_counts_and_can_be_derived_from) {
+TEST(batch_file_checker, has_public_counts_and_can_be_derived_from) {
     counting<dp::batch_file_checker> checker;
     static_assert(std::is_base_of_v<dp::batch_file_intf, dp::batch_file_checker>);
     static_assert(!std::is_base_of_v<dp::batch_file_reader, dp::batch_file_checker>);
@@ -84,7 +84,7 @@ TEST(batch_file_checker, has_two_counts_and_can_be_derived_from) {
     EXPECT_EQ(checker.good, 1U);
 }
 
-TEST(batch_file_settings_rdr, can_be_made_empty_and_given_its_lists_afterwards) {
+TEST(batch_file_settings_rdr, takes_its_lists_after_construction) {
     counting<dp::batch_file_settings_rdr> rdr;
     EXPECT_TRUE(test::has_type<std::vector<std::string>*>(rdr.names));
     EXPECT_TRUE(test::has_type<std::vector<std::string>*>(rdr.values));
@@ -103,7 +103,7 @@ TEST(batch_file_settings_rdr, can_be_made_empty_and_given_its_lists_afterwards) 
     EXPECT_EQ(values, std::vector<std::string>{"in"});
 }
 
-TEST(batch_file_converter, has_its_commands_by_value_and_can_be_derived_from) {
+TEST(batch_file_converter, has_public_commands_and_can_be_derived_from) {
     counting<dp::batch_file_converter> converter;
     EXPECT_TRUE(test::has_type<std::vector<dp::transaction_command>>(converter.commands));
     EXPECT_TRUE(test::in_order(converter.processor, converter.commands));
@@ -114,7 +114,7 @@ TEST(batch_file_converter, has_its_commands_by_value_and_can_be_derived_from) {
     EXPECT_EQ(converter.commands[0].value_in, "in");
 }
 
-TEST(batch_file_loader, can_be_made_empty_and_given_its_list_afterwards) {
+TEST(batch_file_loader, takes_its_list_after_construction) {
     counting<dp::batch_file_loader> loader;
     EXPECT_EQ(loader.entries, nullptr);
     EXPECT_TRUE(test::has_type<unsigned>(loader.failed));
@@ -133,7 +133,7 @@ TEST(batch_file_loader, can_be_made_empty_and_given_its_list_afterwards) {
     EXPECT_EQ(entries[0].value_out, "out");
 }
 
-TEST(cache_updater, is_a_static_operation) {
+TEST(cache_updater_data, is_a_static_function) {
     dp::batch_file_entry entry;
     static_assert(std::is_same_v<decltype(&dp::cache_updater::process_entry),
                                  void (*)(dp::batch_file_entry&, dp::registrar*)>);
@@ -141,7 +141,7 @@ TEST(cache_updater, is_a_static_operation) {
 }
 
 // Firmware is often compiled without run-time type information.
-TEST(batch_file_reader, works_with_a_processor_that_has_no_type_information) {
+TEST(batch_file_reader, works_with_a_processor_without_type_information) {
     if (!test::processor_without_rtti::works_in_this_build) {
         GTEST_SKIP() << "the sanitizer that checks virtual calls needs type information";
     }

@@ -34,7 +34,7 @@ TEST(qualified_setting_name, splits_at_the_first_and_the_last_dot) {
     EXPECT_EQ(parsed("a.b.c.d.e"), (parts{"a", "b.c.d", "e"}));
 }
 
-TEST(qualified_setting_name, without_a_dot_has_the_configuration_err) {
+TEST(qualified_setting_name, has_the_configuration_err_without_a_dot) {
     EXPECT_EQ(parsed("BootMode"), (parts{"err", "BootMode", ""}));
     EXPECT_EQ(parsed(""), (parts{"err", "invalid_setting", ""}));
     EXPECT_EQ(parsed(" "), (parts{"err", " ", ""}));
@@ -47,14 +47,14 @@ TEST(qualified_setting_name, keeps_empty_parts) {
     EXPECT_EQ(parsed("A.B."), (parts{"A", "B", ""}));
 }
 
-TEST(qualified_setting_name, takes_names_of_nothing_but_dots) {
+TEST(qualified_setting_name, splits_names_of_dots_only) {
     EXPECT_EQ(parsed("."), (parts{"", "", ""}));
     EXPECT_EQ(parsed(".."), (parts{"", "", ""}));
     EXPECT_EQ(parsed("..."), (parts{"", ".", ""}));
     EXPECT_EQ(parsed(std::string(1'000'000, '.')), (parts{"", std::string(999'998, '.'), ""}));
 }
 
-TEST(qualified_setting_name, does_not_look_into_its_parts) {
+TEST(qualified_setting_name, accepts_any_bytes_in_its_parts) {
     EXPECT_EQ(parsed("A.B.x y"), (parts{"A", "B", "x y"}));
     const std::string bytes("\0.\xFF.\n", 5);
     EXPECT_EQ(parsed(bytes), (parts{std::string("\0", 1), "\xFF", "\n"}));
@@ -62,7 +62,7 @@ TEST(qualified_setting_name, does_not_look_into_its_parts) {
     EXPECT_EQ(parsed(long_word), (parts{"err", long_word, ""}));
 }
 
-TEST(qualified_setting_name, joins_its_parts_again) {
+TEST(qualified_setting_name, joins_its_parts) {
     dp::qualified_setting_name name;
     for (const std::string text :
          {"BIOS.Boot.Mode.3", "BIOS.BootMode", ".", "A.", ".B", "A..3", "..."}) {
@@ -71,7 +71,7 @@ TEST(qualified_setting_name, joins_its_parts_again) {
     }
 }
 
-TEST(qualified_setting_name, may_be_parsed_from_one_of_its_own_parts) {
+TEST(qualified_setting_name, may_be_parsed_from_its_own_parts) {
     using part = std::string dp::qualified_setting_name::*;
     const std::string big(100'000, 's');
     for (const part own :
@@ -87,7 +87,7 @@ TEST(qualified_setting_name, may_be_parsed_from_one_of_its_own_parts) {
     }
 }
 
-TEST(qualified_setting_name, joined_name_shows_what_was_missing) {
+TEST(qualified_setting_name, shows_missing_parts_in_the_joined_name) {
     dp::qualified_setting_name name;
     EXPECT_EQ(name.get_name(), ".");
     name.parse("BootMode");

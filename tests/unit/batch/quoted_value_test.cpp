@@ -17,33 +17,33 @@ std::string read(const std::string& text) {
 
 }  // namespace
 
-TEST(parse_quoted_escaped_str, reads_what_stands_between_the_quotes) {
+TEST(parse_quoted_escaped_str, reads_the_text_between_the_quotes) {
     EXPECT_EQ(read(R"("abc")"), "abc");
     EXPECT_EQ(read(R"("a b	c")"), "a b\tc");
     EXPECT_EQ(read(R"("")"), "");
     EXPECT_EQ(read("\"a\0\n\xFF\""s), "a\0\n\xFF"s);
 }
 
-TEST(parse_quoted_escaped_str, skips_what_stands_before_the_opening_quote) {
+TEST(parse_quoted_escaped_str, skips_the_text_before_the_opening_quote) {
     EXPECT_EQ(read(R"(  "a\"b" )"), R"(a"b)");
     EXPECT_EQ(read(R"(stray "abc")"), "abc");
     EXPECT_EQ(read("\n\t\"abc\""), "abc");
 }
 
-TEST(parse_quoted_escaped_str, a_backslash_takes_the_next_character_as_it_is) {
+TEST(parse_quoted_escaped_str, keeps_the_character_after_a_backslash) {
     EXPECT_EQ(read(R"("\"\\\n\x")"), R"("\nx)");
     EXPECT_EQ(read(R"("a\\")"), R"(a\)");
     EXPECT_EQ(read(R"("\\\"")"), R"(\")");
 }
 
-TEST(parse_quoted_escaped_str, a_backslash_before_the_opening_quote_hides_the_next_character) {
+TEST(parse_quoted_escaped_str, skips_an_escaped_character_before_the_opening_quote) {
     EXPECT_EQ(read(R"(\"abc")"), "") << "the second quote opens a value that never ends";
     EXPECT_EQ(read(R"(\"abc"def")"), "def");
     EXPECT_EQ(read(R"(\\"abc")"), "abc");
     EXPECT_EQ(read(R"(\x"abc")"), "abc");
 }
 
-TEST(parse_quoted_escaped_str, an_unterminated_value_ends_with_the_input) {
+TEST(parse_quoted_escaped_str, ends_an_unterminated_value_with_the_input) {
     EXPECT_EQ(read(R"(x"abc)"), "abc");
     EXPECT_EQ(read(R"(")"), "");
     EXPECT_EQ(read(R"("abc\)"), "abc");
@@ -57,7 +57,7 @@ TEST(parse_quoted_escaped_str, is_empty_without_a_quote) {
     EXPECT_EQ(read(R"(\")"), "");
 }
 
-TEST(parse_quoted_escaped_str, consumes_its_value_and_nothing_behind_it) {
+TEST(parse_quoted_escaped_str, consumes_nothing_after_its_value) {
     std::stringstream in(R"(x "one""two" rest)");
     EXPECT_EQ(dp::parse_quoted_escaped_str(in), "one");
     EXPECT_TRUE(in.good());
@@ -69,13 +69,13 @@ TEST(parse_quoted_escaped_str, consumes_its_value_and_nothing_behind_it) {
     EXPECT_EQ(dp::parse_quoted_escaped_str(in), "");
 }
 
-TEST(parse_quoted_escaped_str, closing_quote_at_the_very_end_leaves_the_stream_good) {
+TEST(parse_quoted_escaped_str, leaves_the_stream_good_after_a_closing_quote_at_its_end) {
     std::stringstream in(R"("abc")");
     EXPECT_EQ(dp::parse_quoted_escaped_str(in), "abc");
     EXPECT_TRUE(in.good());
 }
 
-TEST(parse_quoted_escaped_str, takes_nothing_from_a_stream_that_failed_or_ended) {
+TEST(parse_quoted_escaped_str, reads_nothing_from_a_stream_that_failed_or_ended) {
     for (const auto state : {std::ios::failbit, std::ios::badbit, std::ios::eofbit}) {
         std::stringstream in(R"("abc")");
         in.setstate(state);

@@ -7,8 +7,8 @@
 
 namespace test {
 
-/// What the EFI decompressor of this program does. Without a script it reads the stream to its end,
-/// as a decompressor does, and finds no image.
+/// The script of this program's EFI decompressor. Without a script it reads the stream to its end
+/// and returns nothing, as for a file that is not compressed.
 inline std::function<std::vector<unsigned char>(std::istream&)> decompressor_script;
 
 }  // namespace test
