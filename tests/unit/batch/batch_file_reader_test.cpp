@@ -396,7 +396,7 @@ TEST(read_file, reads_names_of_dots_and_words_of_a_megabyte) {
               (std::vector<texts>{{"0", "0", "t", "set", "", "", "", "", "", ""}}));
 }
 
-TEST(read_file, logs_each_parsed_line_when_mask_bit_4_is_set) {
+TEST(read_file, logs_each_parsed_line_when_the_mask_contains_4) {
     const std::string file =
         "0 0 t1 set A.B \"in\" \"out\"\n"
         "# comment\n"

@@ -63,7 +63,7 @@ TEST(map_operation, compares_keywords_exactly) {
     EXPECT_EQ(dp::map_operation(std::string(1'000'000, 'g')), dp::op_unknown);
 }
 
-TEST(map_operation, traces_an_unknown_keyword_when_mask_bit_2_is_set) {
+TEST(map_operation, traces_an_unknown_keyword_when_the_mask_contains_2) {
     test::recording_log log(2);
     EXPECT_EQ(dp::map_operation(std::string("nonsense")), dp::op_unknown);
     ASSERT_EQ(log.lines.size(), 1U);

@@ -39,7 +39,7 @@ class setting_transaction : public testing::Test {
         return c;
     }
 
-    // Adds 100 commands with correlators from 1000 on.
+    // Adds 100 commands with correlators from 1000 upwards.
     void add_many() {
         for (std::uint32_t i = 0; i < 100; ++i) {
             add(dp::op_get, &of_b).correlator = 1000 + i;
