@@ -1,11 +1,7 @@
 // Compares value queries of 10,000 attributes with a plain look-up in a std::map and a copy.
 
-#include <stdlib.h>
-
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <map>
 #include <string>
@@ -13,23 +9,20 @@
 #include <vector>
 
 #include "bench/support/generated_template.hpp"
+#include "bench/support/scratch_root.hpp"
 #include "bench/support/side_by_side.hpp"
 #include "bios/dp_api.h"
+#include "tests/support/scratch_files.hpp"
 
 namespace {
 
 constexpr std::size_t attributes = 10'000;
 
-}  // namespace
-
-int main() {
-    std::string folder = "/tmp/dp-bench-XXXXXX";
-    bench::require(mkdtemp(folder.data()) != nullptr && setenv("DP_ROOT", folder.c_str(), 1) == 0,
-                   "no scratch folder");
-    std::filesystem::create_directories(folder + "/var/dp");
+void measure() {
+    const std::string settings = test::root() + "/settings";
     const auto infos = bench::generated_template(attributes);
-    std::ofstream(folder + "/settings") << bench::settings_text(infos);
-    dp_cim_change_settings_fname((folder + "/settings").c_str());
+    test::write_file(settings, bench::settings_text(infos));
+    dp_cim_change_settings_fname(settings.c_str());
 
     std::map<std::string, std::string, std::less<>> values;
     std::vector<std::string> names;
@@ -72,6 +65,10 @@ int main() {
     contest.expect_within("dp_get_bios_attribute_value", "std::map and copy", 2);
     contest.run();
     dp_api_uninitialize();
-    std::filesystem::remove_all(folder);
-    return 0;
+}
+
+}  // namespace
+
+int main(int /*argc*/, char** argv) {
+    return bench::in_scratch_root(argv, bench::place::memory, measure);
 }

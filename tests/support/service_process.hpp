@@ -16,8 +16,8 @@ namespace test {
 /// one at a time. Waiting for the service ends after `patience`.
 class service_process {
   public:
-    /// Empties the scratch folder and writes the files of a server that was never started: links
-    /// the outside tools, and installs the sample template with the build id "B1".
+    /// Empties the scratch folder and writes the files of a server that was never started: symlinks
+    /// to the outside tools, and the sample template with the build id "B1".
     service_process();
     /// Kills the service if it is still running.
     ~service_process();
