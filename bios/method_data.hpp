@@ -27,7 +27,7 @@ namespace dp {
 /// Plain data: copies are independent.
 class DP_API ZEB_MethodData {
   public:
-    /// An empty record that is not valid.
+    /// An empty frame that is not valid.
     ZEB_MethodData() = default;
 
     /// Frames a name and a payload. A name of 256 bytes or more is cut to its first N bytes in

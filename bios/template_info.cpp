@@ -20,8 +20,7 @@
 //   - a record ends with A7 or with the file; one line feed directly after A7 belongs to it;
 //   - a key ends with the next ":", whatever bytes it contains; without one the rest of the record
 //     is ignored;
-//   - a value ends with the next 95 or with the record; a key with nothing after its ":" is
-//   ignored.
+//   - a value ends with the next 95 or with the record; a key whose ":" ends the record is dropped.
 // Any byte may be zero.
 
 namespace {

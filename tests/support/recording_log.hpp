@@ -19,7 +19,8 @@ class recording_log final : public sysipc::event_log::streams {
         bool operator==(const line&) const = default;
     };
 
-    explicit recording_log(std::uint32_t level_mask = 0x90000000)
+    explicit recording_log(std::uint32_t level_mask = sysipc::event_log::log_level::log |
+                                                      sysipc::event_log::log_level::error)
         : mask_value(level_mask), previous_(sysipc::application_log::app_streams) {
         sysipc::application_log::app_streams = this;
     }
