@@ -15,7 +15,8 @@ endforeach()
 function(dp_program_library name)
   add_library(${name} STATIC ${ARGN})
   target_include_directories(
-    ${name} PUBLIC "${DP_PROGRAM_INCLUDE_DIR}"
-                   "$<TARGET_PROPERTY:dp_common,INTERFACE_INCLUDE_DIRECTORIES>")
-  target_link_libraries(${name} PRIVATE dp_compile_options)
+    ${name}
+    PUBLIC "$<BUILD_INTERFACE:${DP_PROGRAM_INCLUDE_DIR}>"
+           "$<BUILD_INTERFACE:$<TARGET_PROPERTY:dp_common,INTERFACE_INCLUDE_DIRECTORIES>>")
+  target_link_libraries(${name} PRIVATE "$<BUILD_INTERFACE:dp_compile_options>")
 endfunction()

@@ -5,8 +5,8 @@
 
 #include "common/fixed_paths.hpp"
 #include "host/exchange/run_folder.hpp"
-#include "host/process/instance_lock.hpp"
 #include "host/process/service_log.hpp"
+#include "host/process/single_instance.hpp"
 #include "host/process/stop_signal.hpp"
 #include "host/service_loop.hpp"
 #include "host/settings_service.hpp"
@@ -31,13 +31,16 @@ int serve() {
         return fail("cannot catch signals");
     }
     umask(S_IRWXG | S_IRWXO);
-    if (const std::string problem = dp_host::prepare_run_folder(server_paths::data_folder.str());
+    if (const std::string problem =
+            dp_host::prepare_run_folder(dp_service::server_paths::data_folder.str());
         !problem.empty()) {
         return fail(problem);
     }
-    dp_host::instance_lock lock;
-    if (const std::string problem = lock.take(server_paths::service_lock.str()); !problem.empty()) {
-        return fail(problem);
+    dp_service::service_lock lock;
+    if (const auto locked =
+            dp_host::ensure_single_instance(lock, dp_service::server_paths::service_lock.str());
+        !locked) {
+        return fail(locked.reason());
     }
     dp_host::settings_service service;
     dp_host::service_loop loop(service);
@@ -65,8 +68,8 @@ int run(int argc, char** argv) {
         "commands.\nRuns in the foreground until SIGTERM or SIGINT.",
         "dp_settingsd"};
     app.set_version_flag("--version", "dp_settingsd " DP_VERSION);
-    app.footer("Exchange folder: " + server_paths::exchange_folder.str() +
-               "\nData folder:     " + server_paths::data_folder.str() +
+    app.footer("Exchange folder: " + dp_service::server_paths::exchange_folder.str() +
+               "\nData folder:     " + dp_service::server_paths::data_folder.str() +
                "\nEnvironment:     DP_LOG (none, stderr, file:PATH, syslog; default stderr), "
                "DP_LOG_MASK, DP_LOG_TAG, DP_QUEUE_PREFIX\n"
                "Exit codes:      0 stopped as asked, 1 failed, 2 wrong usage");

@@ -7,10 +7,10 @@
 #include <filesystem>
 
 #include "common/fixed_paths.hpp"
-#include "service_api/server_paths.hpp"
 #include "host/exchange/run_folder.hpp"
 #include "host/process/service_log.hpp"
 #include "host/process/stop_signal.hpp"
+#include "service_api/server_paths.hpp"
 
 namespace dp_host {
 namespace {
@@ -25,7 +25,7 @@ service_loop::service_loop(settings_service& service)
     : service_(service), batches_(service.registrar()), requests_(service) {}
 
 std::string service_loop::begin() {
-    const std::string folder = server_paths::exchange_folder.str();
+    const std::string folder = dp_service::server_paths::exchange_folder.str();
     std::string problem = prepare_run_folder(folder);
     return problem.empty() ? watch_.begin(folder) : problem;
 }
@@ -52,7 +52,7 @@ bool service_loop::work() {
     exchange_look batch = exchange_look::taken;
     while ((request == exchange_look::taken || batch == exchange_look::taken) &&
            !stop_signal::came()) {
-        request = look_at(requests_, server_paths::server_request.str());
+        request = look_at(requests_, dp_service::server_paths::server_request.str());
         batch = look_at(batches_, dp::fixed_paths::batch.str());
         service_.settle();
     }

@@ -16,9 +16,9 @@
 #include "host/process/service_files.hpp"
 #include "host/process/service_log.hpp"
 #include "logs/alerts.hpp"
-#include "service_api/expanded_texts.hpp"
 #include "service_api/server_paths.hpp"
 #include "service_api/service_status.hpp"
+#include "service_api/template_cache.hpp"
 #include "settings/configuration.hpp"
 #include "support/remove_or_set_aside.hpp"
 #include "support/staged_file.hpp"
@@ -119,8 +119,9 @@ settings_service::~settings_service() {
 }
 
 std::string settings_service::start() {
-    for (const auto& path : {dp::fixed_paths::uefi_settings, dp::fixed_paths::uefi_current,
-                             dp::fixed_paths::uefi_build_id, server_paths::vital_product_data}) {
+    for (const auto& path :
+         {dp::fixed_paths::uefi_settings, dp::fixed_paths::uefi_current,
+          dp::fixed_paths::uefi_build_id, dp_service::server_paths::vital_product_data}) {
         if (std::string problem = problem_with_file(path.str()); !problem.empty()) {
             return problem;
         }
@@ -234,11 +235,11 @@ void settings_service::tell_of(dp::command::alerts what, fm::command::alerts fm_
     dp::send_fm_alert(fm_what, 0);
 }
 
-server_outcome settings_service::restart() {
+dp_service::server_answer settings_service::restart() {
     const std::string problem = write_store(dp::fixed_paths::uefi_current.str(), *store_).reason();
     if (!problem.empty()) {
         log_error("restart: ", problem);
-        return {service_status::not_persisted, problem};
+        return {dp_service::service_status::not_persisted, problem};
     }
     log_line("the server restarted: pending values are current");
     tell_of(dp::command::alerts::server_restarted, fm::command::alerts::server_restarted);
@@ -251,20 +252,20 @@ struct settings_service::update_parts {
     std::unique_ptr<value_store> store;
 };
 
-server_outcome settings_service::prepare_update(update_parts& parts) {
-    const std::string template_path = server_paths::update_template.str();
+dp_service::server_answer settings_service::prepare_update(update_parts& parts) {
+    const std::string template_path = dp_service::server_paths::update_template.str();
     if (open_own_file(template_path).missing) {
-        return {service_status::not_supported,
-                "no update lies ready in " + server_paths::update_folder.str()};
+        return {dp_service::service_status::not_supported,
+                "no update lies ready in " + dp_service::server_paths::update_folder.str()};
     }
-    std::string problem = prepare_run_folder(server_paths::update_folder.str());
+    std::string problem = prepare_run_folder(dp_service::server_paths::update_folder.str());
     if (problem.empty()) {
-        parts.build_id =
-            read_own_file(server_paths::update_build_id.str(), longest_build_id_file, problem);
+        parts.build_id = read_own_file(dp_service::server_paths::update_build_id.str(),
+                                       longest_build_id_file, problem);
         parts.build_id.resize(std::min(parts.build_id.find('\n'), parts.build_id.size()));
     }
     if (problem.empty() && !is_product_data_value(parts.build_id)) {
-        problem = server_paths::update_build_id.str() + " holds no build id";
+        problem = dp_service::server_paths::update_build_id.str() + " holds no build id";
     }
     std::vector<template_info> infos;
     if (problem.empty()) {
@@ -277,7 +278,7 @@ server_outcome settings_service::prepare_update(update_parts& parts) {
         parts.model = template_model::make(infos, &plugin_, problem);
     }
     if (!parts.model) {
-        return {service_status::malformed_line, problem};
+        return {dp_service::service_status::malformed_line, problem};
     }
     parts.store = std::make_unique<value_store>(*parts.model);
     carry_over(*store_, *parts.model, *parts.store);
@@ -288,9 +289,9 @@ server_outcome settings_service::prepare_update(update_parts& parts) {
     return {};
 }
 
-server_outcome settings_service::update() {
+dp_service::server_answer settings_service::update() {
     update_parts parts;
-    server_outcome outcome = prepare_update(parts);
+    dp_service::server_answer outcome = prepare_update(parts);
     if (outcome.status != 0) {
         log_error("BIOS update refused: ", outcome.reason);
         return outcome;
@@ -301,14 +302,14 @@ server_outcome settings_service::update() {
                                     dp_support::staged_file::durable);
     dp_support::staged_file current(dp::fixed_paths::uefi_current.str(),
                                     dp_support::staged_file::durable);
-    dp_support::staged_file product_data(server_paths::vital_product_data.str(),
+    dp_support::staged_file product_data(dp_service::server_paths::vital_product_data.str(),
                                          dp_support::staged_file::durable);
-    std::ifstream source(server_paths::update_template.str(), std::ios::binary);
+    std::ifstream source(dp_service::server_paths::update_template.str(), std::ios::binary);
     bios.out() << source.rdbuf();
     write_values(*parts.store, pending.out());
     write_values(*parts.store, current.out());
-    product_data.out() << with_product_data(server_paths::vital_product_data.str(), "UEFIID",
-                                            parts.build_id, outcome.reason);
+    product_data.out() << with_product_data(dp_service::server_paths::vital_product_data.str(),
+                                            "UEFIID", parts.build_id, outcome.reason);
     dp_support::staged_file* const files[] = {&bios, &pending, &current, &product_data};
     for (dp_support::staged_file* file : files) {
         if (outcome.reason.empty()) {
@@ -323,7 +324,7 @@ server_outcome settings_service::update() {
     // With the template in place it is the new BIOS, whatever else could not be written: the next
     // start, or the next request, gives it its values.
     if (bios.is_in_place()) {
-        expanded_texts::forget();
+        dp_service::template_cache::discard();
         install(std::move(parts.model), std::move(parts.store));
         file_differs_ = !pending.is_in_place();
         refresh_build_id();
@@ -332,11 +333,11 @@ server_outcome settings_service::update() {
     }
     if (!outcome.reason.empty()) {
         log_error("BIOS update failed: ", outcome.reason);
-        outcome.status = service_status::not_persisted;
+        outcome.status = dp_service::service_status::not_persisted;
         return outcome;
     }
-    dp_support::remove_or_set_aside(server_paths::update_template.str());
-    dp_support::remove_or_set_aside(server_paths::update_build_id.str());
+    dp_support::remove_or_set_aside(dp_service::server_paths::update_template.str());
+    dp_support::remove_or_set_aside(dp_service::server_paths::update_build_id.str());
     log_line("the BIOS was updated to ", parts.build_id, " and the server restarted");
     return {};
 }

@@ -7,7 +7,6 @@
 
 #include "bios/template_info.hpp"
 #include "common/fixed_paths.hpp"
-#include "host/exchange/server_outcome.hpp"
 #include "host/history/change_history.hpp"
 #include "host/history/history_note.hpp"
 #include "host/host_registrar.hpp"
@@ -17,6 +16,7 @@
 #include "host/store_plugin.hpp"
 #include "platform/dp/alerts.hpp"
 #include "platform/fm/alerts.hpp"
+#include "service_api/server_answer.hpp"
 #include "service_api/server_paths.hpp"
 #include "support/result.hpp"
 
@@ -45,7 +45,7 @@ class settings_service {
     void settle();
 
     /// Restarts the simulated server: pending values become current. Alerts whoever listens.
-    server_outcome restart();
+    dp_service::server_answer restart();
 
     /// Updates the simulated server's BIOS from the parts that lie ready, and restarts it. Values
     /// of attributes that the new template still has, and that are still valid, stay; all others
@@ -53,7 +53,7 @@ class settings_service {
     /// examined and written beside the old files first; then they are replaced one behind the
     /// other. Interrupted anywhere, the update can be run again. Alerts whoever listens as soon as
     /// there is another BIOS.
-    server_outcome update();
+    dp_service::server_answer update();
 
   private:
     struct update_parts;
@@ -63,7 +63,7 @@ class settings_service {
     dp_support::result<> write_store(const std::string& path, const value_store& store,
                                      const std::string& history_lines = {});
     std::string load_values();
-    server_outcome prepare_update(update_parts& parts);
+    dp_service::server_answer prepare_update(update_parts& parts);
     void tell_of(dp::command::alerts what, fm::command::alerts fm_what) const;
     void install(std::unique_ptr<template_model> model, std::unique_ptr<value_store> store);
 
@@ -72,7 +72,7 @@ class settings_service {
     std::unique_ptr<template_model> model_;
     std::unique_ptr<value_store> store_;
     bool file_differs_ = false;
-    change_history history_{server_paths::change_history.str()};
+    change_history history_{dp_service::server_paths::history.str()};
     // A line of the history is shorter than the history may be.
     history_note note_{service_files::history_note.str(), dp::fixed_paths::uefi_settings.str(),
                        2 * change_history::usual_limit};

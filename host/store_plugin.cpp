@@ -49,7 +49,7 @@ void fail_after_all(dp::transaction_command& command, std::int32_t status) {
 }  // namespace
 
 store_plugin::store_plugin(persist_function persist)
-    : dp::plugin("settings_store", settings_owner, alert_sources::settings_store),
+    : dp::plugin("settings_store", settings_owner, dp_service::alert_sources::settings_store),
       persist_(std::move(persist)) {}
 
 void store_plugin::on_start(dp::registrar& /*reg*/) {}
@@ -129,12 +129,12 @@ void store_plugin::carry_out(dp::transaction_command& command) {
     dp::setting& setting = *command.target.setting;
     const dp::operations op = command.operation;
     if (op != dp::op_get && op != dp::op_getv && !is_write(op)) {
-        command.fail(service_status::not_supported);
+        command.fail(dp_service::service_status::not_supported);
         return;
     }
     value_store::place at{&setting, 0};
     if (!element_of(setting).names_instance(command.target.instance, at.instance)) {
-        command.fail(service_status::bad_instance);
+        command.fail(dp_service::service_status::bad_instance);
         return;
     }
     if (op == dp::op_delete) {
@@ -159,7 +159,7 @@ void store_plugin::write(dp::transaction_command& command, value_store::place at
     const std::string* const present = store_->find(at);
     const bool is_there = present != nullptr;
     if (element_of(*at.setting).is_read_only() && (!is_there || *present != command.value_in)) {
-        command.fail(service_status::read_only);
+        command.fail(dp_service::service_status::read_only);
         return;
     }
     command_marks::changed(command) = !is_there || *present != command.value_in;
@@ -178,7 +178,7 @@ void store_plugin::write(dp::transaction_command& command, value_store::place at
 void store_plugin::remove(dp::transaction_command& command, value_store::place at) {
     template_element& element = element_of(*at.setting);
     if (element.is_read_only()) {
-        command.fail(service_status::read_only);
+        command.fail(dp_service::service_status::read_only);
         return;
     }
     if (element.is_single_valued()) {
@@ -215,7 +215,7 @@ void store_plugin::take_back(const std::vector<dp::transaction_command*>& answer
         if (!is_write(command->operation)) {
             reads.push_back(command);
         } else if (command->status == dp::command_status::success) {
-            fail_after_all(*command, service_status::not_persisted);
+            fail_after_all(*command, dp_service::service_status::not_persisted);
         }
     }
     store_->undo_changes();

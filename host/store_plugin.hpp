@@ -4,18 +4,19 @@
 #include <functional>
 #include <vector>
 
-#include "settings/plugin.hpp"
 #include "host/model/template_model.hpp"
+#include "host/model/value_store.hpp"
+#include "settings/plugin.hpp"
 #include "transactions/setting_transaction.hpp"
 #include "transactions/transaction_command.hpp"
-#include "host/model/value_store.hpp"
 
 namespace dp_host {
 
 /// The settings owner of the service: it keeps the values of every attribute and carries out the
 /// reads, writes and deletes of a transaction in their order. What a transaction changed is made to
 /// last in one go before any command of it is answered; if that fails, all of it is undone and each
-/// command that would have changed something fails with `service_status::not_persisted`.
+/// command that would have changed something fails with
+/// `dp_service::service_status::not_persisted`.
 ///
 /// A delete of an instance removes its value (the whole row, when the setting is the key of a
 /// record); of a single-valued setting, where it is permitted, it brings the default back. Setting

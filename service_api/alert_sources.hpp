@@ -3,9 +3,9 @@
 
 #include <cstdint>
 
-/// The plug-in ids that dp_settingsd's alerts carry.
-namespace alert_sources {
+/// The plug-in ids in dp_settingsd's alerts.
+namespace dp_service::alert_sources {
 inline constexpr std::uint8_t settings_store = 1;  ///< keeps the values of the BIOS attributes
-}  // namespace alert_sources
+}  // namespace dp_service::alert_sources
 
 #endif

@@ -4,13 +4,13 @@
 
 #include "common/quoting.hpp"
 
+namespace dp_service {
 namespace {
 
 constexpr const char* separator = "   ";
 constexpr std::size_t separator_size = 3;
 
-// The text between the quotes, without its backslashes; nothing when it does not end with the
-// closing quote.
+// The text between the quotes, unescaped; nothing when it does not end with the closing quote.
 std::optional<std::string> unquoted(const std::string& text) {
     if (text.empty() || text.front() != '"') {
         return std::nullopt;
@@ -69,3 +69,5 @@ std::optional<change_record> change_record::parse(const std::string& line) {
     }
     return record;
 }
+
+}  // namespace dp_service

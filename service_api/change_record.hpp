@@ -4,26 +4,30 @@
 #include <optional>
 #include <string>
 
-/// One change of one setting instance, and the line of the change history that tells of it:
+namespace dp_service {
+
+/// One change of one setting instance, and its line in the change history:
 ///
 ///     <WHO> TIME   TARGET   "VALUE"
 ///     <WHO> TIME   TARGET
 ///
-/// The second form, without a value, tells that the instance was deleted. Three blanks stand
-/// between time, target and value; in the value a backslash stands before every backslash and
-/// double quote. Who, time and target are never quoted: they hold no line end, who and target no
-/// white space, and the time no three blanks in a row.
+/// The second form, without a value, is for a deleted instance. Three spaces separate time, target
+/// and value. In the value, a backslash precedes every backslash and double quote. Who, time and
+/// target are not escaped: none contains a newline, who and target contain no white space, and the
+/// time contains no three spaces in a row.
 struct change_record {
     std::string who;     ///< the transaction's name: its identifier without "<" and ">"
-    std::string time;    ///< local time as `asctime` shows it, without the line end
+    std::string time;    ///< local time in the form of asctime(3), without the newline
     std::string target;  ///< CONFIGURATION.SETTING[.INSTANCE]
-    std::optional<std::string> value;  ///< as the setting has it now; none when it was deleted
+    std::optional<std::string> value;  ///< the setting's new value; none when it was deleted
 
-    /// The line, without a line end.
+    /// The line, without a newline.
     [[nodiscard]] std::string line() const;
 
-    /// What a line (without its line end) tells; nothing when it is not one of these.
+    /// The change record in `line`, which has no newline; nothing when it is not such a line.
     static std::optional<change_record> parse(const std::string& line);
 };
+
+}  // namespace dp_service
 
 #endif

@@ -1,6 +1,6 @@
 #include "service_api/choice_list.hpp"
 
-namespace choice_list {
+namespace dp_service::choice_list {
 
 std::vector<std::string> split(const std::string& chc) {
     std::vector<std::string> choices;
@@ -36,4 +36,4 @@ std::string join(const std::vector<std::string>& choices) {
     return chc;
 }
 
-}  // namespace choice_list
+}  // namespace dp_service::choice_list

@@ -3,12 +3,12 @@
 
 #include <cstdint>
 
-/// Bits that our templates use in the flag word `flg`, which the library only carries.
-namespace template_flags {
+/// Bits of a template's flag word `flg`, whose meaning the library leaves to the host.
+namespace dp_service::template_flags {
 
 /// The attribute can be read but not changed.
 inline constexpr std::uint32_t read_only = 0x1;
 
-}  // namespace template_flags
+}  // namespace dp_service::template_flags
 
 #endif

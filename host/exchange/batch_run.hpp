@@ -14,9 +14,9 @@ inline constexpr std::uint64_t largest_batch = std::uint64_t{256} * 1024 * 1024;
 
 /// Runs a batch file, compressed or not, as one transaction, and writes a line to `answer` for
 /// every command of the file, in its order: the command's result line; for a line that is no
-/// command, or too long for one, a result line with `service_status::malformed_line`. Values with a
-/// double quote are written escaped, because a reader would drop a result line that holds them as
-/// they are, and with it the command's outcome.
+/// command, or too long for one, a result line with `dp_service::service_status::malformed_line`.
+/// Values with a double quote are written escaped, because a reader would drop a result line that
+/// holds them as they are, and with it the command's outcome.
 ///
 /// The process status file tells of it from its start to its end. The answer is complete when the
 /// status tells of its file and of the transaction's end; it is left to the caller to put it in

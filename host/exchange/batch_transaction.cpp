@@ -32,7 +32,7 @@ void check_instance(dp::transaction_command& command) {
     const auto* element = dynamic_cast<template_element*>(command.target.setting->element);
     std::uint32_t instance = 0;
     if (element != nullptr && !element->names_instance(command.target.instance, instance)) {
-        command.fail(service_status::bad_instance);
+        command.fail(dp_service::service_status::bad_instance);
     }
 }
 

@@ -30,7 +30,8 @@ dp::basic_transaction_command answer_to_line(std::string_view line, std::int32_t
 }
 
 void malformed_lines::on_dropped_line(std::string_view line) {
-    all_.push_back({commands_.size(), answer_to_line(line, service_status::malformed_line)});
+    all_.push_back(
+        {commands_.size(), answer_to_line(line, dp_service::service_status::malformed_line)});
 }
 
 }  // namespace dp_host

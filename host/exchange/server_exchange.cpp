@@ -7,7 +7,9 @@
 #include "host/exchange/own_file.hpp"
 #include "host/process/service_files.hpp"
 #include "host/process/service_log.hpp"
+#include "service_api/server_answer.hpp"
 #include "service_api/server_paths.hpp"
+#include "service_api/server_request.hpp"
 #include "service_api/service_status.hpp"
 #include "support/file_descriptor.hpp"
 #include "support/remove_or_set_aside.hpp"
@@ -26,7 +28,7 @@ void server_exchange::recover() {
     if (running.missing) {
         return;
     }
-    const own_file answer = open_own_file(server_paths::server_answer.str());
+    const own_file answer = open_own_file(dp_service::server_paths::server_answer.str());
     const bool is_answered = answer.problem.empty() && !is_later(running.modified, answer.modified);
     if (is_answered || !running.problem.empty()) {
         dp_support::remove_or_set_aside(path);
@@ -38,8 +40,9 @@ void server_exchange::recover() {
 
 exchange_look server_exchange::look(bool has_ended) {
     dp_support::file_descriptor hold;
-    const exchange_look look = take_exchange_file(
-        server_paths::server_request.str(), service_files::running_request.str(), has_ended, hold);
+    const exchange_look look =
+        take_exchange_file(dp_service::server_paths::server_request.str(),
+                           service_files::running_request.str(), has_ended, hold);
     if (look == exchange_look::taken) {
         carry_out_and_answer();
     }
@@ -51,23 +54,19 @@ void server_exchange::carry_out_and_answer() {
     std::string problem;
     std::string request = read_own_file(running, longest_request, problem);
     request.erase(std::min(request.find_last_not_of(" \t\r\n") + 1, request.size()));
-    server_outcome outcome;
+    dp_service::server_answer outcome;
     if (!problem.empty()) {
-        outcome = {service_status::malformed_line, problem};
-    } else if (request == "restart") {
+        outcome = {dp_service::service_status::malformed_line, problem};
+    } else if (request == dp_service::server_request::restart) {
         outcome = service_.restart();
-    } else if (request == "update") {
+    } else if (request == dp_service::server_request::update) {
         outcome = service_.update();
     } else {
-        outcome = {service_status::not_supported, "unknown request"};
+        outcome = {dp_service::service_status::not_supported, "unknown request"};
     }
-    dp_support::staged_file answer(server_paths::server_answer.str(),
+    dp_support::staged_file answer(dp_service::server_paths::server_answer.str(),
                                    dp_support::staged_file::volatile_file);
-    answer.out() << outcome.status;
-    if (outcome.status != 0) {
-        answer.out() << ' ' << outcome.reason;
-    }
-    answer.out() << '\n';
+    answer.out() << outcome.line() << '\n';
     const auto placed = answer.complete().and_then([&] { return answer.replace(); });
     if (!placed) {
         log_error("cannot answer a server request: ", placed.reason());

@@ -23,7 +23,7 @@ bool is_reported(const dp::transaction_command& command) {
 // The path of a status file that can be written without following a link or waiting for a pipe's
 // other end; empty, which opens no file, when something else keeps its place.
 std::string prepared_path() {
-    std::string path = server_paths::process_status.str();
+    std::string path = dp_service::server_paths::process_status.str();
     const std::string problem = problem_with_file(path);
     if (!problem.empty() && !dp_support::remove_or_set_aside(path)) {
         log_error("no process status: ", problem, "; it stays there: ", std::strerror(errno));

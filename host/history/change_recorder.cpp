@@ -28,13 +28,13 @@ std::string local_time(std::time_t when) {
 change_recorder::change_recorder(std::string who, std::time_t when)
     : who_(std::move(who)), time_(local_time(when)) {}
 
-std::optional<change_record> change_recorder::operator()(
+std::optional<dp_service::change_record> change_recorder::operator()(
     const dp::transaction_command& command) const {
     if (command.target.setting == nullptr || command.status != dp::command_status::success ||
         !command_marks::changed(command)) {
         return std::nullopt;
     }
-    change_record record{who_, time_, command.target.get_name(), std::nullopt};
+    dp_service::change_record record{who_, time_, command.target.get_name(), std::nullopt};
     if (!command_marks::removed(command)) {
         record.value = command.value_out;
     }

@@ -17,7 +17,8 @@ class change_recorder {
     change_recorder(std::string who, std::time_t when);
 
     /// The record of a command that succeeded and changed its instance; nothing for any other.
-    std::optional<change_record> operator()(const dp::transaction_command& command) const;
+    std::optional<dp_service::change_record> operator()(
+        const dp::transaction_command& command) const;
 
   private:
     std::string who_;

@@ -7,13 +7,14 @@
 namespace dp_host {
 
 choice_element::choice_element(const template_info& info) : template_element(info) {
-    for (auto& choice : choice_list::split(info.chc)) {
+    for (auto& choice : dp_service::choice_list::split(info.chc)) {
         choices_.insert(std::move(choice));
     }
 }
 
 std::int32_t choice_element::check(const std::string& value) {
-    return choices_.contains(value) ? dp::command_status::success : service_status::not_a_choice;
+    return choices_.contains(value) ? dp::command_status::success
+                                    : dp_service::service_status::not_a_choice;
 }
 
 }  // namespace dp_host

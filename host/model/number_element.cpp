@@ -24,13 +24,14 @@ bool number_element::map_value(std::string* value) {
 
 std::int32_t number_element::check(const std::string& value) {
     if (!dp_support::decimal::is_digits(value)) {
-        return service_status::not_a_number;
+        return dp_service::service_status::not_a_number;
     }
     const auto number = dp_support::decimal::parse<std::uint32_t>(value);
     if (!number || *number < min_ || *number > max_) {
-        return service_status::out_of_range;
+        return dp_service::service_status::out_of_range;
     }
-    return (*number - min_) % step_ == 0 ? dp::command_status::success : service_status::not_a_step;
+    return (*number - min_) % step_ == 0 ? dp::command_status::success
+                                         : dp_service::service_status::not_a_step;
 }
 
 }  // namespace dp_host

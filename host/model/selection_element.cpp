@@ -14,7 +14,7 @@ namespace dp_host {
 using selection = std::map<std::string, std::string>;  // from value to order
 
 selection_element::selection_element(const template_info& info) : template_element(info) {
-    for (auto& choice : choice_list::split(info.chc)) {
+    for (auto& choice : dp_service::choice_list::split(info.chc)) {
         choices_.insert(std::move(choice));
     }
 }
@@ -50,7 +50,8 @@ std::int32_t selection_element::check(const std::string& value) {
         static_cast<std::size_t>(std::count(value.begin(), value.end(), ',')) + 1;
     const bool repeats =
         !dp::batch_list_info::is_full_form(value) && !value.empty() && items.size() != terse_size;
-    return all_known && !repeats ? dp::command_status::success : service_status::not_a_choice;
+    return all_known && !repeats ? dp::command_status::success
+                                 : dp_service::service_status::not_a_choice;
 }
 
 }  // namespace dp_host

@@ -63,14 +63,14 @@ std::unique_ptr<template_element> template_element::make(const template_info& in
 }
 
 bool template_element::is_read_only() const {
-    return (flags & template_flags::read_only) != 0;
+    return (flags & dp_service::template_flags::read_only) != 0;
 }
 
 std::int32_t template_element::validate(const std::string& value) {
     if (value == default_) {
         return dp::command_status::success;
     }
-    return is_read_only() ? service_status::read_only : check(value);
+    return is_read_only() ? dp_service::service_status::read_only : check(value);
 }
 
 bool template_element::may_have(const std::string& value) {

@@ -26,12 +26,13 @@ text_element::text_element(const template_info& info)
 std::int32_t text_element::check(const std::string& value) {
     const std::size_t length = character_count(value);
     if (length < min_length_) {
-        return service_status::too_short;
+        return dp_service::service_status::too_short;
     }
     if (max_length_ != 0 && length > max_length_) {
-        return service_status::too_long;
+        return dp_service::service_status::too_long;
     }
-    return matches(value) ? dp::command_status::success : service_status::pattern_mismatch;
+    return matches(value) ? dp::command_status::success
+                          : dp_service::service_status::pattern_mismatch;
 }
 
 bool text_element::matches(const std::string& value) const {

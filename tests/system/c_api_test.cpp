@@ -119,15 +119,15 @@ TEST_F(c_api, returns_a_status_for_each_refused_change) {
     EXPECT_EQ(dp_set_bios_attribute_value(requests.data(), static_cast<unsigned>(requests.size())),
               9);
     const std::vector<std::uint32_t> expected{untouched,
-                                              service_status::not_a_choice,
-                                              service_status::not_a_number,
-                                              service_status::out_of_range,
-                                              service_status::not_a_step,
-                                              service_status::malformed_line,
-                                              service_status::too_long,
-                                              service_status::read_only,
+                                              dp_service::service_status::not_a_choice,
+                                              dp_service::service_status::not_a_number,
+                                              dp_service::service_status::out_of_range,
+                                              dp_service::service_status::not_a_step,
+                                              dp_service::service_status::malformed_line,
+                                              dp_service::service_status::too_long,
+                                              dp_service::service_status::read_only,
                                               16,
-                                              service_status::bad_instance,
+                                              dp_service::service_status::bad_instance,
                                               untouched};
     for (std::size_t i = 0; i < expected.size(); ++i) {
         EXPECT_EQ(requests[i].status, expected[i]) << requests[i].name;

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "service_api/server_paths.hpp"
+#include "service_api/server_request.hpp"
 #include "support/command_line.hpp"
 #include "support/program_main.hpp"
 #include "tools/dp-server/server_files.hpp"
@@ -98,8 +99,8 @@ int run(int argc, char** argv) {
     const auto* const install = add_install(app, chosen);
     const auto* const restart = add_restart(app, chosen);
     add_update(app, chosen);
-    app.footer("The server's files lie in " + server_paths::data_folder.str() + " and " +
-               server_paths::exchange_folder.str() +
+    app.footer("The server's files lie in " + dp_service::server_paths::data_folder.str() +
+               " and " + dp_service::server_paths::exchange_folder.str() +
                ", which belong to the user\nwho runs dp_settingsd; only that user can operate the "
                "server.\n"
                "Exit codes: 0 done, 1 failed, 2 wrong usage.");
@@ -117,13 +118,15 @@ int run(int argc, char** argv) {
     }
     if (restart->parsed()) {
         return finish("restart",
-                      dp_tools::run_request("restart", timeout, [] { return std::string(); }),
+                      dp_tools::run_request(dp_service::server_request::restart, timeout,
+                                            [] { return std::string(); }),
                       "restarted: pending values are current now");
     }
     const auto place = [&] {
         return dp_tools::place_update(chosen.update_template, chosen.update_build_id);
     };
-    return finish("update", dp_tools::run_request("update", timeout, place),
+    return finish("update",
+                  dp_tools::run_request(dp_service::server_request::update, timeout, place),
                   "updated the BIOS to " + chosen.update_build_id);
 }
 

@@ -11,10 +11,9 @@
 #include "batch/batch_file_checker.hpp"
 #include "batch/batch_file_reader.hpp"
 #include "common/fixed_paths.hpp"
-#include "service_api/expanded_texts.hpp"
 #include "service_api/server_paths.hpp"
 #include "service_api/service_lock.hpp"
-#include "support/file_descriptor.hpp"
+#include "service_api/template_cache.hpp"
 #include "support/output_files.hpp"
 #include "support/read_file.hpp"
 #include "support/template_expansion.hpp"
@@ -90,10 +89,9 @@ std::string read_values(const std::string& path, std::string& bytes) {
 
 /// Keeps services from starting as long as `lock` is open; why that can't be, above all because one
 /// runs.
-std::string lock_out_services(dp_support::file_descriptor& lock) {
-    const std::string name = server_paths::service_lock.str();
-    lock = dp_support::file_descriptor(service_lock::open_file(name));
-    const int error = lock.is_open() ? service_lock::take(lock.get()) : errno;
+std::string lock_out_services(dp_service::service_lock& lock) {
+    const std::string name = dp_service::server_paths::service_lock.str();
+    const int error = lock.acquire(name);
     if (error == 0) {
         return "";
     }
@@ -129,7 +127,8 @@ std::string install_server(const server_parts& parts, bool replace) {
     if (problem.empty()) {
         problem = read_values(parts.current_file, current);
     }
-    for (const auto& folder : {server_paths::data_folder, server_paths::exchange_folder}) {
+    for (const auto& folder :
+         {dp_service::server_paths::data_folder, dp_service::server_paths::exchange_folder}) {
         if (problem.empty()) {
             problem = make_folder(folder.str());
         }
@@ -137,7 +136,7 @@ std::string install_server(const server_parts& parts, bool replace) {
     if (!problem.empty()) {
         return problem;
     }
-    const std::string data = server_paths::vital_product_data.str();
+    const std::string data = dp_service::server_paths::vital_product_data.str();
     const std::string targets[] = {dp::fixed_paths::uefi_template.str(),
                                    dp::fixed_paths::uefi_settings.str(),
                                    dp::fixed_paths::uefi_current.str(), data};
@@ -148,7 +147,7 @@ std::string install_server(const server_parts& parts, bool replace) {
             }
         }
     }
-    dp_support::file_descriptor lock;
+    dp_service::service_lock lock;
     if (problem = lock_out_services(lock); !problem.empty()) {
         return problem;
     }
@@ -159,7 +158,7 @@ std::string install_server(const server_parts& parts, bool replace) {
             .and_then([&] { return files.stage(targets[2], current); })
             .and_then([&] { return files.stage(data, "UEFIID=" + parts.build_id + "\n"); })
             .and_then([&] { return files.commit(); });
-    expanded_texts::forget();
+    dp_service::template_cache::discard();
     return done.reason();
 }
 
@@ -168,16 +167,18 @@ std::string place_update(const std::string& template_file, const std::string& bu
     if (!content) {
         return content.reason();
     }
-    std::string problem = problem_with_folder(server_paths::data_folder.str());
+    std::string problem = problem_with_folder(dp_service::server_paths::data_folder.str());
     if (problem.empty()) {
-        problem = make_folder(server_paths::update_folder.str());
+        problem = make_folder(dp_service::server_paths::update_folder.str());
     }
     if (!problem.empty()) {
         return problem;
     }
     dp_support::output_files files;
-    return files.stage(server_paths::update_template.str(), *content)
-        .and_then([&] { return files.stage(server_paths::update_build_id.str(), build_id + "\n"); })
+    return files.stage(dp_service::server_paths::update_template.str(), *content)
+        .and_then([&] {
+            return files.stage(dp_service::server_paths::update_build_id.str(), build_id + "\n");
+        })
         .and_then([&] { return files.commit(); })
         .reason();
 }

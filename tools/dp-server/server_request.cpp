@@ -11,6 +11,7 @@
 #include <string_view>
 #include <thread>
 
+#include "service_api/server_answer.hpp"
 #include "service_api/server_paths.hpp"
 #include "support/file_descriptor.hpp"
 #include "support/output_files.hpp"
@@ -22,8 +23,6 @@ namespace {
 
 using clock = std::chrono::steady_clock;
 
-/// Held by the operator whose request runs.
-constexpr dp::fixed_path request_lock{"/tmp/dp/server.lock"};
 constexpr std::chrono::milliseconds pause{20};
 constexpr std::size_t answer_limit = 65536;
 
@@ -55,13 +54,13 @@ std::optional<std::string> read_answer(const std::string& path) {
 
 /// Why the answer says that the request was not carried out.
 std::string reason_of(const std::string& answer) {
-    const auto blank = answer.find(' ');
-    const std::string status = answer.substr(0, blank);
-    if (status == "0") {
+    const auto parsed = dp_service::server_answer::parse(answer);
+    if (parsed && parsed->status == 0) {
         return "";
     }
-    const std::string reason = blank == std::string::npos ? "" : answer.substr(blank + 1);
-    return (reason.empty() ? "the service refused" : reason) + " (status " + status + ")";
+    const std::string status = answer.substr(0, answer.find(' '));
+    const bool has_reason = parsed && !parsed->reason.empty();
+    return (has_reason ? parsed->reason : "the service refused") + " (status " + status + ")";
 }
 
 }  // namespace
@@ -69,11 +68,12 @@ std::string reason_of(const std::string& answer) {
 std::string run_request(const std::string& request, std::chrono::milliseconds timeout,
                         const std::function<std::string()>& prepare) {
     const auto deadline = clock::now() + timeout;
-    if (const std::string problem = problem_with_folder(server_paths::exchange_folder.str());
+    if (const std::string problem =
+            problem_with_folder(dp_service::server_paths::exchange_folder.str());
         !problem.empty()) {
         return problem + "; is dp_settingsd running?";
     }
-    const std::string lock_name = request_lock.str();
+    const std::string lock_name = dp_service::server_paths::request_lock.str();
     const dp_support::file_descriptor lock(
         open(lock_name.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!lock.is_open()) {
@@ -85,11 +85,11 @@ std::string run_request(const std::string& request, std::chrono::milliseconds ti
     if (std::string problem = prepare(); !problem.empty()) {
         return problem;
     }
-    const std::string answer_name = server_paths::server_answer.str();
+    const std::string answer_name = dp_service::server_paths::server_answer.str();
     if (unlink(answer_name.c_str()) != 0 && errno != ENOENT) {
         return answer_name + ": " + std::strerror(errno);
     }
-    const std::string request_name = server_paths::server_request.str();
+    const std::string request_name = dp_service::server_paths::server_request.str();
     if (const auto placed = dp_support::replace_file(request_name, request + "\n"); !placed) {
         return placed.reason();
     }

@@ -228,7 +228,7 @@ class attribute_compiler {
             if (!truth) {
                 unfit(*found, name, "is neither true nor false");
             } else if (*truth) {
-                result_.info.flg |= template_flags::read_only;
+                result_.info.flg |= dp_service::template_flags::read_only;
             }
         }
     }
@@ -410,7 +410,7 @@ class attribute_compiler {
     void set_choices(const std::vector<std::string>& list) {
         result_.info.type = DP_TYPE_ENUMERATION;
         result_.info.num = static_cast<std::uint32_t>(list.size());
-        result_.info.chc = choice_list::join(list);
+        result_.info.chc = dp_service::choice_list::join(list);
     }
 
     void compile_enumeration() {

@@ -31,7 +31,7 @@ int run(int argc, char** argv) {
     app.add_option("-g", key, "Print the value of KEY; UEFIID is the BIOS's build id")
         ->type_name("KEY")
         ->required();
-    const std::string file = server_paths::vital_product_data.str();
+    const std::string file = dp_service::server_paths::vital_product_data.str();
     app.footer("The data stands in " + file +
                ", a line KEY=VALUE each.\n"
                "Exit codes: 0 done, 1 no such item or no data, 2 wrong usage.");

@@ -39,7 +39,7 @@ std::string history() {
     std::istringstream in(text);
     std::string plain;
     for (std::string line; std::getline(in, line);) {
-        auto record = change_record::parse(line);
+        auto record = dp_service::change_record::parse(line);
         EXPECT_TRUE(record) << line;
         if (record) {
             std::tm parts{};

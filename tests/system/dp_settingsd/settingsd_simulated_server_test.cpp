@@ -84,8 +84,8 @@ TEST_F(dp_settingsd_simulated_server, refuses_an_unusable_update_and_keeps_the_o
     service_process::place_update({}, "B2");
     test::write_file(path("/var/dp/update/uefi_template.efi"), "garbage");
     const std::string answer = service_process::request("update\n");
-    EXPECT_EQ(answer, std::to_string(service_status::malformed_line) + " " + path("/bin/dpspy") +
-                          " failed with exit code 1\n");
+    EXPECT_EQ(answer, std::to_string(dp_service::service_status::malformed_line) + " " +
+                          path("/bin/dpspy") + " failed with exit code 1\n");
     EXPECT_EQ(service_process::run_batch("0 1 t get Boot.Mode \"\" \"\"\n"),
               "0 1 t get Boot.Mode \"\" \"UEFI\" \n");
     EXPECT_EQ(test::read_file(path("/tmp/dp/uefi.bld")), "B1\n");

@@ -278,7 +278,7 @@ TEST_F(settings_service_test, a_restart_that_cannot_be_written_fails) {
     ASSERT_EQ(service.start(), "");
     std::filesystem::rename(in_root("/var/dp"), in_root("/var/aside"));
     const auto outcome = service.restart();
-    EXPECT_EQ(outcome.status, service_status::not_persisted);
+    EXPECT_EQ(outcome.status, dp_service::service_status::not_persisted);
     EXPECT_NE(outcome.reason, "");
 }
 
@@ -311,9 +311,9 @@ TEST_F(settings_service_test, an_update_tells_read_only_values_anew_where_it_can
     const auto told = [](const char* version, const char* serial) {
         return std::vector<template_info>{
             test::with_flags(test::text("A", "Version", version, 0, 0, ""),
-                             template_flags::read_only),
+                             dp_service::template_flags::read_only),
             test::with_flags(test::text("A", "Serial", serial, 0, 0, ""),
-                             template_flags::read_only)};
+                             dp_service::template_flags::read_only)};
     };
     test::write_file(bios, records(told("1.0", "")));
     test::write_file(pending, "0 0 t set A.Version \"1.0\" \"\"\n0 0 t set A.Serial \"S7\" \"\"\n");
@@ -339,7 +339,7 @@ TEST_F(settings_service_test, an_update_can_be_run_again) {
 TEST_F(settings_service_test, an_update_whose_parts_cannot_be_used_changes_nothing) {
     dp_host::settings_service service;
     ASSERT_EQ(service.start(), "");
-    EXPECT_EQ(service.update().status, service_status::not_supported);
+    EXPECT_EQ(service.update().status, dp_service::service_status::not_supported);
 
     lay_out_update({test::choice("A", "X.Y", "", "")});
     EXPECT_EQ(service.update().reason, "attribute 1 (A.X.Y): its name has a dot");
@@ -347,9 +347,9 @@ TEST_F(settings_service_test, an_update_whose_parts_cannot_be_used_changes_nothi
     test::write_file(in_root("/var/dp/update/build_id"), "\n");
     EXPECT_EQ(service.update().reason, in_root("/var/dp/update/build_id") + " holds no build id");
     test::write_file(in_root("/var/dp/update/build_id"), "B\t2\n");
-    EXPECT_EQ(service.update().status, service_status::malformed_line);
+    EXPECT_EQ(service.update().status, dp_service::service_status::malformed_line);
     std::filesystem::remove(in_root("/var/dp/update/build_id"));
-    EXPECT_EQ(service.update().status, service_status::malformed_line);
+    EXPECT_EQ(service.update().status, dp_service::service_status::malformed_line);
     lay_out_update(after);
     test::write_script(in_root("/bin/dpspy"), "exit 1");
     EXPECT_EQ(service.update().reason, in_root("/bin/dpspy") + " failed with exit code 1");

@@ -25,8 +25,8 @@ TEST_F(store_plugin_test, writes_store_the_mapped_value_and_give_it_back) {
 }
 
 TEST_F(store_plugin_test, refused_values_change_nothing) {
-    EXPECT_EQ(run_one("set", "Boot.Mode", "CSM").status, service_status::not_a_choice);
-    EXPECT_EQ(run_one("set", "Boot.Delay", "7").status, service_status::not_a_step);
+    EXPECT_EQ(run_one("set", "Boot.Mode", "CSM").status, dp_service::service_status::not_a_choice);
+    EXPECT_EQ(run_one("set", "Boot.Delay", "7").status, dp_service::service_status::not_a_step);
     EXPECT_EQ(run_one("set", "Boot.Order", "[value='HDD',order=''],[value='PXE',order='']").status,
               dp::command_status::value_not_mapped);
     EXPECT_EQ(persist_calls, 0);
@@ -41,7 +41,7 @@ TEST_F(store_plugin_test, an_unknown_name_and_an_unknown_operation_fail) {
 TEST_F(store_plugin_test, the_command_family_is_not_supported) {
     for (const char* op : {"cmd_import", "cmd_export", "cmd_delete", "cmd_generate",
                            "cmd_exportcsr", "cmd_generatecsr"}) {
-        EXPECT_EQ(run_one(op, "Boot.Mode").status, service_status::not_supported) << op;
+        EXPECT_EQ(run_one(op, "Boot.Mode").status, dp_service::service_status::not_supported) << op;
     }
 }
 
@@ -49,18 +49,18 @@ TEST_F(store_plugin_test, an_instance_that_the_attribute_does_not_have_is_a_bad_
     for (const char* op : {"get", "getv", "set", "setv"}) {
         for (const char* name : {"Boot.Mode.1", "Ports.Speed", "Ports.Speed.0", "Ports.Speed.5",
                                  "Ports.Speed.1x", "Ports.Speed.01"}) {
-            EXPECT_EQ(run_one(op, name, "1").status, service_status::bad_instance)
+            EXPECT_EQ(run_one(op, name, "1").status, dp_service::service_status::bad_instance)
                 << op << ' ' << name;
         }
     }
 }
 
 TEST_F(store_plugin_test, a_read_only_attribute_takes_no_change) {
-    EXPECT_EQ(run_one("set", "Boot.Vendor", "other").status, service_status::read_only);
+    EXPECT_EQ(run_one("set", "Boot.Vendor", "other").status, dp_service::service_status::read_only);
     EXPECT_EQ(run_one("set", "Boot.Vendor", "acme").status, 0);  // a reset sends the default
     store->put({model->find("Boot", "Vendor"), dp::no_instance}, "other");
     store->keep_changes();
-    EXPECT_EQ(run_one("set", "Boot.Vendor", "acme").status, service_status::read_only);
+    EXPECT_EQ(run_one("set", "Boot.Vendor", "acme").status, dp_service::service_status::read_only);
     EXPECT_EQ(persist_calls, 0);
 }
 
@@ -79,7 +79,7 @@ TEST_F(store_plugin_test, a_delete_that_is_not_permitted_fails) {
     EXPECT_EQ(run_one("delete", "Boot.Mode").status, dp::command_status::delete_not_permitted);
     EXPECT_EQ(run_one("delete", "Ports.Speed.5").status, dp::command_status::delete_not_permitted);
     EXPECT_EQ(run_one("delete", "Ports.Speed.x").status, dp::command_status::delete_not_permitted);
-    EXPECT_EQ(run_one("delete", "Ports.Speed.2x").status, service_status::bad_instance);
+    EXPECT_EQ(run_one("delete", "Ports.Speed.2x").status, dp_service::service_status::bad_instance);
     EXPECT_EQ(value_of("Ports.Speed.2"), "10");
 }
 
@@ -130,17 +130,17 @@ TEST_F(store_plugin_test, what_cannot_be_written_did_not_happen) {
         command("set", "Boot.Mode", "Legacy"), command("set", "Boot.Mode", "CSM"),
     };
     run(commands);
-    EXPECT_EQ(commands[0].status, service_status::not_persisted);
+    EXPECT_EQ(commands[0].status, dp_service::service_status::not_persisted);
     EXPECT_EQ(commands[0].value_out, "");
     EXPECT_EQ(commands[1].value_out, "UEFI");
     EXPECT_EQ(commands[2].value_out, "UEFI");
     EXPECT_EQ(commands[3].status, 0);  // it was 5 before
-    EXPECT_EQ(commands[4].status, service_status::not_persisted);
+    EXPECT_EQ(commands[4].status, dp_service::service_status::not_persisted);
     EXPECT_EQ(commands[5].value_out, "10");
-    EXPECT_EQ(commands[6].status, service_status::not_persisted);
+    EXPECT_EQ(commands[6].status, dp_service::service_status::not_persisted);
     EXPECT_EQ(commands[7].status, dp::command_status::value_not_known);
-    EXPECT_EQ(commands[8].status, service_status::not_persisted);
-    EXPECT_EQ(commands[9].status, service_status::not_a_choice);
+    EXPECT_EQ(commands[8].status, dp_service::service_status::not_persisted);
+    EXPECT_EQ(commands[9].status, dp_service::service_status::not_a_choice);
     EXPECT_EQ(text(), before);
     EXPECT_EQ(value_of("Boot.Mode"), "UEFI");
     EXPECT_EQ(value_of("Ports.Speed.1"), "10");
@@ -154,7 +154,7 @@ TEST_F(store_plugin_test, what_cannot_be_written_did_not_happen) {
 TEST_F(store_plugin_test, deleting_the_rest_of_a_row_that_cannot_be_written_did_not_happen) {
     run_one("set", "Ports.Role.4", "admin");  // a field of a row without its key
     disk_is_full = true;
-    EXPECT_EQ(run_one("delete", "Ports.User.4").status, service_status::not_persisted);
+    EXPECT_EQ(run_one("delete", "Ports.User.4").status, dp_service::service_status::not_persisted);
     EXPECT_EQ(value_of("Ports.Role.4"), "admin");
 }
 

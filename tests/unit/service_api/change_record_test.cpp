@@ -4,19 +4,21 @@
 
 namespace {
 
+using dp_service::change_record;
+
 const std::string time_text = "Tue Nov  4 22:13:20 2023";
 
-TEST(change_record, a_set_shows_its_value) {
+TEST(change_record_test, the_line_of_a_set_has_its_value) {
     const change_record record{"cim-0", time_text, "Boot.Mode", "Legacy"};
     EXPECT_EQ(record.line(), "<cim-0> Tue Nov  4 22:13:20 2023   Boot.Mode   \"Legacy\"");
 }
 
-TEST(change_record, a_delete_has_no_value) {
+TEST(change_record_test, the_line_of_a_delete_has_no_value) {
     const change_record record{"t", time_text, "Ports.Speed.2", std::nullopt};
     EXPECT_EQ(record.line(), "<t> Tue Nov  4 22:13:20 2023   Ports.Speed.2");
 }
 
-TEST(change_record, every_record_is_read_as_it_was) {
+TEST(change_record_test, parse_gives_back_every_change_record) {
     for (const char* who : {"cim-0", "", "a>b", "<", ">", "<>>"}) {
         for (const char* value : {"", "x", "\"", "\\", "\\\"", "a   b", "   ", "\"   \"", "> ",
                                   "tr\xC3\xBC"
@@ -39,7 +41,7 @@ TEST(change_record, every_record_is_read_as_it_was) {
     }
 }
 
-TEST(change_record, other_lines_are_none) {
+TEST(change_record_test, parse_rejects_other_lines) {
     for (const char* line :
          {"", "<", "<t>", "<t> ", "<t> time", "t> time   A.B", "<t> time   ", "<t> time   A.B   ",
           "<t> time   A.B   x", "<t> time   A.B   \"", "<t> time   A.B   \"x",
@@ -50,7 +52,7 @@ TEST(change_record, other_lines_are_none) {
     }
 }
 
-TEST(change_record, no_part_of_a_set_passes_for_a_set) {
+TEST(change_record_test, a_truncated_set_is_never_read_as_a_set) {
     const std::string line = change_record{"t", time_text, "A.B", "x\"y"}.line();
     for (std::size_t size = 0; size < line.size(); ++size) {
         const auto read = change_record::parse(line.substr(0, size));

@@ -19,7 +19,7 @@ bool begins_with_parts(std::string_view text, std::string_view front) {
 change_list read_changes(std::string_view text) {
     change_list result;
     result.is_torn = for_each_whole_line(text, [&result](std::string_view line) {
-        if (auto record = change_record::parse(std::string(line))) {
+        if (auto record = dp_service::change_record::parse(std::string(line))) {
             result.changes.push_back(std::move(*record));
         } else if (!line.empty()) {
             ++result.foreign_lines;
@@ -37,11 +37,12 @@ bool is_meant(std::string_view target, std::string_view name) {
            (dot != std::string_view::npos && begins_with_parts(target.substr(dot + 1), name));
 }
 
-std::vector<change_record> choose(const std::vector<change_record>& changes,
-                                  const std::vector<std::string>& names, std::size_t count) {
-    std::vector<change_record> chosen;
+std::vector<dp_service::change_record> choose(const std::vector<dp_service::change_record>& changes,
+                                              const std::vector<std::string>& names,
+                                              std::size_t count) {
+    std::vector<dp_service::change_record> chosen;
     std::copy_if(changes.begin(), changes.end(), std::back_inserter(chosen),
-                 [&](const change_record& change) {
+                 [&](const dp_service::change_record& change) {
                      return names.empty() ||
                             std::any_of(names.begin(), names.end(), [&](const std::string& name) {
                                 return is_meant(change.target, name);

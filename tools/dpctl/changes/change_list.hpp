@@ -12,7 +12,7 @@ namespace dpctl {
 
 /// What a change history tells, oldest change first.
 struct change_list {
-    std::vector<change_record> changes;
+    std::vector<dp_service::change_record> changes;
     std::size_t foreign_lines = 0;  ///< that are no changes
     bool is_torn = false;           ///< the last line has no end, and is left out
 };
@@ -25,8 +25,9 @@ bool is_meant(std::string_view target, std::string_view name);
 
 /// Those changes whose target one of `names` means, or all without names; of these the last `count`
 /// (0: all).
-std::vector<change_record> choose(const std::vector<change_record>& changes,
-                                  const std::vector<std::string>& names, std::size_t count);
+std::vector<dp_service::change_record> choose(const std::vector<dp_service::change_record>& changes,
+                                              const std::vector<std::string>& names,
+                                              std::size_t count);
 
 }  // namespace dpctl
 

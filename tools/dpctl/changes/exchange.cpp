@@ -1,7 +1,6 @@
 #include "tools/dpctl/changes/exchange.hpp"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,14 +10,11 @@
 #include <string>
 
 #include "common/fixed_paths.hpp"
+#include "service_api/server_paths.hpp"
 #include "tools/dpctl/output/report.hpp"
 
 namespace dpctl {
 namespace {
-
-std::string exchange_folder() {
-    return std::filesystem::path(dp::fixed_paths::batch.str()).parent_path();
-}
 
 bool is_writable(const std::string& path) {
     return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
@@ -27,7 +23,7 @@ bool is_writable(const std::string& path) {
 }  // namespace
 
 bool can_exchange(report& rep) {
-    const std::string folder = exchange_folder();
+    const std::string folder = dp_service::server_paths::exchange_folder.str();
     const std::string batch = dp::fixed_paths::batch.str();
     std::string obstacle = folder;
     if (is_writable(folder)) {
@@ -57,19 +53,10 @@ void report_no_answer(report& rep, double seconds) {
                  "A service that is started later may still carry the request out."});
 }
 
-exchange_turn::exchange_turn(report& rep)
-    : folder_(open(exchange_folder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    if (folder_ == -1 || flock(folder_, LOCK_EX | LOCK_NB) == 0) {
-        return;
-    }
-    rep.note("another dpctl waits for the settings service; this one waits for its turn");
-    while (flock(folder_, LOCK_EX) != 0 && errno == EINTR) {
-    }
-}
-
-exchange_turn::~exchange_turn() {
-    if (folder_ != -1) {
-        close(folder_);
+void acquire(dp_service::exchange_lock& lock, report& rep) {
+    if (!lock.try_acquire()) {
+        rep.note("another dpctl waits for the settings service; this one waits for its turn");
+        lock.acquire();
     }
 }
 

@@ -1,6 +1,8 @@
 #ifndef DP_TOOLS_DPCTL_CHANGES_EXCHANGE_HPP
 #define DP_TOOLS_DPCTL_CHANGES_EXCHANGE_HPP
 
+#include "service_api/exchange_lock.hpp"
+
 namespace dpctl {
 
 class report;
@@ -16,19 +18,9 @@ bool answer_is_there();
 /// Reports that no answer came within `seconds`, where it was awaited, and what may be the matter.
 void report_no_answer(report& rep, double seconds);
 
-/// Keeps two dpctl processes from overwriting each other's request and answer: holds a lock on the
-/// exchange folder for its lifetime.
-class exchange_turn {
-  public:
-    /// Waits for its turn, and says so.
-    explicit exchange_turn(report& rep);
-    ~exchange_turn();
-    exchange_turn(const exchange_turn&) = delete;
-    exchange_turn& operator=(const exchange_turn&) = delete;
-
-  private:
-    int folder_;
-};
+/// Takes the lock that keeps two dpctl processes from overwriting each other's request and answer.
+/// Reports it when that means waiting.
+void acquire(dp_service::exchange_lock& lock, report& rep);
 
 }  // namespace dpctl
 

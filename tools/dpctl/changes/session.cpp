@@ -6,7 +6,7 @@
 
 #include "common/file_utilities.hpp"
 #include "common/fixed_paths.hpp"
-#include "service_api/expanded_texts.hpp"
+#include "service_api/template_cache.hpp"
 #include "tools/dpctl/output/text.hpp"
 #include "transactions/command_status.hpp"
 #include "transactions/operations.hpp"
@@ -45,7 +45,7 @@ bool is_foreign_template(const std::string& template_file) {
 
 // What the library will not make anew out of the template; empty when it will.
 std::string text_newer_than(const std::string& template_file) {
-    for (const auto& text : expanded_texts::all) {
+    for (const auto& text : dp_service::template_cache::files) {
         if (file_older_than(template_file, text.str())) {
             return text.str();
         }
@@ -64,7 +64,7 @@ session::session(file_names files) : files_(std::move(files)) {
         is_template_foreign_ = is_foreign_template(files_.template_file);
     }
     if (is_template_foreign_) {
-        expanded_texts::forget();
+        dp_service::template_cache::discard();
         doubtful_text_ = text_newer_than(files_.template_file);
     }
     if (!files_.settings.empty()) {
@@ -82,7 +82,7 @@ session::session(file_names files) : files_(std::move(files)) {
 session::~session() {
     dp_api_uninitialize();
     if (is_template_foreign_) {
-        expanded_texts::forget();
+        dp_service::template_cache::discard();
     }
 }
 

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "service_api/choice_list.hpp"
-#include "tools/dpctl/output/attribute_text.hpp"
-#include "tools/dpctl/names/catalog.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
+#include "tools/dpctl/names/catalog.hpp"
+#include "tools/dpctl/output/attribute_text.hpp"
 #include "tools/dpctl/output/text.hpp"
 
 namespace dpctl {
@@ -50,7 +50,7 @@ void complete_values(catalog& names, const std::string& name, report& rep) {
     const auto found = names.find_setting(name);
     const auto* const setting = std::get_if<setting_ref>(&found);
     if (setting != nullptr && is_enumeration(*setting->attribute)) {
-        for (const auto& choice : choice_list::split(setting->attribute->chc)) {
+        for (const auto& choice : dp_service::choice_list::split(setting->attribute->chc)) {
             offer(choice, rep);
         }
     }

@@ -7,10 +7,10 @@
 
 #include "service_api/server_paths.hpp"
 #include "tools/dpctl/changes/change_list.hpp"
-#include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/changes/setting_values.hpp"
-#include "tools/dpctl/status/steady_file.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/output/table.hpp"
+#include "tools/dpctl/status/steady_file.hpp"
 
 namespace dpctl {
 namespace {
@@ -24,11 +24,11 @@ struct history_options {
     unsigned last = 0;  // 0: all
 };
 
-reading value_of(const change_record& change) {
+reading value_of(const dp_service::change_record& change) {
     return {change.value.has_value(), false, change.value.value_or("")};
 }
 
-void show_changes(const std::vector<change_record>& changes, report& rep) {
+void show_changes(const std::vector<dp_service::change_record>& changes, report& rep) {
     table rows({"TIME", "TRANSACTION", "SETTING", "VALUE"});
     auto& list = rep.document()["changes"] = nlohmann::ordered_json::array();
     for (const auto& change : changes) {
@@ -66,7 +66,7 @@ void note_left_out(const std::string& path, const change_list& content, report& 
 void run(const history_options& options, report& rep) {
     // Before the first change there is none.
     const steady_file file =
-        read_steadily(options.file, server_paths::change_history.str(), history_limit);
+        read_steadily(options.file, dp_service::server_paths::history.str(), history_limit);
     if (!file.error.empty()) {
         rep.problem(file.error);
         return;
@@ -103,7 +103,8 @@ void add_history(CLI::App& app, job& what) {
     command.add_option("--last", options->last, "Only so many, the newest ones")
         ->type_name("NUMBER")
         ->check(CLI::Range(1U, UINT_MAX));
-    add_path_option(command, options->file, "Another history", server_paths::change_history.str());
+    add_path_option(command, options->file, "Another history",
+                    dp_service::server_paths::history.str());
     command.callback(
         [&what, options] { what.run = [options](report& rep) { run(*options, rep); }; });
 }

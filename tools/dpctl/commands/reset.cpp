@@ -7,13 +7,13 @@
 #include <utility>
 #include <vector>
 
-#include "tools/dpctl/output/attribute_text.hpp"
 #include "tools/dpctl/changes/change_outcome.hpp"
-#include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/changes/exchange.hpp"
-#include "tools/dpctl/names/known_names.hpp"
 #include "tools/dpctl/changes/setting_values.hpp"
 #include "tools/dpctl/changes/wait_notice.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
+#include "tools/dpctl/names/known_names.hpp"
+#include "tools/dpctl/output/attribute_text.hpp"
 
 namespace dpctl {
 namespace {
@@ -106,7 +106,8 @@ void run(const file_names& files, const std::string& collection, report& rep) {
             rep.hint("Nothing was changed.");
             return;
         }
-        const exchange_turn turn(rep);
+        dp_service::exchange_lock lock;
+        acquire(lock, rep);
         const wait_notice notice(std::cerr, isatty(STDERR_FILENO) == 1, waiting_for_service);
         // Its result is 3 also when only read-only settings were refused, and the failed commands
         // can't be told apart: the settings file says what became of each.

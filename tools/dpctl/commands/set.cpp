@@ -8,15 +8,15 @@
 #include <utility>
 #include <vector>
 
-#include "tools/dpctl/output/attribute_text.hpp"
 #include "tools/dpctl/changes/change_outcome.hpp"
-#include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/changes/exchange.hpp"
-#include "tools/dpctl/names/known_names.hpp"
 #include "tools/dpctl/changes/setting_values.hpp"
-#include "tools/dpctl/status/status_text.hpp"
-#include "tools/dpctl/output/text.hpp"
 #include "tools/dpctl/changes/wait_notice.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
+#include "tools/dpctl/names/known_names.hpp"
+#include "tools/dpctl/output/attribute_text.hpp"
+#include "tools/dpctl/output/text.hpp"
+#include "tools/dpctl/status/status_text.hpp"
 
 namespace dpctl {
 namespace {
@@ -107,7 +107,8 @@ int carry_out(session& service, const std::vector<change*>& asked, double& secon
     }
     int result = 0;
     {
-        const exchange_turn turn(rep);
+        dp_service::exchange_lock lock;
+        acquire(lock, rep);
         const wait_notice notice(std::cerr, isatty(STDERR_FILENO) == 1, waiting_for_service);
         result = service.set(requests);
         seconds = notice.seconds();

@@ -7,10 +7,10 @@
 
 #include "common/quoting.hpp"
 #include "service_api/choice_list.hpp"
-#include "tools/dpctl/output/attribute_text.hpp"
+#include "tools/dpctl/changes/setting_values.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/names/known_names.hpp"
-#include "tools/dpctl/changes/setting_values.hpp"
+#include "tools/dpctl/output/attribute_text.hpp"
 #include "tools/dpctl/output/text.hpp"
 
 namespace dpctl {
@@ -33,7 +33,7 @@ void optional_item(report& rep, const std::string& label, const std::string& tex
 void show_choices(report& rep, const dp_attribute& attribute) {
     constexpr std::size_t widest_line = 60;
     std::string line;
-    std::vector<std::string> choices = choice_list::split(attribute.chc);
+    std::vector<std::string> choices = dp_service::choice_list::split(attribute.chc);
     for (auto& choice : choices) {
         if (choice.empty() || choice.find(',') != std::string::npos) {
             choice = dp::add_quotes(choice);
@@ -102,7 +102,7 @@ nlohmann::ordered_json describe(const setting_ref& asked, const std::vector<sett
                                                        : nlohmann::ordered_json(attribute.maxc);
         result["pattern"] = attribute.reg;
     } else if (is_enumeration(attribute)) {
-        result["possible_values"] = choice_list::split(attribute.chc);
+        result["possible_values"] = dp_service::choice_list::split(attribute.chc);
     }
     result["default"] = is_removed_by_default(attribute) ? nlohmann::ordered_json(nullptr)
                                                          : nlohmann::ordered_json(attribute.dft);

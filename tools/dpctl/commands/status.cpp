@@ -12,13 +12,13 @@
 #include <utility>
 
 #include "service_api/server_paths.hpp"
-#include "tools/dpctl/commands/command_options.hpp"
-#include "tools/dpctl/status/folder_watch.hpp"
 #include "tools/dpctl/changes/interruption.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/output/local_time.hpp"
+#include "tools/dpctl/output/table.hpp"
+#include "tools/dpctl/status/folder_watch.hpp"
 #include "tools/dpctl/status/status_follower.hpp"
 #include "tools/dpctl/status/steady_file.hpp"
-#include "tools/dpctl/output/table.hpp"
 #include "tools/dpctl/status/transaction_state.hpp"
 
 namespace dpctl {
@@ -35,7 +35,7 @@ struct status_options {
 };
 
 std::string file_of(const status_options& options) {
-    return options.file.empty() ? server_paths::process_status.str() : options.file;
+    return options.file.empty() ? dp_service::server_paths::process_status.str() : options.file;
 }
 
 // When the file was written, for programs, and for people.
@@ -137,7 +137,7 @@ void fill(const steady_file& file, nlohmann::ordered_json& document) {
 void show_once(const status_options& options, report& rep) {
     // Before the first transaction there is none.
     const steady_file file =
-        read_steadily(options.file, server_paths::process_status.str(), status_limit);
+        read_steadily(options.file, dp_service::server_paths::process_status.str(), status_limit);
     if (!file.error.empty()) {
         rep.problem(file.error);
         return;
@@ -262,7 +262,7 @@ void add_status(CLI::App& app, job& what) {
     const auto options = std::make_shared<status_options>();
     command.add_flag("--follow", options->follow, "Go on showing it as it changes");
     add_path_option(command, options->file, "Another status file",
-                    server_paths::process_status.str());
+                    dp_service::server_paths::process_status.str());
     command.callback(
         [&what, options] { what.run = [options](report& rep) { run(*options, rep); }; });
 }

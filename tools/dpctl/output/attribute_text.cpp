@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t most_choices_named = 20;
 
 std::string allowed_choices(const dp_attribute& attribute) {
-    const auto choices = choice_list::split(attribute.chc);
+    const auto choices = dp_service::choice_list::split(attribute.chc);
     std::string text;
     for (std::size_t i = 0; i < choices.size(); ++i) {
         if (i == most_choices_named) {
@@ -55,7 +55,7 @@ bool is_enumeration(const dp_attribute& attribute) {
 }
 
 bool is_read_only(const dp_attribute& attribute) {
-    return (attribute.flg & template_flags::read_only) != 0;
+    return (attribute.flg & dp_service::template_flags::read_only) != 0;
 }
 
 bool is_removed_by_default(const dp_attribute& attribute) {

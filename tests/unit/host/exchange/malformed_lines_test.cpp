@@ -82,7 +82,7 @@ TEST(malformed_lines, do_not_contain_long_comments_and_lines_of_spaces) {
 
 TEST(answer_to_line, has_the_words_that_the_line_has) {
     const auto answer = [](const std::string& line) {
-        return terse(dp_host::answer_to_line(line, service_status::malformed_line));
+        return terse(dp_host::answer_to_line(line, dp_service::service_status::malformed_line));
     };
     EXPECT_EQ(answer("0 12 <cim-3> setv A.B.4 \"x\" y z"), "57 12 <cim-3> setv A.B.4 \"\" \"\" ");
     EXPECT_EQ(answer("0 12 <cim-3> command import A.B x y z"),

@@ -9,8 +9,8 @@
 
 #include "common/file_utilities.hpp"
 #include "service_api/change_record.hpp"
-#include "tests/unit/host/sample_service.hpp"
 #include "tests/support/test_platform.hpp"
+#include "tests/unit/host/sample_service.hpp"
 
 namespace {
 
@@ -33,7 +33,7 @@ class change_history_test : public test::sample_service {
         std::istringstream in(test::read_file(path));
         std::string text;
         for (std::string line; std::getline(in, line);) {
-            auto record = change_record::parse(line);
+            auto record = dp_service::change_record::parse(line);
             if (record) {
                 record->time = "T";
                 line = record->line();
@@ -89,8 +89,8 @@ TEST_F(change_history_test, beyond_the_limit_the_newest_lines_of_three_quarters_
         const std::string value(static_cast<std::size_t>(i % 20 + 1), 'v');
         append(history, {command("set", "Boot.Label", value)});
         const std::string now = test::read_file(path);
-        const auto last =
-            change_record::parse(now.substr(now.rfind('<'), now.size() - now.rfind('<') - 1));
+        const auto last = dp_service::change_record::parse(
+            now.substr(now.rfind('<'), now.size() - now.rfind('<') - 1));
         ASSERT_TRUE(last);
         EXPECT_EQ(last->value, value);
         expected += last->line() + '\n';

@@ -17,30 +17,31 @@ TEST(number_element, bounds_are_inclusive) {
     const auto element = template_element::make(test::number("A", "B", "15", 10, 20, 0));
     EXPECT_EQ(element->validate("10"), 0);
     EXPECT_EQ(element->validate("20"), 0);
-    EXPECT_EQ(element->validate("9"), service_status::out_of_range);
-    EXPECT_EQ(element->validate("21"), service_status::out_of_range);
+    EXPECT_EQ(element->validate("9"), dp_service::service_status::out_of_range);
+    EXPECT_EQ(element->validate("21"), dp_service::service_status::out_of_range);
 }
 
 TEST(number_element, only_plain_digits_are_a_number) {
     const auto element = template_element::make(test::number("A", "B", "1", 0, 100, 1));
     for (const char* other : {"", " 1", "1 ", "+1", "-1", "0x10", "1.0", "1e1", "ten", "1\t"}) {
-        EXPECT_EQ(element->validate(other), service_status::not_a_number) << other;
+        EXPECT_EQ(element->validate(other), dp_service::service_status::not_a_number) << other;
     }
-    EXPECT_EQ(element->validate(std::string("1\0", 2)), service_status::not_a_number);
+    EXPECT_EQ(element->validate(std::string("1\0", 2)), dp_service::service_status::not_a_number);
 }
 
 TEST(number_element, numbers_too_big_for_32_bits_are_out_of_range) {
     const auto element = template_element::make(test::number("A", "B", "1", 0, 0xFFFFFFFF, 1));
     EXPECT_EQ(element->validate("4294967295"), 0);
-    EXPECT_EQ(element->validate("4294967296"), service_status::out_of_range);
-    EXPECT_EQ(element->validate("99999999999999999999999"), service_status::out_of_range);
+    EXPECT_EQ(element->validate("4294967296"), dp_service::service_status::out_of_range);
+    EXPECT_EQ(element->validate("99999999999999999999999"),
+              dp_service::service_status::out_of_range);
 }
 
 TEST(number_element, steps_count_from_the_lower_bound) {
     const auto element = template_element::make(test::number("A", "B", "3", 3, 33, 10));
     EXPECT_EQ(element->validate("13"), 0);
     EXPECT_EQ(element->validate("33"), 0);
-    EXPECT_EQ(element->validate("10"), service_status::not_a_step);
+    EXPECT_EQ(element->validate("10"), dp_service::service_status::not_a_step);
 }
 
 TEST(number_element, a_step_of_0_or_1_takes_every_number) {
@@ -53,7 +54,7 @@ TEST(number_element, a_step_of_0_or_1_takes_every_number) {
 TEST(number_element, bounds_of_0_and_0_do_not_bound) {
     const auto element = template_element::make(test::number("A", "B", "", 0, 0, 0));
     EXPECT_EQ(element->validate("4294967295"), 0);
-    EXPECT_EQ(element->validate("4294967296"), service_status::out_of_range);
+    EXPECT_EQ(element->validate("4294967296"), dp_service::service_status::out_of_range);
 }
 
 TEST(number_element, leading_zeros_go_away) {

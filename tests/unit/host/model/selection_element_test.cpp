@@ -47,15 +47,15 @@ TEST(selection_element, items_are_choices_and_occur_once) {
     EXPECT_EQ(element->validate("USB"), 0);
     EXPECT_EQ(element->validate(""), 0);
     EXPECT_EQ(element->validate("USB,HDD,PXE"), 0);
-    EXPECT_EQ(element->validate("USB,CD"), service_status::not_a_choice);
-    EXPECT_EQ(element->validate("USB,USB"), service_status::not_a_choice);
-    EXPECT_EQ(element->validate("USB,"), service_status::not_a_choice);
+    EXPECT_EQ(element->validate("USB,CD"), dp_service::service_status::not_a_choice);
+    EXPECT_EQ(element->validate("USB,USB"), dp_service::service_status::not_a_choice);
+    EXPECT_EQ(element->validate("USB,"), dp_service::service_status::not_a_choice);
 }
 
 TEST(selection_element, without_choices_any_item_will_do) {
     const auto element = template_element::make(order(""));
     EXPECT_EQ(element->validate("one,other"), 0);
-    EXPECT_EQ(element->validate("one,one"), service_status::not_a_choice);
+    EXPECT_EQ(element->validate("one,one"), dp_service::service_status::not_a_choice);
 }
 
 }  // namespace

@@ -63,17 +63,17 @@ TEST(template_element, an_attribute_that_defaults_to_being_removed_may_be_delete
 }
 
 TEST(template_element, read_only_attributes_refuse_all_but_their_default) {
-    const auto element = template_element::make(
-        test::with_flags(test::choice("A", "B", "x", "x,y"), template_flags::read_only));
+    const auto element = template_element::make(test::with_flags(
+        test::choice("A", "B", "x", "x,y"), dp_service::template_flags::read_only));
     EXPECT_TRUE(element->is_read_only());
-    EXPECT_EQ(element->validate("y"), service_status::read_only);
-    EXPECT_EQ(element->validate("z"), service_status::read_only);
+    EXPECT_EQ(element->validate("y"), dp_service::service_status::read_only);
+    EXPECT_EQ(element->validate("z"), dp_service::service_status::read_only);
     EXPECT_EQ(element->validate("x"), 0);
 }
 
 TEST(template_element, read_only_attributes_may_still_have_any_valid_value) {
-    const auto element = template_element::make(
-        test::with_flags(test::choice("A", "B", "x", "x,y"), template_flags::read_only));
+    const auto element = template_element::make(test::with_flags(
+        test::choice("A", "B", "x", "x,y"), dp_service::template_flags::read_only));
     EXPECT_TRUE(element->may_have("y"));
     EXPECT_FALSE(element->may_have("z"));
 }

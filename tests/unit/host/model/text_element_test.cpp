@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "service_api/service_status.hpp"
 #include "host/model/template_element.hpp"
+#include "service_api/service_status.hpp"
 #include "tests/support/sample_template.hpp"
 #include "tests/support/test_platform.hpp"
 
@@ -16,8 +16,8 @@ TEST(text_element, lengths_are_inclusive) {
     const auto element = template_element::make(test::text("A", "B", "abc", 2, 4, ""));
     EXPECT_EQ(element->validate("ab"), 0);
     EXPECT_EQ(element->validate("abcd"), 0);
-    EXPECT_EQ(element->validate("a"), service_status::too_short);
-    EXPECT_EQ(element->validate("abcde"), service_status::too_long);
+    EXPECT_EQ(element->validate("a"), dp_service::service_status::too_short);
+    EXPECT_EQ(element->validate("abcde"), dp_service::service_status::too_long);
 }
 
 TEST(text_element, a_greatest_length_of_0_does_not_bound) {
@@ -28,7 +28,7 @@ TEST(text_element, a_greatest_length_of_0_does_not_bound) {
 TEST(text_element, lengths_are_counted_in_characters) {
     const auto element = template_element::make(test::text("A", "B", "", 0, 3, ""));
     EXPECT_EQ(element->validate("\xC3\xA4\xC3\xB6\xC3\xBC"), 0);
-    EXPECT_EQ(element->validate("\xC3\xA4\xC3\xB6\xC3\xBC!"), service_status::too_long);
+    EXPECT_EQ(element->validate("\xC3\xA4\xC3\xB6\xC3\xBC!"), dp_service::service_status::too_long);
 }
 
 TEST(text_element, what_is_not_utf_8_is_counted_in_bytes) {
@@ -48,8 +48,8 @@ TEST(text_element, what_is_not_utf_8_is_counted_in_bytes) {
 TEST(text_element, the_pattern_decides_after_the_length) {
     const auto element = template_element::make(test::text("A", "B", "a1", 1, 4, "^[a-z][0-9]*$"));
     EXPECT_EQ(element->validate("b22"), 0);
-    EXPECT_EQ(element->validate("22"), service_status::pattern_mismatch);
-    EXPECT_EQ(element->validate("b2222"), service_status::too_long);
+    EXPECT_EQ(element->validate("22"), dp_service::service_status::pattern_mismatch);
+    EXPECT_EQ(element->validate("b2222"), dp_service::service_status::too_long);
 }
 
 TEST(text_element, a_pattern_that_is_not_understood_is_logged_and_lets_only_the_default_pass) {
@@ -60,18 +60,19 @@ TEST(text_element, a_pattern_that_is_not_understood_is_logged_and_lets_only_the_
     EXPECT_EQ(log.lines[0].text.rfind(" ***ERROR*** the pattern of A.B is not understood: ", 0),
               0U);
     EXPECT_EQ(element->validate("x"), 0);
-    EXPECT_EQ(element->validate("y"), service_status::pattern_mismatch);
+    EXPECT_EQ(element->validate("y"), dp_service::service_status::pattern_mismatch);
 }
 
 TEST(text_element, a_value_that_takes_too_much_work_to_match_is_refused_and_logged) {
     test::recording_log log(sysipc::event_log::log_level::error);
     const auto element = template_element::make(test::text("A", "B", "", 0, 0, "^(a+)+$"));
-    EXPECT_EQ(element->validate(std::string(60, 'a') + "b"), service_status::pattern_mismatch);
+    EXPECT_EQ(element->validate(std::string(60, 'a') + "b"),
+              dp_service::service_status::pattern_mismatch);
     ASSERT_EQ(log.lines.size(), 1U);
     EXPECT_EQ(log.lines[0].text,
               " ***ERROR*** a value could not be held against its pattern: it takes too much work");
     EXPECT_EQ(element->validate("aaa"), 0);
-    EXPECT_EQ(element->validate("b"), service_status::pattern_mismatch);
+    EXPECT_EQ(element->validate("b"), dp_service::service_status::pattern_mismatch);
     EXPECT_EQ(log.lines.size(), 1U);
 }
 

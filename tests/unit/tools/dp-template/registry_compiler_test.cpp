@@ -87,7 +87,7 @@ TEST(compile_registry, an_enumeration_keeps_its_choices_and_values) {
     EXPECT_EQ(info.type, 1);
     EXPECT_EQ(info.flg, 0U);
     EXPECT_EQ(info.num, 2U);
-    EXPECT_THAT(choice_list::split(info.chc), ElementsAre("UEFI", "A,B\\C"));
+    EXPECT_THAT(dp_service::choice_list::split(info.chc), ElementsAre("UEFI", "A,B\\C"));
     EXPECT_EQ(info.dft, "UEFI");
     EXPECT_EQ(compiled.attributes[0].value, "A,B\\C");
 }
@@ -297,16 +297,18 @@ TEST(compile_registry, an_empty_text_is_a_value_where_it_is_a_choice) {
     const auto compiled = compile_one(
         "Enumeration", R"("Value": [{"ValueName": ""}, {"ValueName": "On"}], "DefaultValue": "")");
     EXPECT_THAT(compiled.findings, IsEmpty());
-    EXPECT_THAT(choice_list::split(compiled.attributes.at(0).info.chc), ElementsAre("", "On"));
+    EXPECT_THAT(dp_service::choice_list::split(compiled.attributes.at(0).info.chc),
+                ElementsAre("", "On"));
 }
 
 TEST(compile_registry, read_only_and_immutable_attributes_carry_the_flag) {
     const auto flags = [](const std::string& members) {
         return compile_one("String", members).attributes.at(0).info.flg;
     };
-    EXPECT_EQ(flags(R"("ReadOnly": true)"), template_flags::read_only);
-    EXPECT_EQ(flags(R"("Immutable": true, "ReadOnly": false)"), template_flags::read_only);
-    EXPECT_EQ(flags(R"("ReadOnly": "True")"), template_flags::read_only);
+    EXPECT_EQ(flags(R"("ReadOnly": true)"), dp_service::template_flags::read_only);
+    EXPECT_EQ(flags(R"("Immutable": true, "ReadOnly": false)"),
+              dp_service::template_flags::read_only);
+    EXPECT_EQ(flags(R"("ReadOnly": "True")"), dp_service::template_flags::read_only);
     EXPECT_EQ(flags(R"("ReadOnly": null)"), 0U);
     EXPECT_EQ(flags(""), 0U);
     EXPECT_THAT(unfit(compile_one("String", R"("ReadOnly": "perhaps")")), SizeIs(1));
@@ -582,7 +584,7 @@ void expect_round_trip(const compiled_registry& compiled) {
         EXPECT_EQ(entries[i].reg, info.reg);
         EXPECT_EQ(entries[i].num, info.num);
         EXPECT_EQ(entries[i].chc, info.chc);
-        EXPECT_EQ(choice_list::split(info.chc).size(), info.num);
+        EXPECT_EQ(dp_service::choice_list::split(info.chc).size(), info.num);
     }
     std::vector<std::string> names;
     std::vector<std::string> values;

@@ -466,7 +466,7 @@ TEST_F(dpctl_program, says_when_a_change_goes_back_to_what_is_in_force) {
 TEST_F(dpctl_program, sets_what_it_can_and_says_what_was_refused) {
     const test::fake_service service(3, [](const std::vector<batch_command>& commands) {
         test::store_pending({{"Boot.Delay", "15"}, {"Boot.Tag", "Rack 7"}});
-        return test::answer_line(commands[0], service_status::not_a_choice) +
+        return test::answer_line(commands[0], dp_service::service_status::not_a_choice) +
                test::answer_line(commands[1], 0) + test::answer_line(commands[2], 0);
     });
     const json result = dpctl_json({"set", "Boot.Mode=Foo", "Boot.Delay=15", "Boot.Tag=Rack 7"}, 1);
@@ -495,7 +495,7 @@ TEST_F(dpctl_program, does_not_take_an_empty_answer_for_done) {
 
 TEST_F(dpctl_program, does_not_take_a_missing_line_of_the_answer_for_done) {
     const test::fake_service service(2, [](const std::vector<batch_command>& commands) {
-        return test::answer_line(commands[0], service_status::not_persisted);
+        return test::answer_line(commands[0], dp_service::service_status::not_persisted);
     });
     const json result = dpctl_json({"set", "Boot.Mode=UEFI", "Boot.Delay=15"}, 1);
     EXPECT_EQ(result["settings"][0]["outcome"], "refused");
@@ -620,7 +620,8 @@ TEST_F(dpctl_program, leaves_read_only_settings_as_they_are_without_failing) {
         std::map<std::string, std::string> values;
         for (const auto& command : commands) {
             const bool read_only = command.name == "Boot.Serial";
-            answer += test::answer_line(command, read_only ? service_status::read_only : 0);
+            answer +=
+                test::answer_line(command, read_only ? dp_service::service_status::read_only : 0);
             if (!read_only) {
                 values[command.name] = command.value;
             }

@@ -185,9 +185,10 @@ TEST_F(status_files, follow_prints_documents_and_ends_when_told) {
 // History
 
 TEST_F(status_files, history_lists_changes_newest_last) {
-    const change_record set{"cim-0", "Tue Nov 14 22:13:20 2023", "Boot.Tag", "a \"b\""};
-    const change_record empty{"cim-0", "Tue Nov 14 22:13:20 2023", "Boot.Label", ""};
-    const change_record deleted{"cim-1", "Tue Nov 14 22:13:58 2023", "Ports.Speed.2", {}};
+    const dp_service::change_record set{"cim-0", "Tue Nov 14 22:13:20 2023", "Boot.Tag", "a \"b\""};
+    const dp_service::change_record empty{"cim-0", "Tue Nov 14 22:13:20 2023", "Boot.Label", ""};
+    const dp_service::change_record deleted{
+        "cim-1", "Tue Nov 14 22:13:58 2023", "Ports.Speed.2", {}};
     test::write_file(history_, set.line() + '\n' + empty.line() + '\n' + deleted.line() + '\n');
     const auto result = dpctl({"history"});
     EXPECT_EQ(result.exit_code, 0);

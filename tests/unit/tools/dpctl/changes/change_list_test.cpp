@@ -7,7 +7,7 @@ namespace {
 
 using testing::ElementsAre;
 
-std::vector<std::string> targets(const std::vector<change_record>& changes) {
+std::vector<std::string> targets(const std::vector<dp_service::change_record>& changes) {
     std::vector<std::string> names;
     for (const auto& change : changes) {
         names.push_back(change.target);
@@ -16,8 +16,10 @@ std::vector<std::string> targets(const std::vector<change_record>& changes) {
 }
 
 TEST(change_list, leaves_out_foreign_lines_and_a_torn_end) {
-    const change_record change{"cim-0", "Tue Nov 14 22:13:20 2023", "Boot.Tag", "a \\ \"b\""};
-    const change_record deleted{"cim-1", "Tue Nov 14 22:13:21 2023", "Ports.Speed.2", {}};
+    const dp_service::change_record change{"cim-0", "Tue Nov 14 22:13:20 2023", "Boot.Tag",
+                                           "a \\ \"b\""};
+    const dp_service::change_record deleted{
+        "cim-1", "Tue Nov 14 22:13:21 2023", "Ports.Speed.2", {}};
     const auto content = read_changes(change.line() + "\nrubbish\n\n" + deleted.line() + '\n' +
                                       deleted.line().substr(0, deleted.line().size() - 1));
     EXPECT_THAT(targets(content.changes), ElementsAre("Boot.Tag", "Ports.Speed.2"));
@@ -40,10 +42,10 @@ TEST(change_list, knows_what_a_name_means) {
 }
 
 TEST(change_list, chooses_by_name_and_keeps_the_last) {
-    const std::vector<change_record> changes{{"t", "1", "A.X", "1"},
-                                             {"t", "2", "B.X", "1"},
-                                             {"t", "3", "A.Y", "1"},
-                                             {"t", "4", "C.Z", "1"}};
+    const std::vector<dp_service::change_record> changes{{"t", "1", "A.X", "1"},
+                                                         {"t", "2", "B.X", "1"},
+                                                         {"t", "3", "A.Y", "1"},
+                                                         {"t", "4", "C.Z", "1"}};
     EXPECT_EQ(choose(changes, {}, 0).size(), 4U);
     EXPECT_THAT(targets(choose(changes, {}, 1)), ElementsAre("C.Z"));
     EXPECT_THAT(targets(choose(changes, {"A"}, 0)), ElementsAre("A.X", "A.Y"));

@@ -58,8 +58,9 @@ TEST(judge_change, tells_that_no_answer_came) {
 }
 
 TEST(judge_change, tells_a_refusal) {
-    EXPECT_EQ(judge(1, service_status::not_a_choice, known("Legacy"), known("Legacy"), "Foo"),
-              change_outcome::refused);
+    EXPECT_EQ(
+        judge(1, dp_service::service_status::not_a_choice, known("Legacy"), known("Legacy"), "Foo"),
+        change_outcome::refused);
 }
 
 TEST(judge_change, takes_a_value_in_the_settings_file_as_done_beside_a_refused_one) {

@@ -14,46 +14,50 @@ using testing::HasSubstr;
 
 TEST(explain_status, says_what_an_enumeration_allows) {
     const dp_attribute mode = test::sample_choices("Mode", "Legacy,UEFI");
-    EXPECT_EQ(explain_status(service_status::not_a_choice, &mode, "Foo"),
+    EXPECT_EQ(explain_status(dp_service::service_status::not_a_choice, &mode, "Foo"),
               "\"Foo\" is not one of Legacy, UEFI");
 }
 
 TEST(explain_status, asks_for_a_near_choice) {
     const dp_attribute mode = test::sample_choices("Mode", "Legacy,UEFI");
-    EXPECT_EQ(explain_status(service_status::not_a_choice, &mode, "uefi"),
+    EXPECT_EQ(explain_status(dp_service::service_status::not_a_choice, &mode, "uefi"),
               "\"uefi\" is not one of Legacy, UEFI; did you mean UEFI?");
 }
 
 TEST(explain_status, says_what_a_number_allows) {
     const dp_attribute delay = test::sample_number("Delay", 0, 100, 5);
-    EXPECT_EQ(explain_status(service_status::not_a_number, &delay, "soon"),
+    EXPECT_EQ(explain_status(dp_service::service_status::not_a_number, &delay, "soon"),
               "\"soon\" is not a decimal number (allowed: 0 to 100 in steps of 5)");
-    EXPECT_EQ(explain_status(service_status::out_of_range, &delay, "105"),
+    EXPECT_EQ(explain_status(dp_service::service_status::out_of_range, &delay, "105"),
               "\"105\" is out of range (allowed: 0 to 100 in steps of 5)");
-    EXPECT_EQ(explain_status(service_status::not_a_step, &delay, "7"),
-              "\"7\" does not lie on a step (allowed: 0 to 100 in steps of 5)");
+    EXPECT_EQ(explain_status(dp_service::service_status::not_a_step, &delay, "7"),
+              "\"7\" is not on a step (allowed: 0 to 100 in steps of 5)");
 }
 
 TEST(explain_status, says_what_a_string_allows) {
     const dp_attribute tag = test::sample_string("Tag", 4, 16, "^[A-Z]+$");
     const std::string allowed = " (allowed: 4 to 16 characters that match ^[A-Z]+$)";
-    EXPECT_EQ(explain_status(service_status::too_short, &tag, ""), "\"\" is too short" + allowed);
-    EXPECT_EQ(explain_status(service_status::too_long, &tag, "X"), "\"X\" is too long" + allowed);
-    EXPECT_EQ(explain_status(service_status::pattern_mismatch, &tag, "abcd"),
+    EXPECT_EQ(explain_status(dp_service::service_status::too_short, &tag, ""),
+              "\"\" is too short" + allowed);
+    EXPECT_EQ(explain_status(dp_service::service_status::too_long, &tag, "X"),
+              "\"X\" is too long" + allowed);
+    EXPECT_EQ(explain_status(dp_service::service_status::pattern_mismatch, &tag, "abcd"),
               "\"abcd\" does not match the pattern" + allowed);
 }
 
 TEST(explain_status, does_without_the_attribute) {
-    EXPECT_EQ(explain_status(service_status::not_a_choice, nullptr, "Foo"),
+    EXPECT_EQ(explain_status(dp_service::service_status::not_a_choice, nullptr, "Foo"),
               "\"Foo\" is not one of its possible values");
-    EXPECT_EQ(explain_status(service_status::out_of_range, nullptr, "1"), "\"1\" is out of range");
+    EXPECT_EQ(explain_status(dp_service::service_status::out_of_range, nullptr, "1"),
+              "\"1\" is out of range");
 }
 
 TEST(explain_status, does_without_the_value) {
-    EXPECT_EQ(explain_status(service_status::not_a_choice),
+    EXPECT_EQ(explain_status(dp_service::service_status::not_a_choice),
               "the value is not one of its possible values");
-    EXPECT_EQ(explain_status(service_status::out_of_range), "the value is out of range");
-    EXPECT_EQ(explain_status(service_status::read_only), "it is read-only");
+    EXPECT_EQ(explain_status(dp_service::service_status::out_of_range),
+              "the value is out of range");
+    EXPECT_EQ(explain_status(dp_service::service_status::read_only), "it is read-only");
     EXPECT_EQ(explain_status(1234), "for a reason that dpctl does not know");
     EXPECT_EQ(explain_status(-1), "for a reason that dpctl does not know");
 }
@@ -78,7 +82,7 @@ TEST(explain_status, names_a_status_that_it_does_not_know) {
 }
 
 TEST(explain_status, shows_no_raw_control_bytes_of_the_value) {
-    EXPECT_EQ(explain_status(service_status::too_long, nullptr, "\x1b[0m"),
+    EXPECT_EQ(explain_status(dp_service::service_status::too_long, nullptr, "\x1b[0m"),
               "\"\\x1b[0m\" is too long");
 }
 

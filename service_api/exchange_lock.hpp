@@ -1,0 +1,32 @@
+#ifndef DP_SERVICE_API_EXCHANGE_LOCK_HPP
+#define DP_SERVICE_API_EXCHANGE_LOCK_HPP
+
+namespace dp_service {
+
+/// The lock (flock on `server_paths::exchange_folder`) that keeps clients from overwriting each
+/// other's batch and answer. A client takes it before it writes a batch and releases it after it
+/// read the answer. Programs that use the library's C API do not take it on their own. The kernel
+/// releases it when its process ends.
+class exchange_lock {
+  public:
+    /// Opens the folder; takes no lock yet.
+    exchange_lock();
+    /// Releases the lock.
+    ~exchange_lock();
+    exchange_lock(const exchange_lock&) = delete;
+    exchange_lock& operator=(const exchange_lock&) = delete;
+
+    /// Takes the lock without waiting. False when another process has it. True without a lock when
+    /// the folder cannot be opened: then there is no service either.
+    bool try_acquire();
+
+    /// Takes the lock, and waits for it without a time limit.
+    void acquire();
+
+  private:
+    int folder_;
+};
+
+}  // namespace dp_service
+
+#endif
