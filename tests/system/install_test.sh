@@ -63,6 +63,7 @@ fi
 cmake -S "$source_dir/examples" -B "$scratch/examples" "${package[@]}" >"$scratch/cmake.log"
 cmake --build "$scratch/examples" >"$scratch/build.log" || { cat "$scratch/build.log"; fail "CMake package"; }
 check_programs "$scratch/examples"
+LD_LIBRARY_PATH=$libdir "$scratch/examples/list_changes" >/dev/null || fail "list_changes does not run"
 
 # A method call goes from one process to another.
 export DP_QUEUE_PREFIX=install-test-$$
