@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -17,6 +16,7 @@
 #include "common/file_utilities.hpp"
 #include "common/log.hpp"
 #include "tests/support/child_process.hpp"
+#include "tests/support/interrupting_timer.hpp"
 #include "tests/support/process.hpp"
 #include "tests/support/test_platform.hpp"
 
@@ -123,28 +123,6 @@ class lock_file : public testing::Test {
 // Usually long enough for a process that does not have to wait to report. On a slow machine a test
 // that expects silence may pass by mistake, but never fails.
 constexpr int short_while_ms = 100;
-
-// Interrupts waiting calls of this process until the scope ends.
-class interruptions {
-  public:
-    interruptions() {
-        struct sigaction action {};
-        action.sa_handler = [](int) {};
-        sigaction(SIGALRM, &action, &previous_);
-        const itimerval soon_and_often{{0, 20'000}, {0, 20'000}};
-        setitimer(ITIMER_REAL, &soon_and_often, nullptr);
-    }
-    ~interruptions() {
-        const itimerval never{};
-        setitimer(ITIMER_REAL, &never, nullptr);
-        sigaction(SIGALRM, &previous_, nullptr);
-    }
-    interruptions(const interruptions&) = delete;
-    interruptions& operator=(const interruptions&) = delete;
-
-  private:
-    struct sigaction previous_ {};
-};
 
 std::ptrdiff_t open_descriptors() {
     const fs::directory_iterator all("/proc/self/fd");
@@ -331,7 +309,7 @@ TEST_F(readlock_test, continues_without_a_lock_and_logs_when_the_wait_fails) {
     const lines expected{
         {"LOG", " readlock file " + path + " failed, errno= " + std::to_string(EINTR)}};
     {
-        const interruptions keep_coming;
+        const test::interrupting_timer timer(20'000);
         { const readlock guard(path); }
         EXPECT_EQ(log.lines, expected);
         log.mask_value = ~dp::log_level::log;
@@ -434,7 +412,7 @@ TEST_F(writelock_test, continues_without_a_lock_and_logs_when_the_wait_fails) {
     const lines expected{
         {"LOG", " writelock file " + path + " failed, errno= " + std::to_string(EINTR)}};
     {
-        const interruptions keep_coming;
+        const test::interrupting_timer timer(20'000);
         { const writelock guard(path); }
         EXPECT_EQ(log.lines, expected);
         log.mask_value = ~dp::log_level::log;

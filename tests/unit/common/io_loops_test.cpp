@@ -2,14 +2,13 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <array>
-#include <csignal>
 #include <string>
 #include <thread>
 
+#include "tests/support/interrupting_timer.hpp"
 #include "tests/support/scratch_files.hpp"
 
 namespace {
@@ -29,28 +28,6 @@ class io_loops_test : public testing::Test {
     std::array<int, 2> ends{-1, -1};
 };
 
-// A signal handler that runs every millisecond and interrupts system calls.
-class interrupting_timer {
-  public:
-    interrupting_timer() {
-        struct sigaction action {};
-        action.sa_handler = [](int) {};
-        sigaction(SIGALRM, &action, &before_);
-        const itimerval each_millisecond{{0, 1000}, {0, 1000}};
-        setitimer(ITIMER_REAL, &each_millisecond, nullptr);
-    }
-    ~interrupting_timer() {
-        const itimerval none{};
-        setitimer(ITIMER_REAL, &none, nullptr);
-        sigaction(SIGALRM, &before_, nullptr);
-    }
-    interrupting_timer(const interrupting_timer&) = delete;
-    interrupting_timer& operator=(const interrupting_timer&) = delete;
-
-  private:
-    struct sigaction before_ {};
-};
-
 using write_all_test = io_loops_test;
 using read_all_test = io_loops_test;
 using read_some_test = io_loops_test;
@@ -68,7 +45,7 @@ TEST_F(write_all_test, continues_after_short_writes_and_signals) {
         }
     });
     {
-        const interrupting_timer timer;
+        const test::interrupting_timer timer(1000);
         EXPECT_TRUE(dp::write_all(ends[1], text));
         reader.join();
     }
@@ -120,7 +97,7 @@ TEST_F(read_some_test, continues_after_signals) {
     });
     std::array<char, 16> buffer{};
     {
-        const interrupting_timer timer;
+        const test::interrupting_timer timer(1000);
         EXPECT_EQ(dp::read_some(ends[0], buffer.data(), buffer.size()), 4);
     }
     writer.join();
