@@ -10,9 +10,9 @@
 #include <string_view>
 #include <utility>
 
-#include "common/open_regular_file.hpp"
 #include "common/io_loops.hpp"
 #include "common/log.hpp"
+#include "common/open_regular_file.hpp"
 
 namespace dp {
 namespace {
