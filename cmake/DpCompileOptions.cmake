@@ -7,7 +7,7 @@ target_compile_options(
     -Wall
     -Wextra
     -Wpedantic
-    # A source that is compiled together with others would be warned of their names.
+    # Sources that are compiled as one would be warned about each other's names.
     $<$<NOT:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>>:-Wshadow>
     -Wconversion
     -Wsign-conversion
@@ -24,7 +24,7 @@ target_compile_options(
     $<$<COMPILE_LANGUAGE:CXX>:-Wextra-semi>
     # GCC 12 sees overlaps in std::string's own assignments at -O3 that are not there (bug 105329).
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>
-    # No -Wnon-virtual-dtor: several interfaces fix their slots and have no room for a virtual
+    # No -Wnon-virtual-dtor: several interfaces fix their slots and cannot have a virtual
     # destructor; -Wdelete-non-virtual-dtor (part of -Wall) still guards every delete.
     -fstack-protector-strong)
 target_link_options(dp_compile_options INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack

@@ -1,9 +1,9 @@
 #!/bin/sh
 # usage: abi_record.sh --check|--update LIBRARY HEADER_FOLDER RECORD
 #
-# Compares the library with the record of its binary interface: functions, records and classes, as
-# far as the public headers show them. Also what is only added counts as a difference, so that the
-# record is always that of the present library.
+# Compares the library with its ABI record: the functions, data records and classes that the public
+# headers declare. An addition counts as a difference too, so that the ABI record is always the one of
+# the present library.
 set -eu
 
 action=$1
@@ -11,7 +11,7 @@ library=$2
 headers=$3
 record=$4
 
-# make_record FILE: what the library's debug information and the public headers say today.
+# make_record FILE: writes the ABI record of the present library.
 make_record() {
   abidw --drop-private-types --exported-interfaces-only --headers-dir "$headers" --no-corpus-path \
     --no-comp-dir-path --no-show-locs --type-id-style hash --out-file "$1" "$library"
@@ -20,7 +20,7 @@ make_record() {
 case $action in
   --update)
     make_record "$record"
-    # Where the sources lay when they were compiled does not matter.
+    # The folder in which the sources were compiled does not matter.
     sed -i "s,path='[^']*/\([a-z_]*/[^/']*\)',path='\1'," "$record"
     ;;
   --check)
@@ -28,15 +28,15 @@ case $action in
       echo "SKIPPED: abidiff (package abigail-tools) is not installed"
       exit 0
     fi
-    # Records are compared, not the record and the library: a record doesn't say in which headers its
-    # types stand, so that abidiff takes all of them for private ones, whose changes don't count, as
-    # soon as it is told to look at the headers.
+    # Compares two ABI records, not an ABI record with the library: an ABI record does not say which
+    # headers declare its types, so abidiff, when it is given the headers, would ignore changes of
+    # all of them as private.
     present=$(mktemp)
     trap 'rm -f "$present"' EXIT
     make_record "$present"
     abidiff --harmless --no-show-locs "$record" "$present" || {
       echo "The binary interface is not the recorded one (abidiff's result: $?)."
-      echo "If that is meant, ./dev abi --update renews $record."
+      echo "If this is intended, ./dev abi --update renews $record."
       exit 1
     }
     ;;

@@ -1,4 +1,4 @@
-"""Reads what the tests need to know of an ELF file: 32 or 64 bits, little-endian."""
+"""Reads what the tests need of an ELF file: 32 or 64 bits, little-endian."""
 
 import shutil
 import struct
@@ -12,7 +12,7 @@ SHT_SYMTAB, SHT_RELA, SHT_REL, SHT_DYNSYM = 2, 4, 9, 11
 DT_NEEDED, DT_SONAME, DT_BIND_NOW, DT_FLAGS, DT_FLAGS_1 = 1, 14, 24, 30, 0x6FFFFFFB
 DF_BIND_NOW, DF_1_NOW, DF_1_PIE = 8, 1, 0x08000000
 EM_386, EM_ARM, EM_X86_64, EM_AARCH64 = 3, 40, 62, 183
-# The relocations that write an address which the file itself knows.
+# The relocations that write an address inside the file itself.
 RELATIVE = {EM_386: 8, EM_ARM: 23, EM_X86_64: 8, EM_AARCH64: 1027}
 
 Section = namedtuple("Section", "name type flags address offset size link entry_size")
@@ -59,7 +59,7 @@ class Elf:
         return next((s for s in self.segments if s.type == kind), None)
 
     def read(self, address, size):
-        """The bytes that the file gives memory at an address."""
+        """The bytes of the file at a memory address."""
         for s in self.segments:
             if s.type == PT_LOAD and s.address <= address < s.address + s.file_size:
                 start = s.offset + address - s.address
@@ -97,7 +97,7 @@ class Elf:
         return result
 
     def exported(self):
-        """The symbols that other files may use. Names of versions themselves are none."""
+        """The symbols that other files may use, without the names of versions."""
         return [s for s in self.symbols(SHT_DYNSYM)
                 if s.section not in (0, 0xFFF1) and s.bind != 0 and s.visibility in (0, 3)]
 

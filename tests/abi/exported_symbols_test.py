@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """usage: exported_symbols_test.py [--update] LIBRARY LIST
 
-Compares what the library exports with the list of what it promises, and holds what the list itself
-has to say: plain names for the C API, C++ names for the four functions that C programs cannot call,
-nothing of the standard library, and what a class needs that is derived elsewhere.
+Compares the exported symbols of the library with the list of those that it promises, and checks the
+list itself: plain names for the C API, C++ names for the four functions that C programs cannot call,
+nothing of the standard library, and what customers' derived classes need.
 """
 
 import sys
@@ -57,7 +57,7 @@ def main(arguments):
     found += [f"in the list, but not exported: {text}" for text in demangle(less)] if less else []
     print("\n".join(found) or f"{library}: {len(names)} symbols, as promised")
     if more or less:
-        print(f"If that is meant, ./dev abi --update renews {listed}.")
+        print(f"If this is intended, ./dev abi --update renews {listed}.")
     return 1 if found else 0
 
 

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """usage: hardening_test.py FILE... -- PROBE
 
-Reads from the built files that what makes an attack harder is really in them. PROBE holds one copy
-whose length only the run knows: its checked form shows that the build asks for checked forms.
+Checks that the built files are hardened against attacks. PROBE contains one copy whose length is
+known only at run time: it must use the checked function of the C library.
 """
 
 import sys

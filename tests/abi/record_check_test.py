@@ -2,7 +2,7 @@
 """usage: record_check_test.py LIBRARY HEADER_FOLDER RECORD
 
 Holds that the comparison with the record notices what would break a program that was linked against
-the library: it must refuse copies of the record in which something stands differently.
+the library: it must refuse copies of the record that differ from it.
 """
 
 import os
@@ -12,7 +12,7 @@ import subprocess
 import sys
 import tempfile
 
-# What is different, and how a copy gets it.
+# What differs, and how a copy is changed to differ.
 CHANGES = {
     "a field of the C API has moved": (
         r"layout-offset-in-bits='32'(>\s*<var-decl name='operation')",
@@ -42,7 +42,7 @@ def main(library, headers, record):
     for what, (pattern, replacement) in CHANGES.items():
         altered = re.sub(pattern, replacement, text)
         if altered == text:
-            print(f"{what}: the record has nothing of the kind")
+            print(f"{what}: the ABI record contains nothing of this kind")
             failed = True
             continue
         with tempfile.NamedTemporaryFile("w", encoding="ascii", suffix=".abi") as copy:

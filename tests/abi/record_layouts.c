@@ -1,7 +1,6 @@
-/* Holds the layout of the records of the C API, as a caller's compiler sees it: every field in its
- * order and width, with no more room between two than their alignment asks for. That gives the 28
- * and 24 words of the 32-bit target, and on 64 bits the only layout that keeps the same
- * declarations. */
+/* Checks the layout of the records of the C API, as a caller's compiler sees it: every field in its
+ * order and width, with no more padding than the alignment requires. On the 32-bit target this gives
+ * records of 28 and 24 words. */
 #include <stddef.h>
 #include <stdint.h>
 #include <stdio.h>

@@ -5,8 +5,8 @@
 #include "transactions/setting_transaction.hpp"
 #include "transactions/transaction.hpp"
 
-// Classes as a customer derives them. Nothing runs them: what matters is in which slot the compiler
-// puts each operation.
+// Derived classes as a customer writes them. They are never run: the test reads in which slot the
+// compiler puts each operation.
 namespace slot_probe {
 
 class plugin final : public dp::plugin {

@@ -1,15 +1,15 @@
 #!/usr/bin/env python3
 """usage: time_test.py FILE...
 
-On 32 bits: no file uses an operation of the C library that holds a time or a file position in 32
-bits, nor one of the C++ library that does so inside. On 64 bits there is nothing to find.
+On 32-bit machines: no file uses a function of the C library with 32-bit times or file positions,
+nor one of the C++ library that uses them inside. On 64-bit machines there are no such functions.
 """
 
 import sys
 
 from elf import Elf
 
-# Each has a twin with 64-bit times or positions, which the build has to choose.
+# Each has a variant with 64-bit times or positions, which the build must select.
 SHORT = set("""
     __adjtimex __clock_adjtime adjtime adjtimex clock_adjtime clock_getres clock_gettime
     clock_nanosleep clock_settime cnd_timedwait ctime ctime_r difftime fcntl fstat fstatat ftime

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """usage: vtable_slots_test.py LIBRARY PROBE
 
-Holds the order of virtual operations of every class whose order is part of the binary interface. It
-reads the tables that the compiler put into the library, and those of the probe's classes: a class
-that overrides an operation shows in which slot a customer's own class puts it.
+Checks the order of the virtual operations of every class whose order is part of the binary interface.
+Reads the virtual tables of the library and of the probe's classes: an overriding operation shows in
+which slot a customer's class puts it.
 """
 
 import re
@@ -13,7 +13,7 @@ from elf import RELATIVE, SHT_SYMTAB, Elf, demangle
 
 PURE = "pure"  # a slot that only a derived class can fill
 
-# What stands in the slots, in order. A class with two polymorphic bases has a table for each.
+# The slots in order. A class with two polymorphic bases has a table for each.
 LIBRARY = {
     "dp::plugin": [[
         PURE,
@@ -45,7 +45,7 @@ LIBRARY = {
         "dp::non_xml_setting_element::~non_xml_setting_element()",
     ]],
     "dp::transaction": [[
-        PURE,  # The destructor has a body, but the class can't be complete.
+        PURE,  # The destructor has a body, but the class is abstract.
         PURE,
         "dp::transaction::execute_step(dp::registrar&, dp::plugin_list&)",
         PURE,
@@ -161,7 +161,7 @@ def tables(elf, expected):
     symbols = {s.name: s for s in elf.symbols(SHT_SYMTAB)}
     names_at = {}
     for symbol in symbols.values():
-        # In ARM's addresses the lowest bit only tells the instruction set.
+        # The lowest bit of an ARM address only selects the instruction set.
         names_at.setdefault(symbol.value & ~1, set()).add(symbol.name)
     relocations = elf.relocations()
 
@@ -188,7 +188,7 @@ def tables(elf, expected):
             if follows and any(n.startswith("_ZTI") for n in follows):
                 groups.append([])
             elif not entry:
-                groups[-1].append({"__cxa_pure_virtual"})  # left empty in a class that can't be complete
+                groups[-1].append({"__cxa_pure_virtual"})  # empty in an abstract class
             elif not any(n.startswith("_ZTI") for n in entry):
                 groups[-1].append(entry)
         result[class_name] = groups

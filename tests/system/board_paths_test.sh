@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The library as a board gets it, with its fixed paths: the whole road in a private mount namespace, where
-# /tmp, /var and /bin are this test's own.
+# The library as a board gets it, with its fixed paths: a change in a private mount namespace with
+# /tmp, /var and /bin of its own.
 #
 # usage: board_paths_test.sh SOURCE_DIR BUILD_DIR
 set -euo pipefail
@@ -16,7 +16,7 @@ if [ "${3:-}" != inside ]; then
   exec unshare --user --map-root-user --mount "$0" "$1" "$2" inside
 fi
 
-# The build may lie below /tmp, which is about to be covered.
+# The build may be below /tmp, which the mounts below hide.
 mount --bind "$2" /mnt
 mount --bind "$1" /media
 mount -t tmpfs tmpfs /var
@@ -65,4 +65,4 @@ for file in /tmp/dp/uefi_info.txt /tmp/dp/uefi_configs.txt /tmp/dp/uefi.bld /tmp
 done
 kill -TERM "$service"
 wait "$service" || fail "the service did not stop cleanly"
-echo "the road goes through the board's own paths"
+echo "a change went through the board's own paths"

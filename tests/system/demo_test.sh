@@ -15,17 +15,17 @@ fail() {
   exit 1
 }
 
-# What the demo with the log $1 put in front of the names of its message queues.
+# The prefix of the message queues of the demo with the log $1.
 queue_prefix() {
   sed -n 's/.* DP_QUEUE_PREFIX=//p' "$scratch/$1.log"
 }
-# Fails when a folder is left behind, or a message queue with one of the prefixes. Queues need not be mounted
-# as files: opening them tells.
+# Fails when a folder is left over, or a message queue with one of the prefixes. The queues are opened,
+# because they need not be mounted as files.
 check_left() {
   local left
   left=$(find "$scratch" -maxdepth 1 -name 'dp-demo.*')
-  [ -z "$left" ] || fail "left behind: $left"
-  left=$(python3 "$source_dir/tests/system/left_queues.py" "$@") || fail "left behind: ${left:-unknown queues}"
+  [ -z "$left" ] || fail "left over: $left"
+  left=$(python3 "$source_dir/tests/system/left_queues.py" "$@") || fail "left over: ${left:-unknown queues}"
 }
 
 real=${3:+$3/server-a.registry.json}
@@ -52,12 +52,12 @@ second_prefix=$(queue_prefix second)
 [ "$first_prefix" != "$second_prefix" ] || fail "both demos used the queues of $first_prefix"
 check_left "$first_prefix" "$second_prefix"
 
-# end_demo LOG BUILD_DIR SIGN: starts a demo, ends it when SIGN comes true, and looks at what it leaves.
+# end_demo LOG BUILD_DIR SIGN: starts a demo, ends it when SIGN is true, and checks what it leaves.
 end_demo() {
   "$source_dir/tools/demo.sh" "$2" >"$scratch/$1.log" 2>&1 &
   local demo=$! status=0
   until eval "$3"; do
-    kill -0 "$demo" 2>/dev/null || fail "the $1 demo ended by itself"
+    kill -0 "$demo" 2>/dev/null || fail "the $1 demo ended on its own"
     sleep 0.1
   done
   kill -TERM "$demo"
@@ -70,7 +70,7 @@ end_demo() {
 # shellcheck disable=SC2016 # they are expanded later
 end_demo early "$build_dir" 'grep -qs "listening on queues" "$scratch/early.log"'
 
-# Nor does one amid a command of the background that goes on making files.
+# Nor does one with a background command that keeps making files.
 mkdir -p "$scratch/busy/bin"
 ln -s "$build_dir/lib" "$scratch/busy/lib"
 ln -s "$build_dir/bin/"* "$scratch/busy/bin/"
@@ -92,7 +92,7 @@ chmod +x "$scratch/busy/bin/dpctl"
 # shellcheck disable=SC2016
 end_demo busy "$scratch/busy" '[ -e "$scratch/is_busy" ]'
 
-# Wrong usage and files that are no registries get a clear answer.
+# Wrong usage and files that are not registries get a clear answer.
 status=0
 "$source_dir/tools/demo.sh" "$build_dir" --nonsense >"$scratch/wrong.log" 2>&1 || status=$?
 [ $status -eq 2 ] || fail "wrong usage exits with $status"
@@ -102,4 +102,4 @@ for file in "$scratch/garbage.json" "$scratch/missing.json" "$scratch"; do
   "$source_dir/tools/demo.sh" "$build_dir" --registry "$file" >"$scratch/garbage.log" 2>&1 || status=$?
   [ $status -eq 1 ] || fail "$file: exit $status"
 done
-echo "both demos walked the road"
+echo "both demos ran to their end"

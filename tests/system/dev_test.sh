@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What ./dev makes of its arguments, with stand-ins for all that it would run.
+# How ./dev handles its arguments, with stand-ins for the commands that it would run.
 #
 # usage: dev_test.sh SOURCE_DIR
 set -euo pipefail
@@ -13,7 +13,7 @@ fail() {
 
 mkdir -p "$scratch/tree/tools" "$scratch/elsewhere" "$scratch/bin"
 cp "$1/dev" "$scratch/tree/"
-# Every package is there, and everything is built.
+# Every package is installed, and everything is built.
 printf '#!/bin/sh\nprintf installed\n' >"$scratch/bin/dpkg-query"
 cat >"$scratch/bin/cmake" <<EOF
 #!/bin/sh
@@ -28,9 +28,9 @@ chmod +x "$scratch/bin/"* "$scratch/tree/tools/demo.sh"
 export PATH=$scratch/bin:$PATH
 cd "$scratch/elsewhere"
 
-# A relative name is meant from where the command was typed.
+# A relative name is relative to the folder where the command was typed.
 told=$(../tree/dev demo --registry r.json 2>/dev/null)
-[ "$told" = "$scratch/elsewhere: $scratch/tree/build/demo --registry r.json" ] || fail "the demo is told: $told"
+[ "$told" = "$scratch/elsewhere: $scratch/tree/build/demo --registry r.json" ] || fail "the demo gets: $told"
 
 # Wrong arguments are refused before anything is built.
 rm -f "$scratch/built"
@@ -39,8 +39,8 @@ for arguments in 'demo --nonsense' 'fuzz ten' 'fuzz 0' 'fuzz --help' 'fuzz 1 2' 
   status=0
   # shellcheck disable=SC2086 # they are several words
   ../tree/dev $arguments >/dev/null 2>"$scratch/log" || status=$?
-  [ $status -ne 0 ] || fail "dev $arguments: is taken"
-  [ -s "$scratch/log" ] || fail "dev $arguments: no word about it"
+  [ $status -ne 0 ] || fail "dev $arguments: is accepted"
+  [ -s "$scratch/log" ] || fail "dev $arguments: no message"
   [ ! -e "$scratch/built" ] || fail "dev $arguments: builds first"
 done
 
@@ -51,7 +51,7 @@ first=$!
 wait "$first" || fail "the first of two runs: $(cat "$scratch/first.log")"
 [ ! -e "$scratch/overlapping" ] || fail "two runs build at the same time"
 
-# What is missing is installed, also where that fails at first: the network, or another apt.
+# Missing packages are installed, even if the first try fails: the network, or another apt.
 cat >"$scratch/bin/dpkg-query" <<'EOF'
 #!/bin/sh
 [ "$3" != jq ] || exit 1
@@ -69,11 +69,11 @@ EOF
 printf '#!/bin/sh\n' >"$scratch/bin/sleep"
 chmod +x "$scratch/bin/"*
 ../tree/dev demo >/dev/null 2>"$scratch/log" || fail "gives up on apt: $(cat "$scratch/log")"
-grep -q 'install --no-install-recommends jq$' "$scratch/apt" || fail "apt-get is told: $(cat "$scratch/apt")"
+grep -q 'install --no-install-recommends jq$' "$scratch/apt" || fail "apt-get gets: $(cat "$scratch/apt")"
 cat >"$scratch/bin/apt-get" <<'EOF'
 #!/bin/sh
 exit 1
 EOF
-! ../tree/dev demo >/dev/null 2>"$scratch/log" || fail "goes on without a package"
+! ../tree/dev demo >/dev/null 2>"$scratch/log" || fail "continues without a package"
 grep -q 'could not install: jq' "$scratch/log" || fail "does not name the package: $(cat "$scratch/log")"
-echo "all arguments were taken as they were typed"
+echo "all arguments were handled as documented"

@@ -18,7 +18,7 @@ fail() {
   exit 1
 }
 
-# The README shows the programs as they are.
+# The README shows the programs unchanged.
 for program in c_api/list_defaults.c class_interface/check_batch.cpp; do
   awk -v marker="<!-- examples/$program -->" '
     $0 == marker { found = 1; next }
@@ -92,11 +92,11 @@ mkdir "$scratch/plain"
 }
 check_programs "$scratch/plain"
 
-# Every installed header stands on its own.
+# Every installed header compiles alone.
 find "$prefix/include/dp_common" -name '*.hpp' -printf '%P\n' | while read -r header; do
   printf '#include <%s>\n' "$header" |
     "${cxx[@]}" -std=c++17 -Wall -Wextra -Werror -I "$prefix/include/dp_common" -fsyntax-only -x c++ - ||
-    fail "$header does not stand on its own"
+    fail "$header does not compile alone"
 done
 find "$prefix/include/dp_common" -name '*.h' -printf '%P\n' | while read -r header; do
   for standard in c99 c11 c17; do
