@@ -63,17 +63,17 @@ int serve() {
 }
 
 int run(int argc, char** argv) {
-    CLI::App app{
+    dp_support::command_line program(
         "Keeps the values of a server's BIOS attributes and carries out batches of setting "
         "commands.\nRuns in the foreground until SIGTERM or SIGINT.",
-        "dp_settingsd"};
-    app.set_version_flag("--version", "dp_settingsd " DP_VERSION);
-    app.footer("Exchange folder: " + dp_service::server_paths::exchange_folder.str() +
-               "\nData folder:     " + dp_service::server_paths::data_folder.str() +
-               "\nEnvironment:     DP_LOG (none, stderr, file:PATH, syslog; default stderr), "
-               "DP_LOG_MASK, DP_LOG_TAG, DP_QUEUE_PREFIX\n"
-               "Exit codes:      0 stopped as asked, 1 failed, 2 wrong usage");
-    if (const auto code = dp_support::parse_command_line(app, argc, argv)) {
+        "dp_settingsd");
+    program.add_version("dp_settingsd " DP_VERSION);
+    program.set_footer("Exchange folder: " + dp_service::server_paths::exchange_folder.str() +
+                       "\nData folder:     " + dp_service::server_paths::data_folder.str() +
+                       "\nEnvironment:     DP_LOG (none, stderr, file:PATH, syslog; default "
+                       "stderr), DP_LOG_MASK, DP_LOG_TAG, DP_QUEUE_PREFIX\n"
+                       "Exit codes:      0 stopped as asked, 1 failed, 2 wrong usage");
+    if (const auto code = program.parse(argc, argv)) {
         return *code;
     }
     dp_platform::log_defaults log;

@@ -1,7 +1,5 @@
 #include <chrono>
-#include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <iostream>
 #include <string>
 
@@ -12,9 +10,11 @@
 #include "tools/dp-server/server_files.hpp"
 #include "tools/dp-server/server_request.hpp"
 
-// The simulated server's operator panel.
+// The operator panel of the simulated server.
 
 namespace {
+
+using dp_support::command_line;
 
 constexpr double default_timeout = 10;
 constexpr double longest_timeout = 3600;
@@ -27,106 +27,91 @@ struct options {
     double timeout = default_timeout;
 };
 
-void add_timeout(CLI::App& command, options& chosen) {
-    command.add_option("--timeout", chosen.timeout, "Seconds to wait for dp_settingsd's answer")
-        ->type_name("SECONDS")
-        ->check(CLI::Range(0.0, longest_timeout))
-        // The range lets it through.
-        ->check([](const std::string& text) {
-            return std::isnan(std::strtod(text.c_str(), nullptr)) ? text + " is not a number"
-                                                                  : std::string();
-        })
-        ->capture_default_str();
+void add_timeout(command_line& command, options& chosen) {
+    command.add_option("--timeout", chosen.timeout, "Seconds to wait for dp_settingsd's answer",
+                       {.least = 0, .greatest = longest_timeout},
+                       {.value_name = "SECONDS", .show_default = true});
 }
 
-CLI::App* add_install(CLI::App& app, options& chosen) {
-    auto* const command = app.add_subcommand(
+command_line& add_install(command_line& program, options& chosen) {
+    auto& command = program.add_subcommand(
         "install",
-        "Lay out a server that was never started, while no dp_settingsd runs: its template, its\n"
-        "pending and current values, and its build id.");
-    command->add_option("--template", chosen.parts.template_file, "The BIOS's template")
-        ->type_name("FILE")
-        ->required();
-    command->add_option("--settings", chosen.parts.settings_file, "The pending values")
-        ->type_name("FILE")
-        ->required();
-    command
-        ->add_option("--current", chosen.parts.current_file,
-                     "The values in force; the pending ones if not given")
-        ->type_name("FILE");
-    command->add_option("--build-id", chosen.parts.build_id, "The BIOS's build id")
-        ->type_name("ID")
-        ->required()
-        ->check(dp_tools::build_id_problem);
-    command->add_flag("--replace", chosen.replace, "Replace a server that is installed already");
+        "Set up a server that was never started, while no dp_settingsd is running: its template,\n"
+        "its pending and current values, and its build id.");
+    command.add_option("--template", chosen.parts.template_file, "The BIOS's template",
+                       {.value_name = "FILE", .required = true});
+    command.add_option("--settings", chosen.parts.settings_file, "The pending values",
+                       {.value_name = "FILE", .required = true});
+    command.add_option("--current", chosen.parts.current_file,
+                       "The current values; the pending values if not given",
+                       {.value_name = "FILE"});
+    command.add_option("--build-id", chosen.parts.build_id, "The BIOS's build id",
+                       {.value_name = "ID", .required = true, .check = dp_tools::build_id_problem});
+    command.add_flag("--replace", chosen.replace, "Replace an installed server");
     return command;
 }
 
-CLI::App* add_restart(CLI::App& app, options& chosen) {
-    auto* const command =
-        app.add_subcommand("restart", "Restart the server: the pending values become current.");
-    add_timeout(*command, chosen);
+command_line& add_restart(command_line& program, options& chosen) {
+    auto& command =
+        program.add_subcommand("restart", "Restart the server: the pending values become current.");
+    add_timeout(command, chosen);
     return command;
 }
 
-CLI::App* add_update(CLI::App& app, options& chosen) {
-    auto* const command =
-        app.add_subcommand("update", "Update the BIOS: a new template and a new build id.");
-    command->add_option("--template", chosen.update_template, "The new BIOS's template")
-        ->type_name("FILE")
-        ->required();
-    command->add_option("--build-id", chosen.update_build_id, "The new BIOS's build id")
-        ->type_name("ID")
-        ->required()
-        ->check(dp_tools::build_id_problem);
-    add_timeout(*command, chosen);
-    return command;
+void add_update(command_line& program, options& chosen) {
+    auto& command =
+        program.add_subcommand("update", "Update the BIOS: a new template and a new build id.");
+    command.add_option("--template", chosen.update_template, "The new BIOS's template",
+                       {.value_name = "FILE", .required = true});
+    command.add_option("--build-id", chosen.update_build_id, "The new BIOS's build id",
+                       {.value_name = "ID", .required = true, .check = dp_tools::build_id_problem});
+    add_timeout(command, chosen);
 }
 
-int finish(const std::string& command, const std::string& problem, const std::string& done) {
-    if (!problem.empty()) {
-        std::cerr << "dp-server: " << command << ": " << problem << '\n';
+int finish(const std::string& command, const dp_support::result<>& outcome,
+           const std::string& message) {
+    if (!outcome) {
+        std::cerr << "dp-server: " << command << ": " << outcome.reason() << '\n';
         return dp_support::exit_code::failed;
     }
-    std::cout << done << '\n';
+    std::cout << message << '\n';
     return dp_support::done_if_written("dp-server");
 }
 
 int run(int argc, char** argv) {
-    CLI::App app{"The operator panel of the simulated server that dp_settingsd serves."};
+    command_line program("The operator panel of the simulated server that dp_settingsd serves.");
     options chosen;
-    app.require_subcommand(1);
-    const auto* const install = add_install(app, chosen);
-    const auto* const restart = add_restart(app, chosen);
-    add_update(app, chosen);
-    app.footer("The server's files lie in " + dp_service::server_paths::data_folder.str() +
-               " and " + dp_service::server_paths::exchange_folder.str() +
-               ", which belong to the user\nwho runs dp_settingsd; only that user can operate the "
-               "server.\n"
-               "Exit codes: 0 done, 1 failed, 2 wrong usage.");
-    if (const auto code = dp_support::parse_command_line(app, argc, argv)) {
+    const auto& install = add_install(program, chosen);
+    const auto& restart = add_restart(program, chosen);
+    add_update(program, chosen);
+    program.set_footer("The server's files are in " + dp_service::server_paths::data_folder.str() +
+                       " and " + dp_service::server_paths::exchange_folder.str() +
+                       ", which belong to the user\nthat runs dp_settingsd; only that user can "
+                       "operate the server.\n"
+                       "Exit codes: 0 done, 1 failed, 2 wrong usage.");
+    if (const auto code = program.parse(argc, argv)) {
         return *code;
     }
 
     const std::chrono::milliseconds timeout(static_cast<std::int64_t>(chosen.timeout * 1000));
-    if (install->parsed()) {
+    if (install.is_selected()) {
         if (chosen.parts.current_file.empty()) {
             chosen.parts.current_file = chosen.parts.settings_file;
         }
         return finish("install", dp_tools::install_server(chosen.parts, chosen.replace),
                       "installed a server with BIOS " + chosen.parts.build_id);
     }
-    if (restart->parsed()) {
+    if (restart.is_selected()) {
         return finish("restart",
                       dp_tools::run_request(dp_service::server_request::restart, timeout,
-                                            [] { return std::string(); }),
-                      "restarted: pending values are current now");
+                                            [] { return dp_support::result<>(); }),
+                      "restarted: the pending values are current now");
     }
-    const auto place = [&] {
+    const auto prepare = [&] {
         return dp_tools::place_update(chosen.update_template, chosen.update_build_id);
     };
     return finish("update",
-                  dp_tools::run_request(dp_service::server_request::update, timeout, place),
+                  dp_tools::run_request(dp_service::server_request::update, timeout, prepare),
                   "updated the BIOS to " + chosen.update_build_id);
 }
 

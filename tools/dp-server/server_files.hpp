@@ -3,9 +3,11 @@
 
 #include <string>
 
+#include "support/result.hpp"
+
 namespace dp_tools {
 
-/// What a server is made of, as files of the operator's.
+/// The parts of a server: files of the operator, and the build id.
 struct server_parts {
     std::string template_file;
     std::string settings_file;
@@ -13,22 +15,22 @@ struct server_parts {
     std::string build_id;
 };
 
-// All of these return why it did not work, naming the file; empty on success.
+// The reasons of failures contain the name of the file.
 
-/// Why the folder `path` is not one of our own to write into: it is missing, a link, no folder, or
-/// somebody else's.
-std::string problem_with_folder(const std::string& path);
+/// Whether `path` is a folder of this user. It is not if it is missing, a symlink, not a folder, or
+/// owned by another user.
+dp_support::result<> check_folder(const std::string& path);
 
-/// Lays out a server that was never started: its folders, for this user only, and its template,
-/// values and build id. The parts are examined first. A server that is there already is replaced
-/// only when `replace` is set, and only as a whole. Refused while a service runs, which would go on
-/// with what it has read.
-std::string install_server(const server_parts& parts, bool replace);
+/// Sets up a server that was never started: its folders, for this user only, and its template,
+/// values and build id. The parts are checked first. An installed server is replaced only if
+/// `replace` is set, and either completely or not at all. Fails while a service runs, which would
+/// continue with the old values.
+dp_support::result<> install_server(const server_parts& parts, bool replace);
 
-/// Puts the parts of a BIOS update into the folder where the service takes them from.
-std::string place_update(const std::string& template_file, const std::string& build_id);
+/// Stores the parts of a BIOS update in the folder from which the service takes them.
+dp_support::result<> place_update(const std::string& template_file, const std::string& build_id);
 
-/// Why `build_id` can't be a build id.
+/// Why `build_id` is not a valid build id; empty if it is.
 std::string build_id_problem(const std::string& build_id);
 
 }  // namespace dp_tools

@@ -5,14 +5,16 @@
 #include <functional>
 #include <string>
 
+#include "support/result.hpp"
+
 namespace dp_tools {
 
-/// Asks the service to do `request` ("restart" or "update") and waits for its answer, at most
-/// `timeout` in all. One request runs at a time; another operator's is waited for. `prepare` puts
-/// in place what the request needs once it is our turn and returns why it could not. Returns why
-/// the request was not carried out; empty when it was.
-std::string run_request(const std::string& request, std::chrono::milliseconds timeout,
-                        const std::function<std::string()>& prepare);
+/// Sends `request`, one of `dp_service::server_request`, to the service and waits for its answer,
+/// at most `timeout` in total. Only one request runs at a time: waits until that of another
+/// operator has finished, then calls `prepare`, which stores the files for the request. Success
+/// means that the service carried out the request.
+dp_support::result<> run_request(const std::string& request, std::chrono::milliseconds timeout,
+                                 const std::function<dp_support::result<>()>& prepare);
 
 }  // namespace dp_tools
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <optional>
 
-#include "tools/dp-template/carried_text.hpp"
+#include "tools/dp-template/encodable_text.hpp"
 
 namespace dp_tools {
 namespace {
@@ -11,15 +11,15 @@ namespace {
 constexpr std::string_view without_menu = "BIOS";
 
 std::string_view trimmed(std::string_view text) {
-    constexpr std::string_view blanks = " \t\r\n";
-    const auto first = text.find_first_not_of(blanks);
+    constexpr std::string_view white_space = " \t\r\n";
+    const auto first = text.find_first_not_of(white_space);
     if (first == std::string_view::npos) {
         return {};
     }
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+    return text.substr(first, text.find_last_not_of(white_space) - first + 1);
 }
 
-/// How many elements all paths that have any begin with.
+/// The number of leading elements that all paths with a menu share.
 std::size_t shared_elements(const std::vector<std::vector<std::string>>& paths) {
     std::optional<std::vector<std::string>> shared;
     for (const auto& path : paths) {
@@ -30,9 +30,9 @@ std::size_t shared_elements(const std::vector<std::vector<std::string>>& paths) 
             shared = path;
             continue;
         }
-        const auto differing =
+        const auto difference =
             std::mismatch(shared->begin(), shared->end(), path.begin(), path.end()).first;
-        shared->erase(differing, shared->end());
+        shared->erase(difference, shared->end());
     }
     return shared ? shared->size() : 0;
 }

@@ -5,20 +5,22 @@
 
 #include "platform/posix/efi_compressor.hpp"
 #include "support/command_line.hpp"
+#include "support/json.hpp"
 #include "support/output_files.hpp"
 #include "support/program_main.hpp"
 #include "support/read_file.hpp"
-#include "tools/dp-template/carried_text.hpp"
-#include "tools/dp-template/json_document.hpp"
+#include "tools/dp-template/encodable_text.hpp"
+#include "tools/dp-template/line_index.hpp"
 #include "tools/dp-template/registry_compiler.hpp"
 
-// Compiles a Redfish AttributeRegistry into a template and the files of first values.
+// Compiles a Redfish AttributeRegistry into a template and the files with the initial values.
 
 namespace {
 
+using dp_support::exit_code::failed;
 using dp_tools::finding;
 
-/// Greatest size of a registry.
+/// Greatest size of a registry in bytes.
 constexpr std::size_t registry_limit = std::size_t{32} << 20;
 
 struct options {
@@ -31,58 +33,52 @@ struct options {
     bool skip_unfit = false;
 };
 
-std::string check_collection(const std::string& name) {
+std::string why_not_a_collection(const std::string& name) {
     const std::string problem = dp_tools::name_problem(name);
-    return problem.empty() ? "" : "the name " + dp_tools::shown(name) + " " + problem;
+    return problem.empty() ? "" : "the name " + dp_tools::quoted_for_message(name) + " " + problem;
 }
 
-void describe(CLI::App& app, options& chosen) {
-    app.description(
-        "Compiles a Redfish AttributeRegistry (JSON) into a compressed BIOS template, and the\n"
-        "settings and current-values files that a server starts with.");
-    app.add_option("REGISTRY", chosen.registry, "The registry")->required();
-    app.add_option("-o,--output", chosen.output, "The template, compressed")
-        ->type_name("FILE")
-        ->required();
-    app.add_option("--settings", chosen.settings,
-                   "A settings file: every attribute's CurrentValue, else its DefaultValue")
-        ->type_name("FILE");
-    app.add_option("--current", chosen.current, "A current-values file with the same values")
-        ->type_name("FILE");
-    app.add_option("--text", chosen.text, "The template's attribute text, not compressed")
-        ->type_name("FILE");
-    app.add_option("--collection", chosen.collection,
-                   "Put all attributes into this collection instead of one for each menu")
-        ->type_name("NAME")
-        ->check(check_collection);
-    app.add_flag("--skip-unfit", chosen.skip_unfit,
-                 "Leave out attributes that can't be carried instead of failing");
-    app.footer(
-        "Collections: the menu path elements that all attributes share are dropped, the next one\n"
-        "names the collection, without blanks and other characters that a name can't carry. If "
-        "two\n"
-        "menus would get the same name, the later one gets a number behind it, with a warning.\n"
+void add_options(dp_support::command_line& program, options& chosen) {
+    program.add_option("REGISTRY", chosen.registry, "The registry",
+                       {.value_name = "TEXT", .required = true});
+    program.add_option("-o,--output", chosen.output, "The template, compressed",
+                       {.value_name = "FILE", .required = true});
+    program.add_option("--settings", chosen.settings,
+                       "A settings file with each attribute's CurrentValue, or else DefaultValue",
+                       {.value_name = "FILE"});
+    program.add_option("--current", chosen.current, "A current-values file with the same values",
+                       {.value_name = "FILE"});
+    program.add_option("--text", chosen.text, "The template's attribute text, not compressed",
+                       {.value_name = "FILE"});
+    program.add_option("--collection", chosen.collection,
+                       "Put all attributes into this collection instead of one for each menu",
+                       {.value_name = "NAME", .check = why_not_a_collection});
+    program.add_flag("--skip-unfit", chosen.skip_unfit,
+                     "Leave out attributes that cannot be encoded instead of failing");
+    program.set_footer(
+        "Collections: the menu path elements that all attributes share are ignored, the next one\n"
+        "names the collection, without spaces and other characters that a name cannot contain. If\n"
+        "two menus would get the same name, a number is appended to the later one, with a "
+        "warning.\n"
         "Attributes without a menu path belong to BIOS.\n"
         "\n"
-        "Values: Booleans become enumerations of False and True. A bound, length or pattern that "
-        "is\n"
-        "missing or null (a greatest length of 0, too) does not bound; a step that is missing or "
-        "0\n"
-        "is 1. An attribute without default has an empty one. ReadOnly and Immutable attributes "
-        "are\n"
-        "read-only. The help text goes to the template's fds. Passwords are left out.\n"
+        "Values: Booleans become enumerations of False and True. A missing or null bound, length "
+        "or\n"
+        "pattern (and a greatest length of 0) is no limit; a missing step, or 0, is 1. An "
+        "attribute\n"
+        "without a default has an empty one. ReadOnly and Immutable attributes are read-only. The\n"
+        "help text is stored in the template's fds. Passwords are left out.\n"
         "\n"
-        "Messages go to stderr, one a line, with the place in the registry:\n"
+        "Messages are written to stderr, one a line, with the place in the registry:\n"
         "  FILE:LINE:COLUMN: JSON-POINTER: what is wrong\n"
-        "Attributes that the template, the batch format or the service can't carry are unfit: "
-        "they\n"
-        "are all listed, and nothing is written unless --skip-unfit is given. Output files appear\n"
-        "together or not at all.\n"
+        "Attributes that cannot be encoded in the template or a batch line, or that the service\n"
+        "does not support, are unfit: they are all listed, and nothing is written without\n"
+        "--skip-unfit. Either all output files are written or none.\n"
         "\n"
         "Exit codes: 0 done, 1 failed, 2 wrong usage.");
 }
 
-/// The word in front of a message; an error goes without.
+/// The label before a message; errors have none.
 std::string label(finding::severity weight, bool skip_unfit) {
     switch (weight) {
         case finding::severity::broken:
@@ -97,12 +93,12 @@ std::string label(finding::severity weight, bool skip_unfit) {
     return "";
 }
 
-/// Prints the findings; whether the registry can be used.
-bool report(const options& chosen, const dp_tools::text_places& places,
+/// Prints the findings. Whether the registry can be used.
+bool report(const options& chosen, const dp_tools::line_index& lines,
             const dp_tools::compiled_registry& compiled) {
     bool usable = chosen.skip_unfit || compiled.unfit == 0;
     for (const auto& found : compiled.findings) {
-        const auto place = places.of(found.offset);
+        const auto place = lines.position_of(found.offset);
         std::cerr << chosen.registry << ':' << place.line << ':' << place.column << ": "
                   << label(found.weight, chosen.skip_unfit) << found.pointer
                   << (found.pointer.empty() ? "" : ": ") << found.message << '\n';
@@ -115,17 +111,17 @@ bool report(const options& chosen, const dp_tools::text_places& places,
     return usable;
 }
 
-/// What was made of the registry, on one line.
-void summarise(const dp_tools::compiled_registry& compiled, std::size_t text_size,
-               std::size_t image_size) {
+/// Prints what was compiled, on one line.
+void print_summary(const dp_tools::compiled_registry& compiled, std::size_t text_size,
+                   std::size_t image_size) {
     std::vector<std::pair<std::string, std::size_t>> counts;
     std::map<std::string, std::size_t> index;
     for (const auto& attribute : compiled.attributes) {
-        const auto place = index.try_emplace(attribute.info.cfg, counts.size()).first;
-        if (place->second == counts.size()) {
+        const auto position = index.try_emplace(attribute.info.cfg, counts.size()).first;
+        if (position->second == counts.size()) {
             counts.emplace_back(attribute.info.cfg, 0);
         }
-        ++counts[place->second].second;
+        ++counts[position->second].second;
     }
     std::cout << compiled.attributes.size() << " attributes in " << counts.size()
               << (counts.size() == 1 ? " collection (" : " collections (");
@@ -143,64 +139,66 @@ void summarise(const dp_tools::compiled_registry& compiled, std::size_t text_siz
     std::cout << '\n';
 }
 
-bool write_outputs(const options& chosen, const dp_tools::compiled_registry& compiled,
-                   const std::string& text, const std::string& image) {
+/// Replaces all output files or none.
+dp_support::result<> write_outputs(const options& chosen,
+                                   const dp_tools::compiled_registry& compiled,
+                                   const std::string& text, const std::string& image) {
     const std::string values = dp_tools::settings_text(compiled.attributes);
     dp_support::output_files files;
     files.protect(chosen.registry);
-    auto done = files.stage(chosen.output, image);
+    auto outcome = files.stage(chosen.output, image);
     for (const auto& path : {chosen.settings, chosen.current}) {
-        if (done && path) {
-            done = files.stage(*path, values);
+        if (path) {
+            outcome = outcome.and_then([&] { return files.stage(*path, values); });
         }
     }
-    if (done && chosen.text) {
-        done = files.stage(*chosen.text, text);
+    if (chosen.text) {
+        outcome = outcome.and_then([&] { return files.stage(*chosen.text, text); });
     }
-    done = done.and_then([&] { return files.commit(); });
-    if (!done) {
-        std::cerr << "dp-template: " << done.reason() << '\n';
-    }
-    return done.ok();
+    return outcome.and_then([&] { return files.commit(); });
+}
+
+int fail(const std::string& reason) {
+    std::cerr << "dp-template: " << reason << '\n';
+    return failed;
 }
 
 int compile(const options& chosen) {
     const auto input = dp_support::read_file(chosen.registry, registry_limit);
     if (!input) {
-        std::cerr << "dp-template: " << input.reason() << '\n';
-        return dp_support::exit_code::failed;
+        return fail(input.reason());
     }
-    const dp_tools::text_places places(*input);
-    const auto document = dp_tools::parse_json(*input);
+    const dp_tools::line_index lines(*input);
+    const auto document = dp_support::parse_json(*input);
     if (!document.error.empty()) {
-        const auto place = places.of(document.error_offset);
+        const auto place = lines.position_of(document.error_offset);
         std::cerr << chosen.registry << ':' << place.line << ':' << place.column
                   << ": not JSON: " << document.error << '\n';
-        return dp_support::exit_code::failed;
+        return failed;
     }
     const auto compiled = dp_tools::compile_registry(document.root, chosen.collection);
-    if (!report(chosen, places, compiled)) {
-        return dp_support::exit_code::failed;
+    if (!report(chosen, lines, compiled)) {
+        return failed;
     }
     if (compiled.attributes.empty()) {
-        std::cerr << "dp-template: " << chosen.registry
-                  << ": no attribute to put into a template\n";
-        return dp_support::exit_code::failed;
+        return fail(chosen.registry + ": there are no attributes for a template");
     }
     const std::string text = dp_tools::template_text(compiled.attributes);
     const std::string image = dp_platform::efi_compress(text);
-    if (!write_outputs(chosen, compiled, text, image)) {
-        return dp_support::exit_code::failed;
+    if (const auto written = write_outputs(chosen, compiled, text, image); !written) {
+        return fail(written.reason());
     }
-    summarise(compiled, text.size(), image.size());
+    print_summary(compiled, text.size(), image.size());
     return dp_support::done_if_written("dp-template");
 }
 
 int run(int argc, char** argv) {
-    CLI::App app;
+    dp_support::command_line program(
+        "Compiles a Redfish AttributeRegistry (JSON) into a compressed BIOS template, and the\n"
+        "settings and current-values files of a new server.");
     options chosen;
-    describe(app, chosen);
-    if (const auto code = dp_support::parse_command_line(app, argc, argv)) {
+    add_options(program, chosen);
+    if (const auto code = program.parse(argc, argv)) {
         return *code;
     }
     return compile(chosen);

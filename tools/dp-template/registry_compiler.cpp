@@ -17,18 +17,23 @@
 #include "common/quoting.hpp"
 #include "service_api/choice_list.hpp"
 #include "service_api/template_flags.hpp"
+#include "support/ascii_case.hpp"
+#include "support/decimal.hpp"
 #include "support/value_pattern.hpp"
-#include "tools/dp-template/carried_text.hpp"
 #include "tools/dp-template/collections.hpp"
+#include "tools/dp-template/encodable_text.hpp"
 
 namespace dp_tools {
 namespace {
 
 constexpr std::uint32_t greatest_number = std::numeric_limits<std::uint32_t>::max();
 
+using dp_support::json_kind;
+using dp_support::json_value;
+using dp_support::value_pattern;
 using severity = finding::severity;
 
-/// Takes in what there is to say.
+/// Collects findings.
 class findings_list {
   public:
     explicit findings_list(std::vector<finding>& findings) : findings_(findings) {}
@@ -60,7 +65,7 @@ std::string kind_name(json_kind kind) {
     return "";
 }
 
-/// A name as a JSON pointer spells it.
+/// A name as an element of a JSON pointer.
 std::string pointer_token(std::string_view name) {
     std::string token;
     for (const char c : name) {
@@ -75,58 +80,33 @@ std::string pointer_token(std::string_view name) {
     return token;
 }
 
-std::string lower_case(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return text;
-}
-
-/// Characters of a UTF-8 text.
+/// The number of characters of a UTF-8 text; other bytes may be counted or not.
 std::size_t length_in_characters(std::string_view text) {
     return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
         return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U;
     }));
 }
 
-/// An unsigned decimal number of at most 32 bits, digits only.
-std::optional<std::uint32_t> plain_number(std::string_view digits) {
-    std::uint64_t number = 0;
-    if (digits.empty()) {
-        return std::nullopt;
-    }
-    for (const char c : digits) {
-        if (c < '0' || c > '9') {
-            return std::nullopt;
-        }
-        number = number * 10 + static_cast<std::uint64_t>(c - '0');
-        if (number > greatest_number) {
-            return std::nullopt;
-        }
-    }
-    return static_cast<std::uint32_t>(number);
-}
-
-/// What there is to say of a value that a pattern judged; empty when it matches.
-std::string match_problem(dp_support::value_pattern::verdict verdict) {
+/// Why a value does not match its pattern; empty if it does.
+std::string match_problem(value_pattern::verdict verdict) {
     switch (verdict) {
-        case dp_support::value_pattern::verdict::matches:
+        case value_pattern::verdict::matches:
             return "";
-        case dp_support::value_pattern::verdict::differs:
+        case value_pattern::verdict::differs:
             return "does not match the pattern";
-        case dp_support::value_pattern::verdict::undecided:
-            return "takes too much work to hold against the pattern";
+        case value_pattern::verdict::undecided:
+            return "takes too much work to compare with the pattern";
     }
     return "";
 }
 
-/// One attribute of the registry on its way into the template.
+/// Compiles one attribute of the registry.
 class attribute_compiler {
   public:
     attribute_compiler(const json_value& source, std::string pointer, findings_list& findings)
         : source_(source), pointer_(std::move(pointer)), findings_(findings) {}
 
-    /// Compiles everything but the collection. False when the attribute is unfit.
+    /// Compiles everything except the collection. False if the attribute is unfit.
     bool compile() {
         check_members();
         compile_name();
@@ -137,13 +117,15 @@ class attribute_compiler {
     }
 
     [[nodiscard]] compiled_attribute& result() { return result_; }
-    /// Whether its description lost characters.
-    [[nodiscard]] bool was_described_anew() const { return described_anew_; }
-    /// Whether neither a current nor a default value is known.
+
+    /// Whether characters of its description were replaced.
+    [[nodiscard]] bool has_replaced_characters() const { return has_replaced_characters_; }
+
+    /// Whether the registry has neither a current nor a default value.
     [[nodiscard]] bool has_no_value() const { return has_no_value_; }
 
-    /// Whether the current value stands in for a default that the registry does not give.
-    [[nodiscard]] bool has_borrowed_default() const { return has_borrowed_default_; }
+    /// Whether the current value is used as the default, which the registry does not have.
+    [[nodiscard]] bool has_substitute_default() const { return has_substitute_default_; }
 
     void unfit(const json_value& value, std::string_view member, std::string message) {
         fits_ = false;
@@ -160,13 +142,14 @@ class attribute_compiler {
         findings_.add(severity::warning, value, place(member), std::move(message));
     }
 
-    /// The member, null when it is missing or null itself.
+    /// The member `name`, or null if it is missing or has the value null.
     [[nodiscard]] const json_value* member(std::string_view name) const {
         const json_value* found = source_.find(name);
         return found == nullptr || found->kind == json_kind::null ? nullptr : found;
     }
 
-    /// The member's text; empty when it is missing. Anything else makes the attribute unfit.
+    /// The member's text; empty if it is missing. Any other kind of value makes the attribute
+    /// unfit.
     std::string text_member(std::string_view name) {
         const json_value* found = member(name);
         if (found == nullptr) {
@@ -181,7 +164,7 @@ class attribute_compiler {
 
     void check_members() {
         for (const json_value* repeated : source_.repeated_members()) {
-            unfit(*repeated, pointer_token(repeated->name), "stands in the same attribute twice");
+            unfit(*repeated, pointer_token(repeated->name), "appears twice in the same attribute");
         }
     }
 
@@ -192,7 +175,8 @@ class attribute_compiler {
         } else if (name->kind != json_kind::text) {
             unfit(*name, "AttributeName", "is " + kind_name(name->kind) + " instead of a text");
         } else if (const std::string problem = name_problem(name->text); !problem.empty()) {
-            unfit(*name, "AttributeName", "the name " + shown(name->text) + " " + problem);
+            unfit(*name, "AttributeName",
+                  "the name " + quoted_for_message(name->text) + " " + problem);
         }
         if (name != nullptr) {
             result_.info.id = name->text;
@@ -201,12 +185,11 @@ class attribute_compiler {
 
     std::string description(std::string_view name) {
         const std::string text = text_member(name);
-        std::string carried = described(text);
-        described_anew_ = described_anew_ || !item_problem(carried).empty() ||
-                          std::any_of(text.begin(), text.end(), [](char c) {
-                              return c == template_info::item_end || c == template_info::record_end;
-                          });
-        return carried;
+        has_replaced_characters_ =
+            has_replaced_characters_ || std::any_of(text.begin(), text.end(), [](char c) {
+                return c == template_info::item_end || c == template_info::record_end;
+            });
+        return encodable_description(text);
     }
 
     void compile_descriptions() {
@@ -247,7 +230,8 @@ class attribute_compiler {
             compile_string();
         } else {
             unfit(*type, "Type",
-                  (type->kind == json_kind::text ? shown(type->text) : kind_name(type->kind)) +
+                  (type->kind == json_kind::text ? quoted_for_message(type->text)
+                                                 : kind_name(type->kind)) +
                       " is none of Enumeration, Boolean, Integer, String and Password");
         }
     }
@@ -259,7 +243,7 @@ class attribute_compiler {
             return value.truth;
         }
         if (value.kind == json_kind::text) {
-            const std::string text = lower_case(value.text);
+            const std::string text = dp_support::lower_case(value.text);
             if (text == "true" || text == "false") {
                 return text == "true";
             }
@@ -267,8 +251,8 @@ class attribute_compiler {
         return std::nullopt;
     }
 
-    /// The number that a value of the registry means: an integer, a real number without fraction
-    /// or digits in a text. Null when it is none or does not fit 32 bits.
+    /// The value as a number: an integer, a real number without a fraction, or a text of digits.
+    /// Nothing if it is not a number from 0 to 2^32 - 1.
     static std::optional<std::uint32_t> number_of(const json_value& value) {
         if (value.kind == json_kind::real) {
             if (value.real >= 0 && value.real <= greatest_number &&
@@ -278,7 +262,7 @@ class attribute_compiler {
             return std::nullopt;
         }
         if (value.kind == json_kind::integer || value.kind == json_kind::text) {
-            return plain_number(value.text);
+            return dp_support::decimal::parse<std::uint32_t>(value.text);
         }
         return std::nullopt;
     }
@@ -289,13 +273,13 @@ class attribute_compiler {
                    std::to_string(greatest_number);
         }
         if (value.kind == json_kind::text) {
-            return shown(value.text) + " is not a whole number from 0 to " +
+            return quoted_for_message(value.text) + " is not a whole number from 0 to " +
                    std::to_string(greatest_number);
         }
         return "is " + kind_name(value.kind) + " instead of a number";
     }
 
-    /// The number of a bound, a length or a step; `missing` when the registry has none.
+    /// The number in a bound, a length or a step; `missing` if the registry has none.
     std::uint32_t number_member(std::string_view name, std::uint32_t missing) {
         const json_value* found = member(name);
         if (found == nullptr || (found->kind == json_kind::text && found->text.empty())) {
@@ -308,10 +292,10 @@ class attribute_compiler {
         return number.value_or(missing);
     }
 
-    /// Reads DefaultValue and CurrentValue. `text_of` gives a value's text or, after an unfit(),
-    /// nothing; `doubt` tells what is odd about a text that is kept all the same.
-    template <class TextOf, class Doubt>
-    void compile_values(TextOf text_of, Doubt doubt) {
+    /// Compiles DefaultValue and CurrentValue. `text_of` returns a value's text or, after `unfit`,
+    /// nothing; `why_invalid` returns what is wrong with a text that is kept nevertheless.
+    template <class TextOf, class WhyInvalid>
+    void compile_values(TextOf text_of, WhyInvalid why_invalid) {
         bool has_default = false;
         bool has_current = false;
         for (const std::string_view name : {"DefaultValue", "CurrentValue"}) {
@@ -323,16 +307,17 @@ class attribute_compiler {
             if (!text) {
                 continue;
             }
-            // A default stands in the template, too, which carries less than a batch line.
+            // A default is also stored in the template, which allows less than a batch line.
             const bool is_default = name == "DefaultValue";
             (is_default ? has_default : has_current) = true;
             const std::string problem = is_default ? item_problem(*text) : value_problem(*text);
             if (!problem.empty()) {
-                unfit(*found, name, "the value " + shown(*text) + " " + problem);
+                unfit(*found, name, "the value " + quoted_for_message(*text) + " " + problem);
                 continue;
             }
-            if (const std::string odd = doubt(*text); !odd.empty()) {
-                warn(*found, name, "the value " + shown(*text) + " " + odd + "; it is kept");
+            if (const std::string reason = why_invalid(*text); !reason.empty()) {
+                warn(*found, name,
+                     "the value " + quoted_for_message(*text) + " " + reason + "; it is kept");
             }
             if (is_default) {
                 result_.info.dft = *text;
@@ -340,15 +325,14 @@ class attribute_compiler {
             result_.value = *text;
         }
         has_no_value_ = !has_default && !has_current;
-        // A reset must not lead to a state that the server never had.
+        // A reset must not set a value that the server never had.
         if (!has_default && has_current && item_problem(result_.value).empty()) {
             result_.info.dft = result_.value;
-            has_borrowed_default_ = true;
+            has_substitute_default_ = true;
         }
     }
 
-    /// The text of a value that stands for itself. An empty one counts as none where the empty text
-    /// is no value of the kind.
+    /// The text of a value that is used unchanged.
     std::optional<std::string> plain_text(const json_value& value, std::string_view name) {
         if (value.kind == json_kind::text || value.kind == json_kind::integer ||
             value.kind == json_kind::real) {
@@ -360,7 +344,7 @@ class attribute_compiler {
 
     // --- kinds
 
-    /// The text of a choice: an object with a ValueName, or the text itself.
+    /// The text of a choice: the ValueName of an object, or a text.
     std::optional<std::string> choice_of(const json_value& entry, const std::string& at) {
         const json_value* name = &entry;
         if (entry.kind == json_kind::object) {
@@ -376,7 +360,7 @@ class attribute_compiler {
             return std::nullopt;
         }
         if (const std::string problem = item_problem(name->text); !problem.empty()) {
-            unfit(*name, name_at, "the choice " + shown(name->text) + " " + problem);
+            unfit(*name, name_at, "the choice " + quoted_for_message(name->text) + " " + problem);
             return std::nullopt;
         }
         return name->text;
@@ -396,7 +380,8 @@ class attribute_compiler {
             const auto choice = choice_of(list->items[i], at);
             if (choice && !known.insert(*choice).second) {
                 warn(list->items[i], at,
-                     "the choice " + shown(*choice) + " stands in the list twice; it is kept once");
+                     "the choice " + quoted_for_message(*choice) +
+                         " appears twice in the list; it is kept once");
             } else if (choice) {
                 result.push_back(*choice);
             }
@@ -420,7 +405,7 @@ class attribute_compiler {
         compile_values(
             [&](const json_value& value, std::string_view name) -> std::optional<std::string> {
                 auto text = plain_text(value, name);
-                // An empty text that is no choice means that there is no value.
+                // An empty text that is not a choice means that there is no value.
                 return text && text->empty() && !known.contains("") ? std::nullopt : text;
             },
             [&](const std::string& text) -> std::string {
@@ -470,7 +455,8 @@ class attribute_compiler {
                 return std::to_string(*number);
             },
             [&](const std::string& text) -> std::string {
-                const std::uint32_t number = plain_number(text).value_or(0);
+                const std::uint32_t number =
+                    dp_support::decimal::parse<std::uint32_t>(text).value_or(0);
                 if (number < info.min || number > info.max) {
                     return "is outside the bounds";
                 }
@@ -492,7 +478,7 @@ class attribute_compiler {
                       " is above the greatest length " + std::to_string(info.maxc));
         }
         info.reg = text_member("ValueExpression");
-        const dp_support::value_pattern pattern(info.reg);
+        const value_pattern pattern(info.reg);
         if (!info.reg.empty()) {
             const json_value& expression = *member("ValueExpression");
             std::string problem = item_problem(info.reg);
@@ -501,13 +487,13 @@ class attribute_compiler {
             }
             if (!problem.empty()) {
                 unfit(expression, "ValueExpression",
-                      "the pattern " + shown(info.reg) + " " + problem);
+                      "the pattern " + quoted_for_message(info.reg) + " " + problem);
             }
         }
         compile_values(
             [&](const json_value& value, std::string_view name) { return plain_text(value, name); },
             [&](const std::string& text) -> std::string {
-                // The service holds a list selection against its choices only.
+                // The service checks a list selection only against its choices.
                 if (dp::batch_list_info::is_full_form(text)) {
                     return "";
                 }
@@ -518,7 +504,7 @@ class attribute_compiler {
                 if (length > info.maxc) {
                     return "is longer than the greatest length";
                 }
-                // Of a pattern that does not compile enough is said.
+                // A pattern that does not compile has already been reported.
                 return pattern.problem().empty() ? match_problem(pattern.judge(text)) : "";
             });
     }
@@ -528,12 +514,12 @@ class attribute_compiler {
     findings_list& findings_;
     compiled_attribute result_;
     bool fits_ = true;
-    bool described_anew_ = false;
+    bool has_replaced_characters_ = false;
     bool has_no_value_ = false;
-    bool has_borrowed_default_ = false;
+    bool has_substitute_default_ = false;
 };
 
-/// Walks from the root to the list of attributes; null, with a finding, when there is none.
+/// The list of attributes; null, with a finding, if there is none.
 const json_value* find_attributes(const json_value& root, findings_list& findings) {
     const json_value* value = &root;
     std::string pointer;
@@ -545,15 +531,15 @@ const json_value* find_attributes(const json_value& root, findings_list& finding
         }
         for (const json_value* repeated : value->repeated_members()) {
             if (repeated->name == name) {
-                findings.add(severity::broken, *repeated, pointer + "/" + name,
-                             "stands there twice");
+                findings.add(severity::broken, *repeated, pointer + "/" + name, "appears twice");
                 return nullptr;
             }
         }
         const json_value* next = value->find(name);
         if (next == nullptr) {
-            findings.add(severity::broken, *value, pointer,
-                         "has no member " + std::string(name) + ": this is no AttributeRegistry");
+            findings.add(
+                severity::broken, *value, pointer,
+                "has no member " + std::string(name) + ": this is not an AttributeRegistry");
             return nullptr;
         }
         value = next;
@@ -567,7 +553,7 @@ const json_value* find_attributes(const json_value& root, findings_list& finding
     return value;
 }
 
-/// The titles that the registry gives its menus, by path.
+/// The menus' titles in the registry, by path.
 std::map<std::string, std::string> menu_titles(const json_value& root) {
     std::map<std::string, std::string> titles;
     const json_value* entries = root.find("RegistryEntries");
@@ -591,26 +577,26 @@ std::map<std::string, std::string> menu_titles(const json_value& root) {
     return titles;
 }
 
-/// A record is found by its collection's item as plain text. Whether `text`, which an item end
-/// follows, ends like that item of a collection that is not its own.
-bool passes_for_other_collection(const std::string& text, const std::string& own,
-                                 const std::set<std::string>& names) {
+/// The library finds the template records of a collection by a text search for its item "cfg:NAME".
+/// Whether `text`, which is the end of an item, ends like that item of another collection.
+bool matches_other_collection(const std::string& text, const std::string& collection,
+                              const std::set<std::string>& names) {
     constexpr std::string_view key = "cfg:";
     const auto found = text.rfind(key);
     if (found == std::string::npos) {
         return false;
     }
     const std::string name = text.substr(found + key.size());
-    return name != own && names.contains(name);
+    return name != collection && names.contains(name);
 }
 
 std::size_t record_size(const template_info& info) {
     std::ostringstream out;
     out << info;
-    return out.str().size() - 2;  // without the record's end and the line feed
+    return out.str().size() - 2;  // without the end of the record and the newline
 }
 
-/// The whole registry.
+/// Compiles the whole registry.
 class registry_compiler {
   public:
     registry_compiler(const json_value& root, const std::optional<std::string>& collection)
@@ -622,7 +608,7 @@ class registry_compiler {
             for (std::size_t i = 0; i < attributes->items.size(); ++i) {
                 compile_attribute(attributes->items[i], i);
             }
-            tell_counts();
+            report_counts();
         }
         std::stable_sort(result_.findings.begin(), result_.findings.end(),
                          [](const finding& a, const finding& b) { return a.offset < b.offset; });
@@ -662,12 +648,13 @@ class registry_compiler {
         const auto& collection = collections_->of(paths_[index]);
         info.cfg = collection.name;
         const auto title = titles_.find(collection.menu);
-        info.cfgname = described(title == titles_.end() ? collection.title : title->second);
-        if (collection.renamed && told_renamed_.insert(collection.name).second) {
-            findings_.add(severity::warning, *source.find("MenuPath"),
-                          pointer_of(index) + "/MenuPath",
-                          "the menu " + shown(collection.menu) + " becomes the collection " +
-                              collection.name + ": another one has its name already");
+        info.cfgname =
+            encodable_description(title == titles_.end() ? collection.title : title->second);
+        if (collection.renamed && reported_renames_.insert(collection.name).second) {
+            findings_.add(
+                severity::warning, *source.find("MenuPath"), pointer_of(index) + "/MenuPath",
+                "the menu " + quoted_for_message(collection.menu) + " becomes the collection " +
+                    collection.name + ", because an earlier one has its name");
         }
     }
 
@@ -683,8 +670,9 @@ class registry_compiler {
         if (type != nullptr && type->kind == json_kind::text && type->text == "Password") {
             const json_value* name = source.find("AttributeName");
             findings_.add(severity::notice, source, pointer,
-                          "the password " + (name == nullptr ? "" : shown(name->text) + " ") +
-                              "is left out: its value must not stand in files");
+                          "the password " +
+                              (name == nullptr ? "" : quoted_for_message(name->text) + " ") +
+                              "is left out: its value must not be stored in files");
             ++result_.passwords;
             return;
         }
@@ -702,9 +690,9 @@ class registry_compiler {
             ++result_.unfit;
             return;
         }
-        described_anew_.count(compiler.was_described_anew(), source, pointer);
+        has_replaced_characters_.count(compiler.has_replaced_characters(), source, pointer);
         without_value_.count(compiler.has_no_value(), source, pointer);
-        without_default_.count(compiler.has_borrowed_default(), source, pointer);
+        without_default_.count(compiler.has_substitute_default(), source, pointer);
         result_.attributes.push_back(std::move(compiled));
     }
 
@@ -712,14 +700,14 @@ class registry_compiler {
                       const std::string& pointer) {
         auto& info = compiler.result().info;
         for (std::string* text : {&info.grp, &info.dsc, &info.fds, &info.cfgname}) {
-            if (passes_for_other_collection(*text, info.cfg, collection_names_)) {
+            if (matches_other_collection(*text, info.cfg, collection_names_)) {
                 *text += '.';
             }
         }
         for (const std::string* text : {&info.id, &info.dft, &info.reg, &info.chc}) {
-            if (passes_for_other_collection(*text, info.cfg, collection_names_)) {
+            if (matches_other_collection(*text, info.cfg, collection_names_)) {
                 compiler.unfit(source, "",
-                               "the text " + shown(*text) +
+                               "the text " + quoted_for_message(*text) +
                                    " would put the attribute into another collection");
             }
         }
@@ -732,7 +720,7 @@ class registry_compiler {
         if (const std::size_t size = record_size(info); size > template_info::record_limit) {
             compiler.unfit(source, "",
                            "the attribute's record would have " + std::to_string(size) +
-                               " bytes; a template takes " +
+                               " bytes; a template allows " +
                                std::to_string(template_info::record_limit));
         }
     }
@@ -743,17 +731,17 @@ class registry_compiler {
         const auto [other, is_new] = places_.try_emplace(info.cfg + "." + info.id, pointer);
         if (!is_new) {
             compiler.unfit(*source.find("AttributeName"), "AttributeName",
-                           "the collection " + info.cfg + " has an attribute " + shown(info.id) +
-                               " already: " + other->second);
+                           "the collection " + info.cfg + " already has an attribute " +
+                               quoted_for_message(info.id) + ": " + other->second);
         }
     }
 
-    /// Attributes that have something in common, which is told once.
+    /// Attributes with a common trait, which is reported once.
     struct common_trait {
-        void count(bool has_it, const json_value& source, const std::string& at) {
-            if (has_it && number++ == 0) {
+        void count(bool has_trait, const json_value& source, const std::string& where) {
+            if (has_trait && number++ == 0) {
                 first = &source;
-                pointer = at;
+                pointer = where;
             }
         }
 
@@ -762,7 +750,7 @@ class registry_compiler {
         std::string pointer;
     };
 
-    void tell(const common_trait& trait, const std::string& message) {
+    void report(const common_trait& trait, const std::string& message) {
         if (trait.number > 0) {
             findings_.add(
                 severity::warning, *trait.first, trait.pointer,
@@ -770,12 +758,13 @@ class registry_compiler {
         }
     }
 
-    void tell_counts() {
-        tell(described_anew_,
-             "descriptions hold characters that a template can't carry; they are replaced");
-        tell(without_value_,
-             "neither a current nor a default value is given; the value starts out empty");
-        tell(without_default_, "no default value is given; the current value stands in for it");
+    void report_counts() {
+        report(has_replaced_characters_,
+               "descriptions contain characters that a template cannot encode; they are replaced");
+        report(without_value_,
+               "there is neither a current nor a default value; the initial value is empty");
+        report(without_default_,
+               "there is no default value; the current value is used as the default");
     }
 
     const json_value& root_;
@@ -786,9 +775,9 @@ class registry_compiler {
     std::optional<collections> collections_;
     std::set<std::string> collection_names_;
     std::map<std::string, std::string> titles_;
-    std::set<std::string> told_renamed_;
-    std::unordered_map<std::string, std::string> places_;  ///< from qualified name to pointer
-    common_trait described_anew_;
+    std::set<std::string> reported_renames_;
+    std::unordered_map<std::string, std::string> places_;  ///< qualified name to pointer
+    common_trait has_replaced_characters_;
     common_trait without_value_;
     common_trait without_default_;
 };

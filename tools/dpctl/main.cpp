@@ -10,40 +10,39 @@
 namespace {
 
 int run(int argc, char** argv) {
-    CLI::App app{"Reads and changes the BIOS setup attributes of the managed server."};
-    app.name("dpctl");
-    app.set_version_flag("--version", DPCTL_VERSION);
-    app.require_subcommand(1);
-    app.footer(
-        "A setting has two values: the pending one, as last set, and the current one, which is in\n"
-        "force since the server's last start. Changes are carried out by the settings service\n"
-        "(dp_settingsd); reading needs no service.\n\n"
-        "dpctl SUBCOMMAND --help explains each of them, with examples.\n"
+    dp_support::command_line program(
+        "Reads and changes the BIOS setup attributes of the managed server.", "dpctl");
+    program.add_version(DPCTL_VERSION);
+    program.set_footer(
+        "A setting has two values: the pending value, which was set last, and the current value,\n"
+        "which is in effect since the server's last start. Changes are made by the settings\n"
+        "service (dp_settingsd); reading needs no service.\n\n"
+        "dpctl SUBCOMMAND --help explains a subcommand, with examples.\n"
         "Exit codes: 0 done, 1 failed, with the reason on standard error, 2 wrong usage.");
 
-    dpctl::job what;
-    dpctl::add_collections(app, what);
-    dpctl::add_list(app, what);
-    dpctl::add_show(app, what);
-    dpctl::add_get(app, what);
-    dpctl::add_set(app, what);
-    dpctl::add_reset(app, what);
-    dpctl::add_check(app, what);
-    dpctl::add_status(app, what);
-    dpctl::add_history(app, what);
+    dpctl::invocation request;
+    dpctl::add_collections(program, request);
+    dpctl::add_list(program, request);
+    dpctl::add_show(program, request);
+    dpctl::add_get(program, request);
+    dpctl::add_set(program, request);
+    dpctl::add_reset(program, request);
+    dpctl::add_check(program, request);
+    dpctl::add_status(program, request);
+    dpctl::add_history(program, request);
 #ifdef DPCTL_LISTENS
-    dpctl::add_alerts(app, what);
+    dpctl::add_alerts(program, request);
 #endif
-    dpctl::add_categories(app, what);
-    dpctl::add_vet(app, what);
-    dpctl::add_complete(app, what);
-    if (const auto code = dp_support::parse_command_line(app, argc, argv)) {
+    dpctl::add_categories(program, request);
+    dpctl::add_vet(program, request);
+    dpctl::add_complete(program, request);
+    if (const auto code = program.parse(argc, argv)) {
         return *code;
     }
 
-    dpctl::report rep(std::cout, std::cerr, what.json);
+    dpctl::report rep(std::cout, std::cerr, request.json);
     try {
-        what.run(rep);
+        request.run(rep);
     } catch (const std::bad_alloc&) {
         rep.problem("out of memory");
     } catch (const std::exception& error) {

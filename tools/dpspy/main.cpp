@@ -18,12 +18,13 @@ int fail(const std::string& reason) {
     return dp_support::exit_code::failed;
 }
 
-/// The configurations, one a line.
+/// The names of the configurations, one a line.
 std::string configuration_list(const std::string& text) {
     std::string list;
     for (const auto& name : dp_support::configuration_names(text)) {
         if (name.find('\n') != std::string::npos) {
-            std::cerr << "dpspy: a configuration's name holds a line end; it is not listed\n";
+            std::cerr
+                << "dpspy: the name of a configuration contains a newline; it is not listed\n";
             continue;
         }
         list += name + '\n';
@@ -32,26 +33,24 @@ std::string configuration_list(const std::string& text) {
 }
 
 int run(int argc, char** argv) {
-    CLI::App app{
+    dp_support::command_line program(
         "Expands a BIOS template into its attribute text (-sf), or lists the configurations in "
         "it,\n"
-        "one a line in order of first appearance (-sc)."};
+        "one a line in order of first appearance (-sc).");
     bool show = false;
     bool configurations = false;
     bool full_text = false;
     std::string input;
     std::string output;
-    app.add_flag("-s", show, "Show what is in the template")->required();
-    auto* const full_option = app.add_flag("-f", full_text, "The attribute text");
-    app.add_flag("-c", configurations, "The list of configurations")->excludes(full_option);
-    app.add_option("-i", input, "The template, compressed or as attribute text")
-        ->type_name("TEMPLATE")
-        ->required();
-    app.add_option("-o", output, "The file to write; it is replaced whole or stays as it was")
-        ->type_name("OUT")
-        ->required();
-    app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage.");
-    if (const auto code = dp_support::parse_command_line(app, argc, argv)) {
+    program.add_flag("-s", show, "Show the content of the template", {.required = true});
+    program.add_flag("-f", full_text, "The attribute text");
+    program.add_flag("-c", configurations, "The list of configurations", {.excludes = "-f"});
+    program.add_option("-i", input, "The template, compressed or as attribute text",
+                       {.value_name = "TEMPLATE", .required = true});
+    program.add_option("-o", output, "The file to write; it is replaced completely or not at all",
+                       {.value_name = "OUT", .required = true});
+    program.set_footer("Exit codes: 0 done, 1 failed, 2 wrong usage.");
+    if (const auto code = program.parse(argc, argv)) {
         return *code;
     }
     if (!full_text && !configurations) {
@@ -63,12 +62,12 @@ int run(int argc, char** argv) {
     if (!content) {
         return fail(content.reason());
     }
-    const auto expanded = dp_support::expand_template(*content);
-    if (!expanded) {
-        return fail(input + ": " + expanded.reason());
+    const auto text = dp_support::expand_template(*content);
+    if (!text) {
+        return fail(input + ": " + text.reason());
     }
     const auto written =
-        dp_support::replace_file(output, full_text ? *expanded : configuration_list(*expanded));
+        dp_support::replace_file(output, full_text ? *text : configuration_list(*text));
     return written ? dp_support::exit_code::done : fail(written.reason());
 }
 

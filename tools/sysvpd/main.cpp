@@ -9,11 +9,11 @@
 #include "support/command_line.hpp"
 #include "support/program_main.hpp"
 
-// Stand-in for the board's reader of vital product data: the server's is a text file.
+// Stand-in for the board's reader of vital product data, which is a text file here.
 
 namespace {
 
-/// The value of the first line KEY=VALUE of `in` whose key is `key`.
+/// The value of the first line KEY=VALUE in `in` whose key is `key`.
 std::optional<std::string> find_value(std::istream& in, const std::string& key) {
     std::string line;
     while (std::getline(in, line)) {
@@ -26,27 +26,26 @@ std::optional<std::string> find_value(std::istream& in, const std::string& key) 
 }
 
 int run(int argc, char** argv) {
-    CLI::App app{"Prints one item of the server's vital product data."};
+    dp_support::command_line program("Prints one item of the server's vital product data.");
     std::string key;
-    app.add_option("-g", key, "Print the value of KEY; UEFIID is the BIOS's build id")
-        ->type_name("KEY")
-        ->required();
+    program.add_option("-g", key, "Print the value of KEY; UEFIID is the BIOS's build id",
+                       {.value_name = "KEY", .required = true});
     const std::string file = dp_service::server_paths::vital_product_data.str();
-    app.footer("The data stands in " + file +
-               ", a line KEY=VALUE each.\n"
-               "Exit codes: 0 done, 1 no such item or no data, 2 wrong usage.");
-    if (const auto code = dp_support::parse_command_line(app, argc, argv)) {
+    program.set_footer("The data is in " + file +
+                       ", as lines KEY=VALUE.\n"
+                       "Exit codes: 0 done, 1 no such item or no data, 2 wrong usage.");
+    if (const auto code = program.parse(argc, argv)) {
         return *code;
     }
 
     std::ifstream in(file);
     if (!in) {
-        std::cerr << "sysvpd: can't read " << file << ": " << std::strerror(errno) << '\n';
+        std::cerr << "sysvpd: cannot read " << file << ": " << std::strerror(errno) << '\n';
         return dp_support::exit_code::failed;
     }
     const auto value = find_value(in, key);
     if (in.bad()) {
-        std::cerr << "sysvpd: can't read " << file << '\n';
+        std::cerr << "sysvpd: cannot read " << file << '\n';
         return dp_support::exit_code::failed;
     }
     if (!value) {
@@ -55,7 +54,7 @@ int run(int argc, char** argv) {
     }
     std::cout << *value << '\n';
     if (!dp_support::flushed(std::cout)) {
-        std::cerr << "sysvpd: can't write the value\n";
+        std::cerr << "sysvpd: cannot write the value\n";
         return dp_support::exit_code::failed;
     }
     return dp_support::exit_code::done;

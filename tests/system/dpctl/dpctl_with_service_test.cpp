@@ -82,14 +82,14 @@ TEST_F(dpctl_with_service, resets_a_collection_to_its_defaults) {
     EXPECT_EQ(result.exit_code, 0) << result.err;
     EXPECT_THAT(result.out, HasSubstr("Boot.Mode: Legacy -> UEFI\n"));
     EXPECT_EQ(dpctl({"get", "Boot.Mode"}).out, "Boot.Mode=UEFI\n");
-    EXPECT_THAT(dpctl({"reset", "Boot"}).out, HasSubstr("nothing to do"));
+    EXPECT_THAT(dpctl({"reset", "Boot"}).out, HasSubstr("already have their default values"));
 }
 
 TEST_F(dpctl_with_service, shows_failures_of_the_last_batch_with_reasons) {
     EXPECT_EQ(dpctl({"set", "Boot.Mode=CSM", "Boot.Delay=60"}).exit_code, 1);
     const auto result = dpctl({"status"});
     EXPECT_EQ(result.exit_code, 0) << result.err;
-    EXPECT_THAT(result.out, HasSubstr("over, 1 of 2 commands failed\n"));
+    EXPECT_THAT(result.out, HasSubstr("finished, 1 of 2 commands failed\n"));
     EXPECT_THAT(result.out, HasSubstr("Boot.Mode"));
     EXPECT_THAT(result.out, HasSubstr("not one of its possible values"));
     EXPECT_THAT(result.out, Not(HasSubstr("Boot.Delay")));

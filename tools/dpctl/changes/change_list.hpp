@@ -10,24 +10,24 @@
 
 namespace dpctl {
 
-/// What a change history tells, oldest change first.
+/// The content of a change history, oldest change first.
 struct change_list {
     std::vector<dp_service::change_record> changes;
-    std::size_t foreign_lines = 0;  ///< that are no changes
-    bool is_torn = false;           ///< the last line has no end, and is left out
+    std::size_t foreign_lines = 0;  ///< lines that are not changes
+    bool is_incomplete = false;     ///< the last line has no newline and was ignored
 };
 
 change_list read_changes(std::string_view text);
 
-/// Whether `target`, COLLECTION.ATTRIBUTE[.INSTANCE], is what a person names: a collection, an
-/// attribute, also without its collection, or one instance.
-bool is_meant(std::string_view target, std::string_view name);
+/// Whether `name`, given by a person, includes `target`, which is COLLECTION.ATTRIBUTE[.INSTANCE].
+/// It may name a collection, an attribute with or without its collection, or one instance.
+bool is_named(std::string_view target, std::string_view name);
 
-/// Those changes whose target one of `names` means, or all without names; of these the last `count`
-/// (0: all).
-std::vector<dp_service::change_record> choose(const std::vector<dp_service::change_record>& changes,
-                                              const std::vector<std::string>& names,
-                                              std::size_t count);
+/// The changes whose target is one of `names`, or all changes if there are no names; of these only
+/// the last `count` (0: all).
+std::vector<dp_service::change_record> select_changes(
+    const std::vector<dp_service::change_record>& changes, const std::vector<std::string>& names,
+    std::size_t count);
 
 }  // namespace dpctl
 

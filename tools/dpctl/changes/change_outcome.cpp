@@ -1,16 +1,15 @@
 #include "tools/dpctl/changes/change_outcome.hpp"
 
-#include <string>
-
-#include "tools/dpctl/output/attribute_text.hpp"
-#include "tools/dpctl/output/text.hpp"
+#include "support/ascii_case.hpp"
+#include "support/decimal.hpp"
+#include "tools/dpctl/values/attribute_description.hpp"
 
 namespace dpctl {
 namespace {
 
-// A decimal number without leading zeros; empty when `text` is none.
-std::string_view plain_number(std::string_view text) {
-    if (text.empty() || text.find_first_not_of("0123456789") != std::string_view::npos) {
+// A decimal number without leading zeros; empty when `text` is not a number.
+std::string_view without_leading_zeros(std::string_view text) {
+    if (!dp_support::decimal::is_digits(text)) {
         return {};
     }
     const std::size_t first = text.find_first_not_of('0');
@@ -46,10 +45,10 @@ bool is_value(const reading& value, std::string_view requested, const dp_attribu
         return true;
     }
     if (is_numeric(attribute)) {
-        const std::string_view number = plain_number(value.text);
-        return !number.empty() && number == plain_number(requested);
+        const std::string_view number = without_leading_zeros(value.text);
+        return !number.empty() && number == without_leading_zeros(requested);
     }
-    return is_enumeration(attribute) && equal_ignoring_case(value.text, requested);
+    return is_enumeration(attribute) && dp_support::equal_ignoring_case(value.text, requested);
 }
 
 change_outcome judge_change(int batch_result, std::uint32_t status, const reading& before,

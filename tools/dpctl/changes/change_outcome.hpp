@@ -5,30 +5,31 @@
 #include <string_view>
 
 #include "bios/dp_api.h"
-#include "tools/dpctl/changes/session.hpp"
+#include "tools/dpctl/values/session.hpp"
 
 namespace dpctl {
 
-/// What became of the wish to give a setting a value.
+/// The outcome of an attempt to change a setting.
 enum class change_outcome {
-    already,      ///< the value stood before; nothing was asked for
+    already,      ///< the setting already had the value; no request was sent
     changed,      ///< the settings file has the value now, perhaps in the service's own spelling
     refused,      ///< the service reported a status
-    no_answer,    ///< the service answered nothing at all
+    no_answer,    ///< the service did not answer at all
     unconfirmed,  ///< no failure was reported, but the settings file still has the old value
 };
 
-/// The word for programs: "already", "changed", "refused", "no_answer", "unconfirmed".
+/// The outcome as programs read it: "already", "changed", "refused", "no_answer", "unconfirmed".
 const char* outcome_word(change_outcome outcome);
 
-/// Whether `value`, as read, is what `requested` asks for: the same text, the same number for a
-/// numeric attribute, the same letters for an enumeration. Of a cut value the readable part counts.
+/// Whether `value`, as read, is the value `requested`: the same text, the same number for a numeric
+/// attribute, the same text in any case for an enumeration. Of a cut value, the part that was read
+/// is compared.
 bool is_value(const reading& value, std::string_view requested, const dp_attribute& attribute);
 
-/// The outcome of a request. The batch's result alone does not tell: a request without an answer
-/// keeps its status as one that was done does, so the settings file decides.
+/// The outcome of a request. The result of the batch is not sufficient: a request without an answer
+/// keeps its status, like one that succeeded. Therefore the settings file decides.
 /// @param batch_result  of the C API: -1 no answer at all
-/// @param status        the request's; `session::unanswered` when no failure was reported
+/// @param status        of the request; `session::unanswered` if no failure was reported
 change_outcome judge_change(int batch_result, std::uint32_t status, const reading& before,
                             const reading& after, std::string_view requested,
                             const dp_attribute& attribute);

@@ -5,12 +5,12 @@
 
 namespace dpctl {
 
-wait_notice::wait_notice(std::ostream& err, bool is_terminal, std::string what)
-    : err_(err), what_(std::move(what)), start_(std::chrono::steady_clock::now()) {
+wait_notice::wait_notice(std::ostream& err, bool is_terminal, std::string text)
+    : err_(err), text_(std::move(text)), start_(std::chrono::steady_clock::now()) {
     if (is_terminal) {
         counter_ = std::thread([this] { count(); });
     } else {
-        err_ << "dpctl: " << what_ << std::endl;
+        err_ << "dpctl: " << text_ << std::endl;
     }
 }
 
@@ -34,7 +34,7 @@ double wait_notice::seconds() const {
 void wait_notice::count() {
     std::unique_lock guard(mutex_);
     for (int passed = 0; !end_; ++passed) {
-        err_ << "\rdpctl: " << what_ << " ... " << passed << " s" << std::flush;
+        err_ << "\rdpctl: " << text_ << " ... " << passed << " s" << std::flush;
         ended_.wait_until(guard, start_ + std::chrono::seconds(passed + 1),
                           [this] { return end_; });
     }

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <filesystem>
-#include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -16,13 +15,16 @@
 namespace dpctl {
 namespace {
 
-// The table as the library tells it.
+using dp_support::command_line;
+using dp_support::json_value;
+
+// All entries of the library's table.
 std::vector<dp_category_map_entry> read_categories() {
     std::uint32_t count = 0;
     int result = dp_get_uim_event_category_mapping(nullptr, &count);
     std::vector<dp_category_map_entry> entries;
     if (result == 0 && count > 0) {
-        // The call does not know how much room there is, and the file may grow meanwhile.
+        // The call does not know the size of the array, and the file may grow between the calls.
         constexpr std::size_t spare = 1024;
         entries.resize(count + spare);
         result = dp_get_uim_event_category_mapping(entries.data(), &count);
@@ -34,7 +36,7 @@ std::vector<dp_category_map_entry> read_categories() {
     return entries;
 }
 
-// Why there are none; empty when that is no failure.
+// Why the file cannot be read; empty if it can, or if it does not exist.
 std::string why_unreadable(const std::string& file) {
     std::error_code ignored;
     if (std::filesystem::is_directory(file, ignored)) {
@@ -44,7 +46,7 @@ std::string why_unreadable(const std::string& file) {
         return file + " is not a regular file";
     }
     if (std::filesystem::exists(file, ignored) && access(file.c_str(), R_OK) != 0) {
-        return file + " can't be read";
+        return file + " cannot be read";
     }
     return {};
 }
@@ -52,12 +54,13 @@ std::string why_unreadable(const std::string& file) {
 void run(report& rep) {
     const std::string file = dp::fixed_paths::event_categories.str();
     const auto entries = read_categories();
-    rep.document()["file"] = file;
-    auto& list = rep.document()["categories"] = nlohmann::ordered_json::array();
+    rep.document().set("file", file);
+    auto& list = rep.document().set("categories", json_value::array());
     table rows({"NUMBER", "NAME", "MEANING"});
     for (const auto& entry : entries) {
         rows.add({std::to_string(entry.bit), entry.name, entry.value});
-        list.push_back({{"number", entry.bit}, {"name", entry.name}, {"meaning", entry.value}});
+        list.push_back(json_value::object(
+            {{"number", entry.bit}, {"name", entry.name}, {"meaning", entry.value}}));
     }
     if (!entries.empty()) {
         rep.show(rows);
@@ -77,14 +80,17 @@ void run(report& rep) {
 
 }  // namespace
 
-void add_categories(CLI::App& app, job& what) {
-    auto& command = add_command(app, what, "categories", "List the event categories",
-                                {"dpctl categories", "dpctl categories --json"});
-    add_help(command,
-             "The table that maps numbered categories of RAS events to names, in the order of\n" +
-                 dp::fixed_paths::event_categories.str() +
-                 ",\nwhich another component writes. None is no failure.\n");
-    command.callback([&what] { what.run = [](report& rep) { run(rep); }; });
+void add_categories(command_line& program, invocation& request) {
+    auto& command = add_command(
+        program, request, "categories",
+        {.summary = "List the event categories",
+         .details =
+             "The table of the numbered categories of RAS events and their names, in the order\n"
+             "of " +
+             dp::fixed_paths::event_categories.str() +
+             ",\nwhich another component writes. An empty table is not a failure.\n",
+         .examples = {"dpctl categories", "dpctl categories --json"}});
+    command.on_selected([&request] { request.run = [](report& rep) { run(rep); }; });
 }
 
 }  // namespace dpctl

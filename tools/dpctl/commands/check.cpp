@@ -6,55 +6,56 @@
 #include <cmath>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "tools/dpctl/commands/command_options.hpp"
-#include "tools/dpctl/names/known_names.hpp"
 #include "tools/dpctl/changes/wait_notice.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
+#include "tools/dpctl/names/name_lookup.hpp"
 
 namespace dpctl {
 namespace {
 
-// The library looks at a file again when its last look is more than 4 seconds old.
-constexpr std::chrono::seconds until_looked_at_again(5);
+using dp_support::command_line;
+using dp_support::json_value;
+
+// The library examines a file again when its last examination is more than 4 seconds ago.
+constexpr std::chrono::seconds until_next_examination(5);
 constexpr unsigned shortest_watch = 6;
 constexpr unsigned longest_watch = 24 * 60 * 60;
 
-struct need {
+struct change_reason {
     int code;
     const char* word;
     const char* text;
 };
 
-constexpr std::array<need, 3> needs{{
-    {4, "collections", "the template names other collections"},
+constexpr std::array<change_reason, 3> change_reasons{{
+    {4, "collections", "the template has different collections"},
     {5, "settings", "the settings file lists other settings, or in another order"},
     {6, "build_id", "another BIOS build is installed"},
 }};
 
-// Asks until the library says that nothing (more) changed: it tells a change once, and one at a
-// time.
-void gather(session& service, const std::string& collection, std::vector<need>& found) {
-    for (std::size_t asked = 0; asked < needs.size(); ++asked) {
+// Asks until the library reports no further change: it reports each change once, one a call.
+void gather(session& service, const std::string& collection, std::vector<change_reason>& found) {
+    for (std::size_t calls = 0; calls < change_reasons.size(); ++calls) {
         const int code = service.need_reinit(collection);
-        const auto* const one =
-            std::find_if(needs.begin(), needs.end(), [&](const need& n) { return n.code == code; });
-        if (one == needs.end()) {
+        const auto has_code = [code](const change_reason& reason) { return reason.code == code; };
+        const auto* const reason =
+            std::find_if(change_reasons.begin(), change_reasons.end(), has_code);
+        if (reason == change_reasons.end()) {
             return;
         }
-        if (std::none_of(found.begin(), found.end(),
-                         [&](const need& n) { return n.code == code; })) {
-            found.push_back(*one);
+        if (std::none_of(found.begin(), found.end(), has_code)) {
+            found.push_back(*reason);
         }
     }
 }
 
-// Watches until there is a change, also one that was found already, or the time is up.
+// Watches until a change has been found or the time is up.
 void watch(session& service, const std::string& collection, unsigned seconds,
-           std::vector<need>& found) {
+           std::vector<change_reason>& found) {
     using std::chrono::steady_clock;
     constexpr std::chrono::seconds pause(1);
     const auto end = steady_clock::now() + std::chrono::seconds(seconds);
@@ -64,22 +65,22 @@ void watch(session& service, const std::string& collection, unsigned seconds,
     }
 }
 
-// An update replaces one file after another: what the library has just looked at may be replaced
-// only now.
-void complete(session& service, const std::string& collection, std::vector<need>& found) {
-    std::this_thread::sleep_for(until_looked_at_again);
+// An update replaces one file after another: a file that the library has just examined may only be
+// replaced now.
+void gather_later_changes(session& service, const std::string& collection,
+                          std::vector<change_reason>& found) {
+    std::this_thread::sleep_for(until_next_examination);
     gather(service, collection, found);
 }
 
 void run(const file_names& files, const std::string& collection, unsigned seconds, report& rep) {
     session service(files);
     catalog names(service);
-    if (!have_collections(names, service, rep) ||
-        find_collection(names, collection, rep) == nullptr) {
+    if (find_collection(names, service, collection, rep) == nullptr) {
         return;
     }
-    // What comes later is held against this look; who waits for the notice may go on then.
-    std::vector<need> found;
+    // Later states are compared with this one. Who waits for the notice may make changes after it.
+    std::vector<change_reason> found;
     gather(service, collection, found);
     double waited = 0;
     {
@@ -88,57 +89,59 @@ void run(const file_names& files, const std::string& collection, unsigned second
         watch(service, collection, seconds, found);
         waited = notice.seconds();
         if (!found.empty()) {
-            complete(service, collection, found);
+            gather_later_changes(service, collection, found);
         }
     }
 
     auto& document = rep.document();
-    document["collection"] = collection;
-    document["changed"] = !found.empty();
-    auto& list = document["reasons"] = nlohmann::ordered_json::array();
-    for (const need& one : found) {
-        list.push_back({{"code", one.code}, {"reason", one.word}, {"message", one.text}});
+    document.set("collection", collection);
+    document.set("changed", !found.empty());
+    auto& list = document.set("reasons", json_value::array());
+    for (const auto& reason : found) {
+        list.push_back(json_value::object(
+            {{"code", reason.code}, {"reason", reason.word}, {"message", reason.text}}));
     }
-    document["waited_seconds"] = waited;
+    document.set("waited_seconds", waited);
 
-    const std::string passed = std::to_string(std::lround(waited)) + " s";
+    const std::string elapsed = std::to_string(std::lround(waited)) + " s";
     if (found.empty()) {
-        rep.line(collection + ": nothing changed within " + passed +
-                 "; what programs know of it still holds.");
+        rep.line(collection + ": no changes within " + elapsed +
+                 "; what programs have read is still valid.");
         return;
     }
-    rep.line(collection + ": changed after " + passed + ":");
-    for (const need& one : found) {
-        rep.line("  " + std::to_string(one.code) + "  " + one.text);
+    rep.line(collection + ": changed after " + elapsed + ":");
+    for (const auto& reason : found) {
+        rep.line("  " + std::to_string(reason.code) + "  " + reason.text);
     }
-    rep.line("Programs that hold the BIOS service open need to initialise it anew");
-    rep.line("(dp_api_uninitialize, dp_api_initialize). dpctl does so with every run.");
+    rep.line("Programs that use the BIOS attribute service must initialize it again");
+    rep.line("(dp_api_uninitialize, dp_api_initialize). dpctl does so each time it runs.");
 }
 
 }  // namespace
 
-void add_check(CLI::App& app, job& what) {
+void add_check(command_line& program, invocation& request) {
     auto& command = add_command(
-        app, what, "check", "Watch whether what programs know of a collection goes out of date",
-        {"dpctl check Boot", "dpctl check Boot --wait 60    # and update the BIOS meanwhile"});
-    add_help(command,
-             "Looks at the collection now and compares with it what follows, until something\n"
-             "changes or the time is up, and once more 5 seconds after a change: an update\n"
-             "replaces one file after another. The reasons, as dp_bios_need_reinit numbers them:\n"
-             "  4  the template names other collections\n"
+        program, request, "check",
+        {.summary = "Watch whether programs need to read a collection again",
+         .details =
+             "Examines the collection now and compares later states with it, until a change or\n"
+             "until the time is up, and once more 5 seconds after a change: an update replaces\n"
+             "one file after another. The reasons have the numbers of dp_bios_need_reinit:\n"
+             "  4  the template has different collections\n"
              "  5  the settings file lists other settings\n"
              "  6  another BIOS build is installed\n"
-             "Both a change and none are success.\n");
+             "The exit code is 0 with and without a change.\n",
+         .examples = {"dpctl check Boot",
+                      "dpctl check Boot --wait 60    # and update the BIOS meanwhile"}});
     const auto collection = add_collection_argument(command);
     const auto seconds = std::make_shared<unsigned>(shortest_watch);
-    command.add_option("--wait", *seconds, "How long to watch")
-        ->type_name("SECONDS")
-        ->capture_default_str()
-        ->check(CLI::Range(shortest_watch, longest_watch));
-    add_file_options(command, what);
-    command.callback([&what, collection, seconds] {
-        what.run = [&what, collection, seconds](report& rep) {
-            run(what.files, *collection, *seconds, rep);
+    command.add_option("--wait", *seconds, "How long to watch",
+                       {.least = shortest_watch, .greatest = longest_watch},
+                       {.value_name = "SECONDS", .show_default = true});
+    add_file_options(command, request);
+    command.on_selected([&request, collection, seconds] {
+        request.run = [&request, collection, seconds](report& rep) {
+            run(request.files, *collection, *seconds, rep);
         };
     });
 }

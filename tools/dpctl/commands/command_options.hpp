@@ -9,29 +9,32 @@
 
 namespace dpctl {
 
-/// Adds the subcommand `name`, whose help ends with the examples, a line each, and the exit codes,
-/// with the option --json.
-CLI::App& add_command(CLI::App& app, job& what, const std::string& name,
-                      const std::string& description, const std::vector<std::string>& examples);
+/// The help of a subcommand.
+struct command_help {
+    std::string summary;                ///< one line, also in the help of dpctl
+    std::string details;                ///< complete lines
+    std::vector<std::string> examples;  ///< one line each
+};
 
-/// Adds the options that name other files of template and values.
-void add_file_options(CLI::App& command, job& what);
+/// How settings are named on the command line, for the details of a help.
+extern const char* const name_help;
+
+/// Adds the subcommand `name` with the option --json. The exit codes are added to its help.
+dp_support::command_line& add_command(dp_support::command_line& program, invocation& request,
+                                      const std::string& name, const command_help& help);
+
+/// Adds the options for other template and value files than the default ones.
+void add_file_options(dp_support::command_line& command, invocation& request);
 
 /// Adds the argument COLLECTION.
-std::shared_ptr<std::string> add_collection_argument(CLI::App& command);
+std::shared_ptr<std::string> add_collection_argument(dp_support::command_line& command);
 
-/// Adds the arguments NAME..., and how names are written to the help.
-std::shared_ptr<std::vector<std::string>> add_name_arguments(CLI::App& command);
+/// Adds the arguments NAME...
+std::shared_ptr<std::vector<std::string>> add_name_arguments(dp_support::command_line& command);
 
-/// Adds the option --file, which names another file than `default_name`, to read only.
-void add_path_option(CLI::App& command, std::string& target, const std::string& description,
-                     const std::string& default_name);
-
-/// Puts `text` in front of the examples in the help.
-void add_help(CLI::App& command, const std::string& text);
-
-/// How settings are named on the command line, for the help.
-extern const char* const name_help;
+/// Adds the option --file for another file than `default_name`, which is only read.
+void add_path_option(dp_support::command_line& command, std::string& target,
+                     const std::string& description, const std::string& default_name);
 
 }  // namespace dpctl
 

@@ -1,38 +1,37 @@
 #ifndef DP_TOOLS_DPCTL_COMMANDS_COMMANDS_HPP
 #define DP_TOOLS_DPCTL_COMMANDS_COMMANDS_HPP
 
-#include <CLI/CLI.hpp>
 #include <functional>
-#include <string>
 
+#include "support/command_line.hpp"
 #include "tools/dpctl/output/report.hpp"
-#include "tools/dpctl/changes/session.hpp"
+#include "tools/dpctl/values/session.hpp"
 
 namespace dpctl {
 
-/// What the command line asks for.
-struct job {
+/// What the command line requests.
+struct invocation {
     bool json = false;
     file_names files;
-    std::function<void(report&)> run;  ///< set by the subcommand that was chosen
+    std::function<void(report&)> run;  ///< set by the subcommand that was given
 };
 
-/// One function a subcommand: adds it to `app`, and sets `what.run` when it is chosen. Both must
-/// outlive the parsing, and `what` the run.
-void add_collections(CLI::App& app, job& what);
-void add_list(CLI::App& app, job& what);
-void add_show(CLI::App& app, job& what);
-void add_get(CLI::App& app, job& what);
-void add_set(CLI::App& app, job& what);
-void add_reset(CLI::App& app, job& what);
-void add_check(CLI::App& app, job& what);
-void add_status(CLI::App& app, job& what);
-void add_history(CLI::App& app, job& what);
-void add_vet(CLI::App& app, job& what);
-void add_categories(CLI::App& app, job& what);
-/// Needs the POSIX platform, whose queues it listens on.
-void add_alerts(CLI::App& app, job& what);
-void add_complete(CLI::App& app, job& what);
+/// Adds a subcommand to `program`, one function each. Parsing fills in `request`, which must
+/// outlive its `run`.
+void add_collections(dp_support::command_line& program, invocation& request);
+void add_list(dp_support::command_line& program, invocation& request);
+void add_show(dp_support::command_line& program, invocation& request);
+void add_get(dp_support::command_line& program, invocation& request);
+void add_set(dp_support::command_line& program, invocation& request);
+void add_reset(dp_support::command_line& program, invocation& request);
+void add_check(dp_support::command_line& program, invocation& request);
+void add_status(dp_support::command_line& program, invocation& request);
+void add_history(dp_support::command_line& program, invocation& request);
+void add_vet(dp_support::command_line& program, invocation& request);
+void add_categories(dp_support::command_line& program, invocation& request);
+/// Only with the POSIX platform, which can receive from queues.
+void add_alerts(dp_support::command_line& program, invocation& request);
+void add_complete(dp_support::command_line& program, invocation& request);
 
 }  // namespace dpctl
 

@@ -7,13 +7,15 @@
 #include "service_api/choice_list.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/names/catalog.hpp"
-#include "tools/dpctl/output/attribute_text.hpp"
-#include "tools/dpctl/output/text.hpp"
+#include "tools/dpctl/output/printable_text.hpp"
+#include "tools/dpctl/values/attribute_description.hpp"
 
 namespace dpctl {
 namespace {
 
-// What can't be typed as it is shown is not offered.
+using dp_support::command_line;
+
+// Text that cannot be typed as it is shown is not offered.
 void offer(const std::string& text, report& rep) {
     if (printable(text) == text) {
         rep.line(text);
@@ -26,7 +28,7 @@ void complete_collections(const catalog& names, report& rep) {
     }
 }
 
-// Full names within the collection that is typed already; before that, the collections.
+// The full names in the collection that was already typed; before that, the collections.
 void complete_names(catalog& names, const std::string& typed, report& rep) {
     const std::size_t dot = typed.find('.');
     if (dot == std::string::npos) {
@@ -58,20 +60,22 @@ void complete_values(catalog& names, const std::string& name, report& rep) {
 
 }  // namespace
 
-void add_complete(CLI::App& app, job& what) {
-    // For the shell's completion only: no group, so the help does not name it.
-    auto& command = *app.add_subcommand("complete", "Print what may stand next, a line each");
-    command.group("");
+void add_complete(command_line& program, invocation& request) {
+    // Only for the shell's completion, therefore hidden.
+    auto& command =
+        program.add_subcommand("complete", "Print the possible completions, one a line");
+    command.hide();
     const auto kind = std::make_shared<std::string>();
     const auto typed = std::make_shared<std::string>();
-    command.add_option("KIND", *kind, "What is wanted")
-        ->required()
-        ->check(CLI::IsMember({"collections", "names", "values"}));
-    command.add_option("TYPED", *typed, "What is typed already, or the name whose value is next");
-    add_file_options(command, what);
-    command.callback([&what, kind, typed] {
-        what.run = [&what, kind, typed](report& rep) {
-            session service(what.files);
+    command.add_option(
+        "KIND", *kind, "The kind of word to complete",
+        {.value_name = "TEXT", .required = true, .choices = {"collections", "names", "values"}});
+    command.add_option("TYPED", *typed, "The typed part, or the name whose value is completed",
+                       {.value_name = "TEXT"});
+    add_file_options(command, request);
+    command.on_selected([&request, kind, typed] {
+        request.run = [&request, kind, typed](report& rep) {
+            session service(request.files);
             catalog names(service);
             if (*kind == "collections") {
                 complete_collections(names, rep);

@@ -2,27 +2,28 @@
 
 #include <cstddef>
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "tools/dpctl/changes/change_outcome.hpp"
-#include "tools/dpctl/changes/exchange.hpp"
-#include "tools/dpctl/changes/setting_values.hpp"
+#include "tools/dpctl/changes/service_exchange.hpp"
 #include "tools/dpctl/changes/wait_notice.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
-#include "tools/dpctl/names/known_names.hpp"
-#include "tools/dpctl/output/attribute_text.hpp"
-#include "tools/dpctl/output/text.hpp"
-#include "tools/dpctl/status/status_text.hpp"
+#include "tools/dpctl/names/name_lookup.hpp"
+#include "tools/dpctl/output/printable_text.hpp"
+#include "tools/dpctl/status/status_reason.hpp"
+#include "tools/dpctl/values/setting_values.hpp"
 
 namespace dpctl {
 namespace {
 
-// One NAME=VALUE, on its way.
-struct change {
+using dp_support::command_line;
+using dp_support::json_value;
+
+// A NAME=VALUE of the command line, and what became of it.
+struct requested_change {
     setting_ref setting;
     std::string name;
     std::string value;
@@ -38,28 +39,29 @@ std::string why_not_an_assignment(const std::string& text) {
                                                       : std::string();
 }
 
-// Why the change can't be asked for; empty when it can.
-std::string why_impossible(const change& one) {
-    const auto name_reason = why_not_carried(one.name, false);
+// Why the change cannot be requested; empty if it can.
+std::string why_impossible(const requested_change& change) {
+    const auto name_reason = why_not_encodable(change.name, false);
     if (!name_reason.empty()) {
-        return "its name " + name_reason;
+        return "the name " + name_reason;
     }
-    const auto value_reason = why_not_carried(one.value, true);
+    const auto value_reason = why_not_encodable(change.value, true);
     if (!value_reason.empty()) {
-        return "the value " + in_quotes(one.value) + ' ' + value_reason;
+        return "the value " + in_quotes(change.value) + ' ' + value_reason;
     }
-    if (one.setting.instance.empty() &&
-        one.setting.collection->has_only_instances(*one.setting.attribute)) {
-        const auto instances = one.setting.all();
-        return "it has " + std::to_string(instances.size()) + " instances; name one of them, as " +
-               instances.front().name();
+    if (change.setting.instance.empty() &&
+        change.setting.collection->has_only_instances(*change.setting.attribute)) {
+        const auto instances = change.setting.all();
+        return "it has " + std::to_string(instances.size()) +
+               " instances; name one of them, for example " + instances.front().name();
     }
     return {};
 }
 
-// Finds the settings; every one that is not found or can't be changed is reported.
-std::vector<change> plan(catalog& names, const std::vector<std::string>& assignments, report& rep) {
-    std::vector<change> changes;
+// Finds the settings. Each one that is not found or cannot be changed is reported.
+std::vector<requested_change> plan(catalog& names, const std::vector<std::string>& assignments,
+                                   report& rep) {
+    std::vector<requested_change> changes;
     std::unordered_set<std::string> seen;
     for (const auto& assignment : assignments) {
         const std::size_t equals = assignment.find('=');
@@ -67,28 +69,28 @@ std::vector<change> plan(catalog& names, const std::vector<std::string>& assignm
         if (!setting) {
             continue;
         }
-        change one;
-        one.setting = *setting;
-        one.name = setting->name();
-        one.value = assignment.substr(equals + 1);
-        std::string reason = why_impossible(one);
-        if (!seen.insert(one.name).second) {
-            reason = "it is named twice";
+        requested_change change;
+        change.setting = *setting;
+        change.name = setting->name();
+        change.value = assignment.substr(equals + 1);
+        std::string reason = why_impossible(change);
+        if (!seen.insert(change.name).second) {
+            reason = "it is given twice";
         }
         if (!reason.empty()) {
-            rep.problem(one.name + ": " + reason);
+            rep.problem(change.name + ": " + reason);
             continue;
         }
-        changes.push_back(std::move(one));
+        changes.push_back(std::move(change));
     }
     return changes;
 }
 
-void read_before(session& service, std::vector<change>& changes) {
+void read_before(session& service, std::vector<requested_change>& changes) {
     std::vector<std::string> names;
     names.reserve(changes.size());
-    for (const auto& one : changes) {
-        names.push_back(one.name);
+    for (const auto& change : changes) {
+        names.push_back(change.name);
     }
     auto values = read_values(service, names);
     for (std::size_t i = 0; i < changes.size(); ++i) {
@@ -97,13 +99,14 @@ void read_before(session& service, std::vector<change>& changes) {
     }
 }
 
-// Asks the service for the changes, as one batch. The result is that of the C API.
-int carry_out(session& service, const std::vector<change*>& asked, double& seconds, report& rep) {
+// Requests the changes from the service, as one batch. The result is that of the C API.
+int carry_out(session& service, const std::vector<requested_change*>& changes, double& seconds,
+              report& rep) {
     std::vector<change_request> requests;
     std::vector<std::string> names;
-    for (const change* const one : asked) {
-        requests.push_back({one->name, one->value, session::unanswered});
-        names.push_back(one->name);
+    for (const auto* const change : changes) {
+        requests.push_back({change->name, change->value, session::unanswered});
+        names.push_back(change->name);
     }
     int result = 0;
     {
@@ -114,54 +117,73 @@ int carry_out(session& service, const std::vector<change*>& asked, double& secon
         seconds = notice.seconds();
     }
     auto after = service.read(names, values_of::pending);
-    for (std::size_t i = 0; i < asked.size(); ++i) {
-        change& one = *asked[i];
-        one.status = requests[i].status;
-        one.after = std::move(after[i]);
-        one.outcome = judge_change(result, one.status, one.before.pending, one.after, one.value,
-                                   *one.setting.attribute);
+    for (std::size_t i = 0; i < changes.size(); ++i) {
+        requested_change& change = *changes[i];
+        change.status = requests[i].status;
+        change.after = std::move(after[i]);
+        change.outcome = judge_change(result, change.status, change.before.pending, change.after,
+                                      change.value, *change.setting.attribute);
     }
     return result;
 }
 
-// What became of the change, for a person.
-std::string describe(const change& one, const file_names& files) {
-    switch (one.outcome) {
+// The outcome of the change, for a person.
+std::string describe(const requested_change& change, const file_names& files) {
+    switch (change.outcome) {
         case change_outcome::already:
-            return value_text(one.after) + " stands already; nothing to do";
+            return "is already " + value_text(change.after);
         case change_outcome::changed: {
-            std::string text = value_text(one.before.pending) + " -> " + value_text(one.after);
-            if (!is_value(one.after, one.value, *one.setting.attribute)) {
-                text += " (asked for " + in_quotes(one.value) + ')';
+            std::string text =
+                value_text(change.before.pending) + " -> " + value_text(change.after);
+            if (!is_value(change.after, change.value, *change.setting.attribute)) {
+                text += " (requested: " + in_quotes(change.value) + ')';
             }
-            return text + (one.after == one.before.current ? ", as in force now"
-                                                           : ", pending until the server restarts");
+            return text + (change.after == change.before.current
+                               ? ", same as the current value"
+                               : ", pending until the server restarts");
         }
         case change_outcome::refused:
-            return explain_status(one.status, one.setting.attribute, one.value);
+            return explain_status(change.status, change.setting.attribute, change.value);
         case change_outcome::no_answer:
             return "the settings service did not answer";
         case change_outcome::unconfirmed:
             break;
     }
-    return "the settings service reported no failure, but " + files.settings + " still says " +
-           value_text(one.after);
+    return "the settings service reported no failure, but the pending value in " + files.settings +
+           " is still " + value_text(change.after);
 }
 
-nlohmann::ordered_json to_json(const change& one, const std::string& message) {
-    nlohmann::ordered_json result = {
-        {"name", one.name},
-        {"requested", one.value},
-        {"outcome", outcome_word(one.outcome)},
-        {"message", message},
-        {"previous", value_json(one.before.pending)},
-        {"pending", value_json(one.after)},
-        {"current", value_json(one.before.current)},
-        {"truncated", one.before.pending.cut || one.after.cut || one.before.current.cut}};
-    if (one.outcome == change_outcome::refused) {
-        result["status"] = one.status;
+json_value to_json(const requested_change& change, const std::string& message) {
+    auto result = json_value::object({{"name", change.name},
+                                      {"requested", change.value},
+                                      {"outcome", outcome_word(change.outcome)},
+                                      {"message", message},
+                                      {"previous", value_json(change.before.pending)},
+                                      {"pending", value_json(change.after)},
+                                      {"current", value_json(change.before.current)},
+                                      {"truncated", change.before.pending.cut || change.after.cut ||
+                                                        change.before.current.cut}});
+    if (change.outcome == change_outcome::refused) {
+        result.set("status", change.status);
     }
     return result;
+}
+
+void report_outcome(const requested_change& change, const std::string& message, report& rep) {
+    switch (change.outcome) {
+        case change_outcome::already:
+            rep.line(change.name + ' ' + message);
+            break;
+        case change_outcome::changed:
+            rep.line(change.name + ": " + message);
+            break;
+        case change_outcome::no_answer:
+            break;  // reported once for all changes
+        case change_outcome::refused:
+        case change_outcome::unconfirmed:
+            rep.problem(change.name + ": " + message);
+            break;
+    }
 }
 
 void run(const file_names& files, const std::vector<std::string>& assignments, report& rep) {
@@ -177,61 +199,56 @@ void run(const file_names& files, const std::vector<std::string>& assignments, r
     }
 
     read_before(service, changes);
-    std::vector<change*> asked;
-    for (auto& one : changes) {
-        // Only the very text: a service may tell spellings apart that look the same here.
-        if (one.before.pending != reading{true, false, one.value}) {
-            asked.push_back(&one);
+    std::vector<requested_change*> needed;
+    for (auto& change : changes) {
+        // Only the same text counts: the service may distinguish spellings that are equal here.
+        if (change.before.pending != reading{true, false, change.value}) {
+            needed.push_back(&change);
         }
     }
     double seconds = 0;
-    if (!asked.empty()) {
-        if (!can_exchange(rep)) {
+    if (!needed.empty()) {
+        if (!can_send_requests(rep)) {
             rep.hint("Nothing was changed.");
             return;
         }
-        if (carry_out(service, asked, seconds, rep) == -1) {
+        if (carry_out(service, needed, seconds, rep) == -1) {
             report_no_answer(rep, seconds);
         }
     }
 
-    rep.document()["waited_seconds"] = seconds;
-    auto& list = rep.document()["settings"] = nlohmann::ordered_json::array();
-    for (const auto& one : changes) {
-        const std::string message = describe(one, service.files());
-        list.push_back(to_json(one, message));
-        if (one.outcome == change_outcome::already || one.outcome == change_outcome::changed) {
-            rep.line(one.name + ": " + message);
-        } else if (one.outcome != change_outcome::no_answer) {
-            rep.problem(one.name + ": " + message);
-        }
+    rep.document().set("waited_seconds", seconds);
+    auto& list = rep.document().set("settings", json_value::array());
+    for (const auto& change : changes) {
+        const std::string message = describe(change, service.files());
+        list.push_back(to_json(change, message));
+        report_outcome(change, message, rep);
     }
 }
 
 }  // namespace
 
-void add_set(CLI::App& app, job& what) {
-    auto& command =
-        add_command(app, what, "set", "Change settings, several in one batch",
-                    {"dpctl set Boot.BootMode=UEFI", "dpctl set BootMode=UEFI \"AssetTag=Rack 7\"",
-                     "dpctl set Boot.BootMode=UEFI --json"});
-    add_help(
-        command,
-        std::string(name_help) +
-            "The new values are pending until the server restarts.\n"
-            "A value may be empty and may hold blanks; double quotes, backslashes and control\n"
-            "characters can't be passed on and are refused. If one of the arguments is wrong,\n"
-            "nothing is asked for. Settings that have the value already are left alone: this is\n"
-            "said, and is no failure. The answer of the settings service is awaited for about\n"
-            "60 seconds.\n");
+void add_set(command_line& program, invocation& request) {
+    auto& command = add_command(
+        program, request, "set",
+        {.summary = "Change settings, several in one batch",
+         .details =
+             std::string(name_help) +
+             "The new values are pending until the server restarts.\n"
+             "A value may be empty and may contain spaces, but no double quotes, backslashes\n"
+             "or control characters. If one of the arguments is wrong, no request is sent.\n"
+             "A setting that already has the value is reported and is not a failure. dpctl\n"
+             "waits about 60 seconds for the answer of the settings service.\n",
+         .examples = {"dpctl set Boot.BootMode=UEFI", "dpctl set BootMode=UEFI \"AssetTag=Rack 7\"",
+                      "dpctl set Boot.BootMode=UEFI --json"}});
     const auto assignments = std::make_shared<std::vector<std::string>>();
-    command.add_option("NAME=VALUE", *assignments, "Names of settings and their new values")
-        ->type_name("")
-        ->required()
-        ->check(CLI::Validator(why_not_an_assignment, "", "assignment"));
-    add_file_options(command, what);
-    command.callback([&what, assignments] {
-        what.run = [&what, assignments](report& rep) { run(what.files, *assignments, rep); };
+    command.add_option("NAME=VALUE", *assignments, "Names of settings and their new values",
+                       {.required = true, .check = why_not_an_assignment});
+    add_file_options(command, request);
+    command.on_selected([&request, assignments] {
+        request.run = [&request, assignments](report& rep) {
+            run(request.files, *assignments, rep);
+        };
     });
 }
 

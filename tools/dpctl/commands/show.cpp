@@ -1,26 +1,25 @@
-#include <algorithm>
 #include <cstddef>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "common/quoting.hpp"
 #include "service_api/choice_list.hpp"
-#include "tools/dpctl/changes/setting_values.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
-#include "tools/dpctl/names/known_names.hpp"
-#include "tools/dpctl/output/attribute_text.hpp"
-#include "tools/dpctl/output/text.hpp"
+#include "tools/dpctl/names/name_lookup.hpp"
+#include "tools/dpctl/output/printable_text.hpp"
+#include "tools/dpctl/values/attribute_description.hpp"
+#include "tools/dpctl/values/setting_values.hpp"
 
 namespace dpctl {
 namespace {
 
-constexpr std::size_t label_width = 17;
+using dp_support::command_line;
+using dp_support::json_value;
 
 void item(report& rep, const std::string& label, const std::string& text) {
-    const std::size_t missing = label_width - std::min(label_width, label.size());
-    rep.line("  " + label + std::string(missing, ' ') + text);
+    constexpr std::size_t label_width = 17;
+    rep.line("  " + padded(label, label_width) + text);
 }
 
 void optional_item(report& rep, const std::string& label, const std::string& text) {
@@ -29,7 +28,7 @@ void optional_item(report& rep, const std::string& label, const std::string& tex
     }
 }
 
-// The choices behind one another if they fit a line, otherwise below one another.
+// The choices on one line if they fit, otherwise one a line.
 void show_choices(report& rep, const dp_attribute& attribute) {
     constexpr std::size_t widest_line = 60;
     std::string line;
@@ -61,10 +60,10 @@ void show_restrictions(report& rep, const dp_attribute& attribute) {
     }
 }
 
-void show_text(report& rep, const setting_ref& asked, const std::vector<setting_ref>& settings,
+void show_text(report& rep, const setting_ref& requested, const std::vector<setting_ref>& settings,
                const std::vector<setting_values>& values) {
-    const dp_attribute& attribute = *asked.attribute;
-    rep.line(asked.name());
+    const dp_attribute& attribute = *requested.attribute;
+    rep.line(requested.name());
     item(rep, "Type", type_name(attribute));
     optional_item(rep, "Description", attribute.dsc);
     optional_item(rep, "Help", attribute.fds);
@@ -73,7 +72,7 @@ void show_text(report& rep, const setting_ref& asked, const std::vector<setting_
     item(rep, "Default",
          is_removed_by_default(attribute) ? "no value" : value_text({true, false, attribute.dft}));
     for (std::size_t i = 0; i < settings.size(); ++i) {
-        if (settings[i].instance != asked.instance) {
+        if (settings[i].instance != requested.instance) {
             rep.line("  Instance " + settings[i].instance);
         }
         item(rep, "Pending", value_text(values[i].pending));
@@ -84,34 +83,35 @@ void show_text(report& rep, const setting_ref& asked, const std::vector<setting_
     item(rep, "Read-only", is_read_only(attribute) ? "yes" : "no");
 }
 
-nlohmann::ordered_json describe(const setting_ref& asked, const std::vector<setting_ref>& settings,
-                                const std::vector<setting_values>& values) {
-    const dp_attribute& attribute = *asked.attribute;
-    nlohmann::ordered_json result = {
-        {"name", asked.name()},         {"collection", asked.collection->name()},
-        {"attribute", attribute.id},    {"type", type_name(attribute)},
-        {"description", attribute.dsc}, {"help", attribute.fds},
-        {"group", attribute.grp}};
+json_value to_json(const setting_ref& requested, const std::vector<setting_ref>& settings,
+                   const std::vector<setting_values>& values) {
+    const dp_attribute& attribute = *requested.attribute;
+    auto result = json_value::object({{"name", requested.name()},
+                                      {"collection", requested.collection->name()},
+                                      {"attribute", attribute.id},
+                                      {"type", type_name(attribute)},
+                                      {"description", attribute.dsc},
+                                      {"help", attribute.fds},
+                                      {"group", attribute.grp}});
     if (is_numeric(attribute)) {
-        result["minimum"] = attribute.min;
-        result["maximum"] = number_maximum(attribute);
-        result["step"] = number_step(attribute);
+        result.set("minimum", attribute.min);
+        result.set("maximum", number_maximum(attribute));
+        result.set("step", number_step(attribute));
     } else if (is_string(attribute)) {
-        result["minimum_length"] = attribute.minc;
-        result["maximum_length"] = attribute.maxc == 0 ? nlohmann::ordered_json(nullptr)
-                                                       : nlohmann::ordered_json(attribute.maxc);
-        result["pattern"] = attribute.reg;
+        result.set("minimum_length", attribute.minc);
+        result.set("maximum_length",
+                   attribute.maxc == 0 ? json_value() : json_value(attribute.maxc));
+        result.set("pattern", attribute.reg);
     } else if (is_enumeration(attribute)) {
-        result["possible_values"] = dp_service::choice_list::split(attribute.chc);
+        result.set("possible_values", dp_service::choice_list::split(attribute.chc));
     }
-    result["default"] = is_removed_by_default(attribute) ? nlohmann::ordered_json(nullptr)
-                                                         : nlohmann::ordered_json(attribute.dft);
-    result["read_only"] = is_read_only(attribute);
-    auto& list = result["settings"] = nlohmann::ordered_json::array();
+    result.set("default", default_json(attribute));
+    result.set("read_only", is_read_only(attribute));
+    auto& list = result.set("settings", json_value::array());
     for (std::size_t i = 0; i < settings.size(); ++i) {
-        nlohmann::ordered_json one = {{"name", settings[i].name()}};
-        add_values(one, values[i]);
-        list.push_back(std::move(one));
+        auto setting = json_value::object({{"name", settings[i].name()}});
+        add_values(setting, values[i]);
+        list.push_back(std::move(setting));
     }
     return result;
 }
@@ -122,36 +122,39 @@ void run(const file_names& files, const std::vector<std::string>& texts, report&
     if (!have_collections(names, service, rep)) {
         return;
     }
-    auto& list = rep.document()["attributes"] = nlohmann::ordered_json::array();
+    auto& list = rep.document().set("attributes", json_value::array());
     bool first = true;
     for (const auto& text : texts) {
-        const auto asked = find_setting(names, text, rep);
-        if (!asked) {
+        const auto requested = find_setting(names, text, rep);
+        if (!requested) {
             continue;
         }
-        const auto settings = asked->all();
+        const auto settings = requested->all();
         const auto setting_names = names_of(settings);
         const auto values = read_values(service, setting_names);
         if (rep.as_json()) {
-            list.push_back(describe(*asked, settings, values));
+            list.push_back(to_json(*requested, settings, values));
             continue;
         }
         if (!std::exchange(first, false)) {
             rep.line("");
         }
-        show_text(rep, *asked, settings, values);
+        show_text(rep, *requested, settings, values);
     }
 }
 
 }  // namespace
 
-void add_show(CLI::App& app, job& what) {
-    auto& command = add_command(app, what, "show", "Show all that is known of settings",
-                                {"dpctl show Boot.BootMode", "dpctl show BootMode --json"});
-    const auto texts = add_name_arguments(command);
-    add_file_options(command, what);
-    command.callback([&what, texts] {
-        what.run = [&what, texts](report& rep) { run(what.files, *texts, rep); };
+void add_show(command_line& program, invocation& request) {
+    auto& command =
+        add_command(program, request, "show",
+                    {.summary = "Show everything known about settings",
+                     .details = name_help,
+                     .examples = {"dpctl show Boot.BootMode", "dpctl show BootMode --json"}});
+    const auto names = add_name_arguments(command);
+    add_file_options(command, request);
+    command.on_selected([&request, names] {
+        request.run = [&request, names](report& rep) { run(request.files, *names, rep); };
     });
 }
 

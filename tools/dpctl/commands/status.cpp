@@ -5,28 +5,30 @@
 #include <cstddef>
 #include <ctime>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "service_api/server_paths.hpp"
-#include "tools/dpctl/changes/interruption.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/output/local_time.hpp"
+#include "tools/dpctl/output/printable_text.hpp"
 #include "tools/dpctl/output/table.hpp"
-#include "tools/dpctl/status/folder_watch.hpp"
 #include "tools/dpctl/status/status_follower.hpp"
-#include "tools/dpctl/status/steady_file.hpp"
 #include "tools/dpctl/status/transaction_state.hpp"
+#include "tools/dpctl/system/folder_watch.hpp"
+#include "tools/dpctl/system/signal_wait.hpp"
+#include "tools/dpctl/system/stable_read.hpp"
 
 namespace dpctl {
 namespace {
 
+using dp_support::command_line;
+using dp_support::json_value;
 using std::chrono::steady_clock;
 
-// Files of the format have 8 KiB, and more only with a single endless text.
+// Status files have at most 8 KiB, and more only with a single very long text.
 constexpr std::size_t status_limit = std::size_t{4} << 20;
 
 struct status_options {
@@ -38,17 +40,17 @@ std::string file_of(const status_options& options) {
     return options.file.empty() ? dp_service::server_paths::process_status.str() : options.file;
 }
 
-// When the file was written, for programs, and for people.
-std::string written_at(const file_state& state) {
-    return local_time(static_cast<std::time_t>(state.seconds));
+std::string time_of_write(const file_version& version) {
+    return local_time(static_cast<std::time_t>(version.seconds));
 }
 
-std::string date_and_clock(const std::string& time) {
+// A `local_time` for a person.
+std::string date_and_time(const std::string& time) {
     const std::size_t middle = time.find('T');
-    constexpr std::size_t clock_length = 8;
+    constexpr std::size_t time_length = 8;
     return middle == std::string::npos
                ? "-"
-               : time.substr(0, middle) + ' ' + time.substr(middle + 1, clock_length);
+               : time.substr(0, middle) + ' ' + time.substr(middle + 1, time_length);
 }
 
 std::string lines(std::size_t count) {
@@ -57,26 +59,25 @@ std::string lines(std::size_t count) {
 
 void item(report& rep, std::string_view label, const std::string& text) {
     constexpr std::size_t label_width = 13;
-    const std::size_t missing = label_width - std::min(label_width, label.size());
-    rep.line(std::string(label) + std::string(missing, ' ') + text);
+    rep.line(padded(label, label_width) + text);
 }
 
 void show_failures(const transaction_state& state, report& rep) {
     if (!state.failed.empty()) {
         rep.line("");
         table rows({"FAILED", "STATUS", "REASON"});
-        for (const auto& one : state.failed) {
-            rows.add({one.name, std::to_string(one.status), explain_failure(one)});
+        for (const auto& command : state.failed) {
+            rows.add({command.name, std::to_string(command.status), explain_failure(command)});
         }
         rep.show(rows);
     }
-    if (state.untold_failures() > 0) {
-        rep.line("The file no longer tells of " + std::to_string(state.untold_failures()) +
+    if (state.missing_failures() > 0) {
+        rep.line("The file no longer contains " + std::to_string(state.missing_failures()) +
                  " more that failed.");
     }
 }
 
-void show_transaction(const steady_file& file, const transaction_state& state, report& rep) {
+void show_transaction(const file_snapshot& file, const transaction_state& state, report& rep) {
     item(rep, "Transaction", state.name.empty() ? "\"\"" : state.name);
     item(rep, "Progress", describe_progress(state));
     for (const auto& message : state.messages) {
@@ -85,29 +86,29 @@ void show_transaction(const steady_file& file, const transaction_state& state, r
     if (state.outfile) {
         item(rep, "Answer", *state.outfile);
     }
-    item(rep, "Written", date_and_clock(written_at(file.state)));
+    item(rep, "Written", date_and_time(time_of_write(file.version)));
     show_failures(state, rep);
 }
 
-// What is odd about the file.
 void show_remarks(const status_records& content, const transaction_state& state, report& rep) {
     if (state.earlier > 0) {
-        rep.line("The file also tells of " + std::to_string(state.earlier) +
+        rep.line("The file also contains " + std::to_string(state.earlier) +
                  " earlier transaction" + (state.earlier == 1 ? "." : "s."));
     }
     if (state.is_pruned) {
         rep.line("The oldest records were dropped from the file.");
     }
     if (content.foreign_lines > 0) {
-        rep.line("Left out: " + lines(content.foreign_lines) + " that " +
-                 (content.foreign_lines == 1 ? "is no record." : "are no records."));
+        rep.line(
+            "Ignored: " + lines(content.foreign_lines) + " that " +
+            (content.foreign_lines == 1 ? "is not a status record." : "are not status records."));
     }
-    if (content.is_torn) {
-        rep.line("Left out: the last line, which is incomplete.");
+    if (content.is_incomplete) {
+        rep.line("Ignored: the last line, which is incomplete.");
     }
 }
 
-void show_status(const steady_file& file, report& rep) {
+void show_status(const file_snapshot& file, report& rep) {
     if (!file.exists) {
         rep.line("No transaction has run: " + file.path + " does not exist.");
         return;
@@ -117,27 +118,27 @@ void show_status(const steady_file& file, report& rep) {
     if (state.is_known) {
         show_transaction(file, state, rep);
     } else if (!content.records.empty()) {
-        rep.line("No transaction has begun: " + file.path + " has only its first record.");
+        rep.line("No transaction has begun: " + file.path + " contains only its first record.");
     } else {
-        rep.line(file.path + (file.text->empty() ? " is empty." : " has no status records."));
+        rep.line(file.path + (file.text->empty() ? " is empty." : " contains no status records."));
     }
     show_remarks(content, state, rep);
 }
 
-void fill(const steady_file& file, nlohmann::ordered_json& document) {
+void fill(const file_snapshot& file, json_value& document) {
     const status_records content = read_records(file.text.value_or(""));
-    document["file"] = file.path;
-    document["exists"] = file.exists;
-    document["written"] = file.exists ? nlohmann::ordered_json(written_at(file.state)) : nullptr;
-    document.update(to_json(summarize(content.records)));
-    document["foreign_lines"] = content.foreign_lines;
-    document["incomplete"] = content.is_torn;
+    document.set("file", file.path);
+    document.set("exists", file.exists);
+    document.set("written", file.exists ? json_value(time_of_write(file.version)) : json_value());
+    document.merge(to_json(summarize(content.records)));
+    document.set("foreign_lines", content.foreign_lines);
+    document.set("incomplete", content.is_incomplete);
 }
 
 void show_once(const status_options& options, report& rep) {
-    // Before the first transaction there is none.
-    const steady_file file =
-        read_steadily(options.file, dp_service::server_paths::process_status.str(), status_limit);
+    // The service creates its status file with the first transaction.
+    const file_snapshot file =
+        read_stable(options.file, dp_service::server_paths::process_status.str(), status_limit);
     if (!file.error.empty()) {
         rep.problem(file.error);
         return;
@@ -146,7 +147,7 @@ void show_once(const status_options& options, report& rep) {
     show_status(file, rep);
 }
 
-// Shows the file again and again as it changes.
+// Shows the file after each change until it is stopped.
 class status_watch {
   public:
     status_watch(std::string path, report& rep)
@@ -156,45 +157,45 @@ class status_watch {
 
     void run() {
         rep_.begin_events();
-        interruption stop(STDOUT_FILENO);
+        signal_wait signals(STDOUT_FILENO);
         folder_watch folder(path_);
         while (true) {
-            const bool is_told = folder.renew();
-            if (!look()) {
+            const bool is_watched = folder.renew();
+            if (!update()) {
                 return;
             }
-            const auto pause = unsure_since_ || !is_told ? short_pause : long_pause;
-            if (stop.wait({folder.handle()}, static_cast<int>(pause.count())) ==
-                interruption::event::interrupted) {
+            const auto pause = unsure_since_ || !is_watched ? short_pause : long_pause;
+            if (signals.wait({folder.descriptor()}, static_cast<int>(pause.count())) ==
+                signal_wait::event::stopped) {
                 return;
             }
         }
     }
 
   private:
-    // A file that stands still that long is not amid its writing. Without a folder to watch, or
-    // when a notice is lost, the file is looked at anyway.
+    // A file that has not changed for the short pause is complete. The file is also read after
+    // these pauses in case the folder is not watched or an event is lost.
     static constexpr std::chrono::milliseconds short_pause{200};
     static constexpr std::chrono::milliseconds long_pause{2000};
 
     // False when the output was lost.
-    bool look() {
-        const steady_file file = read_steadily(path_, status_limit);
+    bool update() {
+        const file_snapshot file = read_stable(path_, status_limit);
         if (on_screen_) {
             return draw(file);
         }
-        tell_absence(file);
+        note_absence(file);
         const auto now = steady_clock::now();
-        if (!unsure_since_ || unsure_state_ != file.state) {
-            unsure_state_ = file.state;
+        if (!unsure_since_ || unsure_version_ != file.version) {
+            unsure_version_ = file.version;
             unsure_since_ = now;
         }
-        const auto news = follower_.look(file, now - *unsure_since_ >= short_pause);
+        const auto news = follower_.update(file, now - *unsure_since_ >= short_pause);
         if (!news.unsure) {
             unsure_since_.reset();
         }
         if (news.missed) {
-            rep_.note("some records came and went unseen");
+            rep_.note("some status records were missed");
         }
         return std::all_of(news.records.begin(), news.records.end(),
                            [&](const status_record& record) {
@@ -202,8 +203,8 @@ class status_watch {
                            });
     }
 
-    bool draw(const steady_file& file) {
-        if (is_drawn_ && file.state == drawn_.state && file.exists == drawn_.exists &&
+    bool draw(const file_snapshot& file) {
+        if (is_drawn_ && file.version == drawn_.version && file.exists == drawn_.exists &&
             file.text == drawn_.text && file.error == drawn_.error) {
             return true;
         }
@@ -218,8 +219,8 @@ class status_watch {
         return rep_.flush();
     }
 
-    // Says once that there is nothing to read, and why.
-    void tell_absence(const steady_file& file) {
+    // Prints once why there is nothing to read.
+    void note_absence(const file_snapshot& file) {
         const std::string reason = file.exists ? file.error : path_ + " does not exist (yet)";
         if (reason != absence_ && !reason.empty()) {
             rep_.note(reason);
@@ -231,9 +232,9 @@ class status_watch {
     report& rep_;
     bool on_screen_;
     bool is_drawn_ = false;
-    steady_file drawn_;
+    file_snapshot drawn_;
     status_follower follower_;
-    file_state unsure_state_;
+    file_version unsure_version_;
     std::optional<steady_clock::time_point> unsure_since_;
     std::string absence_;
 };
@@ -248,23 +249,24 @@ void run(const status_options& options, report& rep) {
 
 }  // namespace
 
-void add_status(CLI::App& app, job& what) {
-    auto& command = add_command(app, what, "status", "Show how the last batch came along",
-                                {"dpctl status", "dpctl status --follow"});
-    add_help(
-        command,
-        "The settings service keeps a status file of the batch that runs or ran last: what it\n"
-        "is called, how far it has come, which commands failed and why, and where the answer\n"
-        "lies. That commands failed is no failure here.\n"
-        "--follow shows it until Ctrl-C: on a terminal as a picture that is drawn again with\n"
-        "every change, otherwise as a line for every record, as it comes. With --follow and\n"
-        "--json every record is a document on a line of its own.\n");
+void add_status(command_line& program, invocation& request) {
+    auto& command = add_command(
+        program, request, "status",
+        {.summary = "Show the status of the last batch",
+         .details =
+             "The settings service keeps a status file of the batch that is running or ran\n"
+             "last: its name, its progress, the commands that failed and why, and the file\n"
+             "with the answer. Failed commands are not a failure of dpctl.\n"
+             "--follow shows the status until Ctrl-C: on a terminal, the whole status after\n"
+             "each change; otherwise each status record on a line, at once. With --follow\n"
+             "and --json, each status record is a document on a line of its own.\n",
+         .examples = {"dpctl status", "dpctl status --follow"}});
     const auto options = std::make_shared<status_options>();
-    command.add_flag("--follow", options->follow, "Go on showing it as it changes");
+    command.add_flag("--follow", options->follow, "Continue and show each change");
     add_path_option(command, options->file, "Another status file",
                     dp_service::server_paths::process_status.str());
-    command.callback(
-        [&what, options] { what.run = [options](report& rep) { run(*options, rep); }; });
+    command.on_selected(
+        [&request, options] { request.run = [options](report& rep) { run(*options, rep); }; });
 }
 
 }  // namespace dpctl

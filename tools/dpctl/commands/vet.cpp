@@ -1,24 +1,24 @@
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdio>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "tools/dpctl/commands/command_options.hpp"
-#include "tools/dpctl/output/text.hpp"
+#include "tools/dpctl/output/printable_text.hpp"
 #include "tools/dpctl/output/vetting.hpp"
 
 namespace dpctl {
 namespace {
 
+using dp_support::command_line;
+using dp_support::json_value;
+
 void item(report& rep, std::string_view label, const std::string& text) {
     constexpr std::size_t label_width = 14;
-    const std::size_t missing = label_width - std::min(label_width, label.size());
-    rep.line("  " + std::string(label) + std::string(missing, ' ') + text);
+    rep.line("  " + padded(label, label_width) + text);
 }
 
 std::string hexadecimal(std::uint32_t flag) {
@@ -28,8 +28,8 @@ std::string hexadecimal(std::uint32_t flag) {
 }
 
 void show(const std::string& command, const vetting& result, report& rep) {
-    if (!result.looked_at.empty() && result.looked_at != command) {
-        item(rep, "Looked at", in_quotes(result.looked_at));
+    if (!result.examined.empty() && result.examined != command) {
+        item(rep, "Examined", in_quotes(result.examined));
     }
     for (std::size_t i = 0; i < result.parameters.size(); ++i) {
         item(rep, "Parameter " + std::to_string(i), in_quotes(result.parameters[i]));
@@ -42,21 +42,20 @@ void show(const std::string& command, const vetting& result, report& rep) {
     }
 }
 
-void fill(const std::string& command, const vetting& result, nlohmann::ordered_json& document) {
-    document["command"] = command;
-    document["accepted"] = result.accepted;
-    document["looked_at"] = result.looked_at;
-    document["parameters"] = result.parameters;
-    auto& list = document["redirections"] = nlohmann::ordered_json::array();
-    for (const auto& one : result.redirections) {
-        list.push_back({{"source", one.source},
-                        {"target", one.target},
-                        {"append", one.operation == dp::security_wrap::append}});
+void fill(const std::string& command, const vetting& result, json_value& document) {
+    document.set("command", command);
+    document.set("accepted", result.accepted);
+    document.set("looked_at", result.examined);
+    document.set("parameters", result.parameters);
+    auto& list = document.set("redirections", json_value::array());
+    for (const auto& redirection : result.redirections) {
+        list.push_back(
+            json_value::object({{"source", redirection.source},
+                                {"target", redirection.target},
+                                {"append", redirection.operation == dp::security_wrap::append}}));
     }
-    document["flag"] =
-        result.accepted ? nlohmann::ordered_json(result.flag) : nlohmann::ordered_json(nullptr);
-    document["reason"] =
-        result.accepted ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(result.reason);
+    document.set("flag", result.accepted ? json_value(result.flag) : json_value());
+    document.set("reason", result.accepted ? json_value() : json_value(result.reason));
 }
 
 void run(const std::string& command, report& rep) {
@@ -65,7 +64,7 @@ void run(const std::string& command, report& rep) {
     if (!result.accepted) {
         rep.problem("refused: " + result.reason);
         if (!result.parameters.empty() || !result.redirections.empty()) {
-            rep.line("Read before that:");
+            rep.line("Before the refusal:");
         }
     } else {
         rep.line("accepted");
@@ -75,24 +74,25 @@ void run(const std::string& command, report& rep) {
 
 }  // namespace
 
-void add_vet(CLI::App& app, job& what) {
-    auto& command = add_command(app, what, "vet", "Show what the vetter makes of a command line",
-                                {"dpctl vet 'ls -l \"/tmp/a b\" > /tmp/list 2>&1'",
-                                 "dpctl vet 'sort names | head'    # refused: exit code 1"});
-    add_help(
-        command,
-        "The library vets command lines before a service may run them: words, words in double\n"
-        "quotes and output redirections pass; pipes, input redirection and escapes outside\n"
-        "quotes do not. Nothing is run and no file is touched here.\n"
-        "\"Looked at\" shows the part of the line that counts where that is not all of it: one\n"
-        "& and blanks at the end do not count, and every blank in front costs a character at\n"
-        "the end. A quote that is not closed and a redirection without a target are dropped.\n"
-        "An accepted line is exit code 0, a refused one 1.\n");
+void add_vet(command_line& program, invocation& request) {
+    auto& command = add_command(
+        program, request, "vet",
+        {.summary = "Show how the vetter interprets a command line",
+         .details =
+             "The library vets command lines before a service may run them. Words, words in\n"
+             "double quotes and output redirections are accepted; pipes, input redirections\n"
+             "and escapes outside quotes are not. dpctl runs nothing and touches no file.\n"
+             "\"Examined\" shows the examined part of the line if it is not all of it: one &\n"
+             "and spaces at the end are not examined, and each space at the start removes a\n"
+             "character from the end. An unclosed quote and a redirection without a target\n"
+             "are dropped. The exit code is 0 for an accepted line, 1 for a refused one.\n",
+         .examples = {"dpctl vet 'ls -l \"/tmp/a b\" > /tmp/list 2>&1'",
+                      "dpctl vet 'sort names | head'    # refused: exit code 1"}});
     const auto text = std::make_shared<std::string>();
-    command.add_option("COMMAND_LINE", *text, "The command line, as one argument")
-        ->type_name("")
-        ->required();
-    command.callback([&what, text] { what.run = [text](report& rep) { run(*text, rep); }; });
+    command.add_option("COMMAND_LINE", *text, "The command line, as one argument",
+                       {.required = true});
+    command.on_selected(
+        [&request, text] { request.run = [text](report& rep) { run(*text, rep); }; });
 }
 
 }  // namespace dpctl

@@ -9,7 +9,8 @@
 
 namespace dpctl {
 
-/// Where collections and attributes come from. What is handed out lives as long as the source.
+/// Where collections and attributes come from. The attributes and names that it returns are valid
+/// as long as the source.
 class attribute_source {
   public:
     attribute_source() = default;

@@ -4,25 +4,10 @@
 #include <span>
 #include <utility>
 
-#include "tools/dpctl/names/near_names.hpp"
-#include "tools/dpctl/output/text.hpp"
+#include "tools/dpctl/names/suggestions.hpp"
+#include "tools/dpctl/output/printable_text.hpp"
 
 namespace dpctl {
-namespace {
-
-// "A", "A and B", "A, B and C".
-std::string enumerate(const std::vector<std::string>& texts, const char* last_separator) {
-    std::string list;
-    for (std::size_t i = 0; i < texts.size(); ++i) {
-        if (i != 0) {
-            list += i + 1 == texts.size() ? last_separator : ", ";
-        }
-        list += texts[i];
-    }
-    return list;
-}
-
-}  // namespace
 
 catalog::catalog(attribute_source& source) : source_(source), collections_(source.collections()) {
     for (const auto& name : collections_) {
@@ -35,12 +20,12 @@ bool catalog::is_collection(std::string_view name) const {
 }
 
 const collection_view& catalog::view(const std::string& name) {
-    auto& slot = views_[name];
-    if (slot == nullptr) {
-        slot = std::make_unique<collection_view>(name, source_.attributes(name),
+    auto& view = views_[name];
+    if (view == nullptr) {
+        view = std::make_unique<collection_view>(name, source_.attributes(name),
                                                  source_.setting_names(name));
     }
-    return *slot;
+    return *view;
 }
 
 std::variant<const collection_view*, unknown_name> catalog::find_collection(
@@ -48,13 +33,13 @@ std::variant<const collection_view*, unknown_name> catalog::find_collection(
     if (is_collection(name)) {
         return &view(name);
     }
-    return unknown_name{"there is no collection " + in_quotes(name), near_collections(name)};
+    return unknown_name{"there is no collection " + in_quotes(name), similar_collections(name)};
 }
 
-std::vector<std::string> catalog::near_collections(const std::string& name) const {
+std::vector<std::string> catalog::similar_collections(const std::string& name) const {
     const std::vector<std::string_view> names(collections_.begin(), collections_.end());
     std::vector<std::string> found;
-    for (const std::size_t i : near_names(name, names)) {
+    for (const std::size_t i : similar_names(name, names)) {
         found.push_back(collections_[i]);
     }
     return found;
@@ -79,14 +64,14 @@ std::variant<setting_ref, unknown_name> catalog::find_setting(const std::string&
     if (found.empty()) {
         return explain_unknown(text);
     }
-    std::vector<std::string> owners;
+    std::vector<std::string> collections;
     std::vector<std::string> names;
     for (const auto& setting : found) {
-        owners.push_back(setting.collection->name());
+        collections.push_back(setting.collection->name());
         names.push_back(setting.name());
     }
     return unknown_name{"several collections have " + in_quotes(text) + ": " +
-                            printable(enumerate(owners, " and ")) + "; say " +
+                            printable(enumerate(collections, " and ")) + "; use " +
                             printable(enumerate(names, " or ")),
                         {}};
 }
@@ -107,7 +92,7 @@ unknown_name catalog::explain_unknown(const std::string& text) {
         result.reason = "no collection has an attribute " + in_quotes(text);
     }
 
-    // The very attribute in another collection is nearer than any other name.
+    // The same attribute in another collection is the best suggestion.
     constexpr std::size_t most_suggestions = 3;
     for (const auto& name : collections_) {
         if (const auto setting = view(name).find(inner)) {
@@ -132,11 +117,11 @@ unknown_name catalog::explain_unknown(const std::string& text) {
             names.emplace_back(attribute.id);
         }
     }
-    for (const std::size_t i : near_names(inner, names, most_suggestions)) {
+    for (const std::size_t i : similar_names(inner, names, most_suggestions)) {
         result.suggestions.push_back(attributes[i].name());
     }
     if (result.suggestions.empty() && !collection_known && dot != std::string::npos) {
-        result.suggestions = near_collections(collection);
+        result.suggestions = similar_collections(collection);
     }
     return result;
 }

@@ -13,7 +13,7 @@
 
 namespace dpctl {
 
-/// Why a name was not found: a sentence, and what may have been meant.
+/// Why a name was not found, as a sentence, and names that may have been meant.
 struct unknown_name {
     std::string reason;
     std::vector<std::string> suggestions;
@@ -22,22 +22,22 @@ struct unknown_name {
 /// The collections by name, each read from the source when it is first needed.
 class catalog {
   public:
-    /// The source must outlive the catalog and what it hands out.
+    /// The source must outlive the catalog and everything that the catalog returns.
     explicit catalog(attribute_source& source);
 
     [[nodiscard]] const std::vector<std::string>& collections() const { return collections_; }
 
-    /// The collection of that name; it lives as long as the catalog.
+    /// The collection of that name; valid as long as the catalog.
     std::variant<const collection_view*, unknown_name> find_collection(const std::string& name);
 
-    /// The setting that a person names: COLLECTION.ATTRIBUTE[.INSTANCE], or without the collection
-    /// where only one has such an attribute.
+    /// The setting that a person names as COLLECTION.ATTRIBUTE[.INSTANCE]. COLLECTION may be
+    /// omitted if only one collection has such an attribute.
     std::variant<setting_ref, unknown_name> find_setting(const std::string& text);
 
   private:
     const collection_view& view(const std::string& name);
     [[nodiscard]] bool is_collection(std::string_view name) const;
-    [[nodiscard]] std::vector<std::string> near_collections(const std::string& name) const;
+    [[nodiscard]] std::vector<std::string> similar_collections(const std::string& name) const;
     unknown_name explain_unknown(const std::string& text);
 
     attribute_source& source_;

@@ -6,7 +6,7 @@
 namespace dpctl {
 namespace {
 
-// What stands behind "COLLECTION." in the full name of a setting.
+// The part of a setting's full name after "COLLECTION.".
 std::string_view inner_name(std::string_view full_name) {
     const std::size_t dot = full_name.find('.');
     return dot == std::string_view::npos ? std::string_view() : full_name.substr(dot + 1);

@@ -15,7 +15,7 @@ namespace dpctl {
 
 class collection_view;
 
-/// One setting: an attribute, or one instance of it.
+/// A setting: an attribute, or one instance of it.
 struct setting_ref {
     const collection_view* collection = nullptr;
     const dp_attribute* attribute = nullptr;
@@ -24,14 +24,14 @@ struct setting_ref {
     /// COLLECTION.ATTRIBUTE[.INSTANCE]
     [[nodiscard]] std::string name() const;
 
-    /// This setting; without an instance, all those of its attribute.
+    /// This setting; without an instance, all settings of its attribute.
     [[nodiscard]] std::vector<setting_ref> all() const;
 };
 
-/// Their names, in their order.
+/// The names of `settings`, in the same order.
 std::vector<std::string> names_of(const std::vector<setting_ref>& settings);
 
-/// The attributes of one collection and the settings that have values, indexed.
+/// Index of the attributes of a collection and of its settings that have values.
 class collection_view {
   public:
     /// The attributes and names must outlive the view.
@@ -44,12 +44,12 @@ class collection_view {
     [[nodiscard]] const std::string& name() const { return name_; }
     [[nodiscard]] std::span<const dp_attribute> attributes() const { return attributes_; }
 
-    /// The attribute, and the instance if there is one, that `text` names inside the collection:
-    /// the last part is an instance if what stands before it is an attribute.
+    /// The setting with the name `text` within the collection. The last part of the name is an
+    /// instance if the part before it is an attribute.
     [[nodiscard]] std::optional<setting_ref> find(std::string_view text) const;
 
-    /// The settings of an attribute of this view: its instances as the settings file lists them, or
-    /// the attribute itself when it has none.
+    /// The settings of an attribute of this view: its instances in the order of the settings file,
+    /// or the attribute itself if it has none.
     [[nodiscard]] std::vector<setting_ref> settings_of(const dp_attribute& attribute) const;
 
     /// Whether every setting of an attribute of this view is an instance.
@@ -58,7 +58,7 @@ class collection_view {
     /// The settings of all attributes, in the order of the attributes.
     [[nodiscard]] std::vector<setting_ref> settings() const;
 
-    /// Those settings that the settings file has values for, in its order.
+    /// The settings that the settings file has values for, in the order of the file.
     [[nodiscard]] std::vector<setting_ref> settings_with_values() const;
 
   private:
@@ -69,7 +69,7 @@ class collection_view {
     std::span<const dp_attribute> attributes_;
     std::span<const char* const> setting_names_;
     std::unordered_map<std::string_view, std::size_t> index_;  // the first attribute of each name
-    std::vector<std::vector<std::string_view>> instances_;     // an attribute each
+    std::vector<std::vector<std::string_view>> instances_;     // of each attribute
 };
 
 }  // namespace dpctl

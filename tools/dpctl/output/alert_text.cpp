@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstring>
-#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "logs/alerts.hpp"
@@ -13,10 +12,10 @@
 namespace dpctl {
 namespace {
 
-// The greatest value that an alert can carry; what is greater is told as this.
+// The greatest value in an alert; it stands for any greater value too.
 constexpr int greatest_value = 255;
 
-// An alert's name, which the platform shows first; "alert 77" for a number.
+// An alert's name, the first word of the platform's text; "alert 77" for a number.
 template <class Formatter>
 std::string name_of(const Formatter& formatter) {
     std::ostringstream shown;
@@ -32,9 +31,9 @@ std::string meaning_of(dp::command::alerts alert, int value) {
             return std::to_string(value) + (value == greatest_value ? " or more" : "") +
                    (value == 1 ? " setting changed" : " settings changed");
         case dp::command::alerts::persist_failed:
-            return std::string("settings could not be kept: ") + std::strerror(value);
+            return std::string("settings could not be saved: ") + std::strerror(value);
         case dp::command::alerts::bios_updated:
-            return "another template is in place";
+            return "the template was replaced";
         case dp::command::alerts::server_restarted:
             return "pending values became current";
     }
@@ -44,7 +43,7 @@ std::string meaning_of(dp::command::alerts alert, int value) {
 std::string meaning_of(fm::command::alerts alert) {
     switch (alert) {
         case fm::command::alerts::bios_updated:
-            return "another template is in place";
+            return "the template was replaced";
         case fm::command::alerts::server_restarted:
             return "pending values became current";
     }
@@ -61,8 +60,8 @@ std::string hexadecimal(const unsigned char* bytes, std::size_t count) {
     return text;
 }
 
-// A message that neither formatter wrote.
-void read_other(const sysipc::message& content, alert_text& alert) {
+// A message of neither formatter.
+void decode_other(const sysipc::message& content, alert_text& alert) {
     alert.from = "source " + std::to_string(content.source());
     alert.what = "kind " + std::to_string(alert.kind);
     const unsigned char* const parameters = content.payload() + sysipc::message::kind_size;
@@ -98,7 +97,7 @@ alert_text read_alert(int queue, sysipc::message& content) {
         alert.value = service.value();
         alert.meaning = meaning_of(service.alert());
     } else {
-        read_other(content, alert);
+        decode_other(content, alert);
     }
     return alert;
 }
@@ -118,20 +117,22 @@ std::string to_line(const alert_text& alert) {
     return alert.meaning.empty() ? line : line + "  (" + alert.meaning + ')';
 }
 
-nlohmann::ordered_json to_json(const alert_text& alert) {
-    nlohmann::ordered_json result = {
-        {"queue", alert.queue}, {"kind", alert.kind}, {"from", alert.from}, {"alert", alert.what}};
+dp_support::json_value to_json(const alert_text& alert) {
+    auto result = dp_support::json_value::object({{"queue", alert.queue},
+                                                  {"kind", alert.kind},
+                                                  {"from", alert.from},
+                                                  {"alert", alert.what}});
     if (alert.detail) {
-        result["detail"] = *alert.detail;
+        result.set("detail", *alert.detail);
     }
     if (alert.value) {
-        result["value"] = *alert.value;
+        result.set("value", *alert.value);
     }
     if (!alert.payload.empty()) {
-        result["bytes"] = alert.payload;
+        result.set("bytes", alert.payload);
     }
     if (!alert.meaning.empty()) {
-        result["meaning"] = alert.meaning;
+        result.set("meaning", alert.meaning);
     }
     return result;
 }

@@ -1,9 +1,10 @@
 #ifndef DP_TOOLS_DPCTL_OUTPUT_ALERT_TEXT_HPP
 #define DP_TOOLS_DPCTL_OUTPUT_ALERT_TEXT_HPP
 
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
+
+#include "support/json.hpp"
 
 namespace sysipc {
 class message;
@@ -11,26 +12,26 @@ class message;
 
 namespace dpctl {
 
-/// What a message on one of the alert queues says. Where it has no name there is its number.
+/// A message from an alert queue, in words. What has no name is shown as a number.
 struct alert_text {
-    int queue = 0;              ///< on which it came
-    int kind = 0;               ///< the message's
+    int queue = 0;              ///< from which it was received
+    int kind = 0;               ///< of the message
     std::string from;           ///< "plugin 1", "service", "source 7"
     std::string what;           ///< "settings_changed", "alert 77", "kind 11"
-    std::optional<int> value;   ///< of the kinds that have one
+    std::optional<int> value;   ///< of the kinds that have a value
     std::optional<int> detail;  ///< of kind 11
-    std::string payload;        ///< of kinds that are not known: the bytes, hexadecimal
-    std::string meaning;        ///< for people, of alerts that are known
+    std::string payload;        ///< of unknown kinds: the bytes, hexadecimal
+    std::string meaning;        ///< of known alerts, for a person
 };
 
-/// Reads a message of any content.
+/// Decodes a message with any content.
 alert_text read_alert(int queue, sysipc::message& content);
 
 /// "queue 8  plugin 1  settings_changed  value 2  (2 settings changed)".
 std::string to_line(const alert_text& alert);
 
 /// {"queue": 8, "kind": 1, "from": "plugin 1", "alert": "settings_changed", "value": 2, ...}
-nlohmann::ordered_json to_json(const alert_text& alert);
+dp_support::json_value to_json(const alert_text& alert);
 
 }  // namespace dpctl
 

@@ -6,8 +6,8 @@
 
 namespace dpctl {
 
-/// `when` in local time as programs read it, "2031-05-04T17:03:21+0200"; empty when it can't be
-/// told.
+/// `when` in local time as programs read it, "2031-05-04T17:03:21+0200"; empty if it is out of the
+/// range of the system's calendar.
 std::string local_time(std::time_t when);
 
 }  // namespace dpctl

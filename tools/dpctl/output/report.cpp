@@ -1,30 +1,17 @@
 #include "tools/dpctl/output/report.hpp"
 
-#include <nlohmann/json.hpp>
 #include <ostream>
 
 #include "support/program_main.hpp"
+#include "tools/dpctl/output/printable_text.hpp"
 #include "tools/dpctl/output/table.hpp"
-#include "tools/dpctl/output/text.hpp"
 
 namespace dpctl {
-namespace {
 
-// On one line without an indentation (-1). Texts out of files are bytes: what is not UTF-8 becomes
-// the replacement character.
-std::string dump(const nlohmann::ordered_json& document, int indentation) {
-    return document.dump(indentation, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
-}
-
-}  // namespace
+using dp_support::json_layout;
 
 report::report(std::ostream& out, std::ostream& err, bool as_json)
-    : out_(out),
-      err_(err),
-      as_json_(as_json),
-      document_(std::make_unique<nlohmann::ordered_json>(nlohmann::ordered_json::object())) {}
-
-report::~report() = default;
+    : out_(out), err_(err), as_json_(as_json), document_(dp_support::json_value::object()) {}
 
 void report::line(std::string_view text) {
     if (!as_json_) {
@@ -42,10 +29,10 @@ void report::begin_events() {
     has_events_ = true;
 }
 
-bool report::event(std::string_view text, const nlohmann::ordered_json& document) {
+bool report::event(std::string_view text, const dp_support::json_value& document) {
     line(text);
     if (as_json_) {
-        out_ << dump(document, -1) << '\n';
+        out_ << to_text(document, json_layout::one_line) << '\n';
     }
     return dp_support::flushed(out_);
 }
@@ -77,10 +64,11 @@ void report::hint(std::string_view text) {
 
 int report::finish() {
     if (!problems_.empty()) {
-        (*document_)["errors"] = problems_;
+        document_.set("errors", problems_);
     }
     if (as_json_ && (!has_events_ || !problems_.empty())) {
-        out_ << dump(*document_, has_events_ ? -1 : 2) << '\n';
+        out_ << to_text(document_, has_events_ ? json_layout::one_line : json_layout::indented)
+             << '\n';
     }
     if (!dp_support::flushed(out_)) {
         note("a part of the output could not be written");

@@ -2,62 +2,63 @@
 #define DP_TOOLS_DPCTL_OUTPUT_REPORT_HPP
 
 #include <iosfwd>
-#include <memory>
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "support/json.hpp"
 
 namespace dpctl {
 
 class table;
 
-/// What a command has to say: its result on the standard output, as text or as one JSON document
-/// (a command that goes on writes one a line instead), and problems on the standard error output.
-/// Everything is made `printable` on its way out.
+/// The output of a command: its result on standard output, as text or as one JSON document (for a
+/// command that continues until it is stopped, a document a line), and problems on standard error.
+/// All text is made `printable`.
 class report {
   public:
     report(std::ostream& out, std::ostream& err, bool as_json);
-    ~report();
     report(const report&) = delete;
     report& operator=(const report&) = delete;
+    ~report() = default;
 
     [[nodiscard]] bool as_json() const { return as_json_; }
 
-    /// The document to fill when `as_json`.
-    [[nodiscard]] nlohmann::ordered_json& document() { return *document_; }
+    /// The document to fill; it is printed if `as_json`.
+    [[nodiscard]] dp_support::json_value& document() { return document_; }
 
-    /// A line, or a table, of the result; nothing when `as_json`.
+    /// A line, or a table, of the result; nothing if `as_json`.
     void line(std::string_view text);
     void show(const table& rows);
 
-    /// Says that the result is a sequence of `event`s: there is no document then.
+    /// Declares that the result is a sequence of `event`s instead of a document.
     void begin_events();
 
-    /// An event at once, as a line of text or a document on one line. False when it was lost.
-    bool event(std::string_view text, const nlohmann::ordered_json& document);
+    /// Prints an event at once, as a line of text or as a document on one line. False when the
+    /// output was lost.
+    bool event(std::string_view text, const dp_support::json_value& document);
 
-    /// Clears the terminal that is the standard output, for a result that is shown over and over.
+    /// Clears the terminal, which standard output must be, before a result is shown again.
     void clear_screen();
 
-    /// Hands out the result so far. False when a part of it was lost.
+    /// Flushes the output. False when a part of it was lost.
     bool flush();
 
-    /// A line on the standard error output that is not a failure.
+    /// A line on standard error that is not a failure.
     void note(std::string_view text);
 
-    /// Why the command failed: "dpctl: " and `reason`, then the hints. The document gets the reason
-    /// too.
+    /// A reason why the command failed: prints "dpctl: " and `reason`, then the hints. The reason
+    /// is also added to the document.
     void problem(const std::string& reason, const std::vector<std::string>& hints = {});
 
-    /// A line, indented, that belongs to what was reported last.
+    /// An indented line after the last note or problem.
     void hint(std::string_view text);
 
     /// Whether there was a problem.
     [[nodiscard]] bool failed() const { return !problems_.empty(); }
 
-    /// Writes the document, if there is one; behind events only the problems. The exit code: failed
-    /// after a problem, or when a part of the output was lost.
+    /// Prints the document if `as_json`; after events, only if there were problems. Returns the
+    /// exit code: `failed` if there was a problem or a part of the output was lost.
     int finish();
 
   private:
@@ -65,7 +66,7 @@ class report {
     std::ostream& err_;
     bool as_json_;
     bool has_events_ = false;
-    std::unique_ptr<nlohmann::ordered_json> document_;
+    dp_support::json_value document_;
     std::vector<std::string> problems_;
 };
 

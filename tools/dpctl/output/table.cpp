@@ -4,7 +4,7 @@
 #include <ostream>
 #include <utility>
 
-#include "tools/dpctl/output/text.hpp"
+#include "tools/dpctl/output/printable_text.hpp"
 
 namespace dpctl {
 
@@ -26,7 +26,7 @@ void table::add(std::vector<std::string> cells) {
 
 void table::write(std::ostream& os) const {
     for (const auto& row : rows_) {
-        std::size_t missing = 0;  // blanks due before the next cell that is not empty
+        std::size_t missing = 0;  // spaces before the next cell that is not empty
         for (std::size_t i = 0; i < row.size(); ++i) {
             if (!row[i].empty()) {
                 os << std::string(missing, ' ') << row[i];

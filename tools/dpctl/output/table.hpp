@@ -8,18 +8,19 @@
 
 namespace dpctl {
 
-/// Rows of text whose columns stand under their headings.
+/// Rows of text in columns, with headings.
 class table {
   public:
-    /// A cell wider than this pushes the rest of its row instead of widening every other row.
+    /// A wider cell shifts the rest of its row to the right instead of widening the column.
     static constexpr std::size_t widest_column = 60;
 
     explicit table(std::vector<std::string> headings);
 
-    /// One cell a column; they are made `printable` here.
+    /// Adds a row, one cell for each column. Cells are made `printable`.
     void add(std::vector<std::string> cells);
 
-    /// The headings and the rows, two blanks between columns, none at a line's end.
+    /// Writes the headings and the rows, with two spaces between columns and none at the end of a
+    /// line.
     void write(std::ostream& os) const;
 
     [[nodiscard]] std::size_t rows() const { return rows_.size() - 1; }

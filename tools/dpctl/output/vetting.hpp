@@ -9,24 +9,24 @@
 
 namespace dpctl {
 
-/// What the library's vetter makes of a command line.
+/// How the library's vetter interprets a command line.
 struct vetting {
     bool accepted = false;
-    std::string reason;     ///< why not: the vetter's own words, or ours where it says nothing
-    std::string looked_at;  ///< the part of the line that the vetter goes through
+    std::string reason;    ///< why it was refused: the vetter's message, or ours if it has none
+    std::string examined;  ///< the part of the line that the vetter examines
     std::vector<std::string> parameters;  ///< after a refusal, those before the offending character
     std::vector<dp::security_wrap::redirection> redirections;
     std::uint32_t flag = 0;  ///< `dp::security_wrap::redirection_flags`; 0 after a refusal
 };
 
-/// Has `command` vetted as `dp::security_wrap::system` does, and touches no file. Call it while no
-/// other thread uses the library: what the vetter logs is caught on its way to the log.
+/// Vets `command` as `dp::security_wrap::system` does, without touching a file. No other thread may
+/// use the library meanwhile: messages for the log are intercepted.
 vetting vet(const std::string& command);
 
-/// What a redirection does, as "standard output to the file f, which is emptied first".
+/// What a redirection does, as "standard output to the file f (overwritten)".
 std::string describe(const dp::security_wrap::redirection& redirection);
 
-/// The bits of a redirection flag in words; "no redirection" for none.
+/// The bits of a redirection flag in words; "no redirection" if there are none.
 std::string describe_flag(std::uint32_t flag);
 
 }  // namespace dpctl

@@ -19,7 +19,7 @@ bool is_beginning(const record_list& records, const record_list& seen) {
            std::equal(records.begin(), records.end(), seen.begin(), same_line);
 }
 
-// How many of `records`, at their beginning, are the last ones of `seen`; 0 when they don't go on.
+// How many of the first `records` are the last ones of `seen`; 0 if `records` does not continue it.
 std::size_t already_seen(const record_list& records, const record_list& seen) {
     for (std::size_t count = std::min(records.size(), seen.size()); count > 0; --count) {
         const auto end = records.begin() + static_cast<std::ptrdiff_t>(count);
@@ -32,7 +32,7 @@ std::size_t already_seen(const record_list& records, const record_list& seen) {
     return 0;
 }
 
-bool is_over(const record_list& records) {
+bool is_finished(const record_list& records) {
     return std::any_of(records.begin(), records.end(), [](const status_record& record) {
         return record.what == status_record::kind::done;
     });
@@ -40,20 +40,20 @@ bool is_over(const record_list& records) {
 
 }  // namespace
 
-status_follower::news status_follower::look(const steady_file& file, bool is_settled) {
+status_follower::news status_follower::update(const file_snapshot& file, bool is_settled) {
     if (!file.text) {
-        // What comes back is another file.
-        state_.reset();
+        // If the file comes back, it is a new one.
+        version_.reset();
         seen_.clear();
         return {};
     }
-    if (state_ == file.state) {
+    if (version_ == file.version) {
         return {};
     }
     auto records = read_records(*file.text).records;
     news result = compare(records, is_settled);
     if (!result.unsure) {
-        state_ = file.state;
+        version_ = file.version;
         seen_ = std::move(records);
     }
     return result;
@@ -67,8 +67,8 @@ status_follower::news status_follower::compare(const record_list& records, bool 
         if (!is_settled) {
             return {{}, false, true};
         }
-        // All of a transaction that was not over yet: it only was written anew.
-        if (records.size() == seen_.size() && !is_over(seen_)) {
+        // The same transaction, not finished yet: the file was only rewritten.
+        if (records.size() == seen_.size() && !is_finished(seen_)) {
             return {};
         }
         return {records, false, false};
@@ -78,9 +78,9 @@ status_follower::news status_follower::compare(const record_list& records, bool 
         return {
             {records.begin() + static_cast<std::ptrdiff_t>(known), records.end()}, false, false};
     }
-    const bool goes_on = !records.front().is_first() && !is_over(seen_) &&
+    const bool has_gap = !records.front().is_first() && !is_finished(seen_) &&
                          records.front().transaction == seen_.back().transaction;
-    return {records, goes_on, false};
+    return {records, has_gap, false};
 }
 
 }  // namespace dpctl

@@ -5,29 +5,30 @@
 #include <vector>
 
 #include "tools/dpctl/status/status_record.hpp"
-#include "tools/dpctl/status/steady_file.hpp"
+#include "tools/dpctl/system/stable_read.hpp"
 
 namespace dpctl {
 
-/// Tells the records of a status file that are new since the last look. Every record rewrites the
-/// whole file and may drop the oldest ones; another transaction begins the file anew, and may leave
-/// the very bytes that the one before left.
+/// Finds the status records that were added to a status file since the last update. Each new status
+/// record rewrites the whole file and may drop the oldest ones. A new transaction starts the file
+/// again, and may leave the same bytes as the previous one.
 class status_follower {
   public:
     struct news {
         std::vector<status_record> records;
-        bool missed = false;  ///< records between the last ones and these were not seen
-        bool unsure = false;  ///< the file may be amid its writing: look again soon
+        bool missed = false;  ///< status records before these were not seen
+        bool unsure = false;  ///< the file may be incomplete: read it again soon
     };
 
-    /// @param is_settled  whether the file has stood so for a while. Until then a file that has
-    ///                    nothing new, or less than was seen, is taken for one amid its writing.
-    news look(const steady_file& file, bool is_settled);
+    /// @param is_settled  whether the file has not changed for a while. Otherwise a file without
+    /// new
+    ///                    status records, or with fewer than before, may be incomplete.
+    news update(const file_snapshot& file, bool is_settled);
 
   private:
     [[nodiscard]] news compare(const std::vector<status_record>& records, bool is_settled) const;
 
-    std::optional<file_state> state_;
+    std::optional<file_version> version_;
     std::vector<status_record> seen_;
 };
 

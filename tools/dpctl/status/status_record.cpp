@@ -1,10 +1,10 @@
 #include "tools/dpctl/status/status_record.hpp"
 
 #include <charconv>
-#include <nlohmann/json.hpp>
 
-#include "tools/dpctl/status/status_text.hpp"
-#include "tools/dpctl/status/whole_lines.hpp"
+#include "support/decimal.hpp"
+#include "tools/dpctl/status/status_reason.hpp"
+#include "tools/dpctl/system/complete_lines.hpp"
 
 namespace dpctl {
 namespace {
@@ -12,17 +12,23 @@ namespace {
 constexpr std::size_t sequence_digits = 4;
 
 template <class Number>
-bool read_number(std::string_view text, Number& number, int base = 10) {
-    const char* const end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, number, base);
-    return result.ec == std::errc() && result.ptr == end && !text.empty();
+bool read_number(std::string_view text, Number& number) {
+    const auto parsed = dp_support::decimal::parse<Number>(text);
+    number = parsed.value_or(0);
+    return parsed.has_value();
 }
 
-// Whether `text` begins with a sequence number, a blank and a tag.
+bool read_sequence(std::string_view text, std::uint32_t& number) {
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number, 16);
+    return error == std::errc() && stop == end;
+}
+
+// Whether `text` begins with a sequence number, a space and a tag.
 bool is_numbered_body(std::string_view text) {
     std::uint32_t ignored = 0;
     return text.size() > sequence_digits &&
-           read_number(text.substr(0, sequence_digits), ignored, 16) &&
+           read_sequence(text.substr(0, sequence_digits), ignored) &&
            text.substr(sequence_digits).starts_with(" DP.");
 }
 
@@ -41,24 +47,24 @@ bool read_done(std::string_view fields, status_record& record) {
     return true;
 }
 
-// The status is the last word: the command in front may hold anything.
+// The status is the last word: the command before it may contain anything.
 bool read_error(std::string_view fields, status_record& record) {
-    const std::size_t blank = fields.rfind(' ');
-    if (blank == std::string_view::npos || !read_number(fields.substr(blank + 1), record.number)) {
+    const std::size_t space = fields.rfind(' ');
+    if (space == std::string_view::npos || !read_number(fields.substr(space + 1), record.number)) {
         return false;
     }
     record.what = status_record::kind::error;
-    record.text = fields.substr(0, blank);
+    record.text = fields.substr(0, space);
     return true;
 }
 
 bool read_body(std::string_view body, status_record& record) {
-    const std::size_t blank = body.find(' ');
-    if (blank == std::string_view::npos) {
+    const std::size_t space = body.find(' ');
+    if (space == std::string_view::npos) {
         return false;
     }
-    const std::string_view tag = body.substr(0, blank);
-    const std::string_view fields = body.substr(blank + 1);
+    const std::string_view tag = body.substr(0, space);
+    const std::string_view fields = body.substr(space + 1);
     if (tag == "DP.WORKING") {
         record.what = status_record::kind::working;
         return read_number(fields, record.number);
@@ -115,7 +121,7 @@ std::optional<status_record> status_record::parse(std::string_view line) {
     record.line = line;
     record.transaction = line.substr(1, end - 1);
     const std::string_view rest = line.substr(end + 2);
-    if (!read_number(rest.substr(0, sequence_digits), record.sequence, 16) ||
+    if (!read_sequence(rest.substr(0, sequence_digits), record.sequence) ||
         !read_body(rest.substr(sequence_digits + 1), record)) {
         return std::nullopt;
     }
@@ -124,7 +130,7 @@ std::optional<status_record> status_record::parse(std::string_view line) {
 
 status_records read_records(std::string_view text) {
     status_records result;
-    result.is_torn = for_each_whole_line(text, [&result](std::string_view line) {
+    result.is_incomplete = for_each_complete_line(text, [&result](std::string_view line) {
         if (auto record = status_record::parse(line)) {
             result.records.push_back(std::move(*record));
         } else if (!line.empty()) {
@@ -140,52 +146,53 @@ std::string describe_totals(const status_record& done) {
         return std::to_string(done.errors) + " of " + commands(total) + " failed";
     }
     if (total == 0) {
-        return "there was no command to carry out";
+        return "there were no commands";
     }
     return total == 1 ? "the command succeeded" : "all " + commands(total) + " succeeded";
 }
 
 std::string to_line(const status_record& record) {
-    const std::string front = record.transaction + ": ";
+    const std::string prefix = record.transaction + ": ";
     switch (record.what) {
         case status_record::kind::message:
-            return record.is_first() ? "the status file begins" : front + "message " + record.text;
+            return record.is_first() ? "start of the status file"
+                                     : prefix + "message " + record.text;
         case status_record::kind::working:
-            return front + "at work, step " + std::to_string(record.number);
+            return prefix + "running, step " + std::to_string(record.number);
         case status_record::kind::error:
-            return front + record.text + " failed: " + explain_status(record.number) + " (status " +
-                   std::to_string(record.number) + ')';
+            return prefix + record.text + " failed: " + explain_status(record.number) +
+                   " (status " + std::to_string(record.number) + ')';
         case status_record::kind::done:
-            return front + "over, " + describe_totals(record);
+            return prefix + "finished, " + describe_totals(record);
         case status_record::kind::outfile:
             break;
     }
-    return front + "the answer is in " + record.text;
+    return prefix + "the answer is in " + record.text;
 }
 
-nlohmann::ordered_json to_json(const status_record& record) {
-    nlohmann::ordered_json result = {{"transaction", record.transaction},
-                                     {"sequence", record.sequence},
-                                     {"record", word_of(record.what)}};
+dp_support::json_value to_json(const status_record& record) {
+    auto result = dp_support::json_value::object({{"transaction", record.transaction},
+                                                  {"sequence", record.sequence},
+                                                  {"record", word_of(record.what)}});
     switch (record.what) {
         case status_record::kind::message:
-            result["text"] = record.text;
+            result.set("text", record.text);
             break;
         case status_record::kind::working:
-            result["step"] = record.number;
+            result.set("step", record.number);
             break;
         case status_record::kind::error:
-            result["name"] = record.text;
-            result["status"] = record.number;
-            result["reason"] = explain_status(record.number);
+            result.set("name", record.text);
+            result.set("status", record.number);
+            result.set("reason", explain_status(record.number));
             break;
         case status_record::kind::done:
-            result["failed"] = record.failed;
-            result["succeeded_commands"] = record.succeeded;
-            result["failed_commands"] = record.errors;
+            result.set("failed", record.failed);
+            result.set("succeeded_commands", record.succeeded);
+            result.set("failed_commands", record.errors);
             break;
         case status_record::kind::outfile:
-            result["file"] = record.text;
+            result.set("file", record.text);
             break;
     }
     return result;

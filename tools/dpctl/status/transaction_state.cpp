@@ -1,23 +1,24 @@
 #include "tools/dpctl/status/transaction_state.hpp"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <string_view>
 #include <utility>
 
-#include "tools/dpctl/status/status_text.hpp"
-#include "tools/dpctl/output/text.hpp"
+#include "tools/dpctl/output/printable_text.hpp"
+#include "tools/dpctl/status/status_reason.hpp"
 
 namespace dpctl {
 namespace {
 
-// Whether a record can't be one of the transaction that was told of so far.
-bool begins_another(const status_record& record, const transaction_state& state) {
+using dp_support::json_value;
+
+// Whether a status record belongs to a later transaction than the previous ones.
+bool starts_another(const status_record& record, const transaction_state& state) {
     return state.is_known && (record.transaction != state.name ||
                               (state.done && record.what == status_record::kind::working));
 }
 
-// The message behind a failed command has its name, and its output value in double quotes.
+// The message after a failed command contains its name, and its output value in double quotes.
 bool add_output(const std::string& message, std::vector<failed_command>& failed) {
     if (failed.empty() || failed.back().output) {
         return false;
@@ -59,14 +60,9 @@ void add(const status_record& record, transaction_state& state) {
     }
 }
 
-template <class Value>
-nlohmann::ordered_json or_null(const std::optional<Value>& value) {
-    return value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json(nullptr);
-}
-
 }  // namespace
 
-std::int64_t transaction_state::untold_failures() const {
+std::int64_t transaction_state::missing_failures() const {
     return done ? std::max<std::int64_t>(
                       0, std::int64_t{done->errors} - static_cast<std::int64_t>(failed.size()))
                 : 0;
@@ -81,7 +77,7 @@ transaction_state summarize(const std::vector<status_record>& records) {
             state = {};
             continue;
         }
-        if (begins_another(record, state)) {
+        if (starts_another(record, state)) {
             ++earlier;
             state = {};
         }
@@ -99,34 +95,34 @@ std::string explain_failure(const failed_command& command) {
 
 std::string describe_progress(const transaction_state& state) {
     if (state.done) {
-        return "over, " + describe_totals(*state.done);
+        return "finished, " + describe_totals(*state.done);
     }
-    return state.step ? "at work, step " + std::to_string(*state.step) : "at work";
+    return state.step ? "running, step " + std::to_string(*state.step) : "running";
 }
 
-nlohmann::ordered_json to_json(const transaction_state& state) {
-    nlohmann::ordered_json result = {
-        {"transaction", state.is_known ? nlohmann::ordered_json(state.name) : nullptr},
+json_value to_json(const transaction_state& state) {
+    auto result = json_value::object({
+        {"transaction", state.is_known ? json_value(state.name) : json_value()},
         {"over", state.done.has_value()},
-        {"step", or_null(state.step)},
+        {"step", state.step},
         {"succeeded_commands", nullptr},
         {"failed_commands", nullptr},
-        {"outfile", or_null(state.outfile)},
+        {"outfile", state.outfile},
         {"earlier_transactions", state.earlier},
         {"pruned", state.is_pruned},
-    };
+    });
     if (state.done) {
-        result["succeeded_commands"] = state.done->succeeded;
-        result["failed_commands"] = state.done->errors;
+        result.set("succeeded_commands", state.done->succeeded);
+        result.set("failed_commands", state.done->errors);
     }
-    auto& failed = result["failed"] = nlohmann::ordered_json::array();
-    for (const auto& one : state.failed) {
-        failed.push_back({{"name", one.name},
-                          {"status", one.status},
-                          {"reason", explain_status(one.status)},
-                          {"output", or_null(one.output)}});
+    auto& failed = result.set("failed", json_value::array());
+    for (const auto& command : state.failed) {
+        failed.push_back(json_value::object({{"name", command.name},
+                                             {"status", command.status},
+                                             {"reason", explain_status(command.status)},
+                                             {"output", command.output}}));
     }
-    result["messages"] = state.messages;
+    result.set("messages", state.messages);
     return result;
 }
 

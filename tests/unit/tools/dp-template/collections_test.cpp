@@ -25,7 +25,7 @@ names names_of(const names& menus) {
     return result;
 }
 
-TEST(menu_elements, splits_at_slashes_and_drops_what_says_nothing) {
+TEST(menu_elements, splits_at_slashes_and_drops_empty_elements) {
     EXPECT_EQ(menu_elements("./Main/Boot Options"), (names{"Main", "Boot Options"}));
     EXPECT_EQ(menu_elements("/Main// Boot /."), (names{"Main", "Boot"}));
     EXPECT_EQ(menu_elements("Main"), names{"Main"});
@@ -33,14 +33,14 @@ TEST(menu_elements, splits_at_slashes_and_drops_what_says_nothing) {
     EXPECT_EQ(menu_elements(""), names{});
 }
 
-TEST(collections, are_named_by_the_first_element_that_tells_menus_apart) {
+TEST(collections, are_named_after_the_first_element_that_differs) {
     EXPECT_EQ(
         names_of({"./Main/Setup/Advanced", "./Main/Platform Configuration/CPU", "./Main/Setup"}),
         (names{"Setup", "PlatformConfiguration", "Setup"}));
     EXPECT_EQ(names_of({"./Boot", "./Memory"}), (names{"Boot", "Memory"}));
 }
 
-TEST(collections, a_path_that_ends_with_the_shared_elements_takes_its_last_one) {
+TEST(collections, a_path_that_ends_with_the_shared_elements_uses_its_last_one) {
     EXPECT_EQ(names_of({"./Main/Setup", "./Main/Setup"}), (names{"Setup", "Setup"}));
     EXPECT_EQ(names_of({"./Main", "./Main/Boot"}), (names{"Main", "Boot"}));
 }
@@ -50,7 +50,7 @@ TEST(collections, attributes_without_a_menu_belong_to_bios) {
     EXPECT_EQ(names_of({"./A/X", "", "./A/Y"}), (names{"X", "BIOS", "Y"}));
 }
 
-TEST(collections, two_menus_never_become_one) {
+TEST(collections, two_menus_never_share_a_collection) {
     EXPECT_EQ(names_of({"./Boot Options", "./BootOptions", "./Boot.Options"}),
               (names{"BootOptions", "BootOptions2", "BootOptions3"}));
     EXPECT_EQ(names_of({"./Main", "./Main/Main"}), (names{"Main", "Main2"}));
@@ -62,12 +62,12 @@ TEST(collections, two_menus_never_become_one) {
     EXPECT_EQ(divided.all()[1].title, "BootOptions");
 }
 
-TEST(collections, a_menu_without_a_usable_character_gets_a_name_all_the_same) {
+TEST(collections, a_menu_without_a_usable_character_gets_a_name) {
     EXPECT_EQ(names_of({"./***", "./Boot", "./!!!"}), (names{"Menu", "Boot", "Menu2"}));
 }
 
-TEST(collections, thousands_of_menus_with_one_name_cost_no_more_than_their_number) {
-    // Only blanks inside tell them apart.
+TEST(collections, thousands_of_menus_with_the_same_name_take_linear_time) {
+    // The titles differ only in their spaces.
     std::vector<names> paths;
     for (std::size_t i = 0; i < 20'000; ++i) {
         paths.push_back({"M" + std::string(i % 97, ' ') + "e" + std::string(i / 97, ' ') + "nu"});

@@ -14,9 +14,10 @@
 #include "batch/batch_file_settings_rdr.hpp"
 #include "service_api/choice_list.hpp"
 #include "service_api/template_flags.hpp"
+#include "support/json.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/support/test_data.hpp"
-#include "tools/dp-template/json_document.hpp"
+#include "tools/dp-template/line_index.hpp"
 
 namespace {
 
@@ -29,7 +30,7 @@ using testing::SizeIs;
 
 compiled_registry compile(const std::string& text,
                           const std::optional<std::string>& collection = std::nullopt) {
-    const auto document = dp_tools::parse_json(text);
+    const auto document = dp_support::parse_json(text);
     EXPECT_EQ(document.error, "");
     return dp_tools::compile_registry(document.root, collection);
 }
@@ -49,7 +50,7 @@ compiled_registry compile_one(const std::string& type, const std::string& member
                               (members.empty() ? "" : ", ") + members + "}");
 }
 
-std::vector<std::string> told(const compiled_registry& compiled, finding::severity weight) {
+std::vector<std::string> messages(const compiled_registry& compiled, finding::severity weight) {
     std::vector<std::string> lines;
     for (const auto& found : compiled.findings) {
         if (found.weight == weight) {
@@ -60,11 +61,11 @@ std::vector<std::string> told(const compiled_registry& compiled, finding::severi
 }
 
 std::vector<std::string> unfit(const compiled_registry& compiled) {
-    return told(compiled, finding::severity::unfit);
+    return messages(compiled, finding::severity::unfit);
 }
 
 std::vector<std::string> warnings(const compiled_registry& compiled) {
-    return told(compiled, finding::severity::warning);
+    return messages(compiled, finding::severity::warning);
 }
 
 constexpr const char* on_off = R"("Value": [{"ValueName": "On"}, {"ValueName": "Off"}])";
@@ -120,7 +121,7 @@ TEST(compile_registry, an_integer_keeps_its_bounds_and_step) {
     EXPECT_EQ(compiled.attributes[0].value, "64");
 }
 
-TEST(compile_registry, missing_and_null_bounds_do_not_bound_and_a_step_is_at_least_one) {
+TEST(compile_registry, missing_and_null_bounds_are_no_limit_and_a_step_is_at_least_one) {
     for (const char* members :
          {R"("DefaultValue": 3)",
           R"("DefaultValue": 3, "LowerBound": null, "UpperBound": null, "ScalarIncrement": null)",
@@ -151,10 +152,10 @@ TEST(compile_registry, numbers_that_do_not_fit_are_unfit) {
         for (const char* name :
              {"LowerBound", "UpperBound", "ScalarIncrement", "DefaultValue", "CurrentValue"}) {
             const auto document =
-                dp_tools::parse_json(registry(R"({"AttributeName": "A", "Type": "Integer", ")" +
-                                              std::string(name) + "\": " + bad + "}"));
+                dp_support::parse_json(registry(R"({"AttributeName": "A", "Type": "Integer", ")" +
+                                                std::string(name) + "\": " + bad + "}"));
             if (!document.error.empty()) {
-                continue;  // a number beyond what JSON's reader takes
+                continue;  // a number that the JSON parser refuses
             }
             const auto compiled = dp_tools::compile_registry(document.root, std::nullopt);
             EXPECT_EQ(compiled.unfit, 1U) << name << bad;
@@ -183,7 +184,7 @@ TEST(compile_registry, a_string_keeps_lengths_and_pattern) {
     EXPECT_EQ(info.dft, "abc");
 }
 
-TEST(compile_registry, a_string_without_lengths_is_not_bound) {
+TEST(compile_registry, a_string_without_lengths_has_no_limit) {
     for (const char* members :
          {"", R"("MinLength": 0, "MaxLength": 0)", R"("MaxLength": null, "ValueExpression": null)",
           R"("ValueExpression": "")"}) {
@@ -206,19 +207,19 @@ TEST(compile_registry, a_pattern_that_does_not_compile_is_unfit) {
                 ElementsAre(HasSubstr("/ValueExpression: is a number instead of a text")));
 }
 
-TEST(compile_registry, a_string_default_may_be_a_number_but_not_a_truth) {
+TEST(compile_registry, a_string_default_may_be_a_number_but_not_a_boolean) {
     EXPECT_EQ(compile_one("String", R"("DefaultValue": 42)").attributes.at(0).info.dft, "42");
     EXPECT_THAT(unfit(compile_one("String", R"("DefaultValue": true)")), SizeIs(1));
     EXPECT_THAT(unfit(compile_one("String", R"("DefaultValue": ["a"])")), SizeIs(1));
 }
 
-TEST(compile_registry, the_list_selection_of_a_boot_order_stays_as_it_is) {
+TEST(compile_registry, the_list_selection_of_a_boot_order_is_not_changed) {
     const auto compiled =
         compile_one("String", R"("DefaultValue": "[value='B',order='2'],[value='A',order='1']")");
     EXPECT_EQ(compiled.attributes.at(0).info.dft, "[value='B',order='2'],[value='A',order='1']");
 }
 
-TEST(compile_registry, a_value_that_the_registry_itself_excludes_is_kept_with_a_warning) {
+TEST(compile_registry, a_value_that_the_registry_excludes_is_kept_with_a_warning) {
     const auto strange = compile_one("Enumeration", std::string(on_off) +
                                                         R"(, "DefaultValue": "Auto",
                                                            "CurrentValue": "on")");
@@ -243,7 +244,7 @@ TEST(compile_registry, a_value_that_the_registry_itself_excludes_is_kept_with_a_
     EXPECT_THAT(
         warnings(compile_one("String", R"("ValueExpression": "^(a+)+$", "DefaultValue": ")" +
                                            std::string(60, 'a') + "b\"")),
-        ElementsAre(HasSubstr("takes too much work to hold against the pattern")));
+        ElementsAre(HasSubstr("takes too much work to compare with the pattern")));
     // Characters count, not bytes, and a pattern matches anywhere.
     EXPECT_THAT(warnings(compile_one("String",
                                      R"("MaxLength": 2, "ValueExpression": "\u00fc",
@@ -255,7 +256,7 @@ TEST(compile_registry, a_value_that_the_registry_itself_excludes_is_kept_with_a_
                 IsEmpty());
 }
 
-TEST(compile_registry, the_first_value_is_the_current_one_else_the_default) {
+TEST(compile_registry, the_initial_value_is_the_current_value_or_else_the_default) {
     EXPECT_EQ(
         compile_one("String", R"("DefaultValue": "d", "CurrentValue": "c")").attributes.at(0).value,
         "c");
@@ -265,7 +266,7 @@ TEST(compile_registry, the_first_value_is_the_current_one_else_the_default) {
               "d");
 }
 
-TEST(compile_registry, the_current_value_stands_in_for_a_missing_default_and_that_is_told_once) {
+TEST(compile_registry, the_current_value_replaces_a_missing_default_with_a_single_warning) {
     const auto compiled = compile_attributes(
         R"({"AttributeName": "A", "Type": "String", "CurrentValue": "c", "DefaultValue": null},
            {"AttributeName": "B", "Type": "Integer", "CurrentValue": 5},
@@ -274,11 +275,12 @@ TEST(compile_registry, the_current_value_stands_in_for_a_missing_default_and_tha
     EXPECT_EQ(compiled.attributes[0].info.dft, "c");
     EXPECT_EQ(compiled.attributes.at(1).info.dft, "5");
     EXPECT_EQ(compiled.attributes.at(2).info.dft, "4");
-    EXPECT_THAT(warnings(compiled), ElementsAre(testing::AllOf(HasSubstr("/0: no default value"),
-                                                               HasSubstr("2 attributes"))));
+    EXPECT_THAT(warnings(compiled),
+                ElementsAre(testing::AllOf(HasSubstr("/0: there is no default value"),
+                                           HasSubstr("2 attributes"))));
 }
 
-TEST(compile_registry, attributes_without_any_value_start_empty_and_are_told_once) {
+TEST(compile_registry, attributes_without_any_value_are_empty_with_a_single_warning) {
     const auto compiled = compile_attributes(
         R"({"AttributeName": "A", "Type": "Integer"},
            {"AttributeName": "B", "Type": "Boolean", "DefaultValue": "", "CurrentValue": null},
@@ -289,8 +291,9 @@ TEST(compile_registry, attributes_without_any_value_start_empty_and_are_told_onc
         EXPECT_EQ(attribute.value, "");
         EXPECT_EQ(attribute.info.dft, "");
     }
-    EXPECT_THAT(warnings(compiled), ElementsAre(testing::AllOf(HasSubstr("/0: neither a current"),
-                                                               HasSubstr("3 attributes"))));
+    EXPECT_THAT(warnings(compiled),
+                ElementsAre(testing::AllOf(HasSubstr("/0: there is neither a current"),
+                                           HasSubstr("3 attributes"))));
 }
 
 TEST(compile_registry, an_empty_text_is_a_value_where_it_is_a_choice) {
@@ -301,7 +304,7 @@ TEST(compile_registry, an_empty_text_is_a_value_where_it_is_a_choice) {
                 ElementsAre("", "On"));
 }
 
-TEST(compile_registry, read_only_and_immutable_attributes_carry_the_flag) {
+TEST(compile_registry, read_only_and_immutable_attributes_have_the_flag) {
     const auto flags = [](const std::string& members) {
         return compile_one("String", members).attributes.at(0).info.flg;
     };
@@ -314,7 +317,7 @@ TEST(compile_registry, read_only_and_immutable_attributes_carry_the_flag) {
     EXPECT_THAT(unfit(compile_one("String", R"("ReadOnly": "perhaps")")), SizeIs(1));
 }
 
-TEST(compile_registry, members_that_mean_nothing_here_are_ignored) {
+TEST(compile_registry, unknown_members_are_ignored) {
     const auto compiled = compile(R"({"RegistryEntries": {"Attributes": [
         {"AttributeName": "A", "Type": "Boolean", "DefaultValue": true, "Hidden": true,
          "GrayOut": false, "WarningText": "Careful", "Oem": {"X": [1, 2, {"Y": null}]},
@@ -336,7 +339,7 @@ TEST(compile_registry, passwords_are_left_out_with_a_notice) {
     EXPECT_EQ(compiled.passwords, 1U);
     EXPECT_EQ(compiled.unfit, 0U);
     ASSERT_THAT(compiled.attributes, SizeIs(1));
-    EXPECT_THAT(told(compiled, finding::severity::notice),
+    EXPECT_THAT(messages(compiled, finding::severity::notice),
                 ElementsAre(HasSubstr("password \"P\"")));
     EXPECT_THAT(dp_tools::settings_text(compiled.attributes), Not(HasSubstr("secret")));
 }
@@ -355,18 +358,19 @@ TEST(compile_registry, every_unfit_attribute_is_listed_with_its_place) {
         "  {\"AttributeName\": \"good\", \"Type\": \"String\", \"DefaultValue\": \"\"}");
     const auto compiled = compile(text);
     EXPECT_EQ(compiled.unfit, 8U);
-    EXPECT_THAT(unfit(compiled),
-                ElementsAre(HasSubstr("Attributes/0/AttributeName: the name \"A.B\" holds a dot"),
-                            HasSubstr("Attributes/1/AttributeName: the name \"\" is empty"),
-                            HasSubstr("Attributes/2/AttributeName: is a number instead of a text"),
-                            HasSubstr("Attributes/3: the attribute has no AttributeName"),
-                            HasSubstr("Attributes/4: the attribute has no Type"),
-                            HasSubstr("Attributes/5/Type: \"Text\" is none of"),
-                            HasSubstr("Attributes/6: is a text instead of an object"),
-                            HasSubstr("Attributes/7/AttributeName: the name")));
+    EXPECT_THAT(
+        unfit(compiled),
+        ElementsAre(HasSubstr("Attributes/0/AttributeName: the name \"A.B\" contains a dot"),
+                    HasSubstr("Attributes/1/AttributeName: the name \"\" is empty"),
+                    HasSubstr("Attributes/2/AttributeName: is a number instead of a text"),
+                    HasSubstr("Attributes/3: the attribute has no AttributeName"),
+                    HasSubstr("Attributes/4: the attribute has no Type"),
+                    HasSubstr("Attributes/5/Type: \"Text\" is none of"),
+                    HasSubstr("Attributes/6: is a text instead of an object"),
+                    HasSubstr("Attributes/7/AttributeName: the name")));
     ASSERT_THAT(compiled.attributes, SizeIs(1));
     EXPECT_EQ(compiled.attributes[0].info.id, "good");
-    const auto place = dp_tools::text_places(text).of(compiled.findings[1].offset);
+    const auto place = dp_tools::line_index(text).position_of(compiled.findings[1].offset);
     EXPECT_EQ(place.line, 2U);
     EXPECT_EQ(place.column, 21U);
 }
@@ -378,31 +382,31 @@ TEST(compile_registry, an_attribute_may_be_unfit_for_several_reasons) {
                 SizeIs(4));
 }
 
-TEST(compile_registry, a_name_is_taken_once_in_a_collection) {
+TEST(compile_registry, a_name_is_unique_in_a_collection) {
     const auto compiled = compile_attributes(
         R"({"AttributeName": "A", "Type": "String", "DefaultValue": "1", "MenuPath": "./X"},
            {"AttributeName": "A", "Type": "String", "DefaultValue": "2", "MenuPath": "./Y"},
            {"AttributeName": "A", "Type": "String", "DefaultValue": "3", "MenuPath": "./X/Z"})");
     EXPECT_THAT(unfit(compiled),
-                ElementsAre("/RegistryEntries/Attributes/2/AttributeName: the collection X has an "
-                            "attribute \"A\" already: /RegistryEntries/Attributes/0"));
+                ElementsAre("/RegistryEntries/Attributes/2/AttributeName: the collection X already "
+                            "has an attribute \"A\": /RegistryEntries/Attributes/0"));
     EXPECT_THAT(compiled.attributes, SizeIs(2));
 }
 
-TEST(compile_registry, a_member_given_twice_makes_the_attribute_unclear) {
+TEST(compile_registry, a_repeated_member_makes_the_attribute_unfit) {
     EXPECT_THAT(unfit(compile_one("String", R"("DefaultValue": "a", "DefaultValue": "b")")),
-                ElementsAre("/RegistryEntries/Attributes/0/DefaultValue: stands in the same "
-                            "attribute twice"));
+                ElementsAre("/RegistryEntries/Attributes/0/DefaultValue: appears twice in "
+                            "the same attribute"));
 }
 
-TEST(compile_registry, values_that_can_not_be_carried_are_unfit) {
+TEST(compile_registry, values_that_cannot_be_encoded_are_unfit) {
     EXPECT_THAT(unfit(compile_one("String", R"("DefaultValue": "two\nlines")")),
-                ElementsAre(HasSubstr("holds the control character 0A")));
+                ElementsAre(HasSubstr("contains the control character 0A")));
     EXPECT_THAT(unfit(compile_one("String", R"("CurrentValue": "nul\u0000")")),
-                ElementsAre(HasSubstr("holds the control character 00")));
+                ElementsAre(HasSubstr("contains the control character 00")));
     EXPECT_THAT(unfit(compile_one("String", R"("DefaultValue": "\u00a7 1")")),
                 ElementsAre(HasSubstr("byte A7")));
-    // The files of values carry what the template does not.
+    // The files of values allow more than the template.
     const auto current = compile_one("String", R"("CurrentValue": "\u00a7 1")");
     EXPECT_THAT(unfit(current), IsEmpty());
     EXPECT_EQ(current.attributes.at(0).value, "\xC2\xA7 1");
@@ -413,11 +417,12 @@ TEST(compile_registry, values_that_can_not_be_carried_are_unfit) {
                 ElementsAre(HasSubstr("/Value/1/ValueName: the choice")));
 }
 
-TEST(compile_registry, choices_may_be_plain_texts_or_numbers_and_stand_once) {
+TEST(compile_registry, choices_may_be_texts_or_numbers_and_are_unique) {
     const auto compiled =
         compile_one("Enumeration", R"("Value": ["A", {"ValueName": 5}, "A"], "DefaultValue": 5)");
     EXPECT_THAT(unfit(compiled), IsEmpty());
-    EXPECT_THAT(warnings(compiled), ElementsAre(HasSubstr("/Value/2: the choice \"A\" stands")));
+    EXPECT_THAT(warnings(compiled),
+                ElementsAre(HasSubstr("/Value/2: the choice \"A\" appears twice")));
     EXPECT_EQ(compiled.attributes.at(0).info.chc, "A,5");
     EXPECT_EQ(compiled.attributes[0].info.num, 2U);
 }
@@ -431,13 +436,13 @@ TEST(compile_registry, an_enumeration_without_usable_choices_is_unfit) {
     }
 }
 
-TEST(compile_registry, a_record_fits_to_the_last_byte) {
+TEST(compile_registry, a_template_record_may_have_the_greatest_size) {
     const auto of_size = [](std::size_t length) {
         return compile_one("String", "\"DefaultValue\": \"" + std::string(length, 'x') + "\"");
     };
     const auto small = of_size(1);
-    const std::size_t rest =
-        dp_tools::template_text(small.attributes).size() - 2 - 1;  // record end, line feed, value
+    const std::size_t rest = dp_tools::template_text(small.attributes).size() - 2 -
+                             1;  // end of the record, newline, value
     const std::size_t longest = template_info::record_limit - rest;
     EXPECT_EQ(of_size(longest).unfit, 0U);
     EXPECT_THAT(unfit(of_size(longest + 1)), ElementsAre(HasSubstr("16384 bytes")));
@@ -458,7 +463,7 @@ TEST(compile_registry, a_help_text_that_is_too_long_is_left_out) {
     EXPECT_THAT(warnings(compiled), ElementsAre(HasSubstr("/HelpText: is left out")));
 }
 
-TEST(compile_registry, descriptions_lose_what_a_template_can_not_carry_and_that_is_told_once) {
+TEST(compile_registry, characters_of_descriptions_are_replaced_with_a_single_warning) {
     const auto compiled = compile_attributes(
         R"({"AttributeName": "A", "Type": "String", "DefaultValue": "",
             "DisplayName": "\u00a7 1", "HelpText": "one\ntwo"},
@@ -468,11 +473,12 @@ TEST(compile_registry, descriptions_lose_what_a_template_can_not_carry_and_that_
     EXPECT_EQ(compiled.attributes[0].info.fds, "one two");
     EXPECT_EQ(compiled.attributes[1].info.grp, "./Facade");
     EXPECT_EQ(compiled.attributes[1].info.cfgname, "Facade");
-    EXPECT_THAT(warnings(compiled), ElementsAre(testing::AllOf(HasSubstr("/0: descriptions hold"),
-                                                               HasSubstr("2 attributes"))));
+    EXPECT_THAT(warnings(compiled),
+                ElementsAre(testing::AllOf(HasSubstr("/0: descriptions contain"),
+                                           HasSubstr("2 attributes"))));
 }
 
-TEST(compile_registry, no_text_can_put_an_attribute_into_a_second_collection) {
+TEST(compile_registry, no_text_puts_an_attribute_into_a_second_collection) {
     const auto compiled = compile_attributes(
         R"({"AttributeName": "A", "Type": "String", "DefaultValue": "", "MenuPath": "./X",
             "DisplayName": "see cfg:Y", "HelpText": "cfg:X"},
@@ -484,7 +490,7 @@ TEST(compile_registry, no_text_can_put_an_attribute_into_a_second_collection) {
     EXPECT_THAT(compiled.attributes, SizeIs(2));
 }
 
-TEST(compile_registry, a_forced_collection_takes_all) {
+TEST(compile_registry, a_given_collection_gets_all_attributes) {
     const auto compiled = compile(
         registry(R"({"AttributeName": "A", "Type": "String", "MenuPath": "./X", "DefaultValue": ""},
                     {"AttributeName": "B", "Type": "String", "DefaultValue": ""})"),
@@ -505,7 +511,7 @@ TEST(compile_registry, a_collection_has_the_title_that_the_registry_gives_its_me
     EXPECT_EQ(compiled.attributes.at(1).info.cfgname, "Cpu");
 }
 
-TEST(compile_registry, menus_that_would_share_a_name_are_told_once_each) {
+TEST(compile_registry, each_menu_that_would_share_a_name_is_reported_once) {
     const auto compiled = compile_attributes(
         R"({"AttributeName": "A", "Type": "String", "DefaultValue": "", "MenuPath": "./Boot X"},
            {"AttributeName": "A", "Type": "String", "DefaultValue": "", "MenuPath": "./BootX"},
@@ -522,9 +528,9 @@ TEST(compile_registry, a_menu_path_of_the_wrong_kind_is_unfit) {
                 ElementsAre(HasSubstr("/MenuPath: is a number instead of a text")));
 }
 
-TEST(compile_registry, a_text_that_is_no_registry_is_told_at_its_place) {
+TEST(compile_registry, a_text_that_is_not_a_registry_is_reported_with_its_place) {
     const auto broken = [](const std::string& text) {
-        const auto lines = told(compile(text), finding::severity::broken);
+        const auto lines = messages(compile(text), finding::severity::broken);
         EXPECT_THAT(lines, SizeIs(1));
         return lines.empty() ? "" : lines[0];
     };
@@ -539,7 +545,7 @@ TEST(compile_registry, a_text_that_is_no_registry_is_told_at_its_place) {
     EXPECT_THAT(compile(registry("")).attributes, IsEmpty());
 }
 
-TEST(settings_text, gives_every_value_back_through_the_librarys_reader) {
+TEST(settings_text, is_read_by_the_library_with_all_values) {
     const auto compiled = compile_attributes(
         R"({"AttributeName": "A", "Type": "String", "DefaultValue": "say \"hi\" \\ there\\"},
            {"AttributeName": "q\"uote\\", "Type": "String", "DefaultValue": "  tab\there "},
@@ -556,7 +562,7 @@ TEST(settings_text, gives_every_value_back_through_the_librarys_reader) {
     EXPECT_THAT(values, ElementsAre("say \"hi\" \\ there\\", "  tab\there ", ""));
 }
 
-/// Reads a template's text and the values back with the library and holds them against what was
+/// Reads a template's text and the values with the library and compares them with what was
 /// compiled.
 void expect_round_trip(const compiled_registry& compiled) {
     const std::string path = test::root() + "/text";
@@ -598,7 +604,7 @@ void expect_round_trip(const compiled_registry& compiled) {
     }
 }
 
-TEST(sample_registry, compiles_without_reservation) {
+TEST(compile_registry, compiles_the_sample_registries_without_warnings) {
     for (const char* name : {"server", "server-update"}) {
         const auto compiled = compile(test::read_file(
             std::string(DP_SOURCE_DIR) + "/examples/registry/" + name + ".registry.json"));
@@ -612,7 +618,7 @@ TEST(sample_registry, compiles_without_reservation) {
 
 constexpr const char* real_registry = "server-a.registry.json";
 
-TEST(a_real_registry, compiles_and_comes_back_whole) {
+TEST(compile_registry, compiles_a_real_registry_without_loss) {
     if (const auto reason = test::missing_data(real_registry); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
@@ -628,7 +634,7 @@ TEST(a_real_registry, compiles_and_comes_back_whole) {
     expect_round_trip(compiled);
 }
 
-TEST(a_real_registry, agrees_with_an_independent_conversion) {
+TEST(compile_registry, agrees_with_an_independent_conversion_of_a_real_registry) {
     constexpr const char* converted = "efi/records.bin";
     for (const char* name : {converted, real_registry}) {
         if (const auto reason = test::missing_data(name); !reason.empty()) {
@@ -656,7 +662,7 @@ TEST(a_real_registry, agrees_with_an_independent_conversion) {
     }
 }
 
-TEST(a_large_registry, of_ten_thousand_attributes_is_ordinary) {
+TEST(compile_registry, compiles_ten_thousand_attributes) {
     std::string attributes;
     for (int i = 0; i < 10'000; ++i) {
         attributes += (i == 0 ? "" : ",") + std::string(R"({"AttributeName": "Attribute)") +
@@ -709,22 +715,22 @@ std::string mangled(std::string text, std::mt19937& random) {
     return text;
 }
 
-TEST(mangled_registries, never_lead_to_a_template_that_does_not_come_back_whole) {
+TEST(compile_registry, never_makes_an_unreadable_template_of_a_damaged_registry) {
     const std::string sample =
         test::read_file(std::string(DP_SOURCE_DIR) + "/examples/registry/server.registry.json");
-    // A part of it, so that damage hits what is compiled.
+    // Only a part of it, so that most damage is in the attributes.
     const auto document_start = sample.find("\"RegistryEntries\"");
     const auto attribute_end = sample.find("\"AttributeName\": \"Iommu\"");
     const std::string text =
         "{" +
         sample.substr(document_start, sample.rfind('}', attribute_end + 1) - document_start + 1) +
         "]}}";
-    ASSERT_EQ(dp_tools::parse_json(text).error, "");
+    ASSERT_EQ(dp_support::parse_json(text).error, "");
     std::mt19937 random(20'240'817);
     int compiled_count = 0;
     for (int round = 0; round < 1500; ++round) {
         const std::string damaged = mangled(text, random);
-        const auto document = dp_tools::parse_json(damaged);
+        const auto document = dp_support::parse_json(damaged);
         if (!document.error.empty()) {
             EXPECT_LE(document.error_offset, damaged.size());
             continue;

@@ -5,12 +5,7 @@
 
 namespace test {
 
-inline constexpr std::int32_t enumeration = 1;
-inline constexpr std::int32_t numeric = 3;
-inline constexpr std::int32_t string = 4;
-inline constexpr std::int32_t no_range = 5;
-
-/// An attribute of which only the name and the type are set.
+/// An attribute with a name and a type, everything else empty.
 inline dp_attribute sample_attribute(const char* id, std::int32_t type) {
     dp_attribute a{};
     for (const char** const text :
@@ -24,14 +19,14 @@ inline dp_attribute sample_attribute(const char* id, std::int32_t type) {
 }
 
 inline dp_attribute sample_choices(const char* id, const char* choices) {
-    dp_attribute a = sample_attribute(id, enumeration);
+    dp_attribute a = sample_attribute(id, DP_TYPE_ENUMERATION);
     a.chc = choices;
     return a;
 }
 
 inline dp_attribute sample_number(const char* id, std::uint32_t min, std::uint32_t max,
                                   std::uint32_t step) {
-    dp_attribute a = sample_attribute(id, numeric);
+    dp_attribute a = sample_attribute(id, DP_TYPE_NUMERIC);
     a.min = min;
     a.max = max;
     a.stp = step;
@@ -40,7 +35,7 @@ inline dp_attribute sample_number(const char* id, std::uint32_t min, std::uint32
 
 inline dp_attribute sample_string(const char* id, std::uint32_t least, std::uint32_t most,
                                   const char* pattern) {
-    dp_attribute a = sample_attribute(id, string);
+    dp_attribute a = sample_attribute(id, DP_TYPE_STRING);
     a.minc = least;
     a.maxc = most;
     a.reg = pattern;

@@ -14,14 +14,14 @@
 namespace dpctl {
 namespace {
 
-// Keeps what is written to it and wakes who waits for a text; another thread may be the writer.
+// Stores what is written to it, possibly by another thread, and lets a test wait for a text.
 class awaited_text final : public std::streambuf {
   public:
-    // Whether it came; long before that time on any machine.
+    // Whether the text was written within two minutes.
     bool wait_for(const std::string& wanted) {
         std::unique_lock guard(mutex_);
-        return came_.wait_for(guard, std::chrono::minutes(2),
-                              [&] { return text_.find(wanted) != std::string::npos; });
+        return written_.wait_for(guard, std::chrono::minutes(2),
+                                 [&] { return text_.find(wanted) != std::string::npos; });
     }
     std::string text() {
         const std::lock_guard guard(mutex_);
@@ -30,29 +30,29 @@ class awaited_text final : public std::streambuf {
 
   protected:
     int_type overflow(int_type c) override {
-        const char one = traits_type::to_char_type(c);
-        return xsputn(&one, 1) == 1 ? traits_type::not_eof(c) : traits_type::eof();
+        const char written = traits_type::to_char_type(c);
+        return xsputn(&written, 1) == 1 ? traits_type::not_eof(c) : traits_type::eof();
     }
     std::streamsize xsputn(const char* text, std::streamsize size) override {
         const std::lock_guard guard(mutex_);
         text_.append(text, static_cast<std::size_t>(size));
-        came_.notify_all();
+        written_.notify_all();
         return size;
     }
 
   private:
     std::mutex mutex_;
-    std::condition_variable came_;
+    std::condition_variable written_;
     std::string text_;
 };
 
-TEST(wait_notice, is_one_plain_line_away_from_a_terminal) {
+TEST(wait_notice, is_a_plain_line_without_a_terminal) {
     std::ostringstream err;
     { const wait_notice notice(err, false, "waiting"); }
     EXPECT_EQ(err.str(), "dpctl: waiting\n");
 }
 
-TEST(wait_notice, counts_seconds_on_a_terminal_and_goes_away) {
+TEST(wait_notice, counts_seconds_on_a_terminal_and_removes_its_line) {
     awaited_text written;
     std::ostream err(&written);
     double seconds = 0;
@@ -69,7 +69,8 @@ TEST(wait_notice, counts_seconds_on_a_terminal_and_goes_away) {
 
 TEST(wait_notice, ends_at_once) {
     using std::chrono::steady_clock;
-    // A busy machine may hold up one of them; waiting for the second to be over would, each.
+    // A busy machine may delay some attempts. If the notice waited for the end of the second, it
+    // would delay all of them.
     auto shortest = steady_clock::duration::max();
     for (int tries = 0; tries < 20 && shortest > std::chrono::milliseconds(900); ++tries) {
         std::ostringstream err;

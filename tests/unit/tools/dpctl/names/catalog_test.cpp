@@ -13,7 +13,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-// Collections that a test writes down.
+// Collections that a test adds.
 class fake_source final : public attribute_source {
   public:
     struct contents {
@@ -24,11 +24,11 @@ class fake_source final : public attribute_source {
     void add(const std::string& collection, std::vector<const char*> attributes,
              std::vector<const char*> setting_names) {
         order_.push_back(collection);
-        auto& one = contents_[collection];
+        auto& content = contents_[collection];
         for (const char* const id : attributes) {
-            one.attributes.push_back(test::sample_attribute(id, test::enumeration));
+            content.attributes.push_back(test::sample_attribute(id, DP_TYPE_ENUMERATION));
         }
-        one.names = std::move(setting_names);
+        content.names = std::move(setting_names);
     }
 
     std::vector<std::string> collections() override { return order_; }
@@ -49,9 +49,9 @@ class fake_source final : public attribute_source {
     std::map<std::string, contents> contents_;
 };
 
-class catalog_names : public testing::Test {
+class catalog_test : public testing::Test {
   protected:
-    catalog_names() {
+    catalog_test() {
         source_.add("Boot", {"Mode", "Delay", "Order"},
                     {"Boot.Mode", "Boot.Delay", "Boot.Order.1", "Boot.Order.2"});
         source_.add("Memory", {"Mode", "Speed", "Di.mm"},
@@ -59,7 +59,7 @@ class catalog_names : public testing::Test {
         source_.add("Empty", {}, {});
     }
 
-    // The full name of what is found, or the reason and the suggestions.
+    // The full name of the setting that is found, or the reason and the suggestions.
     std::string find(const std::string& text) {
         catalog names(source_);
         const auto found = names.find_setting(text);
@@ -77,53 +77,53 @@ class catalog_names : public testing::Test {
     fake_source source_;
 };
 
-TEST_F(catalog_names, finds_a_full_name) {
+TEST_F(catalog_test, finds_a_full_name) {
     EXPECT_EQ(find("Boot.Mode"), "Boot.Mode");
     EXPECT_EQ(find("Boot.Order"), "Boot.Order");
     EXPECT_EQ(find("Boot.Order.2"), "Boot.Order.2");
     EXPECT_EQ(find("Boot.Order.77"), "Boot.Order.77");
 }
 
-TEST_F(catalog_names, reads_only_the_collection_of_a_full_name) {
+TEST_F(catalog_test, reads_only_the_collection_of_a_full_name) {
     find("Boot.Mode");
     EXPECT_EQ(source_.reads, (std::map<std::string, int>{{"Boot", 1}}));
 }
 
-TEST_F(catalog_names, finds_an_attribute_with_dots) {
+TEST_F(catalog_test, finds_an_attribute_with_dots) {
     EXPECT_EQ(find("Memory.Di.mm"), "Memory.Di.mm");
     EXPECT_EQ(find("Memory.Di.mm.4"), "Memory.Di.mm.4");
 }
 
-TEST_F(catalog_names, finds_an_attribute_of_one_collection_without_it) {
+TEST_F(catalog_test, finds_an_attribute_of_a_single_collection_without_its_name) {
     EXPECT_EQ(find("Delay"), "Boot.Delay");
     EXPECT_EQ(find("Order.2"), "Boot.Order.2");
     EXPECT_EQ(find("Di.mm.4"), "Memory.Di.mm.4");
 }
 
-TEST_F(catalog_names, refuses_an_attribute_of_several_collections_without_one) {
+TEST_F(catalog_test, refuses_an_attribute_of_several_collections_without_a_collection) {
     EXPECT_EQ(find("Mode"),
-              "several collections have \"Mode\": Boot and Memory; say Boot.Mode or Memory.Mode");
+              "several collections have \"Mode\": Boot and Memory; use Boot.Mode or Memory.Mode");
 }
 
-TEST_F(catalog_names, suggests_a_near_attribute_of_the_collection) {
+TEST_F(catalog_test, suggests_a_similar_attribute_of_the_collection) {
     EXPECT_EQ(find("Boot.Dealy"), "collection Boot has no attribute \"Dealy\"|Boot.Delay");
     EXPECT_EQ(find("Boot.mode"), "collection Boot has no attribute \"mode\"|Boot.Mode");
 }
 
-TEST_F(catalog_names, suggests_the_collection_that_has_the_attribute) {
+TEST_F(catalog_test, suggests_the_collection_that_has_the_attribute) {
     EXPECT_EQ(find("Boot.Speed"), "collection Boot has no attribute \"Speed\"|Memory.Speed");
     EXPECT_EQ(find("Boots.Mode"), "there is no collection \"Boots\"|Boot.Mode|Memory.Mode");
 }
 
-TEST_F(catalog_names, suggests_a_near_name_without_a_collection) {
+TEST_F(catalog_test, suggests_a_similar_attribute_without_a_collection) {
     EXPECT_EQ(find("Sped"), "no collection has an attribute \"Sped\"|Memory.Speed");
 }
 
-TEST_F(catalog_names, suggests_a_near_collection) {
+TEST_F(catalog_test, suggests_a_similar_collection) {
     EXPECT_EQ(find("Boots.Xyzzy"), "there is no collection \"Boots\"|Boot");
 }
 
-TEST_F(catalog_names, knows_nothing_of_nonsense) {
+TEST_F(catalog_test, explains_malformed_names) {
     EXPECT_EQ(find(""), "no collection has an attribute \"\"");
     EXPECT_EQ(find("."), "there is no collection \"\"");
     EXPECT_EQ(find("Boot."), "collection Boot has no attribute \"\"");
@@ -132,7 +132,7 @@ TEST_F(catalog_names, knows_nothing_of_nonsense) {
     EXPECT_EQ(find("Boot.Order."), "collection Boot has no attribute \"Order.\"|Boot.Order");
 }
 
-TEST_F(catalog_names, finds_collections) {
+TEST_F(catalog_test, finds_collections) {
     catalog names(source_);
     const auto found = names.find_collection("Memory");
     ASSERT_TRUE(std::holds_alternative<const collection_view*>(found));
@@ -143,7 +143,7 @@ TEST_F(catalog_names, finds_collections) {
     EXPECT_THAT(std::get<unknown_name>(unknown).suggestions, ElementsAre("Memory"));
 }
 
-TEST_F(catalog_names, lists_settings_in_the_order_of_the_attributes) {
+TEST_F(catalog_test, lists_settings_in_the_order_of_the_attributes) {
     catalog names(source_);
     const auto* const boot = std::get<const collection_view*>(names.find_collection("Boot"));
     EXPECT_THAT(names_of(boot->settings()),
@@ -155,7 +155,7 @@ TEST_F(catalog_names, lists_settings_in_the_order_of_the_attributes) {
     EXPECT_THAT(names_of(boot->find("Mode")->all()), ElementsAre("Boot.Mode"));
 }
 
-TEST_F(catalog_names, lists_an_attribute_without_a_value_too) {
+TEST_F(catalog_test, lists_attributes_without_a_value) {
     source_.add("New", {"Fresh"}, {});
     catalog names(source_);
     const auto* const fresh = std::get<const collection_view*>(names.find_collection("New"));
@@ -163,21 +163,21 @@ TEST_F(catalog_names, lists_an_attribute_without_a_value_too) {
     EXPECT_THAT(names_of(fresh->settings_with_values()), IsEmpty());
 }
 
-TEST_F(catalog_names, leaves_values_without_an_attribute_out) {
+TEST_F(catalog_test, ignores_values_without_an_attribute) {
     catalog names(source_);
     const auto* const memory = std::get<const collection_view*>(names.find_collection("Memory"));
     EXPECT_THAT(names_of(memory->settings_with_values()),
                 ElementsAre("Memory.Mode", "Memory.Speed", "Memory.Di.mm.4"));
 }
 
-TEST_F(catalog_names, takes_the_first_of_two_attributes_of_one_name) {
+TEST_F(catalog_test, finds_the_first_of_two_attributes_with_the_same_name) {
     source_.add("Twice", {"A", "A"}, {"Twice.A"});
     catalog names(source_);
     const auto* const twice = std::get<const collection_view*>(names.find_collection("Twice"));
     EXPECT_EQ(twice->find("A")->attribute, twice->attributes().data());
 }
 
-TEST(catalog, of_nothing_knows_nothing) {
+TEST(catalog, finds_nothing_in_an_empty_source) {
     fake_source source;
     catalog names(source);
     EXPECT_TRUE(names.collections().empty());
@@ -185,7 +185,7 @@ TEST(catalog, of_nothing_knows_nothing) {
     EXPECT_TRUE(std::holds_alternative<unknown_name>(names.find_collection("A")));
 }
 
-TEST(catalog, stays_quick_with_many_attributes) {
+TEST(catalog, finds_each_of_many_attributes_quickly) {
     std::vector<std::string> ids;
     std::vector<std::string> full_names;
     std::vector<const char*> id_texts;

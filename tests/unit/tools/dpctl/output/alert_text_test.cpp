@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -35,7 +34,7 @@ sysipc::message service_alert(std::uint32_t id, fm::command::alerts alert, unsig
     return content;
 }
 
-// Of any kind, with its parameters.
+// A message of any kind, with its parameters.
 sysipc::message plain(unsigned char source, int kind, const std::vector<unsigned char>& bytes) {
     sysipc::message content(buffer_size);
     content.set_source(source);
@@ -49,7 +48,7 @@ std::string line_of(int queue, sysipc::message content) {
     return to_line(read_alert(queue, content));
 }
 
-TEST(alert_text, names_the_alerts_of_plugins) {
+TEST(read_alert, names_the_alerts_of_plugins) {
     using dp::command::alerts;
     EXPECT_EQ(line_of(8, plugin_alert(1, alerts::settings_changed, 2)),
               "queue 8  plugin 1  settings_changed  value 2  (2 settings changed)");
@@ -58,36 +57,36 @@ TEST(alert_text, names_the_alerts_of_plugins) {
     EXPECT_EQ(line_of(8, plugin_alert(1, alerts::settings_changed, 255)),
               "queue 8  plugin 1  settings_changed  value 255  (255 or more settings changed)");
     EXPECT_EQ(line_of(8, plugin_alert(3, alerts::persist_failed, ENOSPC)),
-              "queue 8  plugin 3  persist_failed  value 28  (settings could not be kept: " +
+              "queue 8  plugin 3  persist_failed  value 28  (settings could not be saved: " +
                   std::string(std::strerror(ENOSPC)) + ")");
     EXPECT_EQ(line_of(8, plugin_alert(1, alerts::bios_updated, 0)),
-              "queue 8  plugin 1  bios_updated  value 0  (another template is in place)");
+              "queue 8  plugin 1  bios_updated  value 0  (the template was replaced)");
     EXPECT_EQ(line_of(8, plugin_alert(1, alerts::server_restarted, 0)),
               "queue 8  plugin 1  server_restarted  value 0  (pending values became current)");
 }
 
-TEST(alert_text, names_the_alerts_to_the_firmware_manager) {
+TEST(read_alert, names_the_alerts_to_the_firmware_manager) {
     using fm::command::alerts;
     EXPECT_EQ(line_of(3, service_alert(0, alerts::bios_updated, 0)),
-              "queue 3  service  bios_updated  value 0  (another template is in place)");
+              "queue 3  service  bios_updated  value 0  (the template was replaced)");
     EXPECT_EQ(line_of(3, service_alert(7, alerts::server_restarted, 9)),
               "queue 3  service 7  server_restarted  value 9  (pending values became current)");
 }
 
-TEST(alert_text, shows_unknown_alerts_as_numbers) {
+TEST(read_alert, shows_unknown_alerts_as_numbers) {
     EXPECT_EQ(line_of(8, plugin_alert(1, static_cast<dp::command::alerts>(77), 5)),
               "queue 8  plugin 1  alert 77  value 5");
     EXPECT_EQ(line_of(3, service_alert(0, static_cast<fm::command::alerts>(65535), 5)),
               "queue 3  service  alert 65535  value 5");
 }
 
-TEST(alert_text, shows_the_parameters_of_application_alerts) {
+TEST(read_alert, shows_the_parameters_of_application_alerts) {
     EXPECT_EQ(line_of(5, plain(9, 11, {4, 200})),
               "queue 5  source 9  kind 11  detail 4  value 200");
     EXPECT_EQ(line_of(5, plain(9, 16, {200})), "queue 5  source 9  kind 16  value 200");
 }
 
-TEST(alert_text, shows_other_messages_as_bytes) {
+TEST(read_alert, shows_other_messages_as_bytes) {
     EXPECT_EQ(line_of(5, plain(9, 700, {0, 0xAB, 0x1B})),
               "queue 5  source 9  kind 700  bytes 00ab1b");
     EXPECT_EQ(line_of(5, plain(9, 11, {1})), "queue 5  source 9  kind 11  bytes 01");
@@ -97,19 +96,22 @@ TEST(alert_text, shows_other_messages_as_bytes) {
     EXPECT_EQ(line_of(5, empty), "queue 5  source 0  kind 0");
 }
 
-TEST(alert_text, makes_documents) {
+std::string written(const alert_text& alert) {
+    return to_text(to_json(alert), dp_support::json_layout::one_line);
+}
+
+TEST(to_json, describes_an_alert_for_a_program) {
     auto content = plugin_alert(1, dp::command::alerts::settings_changed, 2);
-    EXPECT_EQ(to_json(read_alert(8, content)),
-              nlohmann::ordered_json::parse(
-                  R"({"queue": 8, "kind": 1, "from": "plugin 1", "alert": "settings_changed",
-                      "value": 2, "meaning": "2 settings changed"})"));
+    EXPECT_EQ(written(read_alert(8, content)),
+              R"({"queue":8,"kind":1,"from":"plugin 1","alert":"settings_changed",)"
+              R"("value":2,"meaning":"2 settings changed"})");
     auto detailed = plain(9, 11, {4, 200});
-    EXPECT_EQ(to_json(read_alert(5, detailed)),
-              nlohmann::ordered_json::parse(
-                  R"({"queue": 5, "kind": 11, "from": "source 9", "alert": "kind 11",
-                      "detail": 4, "value": 200})"));
+    EXPECT_EQ(written(read_alert(5, detailed)),
+              R"({"queue":5,"kind":11,"from":"source 9","alert":"kind 11",)"
+              R"("detail":4,"value":200})");
     auto other = plain(9, 700, {7});
-    EXPECT_EQ(to_json(read_alert(5, other))["bytes"], "07");
+    EXPECT_EQ(written(read_alert(5, other)),
+              R"({"queue":5,"kind":700,"from":"source 9","alert":"kind 700","bytes":"07"})");
 }
 
 }  // namespace

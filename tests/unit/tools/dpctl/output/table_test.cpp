@@ -23,7 +23,7 @@ TEST(table, aligns_columns_under_their_headings) {
               "A          x\n");
 }
 
-TEST(table, has_no_blanks_at_the_end_of_a_line) {
+TEST(table, has_no_spaces_at_the_end_of_a_line) {
     table rows({"A", "B", "C"});
     rows.add({"1", "", ""});
     rows.add({"", "", "3"});
@@ -33,7 +33,7 @@ TEST(table, has_no_blanks_at_the_end_of_a_line) {
               "      3\n");
 }
 
-TEST(table, counts_columns_and_not_bytes) {
+TEST(table, counts_terminal_columns_not_bytes) {
     table rows({"NAME", "VALUE"});
     rows.add({"Größe", "1"});
     rows.add({"起動順", "2"});
@@ -49,7 +49,7 @@ TEST(table, shows_no_raw_control_bytes) {
     EXPECT_EQ(written(rows), "NAME\na\\x1b[31m\\x0ab\n");
 }
 
-TEST(table, lets_a_very_wide_cell_push_only_its_own_row) {
+TEST(table, shifts_only_the_row_of_a_very_wide_cell) {
     const std::string wide(table::widest_column + 1, 'x');
     table rows({"NAME", "VALUE"});
     rows.add({wide, "1"});
@@ -57,11 +57,11 @@ TEST(table, lets_a_very_wide_cell_push_only_its_own_row) {
     EXPECT_EQ(written(rows), "NAME  VALUE\n" + wide + "  1\nA     2\n");
 }
 
-TEST(table, of_no_rows_is_its_headings) {
+TEST(table, writes_the_headings_without_rows) {
     EXPECT_EQ(written(table({"A", "B"})), "A  B\n");
 }
 
-TEST(table, fills_a_short_row_up) {
+TEST(table, accepts_a_row_with_missing_cells) {
     table rows({"A", "B"});
     rows.add({"1"});
     EXPECT_EQ(written(rows), "A  B\n1\n");

@@ -7,6 +7,7 @@
 namespace dpctl {
 namespace {
 
+using dp_support::json_layout;
 using kind = status_record::kind;
 
 status_record parse(std::string_view line) {
@@ -15,7 +16,7 @@ status_record parse(std::string_view line) {
     return record.value_or(status_record{});
 }
 
-TEST(status_record, reads_every_kind) {
+TEST(status_record, parses_every_kind) {
     const auto first = parse("<dp-status> 0001 DP.MESSAGE init ");
     EXPECT_TRUE(first.is_first());
     const auto working = parse("<T> 00ff DP.WORKING -7");
@@ -38,7 +39,7 @@ TEST(status_record, reads_every_kind) {
     EXPECT_EQ(outfile.text, "/tmp/an answer");
 }
 
-TEST(status_record, reads_names_and_texts_with_blanks) {
+TEST(status_record, parses_names_and_texts_with_spaces) {
     const auto error = parse("<a> b> 0003 DP.ERROR a command  of words 18");
     EXPECT_EQ(error.transaction, "a> b");
     EXPECT_EQ(error.text, "a command  of words");
@@ -47,7 +48,7 @@ TEST(status_record, reads_names_and_texts_with_blanks) {
     EXPECT_EQ(parse("<T> 0003 DP.MESSAGE a> 0004 DP.WORKING 1").what, kind::message);
 }
 
-TEST(status_record, refuses_what_is_no_record) {
+TEST(status_record, refuses_other_lines) {
     for (const char* const line : {"",
                                    "<",
                                    "<T>",
@@ -75,51 +76,53 @@ TEST(status_record, refuses_what_is_no_record) {
     }
 }
 
-TEST(status_record, leaves_out_foreign_lines_and_a_torn_end) {
+TEST(read_records, ignores_foreign_lines_and_an_incomplete_last_line) {
     const auto content = read_records(
         "half a line\n\n<T> 0002 DP.WORKING 0\n<T> 0003 DP.NEW x\n<T> 0004 DP.DONE 0 1");
     ASSERT_EQ(content.records.size(), 1U);
     EXPECT_EQ(content.records[0].line, "<T> 0002 DP.WORKING 0");
     EXPECT_EQ(content.foreign_lines, 2U);
-    EXPECT_TRUE(content.is_torn);
-    EXPECT_FALSE(read_records("").is_torn);
-    EXPECT_FALSE(read_records("<T> 0002 DP.WORKING 0\n").is_torn);
+    EXPECT_TRUE(content.is_incomplete);
+    EXPECT_FALSE(read_records("").is_incomplete);
+    EXPECT_FALSE(read_records("<T> 0002 DP.WORKING 0\n").is_incomplete);
 }
 
-TEST(status_record, tells_totals_in_words) {
+TEST(describe_totals, counts_failed_or_succeeded_commands) {
     EXPECT_EQ(describe_totals(parse("<T> 0004 DP.DONE 0 3 0")), "all 3 commands succeeded");
     EXPECT_EQ(describe_totals(parse("<T> 0004 DP.DONE 0 1 0")), "the command succeeded");
-    EXPECT_EQ(describe_totals(parse("<T> 0004 DP.DONE 0 0 0")),
-              "there was no command to carry out");
+    EXPECT_EQ(describe_totals(parse("<T> 0004 DP.DONE 0 0 0")), "there were no commands");
     EXPECT_EQ(describe_totals(parse("<T> 0004 DP.DONE 1 2 1")), "1 of 3 commands failed");
     EXPECT_EQ(describe_totals(parse("<T> 0004 DP.DONE 1 0 1")), "1 of 1 command failed");
     EXPECT_EQ(describe_totals(parse("<T> 0004 DP.DONE 1 2147483647 2147483647")),
               "2147483647 of 4294967294 commands failed");
 }
 
-TEST(status_record, is_a_line_for_people) {
-    EXPECT_EQ(to_line(parse("<dp-status> 0001 DP.MESSAGE init ")), "the status file begins");
-    EXPECT_EQ(to_line(parse("<T> 0002 DP.WORKING 0")), "T: at work, step 0");
+TEST(to_line, describes_a_record_for_a_person) {
+    EXPECT_EQ(to_line(parse("<dp-status> 0001 DP.MESSAGE init ")), "start of the status file");
+    EXPECT_EQ(to_line(parse("<T> 0002 DP.WORKING 0")), "T: running, step 0");
     EXPECT_EQ(to_line(parse("<T> 0003 DP.ERROR A.B 55")),
               "T: A.B failed: it is read-only (status 55)");
     EXPECT_EQ(to_line(parse("<T> 0003 DP.ERROR A.B -1")),
-              "T: A.B failed: for a reason that dpctl does not know (status -1)");
+              "T: A.B failed: the reason is not known to dpctl (status -1)");
     EXPECT_EQ(to_line(parse("<T> 0004 DP.MESSAGE A.B \"x\"")), "T: message A.B \"x\"");
     EXPECT_EQ(to_line(parse("<T> 0005 DP.OUTFILE /a b")), "T: the answer is in /a b");
-    EXPECT_EQ(to_line(parse("<T> 0006 DP.DONE 1 2 1")), "T: over, 1 of 3 commands failed");
+    EXPECT_EQ(to_line(parse("<T> 0006 DP.DONE 1 2 1")), "T: finished, 1 of 3 commands failed");
 }
 
-TEST(status_record, is_a_document_for_programs) {
+TEST(to_json, describes_a_record_for_a_program) {
     using nlohmann::json;
-    EXPECT_EQ(json(to_json(parse("<T> 000a DP.ERROR A.B 55"))),
+    const auto document = [](const char* line) {
+        return json::parse(to_text(to_json(parse(line)), json_layout::one_line));
+    };
+    EXPECT_EQ(document("<T> 000a DP.ERROR A.B 55"),
               json::parse(R"({"transaction": "T", "sequence": 10, "record": "error",
                   "name": "A.B", "status": 55, "reason": "it is read-only"})"));
-    EXPECT_EQ(json(to_json(parse("<T> 0006 DP.DONE 1 2 1"))),
+    EXPECT_EQ(document("<T> 0006 DP.DONE 1 2 1"),
               json::parse(R"({"transaction": "T", "sequence": 6, "record": "done",
                   "failed": true, "succeeded_commands": 2, "failed_commands": 1})"));
-    EXPECT_EQ(to_json(parse("<T> 0002 DP.WORKING 4"))["step"], 4);
-    EXPECT_EQ(to_json(parse("<T> 0002 DP.OUTFILE f"))["file"], "f");
-    EXPECT_EQ(to_json(parse("<T> 0002 DP.MESSAGE a b"))["text"], "a b");
+    EXPECT_EQ(document("<T> 0002 DP.WORKING 4")["step"], 4);
+    EXPECT_EQ(document("<T> 0002 DP.OUTFILE f")["file"], "f");
+    EXPECT_EQ(document("<T> 0002 DP.MESSAGE a b")["text"], "a b");
 }
 
 }  // namespace

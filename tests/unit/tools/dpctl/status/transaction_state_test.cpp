@@ -10,6 +10,7 @@
 namespace dpctl {
 namespace {
 
+using dp_support::json_layout;
 using testing::ElementsAre;
 using testing::SizeIs;
 
@@ -17,7 +18,7 @@ transaction_state state_of(const std::string& text) {
     return summarize(read_records(text).records);
 }
 
-TEST(transaction_state, reads_what_the_library_writes) {
+TEST(summarize, understands_what_the_library_writes) {
     const std::string file = test::root() + "/status";
     dp::process_log log(file, false);
     EXPECT_FALSE(state_of(test::read_file(file)).is_known);
@@ -26,23 +27,23 @@ TEST(transaction_state, reads_what_the_library_writes) {
     auto state = state_of(test::read_file(file));
     EXPECT_TRUE(state.is_known);
     EXPECT_EQ(state.name, "cim-0");
-    EXPECT_EQ(describe_progress(state), "at work, step 1");
+    EXPECT_EQ(describe_progress(state), "running, step 1");
     log.log_error("cim-0", "A.B", 16);
     log.log_error("cim-0", "A.C.1", 55);
     log.log_message("cim-0", "A.C.1", "\"x \"y\"\"");
     log.log_outfile("cim-0", "/tmp/dp/batch.out");
     log.log_done("cim-0", 1, 3, 2);
     state = state_of(test::read_file(file));
-    EXPECT_EQ(describe_progress(state), "over, 2 of 5 commands failed");
+    EXPECT_EQ(describe_progress(state), "finished, 2 of 5 commands failed");
     EXPECT_EQ(state.outfile, "/tmp/dp/batch.out");
     ASSERT_THAT(state.failed, SizeIs(2));
     EXPECT_EQ(state.failed[0].output, std::nullopt);
     EXPECT_EQ(explain_failure(state.failed[1]), "it is read-only; its output value is \"x \"y\"\"");
-    EXPECT_EQ(state.untold_failures(), 0);
+    EXPECT_EQ(state.missing_failures(), 0);
     EXPECT_FALSE(state.is_pruned);
 }
 
-TEST(transaction_state, counts_the_failures_that_the_file_lost) {
+TEST(transaction_state, counts_failures_that_are_missing_in_the_file) {
     const std::string file = test::root() + "/status";
     dp::process_log log(file, false);
     log.log_working("cim-0", 0);
@@ -55,11 +56,11 @@ TEST(transaction_state, counts_the_failures_that_the_file_lost) {
     EXPECT_TRUE(state.is_pruned);
     EXPECT_EQ(state.step, std::nullopt);
     EXPECT_EQ(state.failed.back().name, "Collection.Attribute.299");
-    EXPECT_GT(state.untold_failures(), 0);
-    EXPECT_EQ(state.untold_failures() + static_cast<std::int64_t>(state.failed.size()), failures);
+    EXPECT_GT(state.missing_failures(), 0);
+    EXPECT_EQ(state.missing_failures() + static_cast<std::int64_t>(state.failed.size()), failures);
 }
 
-TEST(transaction_state, is_that_of_the_last_transaction) {
+TEST(summarize, describes_the_last_transaction) {
     const auto state = state_of(
         "<A> 0002 DP.WORKING 0\n<A> 0003 DP.ERROR x 1\n<A> 0004 DP.DONE 1 0 1\n"
         "<A> 0005 DP.WORKING 0\n<B> 0006 DP.WORKING 3\n<B> 0007 DP.MESSAGE a word\n");
@@ -71,7 +72,7 @@ TEST(transaction_state, is_that_of_the_last_transaction) {
     EXPECT_FALSE(state.done.has_value());
 }
 
-TEST(transaction_state, keeps_messages_that_are_no_output_values) {
+TEST(summarize, keeps_messages_that_are_not_output_values) {
     const auto state = state_of(
         "<A> 0002 DP.ERROR x 1\n<A> 0003 DP.MESSAGE x y\n<A> 0004 DP.MESSAGE x \"\n"
         "<A> 0005 DP.MESSAGE x \"\"\n<A> 0006 DP.MESSAGE x \"2\"\n");
@@ -79,15 +80,18 @@ TEST(transaction_state, keeps_messages_that_are_no_output_values) {
     EXPECT_EQ(state.failed.at(0).output, "");
 }
 
-TEST(transaction_state, is_a_document_for_programs) {
+TEST(to_json, describes_a_transaction_for_a_program) {
     using nlohmann::json;
-    EXPECT_EQ(json(to_json(state_of("<A> 0002 DP.WORKING 0\n<A> 0003 DP.ERROR x 55\n"
-                                    "<A> 0004 DP.DONE 1 4 1\n"))),
+    const auto document = [](const std::string& text) {
+        return json::parse(to_text(to_json(state_of(text)), json_layout::one_line));
+    };
+    EXPECT_EQ(document("<A> 0002 DP.WORKING 0\n<A> 0003 DP.ERROR x 55\n"
+                       "<A> 0004 DP.DONE 1 4 1\n"),
               json::parse(R"({"transaction": "A", "over": true, "step": 0,
                   "succeeded_commands": 4, "failed_commands": 1, "outfile": null,
                   "earlier_transactions": 0, "pruned": true, "messages": [], "failed": [
                   {"name": "x", "status": 55, "reason": "it is read-only", "output": null}]})"));
-    const auto nothing = to_json(state_of(""));
+    const json nothing = document("");
     EXPECT_EQ(nothing["transaction"], nullptr);
     EXPECT_EQ(nothing["over"], false);
     EXPECT_EQ(nothing["pruned"], false);

@@ -1,0 +1,334 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/system/tools/tool_test.hpp"
+
+namespace {
+
+using test::program_result;
+using test::run_program;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+class dp_server : public test::tool_test {};
+
+program_result install(const std::vector<std::string>& more = {}) {
+    std::vector<std::string> arguments{"install", "--template", "u.efi",    "--settings",
+                                       "s.txt",   "--build-id", "HLD-1.4.2"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return run_program("dp-server", arguments);
+}
+
+TEST_F(dp_server, install_sets_up_a_server) {
+    compile(test::sample_registry);
+    std::filesystem::remove_all(path("var"));
+    std::filesystem::remove_all(path("tmp"));
+    const auto result = install();
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_EQ(result.out, "installed a server with BIOS HLD-1.4.2\n");
+    EXPECT_EQ(read("var/dp/uefi_template.efi"), read("u.efi"));
+    EXPECT_EQ(read("var/dp/uefi_settings.txt"), read("s.txt"));
+    EXPECT_EQ(read("var/dp/uefi_current.txt"), read("s.txt"));
+    EXPECT_EQ(run_program("sysvpd", {"-g", "UEFIID"}).out, "HLD-1.4.2\n");
+    struct stat status {};
+    for (const char* folder : {"var/dp", "tmp/dp"}) {
+        ASSERT_EQ(stat(path(folder).c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 0777U, 0700U) << folder;
+    }
+    EXPECT_THAT(temporary_files("var/dp"), IsEmpty());
+}
+
+TEST_F(dp_server, install_replaces_a_server_only_on_request) {
+    compile(test::sample_registry);
+    ASSERT_EQ(install().exit_code, 0);
+    write("c.txt", "0 0 uefi set Boot.BootMode \"LegacyBios\" \"\" \n");
+    const auto refused = install({"--current", "c.txt"});
+    EXPECT_EQ(refused.exit_code, 1);
+    EXPECT_THAT(refused.err, HasSubstr("a server is already installed"));
+    EXPECT_EQ(read("var/dp/uefi_current.txt"), read("s.txt"));
+    EXPECT_EQ(install({"--current", "c.txt", "--replace"}).exit_code, 0);
+    EXPECT_EQ(read("var/dp/uefi_current.txt"), read("c.txt"));
+}
+
+TEST_F(dp_server, install_removes_the_expansion_of_an_earlier_template) {
+    compile(test::sample_registry);
+    ASSERT_EQ(install().exit_code, 0);
+    for (const char* text : {"tmp/dp/uefi_info.txt", "tmp/dp/uefi_configs.txt"}) {
+        write(text, "of the first template, written while the clock was ahead");
+    }
+    ASSERT_EQ(install({"--replace"}).exit_code, 0);
+    EXPECT_FALSE(exists("tmp/dp/uefi_info.txt"));
+    EXPECT_FALSE(exists("tmp/dp/uefi_configs.txt"));
+}
+
+TEST_F(dp_server, install_is_refused_while_a_service_runs) {
+    compile(test::sample_registry);
+    ASSERT_EQ(install().exit_code, 0);
+    const std::string bios = read("var/dp/uefi_template.efi");
+    // A service keeps this lock as long as it runs.
+    const int service = open(path("var/dp/dp_settingsd.lock").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_GE(service, 0);
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    ASSERT_EQ(fcntl(service, F_SETLK, &lock), 0);
+    compile(test::updated_sample_registry);
+    const auto refused = install({"--replace"});
+    EXPECT_EQ(refused.exit_code, 1);
+    EXPECT_EQ(refused.err, "dp-server: install: dp_settingsd is running; stop it first\n");
+    EXPECT_EQ(read("var/dp/uefi_template.efi"), bios);
+    close(service);
+    EXPECT_EQ(install({"--replace"}).exit_code, 0);
+    EXPECT_NE(read("var/dp/uefi_template.efi"), bios);
+}
+
+TEST_F(dp_server, install_checks_every_part_first) {
+    compile(test::sample_registry);
+    write("garbage", "garbage");
+    write("no_configuration", "id:A\x95\xA7\n");
+    write("empty", "");
+    write("get", "0 0 uefi get A.B \"\" \"\"\n");
+    const auto with = [](const std::string& bios, const std::string& settings) {
+        return run_program("dp-server", {"install", "--template", bios, "--settings", settings,
+                                         "--build-id", "1"});
+    };
+    for (const char* bad : {"garbage", "no_configuration", "empty", "missing", "tmp"}) {
+        const auto result = with(bad, "s.txt");
+        EXPECT_EQ(result.exit_code, 1) << bad;
+        EXPECT_THAT(result.err, StartsWith(std::string("dp-server: install: ") + bad));
+    }
+    for (const char* bad : {"garbage", "empty", "get", "missing", "tmp"}) {
+        const auto result = with("u.efi", bad);
+        EXPECT_EQ(result.exit_code, 1) << bad;
+        EXPECT_THAT(result.err, StartsWith(std::string("dp-server: install: ") + bad));
+    }
+    EXPECT_FALSE(exists("var/dp/uefi_template.efi"));
+    EXPECT_EQ(run_program("dp-server", {"install", "--template", "u.efi", "--settings", "s.txt",
+                                        "--build-id", "two\nlines"})
+                  .exit_code,
+              2);
+}
+
+TEST_F(dp_server, install_refuses_a_folder_that_is_a_symlink) {
+    compile(test::sample_registry);
+    std::filesystem::remove_all(path("tmp/dp"));
+    std::filesystem::create_directory(path("elsewhere"));
+    std::filesystem::create_directory_symlink(path("elsewhere"), path("tmp/dp"));
+    const auto result = install();
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_THAT(result.err, HasSubstr("tmp/dp: is not a folder"));
+    EXPECT_FALSE(exists("var/dp/uefi_template.efi"));
+}
+
+/// Stands in for the settings service: removes requests and answers them.
+class fake_service {
+  public:
+    explicit fake_service(std::function<void(const std::string&)> answer)
+        : answer_(std::move(answer)), thread_([this] { run(); }) {}
+    ~fake_service() {
+        stop_ = true;
+        thread_.join();
+    }
+    fake_service(const fake_service&) = delete;
+    fake_service& operator=(const fake_service&) = delete;
+
+    /// Whether there was a request.
+    [[nodiscard]] bool has_request() const { return has_request_; }
+
+    static void write_answer(const std::string& text) {
+        test::write_file(test::root() + "/tmp/dp/answer", text);
+        std::filesystem::rename(test::root() + "/tmp/dp/answer",
+                                test::root() + "/tmp/dp/server.out");
+    }
+
+  private:
+    void run() {
+        const std::string request = test::root() + "/tmp/dp/server";
+        while (!stop_) {
+            if (std::filesystem::exists(request)) {
+                const std::string text = test::read_file(request);
+                // Its sender may give up and remove it meanwhile.
+                if (std::filesystem::remove(request)) {
+                    has_request_ = true;
+                    answer_(text);
+                }
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    }
+
+    std::function<void(const std::string&)> answer_;
+    std::atomic<bool> stop_ = false;
+    std::atomic<bool> has_request_ = false;
+    std::thread thread_;
+};
+
+TEST_F(dp_server, restart_waits_for_the_answer) {
+    std::string request;
+    program_result result;
+    write("tmp/dp/server.out", "1 an old answer\n");
+    {
+        const fake_service service([&](const std::string& text) {
+            request = text;
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+            fake_service::write_answer("0\n");
+        });
+        result = run_program("dp-server", {"restart"});
+    }
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_EQ(result.out, "restarted: the pending values are current now\n");
+    EXPECT_EQ(request, "restart\n");
+}
+
+TEST_F(dp_server, reports_a_refusal_with_its_reason) {
+    program_result result;
+    {
+        const fake_service service(
+            [](const std::string&) { fake_service::write_answer("56 the disk is full\n"); });
+        result = run_program("dp-server", {"restart"});
+    }
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "dp-server: restart: the disk is full (status 56)\n");
+}
+
+TEST_F(dp_server, waits_for_a_complete_answer) {
+    program_result result;
+    {
+        const fake_service service([](const std::string&) {
+            fake_service::write_answer("0");
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+            fake_service::write_answer("05 no\n");
+        });
+        result = run_program("dp-server", {"restart"});
+    }
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_THAT(result.err, HasSubstr("no (status 05)"));
+}
+
+TEST_F(dp_server, update_stores_its_parts_before_the_request) {
+    compile(test::updated_sample_registry);
+    std::string request;
+    std::string bios;
+    std::string build_id;
+    program_result result;
+    {
+        const fake_service service([&](const std::string& text) {
+            request = text;
+            bios = read("var/dp/update/uefi_template.efi");
+            build_id = read("var/dp/update/build_id");
+            fake_service::write_answer("0\n");
+        });
+        result =
+            run_program("dp-server", {"update", "--template", "u.efi", "--build-id", "HLD 1.5.0"});
+    }
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_EQ(result.out, "updated the BIOS to HLD 1.5.0\n");
+    EXPECT_EQ(request, "update\n");
+    EXPECT_EQ(bios, read("u.efi"));
+    EXPECT_EQ(build_id, "HLD 1.5.0\n");
+}
+
+TEST_F(dp_server, gives_up_if_the_request_is_not_accepted) {
+    const auto result = run_program("dp-server", {"restart", "--timeout", "0.2"});
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_THAT(result.err, HasSubstr("is dp_settingsd running?"));
+    // A service that starts later must not restart the server unexpectedly.
+    EXPECT_FALSE(exists("tmp/dp/server"));
+}
+
+TEST_F(dp_server, gives_up_without_an_answer) {
+    program_result result;
+    {
+        const fake_service service([](const std::string&) {});
+        // A busy machine may need longer to accept the request.
+        for (int timeout = 1; timeout <= 64 && !service.has_request(); timeout *= 4) {
+            result = run_program("dp-server", {"restart", "--timeout", std::to_string(timeout)});
+        }
+    }
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_THAT(result.err, HasSubstr("accepted the request but did not answer"));
+}
+
+TEST_F(dp_server, runs_one_request_at_a_time) {
+    std::atomic<int> running = 0;
+    std::atomic<int> overlapping = 0;
+    std::atomic<int> done = 0;
+    {
+        const fake_service service([&](const std::string&) {
+            if (++running > 1) {
+                ++overlapping;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            --running;
+            fake_service::write_answer("0\n");
+        });
+        std::vector<std::thread> operators;
+        for (int i = 0; i < 4; ++i) {
+            operators.emplace_back(
+                [&] { done += run_program("dp-server", {"restart"}).exit_code == 0 ? 1 : 0; });
+        }
+        for (auto& thread : operators) {
+            thread.join();
+        }
+    }
+    EXPECT_EQ(overlapping, 0);
+    EXPECT_EQ(done, 4);
+}
+
+TEST_F(dp_server, fails_without_the_exchange_folder_or_a_readable_template) {
+    const auto update =
+        run_program("dp-server", {"update", "--template", "missing", "--build-id", "1"});
+    EXPECT_EQ(update.exit_code, 1);
+    EXPECT_THAT(update.err, HasSubstr("missing: No such file"));
+    EXPECT_FALSE(exists("tmp/dp/server"));
+    std::filesystem::remove_all(path("tmp/dp"));
+    const auto restart = run_program("dp-server", {"restart"});
+    EXPECT_EQ(restart.exit_code, 1);
+    EXPECT_THAT(restart.err, HasSubstr("is dp_settingsd running?"));
+}
+
+TEST_F(dp_server, does_not_use_folders_of_other_users) {
+    if (geteuid() != 0 || !unprivileged_user_can_run("dp-server")) {
+        GTEST_SKIP() << "needs root, to act as two users";
+    }
+    chmod(path("tmp").c_str(), 0755);
+    chmod(path("tmp/dp").c_str(), 0777);
+    const auto result = test::run_program_unprivileged("dp-server", {"restart"});
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_THAT(result.err, HasSubstr("belongs to user 0, not to user 65534"));
+    EXPECT_FALSE(exists("tmp/dp/server"));
+}
+
+TEST_F(dp_server, distinguishes_wrong_usage_from_failure) {
+    for (const auto& arguments :
+         std::vector<std::vector<std::string>>{{},
+                                               {"explode"},
+                                               {"restart", "now"},
+                                               {"restart", "--timeout", "soon"},
+                                               {"restart", "--timeout", "-1"},
+                                               {"restart", "--timeout", "nan"},
+                                               {"update", "--build-id", "1"},
+                                               {"update", "--template", "u.efi"},
+                                               {"update", "--template", "u.efi", "--build-id", ""},
+                                               {"install", "--template", "u.efi"},
+                                               {"restart", "update"}}) {
+        EXPECT_EQ(run_program("dp-server", arguments).exit_code, 2);
+    }
+    for (const char* command : {"install", "restart", "update"}) {
+        EXPECT_EQ(run_program("dp-server", {command, "--help"}).exit_code, 0);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,267 @@
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "service_api/service_status.hpp"
+#include "tests/support/program.hpp"
+#include "tests/support/scratch_files.hpp"
+#include "tests/system/tools/dpctl/dpctl_json.hpp"
+#include "tests/system/tools/dpctl/fake_service.hpp"
+#include "tests/system/tools/dpctl/server_files.hpp"
+
+namespace {
+
+namespace service_status = dp_service::service_status;
+using nlohmann::json;
+using test::batch_command;
+using test::dpctl;
+using test::dpctl_json;
+using test::program_result;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class dpctl_set : public testing::Test {
+  protected:
+    dpctl_set() { server_.install(test::sample_settings()); }
+
+    test::server_files server_;
+};
+
+class dpctl_reset : public dpctl_set {};
+
+TEST_F(dpctl_set, changes_several_settings_in_one_batch) {
+    const test::fake_service service(3, test::accept_all);
+    const auto result = dpctl({"set", "Boot.Mode=Fast Boot", "Delay=15", "Boot.Order.2=A, B"});
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_EQ(result.out,
+              "Boot.Mode: Legacy -> Fast Boot, pending until the server restarts\n"
+              "Boot.Delay: 10 -> 15, pending until the server restarts\n"
+              "Boot.Order.2: Net -> A, B, pending until the server restarts\n");
+    EXPECT_EQ(result.err, "dpctl: waiting for the settings service, at most about 60 s\n");
+    ASSERT_THAT(service.batches(), SizeIs(1));
+    EXPECT_EQ(service.batches()[0][0].operation, "set");
+    EXPECT_EQ(service.batches()[0][2].name, "Boot.Order.2");
+    EXPECT_EQ(service.batches()[0][2].value, "A, B");
+}
+
+TEST_F(dpctl_set, reports_a_change_back_to_the_current_value) {
+    const test::fake_service service(1, test::accept_all);
+    EXPECT_EQ(dpctl({"set", "Boot.Mode=UEFI"}).out,
+              "Boot.Mode: Legacy -> UEFI, same as the current value\n");
+}
+
+TEST_F(dpctl_set, reports_refused_changes_and_makes_the_others) {
+    const test::fake_service service(3, [](const std::vector<batch_command>& commands) {
+        test::store_pending({{"Boot.Delay", "15"}, {"Boot.Tag", "Rack 7"}});
+        return test::answer_line(commands[0], service_status::not_a_choice) +
+               test::answer_line(commands[1], 0) + test::answer_line(commands[2], 0);
+    });
+    const json result = dpctl_json({"set", "Boot.Mode=Foo", "Boot.Delay=15", "Boot.Tag=Rack 7"}, 1);
+    EXPECT_EQ(result["errors"],
+              json::parse(R"(["Boot.Mode: \"Foo\" is not one of Legacy, UEFI, Fast Boot"])"));
+    EXPECT_EQ(result["settings"][0],
+              json::parse(R"({"name": "Boot.Mode", "requested": "Foo", "outcome": "refused",
+                  "message": "\"Foo\" is not one of Legacy, UEFI, Fast Boot", "previous": "Legacy",
+                  "pending": "Legacy", "current": "UEFI", "truncated": false, "status": 48})"));
+    EXPECT_EQ(result["settings"][1]["outcome"], "changed");
+    EXPECT_EQ(result["settings"][1]["previous"], "10");
+    EXPECT_EQ(result["settings"][1]["pending"], "15");
+    EXPECT_EQ(result["settings"][2]["outcome"], "changed");
+    EXPECT_GT(result["waited_seconds"], 0);
+}
+
+TEST_F(dpctl_set, does_not_mistake_an_empty_answer_for_success) {
+    const test::fake_service service(1, [](const auto&) { return std::string(); });
+    const auto result = dpctl({"set", "Boot.Mode=UEFI"});
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_THAT(result.err,
+                HasSubstr("Boot.Mode: the settings service reported no failure, but the pending "
+                          "value in " +
+                          test::root() + "/var/dp/uefi_settings.txt is still Legacy\n"));
+    EXPECT_THAT(result.out, IsEmpty());
+}
+
+TEST_F(dpctl_set, does_not_mistake_a_missing_line_of_the_answer_for_success) {
+    const test::fake_service service(2, [](const std::vector<batch_command>& commands) {
+        return test::answer_line(commands[0], service_status::not_persisted);
+    });
+    const json result = dpctl_json({"set", "Boot.Mode=UEFI", "Boot.Delay=15"}, 1);
+    EXPECT_EQ(result["settings"][0]["outcome"], "refused");
+    EXPECT_EQ(result["settings"][1]["outcome"], "unconfirmed");
+    EXPECT_THAT(result["errors"], SizeIs(2));
+}
+
+TEST_F(dpctl_set, shows_another_spelling_by_the_service) {
+    const test::fake_service service(1, [](const std::vector<batch_command>& commands) {
+        test::store_pending({{"Boot.Tag", "shortened"}});
+        return test::answer_line(commands[0], 0);
+    });
+    EXPECT_EQ(
+        dpctl({"set", "Boot.Tag=SHORTENED BY THE SERVICE"}).out,
+        "Boot.Tag: \"\" -> shortened (requested: \"SHORTENED BY THE SERVICE\"), pending until "
+        "the server restarts\n");
+}
+
+TEST_F(dpctl_set, sends_no_request_for_values_that_are_already_set) {
+    // There is no service, so a request would not be answered.
+    const auto result = dpctl({"set", "Boot.Mode=Legacy", "Boot.Tag="});
+    EXPECT_EQ(result.exit_code, 0);
+    EXPECT_EQ(result.out,
+              "Boot.Mode is already Legacy\n"
+              "Boot.Tag is already \"\"\n");
+    EXPECT_THAT(result.err, IsEmpty());
+    EXPECT_FALSE(std::filesystem::exists(test::root() + "/tmp/dp/batch"));
+    const json document = dpctl_json({"set", "Boot.Mode=Legacy"});
+    EXPECT_EQ(document["settings"][0]["outcome"], "already");
+    EXPECT_EQ(document["waited_seconds"], 0);
+}
+
+TEST_F(dpctl_set, requests_only_values_that_differ) {
+    const test::fake_service service(1, test::accept_all);
+    EXPECT_EQ(dpctl({"set", "Boot.Mode=Legacy", "Boot.Delay=20"}).exit_code, 0);
+    ASSERT_THAT(service.batches(), SizeIs(1));
+    EXPECT_EQ(service.batches()[0][0].name, "Boot.Delay");
+}
+
+TEST_F(dpctl_set, refuses_values_that_a_batch_line_cannot_contain) {
+    const std::vector<std::pair<std::string, std::string>> refused{
+        {"Boot.Tag=a\"b", "double quote"},
+        {"Boot.Tag=a\\b", "backslash"},
+        {"Boot.Tag=a\nb", "control character"},
+        {"Boot.Tag=\x1b[0m", "control character"},
+    };
+    for (const auto& [assignment, reason] : refused) {
+        const auto result = dpctl({"set", assignment, "Boot.Delay=15"});
+        EXPECT_EQ(result.exit_code, 1) << assignment;
+        EXPECT_THAT(result.err, HasSubstr("Boot.Tag: the value ")) << assignment;
+        EXPECT_THAT(result.err, HasSubstr(reason)) << assignment;
+        EXPECT_THAT(result.err, HasSubstr("\n  Nothing was changed.\n")) << assignment;
+        EXPECT_FALSE(std::filesystem::exists(test::root() + "/tmp/dp/batch"));
+    }
+    EXPECT_THAT(dpctl({"set", "Boot.Delay=15", "Delay=20"}).err,
+                HasSubstr("Boot.Delay: it is given twice"));
+    EXPECT_THAT(
+        dpctl({"set", "Boot.Order=Net"}).err,
+        HasSubstr("Boot.Order: it has 2 instances; name one of them, for example Boot.Order.1"));
+}
+
+TEST_F(dpctl_set, refuses_a_name_with_a_space) {
+    server_.install({{"Boot.Two Words", {{"type", "5"}}, "a", "a"}});
+    EXPECT_THAT(dpctl({"set", "Boot.Two Words=b"}).err,
+                HasSubstr("Boot.Two Words: the name contains a space"));
+}
+
+TEST_F(dpctl_set, accepts_values_that_look_like_options_or_lists) {
+    const test::fake_service service(1, test::accept_all);
+    for (const char* const value : {"--json", "-1", "[a,b]", "a=b", "{}", "++", "%s%n"}) {
+        EXPECT_EQ(dpctl({"set", std::string("Boot.Tag=") + value}).exit_code, 0) << value;
+        EXPECT_EQ(dpctl({"get", "Boot.Tag"}).out, std::string("Boot.Tag=") + value + '\n');
+    }
+}
+
+TEST_F(dpctl_set, does_not_wait_if_it_cannot_send_the_request) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "needs root, to become a user without rights";
+    }
+    // The template has been expanded, so reading works.
+    test::set_mtime(test::root() + "/var/dp/uefi_template.efi", 1'000'000'000);
+    EXPECT_EQ(dpctl({"list", "Boot"}).exit_code, 0);
+    std::filesystem::permissions(test::root(), std::filesystem::perms(0755));
+    for (const std::vector<std::string>& arguments :
+         std::vector<std::vector<std::string>>{{"set", "Boot.Mode=UEFI"}, {"reset", "Boot"}}) {
+        const auto result = test::run_program_unprivileged("dpctl", arguments);
+        EXPECT_EQ(result.exit_code, 1);
+        EXPECT_EQ(result.err,
+                  "dpctl: cannot send a request to the settings service: cannot write to " +
+                      test::root() +
+                      "/tmp/dp: Permission denied\n"
+                      "  It belongs to the user that runs dp_settingsd.\n"
+                      "  Nothing was changed.\n");
+    }
+}
+
+TEST_F(dpctl_set, makes_two_changes_at_once_one_after_the_other) {
+    const test::fake_service service(1, test::accept_all);
+    program_result first;
+    std::thread other([&] { first = dpctl({"set", "Boot.Delay=20"}); });
+    const auto second = dpctl({"set", "Boot.Tag=Rack 7"});
+    other.join();
+    EXPECT_EQ(first.exit_code, 0) << first.err;
+    EXPECT_EQ(second.exit_code, 0) << second.err;
+    EXPECT_EQ(dpctl({"get", "Boot.Delay", "Boot.Tag"}).out, "Boot.Delay=20\nBoot.Tag=Rack 7\n");
+}
+
+TEST_F(dpctl_reset, sets_the_settings_of_a_collection_to_their_defaults) {
+    test::store_pending({{"Boot.Tag", "Rack 7"}, {"Boot.Serial", "none"}});
+    const test::fake_service service(6, test::accept_all);
+    const auto result = dpctl({"reset", "Boot"});
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_EQ(result.out,
+              "Boot.Mode: Legacy -> UEFI\n"
+              "Boot.Tag: Rack 7 -> \"\"\n"
+              "Boot.Order.2: Net -> Disk\n"
+              "3 settings were reset to the default, pending until the server restarts.\n");
+    EXPECT_EQ(dpctl({"get", "Boot.Mode"}).out, "Boot.Mode=UEFI\n");
+}
+
+TEST_F(dpctl_reset, does_not_fail_because_of_read_only_settings) {
+    const test::fake_service service(6, [](const std::vector<batch_command>& commands) {
+        std::string answer;
+        std::map<std::string, std::string> values;
+        for (const auto& command : commands) {
+            const bool read_only = command.name == "Boot.Serial";
+            answer += test::answer_line(command, read_only ? service_status::read_only : 0);
+            if (!read_only) {
+                values[command.name] = command.value;
+            }
+        }
+        test::store_pending(values);
+        return answer;
+    });
+    const auto result = dpctl({"reset", "Boot"});
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_THAT(result.out,
+                HasSubstr("Boot.Serial: remains S123, it is read-only (default: none)\n"));
+    // Now all defaults are set, so no request is sent.
+    const auto again = dpctl({"reset", "Boot"});
+    EXPECT_EQ(again.exit_code, 0);
+    EXPECT_THAT(again.out, HasSubstr("can be changed already have their default values.\n"));
+    EXPECT_THAT(service.batches(), SizeIs(1));
+}
+
+TEST_F(dpctl_reset, reports_the_settings_that_were_not_reset) {
+    const test::fake_service service(6, [](const std::vector<batch_command>& commands) {
+        test::store_pending({{"Boot.Mode", "UEFI"}});
+        std::string answer;
+        for (const auto& command : commands) {
+            answer += test::answer_line(command, command.name == "Boot.Mode" ? 0 : 56);
+        }
+        return answer;
+    });
+    const json result = dpctl_json({"reset", "Boot"}, 1);
+    ASSERT_THAT(result["settings"], SizeIs(3));
+    EXPECT_EQ(result["settings"][0],
+              json::parse(R"({"name": "Boot.Mode", "outcome": "changed", "default": "UEFI",
+                  "previous": "Legacy", "pending": "UEFI", "truncated": false})"));
+    EXPECT_EQ(result["settings"][1]["outcome"], "read_only");
+    EXPECT_EQ(result["settings"][2]["outcome"], "refused");
+    EXPECT_EQ(
+        result["errors"][0],
+        "Boot.Order.2: the settings service did not reset it, it is still Net (default: Disk)");
+}
+
+TEST_F(dpctl_reset, fails_without_values_to_reset) {
+    test::write_file(test::root() + "/var/dp/uefi_settings.txt", "");
+    const auto result = dpctl({"reset", "Boot"});
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_THAT(result.err, HasSubstr("uefi_settings.txt has no values of collection Boot"));
+}
+
+}  // namespace

@@ -1,0 +1,328 @@
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "tests/support/scratch_files.hpp"
+#include "tests/system/tools/dpctl/dpctl_json.hpp"
+#include "tests/system/tools/dpctl/server_files.hpp"
+
+namespace {
+
+using nlohmann::json;
+using test::dpctl;
+using test::dpctl_json;
+using testing::HasSubstr;
+using testing::Not;
+using testing::SizeIs;
+
+class dpctl_reading : public testing::Test {
+  protected:
+    dpctl_reading() { server_.install(test::sample_settings()); }
+
+    test::server_files server_;
+};
+
+TEST_F(dpctl_reading, lists_collections_with_pending_changes) {
+    EXPECT_EQ(dpctl({"collections"}).out,
+              "COLLECTION  SETTINGS  PENDING RESTART\n"
+              "Boot        6         1\n"
+              "Memory      2         0\n");
+    EXPECT_EQ(dpctl_json({"collections"}), json::parse(R"({"collections": [
+                  {"name": "Boot", "settings": 6, "pending_restart": 1},
+                  {"name": "Memory", "settings": 2, "pending_restart": 0}]})"));
+}
+
+TEST_F(dpctl_reading, lists_settings_with_both_values_and_notes) {
+    EXPECT_EQ(dpctl({"list", "Boot"}).out,
+              "NAME          TYPE         PENDING  CURRENT  NOTES\n"
+              "Boot.Mode     enumeration  Legacy   UEFI     pending restart\n"
+              "Boot.Delay    integer      10       10\n"
+              "Boot.Tag      string       \"\"       \"\"\n"
+              "Boot.Serial   free         S123     S123     read-only\n"
+              "Boot.Order.1  string       Disk     Disk\n"
+              "Boot.Order.2  string       Net      Net\n");
+    const json listed = dpctl_json({"list", "Boot"});
+    EXPECT_EQ(listed["collection"], "Boot");
+    ASSERT_THAT(listed["settings"], SizeIs(6));
+    EXPECT_EQ(listed["settings"][0],
+              json::parse(R"({"name": "Boot.Mode", "type": "enumeration", "read_only": false,
+                  "pending": "Legacy", "current": "UEFI", "truncated": false,
+                  "pending_restart": true})"));
+}
+
+TEST_F(dpctl_reading, marks_nothing_without_a_current_values_file) {
+    std::filesystem::remove(test::root() + "/var/dp/uefi_current.txt");
+    EXPECT_THAT(dpctl({"list", "Boot"}).out, HasSubstr("Boot.Mode     enumeration  Legacy   -\n"));
+    EXPECT_EQ(dpctl_json({"list", "Boot"})["settings"][0]["current"], nullptr);
+}
+
+TEST_F(dpctl_reading, shows_an_attribute) {
+    EXPECT_EQ(dpctl({"show", "Boot.Mode"}).out,
+              "Boot.Mode\n"
+              "  Type             enumeration\n"
+              "  Description      Boot mode\n"
+              "  Help             How the server starts.\n"
+              "  Group            ./Setup/Boot\n"
+              "  Possible values  Legacy, UEFI, Fast Boot\n"
+              "  Default          UEFI\n"
+              "  Pending          Legacy\n"
+              "  Current          UEFI (until the server restarts)\n"
+              "  Read-only        no\n");
+    EXPECT_EQ(dpctl_json({"show", "Boot.Mode"})["attributes"][0],
+              json::parse(R"({"name": "Boot.Mode", "collection": "Boot", "attribute": "Mode",
+                  "type": "enumeration", "description": "Boot mode",
+                  "help": "How the server starts.", "group": "./Setup/Boot",
+                  "possible_values": ["Legacy", "UEFI", "Fast Boot"], "default": "UEFI",
+                  "read_only": false, "settings": [{"name": "Boot.Mode", "pending": "Legacy",
+                  "current": "UEFI", "truncated": false, "pending_restart": true}]})"));
+}
+
+TEST_F(dpctl_reading, shows_the_restrictions_of_each_type) {
+    EXPECT_THAT(dpctl({"show", "Boot.Delay"}).out,
+                HasSubstr("  Range            0 to 100\n  Step             5\n"));
+    EXPECT_THAT(dpctl({"show", "Boot.Tag"}).out,
+                HasSubstr("  Length           0 to 200 characters\n  Pattern          ^[ -~]*$\n"));
+    EXPECT_THAT(dpctl({"show", "Serial"}).out, HasSubstr("  Read-only        yes\n"));
+    const json shown = dpctl_json({"show", "Boot.Delay", "Boot.Tag", "Boot.Serial"})["attributes"];
+    ASSERT_THAT(shown, SizeIs(3));
+    EXPECT_EQ(shown[0]["minimum"], 0);
+    EXPECT_EQ(shown[0]["maximum"], 100);
+    EXPECT_EQ(shown[0]["step"], 5);
+    EXPECT_EQ(shown[1]["minimum_length"], 0);
+    EXPECT_EQ(shown[1]["maximum_length"], 200);
+    EXPECT_EQ(shown[1]["pattern"], "^[ -~]*$");
+    EXPECT_EQ(shown[2]["read_only"], true);
+}
+
+TEST_F(dpctl_reading, shows_all_instances_or_a_single_one) {
+    EXPECT_THAT(dpctl({"show", "Boot.Order"}).out, HasSubstr("  Instance 1\n"
+                                                             "  Pending          Disk\n"
+                                                             "  Current          Disk\n"
+                                                             "  Instance 2\n"
+                                                             "  Pending          Net\n"));
+    EXPECT_THAT(dpctl({"show", "Boot.Order.2"}).out, HasSubstr("  Pending          Net\n"));
+    EXPECT_THAT(dpctl({"show", "Boot.Order.2"}).out, Not(HasSubstr("Disk\n  Current")));
+}
+
+TEST_F(dpctl_reading, gets_pending_and_current_values) {
+    EXPECT_EQ(dpctl({"get", "Boot.Mode", "Delay", "Boot.Tag"}).out,
+              "Boot.Mode=Legacy\nBoot.Delay=10\nBoot.Tag=\n");
+    EXPECT_EQ(dpctl({"get", "--current", "Boot.Mode"}).out, "Boot.Mode=UEFI\n");
+    EXPECT_EQ(dpctl({"get", "Boot.Order"}).out, "Boot.Order.1=Disk\nBoot.Order.2=Net\n");
+    EXPECT_EQ(dpctl_json({"get", "Boot.Mode", "--current"}), json::parse(R"({"settings": [
+                  {"name": "Boot.Mode", "value": "UEFI", "truncated": false}]})"));
+}
+
+TEST_F(dpctl_reading, names_the_file_without_a_value) {
+    const auto result = dpctl({"get", "Boot.Order.3", "Boot.Delay"});
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_EQ(result.out, "Boot.Delay=10\n");
+    EXPECT_EQ(result.err, "dpctl: Boot.Order.3: " + test::root() +
+                              "/var/dp/uefi_settings.txt has no value for it\n");
+}
+
+TEST_F(dpctl_reading, marks_a_value_that_was_cut) {
+    // The limit of 79 bytes is within a character.
+    const std::string start(78, 'x');
+    test::store_pending({{"Boot.Tag", start + "€€"}});
+    EXPECT_EQ(dpctl({"get", "Boot.Tag"}).out, "Boot.Tag=" + start + "…(cut)\n");
+    const json got = dpctl_json({"get", "Boot.Tag"})["settings"][0];
+    EXPECT_EQ(got["value"], start);
+    EXPECT_EQ(got["truncated"], true);
+    EXPECT_THAT(dpctl({"list", "Boot"}).out, HasSubstr(start + "…(cut)"));
+    EXPECT_EQ(dpctl_json({"list", "Boot"})["settings"][2]["truncated"], true);
+}
+
+TEST_F(dpctl_reading, reads_other_files) {
+    test::write_file(test::root() + "/other.txt", test::value_line("Boot.Mode", "Fast Boot"));
+    EXPECT_EQ(dpctl({"get", "Boot.Mode", "--settings-file", "other.txt"}).out,
+              "Boot.Mode=Fast Boot\n");
+    EXPECT_EQ(dpctl({"get", "Boot.Mode", "--current", "--current-file", "other.txt"}).out,
+              "Boot.Mode=Fast Boot\n");
+}
+
+TEST_F(dpctl_reading, reports_a_missing_template) {
+    EXPECT_EQ(dpctl({"list", "Boot"}).err, "");
+    const auto result = dpctl({"list", "Boot", "--template-file", "missing.efi"});
+    EXPECT_EQ(result.exit_code, 0);
+    EXPECT_EQ(result.err,
+              "dpctl: the template missing.efi does not exist; its earlier expansion is used\n");
+    EXPECT_THAT(result.out, HasSubstr("Boot.Mode"));
+}
+
+TEST_F(dpctl_reading, keeps_the_expansion_of_the_servers_own_template) {
+    namespace fs = std::filesystem;
+    const std::string own = test::root() + "/var/dp/uefi_template.efi";
+    fs::last_write_time(own, fs::file_time_type::clock::now() - std::chrono::hours(1));
+    const std::string text = test::root() + "/tmp/dp/uefi_configs.txt";
+    dpctl({"collections"});
+    const auto made = fs::last_write_time(text);
+    EXPECT_EQ(dpctl({"collections", "--template-file", own}).err, "");
+    EXPECT_THAT(dpctl({"collections", "--template-file", "missing.efi"}).err,
+                HasSubstr("does not exist"));
+    EXPECT_EQ(fs::last_write_time(text), made);
+}
+
+TEST_F(dpctl_reading, warns_if_the_expansion_may_belong_to_another_template) {
+    namespace fs = std::filesystem;
+    const auto hour_ago = fs::file_time_type::clock::now() - std::chrono::hours(1);
+    fs::copy_file(test::root() + "/var/dp/uefi_template.efi", test::root() + "/other.efi");
+    fs::last_write_time(test::root() + "/other.efi", hour_ago);
+    const std::string text = test::root() + "/tmp/dp/uefi_info.txt";
+    fs::create_directories(text + "/full");
+    EXPECT_EQ(dpctl({"collections", "--template-file", "other.efi"}).err,
+              "dpctl: the template other.efi is older than " + text +
+                  ", which cannot be removed and may belong to another template\n"
+                  "  To expand the template again: touch other.efi\n");
+    fs::last_write_time(test::root() + "/other.efi",
+                        fs::file_time_type::clock::now() + std::chrono::hours(1));
+    EXPECT_EQ(dpctl({"collections", "--template-file", "other.efi"}).err, "");
+}
+
+TEST_F(dpctl_reading, suggests_similar_names) {
+    auto result = dpctl({"list", "Bot"});
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_EQ(result.err,
+              "dpctl: there is no collection \"Bot\"\n"
+              "  did you mean Boot?\n"
+              "  \"dpctl collections\" lists them all.\n");
+    result = dpctl({"get", "Boot.Dealy"});
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_EQ(result.err,
+              "dpctl: collection Boot has no attribute \"Dealy\"\n  did you mean Boot.Delay?\n");
+    for (const char* const command : {"reset", "check"}) {
+        EXPECT_EQ(dpctl({command, "Bot"}).exit_code, 1);
+    }
+    EXPECT_EQ(dpctl({"show", "Mode"}).err,
+              "dpctl: several collections have \"Mode\": Boot and Memory; use Boot.Mode or "
+              "Memory.Mode\n");
+}
+
+TEST_F(dpctl_reading, prints_json_after_failures) {
+    const std::vector<std::vector<std::string>> failing{
+        {"list", "Bot"},  {"show", "Nix"},  {"get", "Nix"},      {"set", "Nix=1"},
+        {"reset", "Bot"}, {"check", "Bot"}, {"get", "\x1b\xff"}, {"set", "Boot.Mode=\""}};
+    for (const auto& arguments : failing) {
+        EXPECT_THAT(dpctl_json(arguments, 1)["errors"], SizeIs(1))
+            << testing::PrintToString(arguments);
+    }
+    std::filesystem::remove(test::root() + "/var/dp/uefi_template.efi");
+    std::filesystem::remove(test::root() + "/tmp/dp/uefi_configs.txt");
+    for (const std::vector<std::string>& arguments :
+         std::vector<std::vector<std::string>>{{"collections"}, {"list", "Boot"}}) {
+        EXPECT_THAT(dpctl_json(arguments, 1)["errors"], SizeIs(1));
+    }
+}
+
+TEST_F(dpctl_reading, explains_why_there_are_no_collections) {
+    const std::string root = test::root();
+    server_.install_texts("", "", "", "");
+    EXPECT_THAT(dpctl({"collections"}).err, HasSubstr(root +
+                                                      "/bin/dpspy found none in the "
+                                                      "template " +
+                                                      root + "/var/dp/uefi_template.efi"));
+    std::filesystem::remove_all(root + "/tmp/dp");
+    EXPECT_THAT(dpctl({"list", "Boot"}).err, HasSubstr("the folder " + root + "/tmp/dp"));
+    std::filesystem::remove(root + "/bin/dpspy");
+    EXPECT_THAT(dpctl({"get", "Boot.Mode"}).err, HasSubstr(root + "/bin/dpspy, which expands"));
+    std::filesystem::remove(root + "/var/dp/uefi_template.efi");
+    const auto result = dpctl({"set", "Boot.Mode=UEFI"});
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_THAT(result.err, HasSubstr("the template " + root +
+                                      "/var/dp/uefi_template.efi does not exist\n"
+                                      "  dp-template creates one"));
+}
+
+TEST_F(dpctl_reading, shows_no_raw_control_bytes_from_files) {
+    const std::string evil = "\x1b[2J\x07\x9b\xff\u202e\r";
+    server_.install_texts("Boot\nBo\x1bot\n",
+                          test::attribute_record({"Boot.Mo\x1b"
+                                                  "de",
+                                                  {{"type", "1"},
+                                                   {"chc", "a," + evil},
+                                                   {"dsc", evil},
+                                                   {"fds", evil},
+                                                   {"grp", evil},
+                                                   {"dft", evil}},
+                                                  "",
+                                                  ""}),
+                          test::value_line("Boot.Mo\x1b"
+                                           "de",
+                                           evil),
+                          "");
+    const std::string name =
+        "Boot.Mo\x1b"
+        "de";
+    const std::vector<std::vector<std::string>> commands{
+        {"collections"}, {"list", "Boot"}, {"show", name}, {"get", name}, {"get", "Boot.Mo"}};
+    for (const auto& arguments : commands) {
+        const auto result = dpctl(arguments);
+        for (const char c : result.out + result.err) {
+            const auto byte = static_cast<unsigned char>(c);
+            ASSERT_TRUE(byte == '\n' || (byte >= 0x20 && byte < 0x7F))
+                << testing::PrintToString(arguments) << ' ' << int{byte};
+        }
+    }
+    EXPECT_THAT(dpctl({"get", name}).out,
+                HasSubstr("Boot.Mo\\x1bde=\\x1b[2J\\x07\\x9b\\xff\\u{202e}\\x0d\n"));
+    EXPECT_EQ(dpctl_json({"list", "Boot"})["settings"][0]["pending"],
+              "\x1b[2J\x07\ufffd\ufffd\u202e\r");
+    EXPECT_THAT(dpctl_json({"show", name})["attributes"], SizeIs(1));
+    EXPECT_THAT(dpctl({"set", name + "=a"}).err,
+                HasSubstr("the name contains a control character"));
+}
+
+TEST_F(dpctl_reading, survives_random_templates) {
+    std::string noise;
+    unsigned state = 1;
+    for (int i = 0; i < 100'000; ++i) {
+        state = state * 1664525U + 1013904223U;
+        noise += static_cast<char>(state >> 24U);
+    }
+    server_.install_texts("Boot\n" + noise.substr(0, 1000), noise, noise, noise);
+    EXPECT_EQ(dpctl({"collections"}).exit_code, 0);
+    EXPECT_EQ(dpctl({"list", "Boot"}).exit_code, 0);
+    EXPECT_TRUE(dpctl_json({"list", "Boot"}).contains("settings"));
+    EXPECT_TRUE(dpctl_json({"collections"}).contains("collections"));
+}
+
+// The processor time of all child processes that have ended.
+double seconds_of_programs() {
+    rusage used{};
+    getrusage(RUSAGE_CHILDREN, &used);
+    return static_cast<double>(used.ru_utime.tv_sec + used.ru_stime.tv_sec) +
+           1e-6 * static_cast<double>(used.ru_utime.tv_usec + used.ru_stime.tv_usec);
+}
+
+// Shows `count` attributes and returns the processor time.
+double show_attributes(test::server_files& server, int count) {
+    std::string attributes;
+    std::string values;
+    for (int i = 0; i < count; ++i) {
+        const std::string name = "Boot.Attribute" + std::to_string(i);
+        attributes += test::attribute_record({name, {{"type", "3"}, {"max", "9"}}, "", ""});
+        values += test::value_line(name, std::to_string(i % 10));
+    }
+    server.install_texts("Boot\n", attributes, values, values);
+    const double before = seconds_of_programs();
+    const auto listed = dpctl({"list", "Boot"});
+    EXPECT_EQ(std::count(listed.out.begin(), listed.out.end(), '\n'), count + 1);
+    EXPECT_THAT(dpctl_json({"list", "Boot"})["settings"], SizeIs(count));
+    EXPECT_THAT(dpctl({"get", "Boot.Atribute9999"}).err, HasSubstr("did you mean"));
+    return seconds_of_programs() - before;
+}
+
+TEST_F(dpctl_reading, takes_linear_time_for_many_attributes) {
+    const double few = show_attributes(server_, 10'000);
+    const double many = show_attributes(server_, 40'000);
+    // Four times as many attributes. In quadratic time, it would take sixteen times as long.
+    EXPECT_LT(many, 9 * few);
+}
+
+}  // namespace
