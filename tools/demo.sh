@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Walks the whole road with real processes in a scratch folder: compiles a registry, starts the settings
+# Demonstrates everything with real processes in a scratch folder: compiles a registry, starts the settings
 # service, and lists, reads, changes and resets the BIOS attributes of a simulated server, while a listener
-# receives the alerts. Shows also how a batch came along, who changed what, what the vetter makes of command
-# lines, and the event categories.
+# receives the alerts. Also shows the status of a batch, the change history, the vetter of command lines, and
+# the event categories.
 #
 # usage: demo.sh BUILD_DIR [--registry FILE]
 set -euo pipefail
@@ -49,7 +49,7 @@ clean_up() {
   if [ -n "$background" ] && kill "$background" 2>/dev/null; then
     wait "$background" 2>/dev/null || true
   fi
-  # The listener removes its queues as it ends.
+  # The listener removes its queues when it ends.
   if [ -n "$listener" ] && kill "$listener" 2>/dev/null; then
     wait "$listener" 2>/dev/null || true
   fi
@@ -60,7 +60,7 @@ clean_up() {
     echo "demo: the settings service's log:" >&2
     tail -n 20 "$scratch/service.log" >&2
   fi
-  # A tool that the signal overtook may go on making files for a moment.
+  # A tool that the signal interrupted may still create files for a moment.
   local tries=100
   until rm -rf "$scratch" 2>/dev/null; do
     if [ $((tries -= 1)) -eq 0 ]; then
@@ -75,9 +75,9 @@ trap clean_up EXIT
 trap 'exit 130' INT
 trap 'exit 143' TERM
 
-# Everything that has a fixed place on a board lies below the scratch folder here.
+# The fixed paths of a board are below the scratch folder.
 export DP_ROOT=$scratch
-# Message queues have no folder: a prefix of its own keeps each demo's apart.
+# Message queues have no folder; a unique prefix separates the queues of several demos.
 DP_QUEUE_PREFIX=$(basename "$scratch")
 export DP_QUEUE_PREFIX
 export LD_LIBRARY_PATH=$build_dir/lib/relocatable:$build_dir/lib
@@ -93,7 +93,7 @@ else
   title() { printf '\n# %s\n' "$*"; }
   prompt() { printf '$ %s\n' "$*"; }
 fi
-# What is run is printed as a person would type it.
+# The arguments as a person would type them.
 quoted() {
   local word text=
   for word in "$@"; do
@@ -108,13 +108,13 @@ run() {
   prompt "$(quoted "$@")"
   "$@" 2>&1
 }
-# Long tables are cut for the eye; --help of dpctl tells how to see it all.
+# Prints only the first lines of a long table.
 run_head() {
   local lines=$1 output
   shift
   prompt "$(quoted "$@")"
   output=$("$@" 2>&1)
-  # Not out of a pipe: head goes as soon as it has its lines, and whoever still writes then is ended.
+  # No pipe: head ends after its lines, which would kill a program that is still writing.
   head -n "$lines" <<<"$output"
   local total
   total=$(printf '%s\n' "$output" | wc -l)
@@ -139,10 +139,10 @@ await() {
 
 cd "$scratch"
 cp "$registry" registry.json
-title "A scratch folder stands in for the board, and a prefix for its message queues"
+title "A scratch folder replaces the board's root, and a prefix separates its message queues"
 prompt "export DP_ROOT=$DP_ROOT DP_QUEUE_PREFIX=$DP_QUEUE_PREFIX"
 
-title "Compile the server's attribute registry into a BIOS template and its first values"
+title "Compile the server's attribute registry into a BIOS template and its initial values"
 unfit=()
 if [ -n "$own_registry" ] && ! dp-template registry.json -o /dev/null >/dev/null 2>&1; then
   unfit=(--skip-unfit)
@@ -155,17 +155,17 @@ prompt "dp_settingsd &"
 dp_settingsd >"$scratch/ready" 2>"$scratch/service.log" &
 service=$!
 await "$service" 'dp_settingsd: ready' "$scratch/ready" ||
-  fail "the settings service did not get ready: $(cat "$scratch/service.log")"
+  fail "the settings service did not become ready: $(cat "$scratch/service.log")"
 cat "$scratch/ready"
 
-title "Listen for alerts meanwhile (a third process)"
+title "Listen for alerts (a third process)"
 prompt "dpctl alerts &"
 dpctl alerts >"$scratch/alerts" 2>"$scratch/listening" &
 listener=$!
 await "$listener" 'listening on' "$scratch/listening" || fail "no listener: $(cat "$scratch/listening")"
 cat "$scratch/listening"
 
-# What to change: three settings of any registry, and values other than their present ones.
+# Chooses three settings of any registry, and values other than their pending ones.
 collections=$(dpctl collections --json | jq -r '.collections[].name')
 # shellcheck disable=SC2016 # jq's variables, not the shell's
 choose='
@@ -187,7 +187,7 @@ for collection in $collections; do
     '$old + $more')
 done
 [ "$(jq length <<<"$changes")" -gt 0 ] || fail "the registry has no attribute that this demo could change"
-# One of each kind first, so that the set shows both.
+# Two enumerations and an integer, so that the change shows both types.
 changes=$(jq -c '[(map(select(.type == "enumeration"))[0:2], map(select(.type == "integer"))[0:1]) | .[]]' <<<"$changes")
 mapfile -t assignments < <(jq -r '.[] | "\(.name)=\(.new)"' <<<"$changes")
 first=${assignments[0]%%=*}
@@ -204,10 +204,10 @@ run dpctl get "${assignments[@]%%=*}"
 title "Change several values in one batch"
 run dpctl set "${assignments[@]}"
 title "A value that the attribute does not allow is refused, with the reason"
-run dpctl set "$refused" && fail "a value was accepted that should not be"
+run dpctl set "$refused" && fail "an invalid value was accepted"
 echo "(exit code 1)"
 
-title "How that batch came along, and what was changed so far"
+title "The status of that batch, and the changes so far"
 run dpctl status
 run dpctl history --last 5
 
@@ -216,7 +216,7 @@ run dpctl get --current "${assignments[@]%%=*}"
 run dp-server restart
 run dpctl get --current "${assignments[@]%%=*}"
 
-title "A BIOS update brings another template; check tells programs that they need to look anew"
+title "A BIOS update installs another template; check reports that programs need to read again"
 if [ -n "$own_registry" ]; then
   jq '.RegistryEntries.Attributes += [(.RegistryEntries.Attributes[0] | {AttributeName: "DemoNewFeature",
       DisplayName: "New with this BIOS", Type: "Boolean", DefaultValue: false, ReadOnly: false, MenuPath})
@@ -239,7 +239,7 @@ title "Reset a collection to its defaults"
 run dpctl reset "$collection"
 run dpctl get "$first"
 
-title "What the listener heard of all this"
+title "The alerts that the listener received"
 prompt "kill -TERM $listener"
 for alert in settings_changed server_restarted bios_updated; do
   await "$listener" "plugin .*  $alert " "$scratch/alerts" || fail "no alert $alert: $(cat "$scratch/alerts")"
@@ -249,12 +249,12 @@ wait "$listener" || fail "the listener did not end cleanly: $(cat "$scratch/list
 listener=
 cat "$scratch/alerts"
 
-title "What the vetter makes of command lines that a service may want to run"
+title "How the vetter interprets command lines before a service may run them"
 run dpctl vet 'verify-image --quiet "BIOS image.bin" > verify.log 2>&1'
-run dpctl vet 'list-images | remove-all' && fail "a command line was accepted that should not be"
+run dpctl vet 'list-images | remove-all' && fail "an invalid command line was accepted"
 echo "(exit code 1)"
 
-title "The categories of events, which another component of the controller writes down"
+title "The event categories, which another component of the controller writes"
 mkdir -p "$scratch/tmp/DS"
 cp "$source_dir/examples/registry/event_categories.cfg" "$scratch/tmp/DS/uim_ras_category_mapping.cfg"
 run dpctl categories
