@@ -4,22 +4,19 @@
 //
 // DP_BENCH_BATCH=FILE measures your own batch file instead of generated lines.
 
-#include <rapidjson/document.h>
-#include <simdjson.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "batch/batch_file_checker.hpp"
 #include "batch/batch_file_loader.hpp"
 #include "bench/support/generated_batch.hpp"
+#include "bench/support/json_peers.hpp"
 #include "bench/support/memory_stream.hpp"
+#include "bench/support/repeated_file.hpp"
 #include "bench/support/side_by_side.hpp"
 #include "tests/support/reference_batch_reader.hpp"
 
@@ -30,10 +27,7 @@ constexpr std::size_t lines = 200'000;
 using entries = std::vector<dp::batch_file_entry>;
 
 void read_with_simdjson(const simdjson::padded_string& text, entries& out) {
-    simdjson::ondemand::parser parser;
-    simdjson::ondemand::document_stream documents = parser.iterate_many(text);
-    for (auto document : documents) {
-        simdjson::ondemand::object object = document.get_object();
+    bench::for_each_simdjson_object(text, [&](simdjson::ondemand::object& object) {
         dp::batch_file_entry& entry = out.emplace_back();
         // The order of the text is the fastest one.
         const auto take = [&](std::string& to, const char* key) {
@@ -49,7 +43,7 @@ void read_with_simdjson(const simdjson::padded_string& text, entries& out) {
         take(entry.name.instance, "instance");
         take(entry.value_in, "value_in");
         take(entry.value_out, "value_out");
-    }
+    });
 }
 
 // `text_of` converts the result of `object[key]` to a text.
@@ -68,19 +62,11 @@ void take_fields(Object& object, dp::batch_file_entry& entry, TextOf text_of) {
 }
 
 void read_with_rapidjson(const std::string& text, entries& out) {
-    rapidjson::StringStream in(text.c_str());
-    rapidjson::MemoryPoolAllocator<> memory;
-    while (true) {
-        memory.Clear();
-        rapidjson::Document object(&memory);
-        object.ParseStream<rapidjson::kParseStopWhenDoneFlag>(in);
-        if (object.HasParseError()) {
-            return;  // end of the text
-        }
+    bench::for_each_rapidjson_object(text, [&](const rapidjson::Document& object) {
         take_fields(object, out.emplace_back(), [](const rapidjson::Value& value) {
             return std::string_view(value.GetString(), value.GetStringLength());
         });
-    }
+    });
 }
 
 void read_with_nlohmann(const std::string& text, entries& out) {
@@ -133,16 +119,7 @@ entries sample(std::string& text) {
         text = bench::batch_text(expected);
         return expected;
     }
-    std::ostringstream content;
-    content << std::ifstream(file, std::ios::binary).rdbuf();
-    bench::require(!content.str().empty(), std::string("nothing to read in ") + file);
-    // Short files are repeated.
-    do {
-        text += content.str();
-        if (text.back() != '\n') {
-            text += '\n';
-        }
-    } while (text.size() < lines * 70);
+    text = bench::repeated_file(file, lines * 70, '\n');
     return bench::read_with_streams(text);
 }
 

@@ -3,19 +3,17 @@
 //
 // DP_BENCH_TEMPLATE=FILE measures your own template's text instead of generated attributes.
 
-#include <rapidjson/document.h>
-#include <simdjson.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "bench/support/generated_template.hpp"
+#include "bench/support/json_peers.hpp"
 #include "bench/support/json_text.hpp"
+#include "bench/support/repeated_file.hpp"
 #include "bench/support/side_by_side.hpp"
 #include "bios/template_info.hpp"
 #include "tests/support/memory_file.hpp"
@@ -78,10 +76,7 @@ std::string json_lines(const attribute_list& infos) {
 }
 
 void read_with_simdjson(const simdjson::padded_string& text, attribute_list& out) {
-    simdjson::ondemand::parser parser;
-    simdjson::ondemand::document_stream documents = parser.iterate_many(text);
-    for (auto document : documents) {
-        simdjson::ondemand::object object = document.get_object();
+    bench::for_each_simdjson_object(text, [&](simdjson::ondemand::object& object) {
         for_each_field(
             out.emplace_back(),
             [&](const char* key, std::string& to) {
@@ -91,19 +86,11 @@ void read_with_simdjson(const simdjson::padded_string& text, attribute_list& out
                 to = static_cast<std::remove_reference_t<decltype(to)>>(
                     std::int64_t(object.find_field(key)));
             });
-    }
+    });
 }
 
 void read_with_rapidjson(const std::string& text, attribute_list& out) {
-    rapidjson::StringStream in(text.c_str());
-    rapidjson::MemoryPoolAllocator<> memory;
-    while (true) {
-        memory.Clear();
-        rapidjson::Document object(&memory);
-        object.ParseStream<rapidjson::kParseStopWhenDoneFlag>(in);
-        if (object.HasParseError()) {
-            return;  // end of the text
-        }
+    bench::for_each_rapidjson_object(text, [&](const rapidjson::Document& object) {
         for_each_field(
             out.emplace_back(),
             [&](const char* key, std::string& to) {
@@ -113,7 +100,7 @@ void read_with_rapidjson(const std::string& text, attribute_list& out) {
             [&](const char* key, auto& to) {
                 to = static_cast<std::remove_reference_t<decltype(to)>>(object[key].GetInt64());
             });
-    }
+    });
 }
 
 bool equal(const attribute_list& a, const attribute_list& b) {
@@ -128,15 +115,7 @@ std::string sample() {
     if (file == nullptr) {
         return bench::template_text(bench::generated_template(attributes));
     }
-    std::ostringstream content;
-    content << std::ifstream(file, std::ios::binary).rdbuf();
-    std::string text;
-    bench::require(!content.str().empty(), std::string("nothing to read in ") + file);
-    // Short files are repeated.
-    do {
-        text += content.str();
-    } while (text.size() < attributes * 400);
-    return text;
+    return bench::repeated_file(file, attributes * 400, '\0');
 }
 
 }  // namespace

@@ -46,11 +46,7 @@ class small_host {
             command.status = 0;
             trans.add_command("Boot", "Attribute", command);
         }
-        trans.queue(reg_);
-        while (trans.step != 0) {
-            trans.execute_step(reg_, plugins_);
-        }
-        trans.transaction_complete(reg_);
+        test::run_transaction(trans, reg_, plugins_);
         reg_.queued.clear();
         bench::require(
             trans.commands.status.completed == commands && trans.commands.status.errors == 0,

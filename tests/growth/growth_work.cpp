@@ -161,11 +161,7 @@ void run_transaction(unsigned count) {
             command.status = 0;
             trans.add_command("Boot", "Attribute", command);
         }
-        trans.queue(reg);
-        while (trans.step != 0) {
-            trans.execute_step(reg, plugins);
-        }
-        trans.transaction_complete(reg);
+        test::run_transaction(trans, reg, plugins);
     });
     require(trans.commands.status.completed == count && trans.commands.status.errors == 0 &&
                 setting.cache.size() == count,

@@ -11,9 +11,11 @@
 #include "settings/configuration.hpp"
 #include "settings/instance_number.hpp"
 #include "settings/plugin.hpp"
+#include "settings/plugin_list.hpp"
 #include "settings/registrar.hpp"
 #include "settings/setting.hpp"
 #include "settings/setting_element.hpp"
+#include "transactions/client_transaction.hpp"
 
 // A minimal host: classes that a settings service derives from the library's interfaces.
 namespace test {
@@ -85,6 +87,16 @@ class registrar final : public dp::registrar {
     std::vector<dp::configuration*> configurations;
     std::vector<dp::transaction*> queued;
 };
+
+/// Runs a client transaction from queuing to completion. The plug-ins answer at once.
+inline void run_transaction(dp::client_transaction& trans, registrar& reg,
+                            dp::plugin_list& plugins) {
+    trans.queue(reg);
+    while (trans.step != 0) {
+        trans.execute_step(reg, plugins);
+    }
+    trans.transaction_complete(reg);
+}
 
 }  // namespace test
 
