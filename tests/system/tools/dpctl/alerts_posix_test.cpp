@@ -35,11 +35,7 @@ using testing::IsEmpty;
 // One of the program's output streams.
 class output_pipe {
   public:
-    output_pipe() {
-        if (pipe2(ends_.data(), O_CLOEXEC) != 0) {
-            throw std::runtime_error("cannot make a pipe");
-        }
-    }
+    output_pipe() = default;
     ~output_pipe() {
         close_write_end();
         close_read_end();
@@ -47,15 +43,15 @@ class output_pipe {
     output_pipe(const output_pipe&) = delete;
     output_pipe& operator=(const output_pipe&) = delete;
 
-    [[nodiscard]] int write_end() const { return ends_[1]; }
-    void close_write_end() { close_end(ends_[1]); }
-    void close_read_end() { close_end(ends_[0]); }
+    [[nodiscard]] int write_end() const { return ends_.write_end; }
+    void close_write_end() { close_end(ends_.write_end); }
+    void close_read_end() { close_end(ends_.read_end); }
 
     // Reads until `wanted` was received, or until the end if it is empty. False after 30 s.
     bool read_until(const std::string& wanted) {
         const auto end = steady_clock::now() + std::chrono::seconds(30);
         while (wanted.empty() || text.find(wanted) == std::string::npos) {
-            pollfd entry{ends_[0], POLLIN, 0};
+            pollfd entry{ends_.read_end, POLLIN, 0};
             std::array<char, 4096> buffer{};
             if (steady_clock::now() > end || poll(&entry, 1, 1000) < 0) {
                 return false;
@@ -63,7 +59,7 @@ class output_pipe {
             if (entry.revents == 0) {
                 continue;
             }
-            const ssize_t count = read(ends_[0], buffer.data(), buffer.size());
+            const ssize_t count = read(ends_.read_end, buffer.data(), buffer.size());
             if (count <= 0) {
                 return wanted.empty();
             }
@@ -82,7 +78,7 @@ class output_pipe {
         end = -1;
     }
 
-    std::array<int, 2> ends_{-1, -1};
+    test::pipe_ends ends_ = test::make_pipe();
 };
 
 // A running dpctl alerts.
@@ -90,13 +86,9 @@ class running_alerts {
   public:
     explicit running_alerts(const std::vector<std::string>& options) {
         const std::string path = test::program_path("dpctl");
-        std::vector<std::string> texts{"dpctl", "alerts"};
-        texts.insert(texts.end(), options.begin(), options.end());
-        std::vector<char*> arguments;
-        for (auto& text : texts) {
-            arguments.push_back(text.data());
-        }
-        arguments.push_back(nullptr);
+        std::vector<std::string> words{"alerts"};
+        words.insert(words.end(), options.begin(), options.end());
+        const test::argument_list arguments("dpctl", words);
         child_ = fork();
         if (child_ == 0) {
             dup2(out.write_end(), STDOUT_FILENO);

@@ -63,7 +63,8 @@ TEST_F(dpctl_status_on_terminal, is_redrawn_after_every_change) {
     EXPECT_THAT(screen(dpctl_), Not(HasSubstr("No transaction has run")));
     EXPECT_EQ(test::run_program("dpctl", {"set", "Boot.Mode=CSM", "Boot.Delay=10"}).exit_code, 1);
     // The file reports a failure before the end, and the screen may show it earlier.
-    ASSERT_TRUE(eventually_shows(dpctl_, "finished, 1 of 2 commands failed\r\n")) << dpctl_.output();
+    ASSERT_TRUE(eventually_shows(dpctl_, "finished, 1 of 2 commands failed\r\n"))
+        << dpctl_.output();
     ASSERT_TRUE(eventually_shows(dpctl_, "not one of its possible values\r\n")) << dpctl_.output();
     EXPECT_THAT(screen(dpctl_), Not(HasSubstr("the command succeeded")));
 }
