@@ -216,7 +216,9 @@ struct setting::cache::index {
 };
 
 setting::cache::cache() = default;
-setting::cache::~cache() = default;
+// Clang looks the name of a destructor up beside the class, where the data member hides it; inside
+// the class it is found.
+setting::cache::cache::~cache() = default;
 
 setting::cache::cache(const cache& other) {
     entries_.reserve(other.size());
