@@ -62,8 +62,8 @@ void host_registrar::run(dp::transaction& trans) {
         const std::int32_t before = trans.step;
         trans.execute_step(*this, plugins_);
         if (trans.step == before) {
-            // Every plug-in here answers before it returns; one that does not would never.
-            log_error("a plug-in did not end its part of a transaction");
+            // Plug-ins of this service answer before they return, so no answer will come.
+            log_error("a plug-in did not complete its part of a transaction");
             break;
         }
     }

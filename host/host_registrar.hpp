@@ -4,14 +4,14 @@
 #include <deque>
 #include <string>
 
+#include "host/model/template_model.hpp"
 #include "settings/plugin_list.hpp"
 #include "settings/registrar.hpp"
-#include "host/model/template_model.hpp"
 
 namespace dp_host {
 
-/// The service as the library sees it: its settings by name, its plug-ins, and the queue of its
-/// transactions. Everything happens on the thread that calls `run_queued`.
+/// The library's view of the service: settings by name, plug-ins, and the queue of transactions.
+/// Everything runs on the thread that calls `run_queued`.
 class host_registrar final : public dp::registrar {
   public:
     dp::setting* resolve(const dp::qualified_setting_name& name) override;
@@ -19,17 +19,17 @@ class host_registrar final : public dp::registrar {
                               const std::string& setting_name) override;
     void queue_transaction(dp::transaction* trans) override;
 
-    /// Starts a plug-in and takes it into the list; it stays the caller's until `remove_plugins`.
+    /// Adds a plug-in to the list and starts it. Not owned; it must outlive `remove_plugins`.
     void add_plugin(dp::plugin* p);
 
-    /// Stops the plug-ins, the last one first, and empties the list.
+    /// Stops the plug-ins, the last one first, and removes them from the list.
     void remove_plugins();
 
-    /// Resolves names in `model` from now on (null: no name resolves) and tells the plug-ins which
-    /// configurations came and went. The model stays the caller's; the one before is still alive.
+    /// From now on, names are resolved in `model`; in none if it is null. Notifies the plug-ins of
+    /// removed and added configurations. Not owned; the previous model must still exist.
     void use_model(const template_model* model);
 
-    /// Carries every queued transaction, and those that they queue, through its steps to its end.
+    /// Runs every queued transaction to its end, also those that are queued meanwhile.
     void run_queued();
 
   private:

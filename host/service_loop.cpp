@@ -3,11 +3,10 @@
 #include <poll.h>
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 
 #include "common/fixed_paths.hpp"
-#include "host/exchange/run_folder.hpp"
+#include "host/process/private_folder.hpp"
 #include "host/process/service_log.hpp"
 #include "host/process/stop_signal.hpp"
 #include "service_api/server_paths.hpp"
@@ -15,8 +14,8 @@
 namespace dp_host {
 namespace {
 
-// How soon to look again at a file that is being written. The last event that its writer makes
-// comes a moment before it stops counting as one.
+// The pause before a file that is being written is polled again. The kernel still counts a process
+// as writer for a moment after it reported the end of the writing.
 constexpr int writer_pause_ms = 20;
 
 }  // namespace
@@ -24,57 +23,57 @@ constexpr int writer_pause_ms = 20;
 service_loop::service_loop(settings_service& service)
     : service_(service), batches_(service.registrar()), requests_(service) {}
 
-std::string service_loop::begin() {
+dp_support::result<> service_loop::begin() {
     const std::string folder = dp_service::server_paths::exchange_folder.str();
-    std::string problem = prepare_run_folder(folder);
-    return problem.empty() ? watch_.begin(folder) : problem;
+    return prepare_private_folder(folder).and_then([&] { return watch_.begin(folder); });
 }
 
 void service_loop::recover() {
     requests_.recover();
     batches_.recover();
-    service_.settle();
+    service_.retry_failed_write();
 }
 
 template <class Exchange>
-exchange_look service_loop::look_at(Exchange& exchange, const std::string& path) {
+poll_result service_loop::poll(Exchange& exchange, const std::string& path) {
     const std::string name = std::filesystem::path(path).filename();
-    const exchange_look look = exchange.look(watch_.has_ended(name));
-    if (look != exchange_look::being_written) {
-        watch_.forget_end(name);
+    const poll_result found = exchange.poll(watch_.is_complete(name));
+    if (found != poll_result::being_written) {
+        watch_.forget(name);
     }
-    return look;
+    return found;
 }
 
-// Carries out what is there. True when something is being written.
+// Executes what is in the exchange folder. True when a file there is being written.
 bool service_loop::work() {
-    exchange_look request = exchange_look::taken;
-    exchange_look batch = exchange_look::taken;
-    while ((request == exchange_look::taken || batch == exchange_look::taken) &&
-           !stop_signal::came()) {
-        request = look_at(requests_, dp_service::server_paths::server_request.str());
-        batch = look_at(batches_, dp::fixed_paths::batch.str());
-        service_.settle();
+    poll_result request = poll_result::taken;
+    poll_result batch = poll_result::taken;
+    while ((request == poll_result::taken || batch == poll_result::taken) &&
+           !stop_signal::received()) {
+        request = poll(requests_, dp_service::server_paths::server_request.str());
+        batch = poll(batches_, dp::fixed_paths::batch.str());
+        service_.retry_failed_write();
     }
-    return request == exchange_look::being_written || batch == exchange_look::being_written;
+    return request == poll_result::being_written || batch == poll_result::being_written;
 }
 
-std::string service_loop::run() {
+dp_support::result<> service_loop::run() {
     for (;;) {
-        const int patience = work() ? writer_pause_ms : -1;
+        const int timeout_ms = work() ? writer_pause_ms : -1;
         pollfd entries[] = {{stop_signal::descriptor(), POLLIN, 0},
                             {watch_.descriptor(), POLLIN, 0}};
-        if (poll(entries, 2, patience) == -1 && errno != EINTR) {
-            return text_of("cannot wait: ", std::strerror(errno));
+        if (::poll(entries, 2, timeout_ms) == -1 && errno != EINTR) {
+            return dp_support::system_failure(
+                "wait for", dp_service::server_paths::exchange_folder.str(), errno);
         }
-        if (stop_signal::came()) {
+        if (stop_signal::received()) {
             return {};
         }
-        if (!watch_.take_events()) {
-            // Cleaners of temporary folders do that. Clients need the folder as much as we do.
-            log_error("the exchange folder went away; making it anew");
-            if (std::string problem = begin(); !problem.empty()) {
-                return problem;
+        if (!watch_.read_events()) {
+            // Programs that clean temporary folders do that. Clients need the folder too.
+            log_error("the exchange folder was removed; creating it again");
+            if (auto begun = begin(); !begun) {
+                return begun;
             }
         }
     }

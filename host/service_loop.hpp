@@ -7,30 +7,30 @@
 #include "host/exchange/exchange_watch.hpp"
 #include "host/exchange/server_exchange.hpp"
 #include "host/settings_service.hpp"
+#include "support/result.hpp"
 
 namespace dp_host {
 
-/// Waits for batches and server requests and has them carried out, one after the other, until the
-/// process is asked to stop.
+/// Waits for batches and server requests and executes them, one at a time, until a stop signal.
 class service_loop {
   public:
-    /// The service stays the caller's and outlives the loop.
+    /// `service` is not owned and must outlive the loop.
     explicit service_loop(settings_service& service);
 
-    /// Begins to notice what arrives. Returns why it can't; empty when it can. Call it before the
-    /// service starts, so that nothing is missed meanwhile.
-    std::string begin();
+    /// Prepares the exchange folder and begins to watch it. Call it before the service starts, so
+    /// that nothing is missed meanwhile.
+    dp_support::result<> begin();
 
-    /// Deals with what an earlier service left behind.
+    /// Completes or drops what a service that was killed left.
     void recover();
 
-    /// Carries out what is there and what arrives. Returns when the process is asked to stop, with
-    /// an empty text, or when it can't go on, with the reason.
-    std::string run();
+    /// Executes what is in the exchange folder and what arrives. Success means that a stop signal
+    /// was received.
+    dp_support::result<> run();
 
   private:
     template <class Exchange>
-    exchange_look look_at(Exchange& exchange, const std::string& path);
+    poll_result poll(Exchange& exchange, const std::string& path);
     bool work();
 
     settings_service& service_;

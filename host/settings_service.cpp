@@ -1,22 +1,21 @@
 #include "host/settings_service.hpp"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <fstream>
 #include <utility>
+#include <vector>
 
 #include "bios/uefi_build_id.hpp"
-#include "common/fixed_paths.hpp"
-#include "host/exchange/own_file.hpp"
-#include "host/exchange/run_folder.hpp"
-#include "host/model/template_text.hpp"
+#include "host/model/read_template.hpp"
 #include "host/model/values_file.hpp"
 #include "host/model/vital_product_data.hpp"
+#include "host/process/private_folder.hpp"
 #include "host/process/replace_under_lock.hpp"
-#include "host/process/service_files.hpp"
 #include "host/process/service_log.hpp"
+#include "host/process/trusted_file.hpp"
 #include "logs/alerts.hpp"
-#include "service_api/server_paths.hpp"
 #include "service_api/service_status.hpp"
 #include "service_api/template_cache.hpp"
 #include "settings/configuration.hpp"
@@ -26,45 +25,53 @@
 namespace dp_host {
 namespace {
 
+using dp_service::service_status::malformed_line;
+using dp_service::service_status::not_persisted;
+using dp_service::service_status::not_supported;
+using dp_support::staged_file;
+
 constexpr std::size_t most_value_lines = 20;
 constexpr std::uint64_t longest_build_id_file = 4096;
 
-// Says what became of values that were stored before, up to a number of them.
-class adoption_report {
+// Logs the stored values that could not be loaded, up to a limit.
+class load_report {
   public:
-    void add(value_store::adoption outcome, const std::string& name) {
-        if (outcome == value_store::adoption::taken) {
+    void add(value_store::load_result outcome, const std::string& name) {
+        if (outcome == value_store::load_result::loaded) {
             return;
         }
-        const bool no_place = outcome == value_store::adoption::no_place;
-        dropped_ += no_place ? 1 : 0;
+        const bool is_unknown = outcome == value_store::load_result::unknown;
+        unknown_ += is_unknown ? 1 : 0;
         if (++lines_ <= most_value_lines) {
-            log_line(name, no_place ? ": the template has no place for its value"
-                                    : ": its value is not valid");
+            log_line(name, is_unknown ? ": not in the template; dropped its value"
+                                      : ": its value is not valid");
         } else if (lines_ == most_value_lines + 1) {
-            log_line("more values have no place or are not valid");
+            log_line("more values are not in the template or not valid");
         }
     }
-    [[nodiscard]] std::size_t dropped() const { return dropped_; }
+
+    /// The number of values that the template has no attribute or instance for.
+    [[nodiscard]] std::size_t unknown() const { return unknown_; }
 
   private:
-    std::size_t dropped_ = 0;
+    std::size_t unknown_ = 0;
     std::size_t lines_ = 0;
 };
 
-// Values of a file stay as they are, valid or not: they are what the server has.
-std::size_t adopt_all(named_values& values, value_store& store) {
-    adoption_report report;
+// Loads the values of a file, also those that are not valid: they are the values of the server.
+// Returns the number of values that were dropped.
+std::size_t load_all(named_values& values, value_store& store) {
+    load_report report;
     dp::qualified_setting_name name;
     for (auto& [text, value] : values) {
         name.parse(text);
-        report.add(store.adopt(name, std::move(value), true), text);
+        report.add(store.load(name, std::move(value), true), text);
     }
-    return report.dropped();
+    return report.unknown();
 }
 
-// What nobody can set is the new BIOS's to tell, if it tells it.
-bool is_told_by(const template_model& model, const dp::setting& before) {
+// Whether the template determines the value of the setting, because nobody else can set it.
+bool is_determined_by(const template_model& model, const dp::setting& before) {
     const std::size_t position =
         model.position_of(model.find(before.configuration->name, before.name));
     if (position == template_model::npos) {
@@ -75,16 +82,12 @@ bool is_told_by(const template_model& model, const dp::setting& before) {
 }
 
 void carry_over(const value_store& before, const template_model& model, value_store& store) {
-    adoption_report report;
-    dp::qualified_setting_name name;
-    before.for_each([&](value_store::place at, const std::string& value) {
-        if (is_told_by(model, *at.setting)) {
-            return;
+    load_report report;
+    before.for_each([&](value_store::key at, const std::string& value) {
+        if (!is_determined_by(model, *at.setting)) {
+            const dp::qualified_setting_name name = at.name();
+            report.add(store.load(name, value, false), name.get_name());
         }
-        name.configuration = at.setting->configuration->name;
-        name.setting = at.setting->name;
-        name.instance = at.instance == dp::no_instance ? "" : std::to_string(at.instance);
-        report.add(store.adopt(name, value, false), name.get_name());
     });
 }
 
@@ -96,13 +99,13 @@ bool no_setting(const dp::setting& /*s*/) {
     return false;
 }
 
-// The library writes the build id into its file, so it must be one to write into.
+// The library opens the file of the build id without checks, so it must be trusted.
 void refresh_build_id() {
-    const std::string problem = problem_with_file(dp::fixed_paths::uefi_build_id.str());
-    if (!problem.empty()) {
-        log_error("the build id can't be kept: ", problem);
+    const auto checked = check_trusted(dp::fixed_paths::uefi_build_id.str());
+    if (!checked) {
+        log_error("cannot update the build id: ", checked.reason());
     } else if (update_uefi_build_id_file() == 1) {
-        log_line("the BIOS has another build id");
+        log_line("the build id of the BIOS changed");
     }
 }
 
@@ -118,75 +121,75 @@ settings_service::~settings_service() {
     registrar_.remove_plugins();
 }
 
-std::string settings_service::start() {
+dp_support::result<> settings_service::start() {
     for (const auto& path :
          {dp::fixed_paths::uefi_settings, dp::fixed_paths::uefi_current,
           dp::fixed_paths::uefi_build_id, dp_service::server_paths::vital_product_data}) {
-        if (std::string problem = problem_with_file(path.str()); !problem.empty()) {
-            return problem;
+        if (auto checked = check_trusted(path.str()); !checked) {
+            return checked;
         }
     }
-    history_.complete(note_.lines_in_force());
-    note_.remove();
-    std::vector<template_info> infos;
-    std::string problem = read_template_text(dp::fixed_paths::uefi_template.str(),
-                                             dp::fixed_paths::uefi_info.str(), infos);
-    if (!problem.empty()) {
-        return problem;
+    history_.complete(journal_.lines_to_replay());
+    journal_.remove();
+    const std::string template_path = dp::fixed_paths::uefi_template.str();
+    const auto infos = read_template(template_path, dp::fixed_paths::uefi_info.str());
+    if (!infos) {
+        return infos.error();
     }
-    auto model = template_model::make(infos, &plugin_, problem);
+    auto model = template_model::make(*infos, &plugin_);
     if (!model) {
-        return dp::fixed_paths::uefi_template.str() + ": " + problem;
+        return dp_support::failure{template_path + ": " + model.reason(), model.code()};
     }
-    auto store = std::make_unique<value_store>(*model);
-    install(std::move(model), std::move(store));
-    problem = load_values();
-    if (problem.empty()) {
-        plugin_.serve(*model_, *store_);
-        refresh_build_id();
-        log_line("serving ", model_->attributes().size(), " attributes in ",
-                 model_->configurations().size(), " collections");
+    auto store = std::make_unique<value_store>(**model);
+    use(*std::move(model), std::move(store));
+    if (auto loaded = load_values(); !loaded) {
+        return loaded;
     }
-    return problem;
+    plugin_.serve(*model_, *store_);
+    refresh_build_id();
+    log_line("serving ", model_->attributes().size(), " attributes in ",
+             model_->configurations().size(), " collections");
+    return {};
 }
 
-std::string settings_service::load_values() {
+dp_support::result<> settings_service::load_values() {
     const std::string pending_path = dp::fixed_paths::uefi_settings.str();
     const std::string current_path = dp::fixed_paths::uefi_current.str();
-    named_values pending;
-    named_values current;
-    bool has_pending = false;
-    bool has_current = false;
-    std::string problem = read_values(pending_path, pending, has_pending);
-    if (problem.empty()) {
-        problem = read_values(current_path, current, has_current);
+    auto pending = read_values(pending_path);
+    if (!pending && pending.code() != ENOENT) {
+        return pending.error();
     }
-    if (!problem.empty()) {
-        return problem;
+    auto current = read_values(current_path);
+    if (!current && current.code() != ENOENT) {
+        return current.error();
     }
-    const std::size_t dropped = adopt_all(has_pending ? pending : current, *store_);
-    const std::size_t added =
-        store_->add_defaults(has_pending || has_current ? no_setting : every_setting);
-    if (!has_pending || dropped > 0 || added > 0) {
-        problem = write_store(pending_path, *store_).reason();
+    std::size_t dropped = 0;
+    if (pending || current) {
+        dropped = load_all(pending ? *pending : *current, *store_);
     }
-    if (problem.empty() && !has_current) {
-        value_store defaults(*model_);
-        defaults.add_defaults(every_setting);
-        problem = write_store(current_path, defaults).reason();
+    const std::size_t added = store_->add_defaults(pending || current ? no_setting : every_setting);
+    if (!pending || dropped > 0 || added > 0) {
+        if (auto written = write_values_file(pending_path, *store_); !written) {
+            return written;
+        }
     }
-    return problem;
+    if (current) {
+        return {};
+    }
+    value_store defaults(*model_);
+    defaults.add_defaults(every_setting);
+    return write_values_file(current_path, defaults);
 }
 
-dp_support::result<> settings_service::write_store(const std::string& path,
-                                                   const value_store& store,
-                                                   const std::string& history_lines) {
-    dp_support::staged_file file(path, dp_support::staged_file::durable);
+dp_support::result<> settings_service::write_values_file(const std::string& path,
+                                                         const value_store& store,
+                                                         const std::string& history_lines) {
+    staged_file file(path, staged_file::durable);
     write_values(store, file.out());
     auto written = file.complete();
     if (written) {
         if (!history_lines.empty()) {
-            note_.write(file.staged_path(), history_lines);
+            journal_.write(file.staged_path(), history_lines);
         }
         written = replace_under_lock(file);
     }
@@ -197,52 +200,52 @@ dp_support::result<> settings_service::write_store(const std::string& path,
 }
 
 dp_support::result<> settings_service::write_pending(const std::string& history_lines) {
-    auto written = write_store(dp::fixed_paths::uefi_settings.str(), *store_, history_lines);
+    auto written = write_values_file(dp::fixed_paths::uefi_settings.str(), *store_, history_lines);
     if (!written) {
-        log_error("changes are not kept: ", written.reason());
+        log_error("changes are not persisted: ", written.reason());
     }
     return written;
 }
 
-int settings_service::persist(const dp::setting_transaction& trans) {
+dp_support::result<> settings_service::persist(const dp::setting_transaction& trans) {
     const std::string lines = history_.lines_of(trans);
-    const auto written = write_pending(lines);
+    auto written = write_pending(lines);
     if (written) {
         history_.append(lines);
     }
-    note_.remove();
-    return written.code();
+    journal_.remove();
+    return written;
 }
 
-void settings_service::settle() {
+void settings_service::retry_failed_write() {
     if (file_differs_) {
+        // A failure is logged, and the next call tries again.
         static_cast<void>(write_pending({}));
     }
 }
 
-void settings_service::install(std::unique_ptr<template_model> model,
-                               std::unique_ptr<value_store> store) {
+void settings_service::use(std::unique_ptr<template_model> model,
+                           std::unique_ptr<value_store> store) {
     registrar_.use_model(model.get());
     plugin_.serve(*model, *store);
-    // What was there before goes last: nothing points at it any more.
-    std::swap(store_, store);
-    std::swap(model_, model);
-    store.reset();
+    // Nothing refers to the previous model and store any more.
+    store_ = std::move(store);
+    model_ = std::move(model);
 }
 
-void settings_service::tell_of(dp::command::alerts what, fm::command::alerts fm_what) const {
+void settings_service::send_alerts(dp::command::alerts what, fm::command::alerts fm_what) const {
     plugin_.alert(what, 0);
     dp::send_fm_alert(fm_what, 0);
 }
 
 dp_service::server_answer settings_service::restart() {
-    const std::string problem = write_store(dp::fixed_paths::uefi_current.str(), *store_).reason();
-    if (!problem.empty()) {
-        log_error("restart: ", problem);
-        return {dp_service::service_status::not_persisted, problem};
+    if (const auto written = write_values_file(dp::fixed_paths::uefi_current.str(), *store_);
+        !written) {
+        log_error("restart: ", written.reason());
+        return {not_persisted, written.reason()};
     }
     log_line("the server restarted: pending values are current");
-    tell_of(dp::command::alerts::server_restarted, fm::command::alerts::server_restarted);
+    send_alerts(dp::command::alerts::server_restarted, fm::command::alerts::server_restarted);
     return {};
 }
 
@@ -252,93 +255,99 @@ struct settings_service::update_parts {
     std::unique_ptr<value_store> store;
 };
 
-dp_service::server_answer settings_service::prepare_update(update_parts& parts) {
+// The code of a failure is one of `service_status`.
+dp_support::result<> settings_service::prepare_update(update_parts& parts) {
+    const std::string folder = dp_service::server_paths::update_folder.str();
     const std::string template_path = dp_service::server_paths::update_template.str();
-    if (open_own_file(template_path).missing) {
-        return {dp_service::service_status::not_supported,
-                "no update lies ready in " + dp_service::server_paths::update_folder.str()};
+    const std::string build_id_path = dp_service::server_paths::update_build_id.str();
+    const auto refuse = [](const std::string& reason) {
+        return dp_support::failure{reason, malformed_line};
+    };
+    if (is_missing(template_path)) {
+        return dp_support::failure{"there is no update in " + folder, not_supported};
     }
-    std::string problem = prepare_run_folder(dp_service::server_paths::update_folder.str());
-    if (problem.empty()) {
-        parts.build_id = read_own_file(dp_service::server_paths::update_build_id.str(),
-                                       longest_build_id_file, problem);
-        parts.build_id.resize(std::min(parts.build_id.find('\n'), parts.build_id.size()));
+    if (const auto prepared = prepare_private_folder(folder); !prepared) {
+        return refuse(prepared.reason());
     }
-    if (problem.empty() && !is_product_data_value(parts.build_id)) {
-        problem = dp_service::server_paths::update_build_id.str() + " holds no build id";
+    const auto build_id = read_trusted_file(build_id_path, longest_build_id_file);
+    if (!build_id) {
+        return refuse(build_id.reason());
     }
-    std::vector<template_info> infos;
-    if (problem.empty()) {
-        const std::string text_path = service_files::update_text.str();
-        dp_support::remove_or_set_aside(text_path);
-        problem = read_template_text(template_path, text_path, infos);
-        dp_support::remove_or_set_aside(text_path);
+    parts.build_id = build_id->substr(0, build_id->find('\n'));
+    if (!is_product_data_value(parts.build_id)) {
+        return refuse(build_id_path + " contains no build id");
     }
-    if (problem.empty()) {
-        parts.model = template_model::make(infos, &plugin_, problem);
+    const std::string text_path = service_files::update_text.str();
+    dp_support::remove_or_set_aside(text_path);
+    const auto infos = read_template(template_path, text_path);
+    dp_support::remove_or_set_aside(text_path);
+    if (!infos) {
+        return refuse(infos.reason());
     }
-    if (!parts.model) {
-        return {dp_service::service_status::malformed_line, problem};
+    auto model = template_model::make(*infos, &plugin_);
+    if (!model) {
+        return refuse(model.reason());
     }
+    parts.model = *std::move(model);
     parts.store = std::make_unique<value_store>(*parts.model);
     carry_over(*store_, *parts.model, *parts.store);
     parts.store->add_defaults([&](const dp::setting& s) {
         return model_->find(s.configuration->name, s.name) == nullptr ||
-               is_told_by(*parts.model, s);
+               is_determined_by(*parts.model, s);
     });
     return {};
 }
 
-dp_service::server_answer settings_service::update() {
-    update_parts parts;
-    dp_service::server_answer outcome = prepare_update(parts);
-    if (outcome.status != 0) {
-        log_error("BIOS update refused: ", outcome.reason);
-        return outcome;
+dp_support::result<> settings_service::install(update_parts parts) {
+    const std::string product_data_path = dp_service::server_paths::vital_product_data.str();
+    const auto data = with_product_data(product_data_path, "UEFIID", parts.build_id);
+    if (!data) {
+        return data.error();
     }
-    dp_support::staged_file bios(dp::fixed_paths::uefi_template.str(),
-                                 dp_support::staged_file::durable);
-    dp_support::staged_file pending(dp::fixed_paths::uefi_settings.str(),
-                                    dp_support::staged_file::durable);
-    dp_support::staged_file current(dp::fixed_paths::uefi_current.str(),
-                                    dp_support::staged_file::durable);
-    dp_support::staged_file product_data(dp_service::server_paths::vital_product_data.str(),
-                                         dp_support::staged_file::durable);
+    staged_file bios(dp::fixed_paths::uefi_template.str(), staged_file::durable);
+    staged_file pending(dp::fixed_paths::uefi_settings.str(), staged_file::durable);
+    staged_file current(dp::fixed_paths::uefi_current.str(), staged_file::durable);
+    staged_file product_data(product_data_path, staged_file::durable);
     std::ifstream source(dp_service::server_paths::update_template.str(), std::ios::binary);
     bios.out() << source.rdbuf();
     write_values(*parts.store, pending.out());
     write_values(*parts.store, current.out());
-    product_data.out() << with_product_data(dp_service::server_paths::vital_product_data.str(),
-                                            "UEFIID", parts.build_id, outcome.reason);
-    dp_support::staged_file* const files[] = {&bios, &pending, &current, &product_data};
-    for (dp_support::staged_file* file : files) {
-        if (outcome.reason.empty()) {
-            outcome.reason = file->complete().reason();
-        }
+    product_data.out() << *data;
+    staged_file* const files[] = {&bios, &pending, &current, &product_data};
+    dp_support::result<> done;
+    for (staged_file* file : files) {
+        done = done.and_then([&] { return file->complete(); });
     }
-    for (dp_support::staged_file* file : files) {
-        if (outcome.reason.empty()) {
-            outcome.reason = replace_under_lock(*file).reason();
-        }
+    for (staged_file* file : files) {
+        done = done.and_then([&] { return replace_under_lock(*file); });
     }
-    // With the template in place it is the new BIOS, whatever else could not be written: the next
-    // start, or the next request, gives it its values.
+    // With its template in place, the new BIOS is the server's, even if other files could not be
+    // written: the next start or request writes them.
     if (bios.is_in_place()) {
         dp_service::template_cache::discard();
-        install(std::move(parts.model), std::move(parts.store));
+        use(std::move(parts.model), std::move(parts.store));
         file_differs_ = !pending.is_in_place();
         refresh_build_id();
-        tell_of(dp::command::alerts::bios_updated, fm::command::alerts::bios_updated);
-        tell_of(dp::command::alerts::server_restarted, fm::command::alerts::server_restarted);
+        send_alerts(dp::command::alerts::bios_updated, fm::command::alerts::bios_updated);
+        send_alerts(dp::command::alerts::server_restarted, fm::command::alerts::server_restarted);
     }
-    if (!outcome.reason.empty()) {
-        log_error("BIOS update failed: ", outcome.reason);
-        outcome.status = dp_service::service_status::not_persisted;
-        return outcome;
+    return done;
+}
+
+dp_service::server_answer settings_service::update() {
+    update_parts parts;
+    if (const auto prepared = prepare_update(parts); !prepared) {
+        log_error("BIOS update refused: ", prepared.reason());
+        return {prepared.code(), prepared.reason()};
+    }
+    const std::string build_id = parts.build_id;
+    if (const auto installed = install(std::move(parts)); !installed) {
+        log_error("BIOS update failed: ", installed.reason());
+        return {not_persisted, installed.reason()};
     }
     dp_support::remove_or_set_aside(dp_service::server_paths::update_template.str());
     dp_support::remove_or_set_aside(dp_service::server_paths::update_build_id.str());
-    log_line("the BIOS was updated to ", parts.build_id, " and the server restarted");
+    log_line("updated the BIOS to ", build_id, " and restarted the server");
     return {};
 }
 

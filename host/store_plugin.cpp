@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "host/exchange/command_marks.hpp"
+#include "host/history/change_flags.hpp"
 #include "platform/dp/alerts.hpp"
 #include "platform/sysipc/system_message_queue.hpp"
 #include "service_api/alert_sources.hpp"
@@ -16,9 +16,8 @@
 namespace dp_host {
 namespace {
 
-// The queue of the plug-ins' alerts.
-
-unsigned char in_a_byte(std::size_t number) {
+// An alert carries one byte.
+unsigned char clamp_to_byte(std::size_t number) {
     return static_cast<unsigned char>(std::min<std::size_t>(number, 255));
 }
 
@@ -26,7 +25,8 @@ bool is_write(dp::operations op) {
     return op == dp::op_set || op == dp::op_setv || op == dp::op_delete;
 }
 
-// The settings whose instances come and go with those of `s`: its record's, if it is the key.
+// The settings whose instances are created and removed with those of `s`: those of its record when
+// it is the key, otherwise none.
 const std::vector<dp::setting*>& row_of(const dp::setting& s) {
     static const std::vector<dp::setting*> none;
     const auto& records = s.configuration->records;
@@ -39,11 +39,11 @@ void succeed(dp::transaction_command& command, const std::string& value) {
     command.complete = true;
 }
 
-// A command that was already answered turns out not to have happened.
-void fail_after_all(dp::transaction_command& command, std::int32_t status) {
+// Fails a command that succeeded, because its change was undone.
+void fail_undone(dp::transaction_command& command) {
     command.value_out.clear();
-    command.status = status;
-    command_marks::changed(command) = false;
+    command.status = dp_service::service_status::not_persisted;
+    change_flags::changed(command) = false;
 }
 
 }  // namespace
@@ -59,7 +59,7 @@ void store_plugin::on_stop(dp::registrar& /*reg*/) {}
 void store_plugin::serve(const template_model& model, value_store& store) {
     model_ = &model;
     store_ = &store;
-    store.for_each([](value_store::place at, const std::string& value) {
+    store.for_each([](value_store::key at, const std::string& value) {
         at.setting->set_instance_value(value, at.instance);
     });
     for (const auto& configuration : model.configurations()) {
@@ -88,52 +88,53 @@ void store_plugin::process_transaction(dp::registrar& reg, dp::transaction* tran
     std::vector<dp::transaction_command*> answered;
     for (dp::transaction_command* command : settings->commands) {
         if (is_open(*command)) {
-            carry_out(*command);
+            execute(*command);
             answered.push_back(command);
         }
     }
-    const auto changed = store_->changed_places();
+    const auto changed = store_->changed();
     if (!changed.empty()) {
-        make_last(*settings, answered);
+        persist(*settings, answered);
     }
     trans->substep_complete(reg, this);
 
-    // The end of the sub-step stored each command's own value in the cache; deletes, rows and
-    // changes taken back are not among them.
+    // The end of the sub-step stored the value of each command in the cache. That is wrong after
+    // deletes and a rollback, and does not include the other fields of rows.
     for (const auto& at : changed) {
-        bring_to_cache(at);
+        refresh_cache(at);
         at.setting->configuration->changed = 0;
     }
 }
 
-void store_plugin::make_last(const dp::setting_transaction& trans,
-                             const std::vector<dp::transaction_command*>& answered) {
-    const std::size_t count = store_->changed_places().size();
-    if (const int error = persist_(trans); error != 0) {
-        take_back(answered);
-        alert(dp::command::alerts::persist_failed, in_a_byte(static_cast<std::size_t>(error)));
+void store_plugin::persist(const dp::setting_transaction& trans,
+                           const std::vector<dp::transaction_command*>& answered) {
+    const std::size_t count = store_->changed().size();
+    if (const auto persisted = persist_(trans); !persisted) {
+        rollback(answered);
+        alert(dp::command::alerts::persist_failed,
+              clamp_to_byte(static_cast<std::size_t>(persisted.code())));
     } else {
         store_->keep_changes();
-        alert(dp::command::alerts::settings_changed, in_a_byte(count));
+        alert(dp::command::alerts::settings_changed, clamp_to_byte(count));
     }
 }
 
 void store_plugin::alert(dp::command::alerts what, unsigned char value) const {
-    // That nobody listens is no failure, which `send_alert` would log.
+    // `send_alert` logs every failure, but having no listeners is not one.
     if (sysipc::system_message_queue(dp::command::alert_queue, 0).is_open()) {
         send_alert(what, value);
     }
 }
 
-void store_plugin::carry_out(dp::transaction_command& command) {
+void store_plugin::execute(dp::transaction_command& command) {
     dp::setting& setting = *command.target.setting;
     const dp::operations op = command.operation;
     if (op != dp::op_get && op != dp::op_getv && !is_write(op)) {
         command.fail(dp_service::service_status::not_supported);
         return;
     }
-    value_store::place at{&setting, 0};
-    if (!element_of(setting).names_instance(command.target.instance, at.instance)) {
+    value_store::key at{&setting, 0};
+    if (!element_of(setting).parse_instance(command.target.instance, at.instance)) {
         command.fail(dp_service::service_status::bad_instance);
         return;
     }
@@ -146,7 +147,7 @@ void store_plugin::carry_out(dp::transaction_command& command) {
     }
 }
 
-void store_plugin::read(dp::transaction_command& command, value_store::place at) {
+void store_plugin::read(dp::transaction_command& command, value_store::key at) {
     const std::string* const value = store_->find(at);
     if (value == nullptr) {
         command.fail(dp::command_status::value_not_known);
@@ -155,18 +156,19 @@ void store_plugin::read(dp::transaction_command& command, value_store::place at)
     }
 }
 
-void store_plugin::write(dp::transaction_command& command, value_store::place at) {
+void store_plugin::write(dp::transaction_command& command, value_store::key at) {
     const std::string* const present = store_->find(at);
     const bool is_there = present != nullptr;
-    if (element_of(*at.setting).is_read_only() && (!is_there || *present != command.value_in)) {
+    const bool is_change = !is_there || *present != command.value_in;
+    if (element_of(*at.setting).is_read_only() && is_change) {
         command.fail(dp_service::service_status::read_only);
         return;
     }
-    command_marks::changed(command) = !is_there || *present != command.value_in;
+    change_flags::changed(command) = is_change;
     store_->put(at, command.value_in);
     if (!is_there) {
         for (dp::setting* member : row_of(*at.setting)) {
-            const value_store::place field{member, at.instance};
+            const value_store::key field{member, at.instance};
             if (at.instance <= member->element->max_instance && store_->find(field) == nullptr) {
                 store_->put(field, member->element->default_value());
             }
@@ -175,7 +177,7 @@ void store_plugin::write(dp::transaction_command& command, value_store::place at
     succeed(command, command.value_in);
 }
 
-void store_plugin::remove(dp::transaction_command& command, value_store::place at) {
+void store_plugin::remove(dp::transaction_command& command, value_store::key at) {
     template_element& element = element_of(*at.setting);
     if (element.is_read_only()) {
         command.fail(dp_service::service_status::read_only);
@@ -184,12 +186,12 @@ void store_plugin::remove(dp::transaction_command& command, value_store::place a
     if (element.is_single_valued()) {
         const std::string value = element.default_value();
         const std::string* const present = store_->find(at);
-        command_marks::changed(command) = present == nullptr || *present != value;
+        change_flags::changed(command) = present == nullptr || *present != value;
         store_->put(at, value);
         succeed(command, value);
         return;
     }
-    command_marks::changed(command) = command_marks::removed(command) = store_->find(at) != nullptr;
+    change_flags::changed(command) = change_flags::removed(command) = store_->find(at) != nullptr;
     for (dp::setting* member : row_of(*at.setting)) {
         store_->remove({member, at.instance});
     }
@@ -197,38 +199,38 @@ void store_plugin::remove(dp::transaction_command& command, value_store::place a
     succeed(command, "");
 }
 
-bool store_plugin::is_changed(value_store::place at) const {
+bool store_plugin::is_changed(value_store::key at) const {
     const auto& row = row_of(*at.setting);
     return store_->is_changed(at) || std::any_of(row.begin(), row.end(), [&](dp::setting* member) {
                return store_->is_changed({member, at.instance});
            });
 }
 
-void store_plugin::take_back(const std::vector<dp::transaction_command*>& answered) {
+void store_plugin::rollback(const std::vector<dp::transaction_command*>& answered) {
     std::vector<dp::transaction_command*> reads;
     for (dp::transaction_command* command : answered) {
-        value_store::place at{command->target.setting, 0};
-        if (!element_of(*at.setting).names_instance(command->target.instance, at.instance) ||
+        value_store::key at{command->target.setting, 0};
+        if (!element_of(*at.setting).parse_instance(command->target.instance, at.instance) ||
             !is_changed(at)) {
             continue;
         }
         if (!is_write(command->operation)) {
             reads.push_back(command);
         } else if (command->status == dp::command_status::success) {
-            fail_after_all(*command, dp_service::service_status::not_persisted);
+            fail_undone(*command);
         }
     }
     store_->undo_changes();
-    // Reads in between saw values that are gone again.
+    // These reads returned values that were undone.
     for (dp::transaction_command* command : reads) {
         command->status = dp::command_status::success;
         command->complete = false;
         command->value_out.clear();
-        carry_out(*command);
+        execute(*command);
     }
 }
 
-void store_plugin::bring_to_cache(value_store::place at) const {
+void store_plugin::refresh_cache(value_store::key at) const {
     if (const std::string* const value = store_->find(at); value != nullptr) {
         at.setting->set_instance_value(*value, at.instance);
     } else if (at.setting->cache.find_entry(at.instance, false) != nullptr) {

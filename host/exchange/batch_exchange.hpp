@@ -6,25 +6,24 @@
 
 namespace dp_host {
 
-/// The exchange with clients: a finished batch file is taken, run and answered.
+/// The batch exchange with clients: takes, runs and answers batch files.
 ///
-/// A batch is taken by renaming it to a name of the service's own, so that the next one can be
-/// written meanwhile. That name tells what to do after a crash: a file that is still there was not
-/// (or not wholly) answered. It is run again, which is harmless, since its changes are either on
-/// disk already or were never made, but only while its client may still wait for the answer and has
-/// not begun a new batch: an answer that nobody expects would be taken for that of the next batch.
+/// A batch is taken by renaming it, so that the next one can be written meanwhile. A renamed file
+/// that exists at start was not, or not completely, answered when the service was killed. It is run
+/// again: that is safe, since its changes either are on the disk already or were not made. It is
+/// run only if its client may still wait for the answer and has not written a new batch: otherwise
+/// the answer would be taken for the answer to the next batch.
 class batch_exchange {
   public:
-    /// The registrar stays the caller's and outlives the exchange.
+    /// `registrar` is not owned and must outlive the exchange.
     explicit batch_exchange(host_registrar& registrar) : registrar_(registrar) {}
 
-    /// Deals with what a service that was killed left behind. Call it once, before `look`.
+    /// Runs or drops what a service that was killed left. Call it once, before `poll`.
     void recover();
 
-    /// Takes, runs and answers a batch, if a finished one is there; there may be another one then.
-    /// What is no file of ours is taken out of the way. `has_ended` and the answer are those of
-    /// `take_exchange_file`.
-    exchange_look look(bool has_ended);
+    /// Takes, runs and answers a complete batch, if there is one. Result and `is_complete` are
+    /// those of `take_exchange_file`.
+    poll_result poll(bool is_complete);
 
   private:
     void run_and_answer();

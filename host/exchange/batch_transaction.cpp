@@ -1,7 +1,6 @@
 #include "host/exchange/batch_transaction.hpp"
 
 #include <cstdint>
-#include <map>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -22,16 +21,20 @@ bool is_open(const dp::transaction_command& command) {
     return command.status == dp::command_status::success && !command.complete;
 }
 
-// The library reads an instance number as far as it goes; this service knows one name for each. A
-// delete's instance is for the library's own check to judge first.
+bool is_read(const dp::transaction_command& command) {
+    return command.operation == dp::op_get || command.operation == dp::op_getv;
+}
+
+// The library reads the number at the beginning of an instance text and ignores the rest; this
+// service accepts one text for each instance. The library's own check of deletes comes first.
 void check_instance(dp::transaction_command& command) {
     const dp::operations op = command.operation;
-    if (op != dp::op_get && op != dp::op_getv && op != dp::op_set && op != dp::op_setv) {
+    if (!is_read(command) && op != dp::op_set && op != dp::op_setv) {
         return;
     }
     const auto* element = dynamic_cast<template_element*>(command.target.setting->element);
     std::uint32_t instance = 0;
-    if (element != nullptr && !element->names_instance(command.target.instance, instance)) {
+    if (element != nullptr && !element->parse_instance(command.target.instance, instance)) {
         command.fail(dp_service::service_status::bad_instance);
     }
 }
@@ -47,7 +50,7 @@ batch_transaction::batch_transaction(std::vector<dp::transaction_command>& batch
     }
     if (!batch.empty()) {
         requester = batch.front().tid;
-        // The logs put the name between "<" and ">" themselves.
+        // The logs write the name between "<" and ">" themselves.
         name = requester.size() > 2 && requester.front() == '<' && requester.back() == '>'
                    ? requester.substr(1, requester.size() - 2)
                    : requester;
@@ -81,14 +84,13 @@ void batch_transaction::on_execute_step(dp::registrar& reg, dp::plugin_list& plu
     dp::setting_transaction::on_execute_step(reg, plugins);
 }
 
-// The cache answers reads before any write of the transaction is carried out, with the value from
-// before. What is both written and read here is taken out of the cache, so that the owner of the
-// setting answers, in order.
+// The cache answers reads before any write of the transaction is executed, with the old value.
+// Instances that the transaction both writes and reads are therefore removed from the cache, so
+// that the owner of the setting answers in order.
 void batch_transaction::keep_reads_in_order() {
     std::unordered_map<dp::setting*, std::unordered_set<std::uint32_t>> written;
     for (const dp::transaction_command* command : commands) {
-        if (is_open(*command) && command->operation != dp::op_get &&
-            command->operation != dp::op_getv) {
+        if (is_open(*command) && !is_read(*command)) {
             written[command->target.setting].insert(dp::parse_instance(command->target.instance));
         }
     }

@@ -2,7 +2,6 @@
 #define DP_HOST_EXCHANGE_BATCH_TRANSACTION_HPP
 
 #include <functional>
-#include <string>
 #include <vector>
 
 #include "transactions/setting_transaction.hpp"
@@ -10,20 +9,19 @@
 
 namespace dp_host {
 
-/// The commands of one batch file as a transaction: every line of the file, in its order, also when
-/// several aim at the same setting. A read behind a write of the same instance gives what was
-/// written.
+/// The commands of one batch file as a transaction, in the order of the file, also when several
+/// have the same target: a read after a write of the same instance returns what was written.
 class batch_transaction final : public dp::setting_transaction {
   public:
     using listener = std::function<void(batch_transaction&)>;
 
-    /// The commands stay the caller's and in their place until the transaction is complete.
-    /// `on_step_end`, if there is one, is called whenever a step ended.
+    /// `batch` is not owned and must not change until the transaction is complete. `on_step_end`,
+    /// if set, is called after every step.
     explicit batch_transaction(std::vector<dp::transaction_command>& batch,
                                listener on_step_end = nullptr);
 
-    /// Checks the instances that commands name, maps their values and hands the transaction to the
-    /// registrar. Called once.
+    /// Checks the instances of the commands, maps their values and queues the transaction at the
+    /// registrar. Call it once.
     void queue(dp::registrar& reg);
 
     void execute_step(dp::registrar& reg, dp::plugin_list& plugins) override;

@@ -4,63 +4,68 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <utility>
 
-#include "host/exchange/own_file.hpp"
 #include "host/process/service_log.hpp"
+#include "host/process/trusted_file.hpp"
 #include "support/remove_or_set_aside.hpp"
 
 namespace dp_host {
 namespace {
 
-enum class lease : std::uint8_t { held, refused, unknown };
+enum class lease_state : std::uint8_t { granted, refused, unsupported };
 
-// A read lease is granted only while nobody has the file open for writing, and who opens it for
-// that waits until the lease ends. File systems without leases say nothing about writers; there the
-// end of writing was announced.
-lease take_lease(int fd) {
+// A read lease is granted only while no process has the file open for writing. A process that then
+// opens it for writing waits until the lease ends. On file systems without leases, the reported end
+// of writing has to suffice.
+lease_state take_lease(int fd) {
     if (fcntl(fd, F_SETLEASE, F_RDLCK) == 0) {
-        return lease::held;
+        return lease_state::granted;
     }
-    return errno == EAGAIN ? lease::refused : lease::unknown;
+    return errno == EAGAIN ? lease_state::refused : lease_state::unsupported;
+}
+
+bool is_lease_broken(int fd) {
+    return fcntl(fd, F_GETLEASE) == F_UNLCK;
 }
 
 }  // namespace
 
-exchange_look take_exchange_file(const std::string& path, const std::string& taken_path,
-                                 bool has_ended, dp_support::file_descriptor& hold) {
-    own_file file = open_own_file(path);
-    if (!file.problem.empty()) {
-        if (!file.missing) {
-            const bool cleared = dp_support::remove_or_set_aside(path);
-            log_error("refused: ", file.problem, cleared ? "; removed it" : "; it stays there");
+poll_result take_exchange_file(const std::string& path, const std::string& taken_path,
+                               bool is_complete, dp_support::file_descriptor& lease) {
+    auto file = open_trusted_file(path);
+    if (!file) {
+        if (file.code() != ENOENT) {
+            const bool is_gone = dp_support::remove_or_set_aside(path);
+            log_error("refused: ", file.reason(),
+                      is_gone ? "; removed it" : "; it cannot be removed");
         }
-        return exchange_look::nothing;
+        return poll_result::nothing;
     }
-    const lease quiet = take_lease(file.descriptor.get());
-    if (quiet == lease::refused) {
-        return exchange_look::being_written;
+    const int fd = file->descriptor.get();
+    const lease_state state = take_lease(fd);
+    if (state == lease_state::refused) {
+        return poll_result::being_written;
     }
-    if (file.size == 0 && !has_ended) {
-        return exchange_look::nothing;
+    if (file->size == 0 && !is_complete) {
+        return poll_result::nothing;
     }
     dp_support::remove_or_set_aside(taken_path);
     if (std::rename(path.c_str(), taken_path.c_str()) != 0) {
         log_error("cannot take ", path, ": ", std::strerror(errno));
-        return exchange_look::nothing;
+        return poll_result::nothing;
     }
-    // Who opened it meanwhile, to write it anew, waits to go on: then it goes back to its place,
-    // unless a further file is there by now.
-    if (quiet == lease::held && fcntl(file.descriptor.get(), F_GETLEASE) == F_UNLCK &&
+    // A process that opened the file meanwhile waits to write to it: give it back, unless there is
+    // another file by now.
+    if (state == lease_state::granted && is_lease_broken(fd) &&
         link(taken_path.c_str(), path.c_str()) == 0) {
         dp_support::remove_or_set_aside(taken_path);
-        return exchange_look::being_written;
+        return poll_result::being_written;
     }
-    hold = std::move(file.descriptor);
-    return exchange_look::taken;
+    lease = std::move(file->descriptor);
+    return poll_result::taken;
 }
 
 }  // namespace dp_host

@@ -1,31 +1,34 @@
 #ifndef DP_HOST_EXCHANGE_EXCHANGE_FILE_HPP
 #define DP_HOST_EXCHANGE_EXCHANGE_FILE_HPP
 
+#include <cstdint>
 #include <string>
 
 #include "support/file_descriptor.hpp"
 
 namespace dp_host {
 
-/// How a look for a file went.
-enum class exchange_look {
-    nothing,        ///< there is none, or none that may be taken
-    being_written,  ///< there is one, and somebody has it open for writing
-    taken,
+/// What polling for an exchange file found.
+enum class poll_result : std::uint8_t {
+    nothing,        ///< no file, or one that is refused
+    being_written,  ///< a file that a process has open for writing; poll again soon
+    taken,          ///< a file, which was renamed; there may be another one by now
 };
 
-/// Takes a file that another process wrote to `path`, by renaming it to `taken_path`. A link, what
-/// is not a regular file, and somebody else's file is removed instead, and the log says so. An
-/// empty file is taken only when the end of its writing was noticed, which `has_ended` tells: for a
-/// moment a file is there before the one who makes it counts as its writer. One who closes it
-/// counts as its writer a moment longer than the end of writing is announced, so look again at a
-/// file that is `being_written`: that no further event comes is possible.
+/// Takes a file that another process writes to `path`, by renaming it to `taken_path`. What is not
+/// a regular file of this user is removed, or set aside if it is a folder that is not empty, and
+/// the log says so.
 ///
-/// While `hold`, which is set when the file is taken, stays open, nobody writes that file anew: who
-/// was about to waits (for 45 seconds, or what the system's lease-break-time is, and where there
-/// are leases). Keep it until the file was read.
-exchange_look take_exchange_file(const std::string& path, const std::string& taken_path,
-                                 bool has_ended, dp_support::file_descriptor& hold);
+/// A file that a process has open for writing is `being_written`. The kernel may still count a
+/// process as writer a moment after it reported the end of the writing, so no later event need
+/// follow. An empty file is taken only if `is_complete` says that the end of its writing was
+/// reported: a file exists a moment before the kernel counts its creator as writer.
+///
+/// `lease` is set when the file is taken. While it is open, a process that opens the file for
+/// writing waits, on file systems with leases for as long as the system's lease-break-time (usually
+/// 45 seconds). Close it when the file has been read.
+poll_result take_exchange_file(const std::string& path, const std::string& taken_path,
+                               bool is_complete, dp_support::file_descriptor& lease);
 
 }  // namespace dp_host
 

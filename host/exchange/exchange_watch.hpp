@@ -5,31 +5,33 @@
 #include <string>
 
 #include "support/file_descriptor.hpp"
+#include "support/result.hpp"
 
 namespace dp_host {
 
-/// Notices files that appear in a folder, finished or not.
+/// Watches a folder for new files, complete or not.
 class exchange_watch {
   public:
-    /// Begins to watch. Whoever looks at the folder after that misses nothing. Returns why the
-    /// folder can't be watched; empty when it is.
-    std::string begin(const std::string& folder);
+    /// Begins to watch `folder`. Nothing that appears later is missed.
+    dp_support::result<> begin(const std::string& folder);
 
-    /// Readable when something happened.
+    /// Readable when there are events. Not owned; valid until the next `begin`.
     [[nodiscard]] int descriptor() const { return notify_.get(); }
 
-    /// Takes note of what happened. False when the folder itself went away: then prepare it anew
-    /// and `begin` again.
-    bool take_events();
+    /// Reads the events. False when the folder was removed or moved: prepare it and call `begin`
+    /// again.
+    bool read_events();
 
-    /// Whether, by the events so far, the writing of the folder's file `name` ended or it was moved
-    /// there, since it was made and since `forget_end`.
-    [[nodiscard]] bool has_ended(const std::string& name) const { return ended_.contains(name); }
-    void forget_end(const std::string& name) { ended_.erase(name); }
+    /// Whether the events so far reported that the file `name` of the folder was completely written
+    /// or moved there, since it was created and since `forget`.
+    [[nodiscard]] bool is_complete(const std::string& name) const {
+        return complete_.contains(name);
+    }
+    void forget(const std::string& name) { complete_.erase(name); }
 
   private:
     dp_support::file_descriptor notify_;
-    std::set<std::string> ended_;
+    std::set<std::string> complete_;
 };
 
 }  // namespace dp_host

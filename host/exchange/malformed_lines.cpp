@@ -22,7 +22,7 @@ dp::basic_transaction_command answer_to_line(std::string_view line, std::int32_t
         words >> word;
     }
     words >> answer.name;
-    // A result line always has a name; this is the one of a command whose setting is unknown.
+    // A result line always has a name; commands whose setting is unknown have this one.
     if (answer.name.empty() || answer.name.front() == '"') {
         answer.name = "ERR.INVALID_SETTING";
     }

@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -16,19 +15,18 @@ namespace dp_host {
 /// A longer line of a batch, in bytes, is malformed.
 inline constexpr std::uint32_t longest_batch_line = 64 * 1024;
 
-/// A failed answer to a line: its correlator, tid, operation and name, as far as the line has them.
+/// A failed answer to a line, with as much of correlator, tid, operation and name as the line has.
 dp::basic_transaction_command answer_to_line(std::string_view line, std::int32_t status);
 
-/// The lines of a batch that are no commands, and the answers to them. The reader drops these
-/// lines.
+/// Collects the lines of a batch that are not commands, which the reader drops, with their answers.
 class malformed_lines final : public dp::dropped_line_listener {
   public:
     struct malformed_line {
-        std::size_t position;  ///< number of commands before it
+        std::size_t position;  ///< number of commands before the line
         dp::basic_transaction_command answer;
     };
 
-    /// `commands` are those that the reader has made so far; not owned.
+    /// `commands` are the commands that the reader has made so far. Not owned.
     explicit malformed_lines(const std::vector<dp::transaction_command>& commands)
         : commands_(commands) {}
 

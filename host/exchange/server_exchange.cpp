@@ -1,12 +1,13 @@
 #include "host/exchange/server_exchange.hpp"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <string>
 
-#include "host/exchange/own_file.hpp"
 #include "host/process/service_files.hpp"
 #include "host/process/service_log.hpp"
+#include "host/process/trusted_file.hpp"
 #include "service_api/server_answer.hpp"
 #include "service_api/server_paths.hpp"
 #include "service_api/server_request.hpp"
@@ -20,54 +21,56 @@ namespace {
 
 constexpr std::uint64_t longest_request = 256;
 
+dp_service::server_answer execute(settings_service& service, std::string request) {
+    request.erase(std::min(request.find_last_not_of(" \t\r\n") + 1, request.size()));
+    if (request == dp_service::server_request::restart) {
+        return service.restart();
+    }
+    if (request == dp_service::server_request::update) {
+        return service.update();
+    }
+    return {dp_service::service_status::not_supported, "unknown request"};
+}
+
 }  // namespace
 
 void server_exchange::recover() {
     const std::string path = service_files::running_request.str();
-    const own_file running = open_own_file(path);
-    if (running.missing) {
+    const auto running = open_trusted_file(path);
+    if (running.code() == ENOENT) {
         return;
     }
-    const own_file answer = open_own_file(dp_service::server_paths::server_answer.str());
-    const bool is_answered = answer.problem.empty() && !is_later(running.modified, answer.modified);
-    if (is_answered || !running.problem.empty()) {
+    const auto answer = open_trusted_file(dp_service::server_paths::server_answer.str());
+    const bool is_answered = running && answer && !is_later(running->modified, answer->modified);
+    if (is_answered || !running) {
         dp_support::remove_or_set_aside(path);
         return;
     }
-    log_line("a server request was being carried out when the service ended: doing it again");
-    carry_out_and_answer();
+    log_line("a server request was being executed when the service ended: executing it again");
+    execute_and_answer();
 }
 
-exchange_look server_exchange::look(bool has_ended) {
-    dp_support::file_descriptor hold;
-    const exchange_look look =
+poll_result server_exchange::poll(bool is_complete) {
+    dp_support::file_descriptor lease;
+    const poll_result found =
         take_exchange_file(dp_service::server_paths::server_request.str(),
-                           service_files::running_request.str(), has_ended, hold);
-    if (look == exchange_look::taken) {
-        carry_out_and_answer();
+                           service_files::running_request.str(), is_complete, lease);
+    if (found == poll_result::taken) {
+        execute_and_answer();
     }
-    return look;
+    return found;
 }
 
-void server_exchange::carry_out_and_answer() {
+void server_exchange::execute_and_answer() {
     const std::string running = service_files::running_request.str();
-    std::string problem;
-    std::string request = read_own_file(running, longest_request, problem);
-    request.erase(std::min(request.find_last_not_of(" \t\r\n") + 1, request.size()));
-    dp_service::server_answer outcome;
-    if (!problem.empty()) {
-        outcome = {dp_service::service_status::malformed_line, problem};
-    } else if (request == dp_service::server_request::restart) {
-        outcome = service_.restart();
-    } else if (request == dp_service::server_request::update) {
-        outcome = service_.update();
-    } else {
-        outcome = {dp_service::service_status::not_supported, "unknown request"};
-    }
-    dp_support::staged_file answer(dp_service::server_paths::server_answer.str(),
-                                   dp_support::staged_file::volatile_file);
-    answer.out() << outcome.line() << '\n';
-    const auto placed = answer.complete().and_then([&] { return answer.replace(); });
+    const auto request = read_trusted_file(running, longest_request);
+    const auto answer = request ? execute(service_, *request)
+                                : dp_service::server_answer{
+                                      dp_service::service_status::malformed_line, request.reason()};
+    dp_support::staged_file file(dp_service::server_paths::server_answer.str(),
+                                 dp_support::staged_file::volatile_file);
+    file.out() << answer.line() << '\n';
+    const auto placed = file.complete().and_then([&] { return file.replace(); });
     if (!placed) {
         log_error("cannot answer a server request: ", placed.reason());
     }

@@ -6,23 +6,23 @@
 
 namespace dp_host {
 
-/// The exchange with the simulated server's operator: one request at a time, taken by renaming and
-/// answered in a file of its own. A request that was being carried out when the service was killed
-/// is carried out again: both requests may be repeated, and an update should not stay half done.
+/// The exchange with the operator of the simulated server: takes, executes and answers one request
+/// at a time. A request is taken by renaming it. One that was executed when the service was killed
+/// is executed again: both requests can be repeated, and an update must not remain incomplete.
 class server_exchange {
   public:
-    /// The service stays the caller's and outlives the exchange.
+    /// `service` is not owned and must outlive the exchange.
     explicit server_exchange(settings_service& service) : service_(service) {}
 
-    /// Deals with what a service that was killed left behind. Call it once, before `look`.
+    /// Completes what a service that was killed left. Call it once, before `poll`.
     void recover();
 
-    /// Takes, carries out and answers a request, if a finished one is there. `has_ended` and the
-    /// answer are those of `take_exchange_file`.
-    exchange_look look(bool has_ended);
+    /// Takes, executes and answers a complete request, if there is one. Result and `is_complete`
+    /// are those of `take_exchange_file`.
+    poll_result poll(bool is_complete);
 
   private:
-    void carry_out_and_answer();
+    void execute_and_answer();
 
     settings_service& service_;
 };

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <string>
 
-#include "host/exchange/own_file.hpp"
 #include "host/process/service_log.hpp"
+#include "host/process/trusted_file.hpp"
 #include "logs/error_command_visitor.hpp"
 #include "service_api/server_paths.hpp"
 #include "support/remove_or_set_aside.hpp"
@@ -20,13 +20,14 @@ bool is_reported(const dp::transaction_command& command) {
     return command.target.setting != nullptr && command.status != dp::command_status::success;
 }
 
-// The path of a status file that can be written without following a link or waiting for a pipe's
-// other end; empty, which opens no file, when something else keeps its place.
+// The path of the status file, which can be opened without following a symlink or waiting for a
+// pipe. Empty, so that no file is opened, when something else cannot be removed from that path.
 std::string prepared_path() {
     std::string path = dp_service::server_paths::process_status.str();
-    const std::string problem = problem_with_file(path);
-    if (!problem.empty() && !dp_support::remove_or_set_aside(path)) {
-        log_error("no process status: ", problem, "; it stays there: ", std::strerror(errno));
+    const auto checked = check_trusted(path);
+    if (!checked && !dp_support::remove_or_set_aside(path)) {
+        log_error("no process status: ", checked.reason(),
+                  "; it cannot be removed: ", std::strerror(errno));
         return {};
     }
     return path;

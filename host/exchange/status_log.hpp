@@ -5,18 +5,18 @@
 
 namespace dp_host {
 
-/// The process status file while one transaction runs: made when the transaction begins, told its
-/// start, its steps and its end.
+/// The process status file of one transaction.
 class status_log final : public dp::process_log {
   public:
-    /// As many failed commands as the file can show at once, and then some.
+    /// The greatest number of failed commands that are reported: more than fit into the file.
     static constexpr int most_failures = 400;
 
-    /// Begins the file anew. What is there and is no file of ours is taken away first.
+    /// Replaces the file of the previous transaction. What is not a regular file of this user is
+    /// removed first.
     status_log();
 
-    /// As the base class. Every record rewrites the file, so of more than `most_failures` failed
-    /// commands only the last ones are reported; the counts are those of all.
+    /// As in the base class, but reports only the last `most_failures` failed commands: every
+    /// status record rewrites the file. The counts include all commands.
     void stop(dp::setting_transaction* t) override;
 };
 

@@ -6,16 +6,15 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <ctime>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "common/io_loops.hpp"
-#include "host/exchange/own_file.hpp"
 #include "host/history/change_recorder.hpp"
 #include "host/process/service_log.hpp"
+#include "host/process/trusted_file.hpp"
 #include "support/file_descriptor.hpp"
 #include "support/staged_file.hpp"
 #include "transactions/transaction_command.hpp"
@@ -23,12 +22,8 @@
 namespace dp_host {
 namespace {
 
-std::string failure(const char* what, const std::string& path) {
-    return text_of("cannot ", what, ' ', path, ": ", std::strerror(errno));
-}
-
-// The last `most` bytes of the file's first `size`; less when it can't be read.
-std::string end_of(int fd, std::size_t size, std::size_t most) {
+// The last `most` bytes of the file's first `size` bytes; fewer when they cannot be read.
+std::string last_bytes(int fd, std::size_t size, std::size_t most) {
     std::string text(std::min(size, most), '\0');
     std::size_t count = 0;
     while (count < text.size()) {
@@ -44,19 +39,19 @@ std::string end_of(int fd, std::size_t size, std::size_t most) {
     return text;
 }
 
-// How much of the file is whole lines, as far as `most` bytes at its end tell.
-std::size_t whole_lines_of(int fd, std::size_t size, std::size_t most) {
-    const std::string text = end_of(fd, size, most);
+// The size of the complete lines of a file of `size` bytes. Looks at its last `most` bytes only.
+std::size_t size_of_complete_lines(int fd, std::size_t size, std::size_t most) {
+    const std::string text = last_bytes(fd, size, most);
     const std::size_t last = text.rfind('\n');
     return last == std::string::npos ? size - text.size() : size - text.size() + last + 1;
 }
 
-// The newest whole lines of `text`, at most `most` bytes.
+// The last complete lines of `text`, at most `most` bytes.
 std::string newest_lines(const std::string& text, std::size_t most) {
     if (text.size() <= most) {
         return text;
     }
-    // A line begins behind the end of another.
+    // A newline just before the last `most` bytes begins a line that fits.
     const std::size_t end = text.find('\n', text.size() - most - 1);
     return end == std::string::npos ? std::string() : text.substr(end + 1);
 }
@@ -70,8 +65,8 @@ void change_history::append(const std::string& lines) const {
     if (lines.empty()) {
         return;
     }
-    if (const std::string problem = append_lines(lines); !problem.empty()) {
-        log_error("changes are missing from the history: ", problem);
+    if (const auto appended = try_append(lines); !appended) {
+        log_error("changes are missing from the history: ", appended.reason());
     }
 }
 
@@ -80,18 +75,19 @@ void change_history::complete(const std::string& lines) const {
 }
 
 std::string change_history::missing_of(const std::string& lines) const {
-    const own_file file = open_own_file(path_);
-    if (lines.empty() || !file.problem.empty()) {
+    const auto file = open_trusted_file(path_);
+    if (lines.empty() || !file) {
         return lines;
     }
-    const auto found = static_cast<std::size_t>(file.size);
-    const std::size_t size = whole_lines_of(file.descriptor.get(), found, limit_);
-    const std::string present = end_of(file.descriptor.get(), size, lines.size());
-    // If they were too many, the file was made anew of the newest.
+    const int fd = file->descriptor.get();
+    const std::size_t size =
+        size_of_complete_lines(fd, static_cast<std::size_t>(file->size), limit_);
+    const std::string present = last_bytes(fd, size, lines.size());
+    // A file that they made too large was replaced by one with the newest lines.
     if (present.ends_with(lines) || present == newest_lines(lines, kept_)) {
         return {};
     }
-    // An interrupted write leaves the first of them.
+    // An interrupted write appended the first lines only.
     std::size_t begin = 0;
     while (begin < present.size()) {
         if (lines.starts_with(std::string_view(present).substr(begin))) {
@@ -102,21 +98,15 @@ std::string change_history::missing_of(const std::string& lines) const {
     return lines;
 }
 
-// However many commands there are, no more lines are made than the file can take.
+// Starts with the last command, so that no more lines are made than fit into the file.
 std::string change_history::lines_of(const dp::setting_transaction& trans) const {
     const change_recorder record(trans.name, std::time(nullptr));
     std::vector<std::string> kept;
     std::size_t size = 0;
-    for (std::size_t left = trans.commands.size(); left > 0; --left) {
-        const auto change = record(*trans.commands[left - 1]);
-        if (!change) {
-            continue;
-        }
-        std::string line = change->line() + '\n';
-        size += line.size();
-        kept.push_back(std::move(line));
-        if (size > limit_) {
-            break;
+    for (std::size_t left = trans.commands.size(); left > 0 && size <= limit_; --left) {
+        if (const auto change = record(*trans.commands[left - 1])) {
+            kept.push_back(change->line() + '\n');
+            size += kept.back().size();
         }
     }
     std::string lines;
@@ -128,39 +118,40 @@ std::string change_history::lines_of(const dp::setting_transaction& trans) const
     return lines;
 }
 
-std::string change_history::append_lines(const std::string& lines) const {
-    if (std::string problem = problem_with_file(path_); !problem.empty()) {
-        return problem;
+dp_support::result<> change_history::try_append(const std::string& lines) const {
+    if (auto checked = check_trusted(path_); !checked) {
+        return checked;
     }
     const dp_support::file_descriptor file(
         open(path_.c_str(), O_RDWR | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
              S_IRUSR | S_IWUSR));
     struct stat info {};
     if (!file.is_open() || fstat(file.get(), &info) != 0) {
-        return failure("open", path_);
+        return dp_support::system_failure("open", path_, errno);
     }
     const auto found = static_cast<std::size_t>(info.st_size);
-    const std::size_t size = whole_lines_of(file.get(), found, limit_);
+    const std::size_t size = size_of_complete_lines(file.get(), found, limit_);
     if (size != found && ftruncate(file.get(), static_cast<off_t>(size)) != 0) {
-        return failure("shorten", path_);
+        return dp_support::system_failure("truncate", path_, errno);
     }
     if (size + lines.size() > limit_) {
-        return replace_by(end_of(file.get(), size, kept_ + 1) + lines);
+        return replace_with(last_bytes(file.get(), size, kept_ + 1) + lines);
     }
     if (!dp::write_all(file.get(), lines)) {
-        std::string problem = failure("write", path_);
-        // If this fails too, the next one finds a line without its end.
-        return ftruncate(file.get(), static_cast<off_t>(size)) == 0
-                   ? problem
-                   : problem + ", and it may end in a part of a line";
+        auto failed = dp_support::system_failure("write", path_, errno);
+        // Otherwise the next call removes the incomplete line.
+        if (ftruncate(file.get(), static_cast<off_t>(size)) != 0) {
+            failed.reason += "; it may end with an incomplete line";
+        }
+        return failed;
     }
     return {};
 }
 
-std::string change_history::replace_by(const std::string& lines) const {
+dp_support::result<> change_history::replace_with(const std::string& lines) const {
     dp_support::staged_file file(path_, dp_support::staged_file::durable);
     file.out() << newest_lines(lines, kept_);
-    return file.complete().and_then([&] { return file.replace(); }).reason();
+    return file.complete().and_then([&] { return file.replace(); });
 }
 
 }  // namespace dp_host

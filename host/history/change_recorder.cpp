@@ -3,15 +3,15 @@
 #include <array>
 #include <utility>
 
-#include "host/exchange/command_marks.hpp"
+#include "host/history/change_flags.hpp"
 #include "transactions/command_status.hpp"
 
 namespace dp_host {
 namespace {
 
-// The form of asctime without its line end; empty for a time that has no such form.
+// In the form of asctime(3), without the newline; empty for a time that has no such form.
 std::string local_time(std::time_t when) {
-    // localtime_r keeps to the zone that was known when the process first asked.
+    // localtime_r need not notice later changes of TZ.
     tzset();
     std::tm parts{};
     std::array<char, 64> buffer{};
@@ -31,14 +31,14 @@ change_recorder::change_recorder(std::string who, std::time_t when)
 std::optional<dp_service::change_record> change_recorder::operator()(
     const dp::transaction_command& command) const {
     if (command.target.setting == nullptr || command.status != dp::command_status::success ||
-        !command_marks::changed(command)) {
+        !change_flags::changed(command)) {
         return std::nullopt;
     }
-    dp_service::change_record record{who_, time_, command.target.get_name(), std::nullopt};
-    if (!command_marks::removed(command)) {
-        record.value = command.value_out;
+    dp_service::change_record change{who_, time_, command.target.get_name(), std::nullopt};
+    if (!change_flags::removed(command)) {
+        change.value = command.value_out;
     }
-    return record;
+    return change;
 }
 
 }  // namespace dp_host

@@ -10,13 +10,14 @@
 
 namespace dp_host {
 
-/// Visits the commands of a transaction that is over and tells what each of them changed.
+/// Visits the executed commands of a transaction and makes change records of them.
 class change_recorder {
   public:
-    /// All records are `who`'s and of that time.
+    /// All change records have this `who` and the time `when`.
     change_recorder(std::string who, std::time_t when);
 
-    /// The record of a command that succeeded and changed its instance; nothing for any other.
+    /// The change record of a command that succeeded and changed its instance; nothing for any
+    /// other command.
     std::optional<dp_service::change_record> operator()(
         const dp::transaction_command& command) const;
 

@@ -6,7 +6,7 @@
 
 namespace dp_host {
 
-choice_element::choice_element(const template_info& info) : template_element(info) {
+choice_element::choice_element(const template_info& info) : template_element(info, info.dft) {
     for (auto& choice : dp_service::choice_list::split(info.chc)) {
         choices_.insert(std::move(choice));
     }

@@ -8,7 +8,7 @@
 
 namespace dp_host {
 
-/// An enumeration: its values are its choices, letter by letter.
+/// An enumeration: its values are its choices, compared byte by byte.
 class choice_element final : public template_element {
   public:
     explicit choice_element(const template_info& info);

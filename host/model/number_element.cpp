@@ -2,23 +2,33 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "service_api/service_status.hpp"
 #include "support/decimal.hpp"
 #include "transactions/command_status.hpp"
 
 namespace dp_host {
+namespace {
+
+// Texts that are not numbers are unchanged.
+std::string without_leading_zeros(std::string value) {
+    if (dp_support::decimal::is_digits(value)) {
+        value.erase(0, std::min(value.find_first_not_of('0'), value.size() - 1));
+    }
+    return value;
+}
+
+}  // namespace
 
 number_element::number_element(const template_info& info)
-    : template_element(info),
+    : template_element(info, without_leading_zeros(info.dft)),
       min_(info.min),
       max_(info.min == 0 && info.max == 0 ? std::numeric_limits<std::uint32_t>::max() : info.max),
       step_(std::max(1U, info.stp)) {}
 
 bool number_element::map_value(std::string* value) {
-    if (dp_support::decimal::is_digits(*value)) {
-        value->erase(0, std::min(value->find_first_not_of('0'), value->size() - 1));
-    }
+    *value = without_leading_zeros(std::move(*value));
     return true;
 }
 

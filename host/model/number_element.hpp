@@ -8,13 +8,14 @@
 
 namespace dp_host {
 
-/// A number: plain decimal digits, within the bounds, and a whole number of steps above the lower
-/// one (a step of 0 is one of 1). When both bounds are 0 the template has none: any 32-bit number.
+/// A number: plain decimal digits, within the bounds, a whole number of steps above the lower bound
+/// (a step of 0 counts as 1). When both bounds are 0 there are none, and any 32-bit number is
+/// valid.
 class number_element final : public template_element {
   public:
     explicit number_element(const template_info& info);
 
-    /// Takes leading zeros away, so that equal numbers are equal texts.
+    /// Removes leading zeros, so that equal numbers are equal texts.
     bool map_value(std::string* value) override;
 
   private:

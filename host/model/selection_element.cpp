@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <set>
 
 #include "batch/batch_list_info.hpp"
@@ -10,37 +11,50 @@
 #include "transactions/command_status.hpp"
 
 namespace dp_host {
+namespace {
 
-using selection = std::map<std::string, std::string>;  // from value to order
+using orders_by_item = std::map<std::string, std::string>;
 
-selection_element::selection_element(const template_info& info) : template_element(info) {
+// The form in which a selection is stored; nothing when it is not ordered.
+std::optional<std::string> stored_form(const std::string& value) {
+    if (!dp::batch_list_info::is_full_form(value)) {
+        return value;
+    }
+    dp::batch_list_info list;
+    orders_by_item items;
+    list.parse_selections(value, items);
+    std::set<std::string> orders;
+    bool has_comma = false;
+    for (const auto& [item, order] : items) {
+        if (order.empty() || !orders.insert(order).second) {
+            return std::nullopt;
+        }
+        has_comma = has_comma || item.find(',') != std::string::npos;
+    }
+    return has_comma ? list.get_string(items) : list.get_string_terse(items);
+}
+
+}  // namespace
+
+selection_element::selection_element(const template_info& info)
+    : template_element(info, stored_form(info.dft).value_or(info.dft)) {
     for (auto& choice : dp_service::choice_list::split(info.chc)) {
         choices_.insert(std::move(choice));
     }
 }
 
 bool selection_element::map_value(std::string* value) {
-    if (!dp::batch_list_info::is_full_form(*value)) {
-        return true;
+    auto stored = stored_form(*value);
+    if (!stored) {
+        return false;
     }
-    dp::batch_list_info list;
-    selection items;
-    list.parse_selections(*value, items);
-    std::set<std::string> orders;
-    bool has_comma = false;
-    for (const auto& [item, order] : items) {
-        if (order.empty() || !orders.insert(order).second) {
-            return false;
-        }
-        has_comma = has_comma || item.find(',') != std::string::npos;
-    }
-    *value = has_comma ? list.get_string(items) : list.get_string_terse(items);
+    *value = *std::move(stored);
     return true;
 }
 
 std::int32_t selection_element::check(const std::string& value) {
     dp::batch_list_info list;
-    selection items;
+    orders_by_item items;
     list.parse_selections(value, items);
     const bool all_known =
         choices_.empty() || std::all_of(items.begin(), items.end(), [this](const auto& item) {

@@ -8,15 +8,15 @@
 
 namespace dp_host {
 
-/// An ordered selection out of a list: an attribute whose default is in a list's full form. It
-/// takes either form; each item must be one of the choices (any, when the template lists none) and
-/// none may occur twice. Stored is the terse form, which is what clients read, unless an item holds
-/// the comma that separates items there.
+/// An ordered selection from a list: an attribute whose default is in a list's full form. Values
+/// are accepted in the full and the terse form. Every item must be one of the choices, or anything
+/// when the template lists none, and must not be repeated. The terse form is stored and read by
+/// clients; the full form when an item contains the comma that separates items of the terse form.
 class selection_element final : public template_element {
   public:
     explicit selection_element(const template_info& info);
 
-    /// False for a full form whose orders are missing or not distinct: such a list has no order.
+    /// False for a full form whose orders are missing or not distinct: it is not ordered.
     bool map_value(std::string* value) override;
 
   private:

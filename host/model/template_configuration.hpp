@@ -3,13 +3,14 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bios/template_info.hpp"
+#include "host/model/template_element.hpp"
 #include "settings/configuration.hpp"
 #include "settings/plugin.hpp"
 #include "settings/setting.hpp"
-#include "host/model/template_element.hpp"
 
 namespace dp_host {
 
@@ -24,7 +25,9 @@ class template_configuration final : public dp::configuration {
         std::unique_ptr<dp::setting> setting;
     };
 
-    /// Adds the setting of an attribute, also to its record, and returns it. The name is new.
+    /// Adds the setting of an attribute, and adds it to its setting record if it has one. No
+    /// setting may have its name yet. The result is valid until the next call; its pointees are
+    /// valid as long as the configuration.
     const member& add(const template_info& info, dp::plugin* owner);
 
   private:

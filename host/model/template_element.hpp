@@ -2,7 +2,6 @@
 #define DP_HOST_MODEL_TEMPLATE_ELEMENT_HPP
 
 #include <cstdint>
-#include <memory>
 #include <string>
 
 #include "bios/template_info.hpp"
@@ -10,34 +9,33 @@
 
 namespace dp_host {
 
-/// What a template says of one attribute: its instances, its default, and, in the classes derived
-/// from it, which values it takes. The attribute's default passes always: a reset sends it, and
-/// some vendors' defaults lie outside their own limits.
+/// An attribute's description in the template: its instances and its default; derived classes add
+/// which values it accepts. `make_template_element` creates them. The default is always accepted: a
+/// reset sends it, and some vendors' defaults are outside their own limits.
 class template_element : public dp::setting_element {
   public:
-    /// The element for an attribute, by its type.
-    static std::unique_ptr<template_element> make(const template_info& info);
-
     [[nodiscard]] std::int32_t validate(const std::string& value) final;
     [[nodiscard]] std::string default_value() final { return default_; }
 
-    /// Whether the attribute may have that value, read-only or not.
-    [[nodiscard]] bool may_have(const std::string& value);
+    /// Whether the value is valid for the attribute, read-only or not.
+    [[nodiscard]] bool is_valid(const std::string& value);
 
-    /// The attribute can't be changed. `validate` lets its default pass all the same, since a reset
-    /// sends that for every attribute: whoever stores values refuses what would be a change.
+    /// Whether the attribute cannot be changed. `validate` accepts the default all the same, since
+    /// a reset sends it for every attribute: the owner of the values refuses what would change one.
     [[nodiscard]] bool is_read_only() const;
 
     [[nodiscard]] bool is_single_valued() const { return max_instance == dp::no_instance; }
 
-    /// Whether a command's instance text names an instance that this attribute may have; then
-    /// stores its number. Only the plain decimal form is taken, so that no instance has two names.
-    bool names_instance(const std::string& text, std::uint32_t& instance) const;
+    /// Parses a command's instance text. True, with the number in `instance`, when the attribute
+    /// may have that instance. Only the plain decimal form is accepted, so that every instance has
+    /// one name.
+    bool parse_instance(const std::string& text, std::uint32_t& instance) const;
 
   protected:
-    explicit template_element(const template_info& info);
+    /// `default_value` is the default of `info` in the form in which values are stored.
+    template_element(const template_info& info, std::string default_value);
 
-    /// The status of a value that is not the default: 0 when the attribute takes it.
+    /// The status of a value that is not the default: 0 when it is valid.
     [[nodiscard]] virtual std::int32_t check(const std::string& value) = 0;
 
   private:

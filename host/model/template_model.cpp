@@ -1,6 +1,8 @@
 #include "host/model/template_model.hpp"
 
-#include "host/process/service_log.hpp"
+#include <string>
+
+#include "host/process/text_of.hpp"
 
 namespace dp_host {
 namespace {
@@ -11,25 +13,25 @@ bool is_word(const std::string& text) {
     return !text.empty() && text.find_first_of(white_space) == std::string::npos;
 }
 
-// Why the attribute can't stand in batch lines; empty when it can.
-std::string problem_with(const template_info& info) {
+// Why batch lines cannot contain the attribute; null when they can.
+const char* problem_with(const template_info& info) {
     if (!is_word(info.cfg) || info.cfg.find('.') != std::string::npos) {
         return "its collection is not a word without dots";
     }
     if (!is_word(info.id)) {
         return "its name is not a word";
     }
-    // The last dot of a name without an instance would be taken for the instance's.
+    // In a name without an instance, the text after the last dot would be read as an instance.
     if (info.mxi == 0 && info.id.find('.') != std::string::npos) {
         return "its name has a dot";
     }
     if (info.dft.find('\n') != std::string::npos || info.chc.find('\n') != std::string::npos) {
-        return "its values have line ends";
+        return "its values contain newlines";
     }
     if (info.mxi > 0 && (info.mni > info.mxi || info.mxi >= dp::no_instance)) {
-        return "its instance numbers are no range";
+        return "its instance numbers are not a range";
     }
-    return {};
+    return nullptr;
 }
 
 }  // namespace
@@ -40,23 +42,22 @@ template_configuration& template_model::configuration_of(const template_info& in
         return *found->second;
     }
     configurations_.push_back(std::make_unique<template_configuration>(info.cfg));
-    template_configuration& made = *configurations_.back();
-    configuration_index_.emplace(made.name, &made);
-    return made;
+    template_configuration& added = *configurations_.back();
+    configuration_index_.emplace(added.name, &added);
+    return added;
 }
 
-std::unique_ptr<template_model> template_model::make(const std::vector<template_info>& infos,
-                                                     dp::plugin* owner, std::string& problem) {
+dp_support::result<std::unique_ptr<template_model>> template_model::make(
+    const std::vector<template_info>& infos, dp::plugin* owner) {
     std::unique_ptr<template_model> model(new template_model);
     for (const auto& info : infos) {
-        problem = problem_with(info);
-        if (problem.empty() && model->find(info.cfg, info.id) != nullptr) {
-            problem = "its name is there twice";
+        const char* problem = problem_with(info);
+        if (problem == nullptr && model->find(info.cfg, info.id) != nullptr) {
+            problem = "another attribute has its name";
         }
-        if (!problem.empty()) {
-            problem = text_of("attribute ", model->attributes_.size() + 1, " (", info.cfg, '.',
-                              info.id, "): ", problem);
-            return nullptr;
+        if (problem != nullptr) {
+            return dp_support::failure{text_of("attribute ", model->attributes_.size() + 1, " (",
+                                               info.cfg, '.', info.id, "): ", problem)};
         }
         template_configuration& configuration = model->configuration_of(info);
         const auto& added = configuration.add(info, owner);

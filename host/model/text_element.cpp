@@ -8,23 +8,21 @@
 #include "transactions/command_status.hpp"
 
 namespace dp_host {
-std::size_t character_count(const std::string& text) {
-    return dp_support::utf8::count_characters(text).value_or(text.size());
-}
 
 text_element::text_element(const template_info& info)
-    : template_element(info), min_length_(info.minc), max_length_(info.maxc) {
+    : template_element(info, info.dft), min_length_(info.minc), max_length_(info.maxc) {
     if (!info.reg.empty()) {
         pattern_.emplace(info.reg);
         if (!pattern_->problem().empty()) {
             log_error("the pattern of ", info.cfg, '.', info.id,
-                      " is not understood: ", pattern_->problem());
+                      " is not valid: ", pattern_->problem());
         }
     }
 }
 
 std::int32_t text_element::check(const std::string& value) {
-    const std::size_t length = character_count(value);
+    // Texts that are not UTF-8 are measured in bytes.
+    const std::size_t length = dp_support::utf8::count_characters(value).value_or(value.size());
     if (length < min_length_) {
         return dp_service::service_status::too_short;
     }
@@ -41,7 +39,7 @@ bool text_element::matches(const std::string& value) const {
     }
     const auto verdict = pattern_->judge(value);
     if (verdict == dp_support::value_pattern::verdict::undecided) {
-        log_error("a value could not be held against its pattern: it takes too much work");
+        log_error("a value needs too much work to match it with its pattern");
     }
     return verdict == dp_support::value_pattern::verdict::matches;
 }

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "settings/configuration.hpp"
+
 namespace dp_host {
 namespace {
 
@@ -9,25 +11,33 @@ constexpr std::uint32_t most_default_instances = 100'000;
 
 }  // namespace
 
+dp::qualified_setting_name value_store::key::name() const {
+    dp::qualified_setting_name name;
+    name.configuration = setting->configuration->name;
+    name.setting = setting->name;
+    name.instance = instance == dp::no_instance ? "" : std::to_string(instance);
+    return name;
+}
+
 value_store::value_store(const template_model& model)
     : model_(model), values_(model.attributes().size()) {}
 
-value_store::adoption value_store::adopt(const dp::qualified_setting_name& name, std::string value,
-                                         bool also_not_valid) {
+value_store::load_result value_store::load(const dp::qualified_setting_name& name,
+                                           std::string value, bool also_invalid) {
     const std::size_t position = model_.position_of(model_.find(name.configuration, name.setting));
     if (position == template_model::npos) {
-        return adoption::no_place;
+        return load_result::unknown;
     }
     template_element& element = *model_.attributes()[position].element;
     std::uint32_t instance = 0;
-    if (!element.names_instance(name.instance, instance)) {
-        return adoption::no_place;
+    if (!element.parse_instance(name.instance, instance)) {
+        return load_result::unknown;
     }
-    const bool is_valid = element.map_value(&value) && element.may_have(value);
-    if (is_valid || also_not_valid) {
+    const bool is_valid = element.map_value(&value) && element.is_valid(value);
+    if (is_valid || also_invalid) {
         values_[position].insert_or_assign(instance, std::move(value));
     }
-    return is_valid ? adoption::taken : adoption::not_valid;
+    return is_valid ? load_result::loaded : load_result::invalid;
 }
 
 std::size_t value_store::add_defaults(const std::function<bool(const dp::setting&)>& is_new) {
@@ -52,52 +62,52 @@ std::size_t value_store::add_defaults(const std::function<bool(const dp::setting
     return count;
 }
 
-const std::string* value_store::find(place at) const {
+const std::string* value_store::find(key at) const {
     const auto& values = values_[model_.position_of(at.setting)];
     const auto found = values.find(at.instance);
     return found == values.end() ? nullptr : &found->second;
 }
 
-std::uint64_t value_store::key_of(place at) const {
+std::uint64_t value_store::number_of(key at) const {
     return (std::uint64_t{model_.position_of(at.setting)} << 32U) | at.instance;
 }
 
-void value_store::note(place at, std::optional<std::string> before) {
-    if (changed_.insert(key_of(at)).second) {
+void value_store::record(key at, std::optional<std::string> before) {
+    if (changed_.insert(number_of(at)).second) {
         changes_.push_back({at, std::move(before)});
     }
 }
 
-void value_store::put(place at, const std::string& value) {
+void value_store::put(key at, const std::string& value) {
     auto& values = values_[model_.position_of(at.setting)];
     const auto [found, is_new] = values.try_emplace(at.instance, value);
     if (is_new) {
-        note(at, std::nullopt);
+        record(at, std::nullopt);
     } else if (found->second != value) {
-        note(at, std::exchange(found->second, value));
+        record(at, std::exchange(found->second, value));
     }
 }
 
-void value_store::remove(place at) {
+void value_store::remove(key at) {
     auto& values = values_[model_.position_of(at.setting)];
     const auto found = values.find(at.instance);
     if (found != values.end()) {
-        note(at, std::move(found->second));
+        record(at, std::move(found->second));
         values.erase(found);
     }
 }
 
-bool value_store::is_changed(place at) const {
-    return changed_.contains(key_of(at));
+bool value_store::is_changed(key at) const {
+    return changed_.contains(number_of(at));
 }
 
-std::vector<value_store::place> value_store::changed_places() const {
-    std::vector<place> places;
-    places.reserve(changes_.size());
-    for (const auto& change : changes_) {
-        places.push_back(change.at);
+std::vector<value_store::key> value_store::changed() const {
+    std::vector<key> keys;
+    keys.reserve(changes_.size());
+    for (const auto& entry : changes_) {
+        keys.push_back(entry.at);
     }
-    return places;
+    return keys;
 }
 
 void value_store::keep_changes() {

@@ -11,91 +11,95 @@
 #include <vector>
 
 #include "batch/qualified_setting_name.hpp"
-#include "settings/setting.hpp"
 #include "host/model/template_model.hpp"
+#include "settings/setting.hpp"
 
 namespace dp_host {
 
-/// The values of a model's attributes. Changes are noted until they are kept or undone, so that a
-/// transaction that can't be written to disk leaves nothing behind.
+/// The values of a model's attributes, with a journal of changes: changes can be undone until they
+/// are kept, so that a transaction that cannot be written to disk changes nothing.
 class value_store {
   public:
-    /// The value of one instance of one attribute.
-    struct place {
+    /// Identifies one value: a setting of the model and an instance.
+    struct key {
         dp::setting* setting = nullptr;
         std::uint32_t instance = dp::no_instance;
+
+        /// CONFIGURATION.SETTING[.INSTANCE]
+        [[nodiscard]] dp::qualified_setting_name name() const;
     };
 
-    /// Starts without values; the model outlives the store.
+    /// Contains no values. The model must outlive the store.
     explicit value_store(const template_model& model);
 
-    // Filling it, which notes no changes.
+    // Loading. Nothing of this counts as a change.
 
-    /// What became of a value that was stored before.
-    enum class adoption : std::uint8_t {
-        taken,
-        not_valid,  ///< the attribute can't have that value
-        no_place,   ///< the template has no such attribute or instance
+    /// The outcome of `load`.
+    enum class load_result : std::uint8_t {
+        loaded,
+        invalid,  ///< the value is not valid for the attribute
+        unknown,  ///< the template has no such attribute or instance
     };
 
-    /// Takes a value that was stored before, if the template has a place for it; one that is not
-    /// valid only when `also_not_valid` is set. The later of two for one place wins.
-    adoption adopt(const dp::qualified_setting_name& name, std::string value, bool also_not_valid);
+    /// Loads a value that was stored earlier, and replaces one that was loaded before. A value that
+    /// is not valid is loaded only if `also_invalid` is set.
+    load_result load(const dp::qualified_setting_name& name, std::string value, bool also_invalid);
 
-    /// Gives attributes that have no value at all their default, and returns how many: every
-    /// single-valued one, and of those with instances the ones that `is_new` picks, in each of
-    /// their instances. Rows of records, and attributes of more than 100,000 instances, are not
-    /// spelt out: their instances come into being when they are set.
+    /// Gives attributes that have no values their default, and returns the number of these
+    /// attributes: every single-valued attribute, and of the others those that `is_new` selects, in
+    /// all instances. Fields of records, and attributes of more than 100,000 instances, get none:
+    /// clients create their instances.
     std::size_t add_defaults(const std::function<bool(const dp::setting&)>& is_new);
 
-    // Looking at it.
+    // Reading.
 
-    /// The value there, or null. Good until the next change.
-    [[nodiscard]] const std::string* find(place at) const;
+    /// The value, or null. Valid until the next change.
+    [[nodiscard]] const std::string* find(key at) const;
 
-    /// Calls `visit(place, const std::string& value)` for every value: attributes in the template's
+    /// Calls `visit(key, const std::string& value)` for every value: attributes in the template's
     /// order, instances in ascending order.
     template <class Visitor>
     void for_each(Visitor visit) const {
         for (std::size_t i = 0; i < values_.size(); ++i) {
             for (const auto& [instance, value] : values_[i]) {
-                visit(place{model_.attributes()[i].setting, instance}, value);
+                visit(key{model_.attributes()[i].setting, instance}, value);
             }
         }
     }
 
-    // Changing it.
+    // Changing.
 
-    /// Stores a value; a change unless it is there already.
-    void put(place at, const std::string& value);
+    /// Stores a value. A change, unless the value is the same already.
+    void put(key at, const std::string& value);
 
     /// Removes a value, if there is one.
-    void remove(place at);
+    void remove(key at);
 
-    [[nodiscard]] bool has_changes() const { return !changes_.empty(); }
+    /// Whether the value was changed since the last `keep_changes` or `undo_changes`.
+    [[nodiscard]] bool is_changed(key at) const;
 
-    /// Whether the value there was changed since the last `keep_changes` or `undo_changes`.
-    [[nodiscard]] bool is_changed(place at) const;
+    /// The changed values, each once.
+    [[nodiscard]] std::vector<key> changed() const;
 
-    /// Every place that was changed, each once.
-    [[nodiscard]] std::vector<place> changed_places() const;
-
+    /// Ends the journal: the changes so far cannot be undone any more.
     void keep_changes();
+
+    /// Restores the values of the last `keep_changes` or `undo_changes`.
     void undo_changes();
 
   private:
-    struct noted_change {
-        place at{};
+    struct change {
+        key at{};
         std::optional<std::string> before;
     };
-    using instances = std::map<std::uint32_t, std::string>;
+    using values_by_instance = std::map<std::uint32_t, std::string>;
 
-    [[nodiscard]] std::uint64_t key_of(place at) const;
-    void note(place at, std::optional<std::string> before);
+    [[nodiscard]] std::uint64_t number_of(key at) const;
+    void record(key at, std::optional<std::string> before);
 
     const template_model& model_;
-    std::vector<instances> values_;      // by the attribute's position in the model
-    std::vector<noted_change> changes_;  // the first one of each place: what to go back to
+    std::vector<values_by_instance> values_;  // by the attribute's position in the model
+    std::vector<change> changes_;             // the first change of each value
     std::unordered_set<std::uint64_t> changed_;
 };
 

@@ -6,7 +6,7 @@
 #include "batch/batch_file_settings_rdr.hpp"
 #include "common/file_locks.hpp"
 #include "common/quoting.hpp"
-#include "host/exchange/own_file.hpp"
+#include "host/process/trusted_file.hpp"
 #include "settings/configuration.hpp"
 
 namespace dp_host {
@@ -17,20 +17,16 @@ void write_values(const value_store& store, std::ostream& out) {
     entry.detail = "0";
     entry.tid = "uefi";
     entry.operation = "set";
-    store.for_each([&](value_store::place at, const std::string& value) {
-        entry.name.configuration = at.setting->configuration->name;
-        entry.name.setting = at.setting->name;
-        entry.name.instance = at.instance == dp::no_instance ? "" : std::to_string(at.instance);
+    store.for_each([&](value_store::key at, const std::string& value) {
+        entry.name = at.name();
         entry.value_in = dp::add_backslash(value);
         out << entry << '\n';
     });
 }
 
-std::string read_values(const std::string& path, named_values& values, bool& exists) {
-    const own_file file = open_own_file(path);
-    exists = !file.missing;
-    if (!file.problem.empty()) {
-        return file.missing ? "" : file.problem;
+dp_support::result<named_values> read_values(const std::string& path) {
+    if (const auto file = open_trusted_file(path); !file) {
+        return file.error();
     }
     std::vector<std::string> names;
     std::vector<std::string> texts;
@@ -39,15 +35,16 @@ std::string read_values(const std::string& path, named_values& values, bool& exi
     {
         const readlock lock(path);
         if (!reader.decompress(path, plain)) {
-            return "cannot open " + path;
+            return dp_support::failure{"cannot open " + path};
         }
     }
     reader.read_file(plain, nullptr);
-    values.reserve(values.size() + names.size());
+    named_values values;
+    values.reserve(names.size());
     for (std::size_t i = 0; i < names.size(); ++i) {
         values.emplace_back(std::move(names[i]), std::move(texts[i]));
     }
-    return {};
+    return values;
 }
 
 }  // namespace dp_host

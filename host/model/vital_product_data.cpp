@@ -1,10 +1,11 @@
 #include "host/model/vital_product_data.hpp"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <sstream>
 
-#include "host/exchange/own_file.hpp"
+#include "host/process/trusted_file.hpp"
 
 namespace dp_host {
 namespace {
@@ -19,14 +20,14 @@ bool is_product_data_value(const std::string& value) {
     });
 }
 
-std::string with_product_data(const std::string& path, const std::string& key,
-                              const std::string& value, std::string& problem) {
-    std::string before;
-    if (!open_own_file(path).missing) {
-        before = read_own_file(path, longest_file, problem);
+dp_support::result<std::string> with_product_data(const std::string& path, const std::string& key,
+                                                  const std::string& value) {
+    const auto before = read_trusted_file(path, longest_file);
+    if (!before && before.code() != ENOENT) {
+        return before.error();
     }
     const std::string begin = key + '=';
-    std::istringstream lines(before);
+    std::istringstream lines(before ? *before : std::string());
     std::string after;
     bool is_there = false;
     for (std::string line; std::getline(lines, line); after += '\n') {

@@ -3,16 +3,17 @@
 
 #include <string>
 
+#include "support/result.hpp"
+
 namespace dp_host {
 
-/// Whether `value` can stand in the server's vital product data: not empty, no control characters.
+/// Whether `value` is a valid value of vital product data: not empty, without control characters.
 bool is_product_data_value(const std::string& value);
 
-/// The text of the product data file `path` with `key`'s value replaced, or added when there is no
-/// such key; everything else stays as it is. A missing file is an empty one. `problem` says why the
-/// file can't be read.
-std::string with_product_data(const std::string& path, const std::string& key,
-                              const std::string& value, std::string& problem);
+/// The content of the product data file `path` with `value` as the value of `key`, which is added
+/// if it is missing. Everything else is unchanged. A missing file counts as empty.
+dp_support::result<std::string> with_product_data(const std::string& path, const std::string& key,
+                                                  const std::string& value);
 
 }  // namespace dp_host
 

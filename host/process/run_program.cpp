@@ -8,18 +8,17 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
-#include <cstring>
 
+#include "host/process/text_of.hpp"
 #include "platform/sysipc/thread.hpp"
-#include "host/process/service_log.hpp"
 
 namespace dp_host {
 namespace {
 
-constexpr std::uint32_t patience_ms = 30'000;
+constexpr std::uint32_t timeout_ms = 30'000;
 constexpr std::uint32_t pause_ms = 5;
 
-// Signal handling and descriptors as a program expects them at its start.
+// Signal handling and standard descriptors of a program that a shell would start.
 class spawn_setup {
   public:
     spawn_setup() {
@@ -47,20 +46,24 @@ class spawn_setup {
     posix_spawnattr_t attributes{};
 };
 
-std::string outcome(const std::string& path, int status) {
-    if (WIFEXITED(status)) {
-        const int code = WEXITSTATUS(status);
-        return code == 0 ? "" : text_of(path, " failed with exit code ", code);
+dp_support::result<> outcome(const std::string& path, int status) {
+    if (!WIFEXITED(status)) {
+        return dp_support::failure{text_of(path, " was ended by signal ", WTERMSIG(status))};
     }
-    return text_of(path, " was ended by signal ", WTERMSIG(status));
+    const int code = WEXITSTATUS(status);
+    if (code != 0) {
+        return dp_support::failure{text_of(path, " failed with exit code ", code)};
+    }
+    return {};
 }
 
 }  // namespace
 
-std::string run_program(const std::string& path, const std::vector<std::string>& arguments) {
-    // Not every system tells posix_spawn's caller that the program could not be executed.
+dp_support::result<> run_program(const std::string& path,
+                                 const std::vector<std::string>& arguments) {
+    // On some systems posix_spawn succeeds although the program cannot be executed.
     if (access(path.c_str(), X_OK) != 0) {
-        return text_of("cannot run ", path, ": ", std::strerror(errno));
+        return dp_support::system_failure("run", path, errno);
     }
     std::vector<std::string> texts{path};
     texts.insert(texts.end(), arguments.begin(), arguments.end());
@@ -76,23 +79,23 @@ std::string run_program(const std::string& path, const std::vector<std::string>&
     const int error =
         posix_spawn(&child, path.c_str(), &setup.actions, &setup.attributes, argv.data(), environ);
     if (error != 0) {
-        return text_of("cannot run ", path, ": ", std::strerror(error));
+        return dp_support::system_failure("run", path, error);
     }
     int status = 0;
-    for (std::uint32_t waited = 0; waited < patience_ms; waited += pause_ms) {
+    for (std::uint32_t waited = 0; waited < timeout_ms; waited += pause_ms) {
         const pid_t ended = waitpid(child, &status, WNOHANG);
         if (ended == child) {
             return outcome(path, status);
         }
         if (ended == -1 && errno != EINTR) {
-            return text_of("cannot wait for ", path, ": ", std::strerror(errno));
+            return dp_support::system_failure("wait for", path, errno);
         }
         sysipc::thread::sleep(pause_ms);
     }
     kill(child, SIGKILL);
     while (waitpid(child, &status, 0) == -1 && errno == EINTR) {
     }
-    return path + " took too long and was ended";
+    return dp_support::failure{path + " took too long and was killed", ETIMEDOUT};
 }
 
 }  // namespace dp_host

@@ -4,12 +4,15 @@
 #include <string>
 #include <vector>
 
+#include "support/result.hpp"
+
 namespace dp_host {
 
-/// Runs a program with arguments, without a shell, and waits for it. Its standard input is empty
-/// and its standard output goes to standard error. A program that takes longer than half a minute
-/// is killed. Returns why it failed; empty when it ended with exit code 0.
-std::string run_program(const std::string& path, const std::vector<std::string>& arguments);
+/// Runs the program `path` with `arguments`, without a shell, and waits for its end. Its standard
+/// input is /dev/null and its standard output is standard error. Success is exit code 0. A program
+/// that runs for more than 30 seconds is killed.
+dp_support::result<> run_program(const std::string& path,
+                                 const std::vector<std::string>& arguments);
 
 }  // namespace dp_host
 

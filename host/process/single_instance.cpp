@@ -2,15 +2,15 @@
 
 #include <cerrno>
 
-#include "host/exchange/own_file.hpp"
-#include "host/process/service_log.hpp"
+#include "host/process/text_of.hpp"
+#include "host/process/trusted_file.hpp"
 
 namespace dp_host {
 
 dp_support::result<> ensure_single_instance(dp_service::service_lock& lock,
                                             const std::string& path) {
-    if (std::string problem = problem_with_file(path); !problem.empty()) {
-        return dp_support::failure{std::move(problem)};
+    if (auto checked = check_trusted(path); !checked) {
+        return checked;
     }
     const int error = lock.acquire(path);
     if (error == 0) {

@@ -1,23 +1,19 @@
 #ifndef DP_HOST_PROCESS_STOP_SIGNAL_HPP
 #define DP_HOST_PROCESS_STOP_SIGNAL_HPP
 
-namespace dp_host {
+/// SIGTERM and SIGINT as an event to wait for, so that the service can finish what it is doing.
+namespace dp_host::stop_signal {
 
-/// Turns SIGTERM and SIGINT into something to wait for, so that work under way is finished first.
-/// Also makes the process ignore SIGPIPE and SIGXFSZ, whose calls fail anyway, and SIGIO, which
-/// tells of broken leases.
-class stop_signal {
-  public:
-    /// Call it once. False, with errno set, when the signals can't be caught.
-    static bool catch_signals();
+/// Installs the handlers, and ignores SIGPIPE and SIGXFSZ, whose system calls fail anyway, and
+/// SIGIO, which reports broken leases. Call it once. False with errno set when it failed.
+bool install();
 
-    /// Readable once a signal came.
-    static int descriptor();
+/// A descriptor that is readable once a signal was received. Not owned.
+int descriptor();
 
-    /// Whether a signal came.
-    static bool came();
-};
+/// Whether a signal was received.
+bool received();
 
-}  // namespace dp_host
+}  // namespace dp_host::stop_signal
 
 #endif

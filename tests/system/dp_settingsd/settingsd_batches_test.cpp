@@ -141,7 +141,7 @@ TEST_F(dp_settingsd_batches, refuses_symlinks_pipes_folders_and_files_of_other_u
     EXPECT_FALSE(std::filesystem::exists(service_process::result()));
     EXPECT_EQ(service_process::run_batch("0 1 t get Boot.Mode \"\" \"\"\n"),
               "0 1 t get Boot.Mode \"\" \"UEFI\" \n");
-    EXPECT_NE(service_process::log().find(name + " is a link; removed it"), std::string::npos);
+    EXPECT_NE(service_process::log().find(name + " is a symlink; removed it"), std::string::npos);
 }
 
 TEST_F(dp_settingsd_batches, runs_the_command_after_garbage) {
@@ -211,7 +211,8 @@ TEST_F(dp_settingsd_batches, creates_a_removed_exchange_folder_again) {
     start();
     std::filesystem::remove_all(path("/tmp/dp"));
     ASSERT_TRUE(eventually([] {
-        return service_process::log().find("the exchange folder went away") != std::string::npos &&
+        return service_process::log().find("the exchange folder was removed") !=
+                   std::string::npos &&
                std::filesystem::exists(service_process::path("/tmp/dp"));
     }));
     EXPECT_EQ(service_process::run_batch("0 1 t get Boot.Mode \"\" \"\"\n"),

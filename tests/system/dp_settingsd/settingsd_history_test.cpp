@@ -173,7 +173,7 @@ TEST_F(dp_settingsd_history,
     EXPECT_FALSE(std::filesystem::exists(history_file()));
     start();
     EXPECT_NE(
-        service_process::log().find("dropped the history's lines of changes that were not made"),
+        service_process::log().find("dropped the history's journal: its changes were not made"),
         std::string::npos);
     EXPECT_EQ(service_process::wait_for_result(), "0 1 t set Boot.Mode \"Legacy\" \"Legacy\" \n");
     EXPECT_EQ(history(), new_line);
@@ -184,8 +184,7 @@ TEST_F(dp_settingsd_history, never_prevents_a_start_with_its_journal) {
     const auto expect_dropped_journal = [&] {
         start();
         EXPECT_EQ(test::line_count(service_process::log()), 2U) << service_process::log();
-        EXPECT_NE(service_process::log().find("dropped what should be changes for the history: " +
-                                              journal_file()),
+        EXPECT_NE(service_process::log().find("dropped the history's journal: " + journal_file()),
                   std::string::npos);
         EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(journal_file())));
         EXPECT_EQ(server.stop(), 0);
@@ -297,7 +296,7 @@ TEST_F(dp_settingsd_history, fails_no_transaction_when_it_cannot_be_written) {
               "0 1 t set Boot.Mode \"Legacy\" \"Legacy\" \n");
     EXPECT_FALSE(std::filesystem::exists(path("/precious")));
     EXPECT_NE(service_process::log().find(
-                  "changes are missing from the history: " + history_file() + " is a link"),
+                  "changes are missing from the history: " + history_file() + " is a symlink"),
               std::string::npos);
 }
 

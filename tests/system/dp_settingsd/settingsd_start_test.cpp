@@ -102,7 +102,7 @@ TEST_F(dp_settingsd_start, refuses_folders_and_files_that_are_symlinks) {
             test::write_file(aside, "");
         }
         std::filesystem::create_symlink(aside, real);
-        expect_refusal(real + " is a link");
+        expect_refusal(real + " is a symlink");
         std::filesystem::remove(real);
         if (was_there) {
             std::filesystem::rename(aside, real);

@@ -1,18 +1,18 @@
 #include "host/host_registrar.hpp"
 
 #include "batch/qualified_setting_name.hpp"
-#include "tests/unit/host/sample_service.hpp"
 #include "tests/support/test_platform.hpp"
+#include "tests/unit/host/sample_service.hpp"
 
 namespace {
 
 using host_registrar_test = test::sample_service;
 
-/// Writes down what the registrar tells it; optionally never ends its part of a transaction.
+/// Notes the calls of the registrar. Can leave its part of a transaction incomplete.
 class noting_plugin final : public dp::plugin {
   public:
-    explicit noting_plugin(bool answers_never = false)
-        : dp::plugin("noting", answers_never ? settings_owner : client) {}
+    explicit noting_plugin(bool never_answers = false)
+        : dp::plugin("noting", never_answers ? settings_owner : client) {}
     void on_start(dp::registrar&) override { notes += "start "; }
     void process_transaction(dp::registrar&, dp::transaction*) override { notes += "process "; }
     void on_stop(dp::registrar&) override { notes += "stop "; }
@@ -28,7 +28,7 @@ class noting_plugin final : public dp::plugin {
     std::string notes;
 };
 
-TEST_F(host_registrar_test, resolves_names_whatever_their_instance) {
+TEST_F(host_registrar_test, resolves_names_regardless_of_their_instance) {
     dp::qualified_setting_name name;
     name.parse("Ports.Speed.77");
     EXPECT_EQ(registrar.resolve(name), model->find("Ports", "Speed"));
@@ -38,7 +38,7 @@ TEST_F(host_registrar_test, resolves_names_whatever_their_instance) {
     EXPECT_EQ(registrar.resolve(name), nullptr);
 }
 
-TEST_F(host_registrar_test, plugins_are_told_of_configurations_and_of_their_end) {
+TEST_F(host_registrar_test, notifies_plugins_of_configurations_and_of_the_stop) {
     noting_plugin noting;
     registrar.add_plugin(&noting);
     registrar.use_model(nullptr);
@@ -49,7 +49,7 @@ TEST_F(host_registrar_test, plugins_are_told_of_configurations_and_of_their_end)
               "stop ");
 }
 
-TEST_F(host_registrar_test, a_plugin_that_never_answers_does_not_hold_the_queue_up) {
+TEST_F(host_registrar_test, a_plugin_that_never_answers_does_not_block_the_queue) {
     test::recording_log log(sysipc::event_log::log_level::error);
     noting_plugin silent(true);
     registrar.add_plugin(&silent);
@@ -58,7 +58,7 @@ TEST_F(host_registrar_test, a_plugin_that_never_answers_does_not_hold_the_queue_
     EXPECT_EQ(run_one("get", "Boot.Mode").value_out, "Legacy");
 }
 
-TEST_F(host_registrar_test, transactions_run_in_the_order_in_which_they_were_queued) {
+TEST_F(host_registrar_test, runs_transactions_in_the_order_in_which_they_were_queued) {
     std::vector<dp::transaction_command> first{command("set", "Boot.Mode", "Legacy")};
     std::vector<dp::transaction_command> second{command("getv", "Boot.Mode")};
     dp_host::batch_transaction one(first);

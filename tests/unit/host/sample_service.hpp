@@ -12,16 +12,16 @@
 #include "batch/batch_file_entry.hpp"
 #include "host/exchange/batch_transaction.hpp"
 #include "host/host_registrar.hpp"
-#include "settings/configuration.hpp"
+#include "host/model/values_file.hpp"
 #include "host/store_plugin.hpp"
+#include "settings/configuration.hpp"
 #include "tests/support/sample_template.hpp"
 #include "transactions/transaction_command.hpp"
-#include "host/model/values_file.hpp"
 
 namespace test {
 
-/// A store plug-in on the sample template's defaults, behind a registrar. What it persists goes
-/// into a text, or is refused.
+/// A registrar with a store plug-in that serves the defaults of the sample template. Persisting
+/// writes to a text, or fails.
 class sample_service : public testing::Test {
   protected:
     sample_service()
@@ -30,10 +30,11 @@ class sample_service : public testing::Test {
               if (!disk_is_full) {
                   on_disk = text();
               }
-              return disk_is_full ? ENOSPC : 0;
+              return disk_is_full
+                         ? dp_support::result<>(dp_support::failure{"the disk is full", ENOSPC})
+                         : dp_support::result<>();
           }) {
-        std::string problem;
-        model = dp_host::template_model::make(sample_template(), &plugin, problem);
+        model = *dp_host::template_model::make(sample_template(), &plugin);
         store = std::make_unique<dp_host::value_store>(*model);
         store->add_defaults([](const dp::setting&) { return true; });
         plugin.serve(*model, *store);

@@ -10,7 +10,7 @@
 
 #include "common/file_locks.hpp"
 #include "common/file_utilities.hpp"
-#include "host/history/history_note.hpp"
+#include "host/history/history_journal.hpp"
 #include "service_api/service_status.hpp"
 #include "tests/support/child_process.hpp"
 #include "tests/support/sample_template.hpp"
@@ -19,7 +19,7 @@
 
 namespace {
 
-// Stand-ins for the outside tools: templates are plain text, the build id is a line of a file.
+// They replace the outside tools: templates are plain text, the build id is a line of a file.
 constexpr const char* copying_dpspy = "cp \"$3\" \"$5\"";
 constexpr const char* reading_sysvpd = "sed -n 's/^UEFIID=//p' \"$DP_ROOT/var/dp/vpd.txt\"";
 
@@ -46,11 +46,11 @@ class settings_service_test : public testing::Test {
     std::string run(dp_host::settings_service& service, const std::string& batch) const {
         test::write_file(work, batch);
         std::string answer = test::answer_to(work, service.registrar());
-        service.settle();
+        service.retry_failed_write();
         return answer;
     }
 
-    void lay_out_update(const std::vector<template_info>& infos) const {
+    void prepare_update(const std::vector<template_info>& infos) const {
         std::filesystem::create_directories(in_root("/var/dp/update"));
         test::write_file(in_root("/var/dp/update/uefi_template.efi"), records(infos));
         test::write_file(in_root("/var/dp/update/build_id"), "B2\n");
@@ -73,36 +73,36 @@ class settings_service_test : public testing::Test {
     const std::string pending = in_root("/var/dp/uefi_settings.txt");
     const std::string current = in_root("/var/dp/uefi_current.txt");
     const std::string history = in_root("/var/dp/history");
-    const std::string note = history + ".pending";
+    const std::string journal = history + ".pending";
     const std::string vpd = in_root("/var/dp/vpd.txt");
     const std::string build_id = in_root("/tmp/dp/uefi.bld");
     const std::string work = in_root("/tmp/dp/batch.run");
 };
 
-TEST_F(settings_service_test, the_first_start_writes_both_files_from_defaults_and_the_build_id) {
+TEST_F(settings_service_test, the_first_start_writes_defaults_to_both_files_and_the_build_id) {
     dp_host::settings_service service;
-    ASSERT_EQ(service.start(), "");
+    ASSERT_TRUE(service.start());
     EXPECT_EQ(test::read_file(pending), all_defaults);
     EXPECT_EQ(test::read_file(current), all_defaults);
     EXPECT_EQ(test::read_file(build_id), "B1\n");
 }
 
-TEST_F(settings_service_test, stored_values_are_served_and_their_file_stays_as_it_is) {
+TEST_F(settings_service_test, stored_values_are_served_and_their_file_is_unchanged) {
     const std::string text =
         "0 0 t set A.Gone \"g\" \"\"\n0 0 t set A.Mode \"y\" \"\"\n"
         "0 0 t set A.Size \"999\" \"\"\n0 0 t set A.Port.2 \"9\" \"\"\n";
     test::write_file(pending, text);
     dp_host::settings_service service;
-    ASSERT_EQ(service.start(), "");
+    ASSERT_TRUE(service.start());
     EXPECT_EQ(test::read_file(pending), text);
     EXPECT_EQ(run(service, "0 1 t get A.Size \"\" \"\"\n0 2 t get A.Port.1 \"\" \"\"\n"),
               "0 1 t get A.Size \"\" \"999\" \n32 2 t get A.Port.1 \"\" \"\" \n");
 }
 
-TEST_F(settings_service_test, missing_values_become_defaults_and_unknown_ones_go) {
+TEST_F(settings_service_test, missing_values_become_defaults_and_unknown_values_are_dropped) {
     test::write_file(pending, "0 0 t set A.Mode \"y\" \"\"\n0 0 t set A.Odd \"1\" \"\"\n");
     dp_host::settings_service service;
-    ASSERT_EQ(service.start(), "");
+    ASSERT_TRUE(service.start());
     EXPECT_EQ(test::read_file(pending),
               "0 0 uefi set A.Mode \"y\" \"\" \n0 0 uefi set A.Size \"1\" \"\" \n"
               "0 0 uefi set A.Gone \"old\" \"\" \n");
@@ -111,18 +111,18 @@ TEST_F(settings_service_test, missing_values_become_defaults_and_unknown_ones_go
 TEST_F(settings_service_test, lost_pending_values_are_taken_from_the_current_ones) {
     test::write_file(current, "0 0 t set A.Mode \"y\" \"\"\n");
     dp_host::settings_service service;
-    ASSERT_EQ(service.start(), "");
+    ASSERT_TRUE(service.start());
     EXPECT_NE(test::read_file(pending).find("A.Mode \"y\""), std::string::npos);
 }
 
-TEST_F(settings_service_test, links_in_place_of_its_files_are_refused) {
+TEST_F(settings_service_test, symlinks_instead_of_its_files_are_refused) {
     for (const auto& path : {bios, pending, current, build_id, vpd}) {
         const std::string real = path + ".real";
         test::write_file(real, test::read_file(path));
         unlink(path.c_str());
         ASSERT_EQ(symlink(real.c_str(), path.c_str()), 0);
         dp_host::settings_service service;
-        EXPECT_EQ(service.start(), path + " is a link");
+        EXPECT_EQ(service.start().reason(), path + " is a symlink");
         ASSERT_EQ(unlink(path.c_str()), 0);
         if (path == bios || path == vpd) {
             ASSERT_EQ(rename(real.c_str(), path.c_str()), 0);
@@ -130,12 +130,12 @@ TEST_F(settings_service_test, links_in_place_of_its_files_are_refused) {
     }
 }
 
-TEST_F(settings_service_test, a_template_that_cannot_be_used_is_a_reason_not_to_start) {
-    test::write_file(bios, "no template at all");
-    EXPECT_EQ(dp_host::settings_service().start(),
-              in_root("/tmp/dp/uefi_info.txt") + " holds no attributes");
+TEST_F(settings_service_test, does_not_start_with_an_unusable_template) {
+    test::write_file(bios, "not a template");
+    EXPECT_EQ(dp_host::settings_service().start().reason(),
+              in_root("/tmp/dp/uefi_info.txt") + " contains no attributes");
     test::write_file(bios, records({test::choice("A.B", "C", "", "")}));
-    EXPECT_EQ(dp_host::settings_service().start(),
+    EXPECT_EQ(dp_host::settings_service().start().reason(),
               bios + ": attribute 1 (A.B.C): its collection is not a word without dots");
     EXPECT_FALSE(fileexist(pending));
 }
@@ -143,12 +143,12 @@ TEST_F(settings_service_test, a_template_that_cannot_be_used_is_a_reason_not_to_
 TEST_F(settings_service_test, values_survive_a_new_start) {
     {
         dp_host::settings_service service;
-        ASSERT_EQ(service.start(), "");
+        ASSERT_TRUE(service.start());
         EXPECT_EQ(run(service, "0 1 t set A.Mode \"z\" \"\"\n0 2 t delete A.Port.1 \"\" \"\"\n"),
                   "0 1 t set A.Mode \"z\" \"z\" \n0 2 t delete A.Port.1 \"\" \"\" \n");
     }
     dp_host::settings_service service;
-    ASSERT_EQ(service.start(), "");
+    ASSERT_TRUE(service.start());
     EXPECT_EQ(run(service, "0 1 t get A.Mode \"\" \"\"\n0 2 t get A.Port.1 \"\" \"\"\n"),
               "0 1 t get A.Mode \"\" \"z\" \n32 2 t get A.Port.1 \"\" \"\" \n");
     EXPECT_NE(test::read_file(current).find("A.Mode \"x\""), std::string::npos);
@@ -156,8 +156,8 @@ TEST_F(settings_service_test, values_survive_a_new_start) {
 
 TEST_F(settings_service_test, a_change_that_cannot_be_written_fails) {
     dp_host::settings_service service;
-    ASSERT_EQ(service.start(), "");
-    // Nothing can be made in the data folder any more.
+    ASSERT_TRUE(service.start());
+    // Nothing can be created in the data folder any more.
     const std::string data = in_root("/var/dp");
     const std::string aside = in_root("/var/aside");
     ASSERT_EQ(rename(data.c_str(), aside.c_str()), 0);
@@ -168,9 +168,9 @@ TEST_F(settings_service_test, a_change_that_cannot_be_written_fails) {
     EXPECT_NE(test::read_file(pending).find("A.Mode \"z\""), std::string::npos);
 }
 
-TEST_F(settings_service_test, the_history_tells_what_a_batch_changed_and_its_note_goes) {
+TEST_F(settings_service_test, the_history_has_the_changes_of_a_batch_and_its_journal_is_removed) {
     dp_host::settings_service service;
-    ASSERT_EQ(service.start(), "");
+    ASSERT_TRUE(service.start());
     run(service, "0 1 <cim-0> set A.Mode \"z\" \"\"\n0 2 <cim-0> set A.Mode \"q\" \"\"\n");
     const std::string line = test::read_file(history);
     EXPECT_TRUE(line.starts_with("<cim-0> ")) << line;
@@ -178,23 +178,23 @@ TEST_F(settings_service_test, the_history_tells_what_a_batch_changed_and_its_not
     EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1);
     run(service, "0 1 <cim-1> get A.Mode \"\" \"\"\n0 2 <cim-1> set A.Mode \"z\" \"\"\n");
     EXPECT_EQ(test::read_file(history), line);
-    EXPECT_FALSE(fileexist(note));
+    EXPECT_FALSE(fileexist(journal));
 }
 
-TEST_F(settings_service_test, values_that_cannot_take_their_place_leave_no_note_and_no_history) {
+TEST_F(settings_service_test, values_that_cannot_be_put_in_place_leave_no_journal_and_no_history) {
     dp_host::settings_service service;
-    ASSERT_EQ(service.start(), "");
-    // A folder can't be replaced by a file.
+    ASSERT_TRUE(service.start());
+    // A folder cannot be replaced by a file.
     ASSERT_EQ(unlink(pending.c_str()), 0);
     std::filesystem::create_directory(pending);
     EXPECT_EQ(run(service, "0 1 t set A.Mode \"z\" \"\"\n"), "56 1 t set A.Mode \"z\" \"\" \n");
-    EXPECT_FALSE(fileexist(note));
+    EXPECT_FALSE(fileexist(journal));
     EXPECT_FALSE(fileexist(history));
 }
 
-TEST_F(settings_service_test, values_wait_for_their_place_with_a_note_of_their_lines) {
+TEST_F(settings_service_test, the_journal_has_the_lines_of_values_that_wait_for_a_lock) {
     dp_host::settings_service service;
-    ASSERT_EQ(service.start(), "");
+    ASSERT_TRUE(service.start());
     test::child_process reader([this](const test::child_process::parent_channel& parent) {
         const readlock lock(pending);
         parent.send('L');
@@ -202,10 +202,10 @@ TEST_F(settings_service_test, values_wait_for_their_place_with_a_note_of_their_l
     });
     ASSERT_EQ(reader.receive(), 'L');
     test::stepped_time time;
-    std::string noted;
+    std::string written;
     time.on_sleep = [&](std::uint32_t) {
-        if (noted.empty()) {
-            noted = test::read_file(note);
+        if (written.empty()) {
+            written = test::read_file(journal);
             EXPECT_EQ(test::read_file(pending), all_defaults);
             EXPECT_FALSE(fileexist(history));
             reader.send('E');
@@ -213,59 +213,60 @@ TEST_F(settings_service_test, values_wait_for_their_place_with_a_note_of_their_l
         }
     };
     run(service, "0 1 t set A.Mode \"z\" \"\"\n");
-    EXPECT_TRUE(noted.ends_with("   A.Mode   \"z\"\n")) << noted;
-    EXPECT_TRUE(noted.ends_with('\n' + test::read_file(history))) << noted;
-    EXPECT_FALSE(fileexist(note));
+    EXPECT_TRUE(written.ends_with("   A.Mode   \"z\"\n")) << written;
+    EXPECT_TRUE(written.ends_with('\n' + test::read_file(history))) << written;
+    EXPECT_FALSE(fileexist(journal));
 }
 
-TEST_F(settings_service_test, a_start_brings_the_lines_of_a_note_whose_values_are_in_place) {
+TEST_F(settings_service_test, a_start_replays_a_journal_whose_values_are_in_place) {
     {
         dp_host::settings_service service;
-        ASSERT_EQ(service.start(), "");
+        ASSERT_TRUE(service.start());
         run(service, "0 1 t set A.Mode \"z\" \"\"\n0 2 t set A.Size \"9\" \"\"\n");
     }
     const std::string lines = test::read_file(history);
     const std::string first = lines.substr(0, lines.find('\n') + 1);
-    const auto start_with_note = [&](const std::string& found) {
-        const dp_host::history_note left(note, in_root("/var/dp/no_values_yet"), 1000);
+    const auto start_with_journal = [&](const std::string& found) {
+        const dp_host::history_journal left(journal, in_root("/var/dp/no_values_yet"), 1000);
         left.write(pending, lines);
         test::write_file(history, found);
         dp_host::settings_service service;
-        EXPECT_EQ(service.start(), "");
-        EXPECT_FALSE(fileexist(note));
+        EXPECT_TRUE(service.start());
+        EXPECT_FALSE(fileexist(journal));
         return test::read_file(history);
     };
-    EXPECT_EQ(start_with_note(""), lines);
-    EXPECT_EQ(start_with_note("earlier\n"), "earlier\n" + lines);
-    EXPECT_EQ(start_with_note("earlier\n" + lines), "earlier\n" + lines);
-    EXPECT_EQ(start_with_note("earlier\n" + first + "<t>"), "earlier\n" + lines);
-    // A value without a place makes the start write the file of values anew.
+    EXPECT_EQ(start_with_journal(""), lines);
+    EXPECT_EQ(start_with_journal("earlier\n"), "earlier\n" + lines);
+    EXPECT_EQ(start_with_journal("earlier\n" + lines), "earlier\n" + lines);
+    EXPECT_EQ(start_with_journal("earlier\n" + first + "<t>"), "earlier\n" + lines);
+    // An unknown value makes the start write the file of values again.
     test::write_file(pending, test::read_file(pending) + "0 0 t set A.Odd \"1\" \"\"\n");
-    EXPECT_EQ(start_with_note("earlier\n"), "earlier\n" + lines);
+    EXPECT_EQ(start_with_journal("earlier\n"), "earlier\n" + lines);
 }
 
-TEST_F(settings_service_test, a_start_drops_a_note_whose_values_are_not_in_place_and_garbage) {
+TEST_F(settings_service_test,
+       a_start_drops_a_journal_that_is_invalid_or_whose_values_are_not_in_place) {
     {
         dp_host::settings_service service;
-        ASSERT_EQ(service.start(), "");
+        ASSERT_TRUE(service.start());
     }
     test::write_file(pending + ".aside", "other values\n");
-    const dp_host::history_note left(note, pending, 1000);
+    const dp_host::history_journal left(journal, pending, 1000);
     left.write(pending + ".aside", "<t> a line\n");
-    EXPECT_TRUE(fileexist(note));
-    EXPECT_EQ(dp_host::settings_service().start(), "");
-    EXPECT_FALSE(fileexist(note));
-    test::write_file(note, std::string(3'000'000, 'x'));
+    EXPECT_TRUE(fileexist(journal));
+    EXPECT_TRUE(dp_host::settings_service().start());
+    EXPECT_FALSE(fileexist(journal));
+    test::write_file(journal, std::string(3'000'000, 'x'));
     test::recording_log log(sysipc::event_log::log_level::error);
-    EXPECT_EQ(dp_host::settings_service().start(), "");
-    EXPECT_FALSE(fileexist(note));
+    EXPECT_TRUE(dp_host::settings_service().start());
+    EXPECT_FALSE(fileexist(journal));
     EXPECT_EQ(log.lines.size(), 1U);
     EXPECT_FALSE(fileexist(history));
 }
 
 TEST_F(settings_service_test, a_restart_makes_pending_values_current) {
     dp_host::settings_service service;
-    ASSERT_EQ(service.start(), "");
+    ASSERT_TRUE(service.start());
     run(service, "0 1 t set A.Mode \"z\" \"\"\n");
     EXPECT_EQ(test::read_file(current), all_defaults);
     EXPECT_EQ(service.restart().status, 0);
@@ -275,23 +276,23 @@ TEST_F(settings_service_test, a_restart_makes_pending_values_current) {
 
 TEST_F(settings_service_test, a_restart_that_cannot_be_written_fails) {
     dp_host::settings_service service;
-    ASSERT_EQ(service.start(), "");
+    ASSERT_TRUE(service.start());
     std::filesystem::rename(in_root("/var/dp"), in_root("/var/aside"));
     const auto outcome = service.restart();
     EXPECT_EQ(outcome.status, dp_service::service_status::not_persisted);
     EXPECT_NE(outcome.reason, "");
 }
 
-TEST_F(settings_service_test, an_update_carries_over_what_is_still_valid) {
+TEST_F(settings_service_test, an_update_keeps_values_that_are_still_valid) {
     dp_host::settings_service service;
-    ASSERT_EQ(service.start(), "");
+    ASSERT_TRUE(service.start());
     run(service,
         "0 1 t set A.Mode \"y\" \"\"\n0 2 t set A.Size \"50\" \"\"\n"
         "0 3 t set A.Port.2 \"9\" \"\"\n");
-    lay_out_update(after);
+    prepare_update(after);
     const auto outcome = service.update();
     ASSERT_EQ(outcome.status, 0) << outcome.reason;
-    // Mode is still a choice, Size is too big now, Port keeps the instance that it still has.
+    // Mode is still valid, Size is too big, Port keeps the instance that still exists.
     const std::string expected =
         "0 0 uefi set A.Mode \"y\" \"\" \n0 0 uefi set A.Size \"2\" \"\" \n"
         "0 0 uefi set B.New \"fresh\" \"\" \n0 0 uefi set A.Port.2 \"9\" \"\" \n"
@@ -307,19 +308,19 @@ TEST_F(settings_service_test, an_update_carries_over_what_is_still_valid) {
               "16 1 t get ERR.INVALID_SETTING \"\" \"\" \n0 2 t set B.New \"n\" \"n\" \n");
 }
 
-TEST_F(settings_service_test, an_update_tells_read_only_values_anew_where_it_can) {
-    const auto told = [](const char* version, const char* serial) {
+TEST_F(settings_service_test, an_update_determines_read_only_values_where_it_can) {
+    const auto read_only_texts = [](const char* version, const char* serial) {
         return std::vector<template_info>{
             test::with_flags(test::text("A", "Version", version, 0, 0, ""),
                              dp_service::template_flags::read_only),
             test::with_flags(test::text("A", "Serial", serial, 0, 0, ""),
                              dp_service::template_flags::read_only)};
     };
-    test::write_file(bios, records(told("1.0", "")));
+    test::write_file(bios, records(read_only_texts("1.0", "")));
     test::write_file(pending, "0 0 t set A.Version \"1.0\" \"\"\n0 0 t set A.Serial \"S7\" \"\"\n");
     dp_host::settings_service service;
-    ASSERT_EQ(service.start(), "");
-    lay_out_update(told("2.0", ""));
+    ASSERT_TRUE(service.start());
+    prepare_update(read_only_texts("2.0", ""));
     ASSERT_EQ(service.update().status, 0);
     EXPECT_EQ(test::read_file(pending),
               "0 0 uefi set A.Version \"2.0\" \"\" \n0 0 uefi set A.Serial \"S7\" \"\" \n");
@@ -327,30 +328,31 @@ TEST_F(settings_service_test, an_update_tells_read_only_values_anew_where_it_can
 
 TEST_F(settings_service_test, an_update_can_be_run_again) {
     dp_host::settings_service service;
-    ASSERT_EQ(service.start(), "");
-    lay_out_update(after);
+    ASSERT_TRUE(service.start());
+    prepare_update(after);
     ASSERT_EQ(service.update().status, 0);
     const std::string once = test::read_file(pending);
-    lay_out_update(after);
+    prepare_update(after);
     ASSERT_EQ(service.update().status, 0);
     EXPECT_EQ(test::read_file(pending), once);
 }
 
-TEST_F(settings_service_test, an_update_whose_parts_cannot_be_used_changes_nothing) {
+TEST_F(settings_service_test, an_update_with_unusable_parts_changes_nothing) {
     dp_host::settings_service service;
-    ASSERT_EQ(service.start(), "");
+    ASSERT_TRUE(service.start());
     EXPECT_EQ(service.update().status, dp_service::service_status::not_supported);
 
-    lay_out_update({test::choice("A", "X.Y", "", "")});
+    prepare_update({test::choice("A", "X.Y", "", "")});
     EXPECT_EQ(service.update().reason, "attribute 1 (A.X.Y): its name has a dot");
-    lay_out_update(after);
+    prepare_update(after);
     test::write_file(in_root("/var/dp/update/build_id"), "\n");
-    EXPECT_EQ(service.update().reason, in_root("/var/dp/update/build_id") + " holds no build id");
+    EXPECT_EQ(service.update().reason,
+              in_root("/var/dp/update/build_id") + " contains no build id");
     test::write_file(in_root("/var/dp/update/build_id"), "B\t2\n");
     EXPECT_EQ(service.update().status, dp_service::service_status::malformed_line);
     std::filesystem::remove(in_root("/var/dp/update/build_id"));
     EXPECT_EQ(service.update().status, dp_service::service_status::malformed_line);
-    lay_out_update(after);
+    prepare_update(after);
     test::write_script(in_root("/bin/dpspy"), "exit 1");
     EXPECT_EQ(service.update().reason, in_root("/bin/dpspy") + " failed with exit code 1");
 
@@ -360,25 +362,25 @@ TEST_F(settings_service_test, an_update_whose_parts_cannot_be_used_changes_nothi
     EXPECT_EQ(run(service, "0 1 t get A.Gone \"\" \"\"\n"), "0 1 t get A.Gone \"\" \"old\" \n");
 }
 
-TEST_F(settings_service_test, a_folder_of_updates_that_is_a_link_is_refused) {
+TEST_F(settings_service_test, an_update_folder_that_is_a_symlink_is_refused) {
     dp_host::settings_service service;
-    ASSERT_EQ(service.start(), "");
-    lay_out_update(after);
+    ASSERT_TRUE(service.start());
+    prepare_update(after);
     std::filesystem::rename(in_root("/var/dp/update"), in_root("/var/elsewhere"));
     std::filesystem::create_directory_symlink(in_root("/var/elsewhere"), in_root("/var/dp/update"));
-    EXPECT_EQ(service.update().reason, in_root("/var/dp/update") + " is a link");
+    EXPECT_EQ(service.update().reason, in_root("/var/dp/update") + " is a symlink");
 }
 
-TEST_F(settings_service_test, an_update_interrupted_behind_its_template_is_completed_by_a_start) {
+TEST_F(settings_service_test, a_start_completes_an_update_that_was_interrupted_after_its_template) {
     {
         dp_host::settings_service service;
-        ASSERT_EQ(service.start(), "");
+        ASSERT_TRUE(service.start());
         run(service, "0 1 t set A.Mode \"y\" \"\"\n");
     }
-    test::write_file(bios, records(after));  // as far as the update came
-    lay_out_update(after);
+    test::write_file(bios, records(after));  // the update was interrupted here
+    prepare_update(after);
     dp_host::settings_service service;
-    ASSERT_EQ(service.start(), "");
+    ASSERT_TRUE(service.start());
     EXPECT_EQ(run(service, "0 1 t get A.Mode \"\" \"\"\n"), "0 1 t get A.Mode \"\" \"y\" \n");
     ASSERT_EQ(service.update().status, 0);
     EXPECT_EQ(test::read_file(vpd), "SERIAL=7\nUEFIID=B2\n");

@@ -8,13 +8,13 @@ namespace {
 
 using store_plugin_test = test::sample_service;
 
-TEST_F(store_plugin_test, reads_give_the_value) {
+TEST_F(store_plugin_test, reads_return_the_value) {
     EXPECT_EQ(run_one("get", "Boot.Mode").value_out, "UEFI");
     EXPECT_EQ(run_one("getv", "Ports.Speed.4").value_out, "10");
     EXPECT_EQ(persist_calls, 0);
 }
 
-TEST_F(store_plugin_test, writes_store_the_mapped_value_and_give_it_back) {
+TEST_F(store_plugin_test, writes_store_and_return_the_mapped_value) {
     const auto set = run_one("set", "Boot.Delay", "010");
     EXPECT_EQ(set.status, 0);
     EXPECT_EQ(set.value_out, "10");
@@ -38,14 +38,14 @@ TEST_F(store_plugin_test, an_unknown_name_and_an_unknown_operation_fail) {
     EXPECT_EQ(run_one("frob", "Boot.Mode").status, dp::command_status::unknown_operation);
 }
 
-TEST_F(store_plugin_test, the_command_family_is_not_supported) {
+TEST_F(store_plugin_test, file_operations_are_not_supported) {
     for (const char* op : {"cmd_import", "cmd_export", "cmd_delete", "cmd_generate",
                            "cmd_exportcsr", "cmd_generatecsr"}) {
         EXPECT_EQ(run_one(op, "Boot.Mode").status, dp_service::service_status::not_supported) << op;
     }
 }
 
-TEST_F(store_plugin_test, an_instance_that_the_attribute_does_not_have_is_a_bad_one) {
+TEST_F(store_plugin_test, an_instance_that_the_attribute_does_not_have_is_refused) {
     for (const char* op : {"get", "getv", "set", "setv"}) {
         for (const char* name : {"Boot.Mode.1", "Ports.Speed", "Ports.Speed.0", "Ports.Speed.5",
                                  "Ports.Speed.1x", "Ports.Speed.01"}) {
@@ -55,7 +55,7 @@ TEST_F(store_plugin_test, an_instance_that_the_attribute_does_not_have_is_a_bad_
     }
 }
 
-TEST_F(store_plugin_test, a_read_only_attribute_takes_no_change) {
+TEST_F(store_plugin_test, a_read_only_attribute_cannot_be_changed) {
     EXPECT_EQ(run_one("set", "Boot.Vendor", "other").status, dp_service::service_status::read_only);
     EXPECT_EQ(run_one("set", "Boot.Vendor", "acme").status, 0);  // a reset sends the default
     store->put({model->find("Boot", "Vendor"), dp::no_instance}, "other");
@@ -69,7 +69,7 @@ TEST_F(store_plugin_test, deleting_an_instance_removes_it) {
     EXPECT_EQ(run_one("get", "Ports.Speed.2").status, dp::command_status::value_not_known);
     EXPECT_EQ(value_of("Ports.Speed.3"), "10");
     EXPECT_EQ(on_disk.find("Speed.2"), std::string::npos);
-    // Once more is no failure: a batch that was interrupted is run again.
+    // Repeating it succeeds, since a batch that was interrupted is run again.
     EXPECT_EQ(run_one("delete", "Ports.Speed.2").status, 0);
     EXPECT_EQ(run_one("set", "Ports.Speed.2", "20").status, 0);
     EXPECT_EQ(value_of("Ports.Speed.2"), "20");
@@ -83,7 +83,7 @@ TEST_F(store_plugin_test, a_delete_that_is_not_permitted_fails) {
     EXPECT_EQ(value_of("Ports.Speed.2"), "10");
 }
 
-TEST_F(store_plugin_test, a_permitted_delete_of_a_single_value_brings_the_default_back) {
+TEST_F(store_plugin_test, a_permitted_delete_of_a_single_value_restores_the_default) {
     model->find("Boot", "Mode")->element->flags |= dp::setting_element::deletable_flag;
     run_one("set", "Boot.Mode", "Legacy");
     const auto deleted = run_one("delete", "Boot.Mode");
@@ -92,13 +92,13 @@ TEST_F(store_plugin_test, a_permitted_delete_of_a_single_value_brings_the_defaul
     EXPECT_EQ(value_of("Boot.Mode"), "UEFI");
 }
 
-TEST_F(store_plugin_test, rows_come_and_go_with_their_key) {
+TEST_F(store_plugin_test, a_row_is_created_and_removed_with_its_key) {
     EXPECT_EQ(value_of("Ports.Role.3"), "status 32");
     EXPECT_EQ(run_one("set", "Ports.User.3", "ann").status, 0);
     EXPECT_EQ(value_of("Ports.Role.3"), "guest");
     EXPECT_NE(on_disk.find("Ports.Role.3 \"guest\""), std::string::npos);
     run_one("set", "Ports.Role.3", "admin");
-    run_one("set", "Ports.User.3", "bob");  // the row is there: nothing else changes
+    run_one("set", "Ports.User.3", "bob");  // the row exists, so nothing else changes
     EXPECT_EQ(value_of("Ports.Role.3"), "admin");
     EXPECT_EQ(run_one("delete", "Ports.User.3").status, 0);
     EXPECT_EQ(value_of("Ports.User.3"), "status 32");
@@ -106,7 +106,7 @@ TEST_F(store_plugin_test, rows_come_and_go_with_their_key) {
     EXPECT_EQ(on_disk.find("Ports.Role"), std::string::npos);
 }
 
-TEST_F(store_plugin_test, one_transaction_is_written_once) {
+TEST_F(store_plugin_test, a_transaction_is_persisted_once) {
     std::vector<dp::transaction_command> commands{
         command("set", "Boot.Mode", "Legacy"), command("set", "Boot.Delay", "10"),
         command("set", "Boot.Delay", "7"), command("get", "Boot.Label")};
@@ -114,12 +114,12 @@ TEST_F(store_plugin_test, one_transaction_is_written_once) {
     EXPECT_EQ(persist_calls, 1);
 }
 
-TEST_F(store_plugin_test, setting_what_is_there_writes_nothing) {
+TEST_F(store_plugin_test, setting_the_present_value_persists_nothing) {
     EXPECT_EQ(run_one("set", "Boot.Mode", "UEFI").status, 0);
     EXPECT_EQ(persist_calls, 0);
 }
 
-TEST_F(store_plugin_test, what_cannot_be_written_did_not_happen) {
+TEST_F(store_plugin_test, changes_that_cannot_be_persisted_are_undone) {
     const std::string before = text();
     disk_is_full = true;
     std::vector<dp::transaction_command> commands{
@@ -151,14 +151,14 @@ TEST_F(store_plugin_test, what_cannot_be_written_did_not_happen) {
     EXPECT_EQ(value_of("Boot.Mode"), "Legacy");
 }
 
-TEST_F(store_plugin_test, deleting_the_rest_of_a_row_that_cannot_be_written_did_not_happen) {
+TEST_F(store_plugin_test, deleting_the_rest_of_a_row_is_undone_when_it_cannot_be_persisted) {
     run_one("set", "Ports.Role.4", "admin");  // a field of a row without its key
     disk_is_full = true;
     EXPECT_EQ(run_one("delete", "Ports.User.4").status, dp_service::service_status::not_persisted);
     EXPECT_EQ(value_of("Ports.Role.4"), "admin");
 }
 
-TEST_F(store_plugin_test, a_configuration_counts_one_change_a_transaction) {
+TEST_F(store_plugin_test, a_configuration_counts_one_change_for_each_transaction) {
     const auto& boot = *model->configurations()[0];
     const std::uint32_t version = boot.version;
     value_of("Boot.Mode");
@@ -171,7 +171,7 @@ TEST_F(store_plugin_test, a_configuration_counts_one_change_a_transaction) {
     EXPECT_EQ(boot.version, version + 2);
 }
 
-TEST_F(store_plugin_test, commands_of_other_owners_are_left_alone) {
+TEST_F(store_plugin_test, commands_of_other_owners_are_not_executed) {
     class other_plugin final : public dp::plugin {
       public:
         other_plugin() : dp::plugin("other", settings_owner) {}

@@ -5,16 +5,18 @@
 
 #include <string>
 
-#include "host/exchange/batch_run.hpp"
+#include "host/exchange/run_batch.hpp"
+#include "support/staged_file.hpp"
 #include "tests/support/scratch_files.hpp"
 
 namespace test {
 
-/// Runs a batch file that can be read, and returns its answer.
+/// Runs the batch file `path` and returns its answer.
 inline std::string answer_to(const std::string& path, dp_host::host_registrar& registrar) {
     const std::string result = root() + "/tmp/dp/batch.out";
     dp_support::staged_file answer(result, dp_support::staged_file::volatile_file);
-    EXPECT_EQ(dp_host::run_batch(path, registrar, answer), "");
+    const auto run = dp_host::run_batch(path, registrar, answer);
+    EXPECT_TRUE(run) << run.reason();
     const auto placed = answer.replace();
     EXPECT_TRUE(placed) << placed.reason();
     return read_file(result);

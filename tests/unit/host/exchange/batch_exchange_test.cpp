@@ -6,12 +6,12 @@
 #include <filesystem>
 
 #include "common/file_utilities.hpp"
-#include "tests/unit/host/sample_service.hpp"
 #include "tests/support/test_platform.hpp"
+#include "tests/unit/host/sample_service.hpp"
 
 namespace {
 
-using dp_host::exchange_look;
+using dp_host::poll_result;
 
 class batch_exchange_test : public test::sample_service {
   protected:
@@ -25,38 +25,38 @@ class batch_exchange_test : public test::sample_service {
     dp_host::batch_exchange exchange{registrar};
 };
 
-TEST_F(batch_exchange_test, a_batch_is_run_and_answered_and_goes_away) {
+TEST_F(batch_exchange_test, a_batch_is_run_answered_and_removed) {
     test::write_file(batch, command_line);
-    EXPECT_EQ(exchange.look(true), exchange_look::taken);
+    EXPECT_EQ(exchange.poll(true), poll_result::taken);
     EXPECT_EQ(test::read_file(result), result_line);
     EXPECT_FALSE(fileexist(batch));
     EXPECT_FALSE(fileexist(running));
     EXPECT_EQ(value_of("Boot.Mode"), "Legacy");
-    EXPECT_EQ(exchange.look(true), exchange_look::nothing);
+    EXPECT_EQ(exchange.poll(true), poll_result::nothing);
 }
 
-TEST_F(batch_exchange_test, an_old_batch_that_waited_for_the_service_is_run) {
+TEST_F(batch_exchange_test, a_batch_that_is_older_than_the_service_is_run) {
     test::write_file(batch, command_line);
     test::set_mtime(batch, 1000);
     exchange.recover();
-    EXPECT_EQ(exchange.look(true), exchange_look::taken);
+    EXPECT_EQ(exchange.poll(true), poll_result::taken);
     EXPECT_EQ(test::read_file(result), result_line);
 }
 
-TEST_F(batch_exchange_test, a_result_that_cannot_be_written_does_not_stop_the_next) {
+TEST_F(batch_exchange_test, a_failed_answer_does_not_block_the_next_batch) {
     test::recording_log log(sysipc::event_log::log_level::error);
     std::filesystem::create_directories(result + "/full");
     test::write_file(batch, command_line);
-    EXPECT_EQ(exchange.look(true), exchange_look::taken);
+    EXPECT_EQ(exchange.poll(true), poll_result::taken);
     EXPECT_EQ(log.lines.size(), 1U);
     EXPECT_FALSE(fileexist(running));
     EXPECT_EQ(value_of("Boot.Mode"), "Legacy");
     test::write_file(batch, command_line);
-    EXPECT_EQ(exchange.look(true), exchange_look::taken);
+    EXPECT_EQ(exchange.poll(true), poll_result::taken);
     EXPECT_EQ(test::read_file(result), result_line);
 }
 
-TEST_F(batch_exchange_test, a_batch_that_was_interrupted_is_run_again) {
+TEST_F(batch_exchange_test, an_interrupted_batch_is_run_again) {
     test::write_file(running, command_line);
     exchange.recover();
     EXPECT_EQ(test::read_file(result), result_line);
@@ -64,18 +64,18 @@ TEST_F(batch_exchange_test, a_batch_that_was_interrupted_is_run_again) {
     EXPECT_FALSE(fileexist(running));
 }
 
-TEST_F(batch_exchange_test, an_interrupted_batch_gives_way_to_a_newer_one) {
+TEST_F(batch_exchange_test, an_interrupted_batch_is_dropped_when_there_is_a_newer_batch) {
     test::write_file(running, command_line);
     test::write_file(batch, "0 2 t get Boot.Mode \"\" \"\"\n");
     exchange.recover();
     EXPECT_FALSE(fileexist(running));
     EXPECT_FALSE(fileexist(result));
-    EXPECT_EQ(exchange.look(true), exchange_look::taken);
+    EXPECT_EQ(exchange.poll(true), poll_result::taken);
     EXPECT_EQ(test::read_file(result), "0 2 t get Boot.Mode \"\" \"UEFI\" \n");
 }
 
-TEST_F(batch_exchange_test, an_interrupted_batch_whose_client_gave_up_is_dropped) {
-    // The clock goes on between here and there: one from the future grows younger.
+TEST_F(batch_exchange_test, an_interrupted_batch_is_dropped_when_its_client_no_longer_waits) {
+    // Time passes before the check, so the age from the future is well beyond the limit.
     for (const std::time_t age : {63, -70}) {
         test::write_file(running, command_line);
         test::set_mtime(running, std::time(nullptr) - age);
@@ -100,14 +100,14 @@ TEST_F(batch_exchange_test, an_interrupted_batch_that_was_answered_is_not_run_ag
     EXPECT_FALSE(fileexist(running));
     EXPECT_EQ(test::read_file(result), "the answer\n");
 
-    // A result from before the batch is that of an earlier one.
+    // A result that is older than the batch is the answer to an earlier batch.
     test::write_file(running, command_line);
     test::set_mtime(running, now);
     exchange.recover();
     EXPECT_EQ(test::read_file(result), result_line);
 }
 
-TEST_F(batch_exchange_test, a_link_in_place_of_an_interrupted_batch_is_removed) {
+TEST_F(batch_exchange_test, a_symlink_instead_of_an_interrupted_batch_is_removed) {
     test::write_file(running + ".real", command_line);
     ASSERT_EQ(symlink((running + ".real").c_str(), running.c_str()), 0);
     exchange.recover();

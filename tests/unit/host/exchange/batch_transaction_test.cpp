@@ -9,7 +9,7 @@ namespace {
 
 using batch_transaction_test = test::sample_service;
 
-TEST_F(batch_transaction_test, commands_for_one_target_are_carried_out_in_their_order) {
+TEST_F(batch_transaction_test, executes_commands_for_one_target_in_their_order) {
     std::vector<dp::transaction_command> commands{
         command("get", "Boot.Mode"),         command("set", "Boot.Mode", "Legacy"),
         command("get", "Boot.Mode"),         command("getv", "Boot.Mode"),
@@ -25,8 +25,7 @@ TEST_F(batch_transaction_test, commands_for_one_target_are_carried_out_in_their_
     EXPECT_EQ(value_of("Boot.Mode"), "Legacy");
 }
 
-TEST_F(batch_transaction_test,
-       a_read_behind_a_delete_finds_nothing_and_nothing_stays_in_the_cache) {
+TEST_F(batch_transaction_test, a_read_after_a_delete_finds_nothing_neither_in_the_cache) {
     std::vector<dp::transaction_command> commands{
         command("set", "Ports.Speed.1", "20"), command("get", "Ports.Speed.1"),
         command("delete", "Ports.Speed.1"), command("get", "Ports.Speed.1")};
@@ -36,14 +35,14 @@ TEST_F(batch_transaction_test,
     EXPECT_EQ(value_of("Ports.Speed.1"), "status 32");
 }
 
-TEST_F(batch_transaction_test, a_refused_write_does_not_disturb_reads) {
+TEST_F(batch_transaction_test, a_refused_write_does_not_change_what_reads_return) {
     std::vector<dp::transaction_command> commands{command("set", "Boot.Mode", "CSM"),
                                                   command("get", "Boot.Mode")};
     run(commands);
     EXPECT_EQ(commands[1].value_out, "UEFI");
 }
 
-TEST_F(batch_transaction_test, it_is_named_after_its_clients_identifier) {
+TEST_F(batch_transaction_test, has_the_identifier_of_its_client_as_its_name) {
     std::vector<dp::transaction_command> commands{command("get", "Boot.Mode")};
     EXPECT_EQ(dp_host::batch_transaction(commands).name, "test-1");
     EXPECT_EQ(dp_host::batch_transaction(commands).requester, "<test-1>");
@@ -53,12 +52,12 @@ TEST_F(batch_transaction_test, it_is_named_after_its_clients_identifier) {
     EXPECT_EQ(dp_host::batch_transaction(commands).name, "<>");
 }
 
-TEST_F(batch_transaction_test, an_empty_one_completes) {
+TEST_F(batch_transaction_test, completes_without_commands) {
     std::vector<dp::transaction_command> commands;
     run(commands);
 }
 
-TEST_F(batch_transaction_test, counts_are_up_to_date_at_the_end) {
+TEST_F(batch_transaction_test, counts_commands_and_errors) {
     std::vector<dp::transaction_command> commands{command("get", "Boot.Mode"),
                                                   command("set", "Boot.Mode", "CSM"),
                                                   command("get", "Boot.Gone")};
@@ -70,7 +69,7 @@ TEST_F(batch_transaction_test, counts_are_up_to_date_at_the_end) {
     EXPECT_EQ(transaction.commands.status.errors, 2U);
 }
 
-TEST_F(batch_transaction_test, it_tells_when_a_step_ended) {
+TEST_F(batch_transaction_test, calls_its_listener_after_every_step) {
     std::vector<dp::transaction_command> commands{command("get", "Boot.Mode")};
     std::vector<std::int32_t> steps;
     dp_host::batch_transaction transaction(commands,

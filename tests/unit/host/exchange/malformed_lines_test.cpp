@@ -13,7 +13,7 @@ using dp_host::longest_batch_line;
 using dp_host::malformed_lines;
 
 struct outcome {
-    std::vector<std::string> values;  // of the commands
+    std::vector<std::string> values;  // the commands' input values
     std::vector<malformed_lines::malformed_line> malformed;
 };
 

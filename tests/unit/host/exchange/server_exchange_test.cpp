@@ -12,7 +12,7 @@
 
 namespace {
 
-using dp_host::exchange_look;
+using dp_host::poll_result;
 
 class server_exchange_test : public testing::Test {
   protected:
@@ -23,13 +23,13 @@ class server_exchange_test : public testing::Test {
         std::ostringstream records;
         records << test::choice("A", "Mode", "x", "x,y");
         test::write_file(test::root() + "/var/dp/uefi_template.efi", records.str());
-        ASSERT_EQ(service.start(), "");
+        ASSERT_TRUE(service.start());
         unlink(current.c_str());
     }
 
     std::string answer_to(const std::string& text) {
         test::write_file(request, text);
-        EXPECT_EQ(exchange.look(true), exchange_look::taken);
+        EXPECT_EQ(exchange.poll(true), poll_result::taken);
         EXPECT_FALSE(fileexist(request));
         EXPECT_FALSE(fileexist(running));
         return test::read_file(answer);
@@ -43,10 +43,10 @@ class server_exchange_test : public testing::Test {
     dp_host::server_exchange exchange{service};
 };
 
-TEST_F(server_exchange_test, a_restart_is_carried_out_and_answered) {
+TEST_F(server_exchange_test, a_restart_is_executed_and_answered) {
     EXPECT_EQ(answer_to("restart\n"), "0\n");
     EXPECT_TRUE(fileexist(current));
-    EXPECT_EQ(exchange.look(true), exchange_look::nothing);
+    EXPECT_EQ(exchange.poll(true), poll_result::nothing);
     EXPECT_EQ(answer_to("restart"), "0\n");
 }
 
@@ -60,10 +60,10 @@ TEST_F(server_exchange_test, an_unknown_request_is_refused_with_a_reason) {
 
 TEST_F(server_exchange_test, a_refused_update_says_why) {
     EXPECT_EQ(answer_to("update\n"),
-              "58 no update lies ready in " + test::root() + "/var/dp/update\n");
+              "58 there is no update in " + test::root() + "/var/dp/update\n");
 }
 
-TEST_F(server_exchange_test, an_interrupted_request_is_carried_out_again) {
+TEST_F(server_exchange_test, an_interrupted_request_is_executed_again) {
     test::write_file(running, "restart\n");
     test::set_mtime(running, 1000);
     exchange.recover();
@@ -72,7 +72,7 @@ TEST_F(server_exchange_test, an_interrupted_request_is_carried_out_again) {
     EXPECT_FALSE(fileexist(running));
 }
 
-TEST_F(server_exchange_test, an_interrupted_request_that_was_answered_is_not) {
+TEST_F(server_exchange_test, an_interrupted_request_that_was_answered_is_not_executed_again) {
     test::write_file(running, "restart\n");
     test::write_file(answer, "0\n");
     exchange.recover();

@@ -5,8 +5,8 @@
 
 #include <filesystem>
 
-#include "tests/unit/host/sample_service.hpp"
 #include "tests/support/test_platform.hpp"
+#include "tests/unit/host/sample_service.hpp"
 
 namespace {
 
@@ -17,7 +17,7 @@ class status_log_test : public test::sample_service {
     std::string path = test::root() + "/tmp/dp/status";
     const std::string begun = "<dp-status> 0001 DP.MESSAGE init \n";
 
-    /// The status of a transaction of these commands, once they were run.
+    /// The status file after a transaction of these commands.
     std::string status_of(std::vector<dp::transaction_command>& commands) {
         dp_host::batch_transaction transaction(commands);
         dp_host::status_log log;
@@ -37,13 +37,13 @@ class status_log_test : public test::sample_service {
     }
 };
 
-TEST_F(status_log_test, it_begins_the_file_anew) {
-    test::write_file(path, "what an earlier transaction did\n");
+TEST_F(status_log_test, replaces_the_file_of_the_previous_transaction) {
+    test::write_file(path, "status of an earlier transaction\n");
     const dp_host::status_log log;
     EXPECT_EQ(test::read_file(path), begun);
 }
 
-TEST_F(status_log_test, a_link_is_replaced_and_its_target_stays) {
+TEST_F(status_log_test, replaces_a_symlink_and_not_its_target) {
     const std::string precious = test::root() + "/precious";
     test::write_file(precious, "precious");
     std::filesystem::create_symlink(precious, path);
@@ -53,7 +53,7 @@ TEST_F(status_log_test, a_link_is_replaced_and_its_target_stays) {
     EXPECT_EQ(test::read_file(precious), "precious");
 }
 
-TEST_F(status_log_test, pipes_and_folders_are_replaced) {
+TEST_F(status_log_test, replaces_pipes_and_folders) {
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     { const dp_host::status_log log; }
     EXPECT_EQ(test::read_file(path), begun);
@@ -63,7 +63,7 @@ TEST_F(status_log_test, pipes_and_folders_are_replaced) {
     EXPECT_EQ(test::read_file(path), begun);
 }
 
-TEST_F(status_log_test, without_its_folder_it_writes_nothing_and_is_no_obstacle) {
+TEST_F(status_log_test, writes_nothing_without_its_folder) {
     std::filesystem::remove_all(test::root() + "/tmp/dp");
     std::vector<dp::transaction_command> commands{command("set", "Boot.Mode", "Legacy")};
     dp_host::batch_transaction transaction(commands);
@@ -76,7 +76,7 @@ TEST_F(status_log_test, without_its_folder_it_writes_nothing_and_is_no_obstacle)
     EXPECT_EQ(commands[0].status, 0);
 }
 
-TEST_F(status_log_test, failed_commands_are_reported_in_their_order) {
+TEST_F(status_log_test, reports_failed_commands_in_their_order) {
     std::vector<dp::transaction_command> commands{command("set", "Boot.Mode", "CSM"),
                                                   command("get", "Boot.Mode"),
                                                   command("set", "Boot.Delay", "x")};
@@ -86,8 +86,8 @@ TEST_F(status_log_test, failed_commands_are_reported_in_their_order) {
                                        "<test-1> 0004 DP.DONE 1 1 2\n");
 }
 
-// The last record's sequence number tells how many there were.
-TEST_F(status_log_test, of_many_failed_commands_the_last_are_reported_and_all_are_counted) {
+// The sequence number of the last status record is the number of all of them.
+TEST_F(status_log_test, reports_the_last_of_many_failed_commands_and_counts_all) {
     constexpr int most = dp_host::status_log::most_failures;
     std::vector<dp::transaction_command> commands = failing(most);
     std::string status = status_of(commands);

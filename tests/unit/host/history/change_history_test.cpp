@@ -28,7 +28,7 @@ class change_history_test : public test::sample_service {
         history.append(history.lines_of(transaction));
     }
 
-    /// The file's lines, the times replaced by a T.
+    /// The lines of the file, with "T" for the times.
     std::string content() const {
         std::istringstream in(test::read_file(path));
         std::string text;
@@ -46,7 +46,7 @@ class change_history_test : public test::sample_service {
 
 const std::string mode_line = "<test-1> T   Boot.Mode   \"Legacy\"\n";
 
-TEST_F(change_history_test, it_grows_by_what_every_transaction_changed) {
+TEST_F(change_history_test, has_a_line_for_every_change_of_every_transaction) {
     const dp_host::change_history history(path);
     append(history, {command("set", "Boot.Mode", "Legacy"), command("get", "Boot.Mode"),
                      command("set", "Boot.Label", "a \"b\" \\")});
@@ -59,7 +59,7 @@ TEST_F(change_history_test, it_grows_by_what_every_transaction_changed) {
     EXPECT_EQ(info.st_mode & 07777, 0600U);
 }
 
-TEST_F(change_history_test, nothing_is_written_when_nothing_changed) {
+TEST_F(change_history_test, is_not_created_when_nothing_changed) {
     const dp_host::change_history history(path);
     append(history, {command("get", "Boot.Mode"), command("set", "Boot.Mode", "UEFI"),
                      command("set", "Boot.Mode", "CSM")});
@@ -67,19 +67,19 @@ TEST_F(change_history_test, nothing_is_written_when_nothing_changed) {
     EXPECT_FALSE(fileexist(path));
 }
 
-TEST_F(change_history_test, a_torn_last_line_is_cut_off) {
-    for (const char* torn :
+TEST_F(change_history_test, an_incomplete_last_line_is_removed) {
+    for (const char* incomplete :
          {"<t> Tue No", "x", "<test-1> Tue Nov  4 22:13:20 2023   A.B   \"x\""}) {
-        test::write_file(path, std::string("whole\n") + torn);
+        test::write_file(path, std::string("whole\n") + incomplete);
         append(dp_host::change_history(path), {command("set", "Boot.Mode", "Legacy")});
         EXPECT_EQ(content(), "whole\n" + mode_line);
-        test::write_file(path, torn);
+        test::write_file(path, incomplete);
         append(dp_host::change_history(path), {command("set", "Boot.Mode", "UEFI")});
         EXPECT_EQ(content(), "<test-1> T   Boot.Mode   \"UEFI\"\n");
     }
 }
 
-TEST_F(change_history_test, beyond_the_limit_the_newest_lines_of_three_quarters_stay) {
+TEST_F(change_history_test, keeps_the_newest_lines_of_three_quarters_of_its_limit) {
     constexpr std::size_t limit = 1000;
     const dp_host::change_history history(path, limit);
     std::string expected;
@@ -108,7 +108,7 @@ TEST_F(change_history_test, beyond_the_limit_the_newest_lines_of_three_quarters_
     EXPECT_FALSE(fileexist(path + ".new"));
 }
 
-TEST_F(change_history_test, of_more_changes_than_fit_the_newest_stay) {
+TEST_F(change_history_test, keeps_the_newest_of_more_changes_than_fit) {
     std::vector<dp::transaction_command> commands;
     for (int i = 1; i <= 100; ++i) {
         commands.push_back(command("set", "Ports.Speed.1", std::to_string(1000 - i)));
@@ -130,7 +130,7 @@ std::string numbered_lines(int count) {
     return lines;
 }
 
-TEST_F(change_history_test, wherever_an_append_was_interrupted_it_is_completed) {
+TEST_F(change_history_test, complete_continues_an_append_that_was_interrupted_anywhere) {
     const std::string lines = numbered_lines(12);
     const dp_host::change_history history(path);
     for (const std::string before : {"", "earlier\n", "<t> line 1\nearlier\n"}) {
@@ -145,19 +145,19 @@ TEST_F(change_history_test, wherever_an_append_was_interrupted_it_is_completed) 
     EXPECT_EQ(test::read_file(path), lines);
 }
 
-TEST_F(change_history_test, lines_that_stand_further_up_are_others) {
+TEST_F(change_history_test, complete_ignores_equal_lines_that_are_not_the_last) {
     const dp_host::change_history history(path);
     test::write_file(path, "<t> line 1\n<t> line 2\nlater\n");
     history.complete("<t> line 1\n<t> line 2\n");
     EXPECT_EQ(test::read_file(path), "<t> line 1\n<t> line 2\nlater\n<t> line 1\n<t> line 2\n");
 }
 
-TEST_F(change_history_test, completing_it_by_nothing_makes_no_file) {
+TEST_F(change_history_test, complete_without_lines_creates_no_file) {
     dp_host::change_history(path).complete("");
     EXPECT_FALSE(fileexist(path));
 }
 
-TEST_F(change_history_test, an_append_that_dropped_the_oldest_lines_is_complete) {
+TEST_F(change_history_test, complete_adds_nothing_after_an_append_that_dropped_the_oldest_lines) {
     const dp_host::change_history history(path, 100);
     for (int count = 1; count <= 20; ++count) {
         for (const std::string before : {"", "earlier\n", "much earlier lines\n"}) {
@@ -172,7 +172,7 @@ TEST_F(change_history_test, an_append_that_dropped_the_oldest_lines_is_complete)
     }
 }
 
-TEST_F(change_history_test, garbage_is_completed_like_any_file) {
+TEST_F(change_history_test, complete_appends_to_a_file_of_garbage) {
     const std::string lines = numbered_lines(3);
     const dp_host::change_history history(path, 1000);
     for (const std::string& garbage :
@@ -181,12 +181,12 @@ TEST_F(change_history_test, garbage_is_completed_like_any_file) {
         history.complete(lines);
         const std::string text = test::read_file(path);
         EXPECT_LE(text.size(), garbage.size() + lines.size());
-        // The first of them may go with the garbage that it stands behind.
+        // The first line may be dropped as the end of a line of garbage.
         EXPECT_TRUE(text.ends_with("<t> line 2\n<t> line 3\n"));
     }
 }
 
-TEST_F(change_history_test, a_file_of_garbage_becomes_a_history_again) {
+TEST_F(change_history_test, a_file_of_garbage_is_replaced_when_it_is_too_large) {
     test::write_file(path, std::string(100'000, 'x'));
     const dp_host::change_history history(path, 1000);
     for (int i = 1; i <= 50; ++i) {
@@ -198,7 +198,7 @@ TEST_F(change_history_test, a_file_of_garbage_becomes_a_history_again) {
     EXPECT_TRUE(text.ends_with("   Ports.Speed.1   \"50\"\n"));
 }
 
-TEST_F(change_history_test, what_is_no_file_of_ours_stays_untouched_and_is_told) {
+TEST_F(change_history_test, what_is_not_a_regular_file_is_unchanged_and_logged) {
     const std::string precious = test::root() + "/precious";
     test::write_file(precious, "precious\n");
     std::filesystem::create_symlink(precious, path);
@@ -207,7 +207,7 @@ TEST_F(change_history_test, what_is_no_file_of_ours_stays_untouched_and_is_told)
     EXPECT_EQ(test::read_file(precious), "precious\n");
     ASSERT_EQ(log.lines.size(), 1U);
     EXPECT_NE(
-        log.lines[0].text.find("changes are missing from the history: " + path + " is a link"),
+        log.lines[0].text.find("changes are missing from the history: " + path + " is a symlink"),
         std::string::npos);
     ASSERT_EQ(unlink(path.c_str()), 0);
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
@@ -219,7 +219,7 @@ TEST_F(change_history_test, what_is_no_file_of_ours_stays_untouched_and_is_told)
     EXPECT_EQ(value_of("Boot.Mode"), "Legacy");
 }
 
-TEST_F(change_history_test, on_a_full_disk_the_file_keeps_its_whole_lines) {
+TEST_F(change_history_test, a_full_disk_leaves_complete_lines) {
     std::string before;
     while (before.size() < 4000) {
         before += "a line of an earlier time\n";
@@ -230,7 +230,7 @@ TEST_F(change_history_test, on_a_full_disk_the_file_keeps_its_whole_lines) {
         commands.push_back(command("set", "Ports.Speed.1", std::to_string(i)));
     }
     test::recording_log log(sysipc::event_log::log_level::error);
-    // A limit on file sizes stands for the full disk.
+    // A limit on file sizes simulates the full disk.
     rlimit usual{};
     ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
     const auto handler = std::signal(SIGXFSZ, SIG_IGN);

@@ -1,11 +1,12 @@
 #include <gtest/gtest.h>
 
-#include "host/model/template_element.hpp"
+#include "host/model/make_template_element.hpp"
 #include "service_api/service_status.hpp"
 #include "tests/support/sample_template.hpp"
 
 namespace {
 
+using dp_host::make_template_element;
 using dp_host::template_element;
 
 template_info order(const std::string& chc) {
@@ -20,8 +21,8 @@ std::string mapped_selection(template_element& element, std::string value) {
     return value;
 }
 
-TEST(selection_element, both_forms_become_the_terse_one) {
-    const auto element = template_element::make(order("HDD,PXE,USB"));
+TEST(selection_element, both_forms_are_stored_in_the_terse_form) {
+    const auto element = make_template_element(order("HDD,PXE,USB"));
     EXPECT_EQ(element->default_value(), "HDD,PXE");
     EXPECT_EQ(mapped_selection(*element, "[value='PXE',order='2'],[value='USB',order='1']"),
               "USB,PXE");
@@ -29,21 +30,21 @@ TEST(selection_element, both_forms_become_the_terse_one) {
 }
 
 TEST(selection_element, an_item_with_a_comma_keeps_the_full_form) {
-    const auto element = template_element::make(order(""));
+    const auto element = make_template_element(order(""));
     EXPECT_EQ(mapped_selection(*element, "[value='b,c',order='1'],[value='a',order='2']"),
               "[value='a',order='2'],[value='b,c',order='1']");
 }
 
-TEST(selection_element, a_full_form_without_clear_order_cannot_be_mapped) {
-    const auto element = template_element::make(order("HDD,PXE"));
+TEST(selection_element, a_full_form_without_distinct_orders_cannot_be_mapped) {
+    const auto element = make_template_element(order("HDD,PXE"));
     std::string same = "[value='PXE',order='1'],[value='HDD',order='1']";
     EXPECT_FALSE(element->map_value(&same));
     std::string none = "[value='PXE',order=''],[value='HDD',order='1']";
     EXPECT_FALSE(element->map_value(&none));
 }
 
-TEST(selection_element, items_are_choices_and_occur_once) {
-    const auto element = template_element::make(order("HDD,PXE,USB"));
+TEST(selection_element, items_must_be_choices_and_not_be_repeated) {
+    const auto element = make_template_element(order("HDD,PXE,USB"));
     EXPECT_EQ(element->validate("USB"), 0);
     EXPECT_EQ(element->validate(""), 0);
     EXPECT_EQ(element->validate("USB,HDD,PXE"), 0);
@@ -52,8 +53,8 @@ TEST(selection_element, items_are_choices_and_occur_once) {
     EXPECT_EQ(element->validate("USB,"), dp_service::service_status::not_a_choice);
 }
 
-TEST(selection_element, without_choices_any_item_will_do) {
-    const auto element = template_element::make(order(""));
+TEST(selection_element, without_choices_every_item_is_valid) {
+    const auto element = make_template_element(order(""));
     EXPECT_EQ(element->validate("one,other"), 0);
     EXPECT_EQ(element->validate("one,one"), dp_service::service_status::not_a_choice);
 }

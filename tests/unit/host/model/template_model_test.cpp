@@ -10,16 +10,15 @@ namespace {
 using dp_host::template_model;
 
 std::string problem_with(const std::vector<template_info>& infos) {
-    std::string problem;
-    EXPECT_EQ(template_model::make(infos, nullptr, problem), nullptr);
-    return problem;
+    const auto model = template_model::make(infos, nullptr);
+    EXPECT_FALSE(model);
+    return model.reason();
 }
 
-TEST(template_model,
-     builds_a_configuration_for_every_collection_and_a_setting_for_every_attribute) {
-    std::string problem;
-    const auto model = template_model::make(test::sample_template(), nullptr, problem);
-    ASSERT_NE(model, nullptr) << problem;
+TEST(template_model, has_a_configuration_for_every_collection_and_a_setting_for_every_attribute) {
+    const auto made = template_model::make(test::sample_template(), nullptr);
+    ASSERT_TRUE(made) << made.reason();
+    const auto& model = *made;
     ASSERT_EQ(model->configurations().size(), 2U);
     EXPECT_EQ(model->configurations()[0]->name, "Boot");
     EXPECT_EQ(model->configurations()[0]->settings.size(), 5U);
@@ -33,10 +32,10 @@ TEST(template_model,
     EXPECT_EQ(model->position_of(nullptr), template_model::npos);
 }
 
-TEST(template_model, records_know_their_members) {
-    std::string problem;
-    const auto model = template_model::make(test::sample_template(), nullptr, problem);
-    ASSERT_NE(model, nullptr);
+TEST(template_model, setting_records_have_their_fields) {
+    const auto made = template_model::make(test::sample_template(), nullptr);
+    ASSERT_TRUE(made) << made.reason();
+    const auto& model = *made;
     const auto& records = model->configurations()[1]->records;
     ASSERT_EQ(records.count("users"), 1U);
     EXPECT_EQ(records.at("users").settings.size(), 2U);
@@ -44,14 +43,14 @@ TEST(template_model, records_know_their_members) {
 }
 
 TEST(template_model, equal_names_in_different_collections_are_different_settings) {
-    std::string problem;
-    const auto model = template_model::make(
-        {test::choice("A", "X", "1", "1"), test::choice("B", "X", "1", "1")}, nullptr, problem);
-    ASSERT_NE(model, nullptr);
+    const auto made = template_model::make(
+        {test::choice("A", "X", "1", "1"), test::choice("B", "X", "1", "1")}, nullptr);
+    ASSERT_TRUE(made) << made.reason();
+    const auto& model = *made;
     EXPECT_NE(model->find("A", "X"), model->find("B", "X"));
 }
 
-TEST(template_model, names_that_batch_lines_cannot_carry_are_refused) {
+TEST(template_model, refuses_names_that_batch_lines_cannot_contain) {
     EXPECT_EQ(problem_with({test::choice("A", "X", "", ""), test::choice("", "Y", "", "")}),
               "attribute 2 (.Y): its collection is not a word without dots");
     EXPECT_NE(problem_with({test::choice("A.B", "X", "", "")}), "");
@@ -63,15 +62,15 @@ TEST(template_model, names_that_batch_lines_cannot_carry_are_refused) {
               "attribute 1 (A.X.Y): its name has a dot");
 }
 
-TEST(template_model, a_dotted_name_is_fine_with_instances) {
-    std::string problem;
-    const auto model = template_model::make(
-        {test::with_instances(test::choice("A", "X.Y", "1", "1"), 1, 2)}, nullptr, problem);
-    ASSERT_NE(model, nullptr) << problem;
+TEST(template_model, accepts_dots_in_names_of_attributes_with_instances) {
+    const auto made = template_model::make(
+        {test::with_instances(test::choice("A", "X.Y", "1", "1"), 1, 2)}, nullptr);
+    ASSERT_TRUE(made) << made.reason();
+    const auto& model = *made;
     EXPECT_NE(model->find("A", "X.Y"), nullptr);
 }
 
-TEST(template_model, values_with_line_ends_and_bad_instance_ranges_are_refused) {
+TEST(template_model, refuses_values_with_newlines_and_bad_instance_ranges) {
     EXPECT_NE(problem_with({test::choice("A", "X", "a\nb", "")}), "");
     EXPECT_NE(problem_with({test::choice("A", "X", "", "a\nb")}), "");
     EXPECT_NE(problem_with({test::with_instances(test::choice("A", "X", "", ""), 3, 2)}), "");
@@ -79,9 +78,9 @@ TEST(template_model, values_with_line_ends_and_bad_instance_ranges_are_refused) 
               "");
 }
 
-TEST(template_model, two_attributes_of_one_name_are_refused) {
+TEST(template_model, refuses_two_attributes_with_the_same_name) {
     EXPECT_EQ(problem_with({test::choice("A", "X", "", ""), test::choice("A", "X", "", "")}),
-              "attribute 2 (A.X): its name is there twice");
+              "attribute 2 (A.X): another attribute has its name");
 }
 
 }  // namespace

@@ -4,22 +4,21 @@
 
 #include <sstream>
 
+#include "host/model/values_file.hpp"
 #include "settings/configuration.hpp"
 #include "tests/support/sample_template.hpp"
-#include "host/model/values_file.hpp"
 
 namespace {
 
 using dp_host::template_model;
 using dp_host::value_store;
-using adoption = dp_host::value_store::adoption;
+using load_result = dp_host::value_store::load_result;
 
 class value_store_test : public testing::Test {
   protected:
-    value_store_test() : model(template_model::make(test::sample_template(), nullptr, problem)) {}
+    value_store_test() : model(*template_model::make(test::sample_template(), nullptr)) {}
 
-    value_store::place at(const char* cfg, const char* id,
-                          std::uint32_t instance = dp::no_instance) {
+    value_store::key at(const char* cfg, const char* id, std::uint32_t instance = dp::no_instance) {
         return {model->find(cfg, id), instance};
     }
 
@@ -29,7 +28,7 @@ class value_store_test : public testing::Test {
         return result;
     }
 
-    std::string value(value_store::place where) {
+    std::string value(value_store::key where) {
         const std::string* found = store.find(where);
         return found == nullptr ? "(none)" : *found;
     }
@@ -40,7 +39,6 @@ class value_store_test : public testing::Test {
         return out.str();
     }
 
-    std::string problem;
     std::unique_ptr<template_model> model;
     value_store store{*model};
 };
@@ -53,7 +51,7 @@ bool no_setting(const dp::setting& /*s*/) {
     return false;
 }
 
-TEST_F(value_store_test, defaults_fill_every_attribute_but_rows_of_records) {
+TEST_F(value_store_test, add_defaults_fills_every_attribute_but_fields_of_records) {
     EXPECT_EQ(store.add_defaults(every_setting), 6U);
     EXPECT_EQ(value(at("Boot", "Mode")), "UEFI");
     EXPECT_EQ(value(at("Boot", "Order")), "HDD,PXE");
@@ -64,32 +62,32 @@ TEST_F(value_store_test, defaults_fill_every_attribute_but_rows_of_records) {
     EXPECT_EQ(store.add_defaults(every_setting), 0U);
 }
 
-TEST_F(value_store_test, instances_that_were_removed_do_not_come_back_as_defaults) {
+TEST_F(value_store_test, add_defaults_does_not_restore_removed_instances) {
     EXPECT_EQ(store.add_defaults(no_setting), 5U);
     EXPECT_EQ(value(at("Ports", "Speed", 1)), "(none)");
 }
 
-TEST_F(value_store_test, adopting_finds_the_place_and_judges_the_value) {
-    EXPECT_EQ(store.adopt(name("Boot.Mode"), "Legacy", false), adoption::taken);
-    EXPECT_EQ(store.adopt(name("Boot.Delay"), "010", false), adoption::taken);
-    EXPECT_EQ(store.adopt(name("Ports.Speed.2"), "7", false), adoption::taken);
+TEST_F(value_store_test, load_checks_the_name_and_the_value) {
+    EXPECT_EQ(store.load(name("Boot.Mode"), "Legacy", false), load_result::loaded);
+    EXPECT_EQ(store.load(name("Boot.Delay"), "010", false), load_result::loaded);
+    EXPECT_EQ(store.load(name("Ports.Speed.2"), "7", false), load_result::loaded);
     EXPECT_EQ(value(at("Boot", "Delay")), "10");
-    EXPECT_EQ(store.adopt(name("Boot.Mode"), "CSM", false), adoption::not_valid);
+    EXPECT_EQ(store.load(name("Boot.Mode"), "CSM", false), load_result::invalid);
     EXPECT_EQ(value(at("Boot", "Mode")), "Legacy");
-    EXPECT_EQ(store.adopt(name("Boot.Mode"), "CSM", true), adoption::not_valid);
+    EXPECT_EQ(store.load(name("Boot.Mode"), "CSM", true), load_result::invalid);
     EXPECT_EQ(value(at("Boot", "Mode")), "CSM");
     for (const char* other : {"Boot.Gone", "Other.Mode", "Boot.Mode.1", "Ports.Speed",
                               "Ports.Speed.5", "Ports.Speed.02", "Mode", ""}) {
-        EXPECT_EQ(store.adopt(name(other), "1", true), adoption::no_place) << other;
+        EXPECT_EQ(store.load(name(other), "1", true), load_result::unknown) << other;
     }
-    EXPECT_FALSE(store.has_changes());
+    EXPECT_TRUE(store.changed().empty());
 }
 
-TEST_F(value_store_test, read_only_attributes_keep_what_they_had) {
-    EXPECT_EQ(store.adopt(name("Boot.Vendor"), "other", false), adoption::taken);
+TEST_F(value_store_test, load_accepts_values_of_read_only_attributes) {
+    EXPECT_EQ(store.load(name("Boot.Vendor"), "other", false), load_result::loaded);
 }
 
-TEST_F(value_store_test, undoing_brings_back_what_was_there_before_the_first_change) {
+TEST_F(value_store_test, undo_changes_restores_the_values_before_the_first_change) {
     store.add_defaults(every_setting);
     const std::string before = text();
     store.put(at("Boot", "Mode"), "Legacy");
@@ -99,14 +97,13 @@ TEST_F(value_store_test, undoing_brings_back_what_was_there_before_the_first_cha
     store.put(at("Ports", "Speed", 2), "99");
     store.put(at("Ports", "User", 3), "new");
     store.remove(at("Ports", "User", 3));
-    EXPECT_TRUE(store.has_changes());
-    EXPECT_EQ(store.changed_places().size(), 3U);
+    EXPECT_EQ(store.changed().size(), 3U);
     store.undo_changes();
     EXPECT_EQ(text(), before);
-    EXPECT_FALSE(store.has_changes());
+    EXPECT_TRUE(store.changed().empty());
 }
 
-TEST_F(value_store_test, kept_changes_are_no_changes_any_more) {
+TEST_F(value_store_test, kept_changes_cannot_be_undone) {
     store.add_defaults(every_setting);
     store.put(at("Boot", "Mode"), "Legacy");
     EXPECT_TRUE(store.is_changed(at("Boot", "Mode")));
@@ -117,14 +114,14 @@ TEST_F(value_store_test, kept_changes_are_no_changes_any_more) {
     EXPECT_EQ(value(at("Boot", "Mode")), "Legacy");
 }
 
-TEST_F(value_store_test, what_is_there_already_or_not_there_is_no_change) {
+TEST_F(value_store_test, putting_an_equal_value_and_removing_no_value_are_not_changes) {
     store.add_defaults(every_setting);
     store.put(at("Boot", "Mode"), "UEFI");
     store.remove(at("Ports", "User", 1));
-    EXPECT_FALSE(store.has_changes());
+    EXPECT_TRUE(store.changed().empty());
 }
 
-TEST_F(value_store_test, values_are_written_in_the_templates_order_and_escaped) {
+TEST_F(value_store_test, values_are_in_the_order_of_the_template) {
     store.put(at("Ports", "Speed", 3), "30");
     store.put(at("Ports", "Speed", 1), "10");
     store.put(at("Boot", "Label"), "a\"b\\c");
@@ -136,13 +133,13 @@ TEST_F(value_store_test, values_are_written_in_the_templates_order_and_escaped) 
               "0 0 uefi set Ports.Speed.3 \"30\" \"\" \n");
 }
 
-TEST(value_store, attributes_of_very_many_instances_are_not_spelt_out) {
-    std::string problem;
-    const auto model = template_model::make(
+TEST(value_store, add_defaults_skips_attributes_of_very_many_instances) {
+    const auto made = template_model::make(
         {test::with_instances(test::number("A", "Few", "1", 0, 9, 1), 1, 100'000),
          test::with_instances(test::number("A", "Many", "1", 0, 9, 1), 0, 0xFFFFFFFD)},
-        nullptr, problem);
-    ASSERT_NE(model, nullptr) << problem;
+        nullptr);
+    ASSERT_TRUE(made) << made.reason();
+    const auto& model = *made;
     value_store store(*model);
     EXPECT_EQ(store.add_defaults(every_setting), 1U);
     EXPECT_NE(store.find({model->find("A", "Few"), 100'000}), nullptr);

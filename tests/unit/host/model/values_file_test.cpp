@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <fstream>
 
 #include "platform/posix/efi_compressor.hpp"
@@ -17,15 +18,11 @@ class values_file_test : public testing::Test {
   protected:
     void SetUp() override { test::clean_root(); }
     std::string path = test::root() + "/var/dp/values";
-    named_values values;
-    bool exists = false;
 };
 
-TEST_F(values_file_test, every_byte_but_the_line_end_survives) {
-    std::string problem;
-    const auto model = dp_host::template_model::make(
-        {test::attribute_of_type("A", "Bytes", template_info::type_no_range, "")}, nullptr,
-        problem);
+TEST_F(values_file_test, every_byte_but_the_newline_is_read_back) {
+    const auto model = *dp_host::template_model::make(
+        {test::attribute_of_type("A", "Bytes", template_info::type_no_range, "")}, nullptr);
     dp_host::value_store store(*model);
     std::string all;
     for (int c = 0; c < 256; ++c) {
@@ -38,30 +35,30 @@ TEST_F(values_file_test, every_byte_but_the_line_end_survives) {
         std::ofstream out(path, std::ios::binary);
         dp_host::write_values(store, out);
     }
-    ASSERT_EQ(dp_host::read_values(path, values, exists), "");
-    ASSERT_EQ(values.size(), 1U);
-    EXPECT_EQ(values[0].first, "A.Bytes");
-    EXPECT_EQ(values[0].second, all);
+    const auto values = dp_host::read_values(path);
+    ASSERT_TRUE(values) << values.reason();
+    ASSERT_EQ(values->size(), 1U);
+    EXPECT_EQ(values->at(0).first, "A.Bytes");
+    EXPECT_EQ(values->at(0).second, all);
 }
 
-TEST_F(values_file_test, a_missing_file_has_no_values_and_is_no_problem) {
-    EXPECT_EQ(dp_host::read_values(path, values, exists), "");
-    EXPECT_FALSE(exists);
-    EXPECT_TRUE(values.empty());
+TEST_F(values_file_test, a_missing_file_has_a_code_of_its_own) {
+    EXPECT_EQ(dp_host::read_values(path).code(), ENOENT);
 }
 
 TEST_F(values_file_test, a_compressed_file_is_read) {
     test::write_file(path,
                      dp_platform::efi_compress("0 0 <t> set A.B \"1\" \"\" \n0 0 <t> set A.C.3 "
                                                "\"x\" \"\" \n"));
-    ASSERT_EQ(dp_host::read_values(path, values, exists), "");
-    EXPECT_EQ(values, (named_values{{"A.B", "1"}, {"A.C.3", "x"}}));
+    const auto values = dp_host::read_values(path);
+    ASSERT_TRUE(values) << values.reason();
+    EXPECT_EQ(*values, (named_values{{"A.B", "1"}, {"A.C.3", "x"}}));
 }
 
-TEST_F(values_file_test, a_link_is_refused) {
+TEST_F(values_file_test, a_symlink_is_refused) {
     test::write_file(path + ".real", "");
     ASSERT_EQ(symlink((path + ".real").c_str(), path.c_str()), 0);
-    EXPECT_EQ(dp_host::read_values(path, values, exists), path + " is a link");
+    EXPECT_EQ(dp_host::read_values(path).reason(), path + " is a symlink");
 }
 
 }  // namespace

@@ -48,7 +48,7 @@ TEST_F(ensure_single_instance_test, a_symlink_is_refused) {
     test::write_file(path + ".real", "");
     ASSERT_EQ(symlink((path + ".real").c_str(), path.c_str()), 0);
     dp_service::service_lock lock;
-    EXPECT_EQ(ensure_single_instance(lock, path).reason(), path + " is a link");
+    EXPECT_EQ(ensure_single_instance(lock, path).reason(), path + " is a symlink");
 }
 
 }  // namespace

@@ -1,28 +1,28 @@
-#include "host/exchange/batch_run.hpp"
+#include "host/exchange/run_batch.hpp"
 
 #include <cstddef>
 #include <fstream>
 #include <istream>
 #include <ostream>
 #include <sstream>
-#include <utility>
+#include <vector>
 
 #include "batch/batch_file_converter.hpp"
 #include "common/file_utilities.hpp"
 #include "common/quoting.hpp"
 #include "host/exchange/batch_transaction.hpp"
 #include "host/exchange/malformed_lines.hpp"
-#include "host/exchange/own_file.hpp"
 #include "host/exchange/status_log.hpp"
 #include "host/process/service_log.hpp"
-#include "settings/setting_instance.hpp"
+#include "host/process/trusted_file.hpp"
 #include "transactions/basic_transaction_command.hpp"
 #include "transactions/command_status.hpp"
 
 namespace dp_host {
 namespace {
 
-void write_line(dp::basic_transaction_command& command, std::ostream& answer) {
+template <class Command>
+void write_line(Command& command, std::ostream& answer) {
     command.write_terse_output(answer);
     answer << '\n';
 }
@@ -31,30 +31,29 @@ bool has_quote(const std::string& value) {
     return value.find('"') != std::string::npos;
 }
 
-void write_line(dp::transaction_command& command, std::ostream& answer) {
-    if (has_quote(command.value_in) || has_quote(command.value_out)) {
-        dp::basic_transaction_command escaped;
-        escaped.status = command.status;
-        escaped.correlator = command.correlator;
-        escaped.tid = command.tid;
-        escaped.operation = command.operation;
-        escaped.name = command.target.get_name();
-        escaped.value_in = dp::add_backslash(command.value_in);
-        escaped.value_out = dp::add_backslash(command.value_out);
-        write_line(escaped, answer);
+void write_result(dp::transaction_command& command, std::ostream& answer) {
+    if (!has_quote(command.value_in) && !has_quote(command.value_out)) {
+        write_line(command, answer);
         return;
     }
-    command.write_terse_output(answer);
-    answer << '\n';
+    dp::basic_transaction_command escaped;
+    escaped.status = command.status;
+    escaped.correlator = command.correlator;
+    escaped.tid = command.tid;
+    escaped.operation = command.operation;
+    escaped.name = command.target.get_name();
+    escaped.value_in = dp::add_backslash(command.value_in);
+    escaped.value_out = dp::add_backslash(command.value_out);
+    write_line(escaped, answer);
 }
 
 // Commands and malformed lines in the order of the file.
-void write_answers(std::vector<dp::transaction_command>& commands, const malformed_lines& malformed,
-                   std::ostream& answer) {
+void write_answer(std::vector<dp::transaction_command>& commands, const malformed_lines& malformed,
+                  std::ostream& answer) {
     std::size_t position = 0;
     const auto write_until = [&](std::size_t end) {
         for (; position < end; ++position) {
-            write_line(commands[position], answer);
+            write_result(commands[position], answer);
         }
     };
     for (auto line : malformed.all()) {
@@ -103,7 +102,7 @@ void run_text(std::istream& text, host_registrar& registrar, dp_support::staged_
     progress.start(&transaction);
     transaction.queue(registrar);
     registrar.run_queued();
-    write_answers(converter.commands, malformed, answer.out());
+    write_answer(converter.commands, malformed, answer.out());
     if (answer.complete().ok()) {
         progress.log_outfile(transaction.name, answer.path());
     }
@@ -116,23 +115,24 @@ void run_text(std::istream& text, host_registrar& registrar, dp_support::staged_
 
 }  // namespace
 
-std::string run_batch(const std::string& path, host_registrar& registrar,
-                      dp_support::staged_file& answer) {
-    const own_file file = open_own_file(path);
-    if (!file.problem.empty()) {
-        return file.problem;
+dp_support::result<> run_batch(const std::string& path, host_registrar& registrar,
+                               dp_support::staged_file& answer) {
+    const auto file = open_trusted_file(path);
+    if (!file) {
+        return file.error();
     }
     std::stringstream plain;
     std::ifstream text(path, std::ios::binary);
-    const bool is_image = file.size <= largest_batch && isValidEfiFile(path.c_str());
+    const bool is_image = file->size <= largest_batch && isValidEfiFile(path.c_str());
     if (!text || (is_image && !dp::batch_file_reader(nullptr).decompress(path, plain))) {
-        return "cannot read " + path;
+        return dp_support::failure{"cannot read " + path};
     }
     std::istream& source = is_image ? static_cast<std::istream&>(plain) : text;
-    if (file.size > largest_batch ||
+    if (file->size > largest_batch ||
         (is_image && static_cast<std::uint64_t>(plain.tellp()) > largest_batch)) {
-        log_error(path, " is longer than ", largest_batch, " bytes: none of it is run");
+        log_error(path, " is longer than ", largest_batch, " bytes: none of its commands is run");
         refuse_all(source, answer.out());
+        // `answer.replace` returns a failure of this again.
         static_cast<void>(answer.complete());
         return {};
     }

@@ -1,4 +1,4 @@
-#include "host/history/history_note.hpp"
+#include "host/history/history_journal.hpp"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -12,7 +12,7 @@
 
 namespace {
 
-class history_note_test : public testing::Test {
+class history_journal_test : public testing::Test {
   protected:
     void SetUp() override {
         test::clean_root();
@@ -23,20 +23,20 @@ class history_note_test : public testing::Test {
     void put_in_place() const { ASSERT_EQ(rename(staged.c_str(), values.c_str()), 0); }
 
     static constexpr std::size_t limit = 1000;
-    const std::string path = test::root() + "/var/dp/note";
+    const std::string path = test::root() + "/var/dp/journal";
     const std::string values = test::root() + "/var/dp/values";
     const std::string staged = values + ".new";
     const std::string lines = "<t> one\n<t> two\n";
-    const dp_host::history_note note{path, values, limit};
+    const dp_host::history_journal journal{path, values, limit};
     test::recording_log log{sysipc::event_log::log_level::log |
                             sysipc::event_log::log_level::error};
 };
 
-TEST_F(history_note_test, its_lines_are_in_force_when_the_values_took_their_place) {
-    note.write(staged, lines);
+TEST_F(history_journal_test, its_lines_are_replayed_when_its_values_are_in_place) {
+    journal.write(staged, lines);
     put_in_place();
-    EXPECT_EQ(note.lines_in_force(), lines);
-    EXPECT_EQ(note.lines_in_force(), lines);  // as often as one asks
+    EXPECT_EQ(journal.lines_to_replay(), lines);
+    EXPECT_EQ(journal.lines_to_replay(), lines);  // again
     struct stat info {};
     ASSERT_EQ(stat(path.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 07777, 0600U);
@@ -44,62 +44,62 @@ TEST_F(history_note_test, its_lines_are_in_force_when_the_values_took_their_plac
     EXPECT_TRUE(log.lines.empty());
 }
 
-TEST_F(history_note_test, its_first_line_tells_values_and_lines_by_length_and_hash) {
+TEST_F(history_journal_test, its_first_line_has_length_and_hash_of_values_and_lines) {
     test::write_file(staged, "a");
-    note.write(staged, "foobar");
+    journal.write(staged, "foobar");
     EXPECT_EQ(test::read_file(path), "1 af63dc4c8601ec8c 6 85944171f73967e8\nfoobar");
 }
 
-TEST_F(history_note_test, its_lines_are_not_in_force_when_the_values_did_not_take_their_place) {
-    note.write(staged, lines);
-    EXPECT_EQ(note.lines_in_force(), "");
-    test::write_file(values, "neu\n");  // as long as the new ones
-    EXPECT_EQ(note.lines_in_force(), "");
+TEST_F(history_journal_test, its_lines_are_dropped_when_its_values_are_not_in_place) {
+    journal.write(staged, lines);
+    EXPECT_EQ(journal.lines_to_replay(), "");
+    test::write_file(values, "neu\n");  // of the same length
+    EXPECT_EQ(journal.lines_to_replay(), "");
     ASSERT_EQ(unlink(values.c_str()), 0);
-    EXPECT_EQ(note.lines_in_force(), "");
+    EXPECT_EQ(journal.lines_to_replay(), "");
     ASSERT_EQ(log.lines.size(), 3U);
     EXPECT_EQ(log.lines[0].level, "LOG");
     EXPECT_EQ(log.lines[2], log.lines[0]);
 }
 
-TEST_F(history_note_test, it_is_not_made_of_values_that_stay_as_they_are) {
+TEST_F(history_journal_test, is_not_written_for_values_that_do_not_change) {
     test::write_file(staged, "old\n");
-    note.write(staged, lines);
+    journal.write(staged, lines);
     EXPECT_FALSE(fileexist(path));
 }
 
-TEST_F(history_note_test, a_newer_one_takes_its_place) {
-    note.write(staged, lines);
+TEST_F(history_journal_test, is_replaced_by_the_next_journal) {
+    journal.write(staged, lines);
     test::write_file(staged, "newer\n");
-    note.write(staged, "<t> three\n");
+    journal.write(staged, "<t> three\n");
     put_in_place();
-    EXPECT_EQ(note.lines_in_force(), "<t> three\n");
+    EXPECT_EQ(journal.lines_to_replay(), "<t> three\n");
 }
 
-TEST_F(history_note_test, the_first_values_ever_have_one_too) {
+TEST_F(history_journal_test, is_written_for_the_first_values_too) {
     ASSERT_EQ(unlink(values.c_str()), 0);
-    note.write(staged, lines);
+    journal.write(staged, lines);
     put_in_place();
-    EXPECT_EQ(note.lines_in_force(), lines);
+    EXPECT_EQ(journal.lines_to_replay(), lines);
 }
 
-TEST_F(history_note_test, without_one_there_are_no_lines_and_nothing_is_told) {
-    EXPECT_EQ(note.lines_in_force(), "");
-    note.remove();
+TEST_F(history_journal_test, a_missing_journal_has_no_lines_and_is_not_logged) {
+    EXPECT_EQ(journal.lines_to_replay(), "");
+    journal.remove();
     EXPECT_TRUE(log.lines.empty());
 }
 
-TEST_F(history_note_test, once_removed_it_is_gone) {
-    note.write(staged, lines);
+TEST_F(history_journal_test, remove_removes_it) {
+    journal.write(staged, lines);
     put_in_place();
-    note.remove();
+    journal.remove();
     EXPECT_FALSE(fileexist(path));
-    EXPECT_EQ(note.lines_in_force(), "");
+    EXPECT_EQ(journal.lines_to_replay(), "");
     EXPECT_TRUE(log.lines.empty());
 }
 
-TEST_F(history_note_test, garbage_has_no_lines_and_is_told) {
-    note.write(staged, lines);
+TEST_F(history_journal_test, an_invalid_journal_has_no_lines_and_is_logged) {
+    journal.write(staged, lines);
     put_in_place();
     const std::string whole = test::read_file(path);
     std::vector<std::string> garbage{std::string(5000, '\0'), "\n\n\n", whole + lines,
@@ -115,56 +115,57 @@ TEST_F(history_note_test, garbage_has_no_lines_and_is_told) {
     for (const std::string& text : garbage) {
         test::write_file(path, text);
         log.lines.clear();
-        EXPECT_EQ(note.lines_in_force(), "") << text;
+        EXPECT_EQ(journal.lines_to_replay(), "") << text;
         ASSERT_EQ(log.lines.size(), 1U) << text;
         EXPECT_EQ(log.lines[0].level, "ERR");
-        EXPECT_NE(log.lines[0].text.find("dropped what should be changes for the history: " + path),
+        EXPECT_NE(log.lines[0].text.find("dropped the history's journal: " + path),
                   std::string::npos);
     }
-    note.remove();
+    journal.remove();
     EXPECT_FALSE(fileexist(path));
 }
 
-TEST_F(history_note_test, one_longer_than_its_limit_is_garbage) {
+TEST_F(history_journal_test, a_journal_beyond_the_limit_is_invalid) {
     const auto lines_of = [](std::size_t size) { return std::string(size - 1, 'x') + '\n'; };
-    note.write(staged, lines_of(limit));
+    journal.write(staged, lines_of(limit));
     std::filesystem::copy(staged, values, std::filesystem::copy_options::overwrite_existing);
-    EXPECT_EQ(note.lines_in_force(), "");
+    EXPECT_EQ(journal.lines_to_replay(), "");
     ASSERT_EQ(log.lines.size(), 1U);
     EXPECT_NE(log.lines[0].text.find("is longer than 1000 bytes"), std::string::npos);
     test::write_file(values, "old\n");
-    note.write(staged, lines_of(limit - 100));
+    journal.write(staged, lines_of(limit - 100));
     put_in_place();
-    EXPECT_EQ(note.lines_in_force(), lines_of(limit - 100));
+    EXPECT_EQ(journal.lines_to_replay(), lines_of(limit - 100));
 }
 
-TEST_F(history_note_test, what_is_no_file_of_ours_has_no_lines_and_can_be_removed) {
-    note.write(staged, lines);
+TEST_F(history_journal_test, what_is_not_a_regular_file_has_no_lines_and_can_be_removed) {
+    journal.write(staged, lines);
     put_in_place();
     const std::string real = path + ".real";
     ASSERT_EQ(rename(path.c_str(), real.c_str()), 0);
     std::filesystem::create_symlink(real, path);
-    EXPECT_EQ(note.lines_in_force(), "");
-    note.remove();
+    EXPECT_EQ(journal.lines_to_replay(), "");
+    journal.remove();
     EXPECT_TRUE(fileexist(real));
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-    EXPECT_EQ(note.lines_in_force(), "");
-    note.remove();
+    EXPECT_EQ(journal.lines_to_replay(), "");
+    journal.remove();
     std::filesystem::create_directories(path + "/full");
-    EXPECT_EQ(note.lines_in_force(), "");
-    note.remove();
+    EXPECT_EQ(journal.lines_to_replay(), "");
+    journal.remove();
     EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(path)));
     ASSERT_EQ(log.lines.size(), 3U);
-    EXPECT_NE(log.lines[0].text.find(path + " is a link"), std::string::npos);
+    EXPECT_NE(log.lines[0].text.find(path + " is a symlink"), std::string::npos);
     EXPECT_NE(log.lines[1].text.find(path + " is not a regular file"), std::string::npos);
 }
 
-TEST_F(history_note_test, one_that_cannot_be_made_is_told) {
+TEST_F(history_journal_test, a_failure_to_write_it_is_logged) {
     std::filesystem::create_directories(path + "/full");
-    note.write(staged, lines);
+    journal.write(staged, lines);
     ASSERT_EQ(log.lines.size(), 1U);
     EXPECT_EQ(log.lines[0].level, "ERR");
-    EXPECT_NE(log.lines[0].text.find("a kill would lose lines of the history: cannot replace"),
+    EXPECT_NE(log.lines[0].text.find(
+                  "no journal, so a kill may lose lines of the history: cannot replace"),
               std::string::npos);
 }
 

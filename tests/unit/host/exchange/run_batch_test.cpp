@@ -1,4 +1,4 @@
-#include "host/exchange/batch_run.hpp"
+#include "host/exchange/run_batch.hpp"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -12,7 +12,7 @@
 
 namespace {
 
-class batch_run_test : public test::sample_service {
+class run_batch_test : public test::sample_service {
   protected:
     void SetUp() override { test::clean_root(); }
 
@@ -25,7 +25,7 @@ class batch_run_test : public test::sample_service {
     std::string status = test::root() + "/tmp/dp/status";
 };
 
-TEST_F(batch_run_test, every_command_gets_its_line_in_the_files_order) {
+TEST_F(run_batch_test, answers_every_command_and_malformed_line_in_the_order_of_the_file) {
     EXPECT_EQ(run_file("# a comment\n"
                        "0 100 <cim-0> set Boot.Mode \"Legacy\" \"\" \n"
                        "0 101 <cim-0> set Boot.Mode \"CSM\" \"\" \n"
@@ -44,7 +44,7 @@ TEST_F(batch_run_test, every_command_gets_its_line_in_the_files_order) {
               "58 106 <cim-0> command import Boot.Mode \"\" \"\" \n");
 }
 
-TEST_F(batch_run_test, commands_that_arrive_with_a_status_are_not_run) {
+TEST_F(run_batch_test, does_not_run_commands_that_have_a_status) {
     EXPECT_EQ(run_file("5 1 t set Boot.Mode \"Legacy\" \"\"\n"
                        "x 2 t set Boot.Mode \"Legacy\" \"\"\n"
                        "300 3 t set Boot.Mode \"Legacy\" \"\"\n"),
@@ -54,17 +54,17 @@ TEST_F(batch_run_test, commands_that_arrive_with_a_status_are_not_run) {
     EXPECT_EQ(value_of("Boot.Mode"), "UEFI");
 }
 
-TEST_F(batch_run_test, short_lines_keep_the_words_of_the_line_before) {
+TEST_F(run_batch_test, short_lines_keep_the_words_of_the_previous_line) {
     EXPECT_EQ(run_file("0 1 t get Boot.Mode \"\" \"\"\n0 2\n"),
               "0 1 t get Boot.Mode \"\" \"UEFI\" \n0 2 t get Boot.Mode \"\" \"UEFI\" \n");
 }
 
-TEST_F(batch_run_test, an_empty_batch_has_an_empty_answer) {
+TEST_F(run_batch_test, an_empty_batch_has_an_empty_answer) {
     EXPECT_EQ(run_file(""), "");
     EXPECT_EQ(run_file("# nothing\n\n"), "");
 }
 
-TEST_F(batch_run_test, values_with_quotes_are_answered_so_that_a_reader_gets_them_back) {
+TEST_F(run_batch_test, escapes_values_with_quotes_so_that_a_reader_gives_them_back) {
     const std::string answer = run_file(
         "0 1 t set Boot.Label \"a\\\"b\\\\c\" \"\"\n"
         "0 2 t set Boot.Mode \"a\\\"b\" \"\"\n"
@@ -77,11 +77,11 @@ TEST_F(batch_run_test, values_with_quotes_are_answered_so_that_a_reader_gets_the
     EXPECT_EQ(entries[0].value_out, "a\"b\\c");
     EXPECT_EQ(entries[1].status, "48");
     EXPECT_EQ(entries[2].status, "0");
-    // Without a quote the line is the plain one, which escapes nothing.
+    // Values without quotes are not escaped.
     EXPECT_NE(answer.find("0 3 t set Boot.Label \"a\\b\" \"a\\b\" \n"), std::string::npos);
 }
 
-TEST_F(batch_run_test, bytes_of_all_kinds_stay_on_their_line) {
+TEST_F(run_batch_test, a_line_of_arbitrary_bytes_does_not_affect_the_next_line) {
     std::string garbage;
     for (int i = 0; i < 20000; ++i) {
         garbage += static_cast<char>((i * 7919 + i / 256) & 0xFF);
@@ -90,12 +90,12 @@ TEST_F(batch_run_test, bytes_of_all_kinds_stay_on_their_line) {
     EXPECT_NE(answer.find("0 1 t get Boot.Mode \"\" \"UEFI\" \n"), std::string::npos);
 }
 
-TEST_F(batch_run_test, a_compressed_batch_is_expanded) {
+TEST_F(run_batch_test, expands_a_compressed_batch) {
     EXPECT_EQ(run_file(dp_platform::efi_compress("0 1 t get Boot.Mode \"\" \"\"\n")),
               "0 1 t get Boot.Mode \"\" \"UEFI\" \n");
 }
 
-TEST_F(batch_run_test, a_hundred_thousand_commands_are_ordinary) {
+TEST_F(run_batch_test, runs_100000_commands_and_persists_them_once) {
     std::string text;
     for (int i = 0; i < 100'000; ++i) {
         text += "0 " + std::to_string(i) + " t set Ports.Speed." + std::to_string(i % 4 + 1) +
@@ -107,9 +107,9 @@ TEST_F(batch_run_test, a_hundred_thousand_commands_are_ordinary) {
     EXPECT_EQ(persist_calls, 1);
 }
 
-TEST_F(batch_run_test, a_file_that_is_too_long_fails_every_command_and_runs_none) {
+TEST_F(run_batch_test, fails_every_command_of_a_file_that_is_too_large) {
     test::write_file(path, "0 1 t set Boot.Mode \"Legacy\" \"\"\n# no command\n0 2 t");
-    // The rest of the file is a hole: one line of zero bytes, longer than any line may be.
+    // The rest of the file is a hole: one overlong line of null bytes.
     ASSERT_EQ(truncate(path.c_str(), static_cast<off_t>(dp_host::largest_batch + 1)), 0);
     test::recording_log log(sysipc::event_log::log_level::error);
     const std::string text = test::answer_to(path, registrar);
@@ -119,15 +119,16 @@ TEST_F(batch_run_test, a_file_that_is_too_long_fails_every_command_and_runs_none
     EXPECT_EQ(value_of("Boot.Mode"), "UEFI");
 }
 
-TEST_F(batch_run_test, what_is_no_file_of_ours_is_a_problem) {
+TEST_F(run_batch_test, fails_for_a_file_that_is_missing_or_not_regular) {
     dp_support::staged_file answer(path + ".out", dp_support::staged_file::volatile_file);
-    EXPECT_NE(dp_host::run_batch(path, registrar, answer), "");
+    EXPECT_FALSE(dp_host::run_batch(path, registrar, answer));
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-    EXPECT_EQ(dp_host::run_batch(path, registrar, answer), path + " is not a regular file");
+    EXPECT_EQ(dp_host::run_batch(path, registrar, answer).reason(),
+              path + " is not a regular file");
     EXPECT_FALSE(fileexist(status));
 }
 
-TEST_F(batch_run_test, the_status_tells_of_the_start_the_steps_the_answer_and_the_end) {
+TEST_F(run_batch_test, the_status_file_reports_start_steps_answer_and_end) {
     run_file(
         "0 1 <cim-0> set Boot.Mode \"Legacy\" \"\"\n"
         "0 2 <cim-0> get Boot.Mode \"\" \"\"\n");
@@ -141,22 +142,22 @@ TEST_F(batch_run_test, the_status_tells_of_the_start_the_steps_the_answer_and_th
                   "<cim-0> 0005 DP.DONE 0 2 0\n");
 }
 
-TEST_F(batch_run_test, the_status_is_complete_before_the_answer_is_in_place) {
+TEST_F(run_batch_test, completes_the_status_file_before_the_answer_is_in_place) {
     test::write_file(path, "0 1 t get Boot.Mode \"\" \"\"\n");
     const std::string result = path + ".out";
     dp_support::staged_file answer(result, dp_support::staged_file::volatile_file);
-    ASSERT_EQ(dp_host::run_batch(path, registrar, answer), "");
+    ASSERT_TRUE(dp_host::run_batch(path, registrar, answer));
     EXPECT_FALSE(fileexist(result));
     EXPECT_NE(test::read_file(status).find("DP.OUTFILE " + result + "\n<t> 0005 DP.DONE 0 1 0\n"),
               std::string::npos);
     EXPECT_TRUE(answer.replace());
 }
 
-TEST_F(batch_run_test, the_status_names_no_answer_that_could_not_be_written) {
+TEST_F(run_batch_test, the_status_file_names_no_answer_that_could_not_be_written) {
     test::write_file(path, "0 1 t get Boot.Mode \"\" \"\"\n");
     dp_support::staged_file answer(test::root() + "/no/folder/batch.out",
                                    dp_support::staged_file::volatile_file);
-    ASSERT_EQ(dp_host::run_batch(path, registrar, answer), "");
+    ASSERT_TRUE(dp_host::run_batch(path, registrar, answer));
     EXPECT_EQ(test::read_file(status),
               "<dp-status> 0001 DP.MESSAGE init \n"
               "<t> 0002 DP.WORKING 0\n"

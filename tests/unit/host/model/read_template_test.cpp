@@ -1,4 +1,4 @@
-#include "host/model/template_text.hpp"
+#include "host/model/read_template.hpp"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -11,12 +11,12 @@
 
 namespace {
 
-class template_text_test : public testing::Test {
+class read_template_test : public testing::Test {
   protected:
     void SetUp() override {
         test::clean_root();
         test::write_file(bios, records({test::choice("A", "X", "1", "1,2")}));
-        // Stands for the board's tool: the template is plain text here.
+        // Replaces the board's tool: the template is plain text here.
         test::write_script(dpspy, "echo \"$*\" >> " + calls + "; cp \"$3\" \"$5\"");
     }
 
@@ -29,8 +29,9 @@ class template_text_test : public testing::Test {
     }
 
     std::string read() {
-        infos.clear();
-        return dp_host::read_template_text(bios, text, infos);
+        auto read = dp_host::read_template(bios, text);
+        infos = read ? *std::move(read) : std::vector<template_info>();
+        return read.reason();
     }
 
     std::string bios = test::root() + "/var/dp/uefi_template.efi";
@@ -40,14 +41,14 @@ class template_text_test : public testing::Test {
     std::vector<template_info> infos;
 };
 
-TEST_F(template_text_test, the_tool_is_run_for_a_new_template) {
+TEST_F(read_template_test, expands_a_new_template) {
     ASSERT_EQ(read(), "");
     ASSERT_EQ(infos.size(), 1U);
     EXPECT_EQ(infos[0].id, "X");
     EXPECT_EQ(test::read_file(calls), "-sf -i " + bios + " -o " + text + "\n");
 }
 
-TEST_F(template_text_test, a_text_that_is_newer_is_read_as_it_is) {
+TEST_F(read_template_test, reads_an_attribute_text_that_is_newer_than_the_template) {
     test::write_file(text, records({test::choice("A", "Y", "", "")}));
     test::set_mtime(bios, 1000);
     test::set_mtime(text, 1001);
@@ -59,54 +60,54 @@ TEST_F(template_text_test, a_text_that_is_newer_is_read_as_it_is) {
     EXPECT_EQ(infos[0].id, "X");
 }
 
-TEST_F(template_text_test, without_a_template_an_old_text_does_not_help) {
+TEST_F(read_template_test, fails_without_a_template_even_with_an_attribute_text) {
     ASSERT_EQ(read(), "");
     ASSERT_EQ(unlink(bios.c_str()), 0);
     EXPECT_EQ(read(), "cannot open " + bios + ": No such file or directory");
 }
 
-TEST_F(template_text_test, a_failing_tool_is_a_problem) {
+TEST_F(read_template_test, fails_when_the_tool_fails) {
     test::write_script(dpspy, "exit 1");
     EXPECT_EQ(read(), dpspy + " failed with exit code 1");
     ASSERT_EQ(unlink(dpspy.c_str()), 0);
     EXPECT_EQ(read(), "cannot run " + dpspy + ": No such file or directory");
 }
 
-TEST_F(template_text_test, a_tool_that_writes_nothing_is_a_problem) {
+TEST_F(read_template_test, fails_when_the_tool_writes_nothing) {
     test::write_script(dpspy, "exit 0");
     EXPECT_EQ(read(), "cannot open " + text + ": No such file or directory");
 }
 
-TEST_F(template_text_test, a_text_without_attributes_is_a_problem) {
+TEST_F(read_template_test, fails_for_a_text_without_attributes) {
     test::write_file(bios, "");
-    EXPECT_EQ(read(), text + " holds no attributes");
+    EXPECT_EQ(read(), text + " contains no attributes");
     test::write_file(bios, "\xA7\xA7\n");
-    EXPECT_EQ(read(), text + " holds no attributes");
-    test::write_file(bios, "this is no template");
-    EXPECT_EQ(read(), text + " holds no attributes");
+    EXPECT_EQ(read(), text + " contains no attributes");
+    test::write_file(bios, "this is not a template");
+    EXPECT_EQ(read(), text + " contains no attributes");
 }
 
-TEST_F(template_text_test, empty_records_are_passed_over) {
+TEST_F(read_template_test, skips_empty_template_records) {
     test::write_file(bios, "\xA7" + records({test::choice("A", "X", "", "")}) + "\xA7");
     ASSERT_EQ(read(), "");
     EXPECT_EQ(infos.size(), 1U);
 }
 
-TEST_F(template_text_test, an_overlong_record_is_a_problem_and_not_the_end) {
+TEST_F(read_template_test, fails_for_an_overlong_template_record) {
     auto big = test::choice("A", "Big", "", "");
     big.dsc = std::string(20'000, 'x');
     test::write_file(bios, records({test::choice("A", "X", "", ""), big}));
-    EXPECT_EQ(read(), text + ": the record behind attribute 1 is too long");
+    EXPECT_EQ(read(), text + ": the record after attribute 1 is too long");
     EXPECT_TRUE(infos.empty());
 }
 
-TEST_F(template_text_test, links_are_refused) {
+TEST_F(read_template_test, refuses_symlinks) {
     ASSERT_EQ(symlink(calls.c_str(), text.c_str()), 0);
-    EXPECT_EQ(read(), text + " is a link");
+    EXPECT_EQ(read(), text + " is a symlink");
     ASSERT_EQ(unlink(text.c_str()), 0);
     ASSERT_EQ(rename(bios.c_str(), (bios + ".real").c_str()), 0);
     ASSERT_EQ(symlink((bios + ".real").c_str(), bios.c_str()), 0);
-    EXPECT_EQ(read(), bios + " is a link");
+    EXPECT_EQ(read(), bios + " is a symlink");
 }
 
 }  // namespace

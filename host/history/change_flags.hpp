@@ -1,11 +1,11 @@
-#ifndef DP_HOST_EXCHANGE_COMMAND_MARKS_HPP
-#define DP_HOST_EXCHANGE_COMMAND_MARKS_HPP
+#ifndef DP_HOST_HISTORY_CHANGE_FLAGS_HPP
+#define DP_HOST_HISTORY_CHANGE_FLAGS_HPP
 
 #include "transactions/transaction_command.hpp"
 
-/// What the settings owner notes on a command that it carried out, in the command's flags for the
-/// host.
-namespace dp_host::command_marks {
+/// What a command did. The settings owner sets these flags on the commands that it carried out, in
+/// the bits that the library leaves to the host.
+namespace dp_host::change_flags {
 
 /// The command changed the value of its instance.
 inline bool& changed(dp::transaction_command& command) {
@@ -15,7 +15,7 @@ inline bool changed(const dp::transaction_command& command) {
     return command.host_flags[0];
 }
 
-/// The instance is gone since.
+/// The command removed its instance.
 inline bool& removed(dp::transaction_command& command) {
     return command.host_flags[1];
 }
@@ -23,6 +23,6 @@ inline bool removed(const dp::transaction_command& command) {
     return command.host_flags[1];
 }
 
-}  // namespace dp_host::command_marks
+}  // namespace dp_host::change_flags
 
 #endif

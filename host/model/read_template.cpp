@@ -1,0 +1,72 @@
+#include "host/model/read_template.hpp"
+
+#include <cerrno>
+#include <fstream>
+
+#include "common/file_locks.hpp"
+#include "common/file_utilities.hpp"
+#include "common/fixed_paths.hpp"
+#include "host/process/run_program.hpp"
+#include "host/process/text_of.hpp"
+#include "host/process/trusted_file.hpp"
+
+namespace dp_host {
+namespace {
+
+// The library's reader silently ends at an overlong template record.
+bool has_overlong_record(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::string record;
+    for (bool is_first = true; std::getline(in, record, template_info::record_end);
+         is_first = false) {
+        const std::size_t newline = !is_first && record.starts_with('\n') ? 1 : 0;
+        if (record.size() - newline > template_info::record_limit) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool is_empty_record(const template_info& info) {
+    return info.cfg.empty() && info.id.empty();
+}
+
+dp_support::result<> expand(const std::string& template_path, const std::string& text_path) {
+    return run_program(dp::fixed_paths::dpspy.str(), {"-sf", "-i", template_path, "-o", text_path})
+        .and_then([&] { return check_trusted(text_path); });
+}
+
+}  // namespace
+
+dp_support::result<std::vector<template_info>> read_template(const std::string& template_path,
+                                                             const std::string& text_path) {
+    if (const auto file = open_trusted_file(template_path); !file) {
+        return file.error();
+    }
+    if (const auto checked = check_trusted(text_path); !checked) {
+        return checked.error();
+    }
+    const readlock lock(template_path);
+    if (file_newer_than(template_path, text_path)) {
+        if (const auto expanded = expand(template_path, text_path); !expanded) {
+            return expanded.error();
+        }
+    }
+    std::ifstream in(text_path, std::ios::binary);
+    if (!in) {
+        return dp_support::system_failure("open", text_path, errno);
+    }
+    std::vector<template_info> infos;
+    template_info::read_settings(in, infos, "");
+    if (has_overlong_record(text_path)) {
+        return dp_support::failure{
+            text_of(text_path, ": the record after attribute ", infos.size(), " is too long")};
+    }
+    std::erase_if(infos, is_empty_record);
+    if (infos.empty()) {
+        return dp_support::failure{text_path + " contains no attributes"};
+    }
+    return infos;
+}
+
+}  // namespace dp_host

@@ -1,0 +1,20 @@
+#ifndef DP_HOST_MODEL_READ_TEMPLATE_HPP
+#define DP_HOST_MODEL_READ_TEMPLATE_HPP
+
+#include <string>
+#include <vector>
+
+#include "bios/template_info.hpp"
+#include "support/result.hpp"
+
+namespace dp_host {
+
+/// The attributes of the template `template_path`, in its order. They are read from its attribute
+/// text `text_path`, which clients use too; dpspy expands the template to it first when it is
+/// missing or older than the template. A template without attributes is a failure.
+dp_support::result<std::vector<template_info>> read_template(const std::string& template_path,
+                                                             const std::string& text_path);
+
+}  // namespace dp_host
+
+#endif

@@ -1,0 +1,17 @@
+#ifndef DP_HOST_PROCESS_PRIVATE_FOLDER_HPP
+#define DP_HOST_PROCESS_PRIVATE_FOLDER_HPP
+
+#include <string>
+
+#include "support/result.hpp"
+
+namespace dp_host {
+
+/// Ensures that only this user can access the folder `path`: it is a folder and not a symlink, the
+/// effective user owns it, its mode is 0700 (other modes are changed), and no other user can
+/// replace it or one of its parents. Missing folders are created.
+dp_support::result<> prepare_private_folder(const std::string& path);
+
+}  // namespace dp_host
+
+#endif
