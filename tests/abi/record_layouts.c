@@ -1,6 +1,6 @@
 /* Checks the layout of the records of the C API, as a caller's compiler sees it: every field in its
- * order and width, with no more padding than the alignment requires. On the 32-bit target this gives
- * records of 28 and 24 words. */
+ * order and width, with no more padding than the alignment requires. On the 32-bit target this
+ * gives records of 28 and 24 words. */
 #include <stddef.h>
 #include <stdint.h>
 #include <stdio.h>
