@@ -31,7 +31,7 @@ using dp_service::service_status::not_supported;
 using dp_support::staged_file;
 
 constexpr std::size_t most_value_lines = 20;
-constexpr std::uint64_t longest_build_id_file = 4096;
+constexpr std::size_t longest_build_id_file = 4096;
 
 // Logs the stored values that could not be loaded, up to a limit.
 class load_report {

@@ -19,7 +19,7 @@
 namespace dp_host {
 namespace {
 
-constexpr std::uint64_t longest_request = 256;
+constexpr std::size_t longest_request = 256;
 
 dp_service::server_answer execute(settings_service& service, std::string request) {
     request.erase(std::min(request.find_last_not_of(" \t\r\n") + 1, request.size()));

@@ -57,7 +57,7 @@ std::string hash_of_file(const std::string& path) {
 
 }  // namespace
 
-history_journal::history_journal(std::string path, std::string values_path, std::uint64_t limit)
+history_journal::history_journal(std::string path, std::string values_path, std::size_t limit)
     : path_(std::move(path)), values_path_(std::move(values_path)), limit_(limit) {}
 
 void history_journal::write(const std::string& staged_path, const std::string& lines) const {

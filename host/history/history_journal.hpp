@@ -1,7 +1,7 @@
 #ifndef DP_HOST_HISTORY_HISTORY_JOURNAL_HPP
 #define DP_HOST_HISTORY_HISTORY_JOURNAL_HPP
 
-#include <cstdint>
+#include <cstddef>
 #include <string>
 
 namespace dp_host {
@@ -17,7 +17,7 @@ class history_journal {
   public:
     /// The journal in the file `path` for changes of the file `values_path`. A journal of more than
     /// `limit` bytes is invalid. Does not access the files yet.
-    history_journal(std::string path, std::string values_path, std::uint64_t limit);
+    history_journal(std::string path, std::string values_path, std::size_t limit);
 
     /// Writes `lines` to the journal for the values in the file `staged_path`, which will replace
     /// the file of values. Writes nothing when both files have the same content: then a later start
@@ -34,7 +34,7 @@ class history_journal {
   private:
     std::string path_;
     std::string values_path_;
-    std::uint64_t limit_;
+    std::size_t limit_;
 };
 
 }  // namespace dp_host

@@ -10,7 +10,7 @@
 namespace dp_host {
 namespace {
 
-constexpr std::uint64_t longest_file = std::uint64_t{1024} * 1024;
+constexpr std::size_t longest_file = std::size_t{1024} * 1024;
 
 }  // namespace
 

@@ -66,7 +66,7 @@ dp_support::result<trusted_file> open_trusted_file(const std::string& path) {
                         info.st_mtim};
 }
 
-dp_support::result<std::string> read_trusted_file(const std::string& path, std::uint64_t limit) {
+dp_support::result<std::string> read_trusted_file(const std::string& path, std::size_t limit) {
     const auto file = open_trusted_file(path);
     if (!file) {
         return file.error();

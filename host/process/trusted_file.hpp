@@ -1,6 +1,7 @@
 #ifndef DP_HOST_PROCESS_TRUSTED_FILE_HPP
 #define DP_HOST_PROCESS_TRUSTED_FILE_HPP
 
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <string>
@@ -30,7 +31,7 @@ dp_support::result<> check_trusted(const std::string& path);
 
 /// The content of the file `path`. A file of more than `limit` bytes is a failure. The code of a
 /// failure is ENOENT when there is nothing at `path`.
-dp_support::result<std::string> read_trusted_file(const std::string& path, std::uint64_t limit);
+dp_support::result<std::string> read_trusted_file(const std::string& path, std::size_t limit);
 
 /// Whether time `a` is later than time `b`.
 bool is_later(const timespec& a, const timespec& b);
