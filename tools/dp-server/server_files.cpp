@@ -132,7 +132,7 @@ result<> install_server(const server_parts& parts, bool replace) {
     }
     for (const auto& folder :
          {dp_service::server_paths::data_folder, dp_service::server_paths::exchange_folder}) {
-        if (const auto made = make_folder(folder.str()); !made) {
+        if (auto made = make_folder(folder.str()); !made) {
             return made;
         }
     }
@@ -148,11 +148,11 @@ result<> install_server(const server_parts& parts, bool replace) {
         }
     }
     dp_service::service_lock lock;
-    if (const auto locked = lock_out_services(lock); !locked) {
+    if (auto locked = lock_out_services(lock); !locked) {
         return locked;
     }
     dp_support::output_files files;
-    const auto installed =
+    auto installed =
         files.stage(template_path, *bios)
             .and_then([&] { return files.stage(settings_path, *settings); })
             .and_then([&] { return files.stage(current_path, *current); })

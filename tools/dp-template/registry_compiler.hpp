@@ -6,30 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "bios/template_info.hpp"
 #include "support/json.hpp"
+#include "tools/dp-template/attribute_compiler.hpp"
+#include "tools/dp-template/finding.hpp"
 
 namespace dp_tools {
-
-/// An attribute of the template.
-struct compiled_attribute {
-    template_info info;
-    std::string value;  ///< the initial value; empty if the registry has none
-};
-
-/// A message about a place in the registry.
-struct finding {
-    enum class severity {
-        broken,   ///< the registry cannot be used at all
-        unfit,    ///< the attribute cannot be encoded or is not clear; it is left out
-        warning,  ///< the attribute is kept, with this restriction
-        notice    ///< information, no problem
-    };
-    severity weight;
-    std::size_t offset;   ///< of the value that the message is about
-    std::string pointer;  ///< the same place as a JSON pointer
-    std::string message;
-};
 
 struct compiled_registry {
     std::vector<compiled_attribute> attributes;  ///< those that fit, in the registry's order
