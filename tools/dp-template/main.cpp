@@ -69,7 +69,7 @@ void add_options(dp_support::command_line& program, options& chosen) {
         "without a default has an empty one. ReadOnly and Immutable attributes are read-only. The\n"
         "help text is stored in the template's fds. Passwords are left out.\n"
         "\n"
-        "Messages are written to stderr, one a line, with the place in the registry:\n"
+        "Messages are written to stderr, one per line, with the place in the registry:\n"
         "  FILE:LINE:COLUMN: JSON-POINTER: what is wrong\n"
         "Attributes that cannot be encoded in the template or a batch line, or that the service\n"
         "does not support, are unfit: they are all listed, and nothing is written without\n"

@@ -18,7 +18,7 @@ int fail(const std::string& reason) {
     return dp_support::exit_code::failed;
 }
 
-/// The names of the configurations, one a line.
+/// The names of the configurations, one per line.
 std::string configuration_list(const std::string& text) {
     std::string list;
     for (const auto& name : dp_support::configuration_names(text)) {
@@ -36,7 +36,7 @@ int run(int argc, char** argv) {
     dp_support::command_line program(
         "Expands a BIOS template into its attribute text (-sf), or lists the configurations in "
         "it,\n"
-        "one a line in order of first appearance (-sc).");
+        "one per line in order of first appearance (-sc).");
     bool show = false;
     bool configurations = false;
     bool full_text = false;

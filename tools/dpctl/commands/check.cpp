@@ -37,7 +37,7 @@ constexpr std::array<change_reason, 3> change_reasons{{
     {6, "build_id", "another BIOS build is installed"},
 }};
 
-// Asks until the library reports no further change: it reports each change once, one a call.
+// Asks until the library reports no further change: it reports each change once, one per call.
 void gather(session& service, const std::string& collection, std::vector<change_reason>& found) {
     for (std::size_t calls = 0; calls < change_reasons.size(); ++calls) {
         const int code = service.need_reinit(collection);
@@ -79,7 +79,8 @@ void run(const file_names& files, const std::string& collection, unsigned second
     if (find_collection(names, service, collection, rep) == nullptr) {
         return;
     }
-    // Later states are compared with this one. Who waits for the notice may make changes after it.
+    // Later states are compared with this one. A program that waits for the notice may make changes
+    // after it.
     std::vector<change_reason> found;
     gather(service, collection, found);
     double waited = 0;

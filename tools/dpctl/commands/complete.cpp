@@ -63,7 +63,7 @@ void complete_values(catalog& names, const std::string& name, report& rep) {
 void add_complete(command_line& program, invocation& request) {
     // Only for the shell's completion, therefore hidden.
     auto& command =
-        program.add_subcommand("complete", "Print the possible completions, one a line");
+        program.add_subcommand("complete", "Print the possible completions, one per line");
     command.hide();
     const auto kind = std::make_shared<std::string>();
     const auto typed = std::make_shared<std::string>();

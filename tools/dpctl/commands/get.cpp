@@ -50,7 +50,7 @@ void run(const file_names& files, const std::vector<std::string>& texts, values_
 void add_get(command_line& program, invocation& request) {
     auto& command = add_command(
         program, request, "get",
-        {.summary = "Print the values of settings as NAME=VALUE, one a line",
+        {.summary = "Print the values of settings as NAME=VALUE, one per line",
          .details = name_help,
          .examples = {"dpctl get Boot.BootMode", "dpctl get --current BootMode MemoryFrequency"}});
     const auto names = add_name_arguments(command);

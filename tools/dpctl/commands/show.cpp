@@ -28,7 +28,7 @@ void optional_item(report& rep, const std::string& label, const std::string& tex
     }
 }
 
-// The choices on one line if they fit, otherwise one a line.
+// The choices on one line if they fit, otherwise one per line.
 void show_choices(report& rep, const dp_attribute& attribute) {
     constexpr std::size_t widest_line = 60;
     std::string line;

@@ -12,7 +12,7 @@
 namespace dpctl {
 namespace {
 
-// The greatest value in an alert; it stands for any greater value too.
+// The greatest value in an alert; it also represents any greater value.
 constexpr int greatest_value = 255;
 
 // An alert's name, the first word of the platform's text; "alert 77" for a number.

@@ -13,8 +13,8 @@ namespace dpctl {
 class table;
 
 /// The output of a command: its result on standard output, as text or as one JSON document (for a
-/// command that continues until it is stopped, a document a line), and problems on standard error.
-/// All text is made `printable`.
+/// command that continues until it is stopped, one document per line), and problems on standard
+/// error. All text is made `printable`.
 class report {
   public:
     report(std::ostream& out, std::ostream& err, bool as_json);

@@ -253,7 +253,7 @@ TEST_F(dpctl_alerts, opens_a_queue_whose_listener_was_killed) {
     EXPECT_FALSE(has_queue(5));
 }
 
-TEST_F(dpctl_alerts, prints_a_document_a_line_as_json) {
+TEST_F(dpctl_alerts, prints_one_document_per_line_as_json) {
     running_alerts dpctl({"--json", "--count", "2"});
     dpctl.wait_until_listening();
     plugin_.send_alert(dp::command::alerts::bios_updated, 0);

@@ -28,7 +28,12 @@ class dpctl_reading : public testing::Test {
     test::server_files server_;
 };
 
-TEST_F(dpctl_reading, lists_collections_with_pending_changes) {
+class dpctl_collections : public dpctl_reading {};
+class dpctl_list : public dpctl_reading {};
+class dpctl_show : public dpctl_reading {};
+class dpctl_get : public dpctl_reading {};
+
+TEST_F(dpctl_collections, lists_collections_with_pending_changes) {
     EXPECT_EQ(dpctl({"collections"}).out,
               "COLLECTION  SETTINGS  PENDING RESTART\n"
               "Boot        6         1\n"
@@ -38,7 +43,7 @@ TEST_F(dpctl_reading, lists_collections_with_pending_changes) {
                   {"name": "Memory", "settings": 2, "pending_restart": 0}]})"));
 }
 
-TEST_F(dpctl_reading, lists_settings_with_both_values_and_notes) {
+TEST_F(dpctl_list, lists_settings_with_both_values_and_notes) {
     EXPECT_EQ(dpctl({"list", "Boot"}).out,
               "NAME          TYPE         PENDING  CURRENT  NOTES\n"
               "Boot.Mode     enumeration  Legacy   UEFI     pending restart\n"
@@ -56,13 +61,13 @@ TEST_F(dpctl_reading, lists_settings_with_both_values_and_notes) {
                   "pending_restart": true})"));
 }
 
-TEST_F(dpctl_reading, marks_nothing_without_a_current_values_file) {
+TEST_F(dpctl_list, marks_nothing_without_a_current_values_file) {
     std::filesystem::remove(test::root() + "/var/dp/uefi_current.txt");
     EXPECT_THAT(dpctl({"list", "Boot"}).out, HasSubstr("Boot.Mode     enumeration  Legacy   -\n"));
     EXPECT_EQ(dpctl_json({"list", "Boot"})["settings"][0]["current"], nullptr);
 }
 
-TEST_F(dpctl_reading, shows_an_attribute) {
+TEST_F(dpctl_show, shows_an_attribute) {
     EXPECT_EQ(dpctl({"show", "Boot.Mode"}).out,
               "Boot.Mode\n"
               "  Type             enumeration\n"
@@ -83,7 +88,7 @@ TEST_F(dpctl_reading, shows_an_attribute) {
                   "current": "UEFI", "truncated": false, "pending_restart": true}]})"));
 }
 
-TEST_F(dpctl_reading, shows_the_restrictions_of_each_type) {
+TEST_F(dpctl_show, shows_the_restrictions_of_each_type) {
     EXPECT_THAT(dpctl({"show", "Boot.Delay"}).out,
                 HasSubstr("  Range            0 to 100\n  Step             5\n"));
     EXPECT_THAT(dpctl({"show", "Boot.Tag"}).out,
@@ -100,7 +105,7 @@ TEST_F(dpctl_reading, shows_the_restrictions_of_each_type) {
     EXPECT_EQ(shown[2]["read_only"], true);
 }
 
-TEST_F(dpctl_reading, shows_all_instances_or_a_single_one) {
+TEST_F(dpctl_show, shows_all_instances_or_a_single_one) {
     EXPECT_THAT(dpctl({"show", "Boot.Order"}).out, HasSubstr("  Instance 1\n"
                                                              "  Pending          Disk\n"
                                                              "  Current          Disk\n"
@@ -110,7 +115,7 @@ TEST_F(dpctl_reading, shows_all_instances_or_a_single_one) {
     EXPECT_THAT(dpctl({"show", "Boot.Order.2"}).out, Not(HasSubstr("Disk\n  Current")));
 }
 
-TEST_F(dpctl_reading, gets_pending_and_current_values) {
+TEST_F(dpctl_get, prints_pending_and_current_values) {
     EXPECT_EQ(dpctl({"get", "Boot.Mode", "Delay", "Boot.Tag"}).out,
               "Boot.Mode=Legacy\nBoot.Delay=10\nBoot.Tag=\n");
     EXPECT_EQ(dpctl({"get", "--current", "Boot.Mode"}).out, "Boot.Mode=UEFI\n");
@@ -119,7 +124,7 @@ TEST_F(dpctl_reading, gets_pending_and_current_values) {
                   {"name": "Boot.Mode", "value": "UEFI", "truncated": false}]})"));
 }
 
-TEST_F(dpctl_reading, names_the_file_without_a_value) {
+TEST_F(dpctl_get, names_the_file_without_a_value) {
     const auto result = dpctl({"get", "Boot.Order.3", "Boot.Delay"});
     EXPECT_EQ(result.exit_code, 1);
     EXPECT_EQ(result.out, "Boot.Delay=10\n");
@@ -127,7 +132,7 @@ TEST_F(dpctl_reading, names_the_file_without_a_value) {
                               "/var/dp/uefi_settings.txt has no value for it\n");
 }
 
-TEST_F(dpctl_reading, marks_a_value_that_was_cut) {
+TEST_F(dpctl_get, marks_a_value_that_was_cut) {
     // The limit of 79 bytes is within a character.
     const std::string start(78, 'x');
     test::store_pending({{"Boot.Tag", start + "€€"}});
@@ -139,7 +144,7 @@ TEST_F(dpctl_reading, marks_a_value_that_was_cut) {
     EXPECT_EQ(dpctl_json({"list", "Boot"})["settings"][2]["truncated"], true);
 }
 
-TEST_F(dpctl_reading, reads_other_files) {
+TEST_F(dpctl_get, reads_other_files) {
     test::write_file(test::root() + "/other.txt", test::value_line("Boot.Mode", "Fast Boot"));
     EXPECT_EQ(dpctl({"get", "Boot.Mode", "--settings-file", "other.txt"}).out,
               "Boot.Mode=Fast Boot\n");
@@ -147,7 +152,7 @@ TEST_F(dpctl_reading, reads_other_files) {
               "Boot.Mode=Fast Boot\n");
 }
 
-TEST_F(dpctl_reading, reports_a_missing_template) {
+TEST_F(dpctl_list, reports_a_missing_template) {
     EXPECT_EQ(dpctl({"list", "Boot"}).err, "");
     const auto result = dpctl({"list", "Boot", "--template-file", "missing.efi"});
     EXPECT_EQ(result.exit_code, 0);
@@ -156,7 +161,7 @@ TEST_F(dpctl_reading, reports_a_missing_template) {
     EXPECT_THAT(result.out, HasSubstr("Boot.Mode"));
 }
 
-TEST_F(dpctl_reading, keeps_the_expansion_of_the_servers_own_template) {
+TEST_F(dpctl_collections, keeps_the_expansion_of_the_servers_own_template) {
     namespace fs = std::filesystem;
     const std::string own = test::root() + "/var/dp/uefi_template.efi";
     fs::last_write_time(own, fs::file_time_type::clock::now() - std::chrono::hours(1));
@@ -169,7 +174,7 @@ TEST_F(dpctl_reading, keeps_the_expansion_of_the_servers_own_template) {
     EXPECT_EQ(fs::last_write_time(text), made);
 }
 
-TEST_F(dpctl_reading, warns_if_the_expansion_may_belong_to_another_template) {
+TEST_F(dpctl_collections, warns_if_the_expansion_may_belong_to_another_template) {
     namespace fs = std::filesystem;
     const auto hour_ago = fs::file_time_type::clock::now() - std::chrono::hours(1);
     fs::copy_file(test::root() + "/var/dp/uefi_template.efi", test::root() + "/other.efi");
@@ -220,7 +225,7 @@ TEST_F(dpctl_reading, prints_json_after_failures) {
     }
 }
 
-TEST_F(dpctl_reading, explains_why_there_are_no_collections) {
+TEST_F(dpctl_collections, explains_why_there_are_no_collections) {
     const std::string root = test::root();
     server_.install_texts("", "", "", "");
     EXPECT_THAT(dpctl({"collections"}).err, HasSubstr(root +

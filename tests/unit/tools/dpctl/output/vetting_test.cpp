@@ -27,7 +27,7 @@ std::vector<std::string> described(const vetting& result) {
     return texts;
 }
 
-TEST(vet, tells_parameters_redirections_and_the_flag) {
+TEST(vet, returns_parameters_redirections_and_the_flag) {
     const vetting result = vet("ls -l \"/tmp/a b\" > /tmp/list 2>&1");
     EXPECT_TRUE(result.accepted);
     EXPECT_EQ(result.reason, "");
