@@ -19,6 +19,11 @@ fi
 # The build may be below /tmp, which the mounts below hide.
 mount --bind "$2" /mnt
 mount --bind "$1" /media
+# So may be the loader and the libraries of ARM programs.
+if [ -n "${QEMU_LD_PREFIX:-}" ]; then
+  mount --bind "$QEMU_LD_PREFIX" /srv
+  export QEMU_LD_PREFIX=/srv
+fi
 mount -t tmpfs tmpfs /var
 mount -t overlay overlay -o "lowerdir=/mnt/bin:/usr/bin" /usr/bin 2>/dev/null ||
   skip "this machine allows no overlay in a private mount namespace"
