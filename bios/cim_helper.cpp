@@ -1,8 +1,14 @@
 #include "bios/cim_helper.hpp"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <limits>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
@@ -14,7 +20,10 @@
 #include "common/clock.hpp"
 #include "common/file_utilities.hpp"
 #include "common/fixed_paths.hpp"
+#include "common/io_loops.hpp"
+#include "common/log.hpp"
 #include "common/numbers.hpp"
+#include "common/open_regular_file.hpp"
 #include "transactions/command_status.hpp"
 #include "transactions/operations.hpp"
 
@@ -27,6 +36,10 @@ constexpr std::uint32_t first_correlator = 100;
 
 constexpr int result_tries = 60;
 constexpr int result_interval_ms = 1000;
+
+// Greatest size of an answer in bytes: a part for surplus lines, and one for each command.
+constexpr std::uint64_t answer_bytes = 1024 * 1024;
+constexpr std::uint64_t answer_bytes_per_command = 64 * 1024;
 
 // Results of the operations.
 constexpr int unknown_collection = 2;
@@ -77,6 +90,56 @@ bool answer_request(dp_transaction& request, const cim_helper::value_map& values
         answer_with_value(request, found->second);
     }
     return true;
+}
+
+// A batch file that is removed unless it is written completely. The settings service takes a batch
+// when its writer closes it, so an incomplete one is removed before that, also when an exception or
+// the thread's cancellation ends the writing.
+class batch_output {
+  public:
+    explicit batch_output(std::string path)
+        : path_(std::move(path)), out_(path_, std::ios::binary), is_kept_(!out_.is_open()) {}
+    ~batch_output() {
+        if (!is_kept_) {
+            static_cast<void>(std::remove(path_.c_str()));
+        }
+    }
+    batch_output(const batch_output&) = delete;
+    batch_output& operator=(const batch_output&) = delete;
+
+    std::ostream& out() { return out_; }
+    [[nodiscard]] bool is_open() const { return out_.is_open(); }
+
+    // Closes the file. False when it could not be written completely.
+    bool complete() {
+        if (out_.good()) {
+            out_.close();  // Some file systems report a failed write only now.
+            is_kept_ = out_.good();
+        }
+        return is_kept_;
+    }
+
+  private:
+    std::string path_;
+    std::ofstream out_;
+    bool is_kept_;
+};
+
+// The text of an answer to a number of commands. False when it is not a regular file, when it is
+// longer than such an answer may be, or when it cannot be read to its end.
+bool read_answer(const std::string& path, std::size_t commands, std::string& text) {
+    struct input {
+        ~input() {
+            if (descriptor >= 0) {
+                ::close(descriptor);
+            }
+        }
+        int descriptor;
+    } const file{open_regular_file(path, O_RDONLY)};
+    const std::uint64_t limit =
+        std::min<std::uint64_t>(answer_bytes + answer_bytes_per_command * commands,
+                                std::numeric_limits<std::size_t>::max());
+    return file.descriptor >= 0 && read_all(file.descriptor, static_cast<std::size_t>(limit), text);
 }
 
 }  // namespace
@@ -387,16 +450,22 @@ void cim_helper::trans_to_commands(const dp_transaction* trans, unsigned count,
     }
 }
 
-void cim_helper::write_batch_file(std::vector<basic_transaction_command>& cmds) {
-    std::ofstream out(fixed_paths::batch.str(), std::ios::binary);
-    if (out) {
-        for (basic_transaction_command& command : cmds) {
-            command.write_terse_output(out);
-            out << '\n' << std::flush;
-        }
-    }
-    out.close();
+bool cim_helper::write_batch_file(std::vector<basic_transaction_command>& cmds) {
     ++correlator;
+    const std::string path = fixed_paths::batch.str();
+    batch_output batch(path);
+    if (!batch.is_open()) {
+        return true;
+    }
+    for (basic_transaction_command& command : cmds) {
+        command.write_terse_output(batch.out());
+        batch.out() << '\n' << std::flush;
+    }
+    if (!batch.complete()) {
+        log_error_line("failed writing ", path);
+        return false;
+    }
+    return true;
 }
 
 int cim_helper::process_batch_file(std::vector<basic_transaction_command>& cmds,
@@ -407,21 +476,23 @@ int cim_helper::process_batch_file(std::vector<basic_transaction_command>& cmds,
     const std::string result_file = fixed_paths::batch_result.str();
     // The answer to an earlier batch must not be taken for the answer to this one.
     remove_file(result_file);
-    write_batch_file(cmds);
+    if (!write_batch_file(cmds)) {
+        return -1;
+    }
     if (!wait_for_file_exists(result_file, result_tries, result_interval_ms)) {
         return -1;
     }
     // Values may have changed, whatever the answer says.
     read_times_[slot_settings].force = 1;
-    std::ifstream in(result_file, std::ios::binary);
-    if (!in) {
+    std::string answer;
+    if (!read_answer(result_file, cmds.size(), answer)) {
         return -1;
     }
+    std::istringstream in(std::move(answer));
     entries.reserve(entries.size() + cmds.size());
     batch_file_loader loader(&entries);
     loader.read_file(in, nullptr);
-    // A directory, or an answer that could not be read to its end: the rest is unknown.
-    return in.bad() ? -1 : static_cast<int>(loader.failed);
+    return static_cast<int>(loader.failed);
 }
 
 int cim_helper::find_correlator_index(const std::vector<basic_transaction_command>& cmds,

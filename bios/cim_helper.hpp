@@ -108,10 +108,14 @@ class cim_helper {
     /// Appends one command per request, in order, with correlators from 100 up.
     void trans_to_commands(const dp_transaction* trans, unsigned count,
                            std::vector<basic_transaction_command>& cmds) const;
-    /// Writes the batch file; the next batch gets another transaction id.
-    void write_batch_file(std::vector<basic_transaction_command>& cmds);
+    /// Writes the batch file; the next batch gets another transaction id. False when the file was
+    /// opened but could not be written completely; it was then removed before it was closed, so
+    /// that the settings service does not execute a part of it.
+    bool write_batch_file(std::vector<basic_transaction_command>& cmds);
     /// Lets the settings service execute the commands and gathers the answers, which may take a
-    /// minute. How many failed, or -1 when there is nothing to do or no answer.
+    /// minute. How many failed, or -1 when there is nothing to do, the batch could not be written
+    /// completely, or no answer could be read. An answer is a regular file of at most 1 MiB and
+    /// 64 KiB for each command.
     int process_batch_file(std::vector<basic_transaction_command>& cmds,
                            std::vector<batch_file_entry>& entries);
     /// Index of the first command with that correlator, or -1. The commands are sorted by

@@ -170,7 +170,9 @@ DP_C_API int dp_get_bios_attribute(const char* name, dp_attribute** attr);
  * last set, when which is 0; else from the current-values file, as now in force. Returns the number
  * of failed requests, each with its reason in status; a value that was cut is not a failure.
  * Returns 1 also when not initialised. A file is read again when it changed and was last read more
- * than 4 seconds ago, the settings file also after every batch. */
+ * than 4 seconds ago, the settings file also after every batch of this process. A program that
+ * changes values in another way, as through the service's request socket, initialises the service
+ * again (dp_api_uninitialize, dp_api_initialize) before it reads them back. */
 DP_C_API int dp_get_bios_attribute_value(dp_transaction* trans, unsigned count, int which);
 
 /* Sends trans[0 .. count-1] to the settings service as one batch and waits for the result, at most
@@ -178,7 +180,19 @@ DP_C_API int dp_get_bios_attribute_value(dp_transaction* trans, unsigned count, 
  * (every status is 255); 3 failures were reported without result entries; otherwise the number of
  * failed commands, each with its code in status; 1 also when not initialised. Names and values are
  * written to a line of text without escaping, so they must not contain a double quote, backslash or
- * newline. Only one process at a time may call this. */
+ * newline.
+ *
+ * A batch that cannot be written completely, as on a full disk, is removed and not executed: -1 at
+ * once. -1 after the wait does not mean that nothing changed: the service may still execute the
+ * batch. A command without a result entry keeps its status, like one that succeeded. The result
+ * must be a regular file of at most 1 MiB and 64 KiB for each command; anything else is -1.
+ *
+ * Only one process at a time may call this or dp_bios_reset_to_defaults: all processes use the same
+ * two files and take no lock. When two do it at the same time, either one's batch may be
+ * overwritten before it is executed, and either one may read the result of the other's batch: it
+ * then reports success for changes that were not made, or failures of other settings. Programs that
+ * cannot exclude each other use the exchange lock (service_api/exchange_lock.hpp) from before the
+ * call until after it, or the service's request socket (service_api/settings_client.hpp). */
 DP_C_API int dp_set_bios_attribute_value(dp_transaction* trans, unsigned count);
 
 /* Checks whether the returned data is out of date. 0 no; 1 not initialised; 2 unknown collection; 4
@@ -187,8 +201,8 @@ DP_C_API int dp_set_bios_attribute_value(dp_transaction* trans, unsigned count);
 DP_C_API int dp_bios_need_reinit(const char* collection);
 
 /* Sets every setting instance of the collection to its default, in one batch. 0 all succeeded; 1
- * not initialised; 2 unknown collection; 3 some or all commands failed, or there was nothing to
- * reset. */
+ * not initialised; 2 unknown collection; 3 some or all commands failed, the batch could not be run,
+ * or there was nothing to reset. One process at a time, as above. */
 DP_C_API int dp_bios_reset_to_defaults(const char* collection);
 
 #ifdef __cplusplus

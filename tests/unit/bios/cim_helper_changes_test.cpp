@@ -1,6 +1,13 @@
 #include <gmock/gmock.h>
+#include <sys/inotify.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <array>
+#include <csignal>
+#include <cstddef>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -123,6 +130,66 @@ TEST_F(cim_helper_changes, gives_each_batch_its_own_transaction_id) {
     cmds.clear();
     helper.trans_to_commands(&trans, 1, cmds);
     EXPECT_EQ(cmds[0].tid, "<cim-2>");
+}
+
+// The kinds of the events of the file "batch", in their order, since a folder was watched.
+std::vector<std::uint32_t> batch_events(int notify) {
+    std::vector<std::uint32_t> kinds;
+    alignas(inotify_event) std::array<char, 4096> buffer{};
+    const ssize_t size = read(notify, buffer.data(), buffer.size());
+    for (ssize_t at = 0; at < size;) {
+        inotify_event event{};
+        std::memcpy(&event, buffer.data() + at, sizeof event);
+        if (std::string(buffer.data() + at + sizeof event) == "batch") {
+            kinds.push_back(event.mask);
+        }
+        at += static_cast<ssize_t>(sizeof event + event.len);
+    }
+    return kinds;
+}
+
+TEST_F(cim_helper_changes, removes_an_incomplete_batch_before_it_is_closed) {
+    std::vector<dp_transaction> trans(3, request(2, "Main.A", "1"));
+    // In a child: the limit of the size of files is one of a process.
+    test::child_process client([&](const test::child_process::parent_channel& /*parent*/) {
+        const int notify = inotify_init1(IN_NONBLOCK);
+        inotify_add_watch(notify, (test::root() + "/tmp/dp").c_str(),
+                          IN_CREATE | IN_DELETE | IN_CLOSE_WRITE);
+        signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{60, RLIM_INFINITY};  // within the second of three lines
+        setrlimit(RLIMIT_FSIZE, &limit);
+        const int result = helper.set_bios_attribute_value(trans.data(), 3);
+        const bool is_in_order = batch_events(notify) ==
+                                 std::vector<std::uint32_t>{IN_CREATE, IN_DELETE, IN_CLOSE_WRITE};
+        return result == -1 && statuses(trans) == std::vector<std::uint32_t>{255, 255, 255} &&
+                       is_in_order && !std::filesystem::exists(batch_file) && time.sleeps.empty()
+                   ? 0
+                   : 1;
+    });
+    EXPECT_EQ(client.wait(), 0);
+}
+
+TEST_F(cim_helper_changes, fails_at_once_when_the_device_is_full) {
+    test::recording_log log(dp::log_level::error);
+    std::filesystem::create_symlink("/dev/full", batch_file);
+    test::write_file(result_file, outcome("0", "100"));
+    std::vector<dp_transaction> trans(2, request(2, "Main.A", "1"));
+    EXPECT_EQ(helper.set_bios_attribute_value(trans.data(), 2), -1);
+    EXPECT_THAT(statuses(trans), ElementsAre(255, 255));
+    EXPECT_THAT(time.sleeps, SizeIs(0));
+    EXPECT_FALSE(std::filesystem::is_symlink(batch_file));
+    EXPECT_EQ(log.lines, (lines{{"ERR", " ***ERROR*** failed writing " + batch_file}}));
+    EXPECT_EQ(helper.correlator, 1U) << "the next batch has another transaction id";
+}
+
+TEST_F(cim_helper_changes, keeps_the_wait_when_the_batch_cannot_be_opened) {
+    std::filesystem::create_directory(batch_file);
+    dp_transaction trans = request(2, "Main.A", "1");
+    EXPECT_EQ(helper.set_bios_attribute_value(&trans, 1), -1);
+    EXPECT_EQ(trans.status, 255U);
+    EXPECT_THAT(time.sleeps, SizeIs(61));
+    EXPECT_TRUE(std::filesystem::is_directory(batch_file));
+    std::filesystem::remove(batch_file);
 }
 
 TEST_F(cim_helper_changes, finds_the_first_command_with_a_correlator) {
@@ -281,6 +348,67 @@ TEST_F(cim_helper_changes, fails_when_the_answer_cannot_be_read) {
     EXPECT_EQ(helper.set_bios_attribute_value(trans.data(), 2), -1);
     EXPECT_THAT(statuses(trans), ElementsAre(255, 255));
     EXPECT_THAT(time.sleeps, SizeIs(1));
+}
+
+TEST_F(cim_helper_changes, reads_only_a_regular_file_as_an_answer) {
+    struct planted {
+        const char* what;
+        std::function<void()> plant;
+        int result;
+    };
+    const std::string other = test::root() + "/other";
+    const std::vector<planted> files = {
+        {"a pipe without a writer", [&] { mkfifo(result_file.c_str(), 0600); }, -1},
+        {"an endless device", [&] { std::filesystem::create_symlink("/dev/zero", result_file); },
+         -1},
+        {"a terminal", [&] { std::filesystem::create_symlink("/dev/ptmx", result_file); }, -1},
+        {"a folder", [&] { std::filesystem::create_directory(result_file); }, -1},
+        {"a symlink to an answer",
+         [&] {
+             test::write_file(other, outcome("7", "100"));
+             std::filesystem::create_symlink(other, result_file);
+         },
+         1},
+    };
+    for (const auto& file : files) {
+        time.on_sleep = [&](std::uint32_t) { file.plant(); };
+        time.sleeps.clear();
+        dp_transaction trans = request(2, "Main.A", "1");
+        EXPECT_EQ(helper.set_bios_attribute_value(&trans, 1), file.result) << file.what;
+        EXPECT_EQ(trans.status, file.result == -1 ? 255U : 7U) << file.what;
+        EXPECT_THAT(time.sleeps, SizeIs(1)) << file.what;
+    }
+}
+
+TEST_F(cim_helper_changes, refuses_an_answer_longer_than_its_commands_can_have) {
+    constexpr std::size_t kib = 1024;
+    for (const std::size_t commands : {std::size_t{1}, std::size_t{3}}) {
+        const std::size_t longest = 1024 * kib + commands * 64 * kib;
+        for (const std::size_t size : {longest, longest + 1}) {
+            std::string result = outcome("5", "100") + outcome("6", "4711") + '#';
+            result.resize(size, 'x');
+            std::vector<dp_transaction> trans(commands, request(2, "Main.A", "1"));
+            time.sleeps.clear();
+            answer(result);
+            const bool is_read = size == longest;
+            EXPECT_EQ(
+                helper.set_bios_attribute_value(trans.data(), static_cast<unsigned>(commands)),
+                is_read ? 2 : -1);
+            EXPECT_EQ(trans[0].status, is_read ? 5U : 255U);
+            EXPECT_EQ(trans.back().status, is_read ? (commands == 1 ? 5U : 4711U) : 255U);
+        }
+    }
+}
+
+TEST_F(cim_helper_changes, adds_no_entries_of_an_answer_that_is_too_long) {
+    auto cmds = one_command();
+    std::vector<batch_file_entry> entries;
+    time.on_sleep = [this](std::uint32_t) {
+        test::write_file(result_file, outcome("5", "100"));
+        std::filesystem::resize_file(result_file, 1U << 31U);  // needs no space on the disk
+    };
+    EXPECT_EQ(helper.process_batch_file(cmds, entries), -1);
+    EXPECT_THAT(entries, SizeIs(0));
 }
 
 TEST_F(cim_helper_changes, appends_the_entries_of_the_answer) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -40,6 +41,27 @@ TEST_F(open_regular_file_test, refuses_everything_else_without_waiting) {
     EXPECT_EQ(dp::open_regular_file("/dev/null", O_WRONLY), -1);
     std::filesystem::create_symlink("file", test::root() + "/link");
     EXPECT_EQ(dp::open_regular_file(test::root() + "/link", O_RDONLY), -1);
+}
+
+TEST_F(open_regular_file_test, does_not_even_open_what_is_not_a_regular_file) {
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    const int notify = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ASSERT_GE(inotify_add_watch(notify, file.c_str(), IN_OPEN), 0);
+    EXPECT_EQ(dp::open_regular_file(file, O_RDONLY), -1);
+    char event[sizeof(inotify_event)];
+    EXPECT_EQ(read(notify, event, sizeof event), -1) << "it was opened";
+    const int opened = open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    EXPECT_GT(read(notify, event, sizeof event), 0) << "openings are reported";
+    close(opened);
+    close(notify);
+}
+
+TEST_F(open_regular_file_test, follows_a_symlink_to_a_regular_file) {
+    test::write_file(file, "text");
+    std::filesystem::create_symlink("file", test::root() + "/link");
+    const int descriptor = dp::open_regular_file(test::root() + "/link", O_RDONLY);
+    ASSERT_GE(descriptor, 0);
+    close(descriptor);
 }
 
 }  // namespace
