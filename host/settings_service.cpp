@@ -165,7 +165,10 @@ dp_support::result<> settings_service::load_values() {
     }
     std::size_t dropped = 0;
     if (pending || current) {
-        dropped = load_all(pending ? *pending : *current, *store_);
+        dropped = load_all((pending ? *pending : *current).values, *store_);
+    }
+    if (pending) {
+        pending_version_ = pending->version;
     }
     const std::size_t added = store_->add_defaults(pending || current ? no_setting : every_setting);
     if (!pending || dropped > 0 || added > 0) {
@@ -185,7 +188,7 @@ dp_support::result<> settings_service::write_values_file(const std::string& path
                                                          const value_store& store,
                                                          const std::string& history_lines) {
     staged_file file(path, staged_file::durable);
-    write_values(store, file.out());
+    const std::string version = write_values(store, file.out());
     auto written = file.complete();
     if (written) {
         if (!history_lines.empty()) {
@@ -195,6 +198,9 @@ dp_support::result<> settings_service::write_values_file(const std::string& path
     }
     if (path == dp::fixed_paths::uefi_settings.str()) {
         file_differs_ = !written && file.is_in_place();
+        if (written) {
+            pending_version_ = version;
+        }
     }
     return written;
 }
@@ -310,7 +316,7 @@ dp_support::result<> settings_service::install(update_parts parts) {
     staged_file product_data(product_data_path, staged_file::durable);
     std::ifstream source(dp_service::server_paths::update_template.str(), std::ios::binary);
     bios.out() << source.rdbuf();
-    write_values(*parts.store, pending.out());
+    const std::string version = write_values(*parts.store, pending.out());
     write_values(*parts.store, current.out());
     product_data.out() << *data;
     staged_file* const files[] = {&bios, &pending, &current, &product_data};
@@ -326,6 +332,7 @@ dp_support::result<> settings_service::install(update_parts parts) {
     if (bios.is_in_place()) {
         dp_service::template_cache::discard();
         use(std::move(parts.model), std::move(parts.store));
+        pending_version_ = version;
         file_differs_ = !pending.is_in_place();
         refresh_build_id();
         send_alerts(dp::command::alerts::bios_updated, fm::command::alerts::bios_updated);

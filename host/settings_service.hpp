@@ -41,6 +41,10 @@ class settings_service {
     /// because an earlier write failed after it had replaced the file. Call it after transactions.
     void retry_failed_write();
 
+    /// The version of the pending values: `dp_service::values_seal::version_of` their file, a short
+    /// text without spaces that changes exactly when a pending value changes.
+    [[nodiscard]] const std::string& pending_version() const { return pending_version_; }
+
     /// Restarts the simulated server: pending values become current. Alerts listeners.
     dp_service::server_answer restart();
 
@@ -70,6 +74,7 @@ class settings_service {
     std::unique_ptr<template_model> model_;
     std::unique_ptr<value_store> store_;
     bool file_differs_ = false;  // from the store, because writing it failed
+    std::string pending_version_;
     change_history history_{dp_service::server_paths::history.str()};
     // The lines of one transaction have at most the size of the history and one line.
     history_journal journal_{service_files::history_journal.str(),

@@ -2,14 +2,15 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
-#include <iomanip>
 #include <string_view>
 #include <utility>
 
 #include "common/io_loops.hpp"
 #include "host/process/service_log.hpp"
 #include "host/process/trusted_file.hpp"
+#include "service_api/fnv1a_64.hpp"
 #include "support/remove_or_set_aside.hpp"
 #include "support/staged_file.hpp"
 
@@ -17,25 +18,21 @@ namespace dp_host {
 namespace {
 
 // Length and 64-bit FNV-1a hash of a text.
-class fnv1a_64 {
+class length_and_hash {
   public:
     void add(std::string_view text) {
         length_ += text.size();
-        for (const char c : text) {
-            hash_ = (hash_ ^ static_cast<unsigned char>(c)) * 0x100000001B3;
-        }
+        hash_.add(text);
     }
-    [[nodiscard]] std::string str() const {
-        return text_of(length_, ' ', std::hex, std::setw(16), std::setfill('0'), hash_);
-    }
+    [[nodiscard]] std::string str() const { return text_of(length_, ' ', hash_.str()); }
 
   private:
     std::uint64_t length_ = 0;
-    std::uint64_t hash_ = 0xCBF29CE484222325;
+    dp_service::fnv1a_64 hash_;
 };
 
 std::string hash_of(std::string_view text) {
-    fnv1a_64 hash;
+    length_and_hash hash;
     hash.add(text);
     return hash.str();
 }
@@ -46,7 +43,7 @@ std::string hash_of_file(const std::string& path) {
     if (!file) {
         return {};
     }
-    fnv1a_64 hash;
+    length_and_hash hash;
     std::array<char, 4096> chunk{};
     ssize_t count = 0;
     while ((count = dp::read_some(file->descriptor.get(), chunk.data(), chunk.size())) > 0) {

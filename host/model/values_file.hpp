@@ -1,6 +1,7 @@
 #ifndef DP_HOST_MODEL_VALUES_FILE_HPP
 #define DP_HOST_MODEL_VALUES_FILE_HPP
 
+#include <cstddef>
 #include <iosfwd>
 #include <string>
 #include <utility>
@@ -17,12 +18,21 @@ namespace dp_host {
 /// Qualified names and values in the order of a file.
 using named_values = std::vector<std::pair<std::string, std::string>>;
 
-/// Writes every value of `store` as a line.
-void write_values(const value_store& store, std::ostream& out);
+struct values_content {
+    named_values values;
+    std::string version;  ///< of the values: `dp_service::values_seal::version_of` the file
+};
 
-/// The values in the file `path`, which may be compressed, read under its read lock. The code of a
-/// failure is ENOENT when there is no such file.
-dp_support::result<named_values> read_values(const std::string& path);
+/// Writes every value of `store` as a line, and returns their number.
+std::size_t write_set_lines(const value_store& store, std::ostream& out);
+
+/// Writes a file of values: the lines of `write_set_lines`, sealed (`dp_service::values_seal`).
+/// Returns the version of the values.
+std::string write_values(const value_store& store, std::ostream& out);
+
+/// The content of the file `path`, which may be compressed, read under its read lock. The code of a
+/// failure is ENOENT when there is no such file, and EBADMSG when it is damaged.
+dp_support::result<values_content> read_values(const std::string& path);
 
 }  // namespace dp_host
 

@@ -13,6 +13,7 @@
 #include "service_api/server_paths.hpp"
 #include "service_api/service_lock.hpp"
 #include "service_api/template_cache.hpp"
+#include "service_api/values_seal.hpp"
 #include "support/output_files.hpp"
 #include "support/read_file.hpp"
 #include "support/template_expansion.hpp"
@@ -78,6 +79,7 @@ result<std::string> read_values(const std::string& path) {
     if (!reader.decompress(path, text)) {
         return failure{path + ": cannot be read"};
     }
+    const auto examined = dp_service::values_seal::examine(text.view());
     reader.read_file(text, nullptr);
     if (checker.bad > 0) {
         return failure{path + ": " + std::to_string(checker.bad) +
@@ -85,6 +87,9 @@ result<std::string> read_values(const std::string& path) {
     }
     if (checker.good == 0) {
         return failure{path + ": contains no values"};
+    }
+    if (examined.found == dp_service::values_seal::completeness::damaged) {
+        return failure{path + ": " + examined.problem};
     }
     return bytes;
 }

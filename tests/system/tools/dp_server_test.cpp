@@ -99,6 +99,7 @@ TEST_F(dp_server, install_checks_every_part_first) {
     write("no_configuration", "id:A\x95\xA7\n");
     write("empty", "");
     write("get", "0 0 uefi get A.B \"\" \"\"\n");
+    write("cut", "0 0 uefi set A.B \"1\" \"\" \n0 0 uefi set A.C \"5");
     const auto with = [](const std::string& bios, const std::string& settings) {
         return run_program("dp-server", {"install", "--template", bios, "--settings", settings,
                                          "--build-id", "1"});
@@ -108,7 +109,7 @@ TEST_F(dp_server, install_checks_every_part_first) {
         EXPECT_EQ(result.exit_code, 1) << bad;
         EXPECT_THAT(result.err, StartsWith(std::string("dp-server: install: ") + bad));
     }
-    for (const char* bad : {"garbage", "empty", "get", "missing", "tmp"}) {
+    for (const char* bad : {"garbage", "empty", "get", "cut", "missing", "tmp"}) {
         const auto result = with("u.efi", bad);
         EXPECT_EQ(result.exit_code, 1) << bad;
         EXPECT_THAT(result.err, StartsWith(std::string("dp-server: install: ") + bad));

@@ -44,7 +44,7 @@ class sample_service : public testing::Test {
 
     std::string text() const {
         std::ostringstream out;
-        dp_host::write_values(*store, out);
+        dp_host::write_set_lines(*store, out);
         return out.str();
     }
 

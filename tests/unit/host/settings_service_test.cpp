@@ -14,6 +14,7 @@
 #include "service_api/service_status.hpp"
 #include "tests/support/child_process.hpp"
 #include "tests/support/sample_template.hpp"
+#include "tests/support/sealed_values.hpp"
 #include "tests/support/test_platform.hpp"
 #include "tests/unit/host/exchange/answered_batch.hpp"
 
@@ -65,10 +66,10 @@ class settings_service_test : public testing::Test {
         test::text("B", "New", "fresh", 0, 0, ""),
         test::with_instances(test::number("A", "Port", "6", 0, 10, 1), 2, 3),
         test::with_instances(test::number("B", "Fan", "7", 0, 10, 1), 1, 2)};
-    const std::string all_defaults =
+    const std::string all_defaults = test::sealed(
         "0 0 uefi set A.Mode \"x\" \"\" \n0 0 uefi set A.Size \"1\" \"\" \n"
         "0 0 uefi set A.Gone \"old\" \"\" \n0 0 uefi set A.Port.1 \"5\" \"\" \n"
-        "0 0 uefi set A.Port.2 \"5\" \"\" \n";
+        "0 0 uefi set A.Port.2 \"5\" \"\" \n");
     const std::string bios = in_root("/var/dp/uefi_template.efi");
     const std::string pending = in_root("/var/dp/uefi_settings.txt");
     const std::string current = in_root("/var/dp/uefi_current.txt");
@@ -104,8 +105,8 @@ TEST_F(settings_service_test, missing_values_become_defaults_and_unknown_values_
     dp_host::settings_service service;
     ASSERT_TRUE(service.start());
     EXPECT_EQ(test::read_file(pending),
-              "0 0 uefi set A.Mode \"y\" \"\" \n0 0 uefi set A.Size \"1\" \"\" \n"
-              "0 0 uefi set A.Gone \"old\" \"\" \n");
+              test::sealed("0 0 uefi set A.Mode \"y\" \"\" \n0 0 uefi set A.Size \"1\" \"\" \n"
+                           "0 0 uefi set A.Gone \"old\" \"\" \n"));
 }
 
 TEST_F(settings_service_test, lost_pending_values_are_taken_from_the_current_ones) {
@@ -240,7 +241,7 @@ TEST_F(settings_service_test, a_start_replays_a_journal_whose_values_are_in_plac
     EXPECT_EQ(start_with_journal("earlier\n" + lines), "earlier\n" + lines);
     EXPECT_EQ(start_with_journal("earlier\n" + first + "<t>"), "earlier\n" + lines);
     // An unknown value makes the start write the file of values again.
-    test::write_file(pending, test::read_file(pending) + "0 0 t set A.Odd \"1\" \"\"\n");
+    test::write_file(pending, "0 0 t set A.Mode \"z\" \"\"\n0 0 t set A.Odd \"1\" \"\"\n");
     EXPECT_EQ(start_with_journal("earlier\n"), "earlier\n" + lines);
 }
 
@@ -262,6 +263,40 @@ TEST_F(settings_service_test,
     EXPECT_FALSE(fileexist(journal));
     EXPECT_EQ(log.lines.size(), 1U);
     EXPECT_FALSE(fileexist(history));
+}
+
+TEST_F(settings_service_test, the_version_of_the_pending_values_changes_exactly_when_they_do) {
+    // A file of another program, without a seal.
+    test::write_file(pending,
+                     "0 0 t set A.Mode \"y\" \"\"\n0 0 t set A.Size \"1\" \"\"\n"
+                     "0 0 t set A.Gone \"old\" \"\"\n");
+    dp_host::settings_service service;
+    ASSERT_TRUE(service.start());
+    const std::string first = service.pending_version();
+    EXPECT_EQ(first.size(), 16U);
+    EXPECT_EQ(dp_service::values_seal::version_of(pending), first);
+
+    run(service, "0 1 t set A.Mode \"z\" \"\"\n");
+    const std::string second = service.pending_version();
+    EXPECT_NE(second, first);
+    EXPECT_EQ(dp_service::values_seal::version_of(pending), second);
+
+    run(service, "0 1 t get A.Mode \"\" \"\"\n0 2 t set A.Mode \"z\" \"\"\n");
+    run(service, "0 1 t set A.Mode \"bad\" \"\"\n");
+    EXPECT_EQ(service.restart().status, 0);
+    EXPECT_EQ(service.pending_version(), second);
+    dp_host::settings_service again;
+    ASSERT_TRUE(again.start());
+    EXPECT_EQ(again.pending_version(), second);
+}
+
+TEST_F(settings_service_test, a_change_that_was_not_persisted_leaves_the_version) {
+    dp_host::settings_service service;
+    ASSERT_TRUE(service.start());
+    const std::string before_change = service.pending_version();
+    std::filesystem::rename(in_root("/var/dp"), in_root("/var/aside"));
+    run(service, "0 1 t set A.Mode \"z\" \"\"\n");
+    EXPECT_EQ(service.pending_version(), before_change);
 }
 
 TEST_F(settings_service_test, a_restart_makes_pending_values_current) {
@@ -293,10 +328,10 @@ TEST_F(settings_service_test, an_update_keeps_values_that_are_still_valid) {
     const auto outcome = service.update();
     ASSERT_EQ(outcome.status, 0) << outcome.reason;
     // Mode is still valid, Size is too big, Port keeps the instance that still exists.
-    const std::string expected =
+    const std::string expected = test::sealed(
         "0 0 uefi set A.Mode \"y\" \"\" \n0 0 uefi set A.Size \"2\" \"\" \n"
         "0 0 uefi set B.New \"fresh\" \"\" \n0 0 uefi set A.Port.2 \"9\" \"\" \n"
-        "0 0 uefi set B.Fan.1 \"7\" \"\" \n0 0 uefi set B.Fan.2 \"7\" \"\" \n";
+        "0 0 uefi set B.Fan.1 \"7\" \"\" \n0 0 uefi set B.Fan.2 \"7\" \"\" \n");
     EXPECT_EQ(test::read_file(pending), expected);
     EXPECT_EQ(test::read_file(current), expected);
     EXPECT_EQ(test::read_file(bios), records(after));
@@ -322,8 +357,8 @@ TEST_F(settings_service_test, an_update_determines_read_only_values_where_it_can
     ASSERT_TRUE(service.start());
     prepare_update(read_only_texts("2.0", ""));
     ASSERT_EQ(service.update().status, 0);
-    EXPECT_EQ(test::read_file(pending),
-              "0 0 uefi set A.Version \"2.0\" \"\" \n0 0 uefi set A.Serial \"S7\" \"\" \n");
+    EXPECT_EQ(test::read_file(pending), test::sealed("0 0 uefi set A.Version \"2.0\" \"\" \n"
+                                                     "0 0 uefi set A.Serial \"S7\" \"\" \n"));
 }
 
 TEST_F(settings_service_test, an_update_can_be_run_again) {

@@ -35,7 +35,7 @@ class value_store_test : public testing::Test {
 
     std::string text() {
         std::ostringstream out;
-        dp_host::write_values(store, out);
+        dp_host::write_set_lines(store, out);
         return out.str();
     }
 

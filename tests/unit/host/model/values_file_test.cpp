@@ -31,15 +31,17 @@ TEST_F(values_file_test, every_byte_but_the_newline_is_read_back) {
         }
     }
     store.put({model->find("A", "Bytes"), dp::no_instance}, all);
+    std::string version;
     {
         std::ofstream out(path, std::ios::binary);
-        dp_host::write_values(store, out);
+        version = dp_host::write_values(store, out);
     }
     const auto values = dp_host::read_values(path);
     ASSERT_TRUE(values) << values.reason();
-    ASSERT_EQ(values->size(), 1U);
-    EXPECT_EQ(values->at(0).first, "A.Bytes");
-    EXPECT_EQ(values->at(0).second, all);
+    EXPECT_EQ(values->version, version);
+    ASSERT_EQ(values->values.size(), 1U);
+    EXPECT_EQ(values->values.at(0).first, "A.Bytes");
+    EXPECT_EQ(values->values.at(0).second, all);
 }
 
 TEST_F(values_file_test, a_missing_file_has_a_code_of_its_own) {
@@ -52,7 +54,16 @@ TEST_F(values_file_test, a_compressed_file_is_read) {
                                                "\"x\" \"\" \n"));
     const auto values = dp_host::read_values(path);
     ASSERT_TRUE(values) << values.reason();
-    EXPECT_EQ(*values, (named_values{{"A.B", "1"}, {"A.C.3", "x"}}));
+    EXPECT_EQ(values->values, (named_values{{"A.B", "1"}, {"A.C.3", "x"}}));
+}
+
+TEST_F(values_file_test, a_damaged_file_is_refused_with_a_code_of_its_own) {
+    for (const char* const text : {"", "0 0 <t> set A.B \"1\" \"\" \n0 0 <t> set A.C \"5"}) {
+        test::write_file(path, text);
+        EXPECT_EQ(dp_host::read_values(path).code(), EBADMSG);
+    }
+    EXPECT_EQ(dp_host::read_values(path).reason(),
+              path + " is damaged: its last line is incomplete");
 }
 
 TEST_F(values_file_test, a_symlink_is_refused) {

@@ -1,0 +1,177 @@
+#include "service_api/values_seal.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <sstream>
+#include <utility>
+
+#include "batch/batch_file_entry.hpp"
+#include "batch/batch_file_intf.hpp"
+#include "batch/batch_file_reader.hpp"
+#include "common/io_loops.hpp"
+#include "service_api/fnv1a_64.hpp"
+
+namespace dp_service::values_seal {
+namespace {
+
+constexpr std::string_view mark = "# dp-values ";
+constexpr std::string_view begin_mark = "# dp-values begin";
+constexpr std::string_view end_mark = "# dp-values end ";
+
+std::string hash_of(std::string_view text) {
+    fnv1a_64 hash;
+    hash.add(text);
+    return hash.str();
+}
+
+bool is_value_line(std::string_view line) {
+    return !line.empty() && line.front() != '#' &&
+           line.find_first_not_of(' ') != std::string_view::npos;
+}
+
+bool has_mark(std::string_view text) {
+    for (std::size_t at = text.find(mark); at != std::string_view::npos;
+         at = text.find(mark, at + 1)) {
+        if (at == 0 || text[at - 1] == '\n') {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool is_name(const std::string& text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
+        return static_cast<unsigned char>(c) > ' ' && c != '\x7F';
+    });
+}
+
+// Whether the entry of a line is a set command for a name.
+class set_line_check final : public dp::batch_file_intf {
+  public:
+    void process_entry(dp::batch_file_entry& entry, dp::registrar* /*reg*/) override {
+        is_set = (entry.operation == "set" || entry.operation == "setv") &&
+                 is_name(entry.name.configuration) && is_name(entry.name.setting);
+    }
+
+    bool is_set = false;
+};
+
+// Each line is read alone: the library's reader lets a line that lacks words keep those of the
+// previous one.
+bool is_set_line(std::string_view line) {
+    if (std::count(line.begin(), line.end(), '"') < 2) {
+        return false;
+    }
+    set_line_check check;
+    dp::batch_file_reader reader(&check);
+    std::istringstream in{std::string(line)};
+    reader.read_file(in, nullptr);
+    return check.is_set;
+}
+
+examination damaged(std::string problem) {
+    return {completeness::damaged, {}, std::move(problem)};
+}
+
+examination examine_unsealed(std::string_view text) {
+    if (!text.empty() && text.back() != '\n') {
+        return damaged("its last line is incomplete");
+    }
+    std::size_t count = 0;
+    std::size_t number = 0;
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = text.find('\n', begin);
+        const std::string_view line = text.substr(begin, end - begin);
+        begin = end + 1;
+        ++number;
+        if (is_value_line(line)) {
+            ++count;
+            if (!is_set_line(line)) {
+                return damaged("its line " + std::to_string(number) + " is not a set command");
+            }
+        }
+    }
+    return count == 0 ? damaged("it contains no values")
+                      : examination{completeness::unsealed, hash_of(text), {}};
+}
+
+std::size_t count_of_value_lines(std::string_view text) {
+    std::size_t count = 0;
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = std::min(text.find('\n', begin), text.size());
+        count += is_value_line(text.substr(begin, end - begin)) ? 1U : 0U;
+        begin = end + 1;
+    }
+    return count;
+}
+
+bool has_acceptable_size(const std::string& path) {
+    struct stat info {};
+    const int file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (file == -1) {
+        return false;
+    }
+    // The second word of a compressed image, little-endian, is the size of its text.
+    std::array<unsigned char, 8> start{};
+    const bool is_regular = fstat(file, &info) == 0 && S_ISREG(info.st_mode);
+    const ssize_t got = is_regular ? dp::read_some(file, start.data(), start.size()) : -1;
+    close(file);
+    if (got < 0 || info.st_size > static_cast<off_t>(size_limit)) {
+        return false;
+    }
+    const auto word = [&](std::size_t at) {
+        return std::uint64_t{start.at(at)} | std::uint64_t{start.at(at + 1)} << 8U |
+               std::uint64_t{start.at(at + 2)} << 16U | std::uint64_t{start.at(at + 3)} << 24U;
+    };
+    const bool may_be_image = word(0) < static_cast<std::uint64_t>(info.st_size);
+    return !may_be_image || word(4) <= size_limit;
+}
+
+}  // namespace
+
+std::string end_line(std::string_view text, std::size_t count) {
+    std::string line(end_mark);
+    line += std::to_string(count) + ' ' + hash_of(text);
+    return line;
+}
+
+examination examine(std::string_view text) {
+    std::string_view last = text;
+    if (last.ends_with('\n')) {
+        last.remove_suffix(1);
+    }
+    // npos + 1 is 0.
+    last.remove_prefix(last.rfind('\n') + 1);
+    const bool begins = text.starts_with(begin_mark);
+    const bool ends = last.starts_with(end_mark);
+    if (!begins && !ends && !has_mark(text)) {
+        return examine_unsealed(text);
+    }
+    if (!begins || !ends) {
+        return damaged(begins ? "it was cut off" : "its beginning is lost");
+    }
+    const std::string_view before(text.data(), static_cast<std::size_t>(last.data() - text.data()));
+    if (last != end_line(before, count_of_value_lines(before))) {
+        return damaged("it does not match the hash in its last line");
+    }
+    return {completeness::sealed, std::string(last.substr(last.rfind(' ') + 1)), {}};
+}
+
+std::optional<std::string> version_of(const std::string& path) {
+    std::ostringstream text;
+    dp::batch_file_reader reader;
+    if (!has_acceptable_size(path) || !reader.decompress(path, text)) {
+        return std::nullopt;
+    }
+    const examination examined = examine(text.view());
+    if (examined.found == completeness::damaged) {
+        return std::nullopt;
+    }
+    return examined.version;
+}
+
+}  // namespace dp_service::values_seal
