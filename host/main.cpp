@@ -46,7 +46,7 @@ int serve() {
             .and_then([&] { return loop.begin(); })
             .and_then([&] { return service.start(); });
     if (!started) {
-        return fail(started.reason());
+        return dp_host::stop_signal::received() ? done : fail(started.reason());
     }
     loop.recover();
     // Programs that start the service wait for this line.

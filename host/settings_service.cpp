@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <ctime>
 #include <fstream>
 #include <utility>
 #include <vector>
 
 #include "bios/uefi_build_id.hpp"
+#include "host/history/history_time.hpp"
 #include "host/model/read_template.hpp"
 #include "host/model/values_file.hpp"
 #include "host/model/vital_product_data.hpp"
@@ -16,6 +18,7 @@
 #include "host/process/service_log.hpp"
 #include "host/process/trusted_file.hpp"
 #include "logs/alerts.hpp"
+#include "service_api/change_record.hpp"
 #include "service_api/service_status.hpp"
 #include "service_api/template_cache.hpp"
 #include "settings/configuration.hpp"
@@ -32,6 +35,7 @@ using dp_support::staged_file;
 
 constexpr std::size_t most_value_lines = 20;
 constexpr std::size_t longest_build_id_file = 4096;
+constexpr unsigned char most_in_alert = 255;
 
 // Logs the stored values that could not be loaded, up to a limit.
 class load_report {
@@ -60,12 +64,12 @@ class load_report {
 
 // Loads the values of a file, also those that are not valid: they are the values of the server.
 // Returns the number of values that were dropped.
-std::size_t load_all(named_values& values, value_store& store) {
+std::size_t load_all(const named_values& values, value_store& store) {
     load_report report;
     dp::qualified_setting_name name;
-    for (auto& [text, value] : values) {
+    for (const auto& [text, value] : values) {
         name.parse(text);
-        report.add(store.load(name, std::move(value), true), text);
+        report.add(store.load(name, value, true), text);
     }
     return report.unknown();
 }
@@ -97,6 +101,13 @@ bool every_setting(const dp::setting& /*s*/) {
 
 bool no_setting(const dp::setting& /*s*/) {
     return false;
+}
+
+// The history's line for something that the service itself did.
+std::string event_line(const char* target, const std::string& text) {
+    const dp_service::change_record event{dp_service::change_record::by_service,
+                                          history_time(std::time(nullptr)), target, text};
+    return event.line() + '\n';
 }
 
 // The library opens the file of the build id without checks, so it must be trusted.
@@ -152,51 +163,91 @@ dp_support::result<> settings_service::start() {
     return {};
 }
 
+// Logs why the file is not used and what its values were replaced by, keeps the damaged files, and
+// returns the line for the history. Empty when there is nothing to report.
+std::string settings_service::report_recovery(const values_archive& of,
+                                              const values_archive::loaded& found,
+                                              const char* target, const char* instead) const {
+    if (found.problem.empty()) {
+        return {};
+    }
+    const std::string source = found.is_backup ? "its backup" : instead;
+    log_error(found.problem, "; using ", source, " instead");
+    of.keep_damaged();
+    plugin_.alert(dp::command::alerts::persist_failed, found.is_damaged ? EBADMSG : ENOENT);
+    plugin_.alert(dp::command::alerts::settings_changed, most_in_alert);
+    return event_line(target, found.problem + "; using " + source);
+}
+
 dp_support::result<> settings_service::load_values() {
-    const std::string pending_path = dp::fixed_paths::uefi_settings.str();
-    const std::string current_path = dp::fixed_paths::uefi_current.str();
-    auto pending = read_values(pending_path);
-    if (!pending && pending.code() != ENOENT) {
+    auto pending = pending_file_.load();
+    if (!pending) {
         return pending.error();
     }
-    auto current = read_values(current_path);
-    if (!current && current.code() != ENOENT) {
+    auto current = current_file_.load();
+    if (!current) {
         return current.error();
     }
     std::size_t dropped = 0;
-    if (pending || current) {
-        dropped = load_all((pending ? *pending : *current).values, *store_);
+    const bool is_first = !pending->content && !current->content;
+    if (!is_first) {
+        const auto& source = pending->content ? *pending->content : *current->content;
+        dropped = load_all(source.values, *store_);
+        pending_version_ = source.version;
     }
-    if (pending) {
-        pending_version_ = pending->version;
+    if (!pending->content && !is_first && pending->problem.empty()) {
+        log_line(pending_file_.path(), " is missing; using the current values");
     }
-    const std::size_t added = store_->add_defaults(pending || current ? no_setting : every_setting);
-    if (!pending || dropped > 0 || added > 0) {
-        if (auto written = write_values_file(pending_path, *store_); !written) {
+    const std::size_t added = store_->add_defaults(is_first ? every_setting : no_setting);
+    const std::string pending_line =
+        report_recovery(pending_file_, *pending, dp_service::change_record::of_pending_values,
+                        current->content ? "the current values" : "the defaults");
+    const std::string current_line =
+        report_recovery(current_file_, *current, dp_service::change_record::of_current_values,
+                        pending->content ? "the pending values" : "the defaults");
+    if (!pending->content || pending->is_backup || dropped > 0 || added > 0) {
+        if (auto written = write_values_file(pending_file_, *store_, pending_line); !written) {
             return written;
         }
+        history_.append(pending_line);
+        journal_.remove();
     }
-    if (current) {
+    if (current->content && !current->is_backup) {
         return {};
     }
-    value_store defaults(*model_);
-    defaults.add_defaults(every_setting);
-    return write_values_file(current_path, defaults);
+    value_store values(*model_);
+    if (current->is_backup) {
+        load_all(current->content->values, values);
+    } else if (!is_first) {
+        store_->for_each([&](value_store::key at, const std::string& value) {
+            values.load(at.name(), value, true);
+        });
+    }
+    values.add_defaults(is_first ? every_setting : no_setting);
+    if (auto written = write_values_file(current_file_, values); !written) {
+        return written;
+    }
+    history_.append(current_line);
+    return {};
 }
 
-dp_support::result<> settings_service::write_values_file(const std::string& path,
+dp_support::result<> settings_service::write_values_file(values_archive& to,
                                                          const value_store& store,
                                                          const std::string& history_lines) {
-    staged_file file(path, staged_file::durable);
+    staged_file file(to.path(), staged_file::durable);
     const std::string version = write_values(store, file.out());
     auto written = file.complete();
     if (written) {
         if (!history_lines.empty()) {
             journal_.write(file.staged_path(), history_lines);
         }
+        to.keep_backup();
         written = replace_under_lock(file);
     }
-    if (path == dp::fixed_paths::uefi_settings.str()) {
+    if (file.is_in_place()) {
+        to.remember();
+    }
+    if (&to == &pending_file_) {
         file_differs_ = !written && file.is_in_place();
         if (written) {
             pending_version_ = version;
@@ -206,7 +257,7 @@ dp_support::result<> settings_service::write_values_file(const std::string& path
 }
 
 dp_support::result<> settings_service::write_pending(const std::string& history_lines) {
-    auto written = write_values_file(dp::fixed_paths::uefi_settings.str(), *store_, history_lines);
+    auto written = write_values_file(pending_file_, *store_, history_lines);
     if (!written) {
         log_error("changes are not persisted: ", written.reason());
     }
@@ -245,8 +296,7 @@ void settings_service::send_alerts(dp::command::alerts what, fm::command::alerts
 }
 
 dp_service::server_answer settings_service::restart() {
-    if (const auto written = write_values_file(dp::fixed_paths::uefi_current.str(), *store_);
-        !written) {
+    if (const auto written = write_values_file(current_file_, *store_); !written) {
         log_error("restart: ", written.reason());
         return {not_persisted, written.reason()};
     }
@@ -324,8 +374,18 @@ dp_support::result<> settings_service::install(update_parts parts) {
     for (staged_file* file : files) {
         done = done.and_then([&] { return file->complete(); });
     }
+    if (done) {
+        pending_file_.keep_backup();
+        current_file_.keep_backup();
+    }
     for (staged_file* file : files) {
         done = done.and_then([&] { return replace_under_lock(*file); });
+    }
+    if (pending.is_in_place()) {
+        pending_file_.remember();
+    }
+    if (current.is_in_place()) {
+        current_file_.remember();
     }
     // With its template in place, the new BIOS is the server's, even if other files could not be
     // written: the next start or request writes them.

@@ -10,6 +10,7 @@
 #include "host/host_registrar.hpp"
 #include "host/model/template_model.hpp"
 #include "host/model/value_store.hpp"
+#include "host/model/values_archive.hpp"
 #include "host/process/service_files.hpp"
 #include "host/store_plugin.hpp"
 #include "platform/dp/alerts.hpp"
@@ -30,9 +31,14 @@ class settings_service {
     settings_service(const settings_service&) = delete;
     settings_service& operator=(const settings_service&) = delete;
 
-    /// Reads the template and the values, and writes the files that are missing: pending values
-    /// from the current values or else the template's defaults, current values from the defaults,
-    /// and the build id. First replays the history's journal.
+    /// Reads the template and the values, and writes the files that are missing. First replays the
+    /// history's journal.
+    ///
+    /// Pending values are those of the first complete one of their file, its backup, the file of
+    /// current values and its backup, and else the template's defaults; current values those of
+    /// their file, its backup, the pending values, and else the defaults. A damaged file is kept
+    /// under another name, and what replaced its values is logged, alerted and recorded in the
+    /// history. Fails with EBUSY when another process keeps one of the files locked.
     dp_support::result<> start();
 
     host_registrar& registrar() { return registrar_; }
@@ -61,9 +67,11 @@ class settings_service {
 
     dp_support::result<> persist(const dp::setting_transaction& trans);
     dp_support::result<> write_pending(const std::string& history_lines);
-    dp_support::result<> write_values_file(const std::string& path, const value_store& store,
+    dp_support::result<> write_values_file(values_archive& to, const value_store& store,
                                            const std::string& history_lines = {});
     dp_support::result<> load_values();
+    std::string report_recovery(const values_archive& of, const values_archive::loaded& found,
+                                const char* target, const char* instead) const;
     dp_support::result<> prepare_update(update_parts& parts);
     dp_support::result<> install(update_parts parts);
     void send_alerts(dp::command::alerts what, fm::command::alerts fm_what) const;
@@ -75,6 +83,8 @@ class settings_service {
     std::unique_ptr<value_store> store_;
     bool file_differs_ = false;  // from the store, because writing it failed
     std::string pending_version_;
+    values_archive pending_file_{dp::fixed_paths::uefi_settings.str()};
+    values_archive current_file_{dp::fixed_paths::uefi_current.str()};
     change_history history_{dp_service::server_paths::history.str()};
     // The lines of one transaction have at most the size of the history and one line.
     history_journal journal_{service_files::history_journal.str(),

@@ -15,7 +15,15 @@ namespace dp_service {
 /// and value. In the value, a backslash precedes every backslash and double quote. Who, time and
 /// target are not escaped: none contains a newline, who and target contain no white space, and the
 /// time contains no three spaces in a row.
+///
+/// What dp_settingsd itself did with the values is recorded in the same form: `by_service` is who,
+/// one of the targets in parentheses says what it is about, and the value is a text for a person.
 struct change_record {
+    static constexpr const char* by_service = "dp_settingsd";
+    static constexpr const char* of_pending_values = "(pending)";
+    static constexpr const char* of_current_values = "(current)";
+    static constexpr const char* of_bios = "(BIOS)";
+
     std::string who;     ///< the transaction's name: its identifier without "<" and ">"
     std::string time;    ///< local time in the form of asctime(3), without the newline
     std::string target;  ///< CONFIGURATION.SETTING[.INSTANCE]

@@ -109,28 +109,6 @@ std::size_t count_of_value_lines(std::string_view text) {
     return count;
 }
 
-bool has_acceptable_size(const std::string& path) {
-    struct stat info {};
-    const int file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (file == -1) {
-        return false;
-    }
-    // The second word of a compressed image, little-endian, is the size of its text.
-    std::array<unsigned char, 8> start{};
-    const bool is_regular = fstat(file, &info) == 0 && S_ISREG(info.st_mode);
-    const ssize_t got = is_regular ? dp::read_some(file, start.data(), start.size()) : -1;
-    close(file);
-    if (got < 0 || info.st_size > static_cast<off_t>(size_limit)) {
-        return false;
-    }
-    const auto word = [&](std::size_t at) {
-        return std::uint64_t{start.at(at)} | std::uint64_t{start.at(at + 1)} << 8U |
-               std::uint64_t{start.at(at + 2)} << 16U | std::uint64_t{start.at(at + 3)} << 24U;
-    };
-    const bool may_be_image = word(0) < static_cast<std::uint64_t>(info.st_size);
-    return !may_be_image || word(4) <= size_limit;
-}
-
 }  // namespace
 
 std::string end_line(std::string_view text, std::size_t count) {
@@ -161,10 +139,32 @@ examination examine(std::string_view text) {
     return {completeness::sealed, std::string(last.substr(last.rfind(' ') + 1)), {}};
 }
 
+bool is_within_limit(const std::string& path) {
+    struct stat info {};
+    const int file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (file == -1) {
+        return false;
+    }
+    // The second word of a compressed image, little-endian, is the size of its text.
+    std::array<unsigned char, 8> start{};
+    const bool is_regular = fstat(file, &info) == 0 && S_ISREG(info.st_mode);
+    const ssize_t got = is_regular ? dp::read_some(file, start.data(), start.size()) : -1;
+    close(file);
+    if (got < 0 || info.st_size > static_cast<off_t>(size_limit)) {
+        return false;
+    }
+    const auto word = [&](std::size_t at) {
+        return std::uint64_t{start.at(at)} | std::uint64_t{start.at(at + 1)} << 8U |
+               std::uint64_t{start.at(at + 2)} << 16U | std::uint64_t{start.at(at + 3)} << 24U;
+    };
+    const bool may_be_image = word(0) < static_cast<std::uint64_t>(info.st_size);
+    return !may_be_image || word(4) <= size_limit;
+}
+
 std::optional<std::string> version_of(const std::string& path) {
     std::ostringstream text;
     dp::batch_file_reader reader;
-    if (!has_acceptable_size(path) || !reader.decompress(path, text)) {
+    if (!is_within_limit(path) || !reader.decompress(path, text)) {
         return std::nullopt;
     }
     const examination examined = examine(text.view());

@@ -46,6 +46,10 @@ examination examine(std::string_view text);
 /// Greatest size in bytes of a file of values, compressed or not, that is read.
 inline constexpr std::uint32_t size_limit = std::uint32_t{64} << 20U;
 
+/// Whether the file `path` is a regular file of at most `size_limit` bytes, whose text is not
+/// larger either if it is a compressed image. Reads its first bytes only.
+bool is_within_limit(const std::string& path);
+
 /// The version of the values in the file `path`, which may be compressed: a text of at most 40
 /// printable characters without spaces, which differs between different values. For the pending
 /// values it equals the version that dp_settingsd has, so a request can be made conditional on the

@@ -3,9 +3,9 @@
 #include <cerrno>
 #include <fstream>
 
-#include "common/file_locks.hpp"
 #include "common/file_utilities.hpp"
 #include "common/fixed_paths.hpp"
+#include "host/process/bounded_lock.hpp"
 #include "host/process/run_program.hpp"
 #include "host/process/text_of.hpp"
 #include "host/process/trusted_file.hpp"
@@ -46,7 +46,10 @@ dp_support::result<std::vector<template_info>> read_template(const std::string& 
     if (const auto checked = check_trusted(text_path); !checked) {
         return checked.error();
     }
-    const readlock lock(template_path);
+    const auto lock = bounded_lock::acquire(template_path, bounded_lock::kind::shared);
+    if (!lock) {
+        return lock.error();
+    }
     if (file_newer_than(template_path, text_path)) {
         if (const auto expanded = expand(template_path, text_path); !expanded) {
             return expanded.error();

@@ -5,8 +5,9 @@
 
 #include "batch/batch_file_entry.hpp"
 #include "batch/batch_file_settings_rdr.hpp"
-#include "common/file_locks.hpp"
 #include "common/quoting.hpp"
+#include "host/process/bounded_lock.hpp"
+#include "host/process/text_of.hpp"
 #include "host/process/trusted_file.hpp"
 #include "service_api/values_seal.hpp"
 #include "settings/configuration.hpp"
@@ -42,12 +43,20 @@ dp_support::result<values_content> read_values(const std::string& path) {
     if (const auto file = open_trusted_file(path); !file) {
         return file.error();
     }
+    if (!dp_service::values_seal::is_within_limit(path)) {
+        return dp_support::failure{
+            text_of(path, " is larger than ", dp_service::values_seal::size_limit, " bytes"),
+            EFBIG};
+    }
     std::vector<std::string> names;
     std::vector<std::string> texts;
     dp::batch_file_settings_rdr reader(&names, &texts);
     std::stringstream plain;
     {
-        const readlock lock(path);
+        const auto lock = bounded_lock::acquire(path, bounded_lock::kind::shared);
+        if (!lock) {
+            return lock.error();
+        }
         if (!reader.decompress(path, plain)) {
             return dp_support::failure{"cannot open " + path};
         }

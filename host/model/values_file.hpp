@@ -30,8 +30,9 @@ std::size_t write_set_lines(const value_store& store, std::ostream& out);
 /// Returns the version of the values.
 std::string write_values(const value_store& store, std::ostream& out);
 
-/// The content of the file `path`, which may be compressed, read under its read lock. The code of a
-/// failure is ENOENT when there is no such file, and EBADMSG when it is damaged.
+/// The content of the file `path`, which may be compressed, read under its read lock, for which it
+/// waits as `bounded_lock` does. The code of a failure is ENOENT when there is no such file,
+/// EBADMSG when it is damaged, EFBIG when it is too large, and EBUSY when it is locked.
 dp_support::result<values_content> read_values(const std::string& path);
 
 }  // namespace dp_host

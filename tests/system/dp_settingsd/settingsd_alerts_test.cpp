@@ -13,6 +13,7 @@
 #include "tests/support/private_queues.hpp"
 #include "tests/support/program.hpp"
 #include "tests/support/sample_template.hpp"
+#include "tests/support/scratch_files.hpp"
 #include "tests/system/dp_settingsd/settingsd_fixture.hpp"
 
 namespace {
@@ -49,6 +50,23 @@ TEST_F(dp_settingsd_alerts, report_changes_and_failed_writes) {
     EXPECT_EQ(alerts.next(), "persist_failed plugin=1 value=" + std::to_string(ENOENT));
     EXPECT_EQ(alerts.next(), "none");
     EXPECT_EQ(fm_alerts.next(), "none");
+}
+
+TEST_F(dp_settingsd_alerts, report_values_that_were_lost_and_replaced_by_others) {
+    test::plugin_alerts alerts;
+    start();
+    set_speed(100);
+    EXPECT_EQ(alerts.next(), "settings_changed plugin=1 value=1");
+    EXPECT_EQ(server.stop(), 0);
+    const std::string text = test::read_file(service_process::pending());
+    std::filesystem::remove(service_process::pending());
+    test::write_file(service_process::pending(), text.substr(0, text.size() / 2));
+    start();
+    EXPECT_EQ(alerts.next(), "persist_failed plugin=1 value=" + std::to_string(EBADMSG));
+    EXPECT_EQ(alerts.next(), "settings_changed plugin=1 value=255");
+    EXPECT_EQ(alerts.next(), "none");
+    EXPECT_EQ(service_process::run_batch("0 1 t get Ports.Speed.1 \"\" \"\"\n"),
+              "0 1 t get Ports.Speed.1 \"\" \"10\" \n");
 }
 
 TEST_F(dp_settingsd_alerts, count_at_most_255_instances) {

@@ -2,10 +2,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <string>
 
+#include "common/file_locks.hpp"
+#include "tests/support/child_process.hpp"
+#include "tests/support/eventually.hpp"
 #include "tests/support/program.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/system/dp_settingsd/settingsd_fixture.hpp"
@@ -122,6 +126,23 @@ TEST_F(dp_settingsd_start, refuses_folders_and_files_of_another_user) {
         expect_refusal(path(name) + " belongs to user 12345, not to user 0");
         ASSERT_EQ(chown(path(name).c_str(), 0, 0), 0);
     }
+}
+
+TEST_F(dp_settingsd_start, sigterm_ends_the_waiting_for_a_lock) {
+    start();
+    EXPECT_EQ(server.stop(), 0);
+    test::child_process writer([](const test::child_process::parent_channel& parent) {
+        const writelock lock(service_process::pending());
+        parent.send('L');
+        return parent.receive() == 'E' ? 0 : 1;
+    });
+    ASSERT_EQ(writer.receive(), 'L');
+    server.launch();
+    ASSERT_TRUE(test::eventually(
+        [] { return service_process::log().find("waiting for at most") != std::string::npos; }));
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(server.stop(), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
 }
 
 TEST_F(dp_settingsd_start, runs_only_once_at_a_time) {

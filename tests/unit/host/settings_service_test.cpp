@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <sstream>
 
 #include "common/file_locks.hpp"
 #include "common/file_utilities.hpp"
@@ -16,69 +15,13 @@
 #include "tests/support/sample_template.hpp"
 #include "tests/support/sealed_values.hpp"
 #include "tests/support/test_platform.hpp"
-#include "tests/unit/host/exchange/answered_batch.hpp"
+#include "tests/unit/host/settings_service_fixture.hpp"
 
 namespace {
 
-// They replace the outside tools: templates are plain text, the build id is a line of a file.
-constexpr const char* copying_dpspy = "cp \"$3\" \"$5\"";
-constexpr const char* reading_sysvpd = "sed -n 's/^UEFIID=//p' \"$DP_ROOT/var/dp/vpd.txt\"";
+using test::records;
 
-std::string records(const std::vector<template_info>& infos) {
-    std::ostringstream out;
-    for (const auto& info : infos) {
-        out << info;
-    }
-    return out.str();
-}
-
-class settings_service_test : public testing::Test {
-  protected:
-    void SetUp() override {
-        test::clean_root();
-        test::write_script(test::root() + "/bin/dpspy", copying_dpspy);
-        test::write_script(test::root() + "/bin/sysvpd", reading_sysvpd);
-        test::write_file(bios, records(before));
-        test::write_file(vpd, "SERIAL=7\nUEFIID=B1\n");
-    }
-
-    static std::string in_root(const std::string& path) { return test::root() + path; }
-
-    std::string run(dp_host::settings_service& service, const std::string& batch) const {
-        test::write_file(work, batch);
-        std::string answer = test::answer_to(work, service.registrar());
-        service.retry_failed_write();
-        return answer;
-    }
-
-    void prepare_update(const std::vector<template_info>& infos) const {
-        std::filesystem::create_directories(in_root("/var/dp/update"));
-        test::write_file(in_root("/var/dp/update/uefi_template.efi"), records(infos));
-        test::write_file(in_root("/var/dp/update/build_id"), "B2\n");
-    }
-
-    const std::vector<template_info> before{
-        test::choice("A", "Mode", "x", "x,y,z"), test::number("A", "Size", "1", 0, 100, 1),
-        test::text("A", "Gone", "old", 0, 0, ""),
-        test::with_instances(test::number("A", "Port", "5", 0, 10, 1), 1, 2)};
-    const std::vector<template_info> after{
-        test::choice("A", "Mode", "z", "y,z"), test::number("A", "Size", "2", 0, 10, 1),
-        test::text("B", "New", "fresh", 0, 0, ""),
-        test::with_instances(test::number("A", "Port", "6", 0, 10, 1), 2, 3),
-        test::with_instances(test::number("B", "Fan", "7", 0, 10, 1), 1, 2)};
-    const std::string all_defaults = test::sealed(
-        "0 0 uefi set A.Mode \"x\" \"\" \n0 0 uefi set A.Size \"1\" \"\" \n"
-        "0 0 uefi set A.Gone \"old\" \"\" \n0 0 uefi set A.Port.1 \"5\" \"\" \n"
-        "0 0 uefi set A.Port.2 \"5\" \"\" \n");
-    const std::string bios = in_root("/var/dp/uefi_template.efi");
-    const std::string pending = in_root("/var/dp/uefi_settings.txt");
-    const std::string current = in_root("/var/dp/uefi_current.txt");
-    const std::string history = in_root("/var/dp/history");
-    const std::string journal = history + ".pending";
-    const std::string vpd = in_root("/var/dp/vpd.txt");
-    const std::string build_id = in_root("/tmp/dp/uefi.bld");
-    const std::string work = in_root("/tmp/dp/batch.run");
-};
+class settings_service_test : public test::settings_service_fixture {};
 
 TEST_F(settings_service_test, the_first_start_writes_defaults_to_both_files_and_the_build_id) {
     dp_host::settings_service service;

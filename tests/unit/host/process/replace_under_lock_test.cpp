@@ -29,6 +29,7 @@ class reader {
           }) {
         EXPECT_EQ(process_.receive(), 'L');
     }
+    [[nodiscard]] pid_t pid() const { return process_.pid(); }
     void end() {
         process_.send('E');
         EXPECT_EQ(process_.wait(), 0);
@@ -64,7 +65,7 @@ TEST_F(replace_under_lock, does_not_wait_forever_for_a_reader) {
     staged_file file(path, staged_file::volatile_file);
     ASSERT_TRUE(file.complete());
     const auto replaced = dp_host::replace_under_lock(file);
-    EXPECT_EQ(replaced.reason(), path + " is locked by another process");
+    EXPECT_EQ(replaced.reason(), path + " is locked by process " + std::to_string(other.pid()));
     EXPECT_EQ(replaced.code(), EBUSY);
     EXPECT_EQ(test::read_file(path), "old");
 }
