@@ -1,4 +1,5 @@
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <iostream>
 #include <string>
@@ -7,6 +8,7 @@
 #include "service_api/server_request.hpp"
 #include "support/command_line.hpp"
 #include "support/program_main.hpp"
+#include "tools/dp-server/kept_values.hpp"
 #include "tools/dp-server/server_files.hpp"
 #include "tools/dp-server/server_request.hpp"
 
@@ -25,6 +27,8 @@ struct options {
     std::string update_build_id;
     bool replace = false;
     double timeout = default_timeout;
+    std::string restored_name;
+    bool partial = false;
 };
 
 void add_timeout(command_line& command, options& chosen) {
@@ -68,6 +72,48 @@ void add_update(command_line& program, options& chosen) {
     add_timeout(command, chosen);
 }
 
+command_line& add_backups(command_line& program) {
+    return program.add_subcommand(
+        "backups",
+        "List the backups of the pending and the current values, and the files of values that\n"
+        "dp_settingsd found damaged at a start.");
+}
+
+command_line& add_restore(command_line& program, options& chosen) {
+    auto& command = program.add_subcommand(
+        "restore",
+        "Restore the values of a backup or of a damaged file, while no dp_settingsd is running.\n"
+        "The replaced file is kept.");
+    command.add_option("NAME", chosen.restored_name, "One of the names that backups lists",
+                       {.required = true});
+    command.add_flag("--partial", chosen.partial,
+                     "Restore what is left of a damaged file; all other values become defaults");
+    return command;
+}
+
+std::string number_of_values(std::size_t count) {
+    return std::to_string(count) + (count == 1 ? " value" : " values");
+}
+
+int list_backups() {
+    for (const auto& file : dp_tools::kept_files()) {
+        std::cout << file.name << ": " << number_of_values(file.count)
+                  << (file.problem.empty() ? std::string() : ", damaged: " + file.problem) << '\n';
+    }
+    return dp_support::done_if_written("dp-server");
+}
+
+int restore(const options& chosen) {
+    const auto restored = dp_tools::restore_values(chosen.restored_name, chosen.partial);
+    if (!restored) {
+        std::cerr << "dp-server: restore: " << restored.reason() << '\n';
+        return dp_support::exit_code::failed;
+    }
+    std::cout << "restored " << number_of_values(*restored) << " of " << chosen.restored_name
+              << "; dp_settingsd uses them at its next start\n";
+    return dp_support::done_if_written("dp-server");
+}
+
 int finish(const std::string& command, const dp_support::result<>& outcome,
            const std::string& message) {
     if (!outcome) {
@@ -84,6 +130,8 @@ int run(int argc, char** argv) {
     const auto& install = add_install(program, chosen);
     const auto& restart = add_restart(program, chosen);
     add_update(program, chosen);
+    const auto& backups = add_backups(program);
+    const auto& restoring = add_restore(program, chosen);
     program.set_footer("The server's files are in " + dp_service::server_paths::data_folder.str() +
                        " and " + dp_service::server_paths::exchange_folder.str() +
                        ", which belong to the user\nthat runs dp_settingsd; only that user can "
@@ -100,6 +148,12 @@ int run(int argc, char** argv) {
         }
         return finish("install", dp_tools::install_server(chosen.parts, chosen.replace),
                       "installed a server with BIOS " + chosen.parts.build_id);
+    }
+    if (backups.is_selected()) {
+        return list_backups();
+    }
+    if (restoring.is_selected()) {
+        return restore(chosen);
     }
     if (restart.is_selected()) {
         return finish("restart",

@@ -13,6 +13,7 @@
 #include "service_api/server_paths.hpp"
 #include "service_api/service_lock.hpp"
 #include "service_api/template_cache.hpp"
+#include "service_api/values_backups.hpp"
 #include "service_api/values_seal.hpp"
 #include "support/output_files.hpp"
 #include "support/read_file.hpp"
@@ -41,11 +42,6 @@ result<> make_folder(const std::string& path) {
         return system_failure("create the folder", path, errno);
     }
     return check_folder(path);
-}
-
-bool exists(const std::string& path) {
-    struct stat status {};
-    return lstat(path.c_str(), &status) == 0;
 }
 
 /// The bytes of a template that can be expanded and has at least one configuration.
@@ -94,7 +90,13 @@ result<std::string> read_values(const std::string& path) {
     return bytes;
 }
 
-/// Keeps services from starting while `lock` exists. Fails if a service is running.
+}  // namespace
+
+bool exists(const std::string& path) {
+    struct stat status {};
+    return lstat(path.c_str(), &status) == 0;
+}
+
 result<> lock_out_services(dp_service::service_lock& lock) {
     const std::string path = dp_service::server_paths::service_lock.str();
     const int error = lock.acquire(path);
@@ -104,8 +106,6 @@ result<> lock_out_services(dp_service::service_lock& lock) {
     return error == EAGAIN ? failure{"dp_settingsd is running; stop it first", error}
                            : system_failure("lock", path, error);
 }
-
-}  // namespace
 
 result<> check_folder(const std::string& path) {
     struct stat status {};
@@ -164,6 +164,10 @@ result<> install_server(const server_parts& parts, bool replace) {
             .and_then([&] { return files.stage(data_path, "UEFIID=" + parts.build_id + "\n"); })
             .and_then([&] { return files.commit(); });
     dp_service::template_cache::discard();
+    if (installed) {
+        dp_service::values_backups::discard(settings_path);
+        dp_service::values_backups::discard(current_path);
+    }
     return installed;
 }
 

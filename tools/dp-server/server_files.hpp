@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "service_api/service_lock.hpp"
 #include "support/result.hpp"
 
 namespace dp_tools {
@@ -21,10 +22,16 @@ struct server_parts {
 /// owned by another user.
 dp_support::result<> check_folder(const std::string& path);
 
+/// Whether there is something at `path`, a symlink included.
+bool exists(const std::string& path);
+
+/// Keeps services from starting while `lock` exists. Fails if a service is running.
+dp_support::result<> lock_out_services(dp_service::service_lock& lock);
+
 /// Sets up a server that was never started: its folders, for this user only, and its template,
 /// values and build id. The parts are checked first. An installed server is replaced only if
-/// `replace` is set, and either completely or not at all. Fails while a service runs, which would
-/// continue with the old values.
+/// `replace` is set, and either completely or not at all; the backups and damaged files of its
+/// values are removed. Fails while a service runs, which would continue with the old values.
 dp_support::result<> install_server(const server_parts& parts, bool replace);
 
 /// Stores the parts of a BIOS update in the folder from which the service takes them.

@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/sealed_values.hpp"
 #include "tests/system/tools/tool_test.hpp"
 
 namespace {
@@ -119,6 +120,70 @@ TEST_F(dp_server, install_checks_every_part_first) {
                                         "--build-id", "two\nlines"})
                   .exit_code,
               2);
+}
+
+std::string one_value(const std::string& value) {
+    return test::sealed("0 0 uefi set Boot.A \"" + value + "\" \"\" \n");
+}
+
+class dp_server_kept_values : public test::tool_test {
+  protected:
+    void SetUp() override {
+        test::tool_test::SetUp();
+        compile(test::sample_registry);
+        ASSERT_EQ(install().exit_code, 0);
+        write("var/dp/uefi_settings.txt", one_value("pending"));
+        write("var/dp/uefi_settings.txt.backup", one_value("earlier"));
+        write("var/dp/uefi_settings.txt.damaged-1", cut);
+    }
+
+    const std::string cut =
+        one_value("old").substr(0, one_value("old").size() - 5) + "\n0 0 uefi set Boot.B \"4";
+};
+
+TEST_F(dp_server_kept_values, are_listed_with_their_state) {
+    const auto result = run_program("dp-server", {"backups"});
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_EQ(result.out,
+              "uefi_settings.txt.backup: 1 value\n"
+              "uefi_settings.txt.damaged-1: 1 value, damaged: it was cut off\n");
+    ASSERT_EQ(install({"--replace"}).exit_code, 0);
+    EXPECT_EQ(run_program("dp-server", {"backups"}).out, "");
+}
+
+TEST_F(dp_server_kept_values, a_backup_is_restored_and_the_replaced_file_becomes_the_backup) {
+    const auto result = run_program("dp-server", {"restore", "uefi_settings.txt.backup"});
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_THAT(result.out, StartsWith("restored 1 value of uefi_settings.txt.backup;"));
+    EXPECT_EQ(read("var/dp/uefi_settings.txt"), one_value("earlier"));
+    EXPECT_EQ(read("var/dp/uefi_settings.txt.backup"), one_value("pending"));
+    ASSERT_EQ(run_program("dp-server", {"restore", "uefi_settings.txt.backup"}).exit_code, 0);
+    EXPECT_EQ(read("var/dp/uefi_settings.txt"), one_value("pending"));
+}
+
+TEST_F(dp_server_kept_values, a_damaged_file_is_restored_only_on_request) {
+    const auto refused = run_program("dp-server", {"restore", "uefi_settings.txt.damaged-1"});
+    EXPECT_EQ(refused.exit_code, 1);
+    EXPECT_THAT(refused.err, HasSubstr("--partial restores what is left: 1"));
+    EXPECT_EQ(read("var/dp/uefi_settings.txt"), one_value("pending"));
+    write("var/dp/uefi_settings.txt", "damaged too");
+    const auto restored =
+        run_program("dp-server", {"restore", "uefi_settings.txt.damaged-1", "--partial"});
+    EXPECT_EQ(restored.exit_code, 0) << restored.err;
+    EXPECT_EQ(read("var/dp/uefi_settings.txt"), one_value("old"));
+    EXPECT_EQ(read("var/dp/uefi_settings.txt.damaged-1"), "damaged too");
+    EXPECT_EQ(read("var/dp/uefi_settings.txt.damaged-2"), cut);
+    EXPECT_EQ(read("var/dp/uefi_settings.txt.backup"), one_value("earlier"));
+}
+
+TEST_F(dp_server_kept_values, only_listed_files_are_restored) {
+    for (const char* const name : {"uefi_settings.txt", "../x", "uefi_settings.txt.damaged-4"}) {
+        EXPECT_THAT(run_program("dp-server", {"restore", name}).err,
+                    HasSubstr("is not the name of a backup or a damaged file"));
+    }
+    EXPECT_THAT(run_program("dp-server", {"restore", "uefi_current.txt.backup"}).err,
+                HasSubstr("uefi_current.txt.backup: cannot be read"));
+    EXPECT_EQ(run_program("dp-server", {"restore"}).exit_code, 2);
 }
 
 TEST_F(dp_server, install_refuses_a_folder_that_is_a_symlink) {
