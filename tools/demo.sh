@@ -207,7 +207,7 @@ title "A value that the attribute does not allow is refused, with the reason"
 run dpctl set "$refused" && fail "an invalid value was accepted"
 echo "(exit code 1)"
 
-title "The status of that batch, and the changes so far"
+title "The status of the last batch, and the changes so far"
 run dpctl status
 run dpctl history --last 5
 

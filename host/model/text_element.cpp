@@ -4,6 +4,7 @@
 
 #include "host/process/service_log.hpp"
 #include "service_api/service_status.hpp"
+#include "service_api/value_limits.hpp"
 #include "support/utf8.hpp"
 #include "transactions/command_status.hpp"
 
@@ -23,11 +24,10 @@ text_element::text_element(const template_info& info)
 std::int32_t text_element::check(const std::string& value) {
     // Texts that are not UTF-8 are measured in bytes.
     const std::size_t length = dp_support::utf8::count_characters(value).value_or(value.size());
-    if (length < min_length_) {
-        return dp_service::service_status::too_short;
-    }
-    if (max_length_ != 0 && length > max_length_) {
-        return dp_service::service_status::too_long;
+    const std::int32_t status =
+        dp_service::value_limits::check_length(length, min_length_, max_length_);
+    if (status != dp::command_status::success) {
+        return status;
     }
     return matches(value) ? dp::command_status::success
                           : dp_service::service_status::pattern_mismatch;

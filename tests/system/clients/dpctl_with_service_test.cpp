@@ -63,7 +63,7 @@ TEST_F(dpctl_with_service, keeps_changes_pending_until_the_server_restarts) {
     EXPECT_EQ(dpctl({"get", "--current", "Boot.Mode"}).out, "Boot.Mode=Legacy\n");
 }
 
-TEST_F(dpctl_with_service, reports_refused_changes_with_reasons_and_makes_the_others) {
+TEST_F(dpctl_with_service, requests_nothing_that_the_template_does_not_allow) {
     const auto result = dpctl({"set", "Boot.Mode=CSM", "Boot.Delay=61", "Boot.Vendor=other",
                                "Ports.Speed.5=1", "Boot.Label=a label"});
     EXPECT_EQ(result.exit_code, 1);
@@ -71,9 +71,24 @@ TEST_F(dpctl_with_service, reports_refused_changes_with_reasons_and_makes_the_ot
     EXPECT_THAT(result.err, HasSubstr("dpctl: Boot.Delay: \"61\" is out of range (allowed: "));
     EXPECT_THAT(result.err, HasSubstr("dpctl: Boot.Vendor: it is read-only\n"));
     EXPECT_THAT(result.err, HasSubstr("dpctl: Ports.Speed.5: the attribute has no such instance"));
-    EXPECT_THAT(result.out, HasSubstr("-> a label, pending"));
-    EXPECT_EQ(dpctl({"get", "Boot.Label", "Boot.Mode"}).out,
-              "Boot.Label=a label\nBoot.Mode=UEFI\n");
+    EXPECT_THAT(result.err, HasSubstr("  Nothing was changed.\n"));
+    EXPECT_THAT(result.out, IsEmpty());
+    EXPECT_EQ(dpctl({"get", "Boot.Label"}).out, "Boot.Label=disk\n");
+    EXPECT_THAT(dpctl({"status"}).out, HasSubstr("No transaction has run"));
+}
+
+// The limits that dpctl knows are those of the service: what it sends is not refused for a value.
+TEST_F(dpctl_with_service, agrees_with_the_service_about_values) {
+    for (const char* const change :
+         {"Boot.Delay=005", "Boot.Delay=60", "Boot.Label=12345678901234567890", "Boot.Label=äöü",
+          "Boot.Order=PXE,HDD", "Boot.Order=[value='HDD',order='1'],[value='PXE',order='2']",
+          "Ports.Speed.4=1000", "Ports.User.8=\"\\\"", "Ports.User.1=a\tb", "Ports.Role.8=admin"}) {
+        const auto result = dpctl({"set", change});
+        EXPECT_EQ(result.exit_code, 0) << change << ": " << result.err;
+    }
+    EXPECT_EQ(dpctl({"get", "Boot.Delay", "Boot.Label", "Boot.Order", "Ports.User.8"}).out,
+              "Boot.Delay=60\nBoot.Label=äöü\nBoot.Order=HDD,PXE\nPorts.User.8=\"\\\"\n");
+    EXPECT_THAT(dpctl({"history", "Ports.User.8"}).out, HasSubstr("Ports.User.8  \"\\\"\n"));
 }
 
 TEST_F(dpctl_with_service, resets_a_collection_to_its_defaults) {
@@ -86,7 +101,8 @@ TEST_F(dpctl_with_service, resets_a_collection_to_its_defaults) {
 }
 
 TEST_F(dpctl_with_service, shows_failures_of_the_last_batch_with_reasons) {
-    EXPECT_EQ(dpctl({"set", "Boot.Mode=CSM", "Boot.Delay=60"}).exit_code, 1);
+    service_process::run_batch(
+        "0 1 <t> set Boot.Mode \"CSM\" \"\"\n0 2 <t> set Boot.Delay \"60\" \"\"\n");
     const auto result = dpctl({"status"});
     EXPECT_EQ(result.exit_code, 0) << result.err;
     EXPECT_THAT(result.out, HasSubstr("finished, 1 of 2 commands failed\n"));

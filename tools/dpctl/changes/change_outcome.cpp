@@ -28,6 +28,8 @@ const char* outcome_word(change_outcome outcome) {
             return "refused";
         case change_outcome::no_answer:
             return "no_answer";
+        case change_outcome::not_requested:
+            return "not_requested";
         case change_outcome::unconfirmed:
             break;
     }

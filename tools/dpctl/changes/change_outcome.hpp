@@ -11,14 +11,16 @@ namespace dpctl {
 
 /// The outcome of an attempt to change a setting.
 enum class change_outcome {
-    already,      ///< the setting already had the value; no request was sent
-    changed,      ///< the settings file has the value now, perhaps in the service's own spelling
-    refused,      ///< the service reported a status
-    no_answer,    ///< the service did not answer at all
-    unconfirmed,  ///< no failure was reported, but the settings file still has the old value
+    already,    ///< the setting already had the value; no request was sent
+    changed,    ///< the settings file has the value now, perhaps in the service's own spelling
+    refused,    ///< the service reported a status, or would: the template does not allow the value
+    no_answer,  ///< the service did not answer at all
+    not_requested,  ///< no request was sent, because of another setting
+    unconfirmed,    ///< no failure was reported, but the settings file still has the old value
 };
 
-/// The outcome as programs read it: "already", "changed", "refused", "no_answer", "unconfirmed".
+/// The outcome as programs read it: "already", "changed", "refused", "no_answer",
+/// "not_requested", "unconfirmed".
 const char* outcome_word(change_outcome outcome);
 
 /// Whether `value`, as read, is the value `requested`: the same text, the same number for a numeric

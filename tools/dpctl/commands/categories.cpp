@@ -1,5 +1,3 @@
-#include <unistd.h>
-
 #include <cstddef>
 #include <filesystem>
 #include <stdexcept>
@@ -11,6 +9,7 @@
 #include "common/fixed_paths.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/output/table.hpp"
+#include "tools/dpctl/system/readable_file.hpp"
 
 namespace dpctl {
 namespace {
@@ -36,23 +35,12 @@ std::vector<dp_category_map_entry> read_categories() {
     return entries;
 }
 
-// Why the file cannot be read; empty if it can, or if it does not exist.
-std::string why_unreadable(const std::string& file) {
-    std::error_code ignored;
-    if (std::filesystem::is_directory(file, ignored)) {
-        return file + " is a folder";
-    }
-    if (std::filesystem::is_other(file, ignored)) {
-        return file + " is not a regular file";
-    }
-    if (std::filesystem::exists(file, ignored) && access(file.c_str(), R_OK) != 0) {
-        return file + " cannot be read";
-    }
-    return {};
-}
-
 void run(report& rep) {
     const std::string file = dp::fixed_paths::event_categories.str();
+    if (const std::string reason = why_unreadable(file); !reason.empty()) {
+        rep.problem(reason);
+        return;
+    }
     const auto entries = read_categories();
     rep.document().set("file", file);
     auto& list = rep.document().set("categories", json_value::array());
@@ -66,11 +54,8 @@ void run(report& rep) {
         rep.show(rows);
         return;
     }
-    const std::string reason = why_unreadable(file);
     std::error_code ignored;
-    if (!reason.empty()) {
-        rep.problem("there are no event categories: " + reason);
-    } else if (!std::filesystem::exists(file, ignored)) {
+    if (!std::filesystem::exists(file, ignored)) {
         rep.line("There are no event categories: " + file + " does not exist.");
     } else {
         rep.line("There are no event categories: " + file +

@@ -74,7 +74,7 @@ void gather_later_changes(session& service, const std::string& collection,
 }
 
 void run(const file_names& files, const std::string& collection, unsigned seconds, report& rep) {
-    session service(files);
+    session service(files, rep);
     catalog names(service);
     if (find_collection(names, service, collection, rep) == nullptr) {
         return;

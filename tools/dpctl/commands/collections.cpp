@@ -15,7 +15,7 @@ using dp_support::command_line;
 using dp_support::json_value;
 
 void run(const file_names& files, report& rep) {
-    session service(files);
+    session service(files, rep);
     const catalog names(service);
     if (!have_collections(names, service, rep)) {
         return;

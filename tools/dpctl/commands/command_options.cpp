@@ -11,6 +11,8 @@ namespace {
 
 using dp_support::command_line;
 
+constexpr unsigned longest_lock_timeout = 24 * 60 * 60;
+
 // The library puts the names of its files into command lines. Only characters that have no special
 // meaning to a shell are allowed.
 std::string why_not_a_file_name(const std::string& name) {
@@ -64,6 +66,10 @@ void add_file_options(command_line& command, invocation& request) {
         dp::fixed_paths::uefi_settings);
     add("--current-file", request.files.current, "The current-values file",
         dp::fixed_paths::uefi_current);
+    command.add_option("--lock-timeout", request.files.lock_timeout,
+                       "How long to wait for a process that has one of the files locked",
+                       {.least = 0, .greatest = longest_lock_timeout},
+                       {.value_name = "SECONDS", .show_default = true});
 }
 
 std::shared_ptr<std::string> add_collection_argument(command_line& command) {

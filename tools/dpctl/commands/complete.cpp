@@ -75,7 +75,7 @@ void add_complete(command_line& program, invocation& request) {
     add_file_options(command, request);
     command.on_selected([&request, kind, typed] {
         request.run = [&request, kind, typed](report& rep) {
-            session service(request.files);
+            session service(request.files, rep);
             catalog names(service);
             if (*kind == "collections") {
                 complete_collections(names, rep);

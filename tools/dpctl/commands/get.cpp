@@ -15,7 +15,7 @@ using dp_support::json_value;
 
 void run(const file_names& files, const std::vector<std::string>& texts, values_of which,
          report& rep) {
-    session service(files);
+    session service(files, rep);
     catalog names(service);
     if (!have_collections(names, service, rep)) {
         return;

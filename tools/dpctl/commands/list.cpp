@@ -24,7 +24,7 @@ std::string notes_on(const dp_attribute& attribute, const setting_values& values
 }
 
 void run(const file_names& files, const std::string& collection, report& rep) {
-    session service(files);
+    session service(files, rep);
     catalog names(service);
     const auto* const view = find_collection(names, service, collection, rep);
     if (view == nullptr) {

@@ -79,7 +79,7 @@ void report_outcomes(const std::vector<affected_setting>& settings, bool answere
 }
 
 void run(const file_names& files, const std::string& collection, report& rep) {
-    session service(files);
+    session service(files, rep);
     catalog names(service);
     const auto* const view = find_collection(names, service, collection, rep);
     if (view == nullptr) {

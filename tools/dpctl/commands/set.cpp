@@ -1,6 +1,7 @@
 #include <unistd.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <iostream>
 #include <string>
 #include <unordered_set>
@@ -15,6 +16,8 @@
 #include "tools/dpctl/output/printable_text.hpp"
 #include "tools/dpctl/status/status_reason.hpp"
 #include "tools/dpctl/values/setting_values.hpp"
+#include "tools/dpctl/values/value_check.hpp"
+#include "transactions/command_status.hpp"
 
 namespace dpctl {
 namespace {
@@ -41,11 +44,11 @@ std::string why_not_an_assignment(const std::string& text) {
 
 // Why the change cannot be requested; empty if it can.
 std::string why_impossible(const requested_change& change) {
-    const auto name_reason = why_not_encodable(change.name, false);
+    const auto name_reason = why_not_encodable(change.name, text_part::name);
     if (!name_reason.empty()) {
         return "the name " + name_reason;
     }
-    const auto value_reason = why_not_encodable(change.value, true);
+    const auto value_reason = why_not_encodable(change.value, text_part::value);
     if (!value_reason.empty()) {
         return "the value " + in_quotes(change.value) + ' ' + value_reason;
     }
@@ -99,6 +102,23 @@ void read_before(session& service, std::vector<requested_change>& changes) {
     }
 }
 
+// Checks the changes against the limits that the template has. False if the service would refuse
+// one of them; then none is requested.
+bool are_within_limits(const std::vector<requested_change*>& changes) {
+    bool all = true;
+    for (auto* const change : changes) {
+        const std::int32_t status =
+            check_value(*change->setting.attribute, change->setting.instance, change->value);
+        change->outcome = change_outcome::not_requested;
+        if (status != dp::command_status::success) {
+            change->status = static_cast<std::uint32_t>(status);
+            change->outcome = change_outcome::refused;
+            all = false;
+        }
+    }
+    return all;
+}
+
 // Requests the changes from the service, as one batch. The result is that of the C API.
 int carry_out(session& service, const std::vector<requested_change*>& changes, double& seconds,
               report& rep) {
@@ -146,6 +166,8 @@ std::string describe(const requested_change& change, const file_names& files) {
             return explain_status(change.status, change.setting.attribute, change.value);
         case change_outcome::no_answer:
             return "the settings service did not answer";
+        case change_outcome::not_requested:
+            return "was not requested, because another setting cannot be changed";
         case change_outcome::unconfirmed:
             break;
     }
@@ -178,6 +200,7 @@ void report_outcome(const requested_change& change, const std::string& message, 
             rep.line(change.name + ": " + message);
             break;
         case change_outcome::no_answer:
+        case change_outcome::not_requested:
             break;  // reported once for all changes
         case change_outcome::refused:
         case change_outcome::unconfirmed:
@@ -187,7 +210,7 @@ void report_outcome(const requested_change& change, const std::string& message, 
 }
 
 void run(const file_names& files, const std::vector<std::string>& assignments, report& rep) {
-    session service(files);
+    session service(files, rep);
     catalog names(service);
     if (!have_collections(names, service, rep)) {
         return;
@@ -206,8 +229,9 @@ void run(const file_names& files, const std::vector<std::string>& assignments, r
             needed.push_back(&change);
         }
     }
+    const bool is_possible = are_within_limits(needed);
     double seconds = 0;
-    if (!needed.empty()) {
+    if (is_possible && !needed.empty()) {
         if (!can_send_requests(rep)) {
             rep.hint("Nothing was changed.");
             return;
@@ -224,6 +248,9 @@ void run(const file_names& files, const std::vector<std::string>& assignments, r
         list.push_back(to_json(change, message));
         report_outcome(change, message, rep);
     }
+    if (!is_possible) {
+        rep.hint("Nothing was changed.");
+    }
 }
 
 }  // namespace
@@ -235,8 +262,9 @@ void add_set(command_line& program, invocation& request) {
          .details =
              std::string(name_help) +
              "The new values are pending until the server restarts.\n"
-             "A value may be empty and may contain spaces, but no double quotes, backslashes\n"
-             "or control characters. If one of the arguments is wrong, no request is sent.\n"
+             "A value may be empty and may contain every character except a newline. If one of\n"
+             "the arguments is wrong, or the template does not allow one of the values, no\n"
+             "request is sent.\n"
              "A setting that already has the value is reported and is not a failure. dpctl\n"
              "waits about 60 seconds for the answer of the settings service.\n",
          .examples = {"dpctl set Boot.BootMode=UEFI", "dpctl set BootMode=UEFI \"AssetTag=Rack 7\"",

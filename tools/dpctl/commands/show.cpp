@@ -117,7 +117,7 @@ json_value to_json(const setting_ref& requested, const std::vector<setting_ref>&
 }
 
 void run(const file_names& files, const std::vector<std::string>& texts, report& rep) {
-    session service(files);
+    session service(files, rep);
     catalog names(service);
     if (!have_collections(names, service, rep)) {
         return;

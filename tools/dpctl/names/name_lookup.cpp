@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <utility>
 #include <variant>
@@ -41,11 +43,12 @@ bool have_collections(const catalog& names, const session& service, report& rep)
     if (!fs::exists(file, ignored)) {
         rep.problem(none + "the template " + file + " does not exist",
                     {"dp-template creates one from a server's attribute registry."});
-    } else if (access(file.c_str(), R_OK) != 0) {
-        rep.problem(none + "the template " + file + " cannot be read");
     } else if (access(tool.c_str(), X_OK) != 0) {
-        rep.problem(none + tool + ", which expands the template " + file + ", cannot be run",
-                    {"Install dpspy there."});
+        const int reason = errno;
+        rep.problem(none + tool + ", which expands the template " + file +
+                        ", cannot be run: " + std::strerror(reason),
+                    reason == ENOENT ? std::vector<std::string>{"Install dpspy there."}
+                                     : std::vector<std::string>{});
     } else if (!fs::is_directory(folder, ignored)) {
         rep.problem(none + "the folder " + folder + ", into which " + tool +
                         " expands the template, does not exist",

@@ -56,22 +56,19 @@ std::string explain_status(std::int32_t status) {
     return reason.empty() ? "the reason is not known to dpctl" : reason;
 }
 
-std::string why_not_encodable(std::string_view text, bool spaces_allowed) {
+std::string why_not_encodable(std::string_view text, text_part part) {
     for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
         const char* obstacle = nullptr;
-        if (c == '"') {
-            obstacle = "a double quote";
-        } else if (c == '\\') {
-            obstacle = "a backslash";
-        } else if (byte < 0x20 || byte == 0x7F) {
-            obstacle = "a control character";
-        } else if (c == ' ' && !spaces_allowed) {
+        if (c == '\n') {
+            obstacle = "a newline";
+        } else if (part == text_part::name && c == ' ') {
             obstacle = "a space";
+        } else if (part == text_part::name && c >= '\t' && c <= '\r') {
+            obstacle = "white space";
         }
         if (obstacle != nullptr) {
             return std::string("contains ") + obstacle +
-                   ", which is not allowed in a request to the settings service";
+                   ", which a request to the settings service cannot contain";
         }
     }
     return {};

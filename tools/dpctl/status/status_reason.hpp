@@ -17,9 +17,15 @@ std::string explain_status(std::uint32_t status, const dp_attribute* attribute,
 /// The same if the requested value is not known.
 std::string explain_status(std::int32_t status);
 
+/// The parts of a batch line that a person can choose.
+enum class text_part {
+    name,   ///< a word of the line
+    value,  ///< between quotes, with a backslash before quotes and backslashes
+};
+
 /// Why a batch line cannot contain `text`, as the text after "the value " or "the name "; empty if
-/// it can. Only values may contain spaces.
-std::string why_not_encodable(std::string_view text, bool spaces_allowed);
+/// it can.
+std::string why_not_encodable(std::string_view text, text_part part);
 
 }  // namespace dpctl
 

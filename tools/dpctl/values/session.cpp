@@ -1,13 +1,22 @@
 #include "tools/dpctl/values/session.hpp"
 
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <stdexcept>
+#include <tuple>
 #include <utility>
 
 #include "common/file_utilities.hpp"
 #include "common/fixed_paths.hpp"
+#include "common/quoting.hpp"
 #include "service_api/template_cache.hpp"
 #include "tools/dpctl/output/printable_text.hpp"
+#include "tools/dpctl/output/report.hpp"
+#include "tools/dpctl/system/lock_watch.hpp"
+#include "tools/dpctl/system/readable_file.hpp"
 #include "transactions/command_status.hpp"
 #include "transactions/operations.hpp"
 
@@ -26,14 +35,23 @@ std::string or_default(std::string name, const dp::fixed_path& default_name) {
     return name.empty() ? default_name.str() : std::move(name);
 }
 
-// The library opens its files without a check and reads to their end: it would wait for the writer
-// of a pipe, and never finish with a device such as /dev/zero.
-void require_file(const std::string& name) {
-    std::error_code error;
-    const auto status = std::filesystem::status(name, error);
-    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-        throw std::runtime_error(name + ": is not a file");
+void require_readable(const std::string& path) {
+    if (const std::string reason = why_unreadable(path); !reason.empty()) {
+        throw std::runtime_error(reason);
     }
+}
+
+bool exists(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 || errno != ENOENT;
+}
+
+// Differs after each time that the file was written; all zeros without a file.
+auto version_of(const std::string& path) {
+    struct stat status {};
+    static_cast<void>(stat(path.c_str(), &status));
+    return std::tuple(status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec,
+                      status.st_mtim.tv_nsec, status.st_ctim.tv_sec, status.st_ctim.tv_nsec);
 }
 
 // Whether the template exists and is not the server's own.
@@ -57,9 +75,18 @@ std::string expansion_newer_than(const std::string& template_file) {
 
 }  // namespace
 
-session::session(file_names files) : files_(std::move(files)) {
+session::session(file_names files, report& rep) : rep_(rep), files_(std::move(files)) {
+    // The library opens its files without a check and reads to their end: it would wait for the
+    // writer of a pipe, and never finish with a device such as /dev/zero.
     for (const auto* const name : {&files_.template_file, &files_.settings, &files_.current}) {
-        require_file(*name);
+        if (!name->empty()) {
+            require_readable(*name);
+        }
+    }
+    for (const auto* const name : {&files_.settings, &files_.current}) {
+        if (!name->empty() && !exists(*name)) {
+            throw std::runtime_error(*name + ": does not exist");
+        }
     }
     if (!files_.template_file.empty()) {
         dp_cim_change_template_fname(files_.template_file.c_str());
@@ -75,9 +102,10 @@ session::session(file_names files) : files_(std::move(files)) {
     if (!files_.current.empty()) {
         dp_cim_change_current_fname(files_.current.c_str());
     }
-    files_ = {or_default(std::move(files_.template_file), dp::fixed_paths::uefi_template),
-              or_default(std::move(files_.settings), dp::fixed_paths::uefi_settings),
-              or_default(std::move(files_.current), dp::fixed_paths::uefi_current)};
+    files_.template_file =
+        or_default(std::move(files_.template_file), dp::fixed_paths::uefi_template);
+    files_.settings = or_default(std::move(files_.settings), dp::fixed_paths::uefi_settings);
+    files_.current = or_default(std::move(files_.current), dp::fixed_paths::uefi_current);
     require(dp_api_initialize());
 }
 
@@ -88,24 +116,68 @@ session::~session() {
     }
 }
 
+// Runs `call`, in which the library locks and reads `files`.
+void session::read_files(const std::vector<std::string>& files, const std::function<void()>& call) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(files_.lock_timeout);
+    std::string obstacle =
+        wait_for_writers(files, end, [this](const std::string& text) { rep_.note(text); });
+    if (obstacle.empty()) {
+        lock_watch watch(files, end);
+        call();
+        obstacle = watch.finish();
+    }
+    if (!obstacle.empty()) {
+        throw std::runtime_error(obstacle + "; waited " + std::to_string(files_.lock_timeout) +
+                                 " s for it");
+    }
+}
+
+// Runs `call`, in which the library expands the template to `text_file` when that is older than the
+// template, and reads it.
+void session::expand(const std::string& text_file, const std::function<void()>& call) {
+    require_readable(files_.template_file);
+    const auto before = version_of(text_file);
+    const bool is_there = before != decltype(before)();
+    if (!is_there) {
+        require_readable(text_file);  // its folder may be closed
+    }
+    const bool is_old = is_there && file_newer_than(files_.template_file, text_file);
+    read_files({files_.template_file, dp::fixed_paths::uefi_build_id.str()}, call);
+    require_readable(text_file);
+    if (is_old && version_of(text_file) == before) {
+        throw std::runtime_error("the template " + files_.template_file + " is newer than " +
+                                 text_file + ", but " + dp::fixed_paths::dpspy.str() +
+                                 " did not expand it again");
+    }
+}
+
 std::vector<std::string> session::collections() {
     const char** names = nullptr;
     unsigned count = 0;
-    require(dp_get_bios_collections(&names, &count));
+    expand(dp::fixed_paths::uefi_configs.str(),
+           [&] { require(dp_get_bios_collections(&names, &count)); });
     return {names, names + count};
 }
 
 std::span<const dp_attribute> session::attributes(const std::string& collection) {
     dp_attribute* attributes = nullptr;
     unsigned count = 0;
-    require(dp_get_bios_attributes(collection.c_str(), &attributes, &count));
+    const std::string text_file = dp::fixed_paths::uefi_info.str();
+    expand(text_file,
+           [&] { require(dp_get_bios_attributes(collection.c_str(), &attributes, &count)); });
+    if (!exists(text_file)) {
+        throw std::runtime_error(text_file + " does not exist: " + dp::fixed_paths::dpspy.str() +
+                                 " did not expand the template " + files_.template_file + " to it");
+    }
     return {attributes, count};
 }
 
 std::span<const char* const> session::setting_names(const std::string& collection) {
     const char** names = nullptr;
     unsigned count = 0;
-    require(dp_get_bios_attribute_names(collection.c_str(), &names, &count));
+    require_readable(files_.settings);
+    read_files({files_.settings},
+               [&] { require(dp_get_bios_attribute_names(collection.c_str(), &names, &count)); });
     return {names, count};
 }
 
@@ -119,8 +191,16 @@ std::vector<reading> session::read(std::span<const std::string> names, values_of
         requests[i].name = names[i].c_str();
         requests[i].new_value = "";
     }
-    dp_get_bios_attribute_value(requests.data(), static_cast<unsigned>(requests.size()),
-                                static_cast<int>(which));
+    const std::string& file = which == values_of::pending ? files_.settings : files_.current;
+    require_readable(file);
+    if (which == values_of::pending && !exists(file) && !std::exchange(noted_absence_, true)) {
+        rep_.note("the settings file " + file +
+                  " does not exist, so no setting has a pending value");
+    }
+    read_files({file}, [&] {
+        dp_get_bios_attribute_value(requests.data(), static_cast<unsigned>(requests.size()),
+                                    static_cast<int>(which));
+    });
     std::vector<reading> readings(names.size());
     for (std::size_t i = 0; i < names.size(); ++i) {
         if (requests[i].status == dp::command_status::success) {
@@ -136,11 +216,14 @@ std::vector<reading> session::read(std::span<const std::string> names, values_of
 
 int session::set(std::span<change_request> requests) {
     std::vector<dp_transaction> records(requests.size());
+    std::vector<std::string> values(requests.size());
     for (std::size_t i = 0; i < requests.size(); ++i) {
+        // The library writes values as they are, but whoever reads them undoes escapes.
+        values[i] = dp::add_backslash(requests[i].value);
         records[i].status = unanswered;
         records[i].operation = dp::op_set;
         records[i].name = requests[i].name.c_str();
-        records[i].new_value = requests[i].value.c_str();
+        records[i].new_value = values[i].c_str();
     }
     const int result =
         dp_set_bios_attribute_value(records.data(), static_cast<unsigned>(records.size()));
@@ -155,7 +238,17 @@ int session::reset(const std::string& collection) {
 }
 
 int session::need_reinit(const std::string& collection) {
-    return dp_bios_need_reinit(collection.c_str());
+    const std::vector<std::string> files{files_.template_file, files_.settings,
+                                         dp::fixed_paths::uefi_build_id.str()};
+    std::for_each(files.begin(), files.end(), require_readable);
+    int result = 0;
+    read_files(files, [&] { result = dp_bios_need_reinit(collection.c_str()); });
+    return result;
+}
+
+void session::reinitialize() {
+    dp_api_uninitialize();
+    require(dp_api_initialize());
 }
 
 // NOLINTEND(readability-convert-member-functions-to-static)

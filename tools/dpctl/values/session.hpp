@@ -1,7 +1,9 @@
 #ifndef DP_TOOLS_DPCTL_VALUES_SESSION_HPP
 #define DP_TOOLS_DPCTL_VALUES_SESSION_HPP
 
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 #include <vector>
@@ -10,11 +12,14 @@
 
 namespace dpctl {
 
+class report;
+
 /// The files to read; an empty name is the library's default.
 struct file_names {
     std::string template_file;
     std::string settings;
     std::string current;
+    unsigned lock_timeout = 10;  ///< seconds to wait for a process that has a file locked
 };
 
 /// The two files of values.
@@ -43,13 +48,17 @@ struct change_request {
 /// session in a process, used by one thread. The expansion of a template that is not the server's
 /// own is removed at the end of the session, so that no other program takes it for the server's.
 ///
-/// Throws std::runtime_error when nothing can be read, for example when memory runs out or when a
-/// given name is that of a pipe or folder. A missing file just contains nothing.
+/// The library reports neither a file that it cannot read nor a template that was not expanded, and
+/// its waiting for a lock has no limit. So the session examines the files: it throws
+/// std::runtime_error, with the name of the file and the reason, when a file that is needed cannot
+/// be read, when a file that was given does not exist, when another process keeps a file locked, or
+/// when memory runs out. A default file that does not exist contains nothing.
 class session final : public attribute_source {
   public:
     static constexpr std::uint32_t unanswered = 255;
 
-    explicit session(file_names files);
+    /// `rep` gets notes, as that it waits for a lock. It must outlive the session.
+    session(file_names files, report& rep);
     ~session() override;
 
     std::vector<std::string> collections() override;
@@ -68,6 +77,10 @@ class session final : public attribute_source {
     int reset(const std::string& collection);
     int need_reinit(const std::string& collection);
 
+    /// Initializes the service again, so that it reads the files again. What `attributes` and
+    /// `setting_names` returned is no longer valid.
+    void reinitialize();
+
     /// The files in use, with defaults filled in.
     [[nodiscard]] const file_names& files() const { return files_; }
 
@@ -76,9 +89,14 @@ class session final : public attribute_source {
     [[nodiscard]] const std::string& stale_expansion() const { return stale_expansion_; }
 
   private:
+    void read_files(const std::vector<std::string>& files, const std::function<void()>& call);
+    void expand(const std::string& text_file, const std::function<void()>& call);
+
+    report& rep_;
     file_names files_;
     bool is_template_foreign_ = false;
     std::string stale_expansion_;
+    bool noted_absence_ = false;
 };
 
 }  // namespace dpctl

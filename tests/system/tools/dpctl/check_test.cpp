@@ -1,10 +1,9 @@
-#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <poll.h>
+#include <sys/inotify.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <string>
 #include <thread>
 
@@ -47,56 +46,17 @@ program_result check_during(Update update) {
     return result;
 }
 
-// Locks a file, so that readers wait until this object is destroyed. Writes through the descriptor
-// that has the lock, because closing another descriptor of the file would release it.
-class locked_file {
-  public:
-    explicit locked_file(const std::string& path) : fd_(open(path.c_str(), O_RDWR | O_CLOEXEC)) {
-        struct flock lock {};
-        lock.l_type = F_WRLCK;
-        lock.l_whence = SEEK_SET;
-        EXPECT_EQ(fcntl(fd_, F_SETLKW, &lock), 0) << path;
-    }
-    ~locked_file() { close(fd_); }
-    locked_file(const locked_file&) = delete;
-    locked_file& operator=(const locked_file&) = delete;
-
-    void replace(const std::string& content) const {
-        EXPECT_EQ(ftruncate(fd_, 0), 0);
-        EXPECT_EQ(pwrite(fd_, content.data(), content.size(), 0),
-                  static_cast<ssize_t>(content.size()));
-    }
-    // Whether a reader waits for the file within a minute.
-    [[nodiscard]] static bool wait_for_reader() {
-        for (int i = 0; i < 3000; ++i) {
-            if (has_waiting_reader()) {
-                return true;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-        return false;
-    }
-
-  private:
-    // The kernel lists the locks and, after each lock, the processes that wait for it. Each line
-    // begins with the number of the lock.
-    static bool has_waiting_reader() {
-        const std::string holder = " WRITE " + std::to_string(getpid()) + " ";
-        std::istringstream locks(test::read_file("/proc/locks"));
-        std::string number;
-        for (std::string line; std::getline(locks, line);) {
-            if (line.find("->") == std::string::npos) {
-                const bool is_ours = line.find(holder) != std::string::npos;
-                number = is_ours ? line.substr(0, line.find(':') + 1) : "";
-            } else if (!number.empty() && line.starts_with(number)) {
-                return true;
-            }
-        }
-        return false;
-    }
-
-    int fd_;
-};
+// Whether another process reads the file `path` within a minute, after `change` was called.
+template <class Change>
+bool is_read_after(const std::string& path, Change change) {
+    const int notify = inotify_init1(IN_CLOEXEC);
+    inotify_add_watch(notify, path.c_str(), IN_ACCESS);
+    change();
+    pollfd event{notify, POLLIN, 0};
+    const bool is_read = poll(&event, 1, 60'000) == 1;
+    close(notify);
+    return is_read;
+}
 
 TEST_F(dpctl_check, reports_another_build_and_other_settings) {
     test::write_file(test::root() + "/tmp/dp/uefi.bld", "ONE-1.00\n");
@@ -117,14 +77,11 @@ TEST_F(dpctl_check, reports_another_build_and_other_settings) {
 
 TEST_F(dpctl_check, checks_files_again_that_an_update_replaces_later) {
     const std::string settings = test::root() + "/var/dp/uefi_settings.txt";
-    test::set_mtime(settings, 1'000'000'000);
-    test::write_file(test::root() + "/tmp/dp/uefi.bld", "ONE-1.00\n");
+    const std::string build_id = test::root() + "/tmp/dp/uefi.bld";
+    test::write_file(build_id, "ONE-1.00\n");
     const auto result = check_during([&] {
-        const locked_file build_id(test::root() + "/tmp/dp/uefi.bld");
-        build_id.replace("TWO-2.00\n");
-        // The settings, which were rewritten, are examined before the build id.
-        test::write_file(settings, test::read_file(settings));
-        EXPECT_TRUE(locked_file::wait_for_reader());
+        // The settings are examined before the build id.
+        EXPECT_TRUE(is_read_after(build_id, [&] { test::write_file(build_id, "TWO-2.00\n"); }));
         test::write_file(settings, test::value_line("Boot.Mode", "UEFI"));
     });
     EXPECT_THAT(result.out, HasSubstr("\n  5  the settings file"));

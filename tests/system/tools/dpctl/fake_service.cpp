@@ -4,9 +4,11 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <sstream>
 #include <utility>
 
+#include "batch/batch_file_entry.hpp"
+#include "batch/batch_file_loader.hpp"
+#include "common/quoting.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/system/tools/dpctl/replace_file.hpp"
 #include "tests/system/tools/dpctl/server_files.hpp"
@@ -19,18 +21,13 @@ std::string batch_path() {
 }
 
 std::vector<batch_command> read_batch() {
-    std::vector<batch_command> commands;
+    std::vector<dp::batch_file_entry> entries;
+    dp::batch_file_loader loader(&entries);
     std::ifstream in(batch_path());
-    std::string line;
-    while (std::getline(in, line)) {
-        std::istringstream words(line);
-        std::string status;
-        std::string tid;
-        batch_command command;
-        words >> status >> command.correlator >> tid >> command.operation >> command.name;
-        const std::size_t start = line.find('"') + 1;
-        command.value = line.substr(start, line.find('"', start) - start);
-        commands.push_back(command);
+    loader.read_file(in, nullptr);
+    std::vector<batch_command> commands;
+    for (const auto& entry : entries) {
+        commands.push_back({entry.detail, entry.operation, entry.name.get_name(), entry.value_in});
     }
     return commands;
 }
@@ -39,7 +36,7 @@ std::vector<batch_command> read_batch() {
 
 std::string answer_line(const batch_command& command, unsigned status) {
     return std::to_string(status) + ' ' + command.correlator + " <cim-0> " + command.operation +
-           ' ' + command.name + " \"" + command.value + "\" \"\" \n";
+           ' ' + command.name + " \"" + dp::add_backslash(command.value) + "\" \"\" \n";
 }
 
 std::string accept_all(const std::vector<batch_command>& commands) {

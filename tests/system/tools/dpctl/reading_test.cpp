@@ -1,13 +1,18 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "common/file_locks.hpp"
+#include "tests/support/child_process.hpp"
+#include "tests/support/program.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/system/tools/dpctl/dpctl_json.hpp"
 #include "tests/system/tools/dpctl/server_files.hpp"
@@ -279,8 +284,187 @@ TEST_F(dpctl_reading, shows_no_raw_control_bytes_from_files) {
     EXPECT_EQ(dpctl_json({"list", "Boot"})["settings"][0]["pending"],
               "\x1b[2J\x07\ufffd\ufffd\u202e\r");
     EXPECT_THAT(dpctl_json({"show", name})["attributes"], SizeIs(1));
-    EXPECT_THAT(dpctl({"set", name + "=a"}).err,
-                HasSubstr("the name contains a control character"));
+    EXPECT_THAT(dpctl({"set", name + "=b"}).err, HasSubstr("dpctl: Boot.Mo\\x1bde: \"b\" is not"));
+}
+
+// Every command that reads the files of the server.
+const std::vector<std::vector<std::string>> reading_commands{
+    {"collections"},
+    {"list", "Boot"},
+    {"show", "Boot.Mode"},
+    {"get", "Boot.Mode"},
+    {"get", "--current", "Boot.Mode"},
+    {"set", "Boot.Mode=UEFI"},
+    {"reset", "Boot"},
+    {"check", "Boot"},
+};
+
+class dpctl_without_permission : public dpctl_reading {
+  protected:
+    void SetUp() override {
+        if (geteuid() != 0) {
+            GTEST_SKIP() << "needs root, to become a user without rights";
+        }
+        // The template has been expanded, so an ordinary user can read everything.
+        test::set_mtime(template_file, 1'000'000'000);
+        EXPECT_EQ(dpctl({"list", "Boot"}).exit_code, 0);
+        std::filesystem::permissions(test::root(), std::filesystem::perms(0755));
+        EXPECT_EQ(test::run_program_unprivileged("dpctl", {"list", "Boot"}).exit_code, 0);
+    }
+
+    // Every command of the user fails with this reason alone.
+    static void expect_failures(const std::vector<std::vector<std::string>>& commands,
+                                const std::string& reason) {
+        for (const auto& command : commands) {
+            const auto result = test::run_program_unprivileged("dpctl", command);
+            EXPECT_EQ(result.exit_code, 1) << testing::PrintToString(command);
+            EXPECT_EQ(result.err, "dpctl: " + reason + '\n') << testing::PrintToString(command);
+            EXPECT_EQ(result.out, "") << testing::PrintToString(command);
+        }
+    }
+
+    static void deny(const std::string& path) {
+        std::filesystem::permissions(path, std::filesystem::perms::none);
+    }
+
+    const std::string template_file = test::root() + "/var/dp/uefi_template.efi";
+    const std::string settings_file = test::root() + "/var/dp/uefi_settings.txt";
+    const std::string current_file = test::root() + "/var/dp/uefi_current.txt";
+};
+
+TEST_F(dpctl_without_permission, reports_an_unreadable_settings_file) {
+    deny(settings_file);
+    expect_failures(reading_commands, "cannot read " + settings_file + ": Permission denied");
+}
+
+TEST_F(dpctl_without_permission, reports_an_unreadable_current_values_file) {
+    deny(current_file);
+    expect_failures({{"collections"},
+                     {"list", "Boot"},
+                     {"show", "Boot.Mode"},
+                     {"get", "--current", "Boot.Mode"},
+                     {"set", "Boot.Mode=UEFI"}},
+                    "cannot read " + current_file + ": Permission denied");
+    EXPECT_EQ(test::run_program_unprivileged("dpctl", {"get", "Boot.Mode"}).exit_code, 0);
+}
+
+TEST_F(dpctl_without_permission, reports_an_unreadable_template) {
+    deny(template_file);
+    expect_failures(reading_commands, "cannot read " + template_file + ": Permission denied");
+}
+
+TEST_F(dpctl_without_permission, reports_an_unreadable_expansion_of_the_template) {
+    deny(test::root() + "/tmp/dp/uefi_info.txt");
+    expect_failures({{"list", "Boot"}, {"show", "Boot.Mode"}, {"get", "Boot.Mode"}},
+                    "cannot read " + test::root() + "/tmp/dp/uefi_info.txt: Permission denied");
+    deny(test::root() + "/tmp/dp/uefi_configs.txt");
+    expect_failures(reading_commands,
+                    "cannot read " + test::root() + "/tmp/dp/uefi_configs.txt: Permission denied");
+}
+
+TEST_F(dpctl_without_permission, reports_folders_that_it_may_not_enter) {
+    deny(test::root() + "/tmp/dp");
+    expect_failures(reading_commands,
+                    "cannot read " + test::root() + "/tmp/dp/uefi_configs.txt: Permission denied");
+    deny(test::root() + "/var/dp");
+    expect_failures(reading_commands, "cannot read " + template_file + ": Permission denied");
+}
+
+TEST_F(dpctl_reading, reports_folders_and_devices_in_the_place_of_files) {
+    const std::string settings = test::root() + "/var/dp/uefi_settings.txt";
+    std::filesystem::remove(settings);
+    std::filesystem::create_directory(settings);
+    for (const char* const command : {"collections", "list"}) {
+        std::vector<std::string> arguments{command};
+        if (arguments[0] == "list") {
+            arguments.emplace_back("Boot");
+        }
+        const auto result = dpctl(arguments);
+        EXPECT_EQ(result.exit_code, 1);
+        EXPECT_EQ(result.err, "dpctl: " + settings + ": is not a file\n");
+        EXPECT_EQ(result.out, "");
+    }
+    std::filesystem::remove(settings);
+    std::filesystem::create_symlink("/dev/zero", settings);
+    EXPECT_EQ(dpctl({"list", "Boot"}).err, "dpctl: " + settings + ": is not a file\n");
+    EXPECT_THAT(dpctl_json({"list", "Boot"}, 1)["errors"], SizeIs(1));
+}
+
+TEST_F(dpctl_reading, notes_that_the_settings_file_does_not_exist) {
+    const std::string settings = test::root() + "/var/dp/uefi_settings.txt";
+    std::filesystem::remove(settings);
+    const auto result = dpctl({"list", "Boot"});
+    EXPECT_EQ(result.exit_code, 0);
+    EXPECT_EQ(result.err, "dpctl: the settings file " + settings +
+                              " does not exist, so no setting has a pending value\n");
+    for (const char* const option : {"--settings-file", "--current-file"}) {
+        const auto given = dpctl({"list", "Boot", option, "missing.txt"});
+        EXPECT_EQ(given.exit_code, 1) << option;
+        EXPECT_EQ(given.err, "dpctl: missing.txt: does not exist\n") << option;
+    }
+}
+
+TEST_F(dpctl_reading, does_not_show_an_old_expansion_as_the_template) {
+    EXPECT_EQ(dpctl({"list", "Boot"}).exit_code, 0);
+    const std::string template_file = test::root() + "/var/dp/uefi_template.efi";
+    const auto later = std::chrono::hours(1);
+    std::filesystem::last_write_time(template_file,
+                                     std::filesystem::file_time_type::clock::now() + later);
+    test::write_script(test::root() + "/bin/dpspy", "exit 1");
+    const auto result = dpctl({"list", "Boot"});
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "dpctl: the template " + template_file + " is newer than " +
+                              test::root() + "/tmp/dp/uefi_configs.txt, but " + test::root() +
+                              "/bin/dpspy did not expand it again\n");
+    // It lists the collections, but not their attributes.
+    test::write_script(test::root() + "/bin/dpspy",
+                       "[ $1 = -sc ] && cp \"$DP_ROOT/collections\" \"$5\"");
+    std::filesystem::remove(test::root() + "/tmp/dp/uefi_info.txt");
+    EXPECT_EQ(dpctl({"list", "Boot"}).err,
+              "dpctl: " + test::root() + "/tmp/dp/uefi_info.txt does not exist: " + test::root() +
+                  "/bin/dpspy did not expand the template " + template_file + " to it\n");
+}
+
+TEST_F(dpctl_reading, reports_the_process_that_keeps_a_file_locked) {
+    for (const char* const name : {"uefi_template.efi", "uefi_settings.txt", "uefi_current.txt"}) {
+        const std::string file = test::root() + "/var/dp/" + name;
+        const test::child_process writer([&](const test::child_process::parent_channel& parent) {
+            const writelock lock(file);
+            parent.send('l');
+            static_cast<void>(parent.receive());
+            return 0;
+        });
+        ASSERT_EQ(writer.receive(), 'l');
+        const auto result = dpctl({"list", "Boot", "--lock-timeout", "0"});
+        EXPECT_EQ(result.exit_code, 1);
+        EXPECT_EQ(result.out, "");
+        EXPECT_THAT(result.err, testing::StartsWith("dpctl: " + file + " is locked by process " +
+                                                    std::to_string(writer.pid()) + " ("));
+        EXPECT_THAT(result.err, testing::EndsWith("); waited 0 s for it\n"));
+    }
+}
+
+TEST_F(dpctl_reading, waits_for_a_lock_that_is_released_in_time) {
+    const std::string file = test::root() + "/var/dp/uefi_settings.txt";
+    test::child_process writer([&](const test::child_process::parent_channel& parent) {
+        const writelock lock(file);
+        parent.send('l');
+        static_cast<void>(parent.receive());
+        return 0;
+    });
+    ASSERT_EQ(writer.receive(), 'l');
+    const std::string notice = test::root() + "/notice";
+    std::thread release([&] {
+        test::wait_for_text(notice, "waiting: " + file + " is locked by process ");
+        writer.send('e');
+    });
+    const auto result = test::run_program(
+        "/bin/sh",
+        {"-c", test::program_path("dpctl") + " get Boot.Mode --lock-timeout 600 2>" + notice});
+    release.join();
+    EXPECT_EQ(result.exit_code, 0) << test::read_file(notice);
+    EXPECT_EQ(result.out, "Boot.Mode=Legacy\n");
 }
 
 TEST_F(dpctl_reading, survives_random_templates) {

@@ -4,6 +4,7 @@
 #include <set>
 #include <sstream>
 
+#include "common/quoting.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/system/tools/dpctl/replace_file.hpp"
 
@@ -20,7 +21,7 @@ std::string attribute_record(const sample_setting& setting) {
 }
 
 std::string value_line(const std::string& name, const std::string& value) {
-    return "0 0 t set " + name + " \"" + value + "\" \"\" \n";
+    return "0 0 t set " + name + " \"" + dp::add_backslash(value) + "\" \"\" \n";
 }
 
 server_files::server_files() {

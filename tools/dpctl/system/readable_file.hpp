@@ -1,0 +1,14 @@
+#ifndef DP_TOOLS_DPCTL_SYSTEM_READABLE_FILE_HPP
+#define DP_TOOLS_DPCTL_SYSTEM_READABLE_FILE_HPP
+
+#include <string>
+
+namespace dpctl {
+
+/// Why the file `path` cannot be read, with its name: it is not a regular file, or the system's
+/// reason, as "permission denied". Empty when it can be read, and also when it does not exist.
+std::string why_unreadable(const std::string& path);
+
+}  // namespace dpctl
+
+#endif
