@@ -1,6 +1,9 @@
+#include <grp.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <iostream>
+#include <optional>
 #include <string>
 
 #include "host/process/private_folder.hpp"
@@ -30,14 +33,31 @@ int fail(const std::string& problem) {
     return failed;
 }
 
-int serve() {
+// The group that may use the request socket; nothing when no name is given.
+dp_support::result<std::optional<gid_t>> find_group(const std::string& name) {
+    if (name.empty()) {
+        return std::optional<gid_t>();
+    }
+    errno = 0;
+    const group* const found = getgrnam(name.c_str());
+    if (found == nullptr) {
+        return dp_support::failure{"there is no group '" + name + "'", errno};
+    }
+    return std::optional<gid_t>(found->gr_gid);
+}
+
+int serve(const std::string& group_name) {
     if (!dp_host::stop_signal::install()) {
         return fail("cannot install signal handlers");
     }
     umask(S_IRWXG | S_IRWXO);
+    const auto group = find_group(group_name);
+    if (!group) {
+        return fail(group.reason());
+    }
     dp_service::service_lock lock;
     dp_host::settings_service service;
-    dp_host::service_loop loop(service);
+    dp_host::service_loop loop(service, *group);
     const auto started =
         dp_host::prepare_private_folder(server_paths::data_folder.str())
             .and_then([&] {
@@ -64,7 +84,14 @@ int run(int argc, char** argv) {
         "Runs in the foreground until SIGTERM or SIGINT.",
         "dp_settingsd");
     program.add_version("dp_settingsd " DP_VERSION);
-    program.set_footer("Exchange folder: " + server_paths::exchange_folder.str() +
+    std::string group;
+    program.add_option(
+        "--group", group,
+        "A group whose members may send requests, beside root and the user that runs "
+        "this",
+        {.value_name = "NAME"});
+    program.set_footer("Request socket:  " + server_paths::request_socket.str() +
+                       "\nExchange folder: " + server_paths::exchange_folder.str() +
                        "\nData folder:     " + server_paths::data_folder.str() +
                        "\nEnvironment:     DP_LOG (none, stderr, file:PATH, syslog; default "
                        "stderr), DP_LOG_MASK, DP_LOG_TAG, DP_QUEUE_PREFIX\n"
@@ -80,7 +107,7 @@ int run(int argc, char** argv) {
     if (const std::string problem = dp_platform::problem_with_queue_prefix(); !problem.empty()) {
         return fail(problem);
     }
-    return serve();
+    return serve(group);
 }
 
 }  // namespace

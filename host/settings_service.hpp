@@ -51,6 +51,9 @@ class settings_service {
     /// text without spaces that changes exactly when a pending value changes.
     [[nodiscard]] const std::string& pending_version() const { return pending_version_; }
 
+    /// Alerts listeners.
+    void alert(dp::command::alerts what, unsigned char value) const { plugin_.alert(what, value); }
+
     /// Restarts the simulated server: pending values become current. Alerts listeners.
     dp_service::server_answer restart();
 

@@ -85,17 +85,7 @@ void store_plugin::process_transaction(dp::registrar& reg, dp::transaction* tran
         trans->substep_complete(reg, this);
         return;
     }
-    std::vector<dp::transaction_command*> answered;
-    for (dp::transaction_command* command : settings->commands) {
-        if (is_open(*command)) {
-            execute(*command);
-            answered.push_back(command);
-        }
-    }
-    const auto changed = store_->changed();
-    if (!changed.empty()) {
-        persist(*settings, answered);
-    }
+    const auto changed = execute_and_persist(*settings);
     trans->substep_complete(reg, this);
 
     // The end of the sub-step stored the value of each command in the cache. That is wrong after
@@ -103,6 +93,27 @@ void store_plugin::process_transaction(dp::registrar& reg, dp::transaction* tran
     for (const auto& at : changed) {
         refresh_cache(at);
         at.setting->configuration->changed = 0;
+    }
+}
+
+std::vector<value_store::key> store_plugin::execute_and_persist(dp::setting_transaction& trans) {
+    try {
+        std::vector<dp::transaction_command*> answered;
+        for (dp::transaction_command* command : trans.commands) {
+            if (is_open(*command)) {
+                execute(*command);
+                answered.push_back(command);
+            }
+        }
+        auto changed = store_->changed();
+        if (!changed.empty()) {
+            persist(trans, answered);
+        }
+        return changed;
+    } catch (...) {
+        // Memory ran out. The changes must not become part of the next transaction.
+        store_->undo_changes();
+        throw;
     }
 }
 

@@ -46,6 +46,7 @@ class store_plugin final : public dp::plugin {
   private:
     [[nodiscard]] bool is_open(const dp::transaction_command& command) const;
     [[nodiscard]] template_element& element_of(const dp::setting& s) const;
+    std::vector<value_store::key> execute_and_persist(dp::setting_transaction& trans);
     void persist(const dp::setting_transaction& trans,
                  const std::vector<dp::transaction_command*>& answered);
     void execute(dp::transaction_command& command);

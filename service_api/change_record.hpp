@@ -24,7 +24,9 @@ struct change_record {
     static constexpr const char* of_current_values = "(current)";
     static constexpr const char* of_bios = "(BIOS)";
 
-    std::string who;     ///< the transaction's name: its identifier without "<" and ">"
+    /// The transaction's name, which is its identifier without "<" and ">". For a request of the
+    /// socket followed by ",uid=UID,gid=GID,pid=PID,program=PATH" of the client.
+    std::string who;
     std::string time;    ///< local time in the form of asctime(3), without the newline
     std::string target;  ///< CONFIGURATION.SETTING[.INSTANCE]
     std::optional<std::string> value;  ///< the setting's new value; none when it was deleted

@@ -14,13 +14,11 @@ inline constexpr dp::fixed_path data_folder{"/var/dp"};
 /// The file of `dp_service::service_lock`.
 inline constexpr dp::fixed_path service_lock{"/var/dp/dp_settingsd.lock"};
 
-/// A request to the simulated server, one line: see `server_request`. dp_settingsd removes the file
-/// and writes its answer, one line: see `server_answer`.
-inline constexpr dp::fixed_path server_request{"/tmp/dp/server"};
-inline constexpr dp::fixed_path server_answer{"/tmp/dp/server.out"};
-
-/// A client has this file's lock (flock) from before it writes a request until it read the answer.
-inline constexpr dp::fixed_path request_lock{"/tmp/dp/server.lock"};
+/// The socket on which dp_settingsd takes requests: see `request_protocol` and `settings_client`.
+/// Its folder belongs to the user who runs dp_settingsd; others can connect only if a group was
+/// given access.
+inline constexpr dp::fixed_path request_folder{"/run/dp"};
+inline constexpr dp::fixed_path request_socket{"/run/dp/settings.sock"};
 
 /// The parts of a BIOS update: a template, and the text of its build id.
 inline constexpr dp::fixed_path update_folder{"/var/dp/update"};

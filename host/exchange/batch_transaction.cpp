@@ -49,11 +49,12 @@ batch_transaction::batch_transaction(std::vector<dp::transaction_command>& batch
         commands.push_back(&command);
     }
     if (!batch.empty()) {
-        requester = batch.front().tid;
+        name = batch.front().tid;
         // The logs write the name between "<" and ">" themselves.
-        name = requester.size() > 2 && requester.front() == '<' && requester.back() == '>'
-                   ? requester.substr(1, requester.size() - 2)
-                   : requester;
+        if (name.size() > 2 && name.front() == '<' && name.back() == '>') {
+            name = name.substr(1, name.size() - 2);
+        }
+        requester = name;
     }
 }
 

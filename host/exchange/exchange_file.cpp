@@ -27,6 +27,12 @@ lease_state take_lease(int fd) {
     return errno == EAGAIN ? lease_state::refused : lease_state::unsupported;
 }
 
+// Whether a failure to open a file says something about the file, and not about this moment.
+bool is_about_file(int error) {
+    return error == 0 || error == ELOOP || error == EPERM || error == EACCES || error == ENXIO ||
+           error == ENODEV || error == ENOTDIR;
+}
+
 bool is_lease_broken(int fd) {
     return fcntl(fd, F_GETLEASE) == F_UNLCK;
 }
@@ -37,6 +43,10 @@ poll_result take_exchange_file(const std::string& path, const std::string& taken
                                bool is_complete, dp_support::file_descriptor& lease) {
     auto file = open_trusted_file(path);
     if (!file) {
+        if (file.code() != ENOENT && !is_about_file(file.code())) {
+            log_error("cannot take a file yet: ", file.reason());
+            return poll_result::retry_later;
+        }
         if (file.code() != ENOENT) {
             const bool is_gone = dp_support::remove_or_set_aside(path);
             log_error("refused: ", file.reason(),
@@ -54,8 +64,8 @@ poll_result take_exchange_file(const std::string& path, const std::string& taken
     }
     dp_support::remove_or_set_aside(taken_path);
     if (std::rename(path.c_str(), taken_path.c_str()) != 0) {
-        log_error("cannot take ", path, ": ", std::strerror(errno));
-        return poll_result::nothing;
+        log_error("cannot take ", path, " yet: ", std::strerror(errno));
+        return poll_result::retry_later;
     }
     // A process that opened the file meanwhile waits to write to it: give it back, unless there is
     // another file by now.

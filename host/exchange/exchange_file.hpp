@@ -13,6 +13,7 @@ enum class poll_result : std::uint8_t {
     nothing,        ///< no file, or one that is refused
     being_written,  ///< a file that a process has open for writing; poll again soon
     taken,          ///< a file, which was renamed; there may be another one by now
+    retry_later,    ///< a file that cannot be taken now, for a reason that may pass; poll again
 };
 
 /// Takes a file that another process writes to `path`, by renaming it to `taken_path`. What is not
@@ -23,6 +24,9 @@ enum class poll_result : std::uint8_t {
 /// process as writer a moment after it reported the end of the writing, so no later event need
 /// follow. An empty file is taken only if `is_complete` says that the end of its writing was
 /// reported: a file exists a moment before the kernel counts its creator as writer.
+///
+/// Running out of descriptors or memory, an error of the disk and a failed rename lose no file:
+/// `retry_later`.
 ///
 /// `lease` is set when the file is taken. While it is open, a process that opens the file for
 /// writing waits, on file systems with leases for as long as the system's lease-break-time (usually

@@ -1,13 +1,20 @@
 #include "host/exchange/run_batch.hpp"
 
+#include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <fstream>
 #include <istream>
+#include <memory>
+#include <new>
+#include <optional>
 #include <ostream>
 #include <sstream>
 #include <vector>
 
 #include "batch/batch_file_converter.hpp"
+#include "batch/batch_file_intf.hpp"
+#include "batch/batch_file_reader.hpp"
 #include "common/file_utilities.hpp"
 #include "common/quoting.hpp"
 #include "host/exchange/batch_transaction.hpp"
@@ -91,32 +98,109 @@ void refuse_all(std::istream& text, std::ostream& answer) {
     }
 }
 
-void run_text(std::istream& text, host_registrar& registrar, dp_support::staged_file& answer) {
-    dp::batch_file_converter converter;
-    malformed_lines malformed(converter.commands);
-    converter.read_file_reporting_dropped_lines(text, &registrar, malformed, longest_batch_line);
-
-    status_log progress;
-    batch_transaction transaction(converter.commands,
-                                  [&progress](auto& t) { progress.add_progress(&t); });
-    progress.start(&transaction);
-    transaction.queue(registrar);
-    registrar.run_queued();
-    write_answer(converter.commands, malformed, answer.out());
-    if (answer.complete().ok()) {
-        progress.log_outfile(transaction.name, answer.path());
-    }
-    progress.stop(&transaction);
-
-    const auto& status = transaction.commands.status;
-    log_line("batch ", transaction.requester, ": ", status.total, " commands, ", status.errors,
-             " failed, ", malformed.all().size(), " malformed lines");
+// The text after the last newline, of which at most the last `longest_batch_line` bytes are looked
+// at; empty when the text ends with a newline. Leaves `text` at its beginning.
+std::string unfinished_line(std::istream& text) {
+    text.seekg(0, std::ios::end);
+    const auto size = static_cast<std::uint64_t>(text.tellg());
+    const std::uint64_t tail = std::min<std::uint64_t>(size, longest_batch_line);
+    text.seekg(static_cast<std::streamoff>(size - tail));
+    std::string end(static_cast<std::size_t>(tail), '\0');
+    text.read(end.data(), static_cast<std::streamsize>(tail));
+    text.clear();
+    text.seekg(0);
+    return end.substr(end.rfind('\n') + 1);
 }
+
+// Whether the reader makes a command of a line.
+bool is_command(const std::string& line) {
+    struct counter final : dp::batch_file_intf {
+        void process_entry(dp::batch_file_entry& /*entry*/, dp::registrar* /*reg*/) override {
+            ++count;
+        }
+        int count = 0;
+    } counted;
+    std::istringstream text(line);
+    dp::batch_file_reader(&counted).read_file(text, nullptr);
+    return counted.count > 0;
+}
+
+void read_commands(std::istream& text, host_registrar& registrar,
+                   dp::batch_file_converter& converter, malformed_lines& malformed) {
+    const std::string unfinished = unfinished_line(text);
+    converter.read_file_reporting_dropped_lines(text, &registrar, malformed, longest_batch_line);
+    if (unfinished.size() < longest_batch_line && is_command(unfinished)) {
+        converter.commands.pop_back();
+        malformed.on_dropped_line(unfinished);
+    }
+}
+
+// A batch that was read, and its transaction.
+class batch_run {
+  public:
+    explicit batch_run(const batch_observer& observer) : observer_(observer) {}
+
+    void run(std::istream& text, host_registrar& registrar) {
+        read_commands(text, registrar, converter_, malformed_);
+        transaction_.emplace(converter_.commands, [this](auto& t) { report_progress(t); });
+        if (!observer_.client.empty()) {
+            transaction_->requester = transaction_->name + ',' + observer_.client;
+        }
+        progress_.start(&*transaction_);
+        transaction_->queue(registrar);
+        registrar.run_queued();
+    }
+
+    void answer(std::ostream& out) {
+        write_answer(converter_.commands, malformed_, out);
+        const std::string file = observer_.on_answered ? observer_.on_answered() : std::string();
+        if (!file.empty()) {
+            progress_.log_outfile(transaction_->name, file);
+        }
+        progress_.stop(&*transaction_);
+
+        const auto& status = transaction_->commands.status;
+        log_line("batch ", transaction_->requester, ": ", status.total, " commands, ",
+                 status.errors, " failed, ", malformed_.all().size(), " malformed lines");
+    }
+
+  private:
+    void report_progress(batch_transaction& transaction) {
+        progress_.add_progress(&transaction);
+        if (observer_.on_progress) {
+            const auto& status = transaction.commands.status;
+            observer_.on_progress(status.completed, status.total);
+        }
+    }
+
+    const batch_observer& observer_;
+    dp::batch_file_converter converter_;
+    malformed_lines malformed_{converter_.commands};
+    status_log progress_;
+    std::optional<batch_transaction> transaction_;
+};
 
 }  // namespace
 
+void run_batch_text(std::istream& text, host_registrar& registrar, std::ostream& answer,
+                    const batch_observer& observer) {
+    auto batch = std::make_unique<batch_run>(observer);
+    try {
+        batch->run(text, registrar);
+    } catch (const std::bad_alloc&) {
+        // The commands' memory is needed for the answer.
+        batch.reset();
+        log_error("a batch used up the memory: none of its commands is run");
+        text.clear();
+        text.seekg(0);
+        refuse_all(text, answer);
+        return;
+    }
+    batch->answer(answer);
+}
+
 dp_support::result<> run_batch(const std::string& path, host_registrar& registrar,
-                               dp_support::staged_file& answer) {
+                               dp_support::staged_file& answer) try {
     const auto file = open_trusted_file(path);
     if (!file) {
         return file.error();
@@ -136,8 +220,14 @@ dp_support::result<> run_batch(const std::string& path, host_registrar& registra
         static_cast<void>(answer.complete());
         return {};
     }
-    run_text(source, registrar, answer);
+    run_batch_text(
+        source, registrar, answer.out(),
+        {{}, {}, [&] { return answer.complete().ok() ? answer.path() : std::string(); }});
+    // Again, for a batch that was refused as a whole.
+    static_cast<void>(answer.complete());
     return {};
+} catch (const std::bad_alloc&) {
+    return dp_support::failure{"memory ran out", ENOMEM};
 }
 
 }  // namespace dp_host

@@ -100,7 +100,8 @@ std::string change_history::missing_of(const std::string& lines) const {
 
 // Starts with the last command, so that no more lines are made than fit into the file.
 std::string change_history::lines_of(const dp::setting_transaction& trans) const {
-    const change_recorder record(trans.name, std::time(nullptr));
+    const change_recorder record(trans.requester.empty() ? trans.name : trans.requester,
+                                 std::time(nullptr));
     std::vector<std::string> kept;
     std::size_t size = 0;
     for (std::size_t left = trans.commands.size(); left > 0 && size <= limit_; --left) {

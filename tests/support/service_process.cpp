@@ -12,6 +12,7 @@
 #include <stdexcept>
 
 #include "platform/posix/efi_compressor.hpp"
+#include "service_api/settings_client.hpp"
 #include "tests/support/eventually.hpp"
 #include "tests/support/process.hpp"
 #include "tests/support/program.hpp"
@@ -31,6 +32,13 @@ std::string compressed(const std::vector<template_info>& infos) {
 
 bool exists(const std::string& path) {
     return access(path.c_str(), F_OK) == 0;
+}
+
+std::string to_text(const dp_service::settings_client::result& answer) {
+    if (answer.state != dp_service::settings_client::states::answered) {
+        return "(no answer)";
+    }
+    return answer.status == 0 ? "0" : std::to_string(answer.status) + ' ' + answer.text;
 }
 
 std::string log_file() {
@@ -167,11 +175,12 @@ std::string service_process::run_batch(const std::string& text) {
     return wait_for_result();
 }
 
-std::string service_process::request(const std::string& text) {
-    const std::string answer = path("/tmp/dp/server.out");
-    std::remove(answer.c_str());
-    write_file(path("/tmp/dp/server"), text);
-    return eventually([&] { return exists(answer); }) ? read_file(answer) : "(no answer)";
+std::string service_process::restart() {
+    return to_text(dp_service::settings_client().restart());
+}
+
+std::string service_process::update() {
+    return to_text(dp_service::settings_client().update());
 }
 
 }  // namespace test

@@ -62,9 +62,10 @@ class service_process {
     /// `write_batch` and `wait_for_result`.
     static std::string run_batch(const std::string& text);
 
-    /// Makes a request to the simulated server ("restart\n") and returns the answer; "(no answer)"
-    /// when there is none.
-    static std::string request(const std::string& text);
+    /// Requests of the simulated server's operator. They return "0", or a status and the text of
+    /// the answer; "(no answer)" when there is none.
+    static std::string restart();
+    static std::string update();
 
     /// Files of the server.
     static std::string path(const std::string& below_root);

@@ -5,17 +5,18 @@
 #include <string>
 
 #include "service_api/server_paths.hpp"
-#include "service_api/server_request.hpp"
+#include "service_api/settings_client.hpp"
 #include "support/command_line.hpp"
 #include "support/program_main.hpp"
 #include "tools/dp-server/kept_values.hpp"
+#include "tools/dp-server/run_request.hpp"
 #include "tools/dp-server/server_files.hpp"
-#include "tools/dp-server/server_request.hpp"
 
 // The operator panel of the simulated server.
 
 namespace {
 
+using dp_service::settings_client;
 using dp_support::command_line;
 
 constexpr double default_timeout = 10;
@@ -124,6 +125,16 @@ int finish(const std::string& command, const dp_support::result<>& outcome,
     return dp_support::done_if_written("dp-server");
 }
 
+// Prints the text of the answer after the message.
+int finish(const std::string& command, const dp_support::result<std::string>& answer,
+           const std::string& message) {
+    if (!answer) {
+        return finish(command, dp_support::result<>(answer.error()), message);
+    }
+    return finish(command, dp_support::result<>(),
+                  answer->empty() ? message : message + '\n' + *answer);
+}
+
 int run(int argc, char** argv) {
     command_line program("The operator panel of the simulated server that dp_settingsd serves.");
     options chosen;
@@ -157,15 +168,14 @@ int run(int argc, char** argv) {
     }
     if (restart.is_selected()) {
         return finish("restart",
-                      dp_tools::run_request(dp_service::server_request::restart, timeout,
+                      dp_tools::run_request(&settings_client::restart, timeout,
                                             [] { return dp_support::result<>(); }),
                       "restarted: the pending values are current now");
     }
     const auto prepare = [&] {
         return dp_tools::place_update(chosen.update_template, chosen.update_build_id);
     };
-    return finish("update",
-                  dp_tools::run_request(dp_service::server_request::update, timeout, prepare),
+    return finish("update", dp_tools::run_request(&settings_client::update, timeout, prepare),
                   "updated the BIOS to " + chosen.update_build_id);
 }
 

@@ -87,7 +87,7 @@ TEST_F(c_api, keeps_a_change_pending_until_the_server_restarts) {
     EXPECT_EQ(change(dp::op_set, "Boot.Mode", "Legacy"), 0);
     EXPECT_EQ(value("Boot.Mode"), "Legacy");
     EXPECT_EQ(value("Boot.Mode", 1), "UEFI");
-    EXPECT_EQ(service_process::request("restart\n"), "0\n");
+    EXPECT_EQ(service_process::restart(), "0");
     reopen();
     EXPECT_EQ(value("Boot.Mode", 1), "Legacy");
 }
@@ -173,7 +173,7 @@ TEST_F(c_api, reports_a_bios_update) {
     auto infos = test::sample_template();
     infos.push_back(test::choice("Fans", "Speed", "low", "low,high"));
     service_process::place_update(infos, "B2");
-    ASSERT_EQ(service_process::request("update\n"), "0\n");
+    ASSERT_EQ(service_process::update(), "0");
     // The client checks files again after four seconds.
     EXPECT_TRUE(test::eventually([] { return dp_bios_need_reinit("Boot") == 4; }));
     reopen();

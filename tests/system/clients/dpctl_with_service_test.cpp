@@ -59,7 +59,7 @@ TEST_F(dpctl_with_service, keeps_changes_pending_until_the_server_restarts) {
     EXPECT_THAT(result.out,
                 HasSubstr("Boot.Mode: UEFI -> Legacy, pending until the server restarts\n"));
     EXPECT_EQ(dpctl({"get", "--current", "Boot.Mode"}).out, "Boot.Mode=UEFI\n");
-    EXPECT_EQ(service_process::request("restart\n"), "0\n");
+    EXPECT_EQ(service_process::restart(), "0");
     EXPECT_EQ(dpctl({"get", "--current", "Boot.Mode"}).out, "Boot.Mode=Legacy\n");
 }
 
@@ -133,12 +133,12 @@ TEST_F(dpctl_with_service, check_reports_a_bios_update) {
     std::thread update([&] {
         // dpctl compares with the files as they were before this notice.
         if (test::wait_for_text(notice, "watching for changes")) {
-            answer = service_process::request("update\n");
+            answer = service_process::update();
         }
     });
     const auto result = test::run_program("/bin/sh", {"-c", check});
     update.join();
-    EXPECT_EQ(answer, "0\n");
+    EXPECT_EQ(answer, "0");
     EXPECT_EQ(result.exit_code, 0) << test::read_file(notice);
     const json document = json::parse(result.out, nullptr, false);
     ASSERT_TRUE(document.is_object()) << result.out;

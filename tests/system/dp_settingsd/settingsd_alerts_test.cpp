@@ -87,13 +87,13 @@ TEST_F(dp_settingsd_alerts, report_restarts_and_updates_on_both_queues) {
     test::plugin_alerts alerts;
     test::firmware_manager_alerts fm_alerts;
     start();
-    EXPECT_EQ(service_process::request("restart\n"), "0\n");
+    EXPECT_EQ(service_process::restart(), "0");
     EXPECT_EQ(alerts.next(), "server_restarted plugin=1 value=0");
     EXPECT_EQ(fm_alerts.next(), "server_restarted value=0");
-    EXPECT_NE(service_process::request("update\n"), "0\n");
+    EXPECT_NE(service_process::update(), "0");
     EXPECT_EQ(alerts.next(), "none");
     service_process::place_update({test::choice("Boot", "Mode", "UEFI", "UEFI,Legacy")}, "B2");
-    EXPECT_EQ(service_process::request("update\n"), "0\n");
+    EXPECT_EQ(service_process::update(), "0");
     EXPECT_EQ(alerts.next(), "bios_updated plugin=1 value=0");
     EXPECT_EQ(alerts.next(), "server_restarted plugin=1 value=0");
     EXPECT_EQ(fm_alerts.next(), "bios_updated value=0");
@@ -115,7 +115,7 @@ TEST_F(dp_settingsd_alerts, need_a_valid_queue_prefix_to_start) {
 TEST_F(dp_settingsd_alerts, without_a_listener_are_neither_waited_for_nor_logged) {
     start();
     set_speed(1);
-    EXPECT_EQ(service_process::request("restart\n"), "0\n");
+    EXPECT_EQ(service_process::restart(), "0");
     // A listener that ends without removing its queue.
     const pid_t child = fork();
     if (child == 0) {
@@ -127,7 +127,7 @@ TEST_F(dp_settingsd_alerts, without_a_listener_are_neither_waited_for_nor_logged
     ASSERT_EQ(waitpid(child, &status, 0), child);
     ASSERT_EQ(status, 0);
     set_speed(2);
-    EXPECT_EQ(service_process::request("restart\n"), "0\n");
+    EXPECT_EQ(service_process::restart(), "0");
     EXPECT_EQ(service_process::log().find("ERROR"), std::string::npos) << service_process::log();
     test::plugin_alerts alerts;
     test::firmware_manager_alerts fm_alerts;
@@ -142,7 +142,7 @@ TEST_F(dp_settingsd_alerts, are_lost_and_logged_when_the_queue_is_full) {
     start();
     for (int i = 1; i <= 20; ++i) {
         set_speed(i % 10 + 20);
-        EXPECT_EQ(service_process::request("restart\n"), "0\n");
+        EXPECT_EQ(service_process::restart(), "0");
     }
     EXPECT_NE(service_process::log().find("FAILED to send alert"), std::string::npos);
     for (int i = 1; i <= 5; ++i) {

@@ -1,5 +1,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+
+#include <ctime>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -63,9 +65,20 @@ TEST_F(dp_settingsd_batches, answers_every_line_in_order) {
 
 TEST_F(dp_settingsd_batches, runs_a_batch_that_waited_for_the_service) {
     service_process::write_batch("0 1 t set Boot.Mode \"Legacy\" \"\"\n");
-    test::set_mtime(service_process::batch(), 1000);
+    test::set_mtime(service_process::batch(), std::time(nullptr) - 50);
     start();
     EXPECT_EQ(service_process::wait_for_result(), "0 1 t set Boot.Mode \"Legacy\" \"Legacy\" \n");
+}
+
+TEST_F(dp_settingsd_batches, sets_aside_a_batch_whose_client_no_longer_waits) {
+    service_process::write_batch("0 1 t set Boot.Mode \"Legacy\" \"\"\n");
+    test::set_mtime(service_process::batch(), 1000);
+    start();
+    EXPECT_EQ(service_process::run_batch("0 2 t get Boot.Mode \"\" \"\"\n"),
+              "0 2 t get Boot.Mode \"\" \"UEFI\" \n");
+    EXPECT_EQ(test::read_file(path("/tmp/dp/batch.late")),
+              "0 1 t set Boot.Mode \"Legacy\" \"\"\n");
+    EXPECT_NE(service_process::log().find("its client no longer waits"), std::string::npos);
 }
 
 TEST_F(dp_settingsd_batches, runs_a_compressed_batch_like_a_plain_one) {

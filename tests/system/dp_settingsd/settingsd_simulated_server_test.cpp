@@ -6,9 +6,11 @@
 #include <filesystem>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "service_api/service_status.hpp"
+#include "service_api/settings_client.hpp"
 #include "tests/support/eventually.hpp"
 #include "tests/support/sample_template.hpp"
 #include "tests/support/scratch_files.hpp"
@@ -25,16 +27,10 @@ TEST_F(dp_settingsd_simulated_server, makes_pending_values_current_at_a_restart)
     start();
     service_process::run_batch("0 1 t set Boot.Mode \"Legacy\" \"\"\n");
     EXPECT_EQ(test::read_file(service_process::current()).find("Legacy"), std::string::npos);
-    EXPECT_EQ(service_process::request("restart\n"), "0\n");
+    EXPECT_EQ(service_process::restart(), "0");
     EXPECT_EQ(test::read_file(service_process::current()),
               test::read_file(service_process::pending()));
     EXPECT_NE(test::read_file(service_process::current()).find("Legacy"), std::string::npos);
-}
-
-TEST_F(dp_settingsd_simulated_server, executes_a_request_that_waited_for_the_service) {
-    test::write_file(path("/tmp/dp/server"), "restart\n");
-    start();
-    EXPECT_TRUE(eventually([&] { return test::read_file(path("/tmp/dp/server.out")) == "0\n"; }));
 }
 
 TEST_F(dp_settingsd_simulated_server, installs_template_values_and_build_id_of_an_update) {
@@ -46,7 +42,7 @@ TEST_F(dp_settingsd_simulated_server, installs_template_values_and_build_id_of_a
                                    test::number("Boot", "Delay", "1", 0, 10, 1),
                                    test::choice("Fans", "Speed", "low", "low,high")},
                                   "B2");
-    EXPECT_EQ(service_process::request("update\n"), "0\n");
+    EXPECT_EQ(service_process::update(), "0");
     EXPECT_EQ(test::read_file(path("/tmp/dp/uefi.bld")), "B2\n");
     EXPECT_EQ(test::read_file(path("/var/dp/vpd.txt")), "SERIAL=1\nUEFIID=B2\n");
     EXPECT_EQ(service_process::run_batch("0 1 t get Boot.Mode \"\" \"\"\n"
@@ -70,7 +66,7 @@ TEST_F(dp_settingsd_simulated_server, uses_an_update_although_the_clock_was_set_
     test::set_mtime(path("/tmp/dp/uefi_configs.txt"), ahead);
     test::set_mtime(path("/tmp/dp/uefi_info.txt"), ahead);
     service_process::place_update({test::choice("Fans", "Speed", "low", "low,high")}, "B2");
-    EXPECT_EQ(service_process::request("update\n"), "0\n");
+    EXPECT_EQ(service_process::update(), "0");
     EXPECT_FALSE(std::filesystem::exists(path("/tmp/dp/uefi_configs.txt")));
     EXPECT_NE(service_process::run_batch("0 1 t set Fans.Speed \"high\" \"\"\n"), "");
     EXPECT_EQ(server.stop(), 0);
@@ -83,9 +79,9 @@ TEST_F(dp_settingsd_simulated_server, refuses_an_unusable_update_and_keeps_the_o
     start();
     service_process::place_update({}, "B2");
     test::write_file(path("/var/dp/update/uefi_template.efi"), "garbage");
-    const std::string answer = service_process::request("update\n");
+    const std::string answer = service_process::update();
     EXPECT_EQ(answer, std::to_string(dp_service::service_status::malformed_line) + " " +
-                          path("/bin/dpspy") + " failed with exit code 1\n");
+                          path("/bin/dpspy") + " failed with exit code 1");
     EXPECT_EQ(service_process::run_batch("0 1 t get Boot.Mode \"\" \"\"\n"),
               "0 1 t get Boot.Mode \"\" \"UEFI\" \n");
     EXPECT_EQ(test::read_file(path("/tmp/dp/uefi.bld")), "B1\n");
@@ -93,24 +89,26 @@ TEST_F(dp_settingsd_simulated_server, refuses_an_unusable_update_and_keeps_the_o
     start();
 }
 
-TEST_F(dp_settingsd_simulated_server, completes_an_update_after_a_kill) {
+TEST_F(dp_settingsd_simulated_server, completes_an_update_after_a_kill_or_has_not_begun_it) {
     std::mt19937 random(3);
     const std::vector<template_info> bios[] = {{test::choice("Boot", "Mode", "UEFI", "UEFI,Legacy"),
                                                 test::text("Boot", "Two", "2", 0, 0, "")},
                                                {test::choice("Boot", "Mode", "UEFI", "UEFI,Legacy"),
                                                 test::text("Boot", "One", "1", 0, 0, "")}};
     start();
+    EXPECT_EQ(service_process::update().substr(0, 2), "58");
     service_process::run_batch("0 1 t set Boot.Mode \"Legacy\" \"\"\n");
     for (int round = 0; round < 12; ++round) {
         const std::string build_id = "B" + std::to_string(round + 2);
         service_process::place_update(bios[round % 2], build_id);
-        std::filesystem::remove(path("/tmp/dp/server.out"));
-        test::write_file(path("/tmp/dp/server"), "update\n");
+        std::thread client([] { dp_service::settings_client().update(); });
         usleep(static_cast<useconds_t>(random() % 40'000));
         server.stop(SIGKILL);
+        client.join();
         ASSERT_TRUE(server.start()) << service_process::log();
-        ASSERT_TRUE(
-            eventually([&] { return std::filesystem::exists(path("/tmp/dp/server.out")); }));
+        if (test::read_file(path("/tmp/dp/uefi.bld")) != build_id + "\n") {
+            EXPECT_EQ(service_process::update(), "0");
+        }
         EXPECT_EQ(test::read_file(path("/tmp/dp/uefi.bld")), build_id + "\n");
         const std::string newest = round % 2 == 0 ? "Two \"2\"" : "One \"1\"";
         const std::string values = test::read_file(service_process::pending());

@@ -6,11 +6,12 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "service_api/request_protocol.hpp"
+#include "tests/support/fake_request_service.hpp"
 #include "tests/support/sealed_values.hpp"
 #include "tests/system/tools/tool_test.hpp"
 
@@ -197,90 +198,45 @@ TEST_F(dp_server, install_refuses_a_folder_that_is_a_symlink) {
     EXPECT_FALSE(exists("var/dp/uefi_template.efi"));
 }
 
-/// Stands in for the settings service: removes requests and answers them.
-class fake_service {
-  public:
-    explicit fake_service(std::function<void(const std::string&)> answer)
-        : answer_(std::move(answer)), thread_([this] { run(); }) {}
-    ~fake_service() {
-        stop_ = true;
-        thread_.join();
+using test::fake_request_service;
+using test::service_end;
+
+/// Takes a request and answers it. Returns the kind of the request.
+std::string answer_request(service_end& client, int status, const std::string& text) {
+    dp_service::request_protocol::request_header header;
+    std::string request_text;
+    if (client.take_request(header, request_text)) {
+        client.answer(status, text);
     }
-    fake_service(const fake_service&) = delete;
-    fake_service& operator=(const fake_service&) = delete;
-
-    /// Whether there was a request.
-    [[nodiscard]] bool has_request() const { return has_request_; }
-
-    static void write_answer(const std::string& text) {
-        test::write_file(test::root() + "/tmp/dp/answer", text);
-        std::filesystem::rename(test::root() + "/tmp/dp/answer",
-                                test::root() + "/tmp/dp/server.out");
-    }
-
-  private:
-    void run() {
-        const std::string request = test::root() + "/tmp/dp/server";
-        while (!stop_) {
-            if (std::filesystem::exists(request)) {
-                const std::string text = test::read_file(request);
-                // Its sender may give up and remove it meanwhile.
-                if (std::filesystem::remove(request)) {
-                    has_request_ = true;
-                    answer_(text);
-                }
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-    }
-
-    std::function<void(const std::string&)> answer_;
-    std::atomic<bool> stop_ = false;
-    std::atomic<bool> has_request_ = false;
-    std::thread thread_;
-};
+    return header.kind;
+}
 
 TEST_F(dp_server, restart_waits_for_the_answer) {
     std::string request;
     program_result result;
-    write("tmp/dp/server.out", "1 an old answer\n");
     {
-        const fake_service service([&](const std::string& text) {
-            request = text;
-            std::this_thread::sleep_for(std::chrono::milliseconds(200));
-            fake_service::write_answer("0\n");
+        const fake_request_service service([&](service_end& client) {
+            client.send("waiting 1\n");
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            request = answer_request(client, 0, "");
         });
         result = run_program("dp-server", {"restart"});
     }
     EXPECT_EQ(result.exit_code, 0) << result.err;
     EXPECT_EQ(result.out, "restarted: the pending values are current now\n");
-    EXPECT_EQ(request, "restart\n");
+    EXPECT_EQ(request, "restart");
 }
 
 TEST_F(dp_server, reports_a_refusal_with_its_reason) {
     program_result result;
     {
-        const fake_service service(
-            [](const std::string&) { fake_service::write_answer("56 the disk is full\n"); });
+        const fake_request_service service(
+            [](service_end& client) { answer_request(client, 56, "the disk is full"); });
         result = run_program("dp-server", {"restart"});
     }
     EXPECT_EQ(result.exit_code, 1);
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err, "dp-server: restart: the disk is full (status 56)\n");
-}
-
-TEST_F(dp_server, waits_for_a_complete_answer) {
-    program_result result;
-    {
-        const fake_service service([](const std::string&) {
-            fake_service::write_answer("0");
-            std::this_thread::sleep_for(std::chrono::milliseconds(200));
-            fake_service::write_answer("05 no\n");
-        });
-        result = run_program("dp-server", {"restart"});
-    }
-    EXPECT_EQ(result.exit_code, 1);
-    EXPECT_THAT(result.err, HasSubstr("no (status 05)"));
 }
 
 TEST_F(dp_server, update_stores_its_parts_before_the_request) {
@@ -290,41 +246,49 @@ TEST_F(dp_server, update_stores_its_parts_before_the_request) {
     std::string build_id;
     program_result result;
     {
-        const fake_service service([&](const std::string& text) {
-            request = text;
+        const fake_request_service service([&](service_end& client) {
             bios = read("var/dp/update/uefi_template.efi");
             build_id = read("var/dp/update/build_id");
-            fake_service::write_answer("0\n");
+            request = answer_request(client, 0, "");
         });
         result =
             run_program("dp-server", {"update", "--template", "u.efi", "--build-id", "HLD 1.5.0"});
     }
     EXPECT_EQ(result.exit_code, 0) << result.err;
     EXPECT_EQ(result.out, "updated the BIOS to HLD 1.5.0\n");
-    EXPECT_EQ(request, "update\n");
+    EXPECT_EQ(request, "update");
     EXPECT_EQ(bios, read("u.efi"));
     EXPECT_EQ(build_id, "HLD 1.5.0\n");
 }
 
-TEST_F(dp_server, gives_up_if_the_request_is_not_accepted) {
-    const auto result = run_program("dp-server", {"restart", "--timeout", "0.2"});
-    EXPECT_EQ(result.exit_code, 1);
-    EXPECT_THAT(result.err, HasSubstr("is dp_settingsd running?"));
-    // A service that starts later must not restart the server unexpectedly.
-    EXPECT_FALSE(exists("tmp/dp/server"));
-}
-
-TEST_F(dp_server, gives_up_without_an_answer) {
+TEST_F(dp_server, withdraws_a_request_whose_turn_does_not_come) {
     program_result result;
+    std::string received;
     {
-        const fake_service service([](const std::string&) {});
-        // A busy machine may need longer to accept the request.
-        for (int timeout = 1; timeout <= 64 && !service.has_request(); timeout *= 4) {
-            result = run_program("dp-server", {"restart", "--timeout", std::to_string(timeout)});
-        }
+        const fake_request_service service([&](service_end& client) {
+            client.read_line();
+            // The end of the connection.
+            received = client.read_line();
+        });
+        result = run_program("dp-server", {"restart", "--timeout", "0.2"});
     }
     EXPECT_EQ(result.exit_code, 1);
-    EXPECT_THAT(result.err, HasSubstr("accepted the request but did not answer"));
+    EXPECT_THAT(result.err, HasSubstr("withdrawn, nothing was changed"));
+    EXPECT_EQ(received, "");
+}
+
+TEST_F(dp_server, reports_a_request_that_started_and_was_not_answered) {
+    program_result result;
+    {
+        const fake_request_service service([](service_end& client) {
+            dp_service::request_protocol::request_header header;
+            std::string text;
+            client.take_request(header, text);
+        });
+        result = run_program("dp-server", {"restart"});
+    }
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_THAT(result.err, HasSubstr("the request had started"));
 }
 
 TEST_F(dp_server, runs_one_request_at_a_time) {
@@ -332,13 +296,11 @@ TEST_F(dp_server, runs_one_request_at_a_time) {
     std::atomic<int> overlapping = 0;
     std::atomic<int> done = 0;
     {
-        const fake_service service([&](const std::string&) {
-            if (++running > 1) {
-                ++overlapping;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        const fake_request_service service([&](service_end& client) {
+            overlapping += ++running > 1 ? 1 : 0;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
             --running;
-            fake_service::write_answer("0\n");
+            answer_request(client, 0, "");
         });
         std::vector<std::thread> operators;
         for (int i = 0; i < 4; ++i) {
@@ -353,28 +315,26 @@ TEST_F(dp_server, runs_one_request_at_a_time) {
     EXPECT_EQ(done, 4);
 }
 
-TEST_F(dp_server, fails_without_the_exchange_folder_or_a_readable_template) {
+TEST_F(dp_server, fails_without_a_service_or_a_readable_template) {
     const auto update =
         run_program("dp-server", {"update", "--template", "missing", "--build-id", "1"});
     EXPECT_EQ(update.exit_code, 1);
     EXPECT_THAT(update.err, HasSubstr("missing: No such file"));
-    EXPECT_FALSE(exists("tmp/dp/server"));
-    std::filesystem::remove_all(path("tmp/dp"));
     const auto restart = run_program("dp-server", {"restart"});
     EXPECT_EQ(restart.exit_code, 1);
-    EXPECT_THAT(restart.err, HasSubstr("is dp_settingsd running?"));
+    EXPECT_THAT(restart.err, HasSubstr("dp_settingsd is not running"));
 }
 
 TEST_F(dp_server, does_not_use_folders_of_other_users) {
     if (geteuid() != 0 || !unprivileged_user_can_run("dp-server")) {
         GTEST_SKIP() << "needs root, to act as two users";
     }
-    chmod(path("tmp").c_str(), 0755);
-    chmod(path("tmp/dp").c_str(), 0777);
+    const fake_request_service service([](service_end& client) { answer_request(client, 0, ""); });
+    chmod(path("var/dp").c_str(), 0755);
+    chmod(path("run/dp").c_str(), 0777);
     const auto result = test::run_program_unprivileged("dp-server", {"restart"});
     EXPECT_EQ(result.exit_code, 1);
-    EXPECT_THAT(result.err, HasSubstr("belongs to user 0, not to user 65534"));
-    EXPECT_FALSE(exists("tmp/dp/server"));
+    EXPECT_THAT(result.err, HasSubstr("other users can write to"));
 }
 
 TEST_F(dp_server, distinguishes_wrong_usage_from_failure) {

@@ -4,8 +4,11 @@
 
 #include <ctime>
 #include <filesystem>
+#include <fstream>
 
 #include "common/file_utilities.hpp"
+#include "service_api/exchange_lock.hpp"
+#include "tests/support/descriptor_limit.hpp"
 #include "tests/support/test_platform.hpp"
 #include "tests/unit/host/sample_service.hpp"
 
@@ -22,7 +25,9 @@ class batch_exchange_test : public test::sample_service {
     std::string result = batch + ".out";
     std::string command_line = "0 1 t set Boot.Mode \"Legacy\" \"\"\n";
     std::string result_line = "0 1 t set Boot.Mode \"Legacy\" \"Legacy\" \n";
-    dp_host::batch_exchange exchange{registrar};
+    std::string late = batch + ".late";
+    int set_aside = 0;
+    dp_host::batch_exchange exchange{registrar, [this] { ++set_aside; }};
 };
 
 TEST_F(batch_exchange_test, a_batch_is_run_answered_and_removed) {
@@ -35,12 +40,73 @@ TEST_F(batch_exchange_test, a_batch_is_run_answered_and_removed) {
     EXPECT_EQ(exchange.poll(true), poll_result::nothing);
 }
 
-TEST_F(batch_exchange_test, a_batch_that_is_older_than_the_service_is_run) {
+TEST_F(batch_exchange_test, a_batch_is_run_until_its_client_gives_up) {
     test::write_file(batch, command_line);
-    test::set_mtime(batch, 1000);
+    test::set_mtime(batch, std::time(nullptr) - 60);
     exchange.recover();
     EXPECT_EQ(exchange.poll(true), poll_result::taken);
     EXPECT_EQ(test::read_file(result), result_line);
+}
+
+TEST_F(batch_exchange_test, an_old_batch_and_one_from_the_future_are_set_aside) {
+    int count = 0;
+    for (const std::time_t age : {63, -70}) {
+        test::write_file(batch, command_line);
+        test::set_mtime(batch, std::time(nullptr) - age);
+        EXPECT_EQ(exchange.poll(true), poll_result::taken);
+        EXPECT_FALSE(fileexist(running));
+        EXPECT_FALSE(fileexist(result));
+        EXPECT_EQ(test::read_file(late), command_line);
+        EXPECT_EQ(set_aside, ++count);
+    }
+    EXPECT_EQ(value_of("Boot.Mode"), "UEFI");
+}
+
+TEST_F(batch_exchange_test, an_old_batch_is_run_while_a_client_has_the_exchange_lock) {
+    dp_service::exchange_lock lock;
+    ASSERT_TRUE(lock.try_acquire());
+    test::write_file(batch, command_line);
+    test::set_mtime(batch, 1000);
+    EXPECT_EQ(exchange.poll(true), poll_result::taken);
+    EXPECT_EQ(test::read_file(result), result_line);
+}
+
+TEST_F(batch_exchange_test, the_age_of_a_batch_is_unknown_after_the_clock_was_set) {
+    // Of an earlier service, which ran when the clock was an hour ahead.
+    std::string boot;
+    std::ifstream("/proc/sys/kernel/random/boot_id") >> boot;
+    test::write_file(test::root() + "/tmp/dp/clock", boot + " 3600\n");
+    test::write_file(batch, command_line);
+    exchange.recover();
+    EXPECT_EQ(exchange.poll(true), poll_result::taken);
+    EXPECT_EQ(test::read_file(late), command_line);
+    EXPECT_EQ(exchange.poll(true), poll_result::nothing);
+    test::write_file(batch, command_line);
+    EXPECT_EQ(exchange.poll(true), poll_result::taken);
+    EXPECT_EQ(test::read_file(result), result_line);
+}
+
+TEST_F(batch_exchange_test, a_batch_is_not_lost_while_descriptors_are_missing) {
+    test::write_file(batch, command_line);
+    poll_result found = poll_result::retry_later;
+    unsigned left = 0;
+    for (; left < 20 && found != poll_result::taken; ++left) {
+        EXPECT_EQ(value_of("Boot.Mode"), "UEFI") << left;
+        const test::descriptor_limit limit(left);
+        found = exchange.poll(true);
+        EXPECT_TRUE(found == poll_result::retry_later || found == poll_result::taken) << left;
+    }
+    EXPECT_GT(left, 2U);
+    EXPECT_EQ(test::read_file(result), result_line);
+    EXPECT_EQ(set_aside, 0);
+}
+
+TEST_F(batch_exchange_test, a_batch_that_kills_the_service_twice_is_set_aside) {
+    test::write_file(batch + ".repeated", command_line);
+    exchange.recover();
+    EXPECT_EQ(test::read_file(late), command_line);
+    EXPECT_FALSE(fileexist(result));
+    EXPECT_EQ(value_of("Boot.Mode"), "UEFI");
 }
 
 TEST_F(batch_exchange_test, a_failed_answer_does_not_block_the_next_batch) {

@@ -45,7 +45,7 @@ TEST_F(batch_transaction_test, a_refused_write_does_not_change_what_reads_return
 TEST_F(batch_transaction_test, has_the_identifier_of_its_client_as_its_name) {
     std::vector<dp::transaction_command> commands{command("get", "Boot.Mode")};
     EXPECT_EQ(dp_host::batch_transaction(commands).name, "test-1");
-    EXPECT_EQ(dp_host::batch_transaction(commands).requester, "<test-1>");
+    EXPECT_EQ(dp_host::batch_transaction(commands).requester, "test-1");
     commands[0].tid = "plain";
     EXPECT_EQ(dp_host::batch_transaction(commands).name, "plain");
     commands[0].tid = "<>";

@@ -1,0 +1,63 @@
+#include "host/exchange/peer.hpp"
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+
+#include "host/process/text_of.hpp"
+
+namespace dp_host {
+namespace {
+
+constexpr std::size_t longest_program = 255;
+
+std::string program_of(pid_t pid) {
+    std::array<char, longest_program> path{};
+    const ssize_t count =
+        readlink(text_of("/proc/", pid, "/exe").c_str(), path.data(), path.size());
+    std::string program(path.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    std::replace_if(
+        program.begin(), program.end(), [](char c) { return c <= ' ' || c > '~'; }, '?');
+    return program.empty() ? "?" : program;
+}
+
+std::vector<gid_t> groups_of(int fd) {
+    std::vector<gid_t> groups(32);
+    for (;;) {
+        auto size = static_cast<socklen_t>(groups.size() * sizeof(gid_t));
+        const int got = getsockopt(fd, SOL_SOCKET, SO_PEERGROUPS, groups.data(), &size);
+        groups.resize(got == 0 || errno == ERANGE ? size / sizeof(gid_t) : 0);
+        if (got == 0 || errno != ERANGE) {
+            return groups;
+        }
+    }
+}
+
+}  // namespace
+
+std::string peer::str() const {
+    return text_of("uid=", uid, ",gid=", gid, ",pid=", pid, ",program=", program);
+}
+
+bool peer::is_in_group(gid_t group) const {
+    return gid == group || std::find(groups.begin(), groups.end(), group) != groups.end();
+}
+
+dp_support::result<peer> peer_of(int fd) {
+    ucred credentials{};
+    socklen_t size = sizeof credentials;
+    if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) {
+        const int error = errno;
+        return dp_support::failure{std::string("cannot identify a client: ") + std::strerror(error),
+                                   error};
+    }
+    return peer{credentials.uid, credentials.gid, credentials.pid, groups_of(fd),
+                program_of(credentials.pid)};
+}
+
+}  // namespace dp_host

@@ -1,0 +1,140 @@
+#include "service_api/request_protocol.hpp"
+
+#include <array>
+#include <charconv>
+#include <limits>
+
+namespace dp_service::request_protocol {
+namespace {
+
+constexpr std::string_view protocol_version = "dp1";
+constexpr std::string_view planned_on_key = "pending=";
+
+// The words of a line, of which the last one may be followed by nothing else. Lines with empty
+// words, which two spaces in a row make, are not valid.
+class word_reader {
+  public:
+    explicit word_reader(std::string_view line) : rest_(line) {}
+
+    /// The next word; empty when there is none.
+    std::string_view next() {
+        const std::size_t end = rest_.find(' ');
+        const std::string_view word = rest_.substr(0, end);
+        is_at_end_ = end == std::string_view::npos;
+        rest_.remove_prefix(is_at_end_ ? rest_.size() : end + 1);
+        return word;
+    }
+
+    /// The next word as a decimal number; nothing when it is not one, or too large.
+    std::optional<std::uint32_t> next_number() {
+        const std::string_view word = next();
+        std::uint32_t value = 0;
+        const auto parsed = std::from_chars(word.data(), word.data() + word.size(), value);
+        if (word.empty() || parsed.ec != std::errc() || parsed.ptr != word.data() + word.size()) {
+            return std::nullopt;
+        }
+        return value;
+    }
+
+    [[nodiscard]] bool is_at_end() const { return is_at_end_; }
+
+  private:
+    std::string_view rest_;
+    bool is_at_end_ = false;
+};
+
+bool is_printable_word(std::string_view word) {
+    for (const char c : word) {
+        if (c <= ' ' || c > '~') {
+            return false;
+        }
+    }
+    return !word.empty();
+}
+
+struct message_form {
+    message::kinds kind;
+    std::string_view word;
+    int numbers;
+};
+
+constexpr std::array<message_form, 5> message_forms{{
+    {message::kinds::waiting, "waiting", 1},
+    {message::kinds::ready, "ready", 0},
+    {message::kinds::progress, "progress", 2},
+    {message::kinds::answer, "answer", 2},
+    {message::kinds::refused, "refused", 2},
+}};
+
+}  // namespace
+
+std::string request_header::line() const {
+    std::string text(protocol_version);
+    text += ' ' + kind + ' ' + std::to_string(length);
+    if (!planned_on.empty()) {
+        text += ' ';
+        text += planned_on_key;
+        text += planned_on;
+    }
+    return text;
+}
+
+std::optional<request_header> request_header::parse(std::string_view line) {
+    word_reader words(line);
+    request_header header;
+    if (line.size() > longest_line || words.next() != protocol_version) {
+        return std::nullopt;
+    }
+    header.kind = words.next();
+    const auto length = words.next_number();
+    if (!is_printable_word(header.kind) || !length) {
+        return std::nullopt;
+    }
+    header.length = *length;
+    if (!words.is_at_end()) {
+        const std::string_view word = words.next();
+        if (word.substr(0, planned_on_key.size()) != planned_on_key || !words.is_at_end()) {
+            return std::nullopt;
+        }
+        header.planned_on = word.substr(planned_on_key.size());
+        if (!is_printable_word(header.planned_on)) {
+            return std::nullopt;
+        }
+    }
+    return header;
+}
+
+std::string message::line() const {
+    for (const message_form& form : message_forms) {
+        if (form.kind == kind) {
+            std::string text(form.word);
+            text += form.numbers > 0 ? ' ' + std::to_string(first) : std::string();
+            text += form.numbers > 1 ? ' ' + std::to_string(second) : std::string();
+            return text;
+        }
+    }
+    return {};
+}
+
+std::optional<message> message::parse(std::string_view line) {
+    word_reader words(line);
+    const std::string_view word = words.next();
+    for (const message_form& form : message_forms) {
+        if (form.word != word) {
+            continue;
+        }
+        message parsed;
+        parsed.kind = form.kind;
+        for (int i = 0; i < form.numbers; ++i) {
+            const auto number = words.is_at_end() ? std::nullopt : words.next_number();
+            if (!number) {
+                return std::nullopt;
+            }
+            (i == 0 ? parsed.first : parsed.second) = *number;
+        }
+        return words.is_at_end() ? std::optional(parsed) : std::nullopt;
+    }
+    return std::nullopt;
+}
+
+}  // namespace dp_service::request_protocol

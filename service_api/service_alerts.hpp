@@ -1,0 +1,14 @@
+#ifndef DP_SERVICE_API_SERVICE_ALERTS_HPP
+#define DP_SERVICE_API_SERVICE_ALERTS_HPP
+
+#include "platform/dp/alerts.hpp"
+
+/// What dp_settingsd reports on the alert queue in addition to the alerts of every board.
+namespace dp_service::service_alerts {
+
+/// A batch was not run, because its client no longer waited or could not be answered.
+inline constexpr auto batch_set_aside = static_cast<dp::command::alerts>(16);
+
+}  // namespace dp_service::service_alerts
+
+#endif
