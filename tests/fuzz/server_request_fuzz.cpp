@@ -1,68 +1,122 @@
-// Arbitrary bytes as a request to the simulated server: every request has one answer, and only a
-// restart changes the current values.
+// Arbitrary bytes, in pieces, as what a client sends to the request socket: only a complete request
+// that was accepted with "go" starts, with the text that was sent, and every message of the service
+// can be parsed.
 
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
 #include <chrono>
-#include <filesystem>
-#include <sstream>
 #include <string>
+#include <string_view>
 
-#include "common/fixed_paths.hpp"
-#include "host/exchange/server_exchange.hpp"
-#include "host/settings_service.hpp"
+#include "host/exchange/client_connection.hpp"
+#include "service_api/request_protocol.hpp"
 #include "service_api/server_answer.hpp"
-#include "service_api/server_paths.hpp"
 #include "tests/fuzz/fuzzing.hpp"
-#include "tests/fuzz/scratch_root.hpp"
-#include "tests/support/sample_template.hpp"
+#include "tests/fuzz/input.hpp"
 
 namespace {
 
-std::string template_text() {
-    std::ostringstream text;
-    for (const auto& info : test::sample_template()) {
-        text << info;
+namespace protocol = dp_service::request_protocol;
+using connection = dp_host::client_connection;
+using states = connection::states;
+
+void check_lines(fuzzing::input in) {
+    while (!in.is_empty()) {
+        const std::string line = in.until('\n');
+        if (const auto header = protocol::request_header::parse(line)) {
+            fuzzing::require(header->line() == line, "a header is written as it was read");
+        }
+        if (const auto message = protocol::message::parse(line)) {
+            fuzzing::require(message->line() == line, "a message is written as it was read");
+        }
+        if (const auto answer = dp_service::server_answer::parse(line)) {
+            const auto again = dp_service::server_answer::parse(answer->line());
+            fuzzing::require(again && again->status == answer->status, "an answer has its status");
+        }
     }
-    return text.str();
 }
 
-// Started once: what a request leaves must not matter to the next one.
-dp_host::settings_service& started_service() {
-    static dp_host::settings_service service;
-    static const bool is_started = [] {
-        const std::string bios = dp::fixed_paths::uefi_template.str();
-        fuzzing::write_scratch(bios, "not needed");
-        // Older than its text, so nothing has to expand it.
-        std::filesystem::last_write_time(
-            bios, std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
-        fuzzing::write_scratch(dp::fixed_paths::uefi_info.str(), template_text());
-        const auto started = service.start();
-        if (!started) {
-            std::fprintf(stderr, "%s\n", started.reason().c_str());
+/// Reads what the service has sent so far.
+void receive(int fd, std::string& received) {
+    std::array<char, 4096> block{};
+    ssize_t count = 0;
+    while ((count = read(fd, block.data(), block.size())) > 0) {
+        received.append(block.data(), static_cast<std::size_t>(count));
+    }
+}
+
+void check_messages(std::string_view received) {
+    while (!received.empty()) {
+        const std::size_t end = received.find('\n');
+        fuzzing::require(end != std::string_view::npos, "a message is a line");
+        const auto message = protocol::message::parse(received.substr(0, end));
+        fuzzing::require(message.has_value(), "every message can be parsed");
+        received.remove_prefix(end + 1);
+        if (message->kind == protocol::message::kinds::answer ||
+            message->kind == protocol::message::kinds::refused) {
+            fuzzing::require(received.size() == message->second,
+                             "the last message has its whole text");
+            return;
         }
-        return started.ok();
-    }();
-    fuzzing::require(is_started, "the service starts");
-    return service;
+    }
 }
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    auto& service = started_service();
-    dp_host::server_exchange exchange(service);
-    const std::string request(data, data + size);
-    const std::string current = fuzzing::read_scratch(dp::fixed_paths::uefi_current.str());
-    fuzzing::write_scratch(dp_service::server_paths::server_request.str(), request);
-    const auto found = exchange.poll(true);
-    fuzzing::require(found == dp_host::poll_result::taken, "a request is taken");
-    const std::string line = fuzzing::read_scratch(dp_service::server_paths::server_answer.str());
-    const auto answer = dp_service::server_answer::parse(line.substr(0, line.find('\n')));
-    fuzzing::require(answer.has_value() && line.find('\n') + 1 == line.size(),
-                     "the answer is one line");
-    fuzzing::require(answer->status != 0 || request.starts_with("restart"),
-                     "only a restart succeeds");
-    fuzzing::require(answer->status == 0 ||
-                         fuzzing::read_scratch(dp::fixed_paths::uefi_current.str()) == current,
-                     "a refused request changes nothing");
+    check_lines({data, size});
+
+    int ends[2] = {-1, -1};
+    fuzzing::require(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends) == 0,
+                     "sockets can be made");
+    auto now = connection::clock::time_point{} + std::chrono::hours(1);
+    const std::string all(data, data + size);
+    std::string received;
+    {
+        fuzzing::input in(data, size);
+        connection client(dp_support::file_descriptor{ends[0]}, dp_host::peer{}, now);
+        bool was_offered = false;
+        std::size_t sent = 0;
+        while (client.state() != states::closed && sent < size) {
+            const std::size_t length = 1 + size % 7 * 5 + sent % 11;
+            const std::string piece = in.bytes(length);
+            if (write(ends[1], piece.data(), piece.size()) != static_cast<ssize_t>(piece.size())) {
+                break;
+            }
+            sent += piece.size();
+            now += std::chrono::milliseconds(size % 100);
+            client.handle(POLLIN, 4096, now);
+            if (client.state() == states::waiting) {
+                client.report_position(static_cast<std::uint32_t>(size % 3), now);
+                client.offer(now);
+                was_offered = true;
+            }
+            if (client.state() == states::started) {
+                fuzzing::require(was_offered, "no request starts before its turn");
+                const std::size_t length_of_text = client.header().length;
+                const std::string text = client.take_text();
+                const std::string start = client.header().line() + '\n' + text;
+                fuzzing::require(text.size() == length_of_text && all.starts_with(start + "go\n"),
+                                 "a request that starts was sent whole, with its go");
+                client.report_progress(1, 2, now);
+                client.answer(0, text, now);
+            }
+            receive(ends[1], received);
+        }
+        client.handle(POLLIN | POLLOUT, 4096, now);
+        receive(ends[1], received);
+        // Its time is over at some point, whatever it sent.
+        now += std::chrono::hours(1);
+        client.handle(0, 4096, now);
+        fuzzing::require(client.state() != states::receiving && client.state() != states::offered,
+                         "a silent client is given up");
+    }
+    receive(ends[1], received);
+    close(ends[1]);
+    check_messages(received);
     return 0;
 }
