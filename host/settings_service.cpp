@@ -4,15 +4,20 @@
 #include <cerrno>
 #include <cstdint>
 #include <ctime>
-#include <fstream>
+#include <sstream>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "bios/uefi_build_id.hpp"
 #include "host/history/history_time.hpp"
+#include "host/model/attribute_mapping.hpp"
+#include "host/model/carry_over.hpp"
 #include "host/model/read_template.hpp"
 #include "host/model/values_file.hpp"
 #include "host/model/vital_product_data.hpp"
+#include "host/process/bounded_lock.hpp"
 #include "host/process/private_folder.hpp"
 #include "host/process/replace_under_lock.hpp"
 #include "host/process/service_log.hpp"
@@ -22,6 +27,7 @@
 #include "service_api/service_status.hpp"
 #include "service_api/template_cache.hpp"
 #include "settings/configuration.hpp"
+#include "support/decimal.hpp"
 #include "support/remove_or_set_aside.hpp"
 #include "support/staged_file.hpp"
 
@@ -35,7 +41,9 @@ using dp_support::staged_file;
 
 constexpr std::size_t most_value_lines = 20;
 constexpr std::size_t longest_build_id_file = 4096;
+constexpr std::size_t longest_template = std::size_t{64} << 20U;
 constexpr unsigned char most_in_alert = 255;
+constexpr std::size_t longest_update_lines = std::size_t{64} * 1024;
 
 // Logs the stored values that could not be loaded, up to a limit.
 class load_report {
@@ -62,37 +70,61 @@ class load_report {
     std::size_t lines_ = 0;
 };
 
+// Loads values under another collection: those of attributes that the template does not have, but
+// that it has under the same name in one other collection. Values that were loaded already are not
+// replaced.
+void load_by_attribute(const named_values& values, const template_model& model, value_store& store,
+                       load_report& report) {
+    const auto only = attribute_mapping::index(model);
+    std::unordered_map<std::string, std::string> collections;  // by the attribute's name
+    std::unordered_set<std::string> ambiguous;
+    std::unordered_set<const dp::setting*> present;
+    dp::qualified_setting_name name;
+    for (const auto& entry : values) {
+        name.parse(entry.first);
+        const auto [found, is_new] = collections.try_emplace(name.setting, name.configuration);
+        if (!is_new && found->second != name.configuration) {
+            ambiguous.insert(name.setting);
+        }
+        present.insert(model.find(name.configuration, name.setting));
+    }
+    for (const auto& [text, value] : values) {
+        name.parse(text);
+        if (model.find(name.configuration, name.setting) != nullptr) {
+            continue;
+        }
+        const auto found = only.find(name.setting);
+        const bool is_moved = found != only.end() && found->second != nullptr &&
+                              !present.contains(found->second) && !ambiguous.contains(name.setting);
+        if (is_moved) {
+            name.configuration = found->second->configuration->name;
+        }
+        report.add(store.load(name, value, true), text);
+        if (is_moved) {
+            log_line(text, ": loaded as ", name.get_name());
+        }
+    }
+}
+
 // Loads the values of a file, also those that are not valid: they are the values of the server.
-// Returns the number of values that were dropped.
-std::size_t load_all(const named_values& values, value_store& store) {
+// Returns the number of values that were dropped or got another name.
+std::size_t load_all(const named_values& values, const template_model& model, value_store& store) {
     load_report report;
+    std::size_t others = 0;
     dp::qualified_setting_name name;
     for (const auto& [text, value] : values) {
         name.parse(text);
-        report.add(store.load(name, value, true), text);
-    }
-    return report.unknown();
-}
-
-// Whether the template determines the value of the setting, because nobody else can set it.
-bool is_determined_by(const template_model& model, const dp::setting& before) {
-    const std::size_t position =
-        model.position_of(model.find(before.configuration->name, before.name));
-    if (position == template_model::npos) {
-        return false;
-    }
-    template_element& element = *model.attributes()[position].element;
-    return element.is_read_only() && !element.default_value().empty();
-}
-
-void carry_over(const value_store& before, const template_model& model, value_store& store) {
-    load_report report;
-    before.for_each([&](value_store::key at, const std::string& value) {
-        if (!is_determined_by(model, *at.setting)) {
-            const dp::qualified_setting_name name = at.name();
-            report.add(store.load(name, value, false), name.get_name());
+        if (model.find(name.configuration, name.setting) == nullptr) {
+            ++others;
+        } else {
+            report.add(store.load(name, value, true), text);
         }
-    });
+    }
+    const std::size_t dropped = report.unknown();
+    if (others > 0) {
+        load_by_attribute(values, model, store, report);
+    }
+    return dropped + others;
 }
 
 bool every_setting(const dp::setting& /*s*/) {
@@ -110,6 +142,51 @@ std::string event_line(const char* target, const std::string& text) {
     return event.line() + '\n';
 }
 
+// The files that an update replaces.
+std::vector<std::string> installed_paths() {
+    return {dp::fixed_paths::uefi_template.str(), dp::fixed_paths::uefi_settings.str(),
+            dp::fixed_paths::uefi_current.str(),
+            dp_service::server_paths::vital_product_data.str()};
+}
+
+// Locks the files that an update replaces. They stay locked as long as the result exists.
+dp_support::result<std::vector<bounded_lock>> lock_installed_files() {
+    std::vector<bounded_lock> locks;
+    for (const auto& path : installed_paths()) {
+        auto lock = bounded_lock::acquire(path, bounded_lock::kind::exclusive);
+        if (!lock) {
+            return lock.error();
+        }
+        locks.push_back(*std::move(lock));
+    }
+    return locks;
+}
+
+// The history's lines for an update. Those for single values are limited, so that they do not push
+// out all earlier changes.
+std::string update_lines(const std::string& build_id, const carry_over_report& report) {
+    std::string lines = event_line(dp_service::change_record::of_bios,
+                                   "updated to " + build_id + ": " + report.summary());
+    dp_service::change_record change{
+        dp_service::change_record::by_service, history_time(std::time(nullptr)), {}, std::nullopt};
+    for (const auto* values : {&report.converted, &report.lost}) {
+        for (const auto& value : *values) {
+            change.target = value.now ? value.new_name : value.name;
+            change.value = value.now;
+            const std::string line = change.line() + '\n';
+            if (lines.size() + line.size() > longest_update_lines) {
+                return lines;
+            }
+            lines += line;
+        }
+    }
+    return lines;
+}
+
+unsigned char clamp_to_alert(std::size_t number) {
+    return static_cast<unsigned char>(std::min<std::size_t>(number, most_in_alert));
+}
+
 // The library opens the file of the build id without checks, so it must be trusted.
 void refresh_build_id() {
     const auto checked = check_trusted(dp::fixed_paths::uefi_build_id.str());
@@ -123,7 +200,8 @@ void refresh_build_id() {
 }  // namespace
 
 settings_service::settings_service()
-    : plugin_([this](const auto& trans) { return persist(trans); }) {
+    : plugin_([this](const auto& trans) { return persist(trans); }),
+      update_files_(dp_service::server_paths::update_folder.str(), installed_paths()) {
     registrar_.add_plugin(&plugin_);
 }
 
@@ -142,6 +220,14 @@ dp_support::result<> settings_service::start() {
     }
     history_.complete(journal_.lines_to_replay());
     journal_.remove();
+    is_installing_ = update_files_.is_committed();
+    if (is_installing_) {
+        log_line("an update of the BIOS was interrupted: completing it");
+        if (auto completed = complete_installation(); !completed) {
+            return completed;
+        }
+    }
+    update_files_.discard();
     const std::string template_path = dp::fixed_paths::uefi_template.str();
     const auto infos = read_template(template_path, dp::fixed_paths::uefi_info.str());
     if (!infos) {
@@ -192,7 +278,7 @@ dp_support::result<> settings_service::load_values() {
     const bool is_first = !pending->content && !current->content;
     if (!is_first) {
         const auto& source = pending->content ? *pending->content : *current->content;
-        dropped = load_all(source.values, *store_);
+        dropped = load_all(source.values, *model_, *store_);
         pending_version_ = source.version;
     }
     if (!pending->content && !is_first && pending->problem.empty()) {
@@ -217,7 +303,7 @@ dp_support::result<> settings_service::load_values() {
     }
     value_store values(*model_);
     if (current->is_backup) {
-        load_all(current->content->values, values);
+        load_all(current->content->values, *model_, values);
     } else if (!is_first) {
         store_->for_each([&](value_store::key at, const std::string& value) {
             values.load(at.name(), value, true);
@@ -234,6 +320,12 @@ dp_support::result<> settings_service::load_values() {
 dp_support::result<> settings_service::write_values_file(values_archive& to,
                                                          const value_store& store,
                                                          const std::string& history_lines) {
+    // Files of an update that are placed later would replace what is written now.
+    if (is_installing_) {
+        if (auto completed = complete_installation(); !completed) {
+            return completed;
+        }
+    }
     staged_file file(to.path(), staged_file::durable);
     const std::string version = write_values(store, file.out());
     auto written = file.complete();
@@ -275,7 +367,7 @@ dp_support::result<> settings_service::persist(const dp::setting_transaction& tr
 }
 
 void settings_service::retry_failed_write() {
-    if (file_differs_) {
+    if (file_differs_ || is_installing_) {
         // A failure is logged, and the next call tries again.
         static_cast<void>(write_pending({}));
     }
@@ -290,9 +382,16 @@ void settings_service::use(std::unique_ptr<template_model> model,
     model_ = std::move(model);
 }
 
-void settings_service::send_alerts(dp::command::alerts what, fm::command::alerts fm_what) const {
-    plugin_.alert(what, 0);
-    dp::send_fm_alert(fm_what, 0);
+void settings_service::send_alerts(dp::command::alerts what, fm::command::alerts fm_what,
+                                   unsigned char value) const {
+    plugin_.alert(what, value);
+    dp::send_fm_alert(fm_what, value);
+}
+
+void settings_service::announce_update(std::size_t lost) const {
+    send_alerts(dp::command::alerts::bios_updated, fm::command::alerts::bios_updated,
+                clamp_to_alert(lost));
+    send_alerts(dp::command::alerts::server_restarted, fm::command::alerts::server_restarted, 0);
 }
 
 dp_service::server_answer settings_service::restart() {
@@ -301,14 +400,16 @@ dp_service::server_answer settings_service::restart() {
         return {not_persisted, written.reason()};
     }
     log_line("the server restarted: pending values are current");
-    send_alerts(dp::command::alerts::server_restarted, fm::command::alerts::server_restarted);
+    send_alerts(dp::command::alerts::server_restarted, fm::command::alerts::server_restarted, 0);
     return {};
 }
 
 struct settings_service::update_parts {
     std::string build_id;
+    std::string bios;  // the template's file
     std::unique_ptr<template_model> model;
     std::unique_ptr<value_store> store;
+    carry_over_report values;
 };
 
 // The code of a failure is one of `service_status`.
@@ -333,6 +434,10 @@ dp_support::result<> settings_service::prepare_update(update_parts& parts) {
     if (!is_product_data_value(parts.build_id)) {
         return refuse(build_id_path + " contains no build id");
     }
+    auto bios = read_trusted_file(template_path, longest_template);
+    if (!bios) {
+        return refuse(bios.reason());
+    }
     const std::string text_path = service_files::update_text.str();
     dp_support::remove_or_set_aside(text_path);
     const auto infos = read_template(template_path, text_path);
@@ -340,65 +445,107 @@ dp_support::result<> settings_service::prepare_update(update_parts& parts) {
     if (!infos) {
         return refuse(infos.reason());
     }
+    const auto bios_after = read_trusted_file(template_path, longest_template);
+    if (!bios_after || *bios_after != *bios) {
+        return refuse(template_path + " was changed while it was read");
+    }
+    parts.bios = *std::move(bios);
     auto model = template_model::make(*infos, &plugin_);
     if (!model) {
         return refuse(model.reason());
     }
     parts.model = *std::move(model);
     parts.store = std::make_unique<value_store>(*parts.model);
-    carry_over(*store_, *parts.model, *parts.store);
-    parts.store->add_defaults([&](const dp::setting& s) {
-        return model_->find(s.configuration->name, s.name) == nullptr ||
-               is_determined_by(*parts.model, s);
-    });
+    parts.values = carry_over(*model_, *store_, *parts.model, *parts.store);
     return {};
 }
 
-dp_support::result<> settings_service::install(update_parts parts) {
+// Writes the files of the update and then its marker.
+dp_support::result<> settings_service::stage(const update_parts& parts, const std::string& marker) {
     const std::string product_data_path = dp_service::server_paths::vital_product_data.str();
     const auto data = with_product_data(product_data_path, "UEFIID", parts.build_id);
     if (!data) {
         return data.error();
     }
-    staged_file bios(dp::fixed_paths::uefi_template.str(), staged_file::durable);
-    staged_file pending(dp::fixed_paths::uefi_settings.str(), staged_file::durable);
-    staged_file current(dp::fixed_paths::uefi_current.str(), staged_file::durable);
-    staged_file product_data(product_data_path, staged_file::durable);
-    std::ifstream source(dp_service::server_paths::update_template.str(), std::ios::binary);
-    bios.out() << source.rdbuf();
-    const std::string version = write_values(*parts.store, pending.out());
-    write_values(*parts.store, current.out());
-    product_data.out() << *data;
-    staged_file* const files[] = {&bios, &pending, &current, &product_data};
-    dp_support::result<> done;
-    for (staged_file* file : files) {
-        done = done.and_then([&] { return file->complete(); });
+    std::ostringstream values;
+    write_values(*parts.store, values);
+    auto staged =
+        update_files_.stage(dp::fixed_paths::uefi_template.str(), parts.bios)
+            .and_then([&] { return update_files_.stage(pending_file_.path(), values.view()); })
+            .and_then([&] { return update_files_.stage(current_file_.path(), values.view()); })
+            .and_then([&] { return update_files_.stage(product_data_path, *data); })
+            .and_then([&] { return update_files_.commit(marker); });
+    if (!staged) {
+        // Also a marker that is there although its folder could not be synced.
+        static_cast<void>(update_files_.finish());
     }
-    if (done) {
-        pending_file_.keep_backup();
-        current_file_.keep_backup();
+    return staged;
+}
+
+dp_support::result<> settings_service::install(update_parts parts) {
+    const auto locks = lock_installed_files();
+    if (!locks) {
+        return locks.error();
     }
-    for (staged_file* file : files) {
-        done = done.and_then([&] { return replace_under_lock(*file); });
+    const std::string lines = update_lines(parts.build_id, parts.values);
+    const std::size_t lost = parts.values.lost.size();
+    if (auto staged = stage(parts, text_of(lost, '\n', lines)); !staged) {
+        return staged;
     }
-    if (pending.is_in_place()) {
+    pending_file_.keep_backup();
+    current_file_.keep_backup();
+    // From here on the new BIOS is the server's, even when its files cannot be put in place now:
+    // before anything else is written, they are.
+    is_installing_ = true;
+    auto placed = update_files_.place();
+    dp_service::template_cache::discard();
+    std::ostringstream values;
+    pending_version_ = write_values(*parts.store, values);
+    use(std::move(parts.model), std::move(parts.store));
+    file_differs_ = false;
+    history_.append(lines);
+    if (placed) {
         pending_file_.remember();
-    }
-    if (current.is_in_place()) {
         current_file_.remember();
-    }
-    // With its template in place, the new BIOS is the server's, even if other files could not be
-    // written: the next start or request writes them.
-    if (bios.is_in_place()) {
-        dp_service::template_cache::discard();
-        use(std::move(parts.model), std::move(parts.store));
-        pending_version_ = version;
-        file_differs_ = !pending.is_in_place();
         refresh_build_id();
-        send_alerts(dp::command::alerts::bios_updated, fm::command::alerts::bios_updated);
-        send_alerts(dp::command::alerts::server_restarted, fm::command::alerts::server_restarted);
+        placed = update_files_.finish();
+        is_installing_ = !placed;
     }
-    return done;
+    announce_update(lost);
+    return placed;
+}
+
+// Puts the files of an update in place that was decided earlier.
+dp_support::result<> settings_service::complete_installation() {
+    const auto locks = lock_installed_files();
+    if (!locks) {
+        return locks.error();
+    }
+    const std::string text = update_files_.text_of_marker();
+    if (auto placed = update_files_.place(); !placed) {
+        log_error("cannot complete the update of the BIOS: ", placed.reason());
+        return placed;
+    }
+    dp_service::template_cache::discard();
+    pending_file_.remember();
+    current_file_.remember();
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    history_.complete(text.substr(std::min(end + 1, text.size())));
+    if (auto finished = update_files_.finish(); !finished) {
+        log_error("cannot complete the update of the BIOS: ", finished.reason());
+        return finished;
+    }
+    is_installing_ = false;
+    announce_update(dp_support::decimal::parse<std::size_t>(text.substr(0, end)).value_or(0));
+    return {};
+}
+
+dp_service::server_answer settings_service::plan_update() {
+    update_parts parts;
+    if (const auto prepared = prepare_update(parts); !prepared) {
+        return {prepared.code(), prepared.reason()};
+    }
+    return {0, {}, parts.values.lines()};
 }
 
 dp_service::server_answer settings_service::update() {
@@ -408,14 +555,16 @@ dp_service::server_answer settings_service::update() {
         return {prepared.code(), prepared.reason()};
     }
     const std::string build_id = parts.build_id;
+    const std::string summary = parts.values.summary();
+    std::vector<std::string> report = parts.values.lines();
     if (const auto installed = install(std::move(parts)); !installed) {
         log_error("BIOS update failed: ", installed.reason());
         return {not_persisted, installed.reason()};
     }
     dp_support::remove_or_set_aside(dp_service::server_paths::update_template.str());
     dp_support::remove_or_set_aside(dp_service::server_paths::update_build_id.str());
-    log_line("updated the BIOS to ", build_id, " and restarted the server");
-    return {};
+    log_line("updated the BIOS to ", build_id, " and restarted the server: ", summary);
+    return {0, {}, std::move(report)};
 }
 
 }  // namespace dp_host

@@ -9,6 +9,7 @@
 #include "host/history/history_journal.hpp"
 #include "host/host_registrar.hpp"
 #include "host/model/template_model.hpp"
+#include "host/model/update_files.hpp"
 #include "host/model/value_store.hpp"
 #include "host/model/values_archive.hpp"
 #include "host/process/service_files.hpp"
@@ -58,12 +59,16 @@ class settings_service {
     dp_service::server_answer restart();
 
     /// Updates the simulated server's BIOS from the files in `server_paths::update_folder`, and
-    /// restarts it. A value is kept if the new template still has its attribute and it is still
-    /// valid. All others become the new defaults, and so do read-only attributes for which the new
-    /// template has a default. New files are all checked and written before the first one replaces
-    /// an old file. An update that was interrupted can be repeated. Alerts listeners as soon as the
-    /// new template is in place.
+    /// restarts it. What becomes of the values is as `carry_over` says; the counts and the values
+    /// that were converted or lost are in the answer's report, the history and the log, and the
+    /// number of lost values in the alert. New files are all checked and written before the first
+    /// one replaces an old file (`update_files`): an update that is interrupted is completed by the
+    /// next start, or was never begun. Fails with nothing changed when another process keeps one of
+    /// the files locked.
     dp_service::server_answer update();
+
+    /// What `update` would do, without doing it: its failure, or its report.
+    dp_service::server_answer plan_update();
 
   private:
     struct update_parts;
@@ -77,17 +82,23 @@ class settings_service {
                                 const char* target, const char* instead) const;
     dp_support::result<> prepare_update(update_parts& parts);
     dp_support::result<> install(update_parts parts);
-    void send_alerts(dp::command::alerts what, fm::command::alerts fm_what) const;
+    dp_support::result<> stage(const update_parts& parts, const std::string& marker);
+    dp_support::result<> complete_installation();
+    void announce_update(std::size_t lost) const;
+    void send_alerts(dp::command::alerts what, fm::command::alerts fm_what,
+                     unsigned char value) const;
     void use(std::unique_ptr<template_model> model, std::unique_ptr<value_store> store);
 
     host_registrar registrar_;
     store_plugin plugin_;
     std::unique_ptr<template_model> model_;
     std::unique_ptr<value_store> store_;
-    bool file_differs_ = false;  // from the store, because writing it failed
+    bool file_differs_ = false;   // from the store, because writing it failed
+    bool is_installing_ = false;  // an update was decided, and its files are not all in place
     std::string pending_version_;
     values_archive pending_file_{dp::fixed_paths::uefi_settings.str()};
     values_archive current_file_{dp::fixed_paths::uefi_current.str()};
+    const update_files update_files_;
     change_history history_{dp_service::server_paths::history.str()};
     // The lines of one transaction have at most the size of the history and one line.
     history_journal journal_{service_files::history_journal.str(),

@@ -2,23 +2,22 @@
 #define DP_SERVICE_API_SERVER_ANSWER_HPP
 
 #include <cstdint>
-#include <optional>
 #include <string>
+#include <vector>
 
 namespace dp_service {
 
-/// The answer to a request to the simulated server: the one line of `server_paths::server_answer`,
-/// "0" or a status and a reason, separated by a space.
+/// The answer to a request to the simulated server: a restart or an update.
 struct server_answer {
     std::int32_t status = 0;  ///< 0: done; otherwise a code of `service_status`
-    std::string reason;       ///< why it failed, on one line
+    std::string reason{};     ///< why it failed, on one line
 
-    /// The line, without a newline.
-    [[nodiscard]] std::string line() const;
+    /// What was done, for a person, line by line: what became of the values in an update.
+    std::vector<std::string> report{};
 
-    /// The answer in `line`, which has no newline; nothing when the line does not begin with a
-    /// status.
-    static std::optional<server_answer> parse(const std::string& line);
+    /// The text that goes with the status: the reason of a failure, otherwise the lines of the
+    /// report, separated by newlines.
+    [[nodiscard]] std::string text() const;
 };
 
 }  // namespace dp_service

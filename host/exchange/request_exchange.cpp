@@ -20,7 +20,7 @@ namespace kind = dp_service::request_protocol::request_kind;
 namespace service_status = dp_service::service_status;
 
 void answer_with(client_connection& client, const dp_service::server_answer& answer) {
-    client.answer(answer.status, answer.reason, clock::now());
+    client.answer(answer.status, answer.text(), clock::now());
 }
 
 }  // namespace
@@ -56,6 +56,8 @@ void request_exchange::execute(client_connection& client) {
     } else if (requested == kind::update) {
         log_line("BIOS update requested by ", client.client().str());
         answer_with(client, service_.update());
+    } else if (requested == kind::plan_update) {
+        answer_with(client, service_.plan_update());
     } else if (requested == kind::pending_version) {
         client.answer(0, service_.pending_version(), clock::now());
     } else {

@@ -13,7 +13,7 @@ inline constexpr unsigned char alert_queue = 8;
 enum class alerts : std::uint16_t {
     settings_changed = 1,  ///< value: how many, at most 255
     persist_failed = 2,    ///< settings could not be saved; value: error number, at most 255
-    bios_updated = 3,      ///< another template is installed
+    bios_updated = 3,      ///< another template is installed; value: lost values, at most 255
     server_restarted = 4,  ///< pending values became current
 };
 

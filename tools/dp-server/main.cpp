@@ -27,6 +27,7 @@ struct options {
     std::string update_template;
     std::string update_build_id;
     bool replace = false;
+    bool dry_run = false;
     double timeout = default_timeout;
     std::string restored_name;
     bool partial = false;
@@ -70,6 +71,8 @@ void add_update(command_line& program, options& chosen) {
                        {.value_name = "FILE", .required = true});
     command.add_option("--build-id", chosen.update_build_id, "The new BIOS's build id",
                        {.value_name = "ID", .required = true, .check = dp_tools::build_id_problem});
+    command.add_flag("--dry-run", chosen.dry_run,
+                     "Check the template and report what would become of the values");
     add_timeout(command, chosen);
 }
 
@@ -175,6 +178,11 @@ int run(int argc, char** argv) {
     const auto prepare = [&] {
         return dp_tools::place_update(chosen.update_template, chosen.update_build_id);
     };
+    if (chosen.dry_run) {
+        return finish("update",
+                      dp_tools::run_request(&settings_client::plan_update, timeout, prepare),
+                      "an update to " + chosen.update_build_id + " would do this:");
+    }
     return finish("update", dp_tools::run_request(&settings_client::update, timeout, prepare),
                   "updated the BIOS to " + chosen.update_build_id);
 }

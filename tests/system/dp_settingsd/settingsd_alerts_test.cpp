@@ -94,9 +94,9 @@ TEST_F(dp_settingsd_alerts, report_restarts_and_updates_on_both_queues) {
     EXPECT_EQ(alerts.next(), "none");
     service_process::place_update({test::choice("Boot", "Mode", "UEFI", "UEFI,Legacy")}, "B2");
     EXPECT_EQ(service_process::update(), "0");
-    EXPECT_EQ(alerts.next(), "bios_updated plugin=1 value=0");
+    EXPECT_EQ(alerts.next(), "bios_updated plugin=1 value=8");
     EXPECT_EQ(alerts.next(), "server_restarted plugin=1 value=0");
-    EXPECT_EQ(fm_alerts.next(), "bios_updated value=0");
+    EXPECT_EQ(fm_alerts.next(), "bios_updated value=8");
     EXPECT_EQ(fm_alerts.next(), "server_restarted value=0");
     EXPECT_EQ(alerts.next(), "none");
     EXPECT_EQ(fm_alerts.next(), "none");

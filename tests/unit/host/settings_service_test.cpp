@@ -6,11 +6,15 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <sstream>
 
 #include "common/file_locks.hpp"
 #include "common/file_utilities.hpp"
 #include "host/history/history_journal.hpp"
+#include "host/model/update_files.hpp"
+#include "service_api/change_record.hpp"
 #include "service_api/service_status.hpp"
+#include "service_api/values_seal.hpp"
 #include "tests/support/child_process.hpp"
 #include "tests/support/sample_template.hpp"
 #include "tests/support/sealed_values.hpp"
@@ -284,6 +288,187 @@ TEST_F(settings_service_test, an_update_keeps_values_that_are_still_valid) {
     EXPECT_FALSE(fileexist(in_root("/tmp/dp/update_info.txt")));
     EXPECT_EQ(run(service, "0 1 t get A.Gone \"\" \"\"\n0 2 t set B.New \"n\" \"\"\n"),
               "16 1 t get ERR.INVALID_SETTING \"\" \"\" \n0 2 t set B.New \"n\" \"n\" \n");
+}
+
+TEST_F(settings_service_test, an_update_reports_and_records_what_became_of_the_values) {
+    dp_host::settings_service service;
+    ASSERT_TRUE(service.start());
+    run(service, "0 1 t set A.Size \"50\" \"\"\n");
+    std::filesystem::remove(history);
+    // One new menu gave all collections other names.
+    prepare_update({test::choice("Setup", "Mode", "z", "x,z"),
+                    test::number("Setup", "Size", "2", 0, 10, 1),
+                    test::with_instances(test::number("Main", "Port", "6", 0, 10, 1), 1, 2)});
+    const auto planned = service.plan_update();
+    EXPECT_EQ(planned.status, 0) << planned.reason;
+    EXPECT_EQ(test::read_file(bios), records(before));
+    EXPECT_FALSE(fileexist(history));
+    EXPECT_EQ(
+        planned.report,
+        (std::vector<std::string>{
+            "kept 0 values, converted 3, lost 2", "converted A.Mode \"x\" to Setup.Mode",
+            "converted A.Port.1 \"5\" to Main.Port.1", "converted A.Port.2 \"5\" to Main.Port.2",
+            "lost A.Size \"50\": not valid any more; Setup.Size is \"2\"",
+            "lost A.Gone \"old\": there is no such attribute any more"}));
+    const auto updated = service.update();
+    EXPECT_EQ(updated.status, 0) << updated.reason;
+    EXPECT_EQ(updated.report, planned.report);
+    EXPECT_EQ(test::read_file(pending), test::sealed("0 0 uefi set Setup.Mode \"x\" \"\" \n"
+                                                     "0 0 uefi set Setup.Size \"2\" \"\" \n"
+                                                     "0 0 uefi set Main.Port.1 \"5\" \"\" \n"
+                                                     "0 0 uefi set Main.Port.2 \"5\" \"\" \n"));
+    EXPECT_EQ(dp_service::values_seal::version_of(pending), service.pending_version());
+    std::istringstream lines(test::read_file(history));
+    std::string texts;
+    for (std::string line; std::getline(lines, line);) {
+        const auto change = dp_service::change_record::parse(line);
+        ASSERT_TRUE(change) << line;
+        EXPECT_EQ(change->who, dp_service::change_record::by_service);
+        texts += change->target + '=' + change->value.value_or("(none)") + '\n';
+    }
+    EXPECT_EQ(texts,
+              "(BIOS)=updated to B2: kept 0 values, converted 3, lost 2\nSetup.Mode=x\n"
+              "Main.Port.1=5\nMain.Port.2=5\nSetup.Size=2\nA.Gone=(none)\n");
+}
+
+TEST_F(settings_service_test, a_plan_refuses_what_an_update_refuses) {
+    dp_host::settings_service service;
+    ASSERT_TRUE(service.start());
+    EXPECT_EQ(service.plan_update().status, dp_service::service_status::not_supported);
+    prepare_update({test::choice("A", "X.Y", "", "")});
+    EXPECT_EQ(service.plan_update().reason, "attribute 1 (A.X.Y): its name has a dot");
+}
+
+TEST_F(settings_service_test, values_follow_their_attributes_into_a_template_that_was_replaced) {
+    {
+        dp_host::settings_service service;
+        ASSERT_TRUE(service.start());
+        run(service, "0 1 t set A.Mode \"y\" \"\"\n0 1 t set A.Port.2 \"9\" \"\"\n");
+    }
+    test::write_file(
+        bios,
+        records({test::choice("Setup", "Mode", "z", "y,z"),
+                 test::with_instances(test::number("M", "Port", "6", 0, 10, 1), 1, 2),
+                 test::text("M", "Gone", "", 0, 0, ""), test::text("N", "Gone", "", 0, 0, "")}));
+    dp_host::settings_service service;
+    ASSERT_TRUE(service.start());
+    EXPECT_EQ(test::read_file(pending),
+              test::sealed("0 0 uefi set Setup.Mode \"y\" \"\" \n"
+                           "0 0 uefi set M.Port.1 \"5\" \"\" \n"
+                           "0 0 uefi set M.Port.2 \"9\" \"\" \n"
+                           "0 0 uefi set M.Gone \"\" \"\" \n0 0 uefi set N.Gone \"\" \"\" \n"));
+}
+
+TEST_F(settings_service_test, an_update_is_not_begun_while_another_process_locks_a_file) {
+    dp_host::settings_service service;
+    ASSERT_TRUE(service.start());
+    prepare_update(after);
+    test::child_process reader([this](const test::child_process::parent_channel& parent) {
+        const readlock lock(current);
+        parent.send('L');
+        return parent.receive() == 'E' ? 0 : 1;
+    });
+    ASSERT_EQ(reader.receive(), 'L');
+    // The programs that are run end in real time, the waiting for the lock does not.
+    test::stepped_time time;
+    time.on_sleep = [](std::uint32_t ms) { usleep(ms == 5 ? 5000 : 0); };
+    const auto refused = service.update();
+    EXPECT_EQ(refused.status, dp_service::service_status::not_persisted);
+    EXPECT_EQ(refused.reason, current + " is locked by process " + std::to_string(reader.pid()));
+    EXPECT_EQ(test::read_file(bios), records(before));
+    EXPECT_EQ(test::read_file(pending), all_defaults);
+    EXPECT_EQ(test::read_file(vpd), "SERIAL=7\nUEFIID=B1\n");
+    reader.send('E');
+    EXPECT_EQ(reader.wait(), 0);
+    EXPECT_EQ(service.update().status, 0);
+}
+
+// An update that was decided, of which the first files are in place.
+class settings_service_interrupted_update : public test::settings_service_fixture {
+  protected:
+    void SetUp() override {
+        test::settings_service_fixture::SetUp();
+        {
+            dp_host::settings_service service;
+            ASSERT_TRUE(service.start());
+            run(service, "0 1 t set A.Mode \"y\" \"\"\n");
+        }
+        std::filesystem::remove(history);
+        std::filesystem::create_directories(in_root("/var/dp/update"));
+        ASSERT_TRUE(files.stage(bios, records(after)));
+        ASSERT_TRUE(files.stage(pending, values));
+        ASSERT_TRUE(files.stage(current, values));
+        ASSERT_TRUE(files.stage(vpd, "SERIAL=7\nUEFIID=B2\n"));
+    }
+
+    void expect_all_in_place() const {
+        EXPECT_EQ(test::read_file(bios), records(after));
+        EXPECT_EQ(test::read_file(pending), values);
+        EXPECT_EQ(test::read_file(current), values);
+        EXPECT_EQ(test::read_file(vpd), "SERIAL=7\nUEFIID=B2\n");
+        EXPECT_EQ(test::read_file(build_id), "B2\n");
+        EXPECT_EQ(test::read_file(history), line);
+        EXPECT_TRUE(std::filesystem::is_empty(in_root("/var/dp/update")));
+    }
+
+    const std::string values = test::sealed(
+        "0 0 uefi set A.Mode \"y\" \"\" \n0 0 uefi set A.Size \"1\" \"\" \n"
+        "0 0 uefi set B.New \"fresh\" \"\" \n0 0 uefi set A.Port.2 \"5\" \"\" \n"
+        "0 0 uefi set B.Fan.1 \"7\" \"\" \n0 0 uefi set B.Fan.2 \"7\" \"\" \n");
+    const std::string line = "<dp_settingsd> now   (BIOS)   \"updated\"\n";
+    const dp_host::update_files files{in_root("/var/dp/update"), {bios, pending, current, vpd}};
+};
+
+TEST_F(settings_service_interrupted_update, is_completed_at_the_start_whatever_is_in_place) {
+    ASSERT_TRUE(files.commit("2\n" + line));
+    for (const auto& placed : {std::string(), bios, pending, current, vpd}) {
+        if (!placed.empty()) {
+            // The start before this one completed everything; now only this one is in place.
+            for (const auto& [target, text] :
+                 {std::pair(bios, records(after)), std::pair(pending, values),
+                  std::pair(current, values),
+                  std::pair(vpd, std::string("SERIAL=7\nUEFIID=B2\n"))}) {
+                if (target != placed) {
+                    ASSERT_TRUE(files.stage(target, text));
+                    test::write_file(target, "the old file");
+                }
+            }
+            ASSERT_TRUE(files.commit("2\n" + line));
+        }
+        dp_host::settings_service service;
+        const auto started = service.start();
+        ASSERT_TRUE(started) << started.reason();
+        expect_all_in_place();
+    }
+}
+
+TEST_F(settings_service_interrupted_update, was_never_begun_without_its_marker) {
+    const std::string text = test::read_file(pending);
+    dp_host::settings_service service;
+    ASSERT_TRUE(service.start());
+    EXPECT_EQ(test::read_file(bios), records(before));
+    EXPECT_EQ(test::read_file(pending), text);
+    EXPECT_EQ(test::read_file(vpd), "SERIAL=7\nUEFIID=B1\n");
+    EXPECT_TRUE(std::filesystem::is_empty(in_root("/var/dp/update")));
+    EXPECT_FALSE(fileexist(history));
+}
+
+TEST_F(settings_service_test, no_change_is_written_before_a_decided_update_is_in_place) {
+    dp_host::settings_service service;
+    ASSERT_TRUE(service.start());
+    prepare_update(after);
+    // A folder cannot be replaced by a file.
+    ASSERT_EQ(unlink(vpd.c_str()), 0);
+    std::filesystem::remove(current);
+    std::filesystem::create_directory(current);
+    EXPECT_EQ(service.update().status, dp_service::service_status::not_persisted);
+    EXPECT_EQ(test::read_file(bios), records(after));
+    EXPECT_EQ(run(service, "0 1 t set B.New \"n\" \"\"\n"), "56 1 t set B.New \"n\" \"\" \n");
+    std::filesystem::remove(current);
+    EXPECT_EQ(run(service, "0 1 t set B.New \"n\" \"\"\n"), "0 1 t set B.New \"n\" \"n\" \n");
+    EXPECT_TRUE(fileexist(current));
+    EXPECT_EQ(test::read_file(vpd), "UEFIID=B2\n");
+    EXPECT_NE(test::read_file(pending).find("B.New \"n\""), std::string::npos);
 }
 
 TEST_F(settings_service_test, an_update_determines_read_only_values_where_it_can) {
