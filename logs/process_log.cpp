@@ -1,6 +1,7 @@
 #include "logs/process_log.hpp"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -23,10 +24,17 @@ namespace {
 constexpr std::size_t chunk_size = 65536;
 
 // Every user may write to the folder of temporary files, so anything may have the scratch file's
-// name: never follows a symlink and never waits for the other end of a pipe. -1 when there is no
-// regular file to append to.
+// name: never follows a symlink, never waits for the other end of a pipe, and never writes into a
+// file of another user or one that has another name too. -1 when there is no file to append to.
 int open_scratch_file(const std::string& path) {
-    return open_regular_file(path, O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW);
+    const int file = open_regular_file(path, O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW);
+    struct stat info {};
+    if (file >= 0 &&
+        (::fstat(file, &info) != 0 || info.st_uid != ::geteuid() || info.st_nlink != 1)) {
+        ::close(file);
+        return -1;
+    }
+    return file;
 }
 
 // Text that cannot be written is silently dropped: the file is removed soon anyway.

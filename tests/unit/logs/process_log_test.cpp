@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include "common/fixed_paths.hpp"
@@ -230,11 +232,14 @@ TEST_F(process_log, reports_success_without_commands) {
     EXPECT_EQ(records(), "<T> 0002 DP.DONE 0 0 0\n");
 }
 
+// What is left to read. A file that was opened before keeps its text when it is removed.
+std::string rest_of(std::istream& in) {
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
 TEST_F(process_log, appends_the_changes_to_the_scratch_history_after_success) {
-    // A hard link keeps the text that `stop` removes.
     test::write_file(history_path(), "earlier\n");
-    const std::string kept = test::root() + "/tmp/kept";
-    std::filesystem::create_hard_link(history_path(), kept);
+    std::ifstream kept(history_path());
     dp::process_log log(path(), false);
     test::sample_transaction sample("T");
     sample.add(&sample.b, "1", 0, "on");
@@ -242,7 +247,7 @@ TEST_F(process_log, appends_the_changes_to_the_scratch_history_after_success) {
     sample.add(&sample.c, "", 0, "");
     log.stop(&sample.transaction);
     EXPECT_FALSE(std::filesystem::exists(history_path()));
-    EXPECT_EQ(test::read_file(kept),
+    EXPECT_EQ(rest_of(kept),
               "earlier\n"
               "Tue Nov 14 22:13:20 2023   A.B.1   \"on\"\n"
               "Tue Nov 14 22:13:20 2023   A.C   \"\"\n");
@@ -267,8 +272,7 @@ TEST_F(process_log, logs_a_scratch_file_that_cannot_be_opened_or_removed) {
 
 TEST_F(process_log, appends_every_one_of_many_changes) {
     test::write_file(history_path(), "");
-    const std::string kept = test::root() + "/tmp/kept";
-    std::filesystem::create_hard_link(history_path(), kept);
+    std::ifstream kept(history_path());
     dp::process_log log(path(), false);
     test::sample_transaction sample("T");
     std::string expected;
@@ -278,7 +282,7 @@ TEST_F(process_log, appends_every_one_of_many_changes) {
         expected += "Tue Nov 14 22:13:20 2023   A.B.1   \"" + value + "\"\n";
     }
     log.stop(&sample.transaction);
-    EXPECT_EQ(test::read_file(kept), expected);
+    EXPECT_EQ(rest_of(kept), expected);
 }
 
 TEST_F(process_log, removes_other_things_named_like_the_scratch_file_without_writing) {
@@ -312,6 +316,17 @@ TEST_F(process_log, removes_other_things_named_like_the_scratch_file_without_wri
     char byte = 0;
     EXPECT_EQ(read(reader, &byte, 1), 0);
     close(reader);
+    // A file that has another name too, and one of another user.
+    std::filesystem::create_hard_link(precious, history_path());
+    expect_refusal();
+    EXPECT_EQ(test::read_file(precious), "precious");
+    if (geteuid() == 0) {
+        test::write_file(history_path(), "theirs");
+        ASSERT_EQ(chown(history_path().c_str(), 12345, 12345), 0);
+        std::ifstream theirs(history_path());
+        expect_refusal();
+        EXPECT_EQ(rest_of(theirs), "theirs");
+    }
 }
 
 TEST_F(process_log, does_not_log_a_scratch_file_that_is_already_removed) {
