@@ -69,6 +69,7 @@ function(dp_define_library)
   add_library(dp_common_objects OBJECT)
   _dp_compile_library_source(dp_common_objects)
   target_link_libraries(dp_common_objects PRIVATE dp_compile_options)
+  dp_precompile_headers(dp_common_objects)
 endfunction()
 
 set(DP_FIXED_PATHS_SOURCE "${PROJECT_SOURCE_DIR}/common/fixed_paths.cpp")

@@ -19,4 +19,8 @@ function(dp_program_library name)
     PUBLIC "$<BUILD_INTERFACE:${DP_PROGRAM_INCLUDE_DIR}>"
            "$<BUILD_INTERFACE:$<TARGET_PROPERTY:dp_common,INTERFACE_INCLUDE_DIRECTORIES>>")
   target_link_libraries(${name} PRIVATE "$<BUILD_INTERFACE:dp_compile_options>")
+  # One source of its own, with the headers of a large library, gains nothing.
+  if(ARGC GREATER 2)
+    dp_use_precompiled_headers(${name})
+  endif()
 endfunction()

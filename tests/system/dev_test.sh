@@ -29,13 +29,13 @@ export PATH=$scratch/bin:$PATH
 cd "$scratch/elsewhere"
 
 # A relative name is relative to the folder where the command was typed.
-told=$(../tree/dev demo --registry r.json 2>/dev/null)
-[ "$told" = "$scratch/elsewhere: $scratch/tree/build/demo --registry r.json" ] || fail "the demo gets: $told"
+reported=$(../tree/dev demo --registry r.json 2>/dev/null)
+[ "$reported" = "$scratch/elsewhere: $scratch/tree/build/dev --registry r.json" ] || fail "the demo gets: $reported"
 
 # Wrong arguments are refused before anything is built.
 rm -f "$scratch/built"
 for arguments in 'demo --nonsense' 'fuzz ten' 'fuzz 0' 'fuzz --help' 'fuzz 1 2' 'lint --nonsense' \
-  'lint --quick --nonsense' 'abi --nonsense' 'abi --update now' 'size now' 'package amd64' 'nonsense' ''; do
+  'lint --changed --nonsense' 'abi --nonsense' 'abi --update now' 'size now' 'package amd64' 'nonsense' ''; do
   status=0
   # shellcheck disable=SC2086 # they are several words
   ../tree/dev $arguments >/dev/null 2>"$scratch/log" || status=$?
