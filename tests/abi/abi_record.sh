@@ -1,5 +1,6 @@
 #!/bin/sh
 # usage: abi_record.sh --check|--update LIBRARY HEADER_FOLDER RECORD
+#        abi_record.sh --compare PRESENT_RECORD RECORD
 #
 # Compares the library with its ABI record: the functions, data records and classes that the public
 # headers declare. An addition counts as a difference too, so that the ABI record is always the one of
@@ -7,9 +8,14 @@
 set -eu
 
 action=$1
-library=$2
-headers=$3
-record=$4
+if [ "$action" = --compare ]; then
+  present=$2
+  record=$3
+else
+  library=$2
+  headers=$3
+  record=$4
+fi
 
 # make_record FILE: writes the ABI record of the present library.
 make_record() {
@@ -17,7 +23,20 @@ make_record() {
     --no-comp-dir-path --no-show-locs --type-id-style hash --out-file "$1" "$library"
 }
 
+# compare: fails if the record $present is not the one in $record.
+compare() {
+  # Compares two ABI records, not an ABI record with the library: an ABI record does not say which
+  # headers declare its types, so abidiff, when it is given the headers, would ignore changes of
+  # all of them as private.
+  abidiff --harmless --no-show-locs "$record" "$present" || {
+    echo "The binary interface is not the recorded one (abidiff's result: $?)."
+    echo "If this is intended, ./dev abi --update renews $record."
+    exit 1
+  }
+}
+
 case $action in
+  --compare) compare ;;
   --update)
     make_record "$record"
     # The folder in which the sources were compiled does not matter.
@@ -28,16 +47,9 @@ case $action in
       echo "SKIPPED: abidiff (package abigail-tools) is not installed"
       exit 0
     fi
-    # Compares two ABI records, not an ABI record with the library: an ABI record does not say which
-    # headers declare its types, so abidiff, when it is given the headers, would ignore changes of
-    # all of them as private.
     present=$(mktemp)
     trap 'rm -f "$present"' EXIT
     make_record "$present"
-    abidiff --harmless --no-show-locs "$record" "$present" || {
-      echo "The binary interface is not the recorded one (abidiff's result: $?)."
-      echo "If this is intended, ./dev abi --update renews $record."
-      exit 1
-    }
+    compare
     ;;
 esac

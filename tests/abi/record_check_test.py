@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """usage: record_check_test.py LIBRARY HEADER_FOLDER RECORD
 
-Holds that the comparison with the record notices what would break a program that was linked against
+Checks that the comparison with the record notices what would break a program that was linked against
 the library: it must refuse copies of the record that differ from it.
 """
 
@@ -39,6 +39,8 @@ def main(library, headers, record):
     with open(record, encoding="ascii") as file:
         text = file.read()
     failed = False
+    present = tempfile.NamedTemporaryFile(suffix=".abi")
+    subprocess.run([script, "--update", library, headers, present.name], check=True)
     for what, (pattern, replacement) in CHANGES.items():
         altered = re.sub(pattern, replacement, text)
         if altered == text:
@@ -48,7 +50,7 @@ def main(library, headers, record):
         with tempfile.NamedTemporaryFile("w", encoding="ascii", suffix=".abi") as copy:
             copy.write(altered)
             copy.flush()
-            result = subprocess.run([script, "--check", library, headers, copy.name], check=False,
+            result = subprocess.run([script, "--compare", present.name, copy.name], check=False,
                                     stdout=subprocess.PIPE, text=True)
         noticed = result.returncode == 1 and "not the recorded one" in result.stdout
         print(f"{what}: {'noticed' if noticed else 'not noticed'}")
