@@ -133,7 +133,7 @@ TEST(batch_file_loader, takes_its_list_after_construction) {
     EXPECT_EQ(entries[0].value_out, "out");
 }
 
-TEST(cache_updater_data, is_a_static_function) {
+TEST(cache_updater_test, is_a_static_function) {
     dp::batch_file_entry entry;
     static_assert(std::is_same_v<decltype(&dp::cache_updater::process_entry),
                                  void (*)(dp::batch_file_entry&, dp::registrar*)>);

@@ -432,8 +432,8 @@ TEST_F(writelock_test, logs_when_two_processes_wait_for_each_other) {
         return 0;
     });
     ASSERT_EQ(peer.receive(), 'h');
-    // The peer waits for `path` and we wait for `other`. The kernel detects the deadlock, whoever
-    // starts to wait last, and ends one of the two waits.
+    // The peer waits for `path` and we wait for `other`. The kernel detects the deadlock, whichever
+    // of the two starts to wait last, and ends one of the two waits.
     { const writelock guard(other); }
     if (log.lines.empty()) {
         // The peer's wait failed, so the peer has released both locks.

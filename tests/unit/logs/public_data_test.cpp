@@ -54,7 +54,7 @@ TEST(derived_process_log, replaces_the_lines_of_its_base) {
     EXPECT_EQ(t.progress, 1);
 }
 
-TEST(change_history_visitor_data, is_applied_to_the_commands_of_a_list) {
+TEST(change_history_visitor_test, is_applied_to_the_commands_of_a_list) {
     dp::transaction_command c;
     const dp::transaction_command_list commands{&c};
     std::ostringstream history;
@@ -62,7 +62,7 @@ TEST(change_history_visitor_data, is_applied_to_the_commands_of_a_list) {
     EXPECT_EQ(history.str(), "") << "a command without a setting is skipped";
 }
 
-TEST(error_command_visitor_data, is_applied_to_the_commands_of_a_list) {
+TEST(error_command_visitor_test, is_applied_to_the_commands_of_a_list) {
     dp::transaction_command c;
     const dp::transaction_command_list commands{&c};
     dp::process_log log("", false);

@@ -98,7 +98,7 @@ TEST(configuration, lets_a_derived_class_set_its_data) {
     EXPECT_EQ(seen.seen, (std::vector<std::pair<dp::setting*, int>>{{&first, 7}, {&second, 7}}));
 }
 
-TEST(configuration_reference_list_data, is_public_and_in_order) {
+TEST(configuration_reference_list_test, is_public_and_in_order) {
     dp::configuration_reference_list references;
     host_configuration c;
     EXPECT_FALSE(references.stale);
@@ -116,7 +116,7 @@ TEST(configuration_reference_list_data, is_public_and_in_order) {
     EXPECT_TRUE(test::in_order(references.stale, references.references));
 }
 
-TEST(setting_data, can_be_set_after_construction) {
+TEST(setting_test, can_be_set_after_construction) {
     dp::setting s;
     EXPECT_EQ(s.configuration, nullptr);
     EXPECT_EQ(s.owner, nullptr);
@@ -170,7 +170,7 @@ TEST(setting_cache, can_be_used_without_a_setting) {
     EXPECT_EQ(values[0].value, "two");
 }
 
-TEST(setting_record_data, is_an_aggregate_of_its_members) {
+TEST(setting_record_test, is_an_aggregate_of_its_members) {
     dp::setting s;
     s.cache.find_entry(1, true)->valid = true;
     dp::setting_record row{{&s, nullptr}};

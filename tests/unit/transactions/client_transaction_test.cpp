@@ -142,7 +142,7 @@ TEST_F(client_transaction, queue_fails_unresolved_names_with_16) {
     }
 }
 
-TEST_F(client_transaction, queue_maps_input_values_unless_told_not_to) {
+TEST_F(client_transaction, queue_maps_input_values_unless_mapping_is_off) {
     element.on_map = [](std::string* value) {
         if (*value == "bad") {
             return false;

@@ -78,7 +78,7 @@ TEST(basic_transaction_command, is_an_aggregate) {
     EXPECT_EQ(c.value_out, "out");
 }
 
-TEST(transaction_command_list_data, is_a_vector_followed_by_its_counters) {
+TEST(transaction_command_list_test, is_a_vector_followed_by_its_counters) {
     static_assert(
         std::is_base_of_v<std::vector<dp::transaction_command*>, dp::transaction_command_list>);
     dp::transaction_command done;
@@ -93,7 +93,7 @@ TEST(transaction_command_list_data, is_a_vector_followed_by_its_counters) {
     EXPECT_EQ(s.completed, 1U);
 }
 
-TEST(transaction_data, is_public_and_in_order) {
+TEST(transaction_test, is_public_and_in_order) {
     host_transaction t;
     static_assert(std::has_virtual_destructor_v<dp::transaction>);
     EXPECT_TRUE(test::has_type<std::int32_t>(t.last_step));
@@ -109,7 +109,7 @@ TEST(transaction_data, is_public_and_in_order) {
     EXPECT_EQ(t.steps, 1);
 }
 
-TEST(setting_transaction_data, is_public_and_in_order) {
+TEST(setting_transaction_test, is_public_and_in_order) {
     host_setting_transaction t;
     EXPECT_TRUE(test::has_type<dp::transaction_command_list>(t.commands));
     EXPECT_TRUE(test::has_type<std::string>(t.name));
@@ -122,7 +122,7 @@ TEST(setting_transaction_data, is_public_and_in_order) {
     EXPECT_EQ(t.progress, 0);
 }
 
-TEST(client_transaction_data, can_be_set_after_construction) {
+TEST(client_transaction_test, can_be_set_after_construction) {
     dp::client_transaction t;
     EXPECT_TRUE((test::has_type<std::map<std::string, dp::transaction_command>>(t.requests)));
     EXPECT_TRUE(test::has_type<dp::client_transaction::completion_callback*>(t.completion));
