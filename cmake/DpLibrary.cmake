@@ -88,7 +88,8 @@ function(_dp_add_shared name)
     ${name} INTERFACE "$<BUILD_INTERFACE:-Wl,-rpath-link,${CMAKE_LIBRARY_OUTPUT_DIRECTORY}>")
   set_target_properties(
     ${name} PROPERTIES OUTPUT_NAME dp_common VERSION ${PROJECT_VERSION}
-                       SOVERSION ${PROJECT_VERSION_MAJOR})
+                       SOVERSION ${PROJECT_VERSION_MAJOR}
+                       INSTALL_RPATH "${DP_LIBRARY_RUN_PATH}")
   set(map "${PROJECT_SOURCE_DIR}/cmake/dp_common.map")
   target_link_options(${name} PRIVATE "-Wl,--version-script=${map}")
   set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS "${map}")
@@ -131,8 +132,23 @@ function(dp_finish_library)
   # Relative to the file itself, so that it is correct with any installation prefix.
   file(RELATIVE_PATH DP_PC_TO_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
   string(REGEX REPLACE "/$" "" DP_PC_TO_PREFIX "${DP_PC_TO_PREFIX}")
-  configure_file("${PROJECT_SOURCE_DIR}/cmake/dp_common.pc.in"
-                 "${PROJECT_BINARY_DIR}/dp_common.pc" @ONLY)
-  install(FILES "${PROJECT_BINARY_DIR}/dp_common.pc"
+  _dp_pkg_config(dp_common "${PROJECT_DESCRIPTION}")
+  if(NOT DP_PLATFORM_LIBRARY)
+    _dp_pkg_config(dp_platform "The POSIX platform of dp_common")
+  endif()
+  if(DP_BUILD_HOST OR DP_BUILD_TOOLS)
+    _dp_pkg_config(dp_service_api "What the settings service of dp_common and its clients agree on"
+                   dp_common)
+  endif()
+endfunction()
+
+# _dp_pkg_config(NAME DESCRIPTION [REQUIRED]): the pkg-config file of the library NAME.
+function(_dp_pkg_config name description)
+  set(DP_PC_NAME "${name}")
+  set(DP_PC_DESCRIPTION "${description}")
+  set(DP_PC_REQUIRES "${ARGN}")
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/library.pc.in" "${PROJECT_BINARY_DIR}/${name}.pc"
+                 @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/${name}.pc"
           DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
 endfunction()

@@ -13,7 +13,7 @@ S = "${WORKDIR}/git"
 
 inherit cmake pkgconfig systemd
 
-EXTRA_OECMAKE = "-DDP_BUILD_RELOCATABLE=OFF"
+EXTRA_OECMAKE = "-DDP_BUILD_RELOCATABLE=OFF -DDP_RELATIVE_RUN_PATHS=OFF"
 
 # A board with its own platform library sets both in a .bbappend; see README.md.
 DP_PLATFORM_LIBRARY ?= ""
@@ -21,12 +21,14 @@ DP_PLATFORM_RECIPE ?= ""
 EXTRA_OECMAKE += "${@'-DDP_PLATFORM_LIBRARY=' + d.getVar('DP_PLATFORM_LIBRARY') if d.getVar('DP_PLATFORM_LIBRARY') else ''}"
 DEPENDS += "${DP_PLATFORM_RECIPE}"
 
-# The service for a workstation and the tools; a board has its own host.
-PACKAGECONFIG ??= "${@'' if d.getVar('DP_PLATFORM_LIBRARY') else 'tools'}"
-PACKAGECONFIG[tools] = "-DDP_BUILD_HOST=ON -DDP_BUILD_TOOLS=ON,-DDP_BUILD_HOST=OFF -DDP_BUILD_TOOLS=OFF,cli11 libpcre2 nlohmann-json"
+# The tools, and the service for a workstation, without which they only read. A board with its own
+# platform has its own host.
+PACKAGECONFIG ??= "${@'' if d.getVar('DP_PLATFORM_LIBRARY') else 'host tools'}"
+PACKAGECONFIG[host] = "-DDP_BUILD_HOST=ON,-DDP_BUILD_HOST=OFF,cli11 libpcre2 nlohmann-json"
+PACKAGECONFIG[tools] = "-DDP_BUILD_TOOLS=ON,-DDP_BUILD_TOOLS=OFF,cli11 libpcre2 nlohmann-json"
 
 do_install:append() {
-    if ${@bb.utils.contains('PACKAGECONFIG', 'tools', 'true', 'false', d)}; then
+    if ${@bb.utils.contains('PACKAGECONFIG', 'host', 'true', 'false', d)}; then
         install -D -m 0644 ${S}/packaging/systemd/dp_settingsd.service \
             ${D}${systemd_system_unitdir}/dp_settingsd.service
         install -D -m 0644 ${S}/packaging/debian/dp-common-tools.tmpfiles \
@@ -39,5 +41,5 @@ FILES:${PN}-tools = "${bindir} ${datadir}/bash-completion ${systemd_system_unitd
 FILES:${PN} = "${libdir}/lib*.so.*"
 FILES:${PN}-dev += "${libdir}/cmake"
 
-SYSTEMD_PACKAGES = "${@bb.utils.contains('PACKAGECONFIG', 'tools', '${PN}-tools', '', d)}"
+SYSTEMD_PACKAGES = "${@bb.utils.contains('PACKAGECONFIG', 'host', '${PN}-tools', '', d)}"
 SYSTEMD_SERVICE:${PN}-tools = "dp_settingsd.service"

@@ -11,7 +11,7 @@ source_dir=$1
 build_dir=$2
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
-prefix=$scratch/prefix
+prefix=$scratch/usr/local
 
 fail() {
   printf 'FAILED: %s\n' "$*" >&2
@@ -92,20 +92,35 @@ mkdir "$scratch/plain"
 }
 check_programs "$scratch/plain"
 
-# Every installed header compiles alone.
-find "$prefix/include/dp_common" -name '*.hpp' -printf '%P\n' | while read -r header; do
-  printf '#include <%s>\n' "$header" |
-    "${cxx[@]}" -std=c++17 -Wall -Wextra -Werror -I "$prefix/include/dp_common" -fsyntax-only -x c++ - ||
-    fail "$header does not compile alone"
-done
-find "$prefix/include/dp_common" -name '*.h' -printf '%P\n' | while read -r header; do
-  for standard in c99 c11 c17; do
-    printf '#include <%s>\n' "$header" |
-      "${cc[@]}" "-std=$standard" -pedantic -Wall -Wextra -Werror -I "$prefix/include/dp_common" -fsyntax-only -x c - ||
-      fail "$header does not compile as $standard"
+# The other libraries have pkg-config files too.
+# shellcheck disable=SC2046 # the flags are words
+"${cxx[@]}" -std=c++17 "$source_dir/examples/change_history/list_changes.cpp" \
+  -o "$scratch/plain/list_changes" $(pkg-config --cflags --libs dp_service_api)
+# shellcheck disable=SC2046
+"${cxx[@]}" -std=c++17 "$source_dir/examples/method_data/method_call.cpp" \
+  -o "$scratch/plain/method_call" $(pkg-config --cflags --libs dp_common dp_platform)
+
+# Installed anywhere, the programs find their libraries on their own. So do programs that CMake builds.
+check_prefix() {
+  local program count=0
+  for program in "$1"/bin/*; do
+    env -u LD_LIBRARY_PATH "$program" --help >/dev/null || fail "$program does not start"
+    count=$((count + 1))
   done
-  printf '#include <%s>\n' "$header" |
-    "${cxx[@]}" -std=c++17 -pedantic -Wall -Wextra -Werror -I "$prefix/include/dp_common" -fsyntax-only -x c++ - ||
-    fail "$header does not compile as c++17"
-done
+  [ "$count" -ge 6 ] || fail "only $count programs were installed in $1"
+}
+check_prefix "$prefix"
+odd_prefix="$scratch/an odd prefix+/x"
+cmake --install "$build_dir" --prefix "$odd_prefix" >"$scratch/install.log"
+check_prefix "$odd_prefix"
+if [ -z "${CMAKE_TOOLCHAIN_FILE:-}" ]; then
+  cmake -S "$source_dir/examples" -B "$scratch/odd examples" -DCMAKE_PREFIX_PATH="$odd_prefix" \
+    -DCMAKE_CXX_FLAGS=-O0 >"$scratch/cmake.log"
+  cmake --build "$scratch/odd examples" >"$scratch/build.log" ||
+    { cat "$scratch/build.log"; fail "CMake package in an odd prefix"; }
+  env -u LD_LIBRARY_PATH "$scratch/odd examples/list_defaults" || fail "list_defaults does not run"
+fi
+
+# All that the headers include was installed. The cross compiler compiles them nowhere else.
+"$source_dir/tests/system/headers_test.sh" --together "$prefix/include/dp_common" "${cxx[*]}"
 echo "installed, and built against"
