@@ -1,18 +1,76 @@
 #include "host/model/values_file.hpp"
 
 #include <cerrno>
+#include <cstddef>
+#include <cstdint>
 #include <sstream>
 
 #include "batch/batch_file_entry.hpp"
 #include "batch/batch_file_settings_rdr.hpp"
+#include "common/io_loops.hpp"
 #include "common/quoting.hpp"
 #include "host/process/bounded_lock.hpp"
 #include "host/process/text_of.hpp"
 #include "host/process/trusted_file.hpp"
+#include "platform/sysipc/efi_decompressor.hpp"
 #include "service_api/values_seal.hpp"
 #include "settings/configuration.hpp"
 
 namespace dp_host {
+namespace {
+
+// A compressed image begins with the sizes of the rest and of its text, little-endian.
+constexpr std::size_t image_header_size = 8;
+
+std::uint64_t word_at(const std::string& bytes, std::size_t at) {
+    std::uint64_t word = 0;
+    for (std::size_t i = 4; i-- > 0;) {
+        word = word << 8U | static_cast<unsigned char>(bytes[at + i]);
+    }
+    return word;
+}
+
+bool may_be_image(const std::string& bytes) {
+    return bytes.size() > image_header_size &&
+           word_at(bytes, 0) + image_header_size <= bytes.size();
+}
+
+// The text of a file of values. A read that fails is a failure: what was read so far would look
+// like a damaged file, and its values would be replaced by older ones.
+dp_support::result<std::string> read_text(const std::string& path) {
+    if (const auto file = open_trusted_file(path); !file) {
+        return file.error();
+    }
+    constexpr std::size_t limit = dp_service::values_seal::size_limit;
+    const dp_support::failure too_large{text_of(path, " is larger than ", limit, " bytes"), EFBIG};
+    const auto lock = bounded_lock::acquire(path, bounded_lock::kind::shared);
+    if (!lock) {
+        return lock.error();
+    }
+    auto file = open_trusted_file(path);
+    if (!file) {
+        return file.error();
+    }
+    std::string bytes;
+    // A huge file is refused before its bytes are read.
+    if (file->size > limit) {
+        return too_large;
+    }
+    if (!dp::read_all(file->descriptor.get(), limit, bytes)) {
+        return errno == EFBIG ? too_large : dp_support::system_failure("read", path, errno);
+    }
+    if (!may_be_image(bytes)) {
+        return bytes;
+    }
+    if (word_at(bytes, 4) > limit) {
+        return too_large;
+    }
+    std::istringstream image(bytes);
+    const auto text = sysipc::efi_decompressor::decompress(image);
+    return text.empty() ? bytes : std::string(text.begin(), text.end());
+}
+
+}  // namespace
 
 std::size_t write_set_lines(const value_store& store, std::ostream& out) {
     std::size_t count = 0;
@@ -40,32 +98,18 @@ std::string write_values(const value_store& store, std::ostream& out) {
 }
 
 dp_support::result<values_content> read_values(const std::string& path) {
-    if (const auto file = open_trusted_file(path); !file) {
-        return file.error();
+    const auto plain = read_text(path);
+    if (!plain) {
+        return plain.error();
     }
-    if (!dp_service::values_seal::is_within_limit(path)) {
-        return dp_support::failure{
-            text_of(path, " is larger than ", dp_service::values_seal::size_limit, " bytes"),
-            EFBIG};
-    }
-    std::vector<std::string> names;
-    std::vector<std::string> texts;
-    dp::batch_file_settings_rdr reader(&names, &texts);
-    std::stringstream plain;
-    {
-        const auto lock = bounded_lock::acquire(path, bounded_lock::kind::shared);
-        if (!lock) {
-            return lock.error();
-        }
-        if (!reader.decompress(path, plain)) {
-            return dp_support::failure{"cannot open " + path};
-        }
-    }
-    auto examined = dp_service::values_seal::examine(plain.view());
+    auto examined = dp_service::values_seal::examine(*plain);
     if (examined.found == dp_service::values_seal::completeness::damaged) {
         return dp_support::failure{path + " is damaged: " + examined.problem, EBADMSG};
     }
-    reader.read_file(plain, nullptr);
+    std::vector<std::string> names;
+    std::vector<std::string> texts;
+    std::istringstream lines(*plain);
+    dp::batch_file_settings_rdr(&names, &texts).read_file(lines, nullptr);
     values_content content;
     content.version = std::move(examined.version);
     content.values.reserve(names.size());

@@ -3,7 +3,8 @@
  * layout).
  *
  * $DP_FAULT_CONTROL names the file. Without it, and in programs of another name than the one in the
- * file, every call is passed on. Children that a program forks are not counted.
+ * file, every call is passed on; so is every call before main, where nothing could handle a
+ * failure. Children that a program forks are not counted.
  *
  * Compiled without _FILE_OFFSET_BITS, so that open and open64 are different functions here. */
 #include <dirent.h>
@@ -106,6 +107,14 @@ __attribute__((constructor)) static void attach(void) {
     control->pid = own_pid;
 }
 
+static int (*program_main)(int, char**, char**);
+static int is_in_main;
+
+static int counted_main(int argc, char** argv, char** environment) {
+    is_in_main = 1;
+    return program_main(argc, argv, environment);
+}
+
 static void die(void) {
     syscall(SYS_kill, own_pid, SIGKILL);
     for (;;) {
@@ -116,7 +125,7 @@ static void die(void) {
 /* What happens to this call. Leaves errno alone unless the call is to fail. */
 static enum action decide(enum kind kind, const char* call, int descriptor) {
     struct control* const c = control;
-    if (c == NULL || __atomic_load_n(&c->active, __ATOMIC_ACQUIRE) == 0 ||
+    if (c == NULL || !is_in_main || __atomic_load_n(&c->active, __ATOMIC_ACQUIRE) == 0 ||
         (pid_t)syscall(SYS_getpid) != own_pid) {
         return action_none;
     }
@@ -156,6 +165,16 @@ static void* next_function(const char* name) {
         void* const found = next_function(#name);         \
         memcpy(&next_##name, &found, sizeof next_##name); \
     }
+
+/* The C library's start code calls this with the program's main function. */
+int __libc_start_main(int (*function)(int, char**, char**), int argc, char** argv, void* init,
+                      void* fini, void* loader_fini, void* stack_end);
+EXPORT int __libc_start_main(int (*function)(int, char**, char**), int argc, char** argv,
+                             void* init, void* fini, void* loader_fini, void* stack_end) {
+    NEXT(__libc_start_main)
+    program_main = function;
+    return next___libc_start_main(counted_main, argc, argv, init, fini, loader_fini, stack_end);
+}
 
 #define INTERPOSE(type, name, kind, descriptor, failure, parameters, arguments) \
     EXPORT type name parameters {                                               \

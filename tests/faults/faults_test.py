@@ -296,7 +296,7 @@ class Faults:
             self._settle(control)
         self.unfired += 0 if control.fired() else 1
         control.disarm()
-        if is_ready:
+        if is_ready and (case.kind not in ENDS_THE_SERVICE or self.server.service.poll() is None):
             self.server.stop()
         else:
             code, log = self.server.wait(), self.server.log()
