@@ -41,7 +41,6 @@ using dp_support::staged_file;
 
 constexpr std::size_t most_value_lines = 20;
 constexpr std::size_t longest_build_id_file = 4096;
-constexpr std::size_t longest_template = std::size_t{64} << 20U;
 constexpr unsigned char most_in_alert = 255;
 constexpr std::size_t longest_update_lines = std::size_t{64} * 1024;
 
@@ -434,7 +433,7 @@ dp_support::result<> settings_service::prepare_update(update_parts& parts) {
     if (!is_product_data_value(parts.build_id)) {
         return refuse(build_id_path + " contains no build id");
     }
-    auto bios = read_trusted_file(template_path, longest_template);
+    auto bios = read_trusted_file(template_path, largest_template);
     if (!bios) {
         return refuse(bios.reason());
     }
@@ -445,7 +444,7 @@ dp_support::result<> settings_service::prepare_update(update_parts& parts) {
     if (!infos) {
         return refuse(infos.reason());
     }
-    const auto bios_after = read_trusted_file(template_path, longest_template);
+    const auto bios_after = read_trusted_file(template_path, largest_template);
     if (!bios_after || *bios_after != *bios) {
         return refuse(template_path + " was changed while it was read");
     }

@@ -1,19 +1,14 @@
 #include "service_api/values_seal.hpp"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
 #include <sstream>
 #include <utility>
 
 #include "batch/batch_file_entry.hpp"
 #include "batch/batch_file_intf.hpp"
 #include "batch/batch_file_reader.hpp"
-#include "common/io_loops.hpp"
 #include "service_api/fnv1a_64.hpp"
+#include "service_api/plain_size.hpp"
 
 namespace dp_service::values_seal {
 namespace {
@@ -140,25 +135,8 @@ examination examine(std::string_view text) {
 }
 
 bool is_within_limit(const std::string& path) {
-    struct stat info {};
-    const int file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (file == -1) {
-        return false;
-    }
-    // The second word of a compressed image, little-endian, is the size of its text.
-    std::array<unsigned char, 8> start{};
-    const bool is_regular = fstat(file, &info) == 0 && S_ISREG(info.st_mode);
-    const ssize_t got = is_regular ? dp::read_some(file, start.data(), start.size()) : -1;
-    close(file);
-    if (got < 0 || info.st_size > static_cast<off_t>(size_limit)) {
-        return false;
-    }
-    const auto word = [&](std::size_t at) {
-        return std::uint64_t{start.at(at)} | std::uint64_t{start.at(at + 1)} << 8U |
-               std::uint64_t{start.at(at + 2)} << 16U | std::uint64_t{start.at(at + 3)} << 24U;
-    };
-    const bool may_be_image = word(0) < static_cast<std::uint64_t>(info.st_size);
-    return !may_be_image || word(4) <= size_limit;
+    const auto size = plain_size(path);
+    return size && *size <= size_limit;
 }
 
 std::optional<std::string> version_of(const std::string& path) {

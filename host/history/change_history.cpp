@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <ctime>
 #include <string_view>
 #include <utility>
@@ -23,12 +24,13 @@ namespace dp_host {
 namespace {
 
 // The last `most` bytes of the file's first `size` bytes; fewer when they cannot be read.
-std::string last_bytes(int fd, std::size_t size, std::size_t most) {
-    std::string text(std::min(size, most), '\0');
+std::string last_bytes(int fd, off_t size, std::size_t most) {
+    const bool is_longer = static_cast<std::uint64_t>(size) > most;
+    std::string text(is_longer ? most : static_cast<std::size_t>(size), '\0');
     std::size_t count = 0;
     while (count < text.size()) {
         const ssize_t got = pread(fd, text.data() + count, text.size() - count,
-                                  static_cast<off_t>(size - text.size() + count));
+                                  size - static_cast<off_t>(text.size() - count));
         if (got > 0) {
             count += static_cast<std::size_t>(got);
         } else if (got == 0 || errno != EINTR) {
@@ -40,10 +42,11 @@ std::string last_bytes(int fd, std::size_t size, std::size_t most) {
 }
 
 // The size of the complete lines of a file of `size` bytes. Looks at its last `most` bytes only.
-std::size_t size_of_complete_lines(int fd, std::size_t size, std::size_t most) {
+off_t size_of_complete_lines(int fd, off_t size, std::size_t most) {
     const std::string text = last_bytes(fd, size, most);
-    const std::size_t last = text.rfind('\n');
-    return last == std::string::npos ? size - text.size() : size - text.size() + last + 1;
+    // npos + 1 is 0.
+    const std::size_t complete = text.rfind('\n') + 1;
+    return size - static_cast<off_t>(text.size() - complete);
 }
 
 // The last complete lines of `text`, at most `most` bytes.
@@ -80,8 +83,7 @@ std::string change_history::missing_of(const std::string& lines) const {
         return lines;
     }
     const int fd = file->descriptor.get();
-    const std::size_t size =
-        size_of_complete_lines(fd, static_cast<std::size_t>(file->size), limit_);
+    const off_t size = size_of_complete_lines(fd, static_cast<off_t>(file->size), limit_);
     const std::string present = last_bytes(fd, size, lines.size());
     // A file that they made too large was replaced by one with the newest lines.
     if (present.ends_with(lines) || present == newest_lines(lines, kept_)) {
@@ -130,18 +132,17 @@ dp_support::result<> change_history::try_append(const std::string& lines) const 
     if (!file.is_open() || fstat(file.get(), &info) != 0) {
         return dp_support::system_failure("open", path_, errno);
     }
-    const auto found = static_cast<std::size_t>(info.st_size);
-    const std::size_t size = size_of_complete_lines(file.get(), found, limit_);
-    if (size != found && ftruncate(file.get(), static_cast<off_t>(size)) != 0) {
+    const off_t size = size_of_complete_lines(file.get(), info.st_size, limit_);
+    if (size != info.st_size && ftruncate(file.get(), size) != 0) {
         return dp_support::system_failure("truncate", path_, errno);
     }
-    if (size + lines.size() > limit_) {
+    if (static_cast<std::uint64_t>(size) + lines.size() > limit_) {
         return replace_with(last_bytes(file.get(), size, kept_ + 1) + lines);
     }
     if (!dp::write_all(file.get(), lines)) {
         auto failed = dp_support::system_failure("write", path_, errno);
         // Otherwise the next call removes the incomplete line.
-        if (ftruncate(file.get(), static_cast<off_t>(size)) != 0) {
+        if (ftruncate(file.get(), size) != 0) {
             failed.reason += "; it may end with an incomplete line";
         }
         return failed;

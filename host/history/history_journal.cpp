@@ -37,11 +37,16 @@ std::string hash_of(std::string_view text) {
     return hash.str();
 }
 
-// Empty when the file cannot be read.
-std::string hash_of_file(const std::string& path) {
+// Empty when the file cannot be read. A file that cannot have `expected` is not read: the result is
+// another text.
+std::string hash_of_file(const std::string& path, const std::string& expected = {}) {
     const auto file = open_trusted_file(path);
     if (!file) {
         return {};
+    }
+    const std::string length = text_of(file->size, ' ');
+    if (!expected.empty() && !expected.starts_with(length)) {
+        return length;
     }
     length_and_hash hash;
     std::array<char, 4096> chunk{};
@@ -59,7 +64,7 @@ history_journal::history_journal(std::string path, std::string values_path, std:
 
 void history_journal::write(const std::string& staged_path, const std::string& lines) const {
     const std::string values = hash_of_file(staged_path);
-    if (values.empty() || values == hash_of_file(values_path_)) {
+    if (values.empty() || values == hash_of_file(values_path_, values)) {
         return;
     }
     dp_support::staged_file file(path_, dp_support::staged_file::volatile_file);
@@ -86,7 +91,7 @@ std::string history_journal::lines_to_replay() const {
         log_error("dropped the history's journal: ", path_, " is invalid");
         return {};
     }
-    const std::string values = hash_of_file(values_path_);
+    const std::string values = hash_of_file(values_path_, first);
     if (values.empty() || first != values + hash_of_lines) {
         log_line("dropped the history's journal: its changes were not made");
         return {};

@@ -9,6 +9,7 @@
 #include "host/process/run_program.hpp"
 #include "host/process/text_of.hpp"
 #include "host/process/trusted_file.hpp"
+#include "service_api/plain_size.hpp"
 
 namespace dp_host {
 namespace {
@@ -27,6 +28,16 @@ bool has_overlong_record(const std::string& path) {
     return false;
 }
 
+// A template that would cost a lot of memory is refused before anything is expanded.
+dp_support::result<> check_size(const std::string& path) {
+    const auto size = dp_service::plain_size(path);
+    if (size && *size > largest_template) {
+        return dp_support::failure{text_of(path, " has more than ", largest_template, " bytes"),
+                                   EFBIG};
+    }
+    return {};
+}
+
 bool is_empty_record(const template_info& info) {
     return info.cfg.empty() && info.id.empty();
 }
@@ -43,6 +54,9 @@ dp_support::result<std::vector<template_info>> read_template(const std::string& 
     if (const auto file = open_trusted_file(template_path); !file) {
         return file.error();
     }
+    if (const auto checked = check_size(template_path); !checked) {
+        return checked.error();
+    }
     if (const auto checked = check_trusted(text_path); !checked) {
         return checked.error();
     }
@@ -54,6 +68,9 @@ dp_support::result<std::vector<template_info>> read_template(const std::string& 
         if (const auto expanded = expand(template_path, text_path); !expanded) {
             return expanded.error();
         }
+    }
+    if (const auto checked = check_size(text_path); !checked) {
+        return checked.error();
     }
     std::ifstream in(text_path, std::ios::binary);
     if (!in) {

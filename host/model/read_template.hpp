@@ -1,6 +1,7 @@
 #ifndef DP_HOST_MODEL_READ_TEMPLATE_HPP
 #define DP_HOST_MODEL_READ_TEMPLATE_HPP
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -9,9 +10,13 @@
 
 namespace dp_host {
 
+/// Greatest size in bytes of a template, compressed or not, and of its attribute text.
+inline constexpr std::uint32_t largest_template = std::uint32_t{64} << 20U;
+
 /// The attributes of the template `template_path`, in its order. They are read from its attribute
 /// text `text_path`, which clients use too; dpspy expands the template to it first when it is
-/// missing or older than the template. A template without attributes is a failure.
+/// missing or older than the template. A template without attributes is a failure, and so is one
+/// that is larger than `largest_template`, which is refused unread.
 dp_support::result<std::vector<template_info>> read_template(const std::string& template_path,
                                                              const std::string& text_path);
 

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdint>
 
+#include "host/process/stop_signal.hpp"
 #include "host/process/text_of.hpp"
 #include "platform/sysipc/thread.hpp"
 
@@ -45,6 +46,12 @@ class spawn_setup {
     posix_spawn_file_actions_t actions{};
     posix_spawnattr_t attributes{};
 };
+
+void end(pid_t child) {
+    kill(child, SIGKILL);
+    while (waitpid(child, nullptr, 0) == -1 && errno == EINTR) {
+    }
+}
 
 dp_support::result<> outcome(const std::string& path, int status) {
     if (!WIFEXITED(status)) {
@@ -90,11 +97,13 @@ dp_support::result<> run_program(const std::string& path,
         if (ended == -1 && errno != EINTR) {
             return dp_support::system_failure("wait for", path, errno);
         }
+        if (stop_signal::received()) {
+            end(child);
+            return dp_support::failure{path + " was killed, because the service stops", EINTR};
+        }
         sysipc::thread::sleep(pause_ms);
     }
-    kill(child, SIGKILL);
-    while (waitpid(child, &status, 0) == -1 && errno == EINTR) {
-    }
+    end(child);
     return dp_support::failure{path + " took too long and was killed", ETIMEDOUT};
 }
 

@@ -72,10 +72,11 @@ dp_support::result<std::string> read_trusted_file(const std::string& path, std::
         return file.error();
     }
     std::string content;
-    if (dp::read_all(file->descriptor.get(), limit, content)) {
+    const bool is_too_long = file->size > limit;
+    if (!is_too_long && dp::read_all(file->descriptor.get(), limit, content)) {
         return content;
     }
-    if (errno == EFBIG) {
+    if (is_too_long || errno == EFBIG) {
         return dp_support::failure{text_of(path, " is longer than ", limit, " bytes"), EFBIG};
     }
     return dp_support::system_failure("read", path, errno);

@@ -29,8 +29,8 @@ bool is_missing(const std::string& path);
 /// Success when the file `path` is trusted, and also when there is nothing at `path`.
 dp_support::result<> check_trusted(const std::string& path);
 
-/// The content of the file `path`. A file of more than `limit` bytes is a failure. The code of a
-/// failure is ENOENT when there is nothing at `path`.
+/// The content of the file `path`. A file of more than `limit` bytes is a failure, and not read.
+/// The code of a failure is ENOENT when there is nothing at `path`.
 dp_support::result<std::string> read_trusted_file(const std::string& path, std::size_t limit);
 
 /// Whether time `a` is later than time `b`.

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <ctime>
 #include <filesystem>
 #include <sstream>
 
@@ -548,6 +549,37 @@ TEST_F(settings_service_test, a_start_completes_an_update_that_was_interrupted_a
     ASSERT_EQ(service.update().status, 0);
     EXPECT_EQ(test::read_file(vpd), "SERIAL=7\nUEFIID=B2\n");
     EXPECT_NE(test::read_file(pending).find("A.Mode \"y\""), std::string::npos);
+}
+
+TEST_F(settings_service_test, huge_files_cost_nothing_to_refuse) {
+    const off_t huge = off_t{3} << 30U;
+    dp_host::settings_service service;
+    ASSERT_TRUE(service.start());
+    const auto make_huge = [&](const std::string& path) {
+        test::write_file(path, "");
+        ASSERT_EQ(truncate(path.c_str(), huge), 0);
+    };
+    const std::clock_t begin = std::clock();
+    prepare_update(after);
+    make_huge(in_root("/var/dp/update/uefi_template.efi"));
+    EXPECT_EQ(service.update().status, dp_service::service_status::malformed_line);
+    prepare_update(after);
+    make_huge(in_root("/var/dp/update/build_id"));
+    EXPECT_EQ(service.update().status, dp_service::service_status::malformed_line);
+    prepare_update(after);
+    make_huge(vpd);
+    EXPECT_EQ(service.update().status, dp_service::service_status::not_persisted);
+    test::write_file(vpd, "UEFIID=B1\n");
+    make_huge(history);
+    run(service, "0 1 t set A.Mode \"z\" \"\"\n");
+    EXPECT_LT(std::filesystem::file_size(history), 1000U);
+    make_huge(journal);
+    make_huge(pending);
+    make_huge(current);
+    dp_host::settings_service again;
+    EXPECT_TRUE(again.start());
+    EXPECT_NE(test::read_file(pending).find("A.Mode"), std::string::npos);
+    EXPECT_LT(std::clock() - begin, CLOCKS_PER_SEC);
 }
 
 }  // namespace

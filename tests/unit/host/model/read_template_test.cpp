@@ -110,4 +110,19 @@ TEST_F(read_template_test, refuses_symlinks) {
     EXPECT_EQ(read(), bios + " is a symlink");
 }
 
+TEST_F(read_template_test, refuses_a_huge_template_without_expanding_it) {
+    const std::string reason = bios + " has more than 67108864 bytes";
+    ASSERT_EQ(truncate(bios.c_str(), off_t{3} << 30U), 0);
+    EXPECT_EQ(read(), reason);
+    // The header of an image whose text has 0x0F000000 bytes.
+    test::write_file(bios, std::string("\x04\0\0\0\0\0\0\x0F", 8) + "data");
+    EXPECT_EQ(read(), reason);
+    EXPECT_FALSE(fileexist(calls));
+}
+
+TEST_F(read_template_test, refuses_a_huge_attribute_text_without_reading_it) {
+    test::write_script(dpspy, "truncate -s 3G \"$5\"");
+    EXPECT_EQ(read(), text + " has more than 67108864 bytes");
+}
+
 }  // namespace
