@@ -34,12 +34,13 @@ void write_line(Command& command, std::ostream& answer) {
     answer << '\n';
 }
 
-bool has_quote(const std::string& value) {
-    return value.find('"') != std::string::npos;
+// Whether readers would read another value than this one.
+bool needs_escapes(const std::string& value) {
+    return value.find_first_of("\"\\") != std::string::npos;
 }
 
 void write_result(dp::transaction_command& command, std::ostream& answer) {
-    if (!has_quote(command.value_in) && !has_quote(command.value_out)) {
+    if (!needs_escapes(command.value_in) && !needs_escapes(command.value_out)) {
         write_line(command, answer);
         return;
     }

@@ -27,8 +27,8 @@ struct batch_observer {
 };
 
 /// Runs a batch text as one transaction, and writes the answer: a result line for every command and
-/// every malformed line, in their order. Values that contain a double quote are escaped: otherwise
-/// readers would drop their result lines, and with them the outcome of the commands.
+/// every malformed line, in their order. Values are escaped: otherwise readers would drop result
+/// lines, and with them the outcome of the commands, or read other values.
 ///
 /// A last line without a newline was cut off and is malformed. When memory runs out, nothing is
 /// done and each command fails with "not run". The process status file reports the transaction from
