@@ -3,7 +3,10 @@
 #include <chrono>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <set>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "tests/support/dpctl.hpp"
 #include "tests/support/sample_template.hpp"
@@ -89,6 +92,38 @@ TEST_F(dpctl_with_service, agrees_with_the_service_about_values) {
     EXPECT_EQ(dpctl({"get", "Boot.Delay", "Boot.Label", "Boot.Order", "Ports.User.8"}).out,
               "Boot.Delay=60\nBoot.Label=äöü\nBoot.Order=HDD,PXE\nPorts.User.8=\"\\\"\n");
     EXPECT_THAT(dpctl({"history", "Ports.User.8"}).out, HasSubstr("Ports.User.8  \"\\\"\n"));
+}
+
+TEST_F(dpctl_with_service, reports_what_each_of_many_concurrent_changes_replaced) {
+    constexpr int clients = 8;
+    std::vector<test::program_result> results(clients);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < clients; ++i) {
+        threads.emplace_back([&results, i] {
+            const auto at = static_cast<std::size_t>(i);
+            results[at] = dpctl({"set", "Boot.Label=client " + std::to_string(i)});
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    // Each value was set once and, except for the last one, replaced once.
+    std::multiset<std::string> replaced;
+    for (const auto& result : results) {
+        EXPECT_EQ(result.exit_code, 0) << result.err;
+        const std::size_t arrow = result.out.find(" -> ");
+        ASSERT_NE(arrow, std::string::npos) << result.out;
+        replaced.insert(result.out.substr(0, arrow));
+    }
+    std::multiset<std::string> expected{"Boot.Label: disk"};
+    const std::string last = dpctl({"get", "Boot.Label"}).out;
+    for (int i = 0; i < clients; ++i) {
+        const std::string value = "client " + std::to_string(i);
+        if (last != "Boot.Label=" + value + '\n') {
+            expected.insert("Boot.Label: " + value);
+        }
+    }
+    EXPECT_EQ(replaced, expected);
 }
 
 TEST_F(dpctl_with_service, resets_a_collection_to_its_defaults) {

@@ -1,8 +1,10 @@
 #include "tools/dpctl/changes/change_outcome.hpp"
 
+#include "batch/batch_list_info.hpp"
 #include "support/ascii_case.hpp"
 #include "support/decimal.hpp"
 #include "tools/dpctl/values/attribute_description.hpp"
+#include "transactions/command_status.hpp"
 
 namespace dpctl {
 namespace {
@@ -53,19 +55,27 @@ bool is_value(const reading& value, std::string_view requested, const dp_attribu
     return is_enumeration(attribute) && dp_support::equal_ignoring_case(value.text, requested);
 }
 
-change_outcome judge_change(int batch_result, std::uint32_t status, const reading& before,
-                            const reading& after, std::string_view requested,
-                            const dp_attribute& attribute) {
-    if (batch_result == -1) {
-        return change_outcome::no_answer;
+bool is_stored_value(const reading& value, const reading& stored) {
+    if (!value.known || !stored.known) {
+        return value.known == stored.known;
     }
-    if (status != session::unanswered) {
+    const std::string text = dp::batch_list_info::is_full_form(stored.text)
+                                 ? dp::batch_list_info().tersify(stored.text)
+                                 : stored.text;
+    return value.cut ? text.size() >= DP_VALUE_SIZE && text.starts_with(value.text)
+                     : text == value.text;
+}
+
+change_outcome judge_change(const setting_change& change, const reading& pending) {
+    if (change.status != dp::command_status::success) {
         return change_outcome::refused;
     }
-    if (is_value(after, requested, attribute) || after != before) {
-        return change_outcome::changed;
+    if (change.replaced == change.stored) {
+        return change_outcome::already;
     }
-    return change_outcome::unconfirmed;
+    const bool is_unchanged =
+        !is_stored_value(pending, change.stored) && is_stored_value(pending, change.replaced);
+    return is_unchanged ? change_outcome::unconfirmed : change_outcome::changed;
 }
 
 }  // namespace dpctl

@@ -1,22 +1,22 @@
 #ifndef DP_TOOLS_DPCTL_CHANGES_CHANGE_OUTCOME_HPP
 #define DP_TOOLS_DPCTL_CHANGES_CHANGE_OUTCOME_HPP
 
-#include <cstdint>
 #include <string_view>
 
 #include "bios/dp_api.h"
+#include "tools/dpctl/changes/setting_change.hpp"
 #include "tools/dpctl/values/session.hpp"
 
 namespace dpctl {
 
 /// The outcome of an attempt to change a setting.
 enum class change_outcome {
-    already,    ///< the setting already had the value; no request was sent
-    changed,    ///< the settings file has the value now, perhaps in the service's own spelling
-    refused,    ///< the service reported a status, or would: the template does not allow the value
-    no_answer,  ///< the service did not answer at all
-    not_requested,  ///< no request was sent, because of another setting
-    unconfirmed,    ///< no failure was reported, but the settings file still has the old value
+    already,        ///< the setting already had the value
+    changed,        ///< the service made the change, perhaps in its own spelling
+    refused,        ///< the service reported a status, or would: the template forbids the value
+    no_answer,      ///< the request had started, but no answer came
+    not_requested,  ///< no request was sent, or it was dropped before it started
+    unconfirmed,    ///< the service made the change, but the settings file has the old value
 };
 
 /// The outcome as programs read it: "already", "changed", "refused", "no_answer",
@@ -28,13 +28,13 @@ const char* outcome_word(change_outcome outcome);
 /// is compared.
 bool is_value(const reading& value, std::string_view requested, const dp_attribute& attribute);
 
-/// The outcome of a request. The result of the batch is not sufficient: a request without an answer
-/// keeps its status, like one that succeeded. Therefore the settings file decides.
-/// @param batch_result  of the C API: -1 no answer at all
-/// @param status        of the request; `session::unanswered` if no failure was reported
-change_outcome judge_change(int batch_result, std::uint32_t status, const reading& before,
-                            const reading& after, std::string_view requested,
-                            const dp_attribute& attribute);
+/// Whether `value`, as the library read it from a file, is what the service has stored. The library
+/// cuts long values and returns list selections in the terse form.
+bool is_stored_value(const reading& value, const reading& stored);
+
+/// The outcome of a change that was answered. `pending` is the value that was read after it from
+/// the settings file, where another client may have changed it again.
+change_outcome judge_change(const setting_change& change, const reading& pending);
 
 }  // namespace dpctl
 

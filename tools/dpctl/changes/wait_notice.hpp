@@ -10,20 +10,25 @@
 
 namespace dpctl {
 
-/// The notice while a request to the settings service is carried out.
-inline constexpr const char* waiting_for_service =
-    "waiting for the settings service, at most about 60 s";
-
 /// Shows during its lifetime that the program is waiting: on a terminal a line that counts the
-/// seconds and is removed at the end, otherwise one plain line. Nobody else may write to the stream
+/// seconds and is removed at the end, otherwise plain lines. Nobody else may write to the stream
 /// during its lifetime.
 class wait_notice {
   public:
-    /// @param text  for example `waiting_for_service`
-    wait_notice(std::ostream& err, bool is_terminal, std::string text);
+    /// @param text   for example "waiting for changes"
+    /// @param delay  a wait that is shorter is not shown; otherwise than on a terminal, 0 shows
+    ///               `text` at once and anything else only what is announced
+    wait_notice(std::ostream& err, bool is_terminal, std::string text,
+                std::chrono::milliseconds delay = std::chrono::milliseconds(0));
     ~wait_notice();
     wait_notice(const wait_notice&) = delete;
     wait_notice& operator=(const wait_notice&) = delete;
+
+    /// Replaces the text of the line on a terminal.
+    void update(std::string text);
+
+    /// The same; otherwise than on a terminal, shows the text as a line.
+    void announce(const std::string& text);
 
     /// The time since the notice was created.
     [[nodiscard]] double seconds() const;
@@ -36,7 +41,10 @@ class wait_notice {
     std::chrono::steady_clock::time_point start_;
     std::mutex mutex_;
     std::condition_variable ended_;
+    std::chrono::milliseconds delay_;
     bool end_ = false;
+    bool is_shown_ = false;
+    std::string shown_;    // the text of the line on the terminal
     std::thread counter_;  // only on a terminal
 };
 

@@ -1,18 +1,20 @@
-#include <unistd.h>
-
+#include <algorithm>
 #include <cstddef>
-#include <iostream>
+#include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "tools/dpctl/changes/change_outcome.hpp"
-#include "tools/dpctl/changes/service_exchange.hpp"
-#include "tools/dpctl/changes/wait_notice.hpp"
+#include "tools/dpctl/changes/change_request.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/names/name_lookup.hpp"
+#include "tools/dpctl/status/status_reason.hpp"
+#include "tools/dpctl/values/attribute_copy.hpp"
 #include "tools/dpctl/values/attribute_description.hpp"
 #include "tools/dpctl/values/setting_values.hpp"
+#include "transactions/command_status.hpp"
 
 namespace dpctl {
 namespace {
@@ -20,57 +22,117 @@ namespace {
 using dp_support::command_line;
 using dp_support::json_value;
 
-// A setting that did not have its default before the reset, or does not have it now.
-struct affected_setting {
-    setting_ref setting;
-    reading before;
-    reading after;
+// A setting of the collection, and what became of it.
+struct reset_setting {
+    setting_change change;
+    std::shared_ptr<const attribute_copy> copy;
+    reading pending;  // now
+
+    [[nodiscard]] const dp_attribute& attribute() const { return copy->get(); }
+    [[nodiscard]] bool is_at_default(const reading& value) const {
+        return is_removed_by_default(attribute()) ? !value.known
+                                                  : is_value(value, attribute().dft, attribute());
+    }
+    // Whether the reset is to change the setting, or did.
+    [[nodiscard]] bool is_affected() const {
+        return !is_at_default(change.replaced) || !is_at_default(pending);
+    }
 };
 
-bool is_at_default(const reading& value, const dp_attribute& attribute) {
-    return is_removed_by_default(attribute) ? !value.known
-                                            : is_value(value, attribute.dft, attribute);
+std::vector<reset_setting> plan(session& service, const collection_view& collection) {
+    std::vector<reset_setting> plan;
+    std::vector<std::string> names;
+    for (const auto& setting : collection.settings_with_values()) {
+        reset_setting& added = plan.emplace_back();
+        added.copy = std::make_shared<attribute_copy>(*setting.attribute);
+        added.change.name = setting.name();
+        if (is_removed_by_default(added.attribute())) {
+            added.change.operation = dp::op_delete;
+        } else {
+            added.change.value = added.attribute().dft;
+        }
+        names.push_back(added.change.name);
+    }
+    auto values = service.read(names, values_of::pending);
+    for (std::size_t i = 0; i < plan.size(); ++i) {
+        plan[i].pending = values[i];
+        plan[i].change.replaced = std::move(values[i]);
+    }
+    return plan;
 }
 
-std::string default_text(const dp_attribute& attribute) {
-    return is_removed_by_default(attribute) ? "-" : value_text({true, false, attribute.dft});
+void read_after(session& service, std::vector<reset_setting>& settings) {
+    std::vector<std::string> names;
+    names.reserve(settings.size());
+    for (const auto& setting : settings) {
+        names.push_back(setting.change.name);
+    }
+    service.reinitialize();
+    auto values = service.read(names, values_of::pending);
+    for (std::size_t i = 0; i < settings.size(); ++i) {
+        settings[i].pending = std::move(values[i]);
+    }
+}
+
+// Why the request to reset the setting, which was answered, failed; empty when it did not.
+std::string why_not_reset(const reset_setting& setting, const file_names& files) {
+    const setting_change& change = setting.change;
+    if (change.status != dp::command_status::success) {
+        return explain_status(static_cast<std::uint32_t>(change.status), &setting.attribute(),
+                              change.value);
+    }
+    return judge_change(change, setting.pending) == change_outcome::unconfirmed
+               ? "the settings service reset it, but not in " + files.settings
+               : std::string();
 }
 
 // Reports what happened to the setting. Returns the outcome for programs.
-const char* report_outcome(const affected_setting& affected, bool answered, report& rep) {
-    const dp_attribute& attribute = *affected.setting.attribute;
-    const std::string name = affected.setting.name();
-    const std::string its_default = " (default: " + default_text(attribute) + ')';
-    if (is_at_default(affected.after, attribute)) {
-        rep.line(name + ": " + value_text(affected.before) + " -> " + value_text(affected.after));
-        return "changed";
-    }
-    if (is_read_only(attribute)) {
-        rep.line(name + ": remains " + value_text(affected.after) + ", it is read-only" +
+const char* report_outcome(const reset_setting& setting, const request_end& end,
+                           const file_names& files, report& rep) {
+    const setting_change& change = setting.change;
+    const std::string its_default = " (default: " +
+                                    (is_removed_by_default(setting.attribute())
+                                         ? "-"
+                                         : value_text({true, false, setting.attribute().dft})) +
+                                    ')';
+    if (is_read_only(setting.attribute())) {
+        rep.line(change.name + ": remains " + value_text(setting.pending) + ", it is read-only" +
                  its_default);
         return "read_only";
     }
-    if (!answered) {
-        return "no_answer";
+    if (!end.is_answered()) {
+        return outcome_word(end.is_dropped() ? change_outcome::not_requested
+                                             : change_outcome::no_answer);
     }
-    rep.problem(name + ": the settings service did not reset it, it is still " +
-                value_text(affected.after) + its_default);
-    return "refused";
+    if (const std::string reason = why_not_reset(setting, files); !reason.empty()) {
+        rep.problem(change.name + ": " + reason + "; it is still " + value_text(setting.pending) +
+                    its_default);
+        return outcome_word(change_outcome::refused);
+    }
+    rep.line(change.name + ": " + value_text(change.replaced) + " -> " + value_text(change.stored));
+    if (!is_stored_value(setting.pending, change.stored)) {
+        rep.note(change.name + ": was changed again meanwhile, to " + value_text(setting.pending));
+    }
+    return outcome_word(change_outcome::changed);
 }
 
-void report_outcomes(const std::vector<affected_setting>& settings, bool answered, report& rep) {
+void report_outcomes(const std::vector<reset_setting>& settings, const request_end& end,
+                     const file_names& files, report& rep) {
     auto& list = rep.document().set("settings", json_value::array());
     std::size_t changed = 0;
-    for (const auto& affected : settings) {
-        const dp_attribute& attribute = *affected.setting.attribute;
-        changed += is_at_default(affected.after, attribute) ? 1U : 0U;
-        list.push_back(
-            json_value::object({{"name", affected.setting.name()},
-                                {"outcome", report_outcome(affected, answered, rep)},
-                                {"default", default_json(attribute)},
-                                {"previous", value_json(affected.before)},
-                                {"pending", value_json(affected.after)},
-                                {"truncated", affected.before.cut || affected.after.cut}}));
+    for (const auto& setting : settings) {
+        if (!setting.is_affected()) {
+            continue;
+        }
+        const std::string outcome = report_outcome(setting, end, files, rep);
+        changed += outcome == outcome_word(change_outcome::changed) ? 1U : 0U;
+        list.push_back(json_value::object(
+            {{"name", setting.change.name},
+             {"outcome", outcome},
+             {"default", default_json(setting.attribute())},
+             {"previous", value_json(setting.change.replaced)},
+             {"pending", value_json(setting.pending)},
+             {"truncated", setting.change.replaced.cut || setting.pending.cut}}));
     }
     if (changed != 0) {
         rep.line(std::to_string(changed) + (changed == 1 ? " setting was" : " settings were") +
@@ -85,7 +147,8 @@ void run(const file_names& files, const std::string& collection, report& rep) {
     if (view == nullptr) {
         return;
     }
-    const auto settings = view->settings_with_values();
+    const std::string version = service.pending_version();
+    auto settings = plan(service, *view);
     if (settings.empty()) {
         rep.problem("there is nothing to reset: " + service.files().settings +
                     " has no values of collection " + collection);
@@ -93,45 +156,27 @@ void run(const file_names& files, const std::string& collection, report& rep) {
     }
 
     rep.document().set("collection", collection);
-    const auto setting_names = names_of(settings);
-    auto before = service.read(setting_names, values_of::pending);
+    rep.document().set("waited_seconds", 0);
+    // All of them, since another client may change one that has its default now.
+    std::vector<setting_change*> changes;
     bool is_needed = false;
-    for (std::size_t i = 0; i < settings.size(); ++i) {
-        is_needed |= !is_read_only(*settings[i].attribute) &&
-                     !is_at_default(before[i], *settings[i].attribute);
+    for (auto& setting : settings) {
+        if (!is_read_only(setting.attribute())) {
+            changes.push_back(&setting.change);
+            is_needed = is_needed || setting.is_affected();
+        }
     }
-    double seconds = 0;
-    bool answered = true;
+    request_end end;
     if (is_needed) {
-        if (!can_send_requests(rep)) {
-            rep.hint("Nothing was changed.");
-            return;
+        end = request_changes(changes, version, rep);
+        if (!end.is_dropped()) {
+            read_after(service, settings);
         }
-        dp_service::exchange_lock lock;
-        acquire(lock, rep);
-        const wait_notice notice(std::cerr, isatty(STDERR_FILENO) == 1, waiting_for_service);
-        // The result is 3 even if only read-only settings were refused, and it does not say which
-        // commands failed: the settings file decides.
-        answered = service.reset(collection) == 0 || has_answer();
-        seconds = notice.seconds();
-    }
-    rep.document().set("waited_seconds", seconds);
-    if (!answered) {
-        report_no_answer(rep, seconds);
-    }
-    auto after = service.read(setting_names, values_of::pending);
-    std::vector<affected_setting> affected;
-    for (std::size_t i = 0; i < settings.size(); ++i) {
-        const dp_attribute& attribute = *settings[i].attribute;
-        if (!is_at_default(before[i], attribute) || !is_at_default(after[i], attribute)) {
-            affected.push_back({settings[i], std::move(before[i]), std::move(after[i])});
-        }
-    }
-    if (!is_needed) {
+    } else {
         rep.line("All settings of " + collection +
                  " that can be changed already have their default values.");
     }
-    report_outcomes(affected, answered, rep);
+    report_outcomes(settings, end, service.files(), rep);
 }
 
 }  // namespace
@@ -143,8 +188,8 @@ void add_reset(command_line& program, invocation& request) {
          .details =
              "The defaults are pending until the server restarts. Read-only settings are not\n"
              "changed, which is not a failure. If every other setting already has its default,\n"
-             "no request is sent, which is not a failure either. dpctl waits about 60 seconds\n"
-             "for the answer of the settings service.\n",
+             "no request is sent, which is not a failure either. dpctl waits for its turn and\n"
+             "for the answer as it does for \"dpctl set\".\n",
          .examples = {"dpctl reset Boot", "dpctl reset Boot --json"}});
     const auto collection = add_collection_argument(command);
     add_file_options(command, request);

@@ -55,6 +55,11 @@ signal_wait::~signal_wait() {
     sigprocmask(SIG_SETMASK, &old_mask_, nullptr);
 }
 
+bool signal_wait::is_stopped() const {
+    pollfd entry{signals_.get(), POLLIN, 0};
+    return ::poll(&entry, 1, 0) == 1;
+}
+
 signal_wait::event signal_wait::wait(const std::vector<int>& descriptors, int timeout_ms) {
     const auto end = steady_clock::now() + milliseconds(std::max(timeout_ms, 0));
     // poll() reports that the output has lost its reader without being asked to.

@@ -35,6 +35,12 @@ class signal_wait {
     /// milliseconds; without limit if negative.
     event wait(const std::vector<int>& descriptors, int timeout_ms);
 
+    /// Readable after one of the signals. Not owned.
+    [[nodiscard]] int descriptor() const { return signals_.get(); }
+
+    /// Whether one of the signals has arrived.
+    [[nodiscard]] bool is_stopped() const;
+
   private:
     int output_;
     sigset_t old_mask_{};

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <stdexcept>
 #include <tuple>
@@ -11,8 +12,8 @@
 
 #include "common/file_utilities.hpp"
 #include "common/fixed_paths.hpp"
-#include "common/quoting.hpp"
 #include "service_api/template_cache.hpp"
+#include "service_api/values_seal.hpp"
 #include "tools/dpctl/output/printable_text.hpp"
 #include "tools/dpctl/output/report.hpp"
 #include "tools/dpctl/system/lock_watch.hpp"
@@ -181,6 +182,14 @@ std::span<const char* const> session::setting_names(const std::string& collectio
     return {names, count};
 }
 
+std::string session::pending_version() const {
+    std::error_code ignored;
+    return std::filesystem::equivalent(files_.settings, dp::fixed_paths::uefi_settings.str(),
+                                       ignored)
+               ? dp_service::values_seal::version_of(files_.settings).value_or("")
+               : std::string();
+}
+
 // The library's service is not an object, but its functions only work while a session exists.
 // NOLINTBEGIN(readability-convert-member-functions-to-static)
 
@@ -212,29 +221,6 @@ std::vector<reading> session::read(std::span<const std::string> names, values_of
         }
     }
     return readings;
-}
-
-int session::set(std::span<change_request> requests) {
-    std::vector<dp_transaction> records(requests.size());
-    std::vector<std::string> values(requests.size());
-    for (std::size_t i = 0; i < requests.size(); ++i) {
-        // The library writes values as they are, but whoever reads them undoes escapes.
-        values[i] = dp::add_backslash(requests[i].value);
-        records[i].status = unanswered;
-        records[i].operation = dp::op_set;
-        records[i].name = requests[i].name.c_str();
-        records[i].new_value = values[i].c_str();
-    }
-    const int result =
-        dp_set_bios_attribute_value(records.data(), static_cast<unsigned>(records.size()));
-    for (std::size_t i = 0; i < requests.size(); ++i) {
-        requests[i].status = records[i].status;
-    }
-    return result;
-}
-
-int session::reset(const std::string& collection) {
-    return dp_bios_reset_to_defaults(collection.c_str());
 }
 
 int session::need_reinit(const std::string& collection) {

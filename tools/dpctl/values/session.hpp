@@ -1,8 +1,6 @@
 #ifndef DP_TOOLS_DPCTL_VALUES_SESSION_HPP
 #define DP_TOOLS_DPCTL_VALUES_SESSION_HPP
 
-#include <chrono>
-#include <cstdint>
 #include <functional>
 #include <span>
 #include <string>
@@ -37,13 +35,6 @@ struct reading {
     bool operator==(const reading&) const = default;
 };
 
-/// A change to request from the settings service, and its answer.
-struct change_request {
-    std::string name;
-    std::string value;
-    std::uint32_t status = 0;  ///< `session::unanswered` until the service reports a failure
-};
-
 /// The library's BIOS attribute service, initialized for the lifetime of the object. There is one
 /// session in a process, used by one thread. The expansion of a template that is not the server's
 /// own is removed at the end of the session, so that no other program takes it for the server's.
@@ -55,8 +46,6 @@ struct change_request {
 /// when memory runs out. A default file that does not exist contains nothing.
 class session final : public attribute_source {
   public:
-    static constexpr std::uint32_t unanswered = 255;
-
     /// `rep` gets notes, as that it waits for a lock. It must outlive the session.
     session(file_names files, report& rep);
     ~session() override;
@@ -68,13 +57,11 @@ class session final : public attribute_source {
     /// The value of each of `names`, from a single read of the file.
     std::vector<reading> read(std::span<const std::string> names, values_of which);
 
-    /// Sends `requests` to the service as one batch and waits up to about 60 seconds. The result is
-    /// that of `dp_set_bios_attribute_value`. A request for which no failure was reported keeps the
-    /// status `unanswered`, whether it was carried out or not.
-    int set(std::span<change_request> requests);
+    /// The version of the pending values, for a request that is planned on the values that are read
+    /// after this call. Empty when the settings file is not that of the settings service.
+    [[nodiscard]] std::string pending_version() const;
 
-    /// The results are those of the C API.
-    int reset(const std::string& collection);
+    /// The result is that of the C API.
     int need_reinit(const std::string& collection);
 
     /// Initializes the service again, so that it reads the files again. What `attributes` and

@@ -1,29 +1,22 @@
 #include "tests/system/tools/dpctl/fake_service.hpp"
 
-#include <chrono>
-#include <filesystem>
-#include <fstream>
-#include <map>
+#include <algorithm>
+#include <iterator>
+#include <sstream>
 #include <utility>
 
 #include "batch/batch_file_entry.hpp"
 #include "batch/batch_file_loader.hpp"
 #include "common/quoting.hpp"
-#include "tests/support/scratch_files.hpp"
-#include "tests/system/tools/dpctl/replace_file.hpp"
 #include "tests/system/tools/dpctl/server_files.hpp"
 
 namespace test {
 namespace {
 
-std::string batch_path() {
-    return root() + "/tmp/dp/batch";
-}
-
-std::vector<batch_command> read_batch() {
+std::vector<batch_command> parse_batch(const std::string& text) {
     std::vector<dp::batch_file_entry> entries;
     dp::batch_file_loader loader(&entries);
-    std::ifstream in(batch_path());
+    std::istringstream in(text);
     loader.read_file(in, nullptr);
     std::vector<batch_command> commands;
     for (const auto& entry : entries) {
@@ -34,40 +27,55 @@ std::vector<batch_command> read_batch() {
 
 }  // namespace
 
-std::string answer_line(const batch_command& command, unsigned status) {
-    return std::to_string(status) + ' ' + command.correlator + " <cim-0> " + command.operation +
-           ' ' + command.name + " \"" + dp::add_backslash(command.value) + "\" \"\" \n";
+std::string answer_line(const batch_command& command, unsigned status,
+                        const std::string& value_out) {
+    return std::to_string(status) + ' ' + command.correlator + " <t> " + command.operation + ' ' +
+           command.name + " \"" + dp::add_backslash(command.value) + "\" \"" +
+           dp::add_backslash(value_out) + "\" \n";
 }
 
-std::string accept_all(const std::vector<batch_command>& commands) {
+std::string carry_out(const std::vector<batch_command>& commands,
+                      const std::map<std::string, unsigned>& statuses) {
+    std::map<std::string, std::string> values = pending_values();
     std::string answer;
-    std::map<std::string, std::string> values;
     for (const auto& command : commands) {
-        values[command.name] = command.value;
-        answer += answer_line(command, 0);
+        const auto status = statuses.find(command.name);
+        if (command.operation == "get") {
+            answer += answer_line(command, 0, values[command.name]);
+        } else if (status != statuses.end()) {
+            answer += answer_line(command, status->second);
+        } else {
+            values[command.name] = command.value;
+            answer += answer_line(command, 0, command.value);
+        }
     }
     store_pending(values);
     return answer;
 }
 
-fake_service::fake_service(std::size_t length, answer_function answer)
-    : length_(length), answer_(std::move(answer)), thread_([this] { serve(); }) {}
-
-fake_service::~fake_service() {
-    stop_ = true;
-    thread_.join();
+std::string accept_all(const std::vector<batch_command>& commands) {
+    return carry_out(commands, {});
 }
 
-void fake_service::serve() {
-    while (!stop_) {
-        const auto commands = read_batch();
-        if (commands.size() == length_) {
-            std::filesystem::remove(batch_path());
-            batches_.push_back(commands);
-            replace_file(root() + "/tmp/dp/batch.out", answer_(commands));
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+fake_service::fake_service(answer_function answer)
+    : answer_(std::move(answer)), service_([this](service_end& client) { serve(client); }) {}
+
+void fake_service::serve(service_end& client) {
+    dp_service::request_protocol::request_header header;
+    std::string text;
+    if (!client.take_request(header, text)) {
+        return;
     }
+    // Like a service whose pending values have another version since they were read.
+    if (!header.planned_on.empty() && is_changed_meanwhile) {
+        client.send("refused 60 0\n");
+        return;
+    }
+    const auto commands = parse_batch(text);
+    auto& batch = batches_.emplace_back();
+    std::copy_if(commands.begin(), commands.end(), std::back_inserter(batch),
+                 [](const batch_command& command) { return command.operation != "get"; });
+    client.answer(0, answer_(commands));
 }
 
 }  // namespace test

@@ -1,12 +1,12 @@
 #ifndef DP_TESTS_SYSTEM_DPCTL_FAKE_SERVICE_HPP
 #define DP_TESTS_SYSTEM_DPCTL_FAKE_SERVICE_HPP
 
-#include <atomic>
-#include <cstddef>
 #include <functional>
+#include <map>
 #include <string>
-#include <thread>
 #include <vector>
+
+#include "tests/support/fake_request_service.hpp"
 
 namespace test {
 
@@ -18,36 +18,41 @@ struct batch_command {
     std::string value;
 };
 
-/// Stands in for the settings service, in a thread: accepts batches of `length` commands and writes
+/// Stands in for the settings service, in a thread: accepts batches on the request socket and sends
 /// the answers that `answer` returns.
 class fake_service {
   public:
     using answer_function = std::function<std::string(const std::vector<batch_command>&)>;
 
-    fake_service(std::size_t length, answer_function answer);
-    ~fake_service();
-    fake_service(const fake_service&) = delete;
-    fake_service& operator=(const fake_service&) = delete;
+    explicit fake_service(answer_function answer);
 
-    /// The batches so far. Call it only after the client has ended.
+    /// Whether requests that were planned on a version of the pending values are refused.
+    bool is_changed_meanwhile = false;
+
+    /// The commands of each batch so far that change something. Call it only after the client has
+    /// ended.
     [[nodiscard]] const std::vector<std::vector<batch_command>>& batches() const {
         return batches_;
     }
 
   private:
-    void serve();
+    void serve(service_end& client);
 
-    std::size_t length_;
     answer_function answer_;
     std::vector<std::vector<batch_command>> batches_;
-    std::atomic<bool> stop_ = false;
-    std::thread thread_;
+    fake_request_service service_;
 };
 
 /// A line of an answer.
-std::string answer_line(const batch_command& command, unsigned status);
+std::string answer_line(const batch_command& command, unsigned status,
+                        const std::string& value_out = "");
 
-/// An answer that carries out all commands: stores their values as pending ones.
+/// An answer that carries out the commands in their order, and stores the values of the sets as
+/// pending ones, except those of the settings in `statuses`, which get that status.
+std::string carry_out(const std::vector<batch_command>& commands,
+                      const std::map<std::string, unsigned>& statuses);
+
+/// An answer that carries out all commands.
 std::string accept_all(const std::vector<batch_command>& commands);
 
 }  // namespace test

@@ -4,6 +4,7 @@
 #include <set>
 #include <sstream>
 
+#include "batch/batch_file_settings_rdr.hpp"
 #include "common/quoting.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/system/tools/dpctl/replace_file.hpp"
@@ -96,6 +97,19 @@ std::vector<sample_setting> sample_settings() {
         {"Memory.Mode", {{"type", "1"}, {"num", "2"}, {"chc", "A,B"}, {"dft", "A"}}, "A", "A"},
         {"Memory.Speed", {{"type", "3"}, {"dft", "0"}}, "3200", "3200"},
     };
+}
+
+std::map<std::string, std::string> pending_values() {
+    std::vector<std::string> names;
+    std::vector<std::string> values;
+    dp::batch_file_settings_rdr reader(&names, &values);
+    std::istringstream in(read_file(root() + "/var/dp/uefi_settings.txt"));
+    reader.read_file(in, nullptr);
+    std::map<std::string, std::string> found;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        found[names[i]] = values[i];
+    }
+    return found;
 }
 
 void store_pending(const std::map<std::string, std::string>& values) {

@@ -41,6 +41,9 @@ std::string attribute_record(const sample_setting& setting);
 /// A line of a file of values.
 std::string value_line(const std::string& name, const std::string& value);
 
+/// The values in the settings file.
+std::map<std::string, std::string> pending_values();
+
 /// Changes values in the settings file.
 void store_pending(const std::map<std::string, std::string>& values);
 

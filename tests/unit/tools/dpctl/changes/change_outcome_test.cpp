@@ -20,9 +20,13 @@ reading cut(const std::string& text) {
     return {true, true, text};
 }
 
-change_outcome judge(int result, std::uint32_t status, const reading& before, const reading& after,
-                     std::string_view requested, const dp_attribute& attribute = mode) {
-    return judge_change(result, status, before, after, requested, attribute);
+change_outcome judge(std::int32_t status, const reading& replaced, const reading& stored,
+                     const reading& pending) {
+    setting_change change;
+    change.status = status;
+    change.replaced = replaced;
+    change.stored = stored;
+    return judge_change(change, pending);
 }
 
 TEST(is_value, accepts_the_same_text) {
@@ -53,43 +57,47 @@ TEST(is_value, compares_the_part_of_a_cut_value_that_was_read) {
     EXPECT_FALSE(is_value(cut(start), 'y' + start, tag));
 }
 
-TEST(judge_change, reports_that_there_was_no_answer) {
-    EXPECT_EQ(judge(-1, 255, known("Legacy"), known("Legacy"), "UEFI"), change_outcome::no_answer);
+TEST(is_stored_value, compares_texts_and_absence) {
+    EXPECT_TRUE(is_stored_value(known("a"), known("a")));
+    EXPECT_FALSE(is_stored_value(known("a"), known("A")));
+    EXPECT_TRUE(is_stored_value(reading{}, reading{}));
+    EXPECT_FALSE(is_stored_value(known(""), reading{}));
+    EXPECT_FALSE(is_stored_value(reading{}, known("")));
+}
+
+TEST(is_stored_value, knows_how_the_library_changes_values) {
+    const std::string start(79, 'x');
+    EXPECT_TRUE(is_stored_value(cut(start), known(start + "tail")));
+    EXPECT_FALSE(is_stored_value(cut(start), known(start)));
+    EXPECT_FALSE(is_stored_value(known(start), known(start + "tail")));
+    EXPECT_TRUE(
+        is_stored_value(known("a,b"), known("[value='b',order='2'],[value='a',order='1']")));
 }
 
 TEST(judge_change, reports_a_refusal) {
-    EXPECT_EQ(
-        judge(1, dp_service::service_status::not_a_choice, known("Legacy"), known("Legacy"), "Foo"),
-        change_outcome::refused);
+    EXPECT_EQ(judge(dp_service::service_status::not_a_choice, known("Legacy"), reading{},
+                    known("Legacy")),
+              change_outcome::refused);
 }
 
-TEST(judge_change, believes_the_settings_file_when_another_change_was_refused) {
-    EXPECT_EQ(judge(1, session::unanswered, known("Legacy"), known("UEFI"), "UEFI"),
-              change_outcome::changed);
+TEST(judge_change, confirms_what_the_settings_file_has) {
+    EXPECT_EQ(judge(0, known("Legacy"), known("UEFI"), known("UEFI")), change_outcome::changed);
+    EXPECT_EQ(judge(0, reading{}, known("UEFI"), known("UEFI")), change_outcome::changed);
+    EXPECT_EQ(judge(0, known("UEFI"), reading{}, reading{}), change_outcome::changed);
 }
 
-TEST(judge_change, accepts_another_spelling_by_the_service) {
-    EXPECT_EQ(judge(0, session::unanswered, known("5"), known("10"), "010", delay),
-              change_outcome::changed);
-    EXPECT_EQ(judge(0, session::unanswered, known("a"), known("b,c"), "[full form]", tag),
-              change_outcome::changed);
-    EXPECT_EQ(judge(0, session::unanswered, known("UEFI"), known("UEFI"), "uefi"),
-              change_outcome::changed);
+TEST(judge_change, reports_a_value_that_was_there_already) {
+    EXPECT_EQ(judge(0, known("UEFI"), known("UEFI"), known("UEFI")), change_outcome::already);
 }
 
-TEST(judge_change, does_not_confirm_a_change_without_an_answer) {
-    // An empty result file has no failures, and a partial one does not change the request's status.
-    for (const int result : {0, 1, 3}) {
-        EXPECT_EQ(judge(result, session::unanswered, known("Legacy"), known("Legacy"), "UEFI"),
-                  change_outcome::unconfirmed);
-    }
+TEST(judge_change, accepts_that_another_client_changed_the_setting_again) {
+    EXPECT_EQ(judge(0, known("Legacy"), known("UEFI"), known("Other")), change_outcome::changed);
 }
 
-TEST(judge_change, confirms_a_first_value) {
-    EXPECT_EQ(judge(0, session::unanswered, reading{}, known("UEFI"), "UEFI"),
-              change_outcome::changed);
-    EXPECT_EQ(judge(0, session::unanswered, reading{}, reading{}, "UEFI"),
+TEST(judge_change, does_not_confirm_a_change_that_the_settings_file_does_not_have) {
+    EXPECT_EQ(judge(0, known("Legacy"), known("UEFI"), known("Legacy")),
               change_outcome::unconfirmed);
+    EXPECT_EQ(judge(0, reading{}, known("UEFI"), reading{}), change_outcome::unconfirmed);
 }
 
 TEST(outcome_word, names_every_outcome) {
@@ -97,6 +105,7 @@ TEST(outcome_word, names_every_outcome) {
     EXPECT_STREQ(outcome_word(change_outcome::changed), "changed");
     EXPECT_STREQ(outcome_word(change_outcome::refused), "refused");
     EXPECT_STREQ(outcome_word(change_outcome::no_answer), "no_answer");
+    EXPECT_STREQ(outcome_word(change_outcome::not_requested), "not_requested");
     EXPECT_STREQ(outcome_word(change_outcome::unconfirmed), "unconfirmed");
 }
 

@@ -67,6 +67,37 @@ TEST(wait_notice, counts_seconds_on_a_terminal_and_removes_its_line) {
     EXPECT_GE(seconds, 1);
 }
 
+TEST(wait_notice, with_a_delay_shows_only_announcements_without_a_terminal) {
+    std::ostringstream err;
+    {
+        wait_notice notice(err, false, "waiting", std::chrono::hours(1));
+        notice.update("updated");
+        notice.announce("announced");
+    }
+    EXPECT_EQ(err.str(), "dpctl: announced\n");
+}
+
+TEST(wait_notice, that_ends_before_its_delay_shows_nothing_on_a_terminal) {
+    std::ostringstream err;
+    {
+        wait_notice notice(err, true, "waiting", std::chrono::hours(1));
+        notice.announce("announced");
+    }
+    EXPECT_EQ(err.str(), "");
+}
+
+TEST(wait_notice, replaces_its_text_on_a_terminal) {
+    awaited_text written;
+    std::ostream err(&written);
+    {
+        wait_notice notice(err, true, "a long text");
+        EXPECT_TRUE(written.wait_for("a long text ... 0 s"));
+        notice.update("short");
+        EXPECT_TRUE(written.wait_for("\r\x1b[Kdpctl: short ... 1 s"));
+    }
+    EXPECT_TRUE(written.text().ends_with("\r\x1b[K"));
+}
+
 TEST(wait_notice, ends_at_once) {
     using std::chrono::steady_clock;
     // A busy machine may delay some attempts. If the notice waited for the end of the second, it

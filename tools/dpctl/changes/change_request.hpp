@@ -1,0 +1,49 @@
+#ifndef DP_TOOLS_DPCTL_CHANGES_CHANGE_REQUEST_HPP
+#define DP_TOOLS_DPCTL_CHANGES_CHANGE_REQUEST_HPP
+
+#include <string>
+#include <vector>
+
+#include "service_api/settings_client.hpp"
+#include "tools/dpctl/changes/setting_change.hpp"
+
+namespace dpctl {
+
+class report;
+
+/// How a request to the settings service ended.
+struct request_end {
+    dp_service::settings_client::states state = dp_service::settings_client::states::no_service;
+    double seconds = 0;
+
+    /// Whether the changes have their statuses.
+    [[nodiscard]] bool is_answered() const {
+        return state == dp_service::settings_client::states::answered;
+    }
+    /// Whether the service did nothing and will do nothing.
+    [[nodiscard]] bool is_dropped() const {
+        return !is_answered() && state != dp_service::settings_client::states::unanswered;
+    }
+    /// The state as programs read it: "answered", "refused", "withdrawn", "no_service",
+    /// "unanswered".
+    [[nodiscard]] const char* word() const;
+};
+
+/// Why a request cannot contain the change, as the text after "NAME: "; empty if it can.
+std::string why_not_requestable(const setting_change& change);
+
+/// Requests the changes from the settings service as one batch, and waits for the answer. On return
+/// `replaced` is what each change replaced, whatever other clients do: if the pending values have
+/// another version than `planned_on`, that of the values in `replaced`, or if that is empty, the
+/// batch reads each setting immediately before it changes it.
+///
+/// Shows on standard error how many requests of other clients are ahead. SIGINT, SIGTERM and SIGHUP
+/// withdraw a request that has not started; otherwise it is finished. Reports why there was no
+/// answer, and whether the request was dropped or had started. Sets "request" and "waited_seconds"
+/// of the document.
+request_end request_changes(const std::vector<setting_change*>& changes,
+                            const std::string& planned_on, report& rep);
+
+}  // namespace dpctl
+
+#endif
