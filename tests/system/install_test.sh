@@ -65,6 +65,45 @@ cmake --build "$scratch/examples" >"$scratch/build.log" || { cat "$scratch/build
 check_programs "$scratch/examples"
 LD_LIBRARY_PATH=$libdir "$scratch/examples/list_changes" >/dev/null || fail "list_changes does not run"
 
+# Values are changed through the C API and through the request socket. A service with the relocatable
+# library serves a scratch folder.
+server=$scratch/server
+mkdir -p "$server/bin" "$server/tmp" "$server/run"
+ln -s "$build_dir/bin/dpspy" "$build_dir/bin/sysvpd" "$server/bin/"
+in_server() {
+  DP_ROOT=$server LD_LIBRARY_PATH=$build_dir/lib/relocatable:$libdir "$@"
+}
+in_server "$build_dir/bin/dp-template" "$source_dir/examples/registry/server.registry.json" \
+  -o "$scratch/template.efi" --settings "$scratch/settings.txt" >"$scratch/out" 2>&1 || cat "$scratch/out"
+in_server "$build_dir/bin/dp-server" install --template "$scratch/template.efi" \
+  --settings "$scratch/settings.txt" --build-id B1 >"$scratch/out"
+# Not through the function: the shell that would run it would get the signal.
+DP_ROOT=$server LD_LIBRARY_PATH=$build_dir/lib/relocatable:$libdir \
+  "$build_dir/bin/dp_settingsd" >"$scratch/ready" 2>"$scratch/service.log" &
+service=$!
+trap 'kill $service 2>/dev/null; rm -rf "$scratch"' EXIT
+for _ in $(seq 1200); do
+  ! grep -qs ready "$scratch/ready" || break
+  kill -0 $service 2>/dev/null || { cat "$scratch/service.log"; fail "the settings service ended"; }
+  sleep 0.1
+done
+in_server "$scratch/examples/set_values" System.HardwareClock=LocalTime "System.AssetTag=Rack \"7\"" \
+  >"$scratch/out" || fail "set_values failed"
+printf 'System.HardwareClock=LocalTime\nSystem.AssetTag=Rack "7"\n' | cmp - "$scratch/out" ||
+  fail "set_values did not read back what it set"
+in_server "$scratch/examples/set_values" System.HardwareClock=Nonsense >/dev/null 2>&1 &&
+  fail "set_values did not report a refused value"
+in_server "$scratch/examples/change_settings" System.HardwareClock=Utc >"$scratch/out" ||
+  fail "change_settings failed"
+grep -qx 'System.HardwareClock=Utc' "$scratch/out" || fail "change_settings did not print the value"
+in_server "$scratch/examples/change_settings" System.HardwareClock=Nonsense >/dev/null 2>&1 &&
+  fail "change_settings did not report a refused value"
+kill -TERM $service
+wait $service || fail "the settings service did not stop cleanly"
+in_server "$scratch/examples/change_settings" System.HardwareClock=Utc 2>/dev/null &&
+  fail "change_settings found a service that had ended"
+trap 'rm -rf "$scratch"' EXIT
+
 # A method call goes from one process to another.
 export DP_QUEUE_PREFIX=install-test-$$
 LD_LIBRARY_PATH=$libdir timeout 180 "$scratch/examples/method_call" receive >"$scratch/received" &
