@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
-#include <ctime>
 #include <sstream>
 #include <unordered_map>
 #include <unordered_set>
@@ -22,6 +21,7 @@
 #include "host/process/replace_under_lock.hpp"
 #include "host/process/service_log.hpp"
 #include "host/process/trusted_file.hpp"
+#include "host/process/wall_clock.hpp"
 #include "logs/alerts.hpp"
 #include "service_api/change_record.hpp"
 #include "service_api/service_status.hpp"
@@ -137,7 +137,7 @@ bool no_setting(const dp::setting& /*s*/) {
 // The history's line for something that the service itself did.
 std::string event_line(const char* target, const std::string& text) {
     const dp_service::change_record event{dp_service::change_record::by_service,
-                                          history_time(std::time(nullptr)), target, text};
+                                          history_time(wall_clock()), target, text};
     return event.line() + '\n';
 }
 
@@ -167,7 +167,7 @@ std::string update_lines(const std::string& build_id, const carry_over_report& r
     std::string lines = event_line(dp_service::change_record::of_bios,
                                    "updated to " + build_id + ": " + report.summary());
     dp_service::change_record change{
-        dp_service::change_record::by_service, history_time(std::time(nullptr)), {}, std::nullopt};
+        dp_service::change_record::by_service, history_time(wall_clock()), {}, std::nullopt};
     for (const auto* values : {&report.converted, &report.lost}) {
         for (const auto& value : *values) {
             change.target = value.now ? value.new_name : value.name;

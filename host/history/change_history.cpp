@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
-#include <ctime>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -16,6 +15,7 @@
 #include "host/history/change_recorder.hpp"
 #include "host/process/service_log.hpp"
 #include "host/process/trusted_file.hpp"
+#include "host/process/wall_clock.hpp"
 #include "support/file_descriptor.hpp"
 #include "support/staged_file.hpp"
 #include "transactions/transaction_command.hpp"
@@ -103,7 +103,7 @@ std::string change_history::missing_of(const std::string& lines) const {
 // Starts with the last command, so that no more lines are made than fit into the file.
 std::string change_history::lines_of(const dp::setting_transaction& trans) const {
     const change_recorder record(trans.requester.empty() ? trans.name : trans.requester,
-                                 std::time(nullptr));
+                                 wall_clock());
     std::vector<std::string> kept;
     std::size_t size = 0;
     for (std::size_t left = trans.commands.size(); left > 0 && size <= limit_; --left) {

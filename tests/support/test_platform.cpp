@@ -3,6 +3,7 @@
 #include <cerrno>
 
 #include "common/clock.hpp"
+#include "host/process/wall_clock.hpp"
 #include "platform/sysipc/application_log.hpp"
 #include "platform/sysipc/thread.hpp"
 
@@ -65,3 +66,11 @@ std::time_t current_time() {
 }
 
 }  // namespace dp
+
+namespace dp_host {
+
+std::time_t wall_clock() {
+    return dp::current_time();
+}
+
+}  // namespace dp_host

@@ -7,10 +7,13 @@
 #include <algorithm>
 #include <ctime>
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 
+#include "batch/batch_file_entry.hpp"
 #include "common/file_locks.hpp"
 #include "common/file_utilities.hpp"
+#include "host/exchange/batch_transaction.hpp"
 #include "host/history/history_journal.hpp"
 #include "host/model/update_files.hpp"
 #include "service_api/change_record.hpp"
@@ -580,6 +583,143 @@ TEST_F(settings_service_test, huge_files_cost_nothing_to_refuse) {
     EXPECT_TRUE(again.start());
     EXPECT_NE(test::read_file(pending).find("A.Mode"), std::string::npos);
     EXPECT_LT(std::clock() - begin, CLOCKS_PER_SEC);
+}
+
+// The bytes that this process has written so far, to files and elsewhere; -1 when the kernel does
+// not count them.
+std::int64_t bytes_written() {
+    std::ifstream io("/proc/self/io");
+    std::string key;
+    std::int64_t value = 0;
+    while (io >> key >> value) {
+        if (key == "wchar:") {
+            return value;
+        }
+    }
+    return -1;
+}
+
+TEST_F(settings_service_test, a_change_writes_the_values_once_and_its_lines_twice) {
+    if (bytes_written() < 0) {
+        GTEST_SKIP() << "the kernel does not count written bytes";
+    }
+    dp_host::settings_service service;
+    ASSERT_TRUE(service.start());
+    for (const char* const value : {"y", "z", "x"}) {
+        std::filesystem::remove(history);
+        dp::batch_file_entry entry;
+        entry.status = entry.detail = "0";
+        entry.tid = "<t>";
+        entry.operation = "set";
+        entry.name.parse("A.Mode");
+        entry.value_in = value;
+        std::vector<dp::transaction_command> commands{{&service.registrar(), entry}};
+        dp_host::batch_transaction transaction(commands);
+        const std::int64_t begin = bytes_written();
+        transaction.queue(service.registrar());
+        service.registrar().run_queued();
+        const auto written = static_cast<std::uintmax_t>(bytes_written() - begin);
+        ASSERT_EQ(commands.front().status, 0);
+        // The journal's first line has at most 74 bytes: two lengths and two hashes.
+        EXPECT_LE(written, std::filesystem::file_size(pending) +
+                               2 * std::filesystem::file_size(history) + 74);
+        EXPECT_GT(written, std::filesystem::file_size(pending));
+    }
+}
+
+TEST_F(settings_service_test, kept_files_are_bounded_whatever_happens_to_the_values) {
+    for (int round = 0; round < 6; ++round) {
+        dp_host::settings_service service;
+        ASSERT_TRUE(service.start());
+        run(service,
+            round % 2 == 0 ? "0 1 t set A.Mode \"y\" \"\"\n" : "0 1 t set A.Mode \"z\" \"\"\n");
+        ASSERT_EQ(service.restart().status, 0);
+        for (const auto& path : {pending, current}) {
+            std::filesystem::remove(path);
+            test::write_file(path, "damaged");
+        }
+    }
+    std::size_t count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(in_root("/var/dp"))) {
+        count += entry.path().filename().string().starts_with("uefi_settings.txt") ? 1U : 0U;
+    }
+    EXPECT_EQ(count, 5U);  // the file, its backup, and three damaged ones
+}
+
+TEST_F(settings_service_test, a_clock_that_jumps_loses_nothing_and_reorders_no_history) {
+    dp_host::settings_service service;
+    ASSERT_TRUE(service.start());
+    const char* const values[] = {"y", "z", "x", "y"};
+    const std::time_t clocks[] = {1'700'000'000, 0, 4'000'000'000, 86'400};
+    for (std::size_t i = 0; i < 4; ++i) {
+        const test::stepped_time time(clocks[i]);
+        run(service, std::string("0 1 t set A.Mode \"") + values[i] + "\" \"\"\n");
+    }
+    std::istringstream lines(test::read_file(history));
+    std::string order;
+    std::string years;
+    for (std::string line; std::getline(lines, line);) {
+        const auto change = dp_service::change_record::parse(line);
+        ASSERT_TRUE(change) << line;
+        order += *change->value;
+        years += change->time.substr(change->time.size() - 4) + ' ';
+    }
+    EXPECT_EQ(order, "yzxy");
+    EXPECT_EQ(years, "2023 1970 2096 1970 ");
+}
+
+TEST_F(settings_service_test, the_times_of_its_files_do_not_matter) {
+    {
+        dp_host::settings_service service;
+        ASSERT_TRUE(service.start());
+        run(service, "0 1 t set A.Mode \"y\" \"\"\n");
+        run(service, "0 1 t set A.Mode \"z\" \"\"\n");
+    }
+    const std::string text = test::read_file(pending);
+    const std::string changes = test::read_file(history);
+    for (const std::time_t when : {std::time_t{0}, std::time_t{4'000'000'000}}) {
+        for (const auto& path : {pending, pending + ".backup", current, history, bios, vpd}) {
+            test::set_mtime(path, when);
+        }
+        dp_host::settings_service service;
+        ASSERT_TRUE(service.start());
+        EXPECT_EQ(test::read_file(pending), text);
+        EXPECT_EQ(test::read_file(history), changes);
+        EXPECT_EQ(run(service, "0 1 t get A.Mode \"\" \"\"\n"), "0 1 t get A.Mode \"\" \"z\" \n");
+    }
+    // The damaged file is newer than its backup, or older.
+    for (const std::time_t when : {std::time_t{0}, std::time_t{4'000'000'000}}) {
+        std::filesystem::remove(pending);
+        test::write_file(pending, text.substr(0, text.size() / 2));
+        test::set_mtime(pending, when);
+        dp_host::settings_service service;
+        ASSERT_TRUE(service.start());
+        EXPECT_NE(test::read_file(pending).find("A.Mode \"y\""), std::string::npos);
+    }
+}
+
+TEST_F(settings_service_test, continues_the_files_of_a_version_without_seals) {
+    const std::string lines =
+        "0 0 uefi set A.Mode \"y\" \"\" \n0 0 uefi set A.Size \"9\" \"\" \n"
+        "0 0 uefi set A.Gone \"a \\\"b\\\" \\\\\" \"\" \n";
+    const std::string earlier = "<cim-0> Tue Nov 14 22:13:20 2023   A.Mode   \"y\"\n";
+    const std::string last = "<cim-1> Tue Nov 14 22:13:58 2023   A.Size   \"9\"\n";
+    test::write_file(pending, lines);
+    test::write_file(current, lines);
+    test::write_file(history, earlier);
+    // Length and hash of the values, and of the lines that were not appended yet.
+    const dp_host::history_journal left(journal, in_root("/var/dp/no_values_yet"), 1000);
+    left.write(pending, last);
+    dp_host::settings_service service;
+    ASSERT_TRUE(service.start());
+    EXPECT_EQ(test::read_file(history), earlier + last);
+    EXPECT_EQ(run(service, "0 1 <c> get A.Gone \"\" \"\"\n0 2 <c> set A.Size \"8\" \"\"\n"),
+              "0 1 <c> get A.Gone \"\" \"a \\\"b\\\" \\\\\" \n"
+              "0 2 <c> set A.Size \"8\" \"8\" \n");
+    EXPECT_TRUE(test::read_file(history).starts_with(earlier + last + "<c> "))
+        << test::read_file(history);
+    EXPECT_EQ(test::read_file(pending + ".backup"), lines);
+    EXPECT_EQ(test::read_file(current), lines);
 }
 
 }  // namespace
