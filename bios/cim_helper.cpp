@@ -38,8 +38,8 @@ constexpr int result_tries = 60;
 constexpr int result_interval_ms = 1000;
 
 // Greatest size of an answer in bytes: a part for surplus lines, and one for each command.
-constexpr std::uint64_t answer_bytes = 1024 * 1024;
-constexpr std::uint64_t answer_bytes_per_command = 64 * 1024;
+constexpr std::uint64_t answer_bytes = std::uint64_t{1024} * 1024;
+constexpr std::uint64_t answer_bytes_per_command = std::uint64_t{64} * 1024;
 
 // Results of the operations.
 constexpr int unknown_collection = 2;

@@ -130,6 +130,7 @@ void carry_out(session& service, std::vector<requested_change>& changes,
                const std::vector<requested_change*>& needed, const std::string& planned_on,
                report& rep) {
     std::vector<setting_change*> sent;
+    sent.reserve(needed.size());
     for (auto* const requested : needed) {
         sent.push_back(&requested->change);
     }

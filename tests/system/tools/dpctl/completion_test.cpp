@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <sstream>
 
+#include "common/file_locks.hpp"
+#include "tests/support/child_process.hpp"
 #include "tests/support/program.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/system/tools/dpctl/server_files.hpp"
@@ -82,9 +84,25 @@ TEST_F(bash_completion, offers_subcommands) {
     EXPECT_THAT(complete({""}), testing::Not(testing::Contains("complete")));
 }
 
+TEST_F(bash_completion, waits_for_no_lock) {
+    const std::string settings = test::root() + "/var/dp/uefi_settings.txt";
+    const test::child_process writer([&](const test::child_process::parent_channel& parent) {
+        const writelock lock(settings);
+        parent.send('l');
+        static_cast<void>(parent.receive());
+        return 0;
+    });
+    ASSERT_EQ(writer.receive(), 'l');
+    // The completion of a name reads the names of the settings; the lock is kept until the end.
+    EXPECT_THAT(complete({"get", "Boot.M"}), IsEmpty());
+    EXPECT_THAT(complete({"list", "Bo"}), ElementsAre("Boot"));
+}
+
 TEST_F(bash_completion, offers_options) {
     EXPECT_THAT(complete({"get", "--c"}), ElementsAre("--current-file", "--current"));
     EXPECT_THAT(complete({"list", "--c"}), ElementsAre("--current-file"));
+    EXPECT_THAT(complete({"list", "--lock-timeout", "3", "Bo"}), ElementsAre("Boot"));
+    EXPECT_THAT(complete({"show", "--l"}), ElementsAre("--lock-timeout"));
     EXPECT_THAT(complete({"check", "Boot", "--w"}), ElementsAre("--wait"));
     EXPECT_THAT(complete({"alerts", "--"}),
                 UnorderedElementsAre("--help", "--json", "--queue", "--count", "--wait"));
