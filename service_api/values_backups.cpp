@@ -51,10 +51,12 @@ bool keep_backup(const std::string& path) {
 }
 
 bool keep_damaged(const std::string& path, const std::string& file) {
-    const std::string newest = damaged_of(path, 1);
-    if (is_same_file(newest, file)) {
-        return true;
+    for (unsigned number = 1; number <= most_damaged; ++number) {
+        if (is_same_file(damaged_of(path, number), file)) {
+            return true;
+        }
     }
+    const std::string newest = damaged_of(path, 1);
     unsigned free = 1;
     while (free < most_damaged && !is_missing(damaged_of(path, free))) {
         ++free;

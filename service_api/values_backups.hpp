@@ -25,8 +25,8 @@ bool keep_backup(const std::string& path);
 
 /// Keeps `file`, which is the file `path` or its backup, as the newest damaged file; the oldest is
 /// removed when there would be too many. `file` remains too, as a hard link, so that no moment is
-/// without it; on file systems without hard links it is renamed. Does nothing when it is the newest
-/// damaged file already. False with errno set when that failed.
+/// without it; on file systems without hard links it is renamed. Does nothing when it is one of the
+/// damaged files already. False with errno set when that failed.
 bool keep_damaged(const std::string& path, const std::string& file);
 
 /// Removes the backup and the damaged files of `path`, when another file takes its place that has

@@ -44,7 +44,7 @@ std::string hash_of_file(const std::string& path, const std::string& expected = 
     if (!file) {
         return {};
     }
-    const std::string length = text_of(file->size, ' ');
+    std::string length = text_of(file->size, ' ');
     if (!expected.empty() && !expected.starts_with(length)) {
         return length;
     }

@@ -73,6 +73,17 @@ TEST_F(values_backups_test, a_gap_in_the_numbers_is_filled) {
     EXPECT_EQ(content("values.damaged-3"), "c");
 }
 
+TEST_F(values_backups_test, a_file_is_kept_once) {
+    test::write_file(folder + "values.backup", "backup");
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_TRUE(values_backups::keep_damaged(path, folder + "values.backup"));
+        ASSERT_TRUE(values_backups::keep_damaged(path, path));
+    }
+    EXPECT_EQ(content("values.damaged-1"), "one");
+    EXPECT_EQ(content("values.damaged-2"), "backup");
+    EXPECT_EQ(file_count(), 4U);
+}
+
 TEST_F(values_backups_test, discard_removes_backup_and_damaged_files) {
     ASSERT_TRUE(values_backups::keep_backup(path));
     ASSERT_TRUE(values_backups::keep_damaged(path, path));
