@@ -142,6 +142,32 @@ bool read_answer(const std::string& path, std::size_t commands, std::string& tex
     return file.descriptor >= 0 && read_all(file.descriptor, static_cast<std::size_t>(limit), text);
 }
 
+// Counts the entries of an answer, and keeps of the failed ones what `set_bios_attribute_value`
+// needs: the numbers in status and detail, of entries in a row with the same detail only the last,
+// which decides. A short line has the texts of the line before it, so all texts of all entries
+// could take far more memory than the answer.
+class outcome_loader final : public batch_file_loader {
+  public:
+    using batch_file_loader::batch_file_loader;
+
+    void process_entry(batch_file_entry& entry, registrar* /*reg*/) override {
+        if (entry.status == "0") {
+            ++succeeded;
+            return;
+        }
+        ++failed;
+        const std::string detail = std::to_string(parse_unsigned(entry.detail).value);
+        if (!has_kept_ || entries->back().detail != detail) {
+            entries->emplace_back().detail = detail;
+            has_kept_ = true;
+        }
+        entries->back().status = std::to_string(parse_unsigned(entry.status).value);
+    }
+
+  private:
+    bool has_kept_ = false;  // an entry of this answer
+};
+
 }  // namespace
 
 // NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables): see their declarations.
@@ -489,8 +515,7 @@ int cim_helper::process_batch_file(std::vector<basic_transaction_command>& cmds,
         return -1;
     }
     std::istringstream in(std::move(answer));
-    entries.reserve(entries.size() + cmds.size());
-    batch_file_loader loader(&entries);
+    outcome_loader loader(&entries);
     loader.read_file(in, nullptr);
     return static_cast<int>(loader.failed);
 }
@@ -527,9 +552,6 @@ int cim_helper::set_bios_attribute_value(dp_transaction* trans, unsigned count) 
         return no_result_entries;
     }
     for (const batch_file_entry& entry : entries) {
-        if (entry.status == "0") {
-            continue;
-        }
         const int index = find_correlator_index(cmds, parse_unsigned(entry.detail).value);
         if (index != -1) {
             trans[index].status = parse_unsigned(entry.status).value;

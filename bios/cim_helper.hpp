@@ -115,7 +115,7 @@ class cim_helper {
     /// Lets the settings service execute the commands and gathers the answers, which may take a
     /// minute. How many failed, or -1 when there is nothing to do, the batch could not be written
     /// completely, or no answer could be read. An answer is a regular file of at most 1 MiB and
-    /// 64 KiB for each command.
+    /// 64 KiB for each command. `entries` gets statuses and details of failed commands.
     int process_batch_file(std::vector<basic_transaction_command>& cmds,
                            std::vector<batch_file_entry>& entries);
     /// Index of the first command with that correlator, or -1. The commands are sorted by

@@ -411,17 +411,33 @@ TEST_F(cim_helper_changes, adds_no_entries_of_an_answer_that_is_too_long) {
     EXPECT_THAT(entries, SizeIs(0));
 }
 
-TEST_F(cim_helper_changes, appends_the_entries_of_the_answer) {
+TEST_F(cim_helper_changes, appends_the_failed_entries_of_the_answer) {
     auto cmds = one_command();
     std::vector<batch_file_entry> entries(1);
     answer(
         "# answer\n0 100 <cim-0> set Main.A \"in\" \"out\" \n0 100 t set A.B \"x\" \"y\" two "
         "words\n" +
-        outcome("5", "101"));
-    EXPECT_EQ(helper.process_batch_file(cmds, entries), 1);
+        outcome("5", "101") + outcome("6", "100") + outcome("07", "0100"));
+    EXPECT_EQ(helper.process_batch_file(cmds, entries), 3);
     ASSERT_THAT(entries, SizeIs(3));
-    EXPECT_EQ(entries[1].value_out, "out");
-    EXPECT_EQ(entries[2].status, "5");
+    EXPECT_EQ(entries[1].status, "5");
+    EXPECT_EQ(entries[1].detail, "101");
+    EXPECT_EQ(entries[2].status, "7") << "the last of those with the same correlator";
+    EXPECT_EQ(entries[2].detail, "100");
+}
+
+TEST_F(cim_helper_changes, counts_short_lines_without_copies_of_the_texts_that_they_keep) {
+    std::vector<dp_transaction> trans(1, request(2, "Main.A", "1"));
+    constexpr int count = 490'000;
+    std::string result = "5 100 t set A." + std::string(60'000, 'B');
+    result += " \"\" \"\"\n";
+    for (int i = 1; i < count; ++i) {
+        result += "6\n";
+    }
+    answer(result);
+    // Copies of the texts would be 30 GB.
+    EXPECT_EQ(helper.set_bios_attribute_value(trans.data(), 1), count);
+    EXPECT_EQ(trans[0].status, 6U);
 }
 
 TEST_F(cim_helper_changes, reads_the_settings_again_after_an_answer) {
