@@ -28,6 +28,11 @@ NOT_STORED = re.compile(r"[Nn]othing was changed|could not be written to the dis
 ENDS_THE_SERVICE = {"poll", "inotify", "alloc"}
 
 
+class Unread(Broken):
+    """A file was shown as empty. The C API is specified to take a file that it cannot open or read
+    for an empty one; dpctl notices it before the C API reads, but not while it does."""
+
+
 class Case:
     """One fault: `at` is the number of the call among those of the kind."""
 
@@ -96,7 +101,8 @@ class Operations:
 
         def check(run):
             if run.code == 0 and not run.err:
-                require(run.out == expected.out, f"a wrong answer without a message: {run}")
+                if run.out != expected.out:
+                    raise Unread(f"a wrong answer without a message: {run}")
         return (lambda **options: self._server.run("dpctl", *arguments, **options)), check
 
     def op_list(self):
@@ -188,6 +194,7 @@ class Faults:
         self.cases = 0
         self.unfired = 0
         self.ended = 0
+        self.unread = 0
         self.problems = []
         self._start()
 
@@ -252,6 +259,9 @@ class Faults:
             else:
                 self._run_request(case)
         except Broken as problem:
+            if isinstance(problem, Unread) and case.kind in ("open", "read"):
+                self.unread += 1
+                return
             self.problems.append(f"{case}: {problem}")
             print(f"BROKEN {case}: {problem}", flush=True)
             self._start_again()
@@ -375,6 +385,7 @@ def main():
     finally:
         faults.close()
     print(f"{faults.cases} faults, {faults.unfired} of them in calls that were not made, "
+          f"{faults.unread} that the C API takes for empty files, "
           f"{faults.ended} ended the service with a message, {len(faults.problems)} problems, "
           f"{time.monotonic() - began:.0f} s, {processor_time():.0f} s of processor time")
     return 1 if faults.problems or faults.cases == 0 else 0
