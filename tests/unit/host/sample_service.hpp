@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <memory>
+#include <new>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -27,6 +28,9 @@ class sample_service : public testing::Test {
     sample_service()
         : plugin([this](const dp::setting_transaction&) {
               ++persist_calls;
+              if (memory_is_full) {
+                  throw std::bad_alloc();
+              }
               if (!disk_is_full) {
                   on_disk = text();
               }
@@ -82,6 +86,7 @@ class sample_service : public testing::Test {
     }
 
     bool disk_is_full = false;
+    bool memory_is_full = false;
     int persist_calls = 0;
     std::string on_disk;
     dp_host::host_registrar registrar;

@@ -165,4 +165,51 @@ TEST_F(run_batch_test, the_status_file_names_no_answer_that_could_not_be_written
               "<t> 0004 DP.DONE 0 1 0\n");
 }
 
+TEST_F(run_batch_test, a_last_line_without_a_newline_was_cut_off_and_is_malformed) {
+    EXPECT_EQ(run_file("0 1 t set Boot.Mode \"Legacy\" \"\"\n"
+                       "0 2 t set Boot.Delay \"50\" \"\""),
+              "0 1 t set Boot.Mode \"Legacy\" \"Legacy\" \n"
+              "57 2 t set Boot.Delay \"\" \"\" \n");
+    EXPECT_EQ(value_of("Boot.Mode"), "Legacy");
+    EXPECT_EQ(value_of("Boot.Delay"), "5");
+    EXPECT_EQ(run_file("0 2 t set Boot.De"), "57 2 t set Boot.De \"\" \"\" \n");
+    EXPECT_EQ(run_file("0 2"), "57 2 <none> unknown ERR.INVALID_SETTING \"\" \"\" \n");
+    EXPECT_EQ(run_file("0 2 t get Boot.Mode \"\" \"\"\n# comment"),
+              "0 2 t get Boot.Mode \"\" \"Legacy\" \n");
+    EXPECT_EQ(run_file("0 2 t get Boot.Mode \"\" \"\"\n   "),
+              "0 2 t get Boot.Mode \"\" \"Legacy\" \n");
+    EXPECT_EQ(run_file(std::string(70'000, 'x')).substr(0, 3), "57 ");
+}
+
+TEST_F(run_batch_test, a_batch_that_uses_up_the_memory_is_answered_and_changes_nothing) {
+    memory_is_full = true;
+    EXPECT_EQ(run_file("0 1 t set Boot.Mode \"Legacy\" \"\"\n"
+                       "0 2 t get Boot.Mode \"\" \"\"\n"),
+              "255 1 t set Boot.Mode \"\" \"\" \n"
+              "255 2 t get Boot.Mode \"\" \"\" \n");
+    memory_is_full = false;
+    EXPECT_EQ(run_file("0 2 t get Boot.Mode \"\" \"\"\n0 1 t set Boot.Delay \"10\" \"\"\n"),
+              "0 2 t get Boot.Mode \"\" \"UEFI\" \n"
+              "0 1 t set Boot.Delay \"10\" \"10\" \n");
+    EXPECT_EQ(on_disk.find("Legacy"), std::string::npos);
+}
+
+TEST_F(run_batch_test, a_text_is_run_for_a_client_and_reports_its_progress) {
+    std::istringstream text("0 1 <t> set Boot.Mode \"Legacy\" \"\"\n");
+    std::ostringstream answer;
+    std::uint32_t done = 0;
+    dp_host::batch_observer observer;
+    observer.client = "uid=1";
+    observer.on_progress = [&](std::uint32_t now, std::uint32_t total) {
+        done = now;
+        EXPECT_EQ(total, 1U);
+    };
+    test::recording_log log(sysipc::event_log::log_level::log);
+    dp_host::run_batch_text(text, registrar, answer, observer);
+    EXPECT_EQ(answer.str(), "0 1 <t> set Boot.Mode \"Legacy\" \"Legacy\" \n");
+    EXPECT_EQ(done, 1U);
+    ASSERT_FALSE(log.lines.empty());
+    EXPECT_NE(log.lines.back().text.find("batch t,uid=1: 1 commands"), std::string::npos);
+}
+
 }  // namespace
