@@ -2,7 +2,7 @@
 """The record of the sources that clang-tidy found clean.
 
 usage: clang_tidy_record.py hash BUILD_DIR  <SOURCES      prints "HASH SOURCE" for each source
-       clang_tidy_record.py changed RECORD  <HASHES       prints the sources that RECORD lacks
+       clang_tidy_record.py changed RECORD...  <HASHES    prints the lines that no RECORD has
 
 A hash covers the source, the project's files that it includes directly or indirectly, .clang-tidy,
 the version of clang-tidy and the compile command. It does not depend on the path of the checkout.
@@ -84,22 +84,22 @@ def print_hashes(build_dir):
         print(digest.hexdigest()[:32], source)
 
 
-def print_changed(record):
-    try:
-        with open(record, encoding="utf-8") as file:
-            clean = set(file.read().splitlines())
-    except FileNotFoundError:
-        clean = set()
+def print_changed(*records):
+    clean = set()
+    for record in records:
+        if os.path.exists(record):
+            with open(record, encoding="utf-8") as file:
+                clean.update(file.read().splitlines())
     for line in sys.stdin.read().splitlines():
         if line not in clean:
-            print(line.split(" ", 1)[1])
+            print(line)
 
 
 def main():
     commands = {"hash": print_hashes, "changed": print_changed}
-    if len(sys.argv) != 3 or sys.argv[1] not in commands:
+    if len(sys.argv) < 3 or sys.argv[1] not in commands:
         sys.exit(__doc__)
-    commands[sys.argv[1]](sys.argv[2])
+    commands[sys.argv[1]](*sys.argv[2:])
 
 
 if __name__ == "__main__":

@@ -77,7 +77,8 @@ TEST_F(dp_settingsd_requests, executes_requests_and_batch_files_in_turn) {
     for (int i = 0; i < 4; ++i) {
         clients.emplace_back([&, i] {
             for (int round = 0; round < 10; ++round) {
-                answered += set("Boot.Delay", std::to_string(5 * ((i + round) % 5))).status == 0 ? 1 : 0;
+                answered +=
+                    set("Boot.Delay", std::to_string(5 * ((i + round) % 5))).status == 0 ? 1 : 0;
             }
         });
     }
