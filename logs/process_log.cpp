@@ -37,6 +37,24 @@ int open_scratch_file(const std::string& path) {
     return file;
 }
 
+// Closes a descriptor at the end of a scope, also when memory ran out in it.
+class scoped_descriptor {
+  public:
+    explicit scoped_descriptor(int descriptor) : descriptor_(descriptor) {}
+    ~scoped_descriptor() {
+        if (descriptor_ >= 0) {
+            ::close(descriptor_);
+        }
+    }
+    scoped_descriptor(const scoped_descriptor&) = delete;
+    scoped_descriptor& operator=(const scoped_descriptor&) = delete;
+
+    [[nodiscard]] int get() const { return descriptor_; }
+
+  private:
+    int descriptor_;
+};
+
 // Text that cannot be written is silently dropped: the file is removed soon anyway.
 void move_to_file(std::ostringstream& text, int file) {
     write_all(file, text.view());
@@ -83,18 +101,16 @@ void process_log::stop(setting_transaction* t) {
 
 void process_log::write_change_history(const setting_transaction& t) {
     const std::string path = fixed_paths::change_history.str();
-    const int file = open_scratch_file(path);
-    if (file >= 0) {
+    if (const scoped_descriptor file(open_scratch_file(path)); file.get() >= 0) {
         std::ostringstream history;
         const change_history_visitor add_to_history(history);
         for (transaction_command* command : t.commands) {
             add_to_history(command);
             if (history.view().size() >= chunk_size) {
-                move_to_file(history, file);
+                move_to_file(history, file.get());
             }
         }
-        move_to_file(history, file);
-        ::close(file);
+        move_to_file(history, file.get());
     } else {
         log_error_line("Open ", path, " failed");
     }

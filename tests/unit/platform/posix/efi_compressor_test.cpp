@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <random>
 #include <sstream>
 #include <vector>
@@ -174,6 +176,26 @@ TEST(efi_compress, compresses_about_as_well_as_another_encoder) {
     const std::string image = test::read_file(test::data_file("efi/records.uefi"));
     EXPECT_TRUE(round_trip(text));
     EXPECT_LT(efi_compress(text).size(), image.size() * 11 / 10);
+}
+
+// Any complete code is read back, whatever the lengths of its words: that they fit the frequencies
+// shows only in the size.
+TEST(efi_compress, gives_frequent_symbols_the_shorter_codes) {
+    std::uint32_t state = 1;
+    // The same numbers on every machine.
+    const auto next = [&state] { return (state = state * 1664525U + 1013904223U) >> 8U; };
+    const auto compressed_size = [&](auto symbol) {
+        std::string text;
+        for (int i = 0; i < 20'000; ++i) {
+            text += static_cast<char>('0' + symbol(next()));
+        }
+        EXPECT_TRUE(round_trip(text));
+        return efi_compress(text).size();
+    };
+    EXPECT_EQ(compressed_size([](std::uint32_t n) { return n % 3; }), 4999U);
+    EXPECT_EQ(compressed_size([](std::uint32_t n) { return n % 40; }), 13721U);
+    EXPECT_EQ(compressed_size([](std::uint32_t n) { return std::countr_zero(n | 1U << 20U); }),
+              3337U);
 }
 
 TEST(efi_compress, writes_a_bit_stream_for_an_empty_text) {

@@ -74,6 +74,17 @@ TEST(posix_log, appends_to_a_file_that_only_owner_and_group_may_read) {
     EXPECT_EQ(status.st_mode & 0777U & ~0640U, 0U);
 }
 
+TEST(posix_log, never_takes_a_standard_descriptor_for_the_file) {
+    const scratch_folder folder;
+    const std::string path = folder.path("log");
+    // What the program prints must not get into the log, nor end in a bad descriptor of the log.
+    run({"/bin/sh", "-c", "exec \"$0\" LOG ' line' 0<&- 1>&- 2>&-", writer},
+        {{"DP_LOG", "file:" + path}});
+    const auto lines = lines_of(test::read_file(path));
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_TRUE(lines[0].ends_with("] LOG line")) << lines[0];
+}
+
 TEST(posix_log, takes_mask_and_tag_from_the_environment) {
     program_result result =
         run({writer, "LOG", " text"},
