@@ -45,6 +45,9 @@ function(dp_fast_sources)
   if(DP_OPTIMIZE_SIZE)
     set_property(SOURCE ${ARGN} TARGET_DIRECTORY dp_common_objects APPEND
                  PROPERTY COMPILE_OPTIONS $<$<NOT:$<CONFIG:Debug>>:-O2>)
+    # The precompiled header was compiled for size.
+    set_property(SOURCE ${ARGN} TARGET_DIRECTORY dp_common_objects
+                 PROPERTY SKIP_PRECOMPILE_HEADERS ON)
   endif()
 endfunction()
 

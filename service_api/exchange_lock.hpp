@@ -5,8 +5,11 @@ namespace dp_service {
 
 /// The lock (flock on `server_paths::exchange_folder`) that keeps clients from overwriting each
 /// other's batch and answer. A client takes it before it writes a batch and releases it after it
-/// read the answer. Programs that use the library's C API do not take it on their own. The kernel
-/// releases it when its process ends.
+/// read the answer. The kernel releases it when its process ends.
+///
+/// Programs that change values through the C API take it around each call that changes values: the
+/// C API does not take it. Without it, two programs can receive each other's answers: a change that
+/// was refused is then reported as made, or the other way round. `settings_client` needs no lock.
 class exchange_lock {
   public:
     /// Opens the folder; takes no lock yet.
