@@ -197,7 +197,8 @@ class Limits:
         self.server.start()
         with open(f"/proc/{self.server.service.pid}/statm", encoding="ascii") as file:
             used = int(file.read().split()[0]) * PAGE
-        for more in (-1000000, 0, 4096, 65536, 200000, 1000000):
+        # Less would not leave room for the stack to grow, which no program survives.
+        for more in (262144, 400000, 600000, 1000000, 3000000):
             resource.prlimit(self.server.service.pid, resource.RLIMIT_AS,
                              (used + more, resource.RLIM_INFINITY))
             self.try_change(f"{more} more bytes of memory")
