@@ -8,6 +8,7 @@
 #include "platform/dp/message_formatter.hpp"
 #include "platform/fm/message_formatter.hpp"
 #include "platform/sysipc/message.hpp"
+#include "service_api/service_alerts.hpp"
 
 namespace dpctl {
 namespace {
@@ -26,6 +27,9 @@ std::string name_of(const Formatter& formatter) {
 }
 
 std::string meaning_of(dp::command::alerts alert, int value) {
+    if (alert == dp_service::service_alerts::batch_set_aside) {
+        return "a batch was not run: nobody waited for its answer, or it could not be answered";
+    }
     switch (alert) {
         case dp::command::alerts::settings_changed:
             return std::to_string(value) + (value == greatest_value ? " or more" : "") +

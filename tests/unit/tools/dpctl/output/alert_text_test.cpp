@@ -10,6 +10,7 @@
 #include "platform/dp/message_formatter.hpp"
 #include "platform/fm/message_formatter.hpp"
 #include "platform/sysipc/message.hpp"
+#include "service_api/service_alerts.hpp"
 
 namespace dpctl {
 namespace {
@@ -63,6 +64,9 @@ TEST(read_alert, names_the_alerts_of_plugins) {
               "queue 8  plugin 1  bios_updated  value 0  (the template was replaced)");
     EXPECT_EQ(line_of(8, plugin_alert(1, alerts::server_restarted, 0)),
               "queue 8  plugin 1  server_restarted  value 0  (pending values became current)");
+    EXPECT_EQ(line_of(8, plugin_alert(1, dp_service::service_alerts::batch_set_aside, 0)),
+              "queue 8  plugin 1  alert 16  value 0  (a batch was not run: nobody waited for its "
+              "answer, or it could not be answered)");
 }
 
 TEST(read_alert, names_the_alerts_to_the_firmware_manager) {
