@@ -34,7 +34,7 @@ class Kills:
         folder = self.server.folder()
         self._controls = {name: FaultControl(os.path.join(folder, name + ".kills"), name)
                           for name in ("dpctl", "dp-server", "dp_settingsd")}
-        self._number = 0
+        self._number = 1000  # none of these values is a default
         self._updates = 0
         self.kills = 0
         self.acknowledged = 0
