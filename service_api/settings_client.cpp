@@ -22,6 +22,7 @@
 #include "common/quoting.hpp"
 #include "service_api/request_protocol.hpp"
 #include "service_api/service_status.hpp"
+#include "support/file_descriptor.hpp"
 #include "transactions/basic_transaction_command.hpp"
 #include "transactions/command_status.hpp"
 
@@ -38,22 +39,6 @@ constexpr std::size_t answer_limit_of_a_line = std::size_t{64} * 1024;
 
 // A connection is refused while too many others wait for the service to accept them.
 constexpr std::chrono::milliseconds connect_pause{5};
-
-class descriptor {
-  public:
-    explicit descriptor(int fd) : fd_(fd) {}
-    ~descriptor() {
-        if (fd_ != -1) {
-            close(fd_);
-        }
-    }
-    descriptor(const descriptor&) = delete;
-    descriptor& operator=(const descriptor&) = delete;
-    [[nodiscard]] int get() const { return fd_; }
-
-  private:
-    int fd_;
-};
 
 client::result failed(client::states state, std::string reason) {
     return {state, 0, {}, std::move(reason)};
@@ -81,13 +66,6 @@ class exchange {
   public:
     explicit exchange(const client& options)
         : options_(options), deadline_(clock::now() + options.start_timeout) {}
-    ~exchange() {
-        if (socket_ != -1) {
-            close(socket_);
-        }
-    }
-    exchange(const exchange&) = delete;
-    exchange& operator=(const exchange&) = delete;
 
     client::result run(const std::string& header, const std::string& text) {
         if (auto refused = open_connection()) {
@@ -113,10 +91,10 @@ class exchange {
         const std::string& path = options_.socket_path;
         const std::size_t slash = path.rfind('/');
         const std::string folder_path = slash == std::string::npos ? "." : path.substr(0, slash);
-        const descriptor folder(
+        const dp_support::file_descriptor folder(
             open(folder_path.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         struct stat info {};
-        if (folder.get() == -1 || fstat(folder.get(), &info) != 0) {
+        if (!folder.is_open() || fstat(folder.get(), &info) != 0) {
             return not_sent(path, errno);
         }
         if (info.st_uid != 0 && info.st_uid != geteuid()) {
@@ -133,12 +111,14 @@ class exchange {
             return not_sent(path, ENAMETOOLONG);
         }
         name.copy(address.sun_path, name.size());
-        socket_ = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-        if (socket_ == -1) {
+        socket_ = dp_support::file_descriptor(
+            socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+        if (!socket_.is_open()) {
             return not_sent(path, errno);
         }
         // A local connection is made immediately or not at all.
-        while (connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        while (connect(socket_.get(), reinterpret_cast<const sockaddr*>(&address),
+                       sizeof address) != 0) {
             if (errno != EAGAIN && errno != EINTR) {
                 return not_sent(path, errno);
             }
@@ -151,7 +131,7 @@ class exchange {
         }
         ucred peer{};
         socklen_t size = sizeof peer;
-        if (getsockopt(socket_, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
+        if (getsockopt(socket_.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
             return not_sent(path, errno);
         }
         if (peer.uid != info.st_uid) {
@@ -187,7 +167,7 @@ class exchange {
         const short interest = static_cast<short>(unsent_.empty() ? POLLIN : POLLIN | POLLOUT);
         // poll(2) ignores negative descriptors.
         const int cancel = is_started_ ? -1 : options_.cancel_descriptor;
-        std::array<pollfd, 2> entries{{{socket_, interest, 0}, {cancel, POLLIN, 0}}};
+        std::array<pollfd, 2> entries{{{socket_.get(), interest, 0}, {cancel, POLLIN, 0}}};
         const int ready = poll(entries.data(), entries.size(), milliseconds_until(deadline_));
         if (ready == -1 && errno != EINTR) {
             return unanswered(std::string("cannot wait for the settings service: ") +
@@ -219,7 +199,7 @@ class exchange {
     // A failure is not an end: the service may have refused the request before it read all of it,
     // and says so.
     ending transmit() {
-        const ssize_t count = ::send(socket_, unsent_.data(), unsent_.size(), MSG_NOSIGNAL);
+        const ssize_t count = ::send(socket_.get(), unsent_.data(), unsent_.size(), MSG_NOSIGNAL);
         if (count > 0) {
             unsent_.erase(0, static_cast<std::size_t>(count));
         } else if (errno != EAGAIN && errno != EINTR) {
@@ -230,7 +210,7 @@ class exchange {
 
     ending receive() {
         std::array<char, 65536> buffer{};
-        const ssize_t count = recv(socket_, buffer.data(), buffer.size(), 0);
+        const ssize_t count = recv(socket_.get(), buffer.data(), buffer.size(), 0);
         if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
             return std::nullopt;
         }
@@ -324,7 +304,7 @@ class exchange {
 
     const client& options_;
     clock::time_point deadline_;
-    int socket_ = -1;
+    dp_support::file_descriptor socket_;
     bool is_started_ = false;
     std::string unsent_;
     std::string received_;

@@ -241,9 +241,10 @@ TEST_F(settings_client_test, garbage_ends_the_exchange) {
         const fake_request_service service([&](service_end& peer) {
             peer.read_line();
             peer.send(garbage);
-            peer.read_line();
+            if (!garbage.empty()) {
+                peer.read_line();
+            }
         });
-        settings.start_timeout = std::chrono::seconds(10);
         const auto answer = settings.restart();
         EXPECT_NE(answer.state, states::answered) << garbage;
         EXPECT_NE(answer.state, states::refused) << garbage;
