@@ -15,7 +15,7 @@
 ///     # dp-values end 1 3db578f79e48135d
 ///
 /// The last line has the number of set lines and the 64-bit FNV-1a hash (`fnv1a_64`) of all bytes
-/// before it. Whoever changes such a file by hand removes both lines.
+/// before it. Remove both lines from a file that you change by hand.
 namespace dp_service::values_seal {
 
 /// The first line, without its newline.

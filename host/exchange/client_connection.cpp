@@ -40,12 +40,12 @@ std::optional<client_connection::clock::time_point> client_connection::deadline(
     return deadline_;
 }
 
-void client_connection::handle(short events, std::size_t room, clock::time_point now) {
+void client_connection::handle(short events, std::size_t space_left, clock::time_point now) {
     if ((events & POLLOUT) != 0) {
         transmit(now);
     }
     if ((events & (POLLIN | POLLHUP | POLLERR)) != 0 && !is_gone_) {
-        receive(room, now);
+        receive(space_left, now);
     }
     const auto time_limit = deadline();
     if (state_ == states::closed || !time_limit || now < *time_limit) {
@@ -62,7 +62,7 @@ void client_connection::handle(short events, std::size_t room, clock::time_point
 }
 
 // Reads one buffer, so that no client occupies the service.
-void client_connection::receive(std::size_t room, clock::time_point now) {
+void client_connection::receive(std::size_t space_left, clock::time_point now) {
     std::array<char, 65536> buffer{};
     const ssize_t count = recv(socket_.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
@@ -78,13 +78,13 @@ void client_connection::receive(std::size_t room, clock::time_point now) {
     }
     if (state_ == states::receiving || state_ == states::offered) {
         input_.append(buffer.data(), static_cast<std::size_t>(count));
-        parse(room, now);
+        parse(space_left, now);
     } else if (state_ == states::waiting) {
         refuse(service_status::malformed_line, "more was sent than the request", now);
     }
 }
 
-void client_connection::parse(std::size_t room, clock::time_point now) {
+void client_connection::parse(std::size_t space_left, clock::time_point now) {
     if (state_ == states::offered) {
         const std::string expected = std::string(protocol::go) + '\n';
         if (input_ == expected) {
@@ -111,7 +111,7 @@ void client_connection::parse(std::size_t room, clock::time_point now) {
         header_ = *header;
         has_header_ = true;
         input_.erase(0, newline + 1);
-        if (header_.length > std::min(protocol::largest_request, room)) {
+        if (header_.length > std::min(protocol::largest_request, space_left)) {
             refuse(service_status::over_limit, "the request is too large", now);
             return;
         }

@@ -46,8 +46,8 @@ class client_connection {
     [[nodiscard]] std::optional<clock::time_point> deadline() const;
 
     /// Receives and sends what is possible, and gives the client up when its time is over. A
-    /// request of more than `room` bytes of text is refused.
-    void handle(short events, std::size_t room, clock::time_point now);
+    /// request of more than `space_left` bytes of text is refused.
+    void handle(short events, std::size_t space_left, clock::time_point now);
 
     /// The memory that the request and unsent messages use, in bytes.
     [[nodiscard]] std::size_t size() const {
@@ -77,8 +77,8 @@ class client_connection {
   private:
     using message = dp_service::request_protocol::message;
 
-    void receive(std::size_t room, clock::time_point now);
-    void parse(std::size_t room, clock::time_point now);
+    void receive(std::size_t space_left, clock::time_point now);
+    void parse(std::size_t space_left, clock::time_point now);
     void send(const message& line, clock::time_point now);
     void end(message::kinds kind, std::int32_t status, const std::string& text,
              clock::time_point now);

@@ -16,7 +16,7 @@ struct peer {
     gid_t gid = 0;
     pid_t pid = 0;
     std::vector<gid_t> groups;  ///< supplementary groups
-    /// The path of the program, with "?" for every byte that is a blank, a control character or not
+    /// The path of the program, with "?" for every byte that is a space, a control character or not
     /// ASCII; "?" if it is not known, as for a process that has ended. A process can choose it.
     std::string program = "?";
 

@@ -173,15 +173,15 @@ void request_socket::accept_clients(clock::time_point now) {
             log_error(client.reason());
             continue;
         }
-        const bool has_room = connections_.size() < most_connections;
+        const bool has_slot = connections_.size() < most_connections;
         const bool is_permitted = is_allowed(*client);
         auto& connection = connections_.emplace_back(std::move(socket), *std::move(client), now);
         if (!is_permitted) {
             connection.refuse(dp_service::service_status::over_limit, "permission denied", now);
-        } else if (!has_room) {
+        } else if (!has_slot) {
             connection.refuse(dp_service::service_status::over_limit, "too many connections", now);
         }
-        if (connection.state() == states::closed || !has_room) {
+        if (connection.state() == states::closed || !has_slot) {
             connections_.pop_back();
         }
     }

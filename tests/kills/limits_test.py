@@ -197,7 +197,7 @@ class Limits:
         self.server.start()
         with open(f"/proc/{self.server.service.pid}/statm", encoding="ascii") as file:
             used = int(file.read().split()[0]) * PAGE
-        # Less would not leave room for the stack to grow, which no program survives.
+        # With less, the stack cannot grow, and the program is killed.
         for more in (262144, 400000, 600000, 1000000, 3000000):
             resource.prlimit(self.server.service.pid, resource.RLIMIT_AS,
                              (used + more, resource.RLIM_INFINITY))

@@ -18,7 +18,7 @@ struct batch_command {
     std::string value;
 };
 
-/// Stands in for the settings service, in a thread: accepts batches on the request socket and sends
+/// A settings service in a thread: accepts batches on the request socket and sends
 /// the answers that `answer` returns.
 class fake_service {
   public:
