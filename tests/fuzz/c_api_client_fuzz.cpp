@@ -83,7 +83,7 @@ std::vector<const char*> check_collection(const char* collection) {
         const int is_there = dp_get_bios_attribute(names[i], &attribute);
         fuzzing::require((is_there == 0) == (attribute != nullptr), "an attribute or none");
     }
-    fuzzing::require(characters < std::size_t{1} << 40, "texts end");
+    fuzzing::require(characters < std::size_t{1} << 30U, "texts end");
     return all;
 }
 
