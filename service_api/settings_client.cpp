@@ -164,7 +164,7 @@ class exchange {
 
     // Waits for one event and handles it. The result, when the exchange is at its end.
     ending next_event() {
-        const short interest = static_cast<short>(unsent_.empty() ? POLLIN : POLLIN | POLLOUT);
+        const auto interest = static_cast<short>(unsent_.empty() ? POLLIN : POLLIN | POLLOUT);
         // poll(2) ignores negative descriptors.
         const int cancel = is_started_ ? -1 : options_.cancel_descriptor;
         std::array<pollfd, 2> entries{{{socket_.get(), interest, 0}, {cancel, POLLIN, 0}}};

@@ -39,7 +39,7 @@ bool clock_check::was_set() {
     return differ(before, offset_);
 }
 
-bool clock_check::was_set_since_last_service(const std::string& path) {
+bool clock_check::was_set_since_last_service(const std::string& path) const {
     std::string boot;
     std::ifstream("/proc/sys/kernel/random/boot_id") >> boot;
     bool was_set = false;

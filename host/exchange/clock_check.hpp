@@ -18,7 +18,7 @@ class clock_check {
     /// Whether it was set since a service last called this for the file `path`; then stores what
     /// the next service needs for its call, or logs why it cannot. False when there is no such
     /// file.
-    bool was_set_since_last_service(const std::string& path);
+    [[nodiscard]] bool was_set_since_last_service(const std::string& path) const;
 
   private:
     std::int64_t offset_;

@@ -59,7 +59,7 @@ class request_socket {
 
   private:
     void accept_clients(clock::time_point now);
-    bool is_allowed(const peer& client) const;
+    [[nodiscard]] bool is_allowed(const peer& client) const;
     [[nodiscard]] std::size_t bytes() const;
     void offer_turns(clock::time_point now);
     void report_positions(bool running, clock::time_point now);
