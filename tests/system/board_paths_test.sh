@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The library as a board gets it, with its fixed paths: a change in a private mount namespace with
-# /tmp, /var and /bin of its own.
+# /tmp, /var, /run and /bin of its own.
 #
 # usage: board_paths_test.sh SOURCE_DIR BUILD_DIR
 set -euo pipefail
@@ -25,6 +25,7 @@ if [ -n "${QEMU_LD_PREFIX:-}" ]; then
   export QEMU_LD_PREFIX=/srv
 fi
 mount -t tmpfs tmpfs /var
+mount -t tmpfs tmpfs /run
 mount -t overlay overlay -o "lowerdir=/mnt/bin:/usr/bin" /usr/bin 2>/dev/null ||
   skip "this machine allows no overlay in a private mount namespace"
 mount -t tmpfs tmpfs /tmp
@@ -65,9 +66,18 @@ expect "System.HardwareClock=LocalTime" dpctl get System.HardwareClock
 expect "System.HardwareClock=Utc" dpctl get --current System.HardwareClock
 dp-server restart >/dev/null || fail "restart"
 expect "System.HardwareClock=LocalTime" dpctl get --current System.HardwareClock
-for file in /tmp/dp/uefi_info.txt /tmp/dp/uefi_configs.txt /tmp/dp/uefi.bld /tmp/dp/batch.out /var/dp/uefi_settings.txt; do
+for file in /tmp/dp/uefi_info.txt /tmp/dp/uefi_configs.txt /tmp/dp/uefi.bld /var/dp/uefi_settings.txt; do
   [ -f "$file" ] || fail "$file is not there"
 done
+[ -S /run/dp/settings.sock ] || fail "the request socket is not there"
+
+# A batch file, as the C API writes it.
+echo '0 1 t get System.HardwareClock "" ""' >/tmp/dp/batch
+for _ in $(seq 2400); do
+  [ ! -e /tmp/dp/batch.out ] || break
+  sleep 0.05
+done
+expect '0 1 t get System.HardwareClock "" "LocalTime" ' cat /tmp/dp/batch.out
 kill -TERM "$service"
 wait "$service" || fail "the service did not stop cleanly"
 echo "a change went through the board's own paths"

@@ -1,10 +1,9 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
-
 #include <sys/stat.h>
 #include <unistd.h>
-#include <ctime>
 
+#include <ctime>
 #include <filesystem>
 #include <random>
 #include <sstream>
@@ -74,9 +73,11 @@ TEST_F(dp_settingsd_batches, sets_aside_a_batch_whose_client_no_longer_waits) {
     service_process::write_batch("0 1 t set Boot.Mode \"Legacy\" \"\"\n");
     test::set_mtime(service_process::batch(), 1000);
     start();
+    const std::string late = path("/tmp/dp/batch.late");
+    EXPECT_TRUE(test::eventually([&] { return std::filesystem::exists(late); }));
+    EXPECT_EQ(test::read_file(late), "0 1 t set Boot.Mode \"Legacy\" \"\"\n");
     EXPECT_EQ(service_process::run_batch("0 2 t get Boot.Mode \"\" \"\"\n"),
               "0 2 t get Boot.Mode \"\" \"UEFI\" \n");
-    EXPECT_EQ(test::read_file(path("/tmp/dp/batch.late")), "0 1 t set Boot.Mode \"Legacy\" \"\"\n");
     EXPECT_NE(service_process::log().find("its client no longer waits"), std::string::npos);
 }
 
