@@ -125,12 +125,13 @@ void request_socket::exchange(bool running) {
     }
     // A failure leaves no events, and the next call tries again.
     static_cast<void>(poll(entries.data(), entries.size(), 0));
-    std::size_t position = 0;
-    for (auto connection = connections_.begin(); connection != connections_.end();) {
+    // Those that are moved to the end are not visited again.
+    auto connection = connections_.begin();
+    for (const pollfd& entry : entries) {
         const auto current = connection++;
         const states before = current->state();
         const std::size_t used = bytes() - current->size();
-        current->handle(entries[position++].revents, most_bytes - std::min(used, most_bytes), now);
+        current->handle(entry.revents, most_bytes - std::min(used, most_bytes), now);
         if (current->state() == states::closed) {
             connections_.erase(current);
         } else if (before == states::receiving && current->state() == states::waiting) {

@@ -15,6 +15,9 @@ void* change_a_setting(void* /*unused*/) {
 }
 
 TEST_F(dp_api_cancellation, ends_the_thread_and_leaves_the_service_usable) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the address sanitizer cannot follow the unwinding of a cancelled thread";
+#endif
     ASSERT_EQ(dp_api_initialize(), 0);
     // The thread cancels itself while it waits for the answer, so nothing depends on time.
     time.on_sleep = [](std::uint32_t) {
