@@ -85,8 +85,8 @@ class exchange {
   private:
     using ending = std::optional<client::result>;
 
-    // Connects through a descriptor of the folder, so that the folder that was checked is the one
-    // that is used, and so that its path may be longer than a socket's address.
+    // If the folder is replaced after it was checked, the check of the service's user fails. Paths
+    // that are longer than a socket's address are used through a descriptor of the folder.
     ending open_connection() {
         const std::string& path = options_.socket_path;
         const std::size_t slash = path.rfind('/');
@@ -105,8 +105,11 @@ class exchange {
         }
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
-        const std::string name = "/proc/self/fd/" + std::to_string(folder.get()) + '/' +
-                                 path.substr(slash == std::string::npos ? 0 : slash + 1);
+        std::string name = path;
+        if (name.size() >= sizeof address.sun_path) {
+            name = "/proc/self/fd/" + std::to_string(folder.get()) + '/' +
+                   path.substr(slash == std::string::npos ? 0 : slash + 1);
+        }
         if (name.size() >= sizeof address.sun_path) {
             return not_sent(path, ENAMETOOLONG);
         }

@@ -60,9 +60,11 @@ dp_support::result<> request_socket::begin(const std::string& path, std::optiona
         dp_support::file_descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    // The folder's path may be longer than an address.
+    // A path may be longer than an address. A system without /proc can use short ones.
     const std::string name =
-        "/proc/self/fd/" + std::to_string(folder.get()) + path.substr(folder_path.size());
+        path.size() < sizeof address.sun_path
+            ? path
+            : "/proc/self/fd/" + std::to_string(folder.get()) + path.substr(folder_path.size());
     if (name.size() >= sizeof address.sun_path) {
         return dp_support::system_failure("create", path, ENAMETOOLONG);
     }

@@ -114,6 +114,17 @@ TEST_F(settings_client_test, reports_at_once_that_there_is_no_service) {
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
 }
 
+TEST_F(settings_client_test, the_path_of_the_socket_may_be_longer_than_an_address) {
+    const fake_request_service service([](service_end& peer) {
+        peer.read_line();
+        peer.send("refused 60 0\n");
+    });
+    const std::string folder = test::root() + '/' + std::string(120, 'x');
+    std::filesystem::rename(test::root() + "/run/dp", folder);
+    settings.socket_path = folder + "/settings.sock";
+    EXPECT_EQ(settings.restart().state, states::refused);
+}
+
 TEST_F(settings_client_test, does_not_trust_a_folder_that_others_can_write_to) {
     const fake_request_service service([](service_end& /*peer*/) {});
     ASSERT_EQ(chmod((test::root() + "/run/dp").c_str(), 0770), 0);

@@ -244,6 +244,17 @@ TEST_F(request_socket_test, replaces_what_is_at_its_path_and_removes_it_at_the_e
     EXPECT_FALSE(fileexist(path));
 }
 
+TEST_F(request_socket_test, its_path_may_be_longer_than_an_address) {
+    request_socket other;
+    const std::string folder = test::root() + '/' + std::string(120, 'x');
+    const std::string long_path = folder + "/settings.sock";
+    const auto begun = other.begin(long_path, std::nullopt);
+    ASSERT_TRUE(begun) << begun.reason();
+    ASSERT_EQ(chdir(folder.c_str()), 0);
+    EXPECT_TRUE(raw_client("settings.sock").is_connected);
+    ASSERT_EQ(chdir(test::root().c_str()), 0);
+}
+
 TEST_F(request_socket_test, a_group_gets_access_to_folder_and_socket) {
     request_socket other;
     ASSERT_TRUE(other.begin(path, getegid()));
