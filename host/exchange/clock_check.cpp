@@ -41,7 +41,10 @@ bool clock_check::was_set() {
 
 bool clock_check::was_set_since_last_service(const std::string& path) const {
     std::string boot;
-    std::ifstream("/proc/sys/kernel/random/boot_id") >> boot;
+    // Not every service may read it. Without it, the offset alone decides.
+    if (!(std::ifstream("/proc/sys/kernel/random/boot_id") >> boot)) {
+        boot = "-";
+    }
     bool was_set = false;
     if (const auto stored = read_trusted_file(path, longest_record)) {
         std::string boot_before;
