@@ -9,8 +9,8 @@
 #include "common/fixed_paths.hpp"
 #include "settings/setting.hpp"
 #include "tests/fuzz/fuzzing.hpp"
+#include "tests/fuzz/fuzzing_root.hpp"
 #include "tests/fuzz/input.hpp"
-#include "tests/fuzz/scratch_root.hpp"
 #include "tests/support/template_records.hpp"
 #include "tests/support/test_platform.hpp"
 

@@ -15,8 +15,8 @@
 #include "host/model/values_file.hpp"
 #include "host/store_plugin.hpp"
 #include "tests/fuzz/fuzzing.hpp"
+#include "tests/fuzz/fuzzing_root.hpp"
 #include "tests/fuzz/input.hpp"
-#include "tests/fuzz/scratch_root.hpp"
 #include "tests/support/sample_template.hpp"
 
 namespace {

@@ -8,8 +8,8 @@
 #include "bios/dp_api.h"
 #include "common/fixed_paths.hpp"
 #include "tests/fuzz/fuzzing.hpp"
+#include "tests/fuzz/fuzzing_root.hpp"
 #include "tests/fuzz/input.hpp"
-#include "tests/fuzz/scratch_root.hpp"
 #include "tests/support/test_platform.hpp"
 
 namespace {

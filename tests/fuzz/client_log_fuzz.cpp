@@ -6,8 +6,8 @@
 
 #include "logs/client_log.hpp"
 #include "tests/fuzz/fuzzing.hpp"
+#include "tests/fuzz/fuzzing_root.hpp"
 #include "tests/fuzz/input.hpp"
-#include "tests/fuzz/scratch_root.hpp"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include "bios/dp_event_categories.h"
 #include "common/fixed_paths.hpp"
 #include "tests/fuzz/fuzzing.hpp"
-#include "tests/fuzz/scratch_root.hpp"
+#include "tests/fuzz/fuzzing_root.hpp"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include "host/model/value_store.hpp"
 #include "host/model/values_file.hpp"
 #include "tests/fuzz/fuzzing.hpp"
-#include "tests/fuzz/scratch_root.hpp"
+#include "tests/fuzz/fuzzing_root.hpp"
 #include "tests/support/sample_template.hpp"
 
 namespace {

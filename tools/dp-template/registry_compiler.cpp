@@ -10,8 +10,8 @@
 
 #include "batch/batch_file_entry.hpp"
 #include "common/quoting.hpp"
-#include "tools/dp-template/collections.hpp"
 #include "tools/dp-template/encodable_text.hpp"
+#include "tools/dp-template/menu_collections.hpp"
 
 namespace dp_tools {
 namespace {
@@ -270,7 +270,7 @@ class registry_compiler {
     compiled_registry result_;
     findings_list findings_;
     std::vector<std::vector<std::string>> paths_;
-    std::optional<collections> collections_;
+    std::optional<menu_collections> collections_;
     std::set<std::string> collection_names_;
     std::map<std::string, std::string> titles_;
     std::set<std::string> reported_renames_;

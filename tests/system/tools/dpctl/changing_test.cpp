@@ -22,7 +22,7 @@
 #include "tests/support/scratch_files.hpp"
 #include "tests/system/tools/dpctl/dpctl_json.hpp"
 #include "tests/system/tools/dpctl/fake_service.hpp"
-#include "tests/system/tools/dpctl/server_files.hpp"
+#include "tests/system/tools/dpctl/sample_server_files.hpp"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include "tests/support/dpctl.hpp"
 #include "tests/support/scratch_files.hpp"
-#include "tests/system/tools/dpctl/server_files.hpp"
+#include "tests/system/tools/dpctl/sample_server_files.hpp"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include "tests/support/child_process.hpp"
 #include "tests/support/program.hpp"
 #include "tests/support/scratch_files.hpp"
-#include "tests/system/tools/dpctl/server_files.hpp"
+#include "tests/system/tools/dpctl/sample_server_files.hpp"
 
 // Runs the bash completion as readline does: with the line, the cursor and the words, which bash
 // also splits at "=" and ":".

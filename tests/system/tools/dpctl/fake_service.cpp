@@ -8,7 +8,7 @@
 #include "batch/batch_file_entry.hpp"
 #include "batch/batch_file_loader.hpp"
 #include "common/quoting.hpp"
-#include "tests/system/tools/dpctl/server_files.hpp"
+#include "tests/system/tools/dpctl/sample_server_files.hpp"
 
 namespace test {
 namespace {

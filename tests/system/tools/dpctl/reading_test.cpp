@@ -15,7 +15,7 @@
 #include "tests/support/program.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/system/tools/dpctl/dpctl_json.hpp"
-#include "tests/system/tools/dpctl/server_files.hpp"
+#include "tests/system/tools/dpctl/sample_server_files.hpp"
 
 namespace {
 

@@ -1,5 +1,5 @@
-#ifndef DP_TOOLS_DP_TEMPLATE_COLLECTIONS_HPP
-#define DP_TOOLS_DP_TEMPLATE_COLLECTIONS_HPP
+#ifndef DP_TOOLS_DP_TEMPLATE_MENU_COLLECTIONS_HPP
+#define DP_TOOLS_DP_TEMPLATE_MENU_COLLECTIONS_HPP
 
 #include <map>
 #include <set>
@@ -20,7 +20,7 @@ std::vector<std::string> menu_elements(std::string_view path);
 /// become Setup and BootOptions. A path that ends with the shared elements uses its last one, an
 /// attribute without a menu belongs to BIOS. Two menus never share a collection: if a name is
 /// taken, a number is appended to the later one.
-class collections {
+class menu_collections {
   public:
     struct collection {
         std::string name;      ///< in the names of settings
@@ -31,7 +31,7 @@ class collections {
 
     /// `paths` are the elements of each attribute's menu path, in the registry's order; none for an
     /// attribute without a menu.
-    explicit collections(const std::vector<std::vector<std::string>>& paths);
+    explicit menu_collections(const std::vector<std::vector<std::string>>& paths);
 
     /// The collection of an attribute with one of the constructor's paths.
     [[nodiscard]] const collection& of(const std::vector<std::string>& path) const;

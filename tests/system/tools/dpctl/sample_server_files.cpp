@@ -1,4 +1,4 @@
-#include "tests/system/tools/dpctl/server_files.hpp"
+#include "tests/system/tools/dpctl/sample_server_files.hpp"
 
 #include <cstddef>
 #include <set>

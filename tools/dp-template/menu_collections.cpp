@@ -1,4 +1,4 @@
-#include "tools/dp-template/collections.hpp"
+#include "tools/dp-template/menu_collections.hpp"
 
 #include <algorithm>
 #include <optional>
@@ -60,7 +60,7 @@ std::vector<std::string> menu_elements(std::string_view path) {
     return elements;
 }
 
-collections::collections(const std::vector<std::vector<std::string>>& paths)
+menu_collections::menu_collections(const std::vector<std::vector<std::string>>& paths)
     : shared_(shared_elements(paths)) {
     std::set<std::string> taken;
     if (std::any_of(paths.begin(), paths.end(), [](const auto& path) { return path.empty(); })) {
@@ -94,11 +94,12 @@ collections::collections(const std::vector<std::vector<std::string>>& paths)
     }
 }
 
-std::string collections::key_of(const std::vector<std::string>& path) const {
+std::string menu_collections::key_of(const std::vector<std::string>& path) const {
     return joined(path, std::min(shared_ + 1, path.size()));
 }
 
-const collections::collection& collections::of(const std::vector<std::string>& path) const {
+const menu_collections::collection& menu_collections::of(
+    const std::vector<std::string>& path) const {
     return all_[index_.at(key_of(path))];
 }
 

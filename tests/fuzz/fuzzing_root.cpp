@@ -1,4 +1,4 @@
-#include "tests/fuzz/scratch_root.hpp"
+#include "tests/fuzz/fuzzing_root.hpp"
 
 #include <sys/stat.h>
 #include <unistd.h>
