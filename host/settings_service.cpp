@@ -409,6 +409,7 @@ struct settings_service::update_parts {
     std::unique_ptr<template_model> model;
     std::unique_ptr<value_store> store;
     carry_over_report values;
+    std::string version;  // of the values in `store`; set by `stage`
 };
 
 // The code of a failure is one of `service_status`.
@@ -460,14 +461,14 @@ dp_support::result<> settings_service::prepare_update(update_parts& parts) {
 }
 
 // Writes the files of the update and then its marker.
-dp_support::result<> settings_service::stage(const update_parts& parts, const std::string& marker) {
+dp_support::result<> settings_service::stage(update_parts& parts, const std::string& marker) {
     const std::string product_data_path = dp_service::server_paths::vital_product_data.str();
     const auto data = with_product_data(product_data_path, "UEFIID", parts.build_id);
     if (!data) {
         return data.error();
     }
     std::ostringstream values;
-    write_values(*parts.store, values);
+    parts.version = write_values(*parts.store, values);
     auto staged =
         update_files_.stage(dp::fixed_paths::uefi_template.str(), parts.bios)
             .and_then([&] { return update_files_.stage(pending_file_.path(), values.view()); })
@@ -498,8 +499,7 @@ dp_support::result<> settings_service::install(update_parts parts) {
     is_installing_ = true;
     auto placed = update_files_.place();
     dp_service::template_cache::discard();
-    std::ostringstream values;
-    pending_version_ = write_values(*parts.store, values);
+    pending_version_ = std::move(parts.version);
     use(std::move(parts.model), std::move(parts.store));
     file_differs_ = false;
     history_.append(lines);

@@ -82,7 +82,7 @@ class settings_service {
                                 const char* target, const char* instead) const;
     dp_support::result<> prepare_update(update_parts& parts);
     dp_support::result<> install(update_parts parts);
-    dp_support::result<> stage(const update_parts& parts, const std::string& marker);
+    dp_support::result<> stage(update_parts& parts, const std::string& marker);
     dp_support::result<> complete_installation();
     void announce_update(std::size_t lost) const;
     void send_alerts(dp::command::alerts what, fm::command::alerts fm_what,

@@ -1,8 +1,8 @@
 #include "service_api/request_protocol.hpp"
 
 #include <array>
-#include <charconv>
-#include <limits>
+
+#include "support/decimal.hpp"
 
 namespace dp_service::request_protocol {
 namespace {
@@ -27,13 +27,7 @@ class word_reader {
 
     /// The next word as a decimal number; nothing when it is not one, or too large.
     std::optional<std::uint32_t> next_number() {
-        const std::string_view word = next();
-        std::uint32_t value = 0;
-        const auto parsed = std::from_chars(word.data(), word.data() + word.size(), value);
-        if (word.empty() || parsed.ec != std::errc() || parsed.ptr != word.data() + word.size()) {
-            return std::nullopt;
-        }
-        return value;
+        return dp_support::decimal::parse<std::uint32_t>(next());
     }
 
     [[nodiscard]] bool is_at_end() const { return is_at_end_; }

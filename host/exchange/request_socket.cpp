@@ -92,6 +92,10 @@ request_socket::~request_socket() {
 
 void request_socket::add_poll_entries(std::vector<pollfd>& entries) const {
     entries.push_back({is_out_of_descriptors_ ? -1 : listener_.get(), POLLIN, 0});
+    add_client_entries(entries);
+}
+
+void request_socket::add_client_entries(std::vector<pollfd>& entries) const {
     for (const client_connection& connection : connections_) {
         entries.push_back({connection.descriptor(), connection.interest(), 0});
     }
@@ -122,9 +126,7 @@ void request_socket::exchange(bool running) {
     const auto now = clock::now();
     accept_clients(now);
     std::vector<pollfd> entries;
-    for (const client_connection& connection : connections_) {
-        entries.push_back({connection.descriptor(), connection.interest(), 0});
-    }
+    add_client_entries(entries);
     // A failure leaves no events, and the next call tries again.
     static_cast<void>(poll(entries.data(), entries.size(), 0));
     // Those that are moved to the end are not visited again.

@@ -58,6 +58,7 @@ class request_socket {
     [[nodiscard]] std::size_t connections() const { return connections_.size(); }
 
   private:
+    void add_client_entries(std::vector<pollfd>& entries) const;
     void accept_clients(clock::time_point now);
     [[nodiscard]] bool is_allowed(const peer& client) const;
     [[nodiscard]] std::size_t bytes() const;
