@@ -22,6 +22,7 @@
 #include "common/quoting.hpp"
 #include "service_api/request_protocol.hpp"
 #include "service_api/service_status.hpp"
+#include "support/decimal.hpp"
 #include "support/file_descriptor.hpp"
 #include "transactions/basic_transaction_command.hpp"
 #include "transactions/command_status.hpp"
@@ -358,17 +359,13 @@ class answer_check final : public dp::batch_file_intf {
             return;
         }
         client::change& change = changes_[position];
-        std::int32_t status = 0;
-        for (const char c : entry.status) {
-            is_match_ = is_match_ && c >= '0' && c <= '9' && status < 256;
-            status = is_match_ ? status * 10 + (c - '0') : status;
-        }
+        const auto status = dp_support::decimal::parse<std::uint8_t>(entry.status);
         // The answer to a name that is not known has none of its own.
         dp::qualified_setting_name name;
         name.parse(change.name);
         const bool is_same = entry.name.get_name() == name.get_name();
-        is_match_ = is_match_ && !entry.status.empty() && (is_same || status != 0);
-        change.status = status;
+        is_match_ = is_match_ && status && (is_same || *status != 0);
+        change.status = status.value_or(dp::command_status::not_run);
         change.stored = status == 0 ? entry.value_out : std::string();
     }
 
