@@ -8,6 +8,7 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <system_error>
 
 #include "tests/support/eventually.hpp"
 
@@ -19,6 +20,18 @@ std::string root() {
         throw std::logic_error("DP_ROOT is not set: the test does not run in a scratch process");
     }
     return value;
+}
+
+void remove_folder(const std::string& path) {
+    // A file that is created after the folder was read keeps it from being removed.
+    std::error_code error;
+    const bool removed = eventually([&] {
+        std::filesystem::remove_all(path, error);
+        return !error;
+    });
+    if (!removed) {
+        throw std::runtime_error("cannot remove " + path + ": " + error.message());
+    }
 }
 
 void clean_root() {

@@ -9,6 +9,8 @@ namespace test {
 /// The scratch folder of this process, $DP_ROOT. Throws std::logic_error when there is none.
 std::string root();
 
+/// Removes a folder with all that is in it, also while another process creates files there.
+void remove_folder(const std::string& path);
 /// Empties the scratch folder and creates bin, tmp/dp, tmp/DS and var/dp in it.
 void clean_root();
 

@@ -222,7 +222,7 @@ TEST_F(dp_settingsd_batches, fails_and_undoes_changes_that_cannot_be_written) {
 
 TEST_F(dp_settingsd_batches, creates_a_removed_exchange_folder_again) {
     start();
-    std::filesystem::remove_all(path("/tmp/dp"));
+    test::remove_folder(path("/tmp/dp"));
     ASSERT_TRUE(eventually([] {
         return service_process::log().find("the exchange folder was removed") !=
                    std::string::npos &&

@@ -123,7 +123,7 @@ TEST_F(dp_settingsd_requests, creates_a_removed_socket_again) {
     start();
     std::filesystem::remove(path("/run/dp/settings.sock"));
     EXPECT_TRUE(test::eventually([] { return set("Boot.Mode", "Legacy").status == 0; }));
-    std::filesystem::remove_all(path("/run/dp"));
+    test::remove_folder(path("/run/dp"));
     EXPECT_TRUE(test::eventually([] {
         const auto answer = set("Boot.Mode", "UEFI");
         return answer.state == states::answered && answer.status == 0;
