@@ -33,10 +33,10 @@ std::string position_text(std::uint32_t ahead) {
            " ahead";
 }
 
-using commands = std::vector<settings_client::change>;
+using command_list = std::vector<settings_client::change>;
 
-commands commands_of(const std::vector<setting_change*>& changes) {
-    commands list;
+command_list commands_of(const std::vector<setting_change*>& changes) {
+    command_list list;
     list.reserve(changes.size());
     for (const auto* const change : changes) {
         list.push_back({change->name, change->value, change->operation});
@@ -55,7 +55,7 @@ void take_answer(settings_client::change& made, setting_change& change) {
 settings_client::result request_if_unchanged(settings_client& client,
                                              const std::vector<setting_change*>& changes,
                                              const std::string& planned_on) {
-    commands list = commands_of(changes);
+    command_list list = commands_of(changes);
     auto answer = client.change_settings(list, planned_on);
     for (std::size_t i = 0; i < changes.size(); ++i) {
         take_answer(list[i], *changes[i]);
@@ -66,7 +66,7 @@ settings_client::result request_if_unchanged(settings_client& client,
 // Requests the changes, each after a read of the setting in the same batch.
 settings_client::result request_with_reads(settings_client& client,
                                            const std::vector<setting_change*>& changes) {
-    commands list;
+    command_list list;
     list.reserve(2 * changes.size());
     for (auto& command : commands_of(changes)) {
         list.push_back({command.name, {}, dp::op_get});

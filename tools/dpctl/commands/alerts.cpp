@@ -152,7 +152,7 @@ class alert_watch {
     bool done_ = false;
 };
 
-void run(const alert_options& options, report& rep) {
+void run_alerts(const alert_options& options, report& rep) {
     rep.begin_events();
     // Block the signals before the queues are created, so that the queues are removed in any case.
     signal_wait signals(STDOUT_FILENO);
@@ -193,8 +193,9 @@ void add_alerts(command_line& program, invocation& request) {
                        {.least = 1, .greatest = UINT_MAX}, {.value_name = "NUMBER"});
     command.add_option("--wait", options->seconds, "End after this time",
                        {.least = 1, .greatest = longest_wait}, {.value_name = "SECONDS"});
-    command.on_selected(
-        [&request, options] { request.run = [options](report& rep) { run(*options, rep); }; });
+    command.on_selected([&request, options] {
+        request.run = [options](report& rep) { run_alerts(*options, rep); };
+    });
 }
 
 }  // namespace dpctl

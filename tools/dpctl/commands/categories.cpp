@@ -35,7 +35,7 @@ std::vector<dp_category_map_entry> read_categories() {
     return entries;
 }
 
-void run(report& rep) {
+void run_categories(report& rep) {
     const std::string file = dp::fixed_paths::event_categories.str();
     if (const std::string reason = why_unreadable(file); !reason.empty()) {
         rep.problem(reason);
@@ -75,7 +75,7 @@ void add_categories(command_line& program, invocation& request) {
              dp::fixed_paths::event_categories.str() +
              ",\nwhich another component writes. An empty table is not a failure.\n",
          .examples = {"dpctl categories", "dpctl categories --json"}});
-    command.on_selected([&request] { request.run = [](report& rep) { run(rep); }; });
+    command.on_selected([&request] { request.run = [](report& rep) { run_categories(rep); }; });
 }
 
 }  // namespace dpctl

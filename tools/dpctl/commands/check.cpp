@@ -73,7 +73,8 @@ void gather_later_changes(session& service, const std::string& collection,
     gather(service, collection, found);
 }
 
-void run(const file_names& files, const std::string& collection, unsigned seconds, report& rep) {
+void run_check(const file_names& files, const std::string& collection, unsigned seconds,
+               report& rep) {
     session service(files, rep);
     catalog names(service);
     if (find_collection(names, service, collection, rep) == nullptr) {
@@ -142,7 +143,7 @@ void add_check(command_line& program, invocation& request) {
     add_file_options(command, request);
     command.on_selected([&request, collection, seconds] {
         request.run = [&request, collection, seconds](report& rep) {
-            run(request.files, *collection, *seconds, rep);
+            run_check(request.files, *collection, *seconds, rep);
         };
     });
 }

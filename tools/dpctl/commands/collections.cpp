@@ -14,7 +14,7 @@ namespace {
 using dp_support::command_line;
 using dp_support::json_value;
 
-void run(const file_names& files, report& rep) {
+void run_collections(const file_names& files, report& rep) {
     session service(files, rep);
     const catalog names(service);
     if (!have_collections(names, service, rep)) {
@@ -59,8 +59,9 @@ void add_collections(command_line& program, invocation& request) {
              "of these change when the server restarts.\n",
          .examples = {"dpctl collections", "dpctl collections --json"}});
     add_file_options(command, request);
-    command.on_selected(
-        [&request] { request.run = [&request](report& rep) { run(request.files, rep); }; });
+    command.on_selected([&request] {
+        request.run = [&request](report& rep) { run_collections(request.files, rep); };
+    });
 }
 
 }  // namespace dpctl

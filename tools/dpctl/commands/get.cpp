@@ -13,8 +13,8 @@ namespace {
 using dp_support::command_line;
 using dp_support::json_value;
 
-void run(const file_names& files, const std::vector<std::string>& texts, values_of which,
-         report& rep) {
+void run_get(const file_names& files, const std::vector<std::string>& texts, values_of which,
+             report& rep) {
     session service(files, rep);
     catalog names(service);
     if (!have_collections(names, service, rep)) {
@@ -59,7 +59,7 @@ void add_get(command_line& program, invocation& request) {
     add_file_options(command, request);
     command.on_selected([&request, names, current] {
         request.run = [&request, names, current](report& rep) {
-            run(request.files, *names, *current ? values_of::current : values_of::pending, rep);
+            run_get(request.files, *names, *current ? values_of::current : values_of::pending, rep);
         };
     });
 }

@@ -64,7 +64,7 @@ void note_ignored_lines(const std::string& path, const change_list& content, rep
     }
 }
 
-void run(const history_options& options, report& rep) {
+void run_history(const history_options& options, report& rep) {
     // The service creates its history with the first change.
     const file_snapshot file =
         read_stable(options.file, dp_service::server_paths::history.str(), history_limit);
@@ -104,8 +104,9 @@ void add_history(command_line& program, invocation& request) {
                        {.least = 1, .greatest = UINT_MAX}, {.value_name = "NUMBER"});
     add_path_option(command, options->file, "Another history",
                     dp_service::server_paths::history.str());
-    command.on_selected(
-        [&request, options] { request.run = [options](report& rep) { run(*options, rep); }; });
+    command.on_selected([&request, options] {
+        request.run = [options](report& rep) { run_history(*options, rep); };
+    });
 }
 
 }  // namespace dpctl

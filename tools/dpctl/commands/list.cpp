@@ -23,7 +23,7 @@ std::string notes_on(const dp_attribute& attribute, const setting_values& values
     return text;
 }
 
-void run(const file_names& files, const std::string& collection, report& rep) {
+void run_list(const file_names& files, const std::string& collection, report& rep) {
     session service(files, rep);
     catalog names(service);
     const auto* const view = find_collection(names, service, collection, rep);
@@ -75,7 +75,9 @@ void add_list(command_line& program, invocation& request) {
     const auto collection = add_collection_argument(command);
     add_file_options(command, request);
     command.on_selected([&request, collection] {
-        request.run = [&request, collection](report& rep) { run(request.files, *collection, rep); };
+        request.run = [&request, collection](report& rep) {
+            run_list(request.files, *collection, rep);
+        };
     });
 }
 

@@ -140,7 +140,7 @@ void report_outcomes(const std::vector<reset_setting>& settings, const request_e
     }
 }
 
-void run(const file_names& files, const std::string& collection, report& rep) {
+void run_reset(const file_names& files, const std::string& collection, report& rep) {
     session service(files, rep);
     catalog names(service);
     const auto* const view = find_collection(names, service, collection, rep);
@@ -194,7 +194,9 @@ void add_reset(command_line& program, invocation& request) {
     const auto collection = add_collection_argument(command);
     add_file_options(command, request);
     command.on_selected([&request, collection] {
-        request.run = [&request, collection](report& rep) { run(request.files, *collection, rep); };
+        request.run = [&request, collection](report& rep) {
+            run_reset(request.files, *collection, rep);
+        };
     });
 }
 

@@ -146,7 +146,7 @@ void carry_out(session& service, std::vector<requested_change>& changes,
 }
 
 // The outcome of the change, for a person.
-std::string describe(const requested_change& requested, const file_names& files) {
+std::string describe_change(const requested_change& requested, const file_names& files) {
     const setting_change& change = requested.change;
     switch (requested.outcome) {
         case change_outcome::already:
@@ -217,7 +217,7 @@ void report_outcome(const requested_change& requested, const std::string& messag
     }
 }
 
-void run(const file_names& files, const std::vector<std::string>& assignments, report& rep) {
+void run_set(const file_names& files, const std::vector<std::string>& assignments, report& rep) {
     session service(files, rep);
     catalog names(service);
     if (!have_collections(names, service, rep)) {
@@ -246,7 +246,7 @@ void run(const file_names& files, const std::vector<std::string>& assignments, r
 
     auto& list = rep.document().set("settings", json_value::array());
     for (const auto& requested : changes) {
-        const std::string message = describe(requested, service.files());
+        const std::string message = describe_change(requested, service.files());
         list.push_back(to_json(requested, message));
         report_outcome(requested, message, rep);
     }
@@ -279,7 +279,7 @@ void add_set(command_line& program, invocation& request) {
     add_file_options(command, request);
     command.on_selected([&request, assignments] {
         request.run = [&request, assignments](report& rep) {
-            run(request.files, *assignments, rep);
+            run_set(request.files, *assignments, rep);
         };
     });
 }

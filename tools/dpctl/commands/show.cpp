@@ -17,14 +17,14 @@ namespace {
 using dp_support::command_line;
 using dp_support::json_value;
 
-void item(report& rep, const std::string& label, const std::string& text) {
-    constexpr std::size_t label_width = 17;
-    rep.line("  " + padded(label, label_width) + text);
+void show_item(report& rep, const std::string& label, const std::string& text) {
+    constexpr std::size_t label_width = 19;
+    rep.item(label_width, "  " + label, text);
 }
 
-void optional_item(report& rep, const std::string& label, const std::string& text) {
+void show_optional_item(report& rep, const std::string& label, const std::string& text) {
     if (!text.empty()) {
-        item(rep, label, text);
+        show_item(rep, label, text);
     }
 }
 
@@ -40,21 +40,21 @@ void show_choices(report& rep, const dp_attribute& attribute) {
         line += (line.empty() ? "" : ", ") + choice;
     }
     if (display_width(printable(line)) <= widest_line) {
-        optional_item(rep, "Possible values", line);
+        show_optional_item(rep, "Possible values", line);
         return;
     }
     for (std::size_t i = 0; i < choices.size(); ++i) {
-        item(rep, i == 0 ? "Possible values" : "", choices[i]);
+        show_item(rep, i == 0 ? "Possible values" : "", choices[i]);
     }
 }
 
 void show_restrictions(report& rep, const dp_attribute& attribute) {
     if (is_numeric(attribute)) {
-        item(rep, "Range", number_range(attribute));
-        item(rep, "Step", std::to_string(number_step(attribute)));
+        show_item(rep, "Range", number_range(attribute));
+        show_item(rep, "Step", std::to_string(number_step(attribute)));
     } else if (is_string(attribute)) {
-        item(rep, "Length", string_length(attribute));
-        optional_item(rep, "Pattern", attribute.reg);
+        show_item(rep, "Length", string_length(attribute));
+        show_optional_item(rep, "Pattern", attribute.reg);
     } else if (is_enumeration(attribute)) {
         show_choices(rep, attribute);
     }
@@ -64,23 +64,24 @@ void show_text(report& rep, const setting_ref& requested, const std::vector<sett
                const std::vector<setting_values>& values) {
     const dp_attribute& attribute = *requested.attribute;
     rep.line(requested.name());
-    item(rep, "Type", type_name(attribute));
-    optional_item(rep, "Description", attribute.dsc);
-    optional_item(rep, "Help", attribute.fds);
-    optional_item(rep, "Group", attribute.grp);
+    show_item(rep, "Type", type_name(attribute));
+    show_optional_item(rep, "Description", attribute.dsc);
+    show_optional_item(rep, "Help", attribute.fds);
+    show_optional_item(rep, "Group", attribute.grp);
     show_restrictions(rep, attribute);
-    item(rep, "Default",
-         is_removed_by_default(attribute) ? "no value" : value_text({true, false, attribute.dft}));
+    show_item(
+        rep, "Default",
+        is_removed_by_default(attribute) ? "no value" : value_text({true, false, attribute.dft}));
     for (std::size_t i = 0; i < settings.size(); ++i) {
         if (settings[i].instance != requested.instance) {
             rep.line("  Instance " + settings[i].instance);
         }
-        item(rep, "Pending", value_text(values[i].pending));
-        item(rep, "Current",
-             value_text(values[i].current) +
-                 (values[i].waits_for_restart ? " (until the server restarts)" : ""));
+        show_item(rep, "Pending", value_text(values[i].pending));
+        show_item(rep, "Current",
+                  value_text(values[i].current) +
+                      (values[i].waits_for_restart ? " (until the server restarts)" : ""));
     }
-    item(rep, "Read-only", is_read_only(attribute) ? "yes" : "no");
+    show_item(rep, "Read-only", is_read_only(attribute) ? "yes" : "no");
 }
 
 json_value to_json(const setting_ref& requested, const std::vector<setting_ref>& settings,
@@ -116,7 +117,7 @@ json_value to_json(const setting_ref& requested, const std::vector<setting_ref>&
     return result;
 }
 
-void run(const file_names& files, const std::vector<std::string>& texts, report& rep) {
+void run_show(const file_names& files, const std::vector<std::string>& texts, report& rep) {
     session service(files, rep);
     catalog names(service);
     if (!have_collections(names, service, rep)) {
@@ -154,7 +155,7 @@ void add_show(command_line& program, invocation& request) {
     const auto names = add_name_arguments(command);
     add_file_options(command, request);
     command.on_selected([&request, names] {
-        request.run = [&request, names](report& rep) { run(request.files, *names, rep); };
+        request.run = [&request, names](report& rep) { run_show(request.files, *names, rep); };
     });
 }
 

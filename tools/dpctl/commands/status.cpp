@@ -57,11 +57,6 @@ std::string lines(std::size_t count) {
     return std::to_string(count) + (count == 1 ? " line" : " lines");
 }
 
-void item(report& rep, std::string_view label, const std::string& text) {
-    constexpr std::size_t label_width = 13;
-    rep.line(padded(label, label_width) + text);
-}
-
 void show_failures(const transaction_state& state, report& rep) {
     if (!state.failed.empty()) {
         rep.line("");
@@ -78,15 +73,16 @@ void show_failures(const transaction_state& state, report& rep) {
 }
 
 void show_transaction(const file_snapshot& file, const transaction_state& state, report& rep) {
-    item(rep, "Transaction", state.name.empty() ? "\"\"" : state.name);
-    item(rep, "Progress", describe_progress(state));
+    constexpr std::size_t label_width = 13;
+    rep.item(label_width, "Transaction", state.name.empty() ? "\"\"" : state.name);
+    rep.item(label_width, "Progress", describe_progress(state));
     for (const auto& message : state.messages) {
-        item(rep, "Message", message);
+        rep.item(label_width, "Message", message);
     }
     if (state.outfile) {
-        item(rep, "Answer", *state.outfile);
+        rep.item(label_width, "Answer", *state.outfile);
     }
-    item(rep, "Written", date_and_time(time_of_write(file.version)));
+    rep.item(label_width, "Written", date_and_time(time_of_write(file.version)));
     show_failures(state, rep);
 }
 
@@ -239,7 +235,7 @@ class status_watch {
     std::string absence_;
 };
 
-void run(const status_options& options, report& rep) {
+void run_status(const status_options& options, report& rep) {
     if (options.follow) {
         status_watch(file_of(options), rep).run();
     } else {
@@ -265,8 +261,9 @@ void add_status(command_line& program, invocation& request) {
     command.add_flag("--follow", options->follow, "Continue and show each change");
     add_path_option(command, options->file, "Another status file",
                     dp_service::server_paths::process_status.str());
-    command.on_selected(
-        [&request, options] { request.run = [options](report& rep) { run(*options, rep); }; });
+    command.on_selected([&request, options] {
+        request.run = [options](report& rep) { run_status(*options, rep); };
+    });
 }
 
 }  // namespace dpctl

@@ -16,10 +16,7 @@ namespace {
 using dp_support::command_line;
 using dp_support::json_value;
 
-void item(report& rep, std::string_view label, const std::string& text) {
-    constexpr std::size_t label_width = 14;
-    rep.line("  " + padded(label, label_width) + text);
-}
+constexpr std::size_t label_width = 16;
 
 std::string hexadecimal(std::uint32_t flag) {
     std::array<char, 16> text{};
@@ -29,16 +26,17 @@ std::string hexadecimal(std::uint32_t flag) {
 
 void show(const std::string& command, const vetting& result, report& rep) {
     if (!result.examined.empty() && result.examined != command) {
-        item(rep, "Examined", in_quotes(result.examined));
+        rep.item(label_width, "  Examined", in_quotes(result.examined));
     }
     for (std::size_t i = 0; i < result.parameters.size(); ++i) {
-        item(rep, "Parameter " + std::to_string(i), in_quotes(result.parameters[i]));
+        rep.item(label_width, "  Parameter " + std::to_string(i), in_quotes(result.parameters[i]));
     }
     for (const auto& redirection : result.redirections) {
-        item(rep, "Redirection", describe(redirection));
+        rep.item(label_width, "  Redirection", describe(redirection));
     }
     if (result.accepted) {
-        item(rep, "Flag", hexadecimal(result.flag) + ": " + describe_flag(result.flag));
+        rep.item(label_width, "  Flag",
+                 hexadecimal(result.flag) + ": " + describe_flag(result.flag));
     }
 }
 
@@ -58,7 +56,7 @@ void fill(const std::string& command, const vetting& result, json_value& documen
     document.set("reason", result.accepted ? json_value() : json_value(result.reason));
 }
 
-void run(const std::string& command, report& rep) {
+void run_vet(const std::string& command, report& rep) {
     const vetting result = vet(command);
     fill(command, result, rep.document());
     if (!result.accepted) {
@@ -92,7 +90,7 @@ void add_vet(command_line& program, invocation& request) {
     command.add_option("COMMAND_LINE", *text, "The command line, as one argument",
                        {.required = true});
     command.on_selected(
-        [&request, text] { request.run = [text](report& rep) { run(*text, rep); }; });
+        [&request, text] { request.run = [text](report& rep) { run_vet(*text, rep); }; });
 }
 
 }  // namespace dpctl

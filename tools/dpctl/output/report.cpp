@@ -19,6 +19,10 @@ void report::line(std::string_view text) {
     }
 }
 
+void report::item(std::size_t label_width, std::string_view label, std::string_view text) {
+    line(padded(label, label_width) + std::string(text));
+}
+
 void report::show(const table& rows) {
     if (!as_json_) {
         rows.write(out_);

@@ -1,6 +1,7 @@
 #ifndef DP_TOOLS_DPCTL_OUTPUT_REPORT_HPP
 #define DP_TOOLS_DPCTL_OUTPUT_REPORT_HPP
 
+#include <cstddef>
 #include <iosfwd>
 #include <string>
 #include <string_view>
@@ -29,6 +30,8 @@ class report {
 
     /// A line, or a table, of the result; nothing if `as_json`.
     void line(std::string_view text);
+    /// A line of a label, filled with spaces up to a width in columns, and a text.
+    void item(std::size_t label_width, std::string_view label, std::string_view text);
     void show(const table& rows);
 
     /// Declares that the result is a sequence of `event`s instead of a document.

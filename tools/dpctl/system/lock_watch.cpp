@@ -15,7 +15,7 @@ using std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds probe_pause(10);
 constexpr std::chrono::milliseconds watch_pause(50);
-constexpr std::chrono::milliseconds until_notice(500);
+constexpr std::chrono::milliseconds until_lock_notice(500);
 
 dp_support::file_descriptor open_probe(const std::string& path) {
     return dp_support::file_descriptor(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
@@ -57,7 +57,7 @@ std::string writer_of(const std::string& path) {
 
 std::string wait_for_writers(const std::vector<std::string>& files, steady_clock::time_point end,
                              const std::function<void(const std::string&)>& notify) {
-    auto notice = steady_clock::now() + until_notice;
+    auto notice = steady_clock::now() + until_lock_notice;
     for (const auto& file : files) {
         for (std::string writer = writer_of(file); !writer.empty(); writer = writer_of(file)) {
             const auto now = steady_clock::now();
