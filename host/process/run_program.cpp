@@ -17,7 +17,7 @@ namespace dp_host {
 namespace {
 
 constexpr std::uint32_t timeout_ms = 30'000;
-constexpr std::uint32_t pause_ms = 5;
+constexpr std::uint32_t exit_poll_ms = 5;
 
 // Signal handling and standard descriptors of a program that a shell would start.
 class spawn_setup {
@@ -89,7 +89,7 @@ dp_support::result<> run_program(const std::string& path,
         return dp_support::system_failure("run", path, error);
     }
     int status = 0;
-    for (std::uint32_t waited = 0; waited < timeout_ms; waited += pause_ms) {
+    for (std::uint32_t waited = 0; waited < timeout_ms; waited += exit_poll_ms) {
         const pid_t ended = waitpid(child, &status, WNOHANG);
         if (ended == child) {
             return outcome(path, status);
@@ -101,7 +101,7 @@ dp_support::result<> run_program(const std::string& path,
             end(child);
             return dp_support::failure{path + " was killed, because the service stops", EINTR};
         }
-        sysipc::thread::sleep(pause_ms);
+        sysipc::thread::sleep(exit_poll_ms);
     }
     end(child);
     return dp_support::failure{path + " took too long and was killed", ETIMEDOUT};

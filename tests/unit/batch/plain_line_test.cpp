@@ -14,7 +14,7 @@
 namespace {
 
 using namespace std::string_literals;
-using texts = std::array<std::string, 7>;
+using line_texts = std::array<std::string, 7>;
 
 // A text with a newline and readable padding after it, as the line reader buffers it. The padding
 // looks like more of the line, so that the tests notice a scan that goes too far.
@@ -34,7 +34,7 @@ class padded_text {
 };
 
 // Splits a line and the newline after it.
-bool split(const std::string& line, texts& parts) {
+bool split(const std::string& line, line_texts& parts) {
     const padded_text padded(line + '\n');
     dp::plain_line plain;
     if (!plain.split(padded.text())) {
@@ -48,12 +48,12 @@ bool split(const std::string& line, texts& parts) {
 }
 
 bool is_plain(const std::string& text) {
-    texts parts;
+    line_texts parts;
     return split(text, parts);
 }
 
 // Extracts the parts of a line with a line_scanner. Returns false when more than a word follows.
-bool take(const std::string& text, texts& parts) {
+bool take(const std::string& text, line_texts& parts) {
     const std::string ended = text + '\n';
     dp::line_scanner line(std::string_view(ended).substr(0, text.size()));
     for (std::size_t i = 0; i < 5; ++i) {
@@ -79,10 +79,10 @@ TEST(plain_line, has_the_parts_of_a_written_entry) {
         entry.value_out = value + "\t\xFF"s;
         std::ostringstream text;
         text << entry;
-        texts parts;
+        line_texts parts;
         ASSERT_TRUE(split(text.str(), parts)) << text.str();
-        EXPECT_EQ(parts, (texts{entry.status, entry.detail, entry.tid, entry.operation,
-                                entry.name.get_name(), entry.value_in, entry.value_out}));
+        EXPECT_EQ(parts, (line_texts{entry.status, entry.detail, entry.tid, entry.operation,
+                                     entry.name.get_name(), entry.value_in, entry.value_out}));
     }
 }
 
@@ -150,12 +150,12 @@ TEST(plain_line, has_the_parts_that_line_scanner_extracts) {
             text.insert(random() % 3 == 0 ? random() % (text.size() + 1) : text.size(),
                         pieces[random() % pieces.size()]);
         }
-        texts parts;
+        line_texts parts;
         if (!split(text, parts)) {
             continue;
         }
         ++plain;
-        texts expected;
+        line_texts expected;
         ASSERT_TRUE(take(text, expected)) << text;
         ASSERT_EQ(parts, expected) << text;
     }
@@ -164,8 +164,8 @@ TEST(plain_line, has_the_parts_that_line_scanner_extracts) {
 
 TEST(plain_line, may_have_parts_of_any_size) {
     const std::string word(100'000, 'w');
-    texts parts;
+    line_texts parts;
     ASSERT_TRUE(
         split("0 0 " + word + " set " + word + " \"" + word + "\" \"" + word + "\"", parts));
-    EXPECT_EQ(parts, (texts{"0", "0", word, "set", word, word, word}));
+    EXPECT_EQ(parts, (line_texts{"0", "0", word, "set", word, word, word}));
 }

@@ -7,18 +7,18 @@
 
 namespace {
 
-struct parts {
+struct name_parts {
     std::string configuration;
     std::string setting;
     std::string instance;
-    bool operator==(const parts&) const = default;
+    bool operator==(const name_parts&) const = default;
 };
 
-void PrintTo(const parts& p, std::ostream* os) {
+void PrintTo(const name_parts& p, std::ostream* os) {
     *os << '(' << p.configuration << '|' << p.setting << '|' << p.instance << ')';
 }
 
-parts parsed(const std::string& text) {
+name_parts parts_of(const std::string& text) {
     dp::qualified_setting_name name;
     name.configuration = name.setting = name.instance = "old";
     name.parse(text);
@@ -28,38 +28,39 @@ parts parsed(const std::string& text) {
 }  // namespace
 
 TEST(qualified_setting_name, splits_at_the_first_and_the_last_dot) {
-    EXPECT_EQ(parsed("BIOS.BootMode"), (parts{"BIOS", "BootMode", ""}));
-    EXPECT_EQ(parsed("BIOS.BootMode.3"), (parts{"BIOS", "BootMode", "3"}));
-    EXPECT_EQ(parsed("BIOS.Boot.Mode.3"), (parts{"BIOS", "Boot.Mode", "3"}));
-    EXPECT_EQ(parsed("a.b.c.d.e"), (parts{"a", "b.c.d", "e"}));
+    EXPECT_EQ(parts_of("BIOS.BootMode"), (name_parts{"BIOS", "BootMode", ""}));
+    EXPECT_EQ(parts_of("BIOS.BootMode.3"), (name_parts{"BIOS", "BootMode", "3"}));
+    EXPECT_EQ(parts_of("BIOS.Boot.Mode.3"), (name_parts{"BIOS", "Boot.Mode", "3"}));
+    EXPECT_EQ(parts_of("a.b.c.d.e"), (name_parts{"a", "b.c.d", "e"}));
 }
 
 TEST(qualified_setting_name, has_the_configuration_err_without_a_dot) {
-    EXPECT_EQ(parsed("BootMode"), (parts{"err", "BootMode", ""}));
-    EXPECT_EQ(parsed(""), (parts{"err", "invalid_setting", ""}));
-    EXPECT_EQ(parsed(" "), (parts{"err", " ", ""}));
+    EXPECT_EQ(parts_of("BootMode"), (name_parts{"err", "BootMode", ""}));
+    EXPECT_EQ(parts_of(""), (name_parts{"err", "invalid_setting", ""}));
+    EXPECT_EQ(parts_of(" "), (name_parts{"err", " ", ""}));
 }
 
 TEST(qualified_setting_name, keeps_empty_parts) {
-    EXPECT_EQ(parsed("A."), (parts{"A", "", ""}));
-    EXPECT_EQ(parsed(".B"), (parts{"", "B", ""}));
-    EXPECT_EQ(parsed("A..3"), (parts{"A", "", "3"}));
-    EXPECT_EQ(parsed("A.B."), (parts{"A", "B", ""}));
+    EXPECT_EQ(parts_of("A."), (name_parts{"A", "", ""}));
+    EXPECT_EQ(parts_of(".B"), (name_parts{"", "B", ""}));
+    EXPECT_EQ(parts_of("A..3"), (name_parts{"A", "", "3"}));
+    EXPECT_EQ(parts_of("A.B."), (name_parts{"A", "B", ""}));
 }
 
 TEST(qualified_setting_name, splits_names_of_dots_only) {
-    EXPECT_EQ(parsed("."), (parts{"", "", ""}));
-    EXPECT_EQ(parsed(".."), (parts{"", "", ""}));
-    EXPECT_EQ(parsed("..."), (parts{"", ".", ""}));
-    EXPECT_EQ(parsed(std::string(1'000'000, '.')), (parts{"", std::string(999'998, '.'), ""}));
+    EXPECT_EQ(parts_of("."), (name_parts{"", "", ""}));
+    EXPECT_EQ(parts_of(".."), (name_parts{"", "", ""}));
+    EXPECT_EQ(parts_of("..."), (name_parts{"", ".", ""}));
+    EXPECT_EQ(parts_of(std::string(1'000'000, '.')),
+              (name_parts{"", std::string(999'998, '.'), ""}));
 }
 
 TEST(qualified_setting_name, accepts_any_bytes_in_its_parts) {
-    EXPECT_EQ(parsed("A.B.x y"), (parts{"A", "B", "x y"}));
+    EXPECT_EQ(parts_of("A.B.x y"), (name_parts{"A", "B", "x y"}));
     const std::string bytes("\0.\xFF.\n", 5);
-    EXPECT_EQ(parsed(bytes), (parts{std::string("\0", 1), "\xFF", "\n"}));
+    EXPECT_EQ(parts_of(bytes), (name_parts{std::string("\0", 1), "\xFF", "\n"}));
     const std::string long_word(1'000'000, 'x');
-    EXPECT_EQ(parsed(long_word), (parts{"err", long_word, ""}));
+    EXPECT_EQ(parts_of(long_word), (name_parts{"err", long_word, ""}));
 }
 
 TEST(qualified_setting_name, joins_its_parts) {
@@ -82,7 +83,8 @@ TEST(qualified_setting_name, may_be_parsed_from_its_own_parts) {
             dp::qualified_setting_name name{"old", "old", "old"};
             name.*own = text;
             name.parse(name.*own);
-            EXPECT_EQ((parts{name.configuration, name.setting, name.instance}), parsed(text));
+            EXPECT_EQ((name_parts{name.configuration, name.setting, name.instance}),
+                      parts_of(text));
         }
     }
 }

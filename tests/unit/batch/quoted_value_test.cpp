@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::string_literals;
 
-std::string read(const std::string& text) {
+std::string quoted(const std::string& text) {
     std::stringstream in(text);
     return dp::parse_quoted_escaped_str(in);
 }
@@ -18,43 +18,43 @@ std::string read(const std::string& text) {
 }  // namespace
 
 TEST(parse_quoted_escaped_str, reads_the_text_between_the_quotes) {
-    EXPECT_EQ(read(R"("abc")"), "abc");
-    EXPECT_EQ(read(R"("a b	c")"), "a b\tc");
-    EXPECT_EQ(read(R"("")"), "");
-    EXPECT_EQ(read("\"a\0\n\xFF\""s), "a\0\n\xFF"s);
+    EXPECT_EQ(quoted(R"("abc")"), "abc");
+    EXPECT_EQ(quoted(R"("a b	c")"), "a b\tc");
+    EXPECT_EQ(quoted(R"("")"), "");
+    EXPECT_EQ(quoted("\"a\0\n\xFF\""s), "a\0\n\xFF"s);
 }
 
 TEST(parse_quoted_escaped_str, skips_the_text_before_the_opening_quote) {
-    EXPECT_EQ(read(R"(  "a\"b" )"), R"(a"b)");
-    EXPECT_EQ(read(R"(stray "abc")"), "abc");
-    EXPECT_EQ(read("\n\t\"abc\""), "abc");
+    EXPECT_EQ(quoted(R"(  "a\"b" )"), R"(a"b)");
+    EXPECT_EQ(quoted(R"(stray "abc")"), "abc");
+    EXPECT_EQ(quoted("\n\t\"abc\""), "abc");
 }
 
 TEST(parse_quoted_escaped_str, keeps_the_character_after_a_backslash) {
-    EXPECT_EQ(read(R"("\"\\\n\x")"), R"("\nx)");
-    EXPECT_EQ(read(R"("a\\")"), R"(a\)");
-    EXPECT_EQ(read(R"("\\\"")"), R"(\")");
+    EXPECT_EQ(quoted(R"("\"\\\n\x")"), R"("\nx)");
+    EXPECT_EQ(quoted(R"("a\\")"), R"(a\)");
+    EXPECT_EQ(quoted(R"("\\\"")"), R"(\")");
 }
 
 TEST(parse_quoted_escaped_str, skips_an_escaped_character_before_the_opening_quote) {
-    EXPECT_EQ(read(R"(\"abc")"), "") << "the second quote opens a value that never ends";
-    EXPECT_EQ(read(R"(\"abc"def")"), "def");
-    EXPECT_EQ(read(R"(\\"abc")"), "abc");
-    EXPECT_EQ(read(R"(\x"abc")"), "abc");
+    EXPECT_EQ(quoted(R"(\"abc")"), "") << "the second quote opens a value that never ends";
+    EXPECT_EQ(quoted(R"(\"abc"def")"), "def");
+    EXPECT_EQ(quoted(R"(\\"abc")"), "abc");
+    EXPECT_EQ(quoted(R"(\x"abc")"), "abc");
 }
 
 TEST(parse_quoted_escaped_str, ends_an_unterminated_value_with_the_input) {
-    EXPECT_EQ(read(R"(x"abc)"), "abc");
-    EXPECT_EQ(read(R"(")"), "");
-    EXPECT_EQ(read(R"("abc\)"), "abc");
-    EXPECT_EQ(read(R"("abc\")"), R"(abc")");
+    EXPECT_EQ(quoted(R"(x"abc)"), "abc");
+    EXPECT_EQ(quoted(R"(")"), "");
+    EXPECT_EQ(quoted(R"("abc\)"), "abc");
+    EXPECT_EQ(quoted(R"("abc\")"), R"(abc")");
 }
 
 TEST(parse_quoted_escaped_str, is_empty_without_a_quote) {
-    EXPECT_EQ(read(""), "");
-    EXPECT_EQ(read("abc"), "");
-    EXPECT_EQ(read("\\"), "");
-    EXPECT_EQ(read(R"(\")"), "");
+    EXPECT_EQ(quoted(""), "");
+    EXPECT_EQ(quoted("abc"), "");
+    EXPECT_EQ(quoted("\\"), "");
+    EXPECT_EQ(quoted(R"(\")"), "");
 }
 
 TEST(parse_quoted_escaped_str, consumes_nothing_after_its_value) {
@@ -87,10 +87,10 @@ TEST(parse_quoted_escaped_str, reads_nothing_from_a_stream_that_failed_or_ended)
 
 TEST(parse_quoted_escaped_str, reads_values_of_any_size) {
     const std::string text(1'000'000, 'x');
-    EXPECT_EQ(read('"' + text + '"'), text);
+    EXPECT_EQ(quoted('"' + text + '"'), text);
     std::string escaped;
     for (int i = 0; i < 500'000; ++i) {
         escaped += "\\\"";
     }
-    EXPECT_EQ(read('"' + escaped + '"'), std::string(500'000, '"'));
+    EXPECT_EQ(quoted('"' + escaped + '"'), std::string(500'000, '"'));
 }

@@ -394,7 +394,7 @@ TEST(read_settings, ends_the_last_record_at_the_end_of_the_file) {
     // Bytes of the previous window remain after the file's last bytes and must not be parsed.
     std::string bytes;
     while (bytes.size() < 3 * 65'536) {
-        bytes += item("id", "A") + item("cfgname", "B") + "\xA7";
+        bytes += item("id", std::string(200, 'A')) + item("cfgname", "B") + "\xA7";
     }
     for (const char* last : {"i", "id", "id:", "id:C", "cfgname", "cfgname:", "cfgname:D", "min"}) {
         for (std::size_t shift = 0; shift < 9; ++shift) {
