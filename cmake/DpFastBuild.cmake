@@ -1,6 +1,6 @@
-# What makes a build for tests fast: precompiled headers, and sources of tests that are compiled
-# several as one. Everything else is always compiled one source at a time, so that the tests run the
-# code that is shipped. Packages are built without any of it.
+# What makes a build for tests fast: precompiled headers, and sources that are compiled several as
+# one. The library itself is always compiled one source at a time, so that the tests run the code that
+# is shipped. Packages, and what clang-tidy checks, are built without any of it.
 
 # The standard headers that most sources include. Not <iostream>, which would initialise the standard
 # streams in every source.
@@ -33,11 +33,12 @@ function(dp_precompile_headers target)
   endif()
 endfunction()
 
-# dp_compile_together(TARGET): compiles the target's sources ten as one, which reads their headers
-# and instantiates their templates once.
+# dp_compile_together(TARGET): compiles the target's sources as one, which reads their headers
+# and instantiates their templates once. Names in the unnamed namespaces of a target's sources must
+# therefore differ.
 function(dp_compile_together target)
   if(DP_FAST_BUILD)
-    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 10)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0)
     # GCC takes the files for headers there, in which an unnamed namespace would be a mistake.
     target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
   endif()

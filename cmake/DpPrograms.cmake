@@ -22,5 +22,6 @@ function(dp_program_library name)
   # One source of its own, with the headers of a large library, gains nothing.
   if(ARGC GREATER 2)
     dp_use_precompiled_headers(${name})
+    dp_compile_together(${name})
   endif()
 endfunction()
