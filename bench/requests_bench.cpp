@@ -56,10 +56,7 @@ void write_durably(std::uintmax_t size) {
 }
 
 void measure(unsigned count) {
-    std::vector<template_info> infos;
-    for (unsigned i = 0; i < count; ++i) {
-        infos.push_back(test::number("Boot", "Attribute" + std::to_string(i), "0", 0, 65535, 1));
-    }
+    const auto infos = test::numbers("Boot", count);
     test::service_process server;
     test::service_process::install(infos, "B1");
     bench::require(server.start(), "the settings service did not start");

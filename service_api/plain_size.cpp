@@ -2,13 +2,13 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 
 #include "common/io_loops.hpp"
+#include "support/file_descriptor.hpp"
 
 namespace dp_service {
 namespace {
@@ -18,16 +18,16 @@ constexpr std::size_t header_size = 8;
 }  // namespace
 
 std::optional<std::uint64_t> plain_size(const std::string& path) {
-    const int file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (file == -1) {
+    const dp_support::file_descriptor file(
+        open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!file.is_open()) {
         return std::nullopt;
     }
     struct stat info {};
-    const bool is_regular = fstat(file, &info) == 0 && S_ISREG(info.st_mode);
+    const bool is_regular = fstat(file.get(), &info) == 0 && S_ISREG(info.st_mode);
     // An image begins with its compressed and its original size, 32 bits each, little-endian.
     std::array<unsigned char, header_size> start{};
-    const ssize_t got = is_regular ? dp::read_some(file, start.data(), start.size()) : -1;
-    close(file);
+    const ssize_t got = is_regular ? dp::read_some(file.get(), start.data(), start.size()) : -1;
     if (got < 0) {
         return std::nullopt;
     }

@@ -40,6 +40,15 @@ inline template_info number(std::string cfg, std::string id, std::string dft, st
     return info;
 }
 
+/// `count` numbers named Attribute0, Attribute1, ..., whose default is 0.
+inline std::vector<template_info> numbers(const std::string& cfg, unsigned count) {
+    std::vector<template_info> infos;
+    for (unsigned i = 0; i < count; ++i) {
+        infos.push_back(number(cfg, "Attribute" + std::to_string(i), "0", 0, 65535, 1));
+    }
+    return infos;
+}
+
 inline template_info text(std::string cfg, std::string id, std::string dft, std::uint32_t minc,
                           std::uint32_t maxc, std::string reg) {
     auto info = attribute_of_type(std::move(cfg), std::move(id), template_info::type_string,

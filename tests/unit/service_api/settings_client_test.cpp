@@ -179,10 +179,26 @@ TEST_F(settings_client_test, a_refused_request_has_the_reason) {
     EXPECT_EQ(answer.reason, "changed");
 }
 
-TEST_F(settings_client_test, a_request_that_is_cancelled_before_its_turn_is_withdrawn) {
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    ASSERT_EQ(write(ends[1], "x", 1), 1);
+// A pipe that cancels the request when it becomes readable.
+class settings_client_cancel : public settings_client_test {
+  protected:
+    void SetUp() override {
+        settings_client_test::SetUp();
+        ASSERT_EQ(pipe(ends_), 0);
+        settings.cancel_descriptor = ends_[0];
+    }
+    void TearDown() override {
+        close(ends_[0]);
+        close(ends_[1]);
+    }
+    void cancel() { EXPECT_EQ(write(ends_[1], "x", 1), 1); }
+
+  private:
+    int ends_[2];
+};
+
+TEST_F(settings_client_cancel, before_its_turn_withdraws_the_request) {
+    cancel();
     std::string after;
     client::result answer;
     {
@@ -190,34 +206,26 @@ TEST_F(settings_client_test, a_request_that_is_cancelled_before_its_turn_is_with
             peer.read_line();
             after = peer.read_line();
         });
-        settings.cancel_descriptor = ends[0];
         answer = settings.restart();
     }
     EXPECT_EQ(answer.state, states::withdrawn);
     EXPECT_EQ(after, "");
-    close(ends[0]);
-    close(ends[1]);
 }
 
-TEST_F(settings_client_test, a_request_that_is_cancelled_at_its_turn_is_withdrawn) {
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
+TEST_F(settings_client_cancel, at_its_turn_withdraws_the_request) {
     std::string after = "nothing";
     client::result answer;
     {
         const fake_request_service service([&](service_end& peer) {
             peer.read_line();
-            EXPECT_EQ(write(ends[1], "x", 1), 1);
+            cancel();
             peer.send("ready\n");
             after = peer.read_line();
         });
-        settings.cancel_descriptor = ends[0];
         answer = settings.restart();
     }
     EXPECT_EQ(answer.state, states::withdrawn);
     EXPECT_EQ(after, "");
-    close(ends[0]);
-    close(ends[1]);
 }
 
 TEST_F(settings_client_test, a_request_that_waits_for_too_long_is_withdrawn) {

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "settings/setting.hpp"
+#include "tests/support/counting_buffer.hpp"
 #include "tests/support/cpu_time.hpp"
 
 using setting_cache = class dp::setting::cache;
@@ -98,18 +99,6 @@ bool same(setting_cache& cache, const plain_cache& plain) {
     return size == 0 || (same(cache.front(), plain.entries.front()) &&
                          same(unchanged.back(), plain.entries.back()));
 }
-
-// Counts flushes.
-class counting_buffer final : public std::stringbuf {
-  public:
-    int flushes = 0;
-
-  protected:
-    int sync() override {
-        ++flushes;
-        return std::stringbuf::sync();
-    }
-};
 
 // Calls of getrandom, and how many of them could block.
 int random_requests = 0;
@@ -469,7 +458,7 @@ TEST(setting_cache, flushes_after_each_newline) {
     set(cache, 1, "one");
     set(cache, 2, "two");
     set(cache, 0xFFFFFFFE, "single");
-    counting_buffer buffer;
+    test::counting_buffer buffer;
     std::ostream os(&buffer);
     os << cache;
     EXPECT_EQ(buffer.flushes, 2);

@@ -12,6 +12,7 @@
 
 #include "settings/instance_number.hpp"
 #include "settings/plugin_list.hpp"
+#include "tests/support/counting_buffer.hpp"
 #include "tests/support/settings_model.hpp"
 #include "transactions/transaction_command.hpp"
 
@@ -373,21 +374,11 @@ TEST_F(setting_transaction, writes_each_command_terse_or_padded_on_its_own_line)
 }
 
 TEST_F(setting_transaction, flushes_after_each_line) {
-    class counting_buffer final : public std::stringbuf {
-      public:
-        int flushes = 0;
-
-      protected:
-        int sync() override {
-            ++flushes;
-            return 0;
-        }
-    };
     for (int i = 0; i < 3; ++i) {
         add(dp::op_get, &of_a);
     }
     for (const bool terse : {true, false}) {
-        counting_buffer buffer;
+        test::counting_buffer buffer;
         std::ostream os(&buffer);
         trans.write_batch_commands(os, terse);
         EXPECT_EQ(buffer.flushes, 3);
