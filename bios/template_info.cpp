@@ -293,7 +293,7 @@ class record_splitter {
             in_.read(window_.get() + end_, static_cast<std::streamsize>(window_size - end_));
             end_ += static_cast<std::size_t>(in_.gcount());
         }
-        window_[end_] = template_info::record_end;
+        std::memset(window_.get() + end_, template_info::record_end, record_padding);
     }
 
     std::istream& in_;

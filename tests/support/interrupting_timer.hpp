@@ -21,6 +21,9 @@ class interrupting_timer {
     ~interrupting_timer() {
         const itimerval off{};
         setitimer(ITIMER_REAL, &off, nullptr);
+        // Discards a signal that is still pending, which the previous action might end the process
+        // for.
+        static_cast<void>(std::signal(SIGALRM, SIG_IGN));
         sigaction(SIGALRM, &previous_, nullptr);
     }
     interrupting_timer(const interrupting_timer&) = delete;

@@ -8,6 +8,7 @@ program=$1
 shift
 scratch=$(realpath "$(mktemp -d)")
 trap 'rm -rf "$scratch"' EXIT
+chmod 755 "$scratch" # Tests act as other users too.
 # With these variables the program does not start itself again in a scratch folder, where valgrind
 # would not follow it.
 DP_SCRATCH_PROCESS=1 DP_ROOT=$scratch \
