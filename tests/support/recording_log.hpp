@@ -2,6 +2,7 @@
 #define DP_TESTS_SUPPORT_RECORDING_LOG_HPP
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -30,12 +31,16 @@ class recording_log final : public sysipc::event_log::streams {
 
     void append(const std::string& level, const std::string& text) override {
         lines.push_back({level, text});
+        if (on_line) {
+            on_line(lines.back());
+        }
     }
     [[nodiscard]] std::uint32_t mask() const override { return mask_value; }
     [[nodiscard]] std::int32_t file() const override { return file_value; }
     [[nodiscard]] std::uint32_t level() const override { return level_value; }
 
     std::vector<line> lines;
+    std::function<void(const line&)> on_line;  ///< called with each line, after it was recorded
     std::uint32_t mask_value;
     std::int32_t file_value = 0;
     std::uint32_t level_value = 0;

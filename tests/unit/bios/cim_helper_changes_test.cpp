@@ -15,6 +15,7 @@
 
 #include "bios/cim_helper.hpp"
 #include "common/log.hpp"
+#include "tests/support/closed_standard_input.hpp"
 #include "tests/support/template_records.hpp"
 #include "tests/unit/bios/bios_service.hpp"
 
@@ -259,6 +260,26 @@ TEST_F(cim_helper_changes, logs_nothing_for_a_missing_result_file) {
     EXPECT_EQ(log.lines, lines{});
 }
 
+TEST_F(cim_helper_changes, fails_when_the_answer_vanishes_before_it_is_opened) {
+    write_aged(settings_file, setting("Main.A", "old"), 100);
+    EXPECT_EQ(value_now("Main.A"), "old");
+    // Of the same age: only a read that is forced sees it.
+    write_aged(settings_file, setting("Main.A", "new"), 100);
+    answer(outcome("0", "100") + outcome("0", "101"));
+    test::recording_log log;
+    log.on_line = [this](const test::recording_log::line& line) {
+        if (line.text == " wait_for_file: found " + result_file) {
+            std::filesystem::remove(result_file);
+        }
+    };
+    std::vector<dp_transaction> trans(2, request(2, "Main.A", "1"));
+    EXPECT_EQ(helper.set_bios_attribute_value(trans.data(), 2), -1);
+    EXPECT_THAT(statuses(trans), ElementsAre(255, 255));
+    EXPECT_THAT(time.sleeps, SizeIs(1)) << "it does not wait for another answer";
+    EXPECT_FALSE(std::filesystem::exists(result_file));
+    EXPECT_EQ(value_now("Main.A"), "new") << "the values may have changed";
+}
+
 TEST_F(cim_helper_changes, logs_a_result_file_that_cannot_be_removed) {
     std::filesystem::create_directories(result_file + "/inside");
     test::recording_log log(dp::log_level::trace_4);
@@ -295,6 +316,15 @@ TEST_F(cim_helper_changes, writes_the_batch_before_the_first_pause) {
     answer(outcome("0", "100"));
     EXPECT_EQ(helper.set_bios_attribute_value(&trans, 1), 0);
     EXPECT_EQ(batch, "0 100 <cim-0> set Main.A \"1\" \"\" \n");
+}
+
+TEST_F(cim_helper_changes, reads_the_answer_without_standard_input) {
+    dp_transaction trans = request(2, "Main.A", "1");
+    answer(outcome("7", "100"));
+    const test::closed_standard_input closed;
+    EXPECT_EQ(helper.set_bios_attribute_value(&trans, 1), 1);
+    EXPECT_EQ(trans.status, 7U);
+    EXPECT_TRUE(test::closed_standard_input::is_closed());
 }
 
 TEST_F(cim_helper_changes, leaves_the_statuses_unchanged_on_success) {

@@ -14,6 +14,7 @@
 
 #include "bios/category_bitmap.hpp"
 #include "bios/dp_event_categories.h"
+#include "tests/support/closed_standard_input.hpp"
 #include "tests/support/test_platform.hpp"
 #include "tests/unit/bios/failing_new.hpp"
 
@@ -185,6 +186,12 @@ TEST_F(dp_event_categories, has_no_entries_and_never_waits_without_a_regular_fil
     std::uint32_t count = 99;
     EXPECT_EQ(dp_get_uim_event_category_mapping(nullptr, &count), 0);
     EXPECT_EQ(count, 1U) << "a symlink to a table is followed";
+}
+
+TEST_F(dp_event_categories, reads_the_table_without_standard_input) {
+    const test::closed_standard_input closed;
+    EXPECT_THAT(read("1=A::a\n"), ElementsAre(entry{1, "A", "a"}));
+    EXPECT_TRUE(test::closed_standard_input::is_closed());
 }
 
 TEST_F(dp_event_categories, writes_nothing_without_a_count) {

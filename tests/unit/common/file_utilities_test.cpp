@@ -373,6 +373,13 @@ TEST_F(isValidEfiFile_test, is_false_for_a_missing_file_and_a_folder) {
     EXPECT_FALSE(isValidEfiFile(folder.c_str()));
 }
 
+TEST_F(isValidEfiFile_test, reads_all_four_bytes_of_the_first_word) {
+    write_sparse(path("f"), "\x04\x03\x02\x01"s, 0x01020304 + 8);
+    EXPECT_TRUE(isValidEfiFile(path("f").c_str()));
+    write_sparse(path("f"), "\x04\x03\x01\x01"s, 0x01020304 + 8);
+    EXPECT_FALSE(isValidEfiFile(path("f").c_str()));
+}
+
 TEST_F(isValidEfiFile_test, compares_lengths_beyond_32_bits) {
     constexpr std::int64_t four_gigabytes = std::int64_t{1} << 32;
     write_sparse(path("f"), "\xFF\xFF\xFF\xFF"s, four_gigabytes - 1 + 8);

@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "common/io_loops.hpp"
+#include "tests/support/closed_standard_input.hpp"
 #include "tests/support/scratch_files.hpp"
 
 namespace {
@@ -30,6 +31,34 @@ TEST_F(open_regular_file_test, opens_an_existing_file_and_creates_a_new_one) {
         close(descriptor);
     }
     EXPECT_EQ(test::read_file(file), "texttext");
+}
+
+TEST_F(open_regular_file_test, lets_the_process_decide_who_may_use_a_new_file) {
+    for (const mode_t mask : {0000U, 0022U, 0177U}) {
+        const mode_t before = umask(mask);
+        const int descriptor = dp::open_regular_file(file, O_WRONLY | O_CREAT);
+        umask(before);
+        struct stat info {};
+        ASSERT_EQ(fstat(descriptor, &info), 0);
+        EXPECT_EQ(info.st_mode & 07777U, 0666U & ~mask);
+        close(descriptor);
+        std::filesystem::remove(file);
+    }
+}
+
+TEST_F(open_regular_file_test, is_not_inherited_by_programs) {
+    const int descriptor = dp::open_regular_file(file, O_WRONLY | O_CREAT);
+    EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC);
+    close(descriptor);
+}
+
+TEST_F(open_regular_file_test, opens_and_refuses_without_standard_input) {
+    const test::closed_standard_input closed;
+    const int descriptor = dp::open_regular_file(file, O_WRONLY | O_CREAT);
+    EXPECT_EQ(descriptor, STDIN_FILENO);
+    close(descriptor);
+    EXPECT_EQ(dp::open_regular_file("/dev/null", O_WRONLY), -1);
+    EXPECT_TRUE(test::closed_standard_input::is_closed());
 }
 
 TEST_F(open_regular_file_test, refuses_everything_else_without_waiting) {

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "common/log.hpp"
+#include "tests/support/closed_standard_input.hpp"
 #include "tests/support/test_platform.hpp"
 #include "tests/unit/exec/command_line_model.hpp"
 
@@ -513,6 +514,29 @@ TEST_F(redirect_2_file, creates_the_file_for_both_operations) {
         EXPECT_EQ(security_wrap::redirect_2_file(nothing, file), 0);
         EXPECT_TRUE(exists(file.name));
     }
+}
+
+TEST_F(redirect_2_file, lets_the_process_decide_who_may_use_a_new_file) {
+    std::vector<unsigned char> nothing;
+    for (const mode_t mask : {0000U, 0022U}) {
+        security_wrap::redirection_file file{scratch("mask" + std::to_string(mask)),
+                                             security_wrap::append};
+        const mode_t before = umask(mask);
+        EXPECT_EQ(security_wrap::redirect_2_file(nothing, file), 0);
+        umask(before);
+        struct stat info {};
+        ASSERT_EQ(stat(file.name.c_str(), &info), 0);
+        EXPECT_EQ(info.st_mode & 07777U, 0666U & ~mask);
+    }
+}
+
+TEST_F(redirect_2_file, writes_without_standard_input) {
+    security_wrap::redirection_file file{scratch("out"), security_wrap::truncate};
+    std::vector<unsigned char> data{'a'};
+    const test::closed_standard_input closed;
+    EXPECT_EQ(security_wrap::redirect_2_file(data, file), 0);
+    EXPECT_TRUE(test::closed_standard_input::is_closed());
+    EXPECT_EQ(test::read_file(file.name), "a");
 }
 
 TEST_F(redirect_2_file, refuses_other_operations) {

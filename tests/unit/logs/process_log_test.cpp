@@ -17,6 +17,7 @@
 
 #include "common/fixed_paths.hpp"
 #include "common/log.hpp"
+#include "tests/support/closed_standard_input.hpp"
 #include "tests/support/test_platform.hpp"
 #include "tests/support/time_zone.hpp"
 #include "tests/unit/logs/fake_store.hpp"
@@ -327,6 +328,31 @@ TEST_F(process_log, removes_other_things_named_like_the_scratch_file_without_wri
         expect_refusal();
         EXPECT_EQ(rest_of(theirs), "theirs");
     }
+}
+
+TEST_F(process_log, appends_to_the_scratch_history_without_standard_input) {
+    test::write_file(history_path(), "earlier\n");
+    std::ifstream kept(history_path());
+    dp::process_log log(path(), false);
+    test::sample_transaction sample("T");
+    sample.add(&sample.b, "1", 0, "on");
+    const test::closed_standard_input closed;
+    log.stop(&sample.transaction);
+    EXPECT_TRUE(test::closed_standard_input::is_closed());
+    EXPECT_EQ(rest_of(kept), "earlier\nTue Nov 14 22:13:20 2023   A.B.1   \"on\"\n");
+}
+
+TEST_F(process_log, refuses_a_file_with_another_name_without_standard_input) {
+    const std::string precious = test::root() + "/tmp/precious";
+    test::write_file(precious, "precious");
+    std::filesystem::create_hard_link(precious, history_path());
+    dp::process_log log(path(), false);
+    test::sample_transaction sample("T");
+    sample.add(&sample.b, "1", 0, "on");
+    const test::closed_standard_input closed;
+    log.stop(&sample.transaction);
+    EXPECT_TRUE(test::closed_standard_input::is_closed());
+    EXPECT_EQ(test::read_file(precious), "precious");
 }
 
 TEST_F(process_log, does_not_log_a_scratch_file_that_is_already_removed) {

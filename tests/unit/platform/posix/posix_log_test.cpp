@@ -12,6 +12,7 @@
 #include <sstream>
 
 #include "platform/sysipc/application_log.hpp"
+#include "tests/support/child_process.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/unit/platform/support.hpp"
 
@@ -83,6 +84,36 @@ TEST(posix_log, never_takes_a_standard_descriptor_for_the_file) {
     const auto lines = lines_of(test::read_file(path));
     ASSERT_EQ(lines.size(), 1U);
     EXPECT_TRUE(lines[0].ends_with("] LOG line")) << lines[0];
+}
+
+TEST(posix_log, leaves_closed_standard_descriptors_closed) {
+    const scratch_folder folder;
+    for (const char* name : {"DP_LOG", "DP_LOG_MASK", "DP_LOG_TAG"}) {
+        unsetenv(name);
+    }
+    for (unsigned closed = 0; closed < 8; ++closed) {
+        const std::string path = folder.path("log" + std::to_string(closed));
+        test::child_process process([&](const test::child_process::parent_channel& /*parent*/) {
+            const auto is_closed = [&](int descriptor) { return (closed >> descriptor & 1U) != 0; };
+            for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+                if (is_closed(descriptor)) {
+                    close(descriptor);
+                }
+            }
+            if (!dp_platform::configure_log({.sink = "file:" + path, .tag = "t"})) {
+                return 1;
+            }
+            sysipc::application_log::app_streams->append("LOG", " line");
+            for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+                if ((fcntl(descriptor, F_GETFD) == -1) != is_closed(descriptor)) {
+                    return 2;
+                }
+            }
+            return 0;
+        });
+        EXPECT_EQ(process.wait(), 0) << closed;
+        EXPECT_EQ(lines_of(test::read_file(path)).size(), 1U) << closed;
+    }
 }
 
 TEST(posix_log, takes_mask_and_tag_from_the_environment) {
