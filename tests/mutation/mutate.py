@@ -3,20 +3,27 @@
 
 Changes the library or the POSIX platform in one place at a time, and reports which of the changes
 the unit tests notice. NUMBER (default 200) of all possible changes are drawn with --seed (default
-1). A change that does not compile is replaced by another one. The unit tests of the changed folder
-run first; only when they notice nothing, all unit tests run. A change that the compiler warns about does
-not compile. equivalent.txt, beside this program, lists changes that change no behaviour, each with the reason.
+1). A change that does not compile, or that the compiler warns about, is replaced by another one. The
+unit tests of the changed folder run first; only when they notice nothing, the other unit tests run,
+of them those whose program the change alters.
 
-Exits with 1 when fewer than 95 % of the others are noticed. WORK_DIR keeps a copy of the sources
-and its build for the next run.
+A change is equivalent when the compiler makes the same object file of it, or when equivalent.txt,
+beside this program, lists it with the reason why it changes no behaviour.
+
+Exits with 1 when fewer than 95 % of the others are noticed. WORK_DIR keeps a copy of the sources,
+its build, and the changes that were noticed, which are not tried again while their source is the
+same. So a run that was interrupted continues, and a run after a new test is short.
 """
 
 import argparse
+import hashlib
 import os
-import random
 import re
+import shutil
+import signal
 import subprocess
 import sys
+import tempfile
 import time
 
 LIBRARY = ["common", "settings", "transactions", "batch", "logs", "exec", "bios"]
@@ -24,8 +31,14 @@ PLATFORM = "platform/posix"
 # The programs of a folder's own tests. The others follow, the quick ones first.
 OWN_TESTS = {**{folder: [f"{folder}_tests"] for folder in LIBRARY}, PLATFORM: ["platform_tests"]}
 ALL_TESTS = ["common_tests", "exec_tests", "transactions_tests", "settings_tests", "logs_tests",
-             "batch_tests", "bios_tests", "platform_tests", "host_tests"]
+             "batch_tests", "bios_tests", "platform_tests"]
+# What a program loads when it starts.
+LOADED = {"platform_tests": ["lib/libdp_platform.so"]}
 REQUIRED = 95.0
+NOT_COMPILED = "not compiled"
+SAME_CODE = "same code"
+# A change may allocate without an end.
+MEMORY_LIMIT = 8 << 30
 
 REPLACEMENTS = [
     (r"(?<![<>=!+\-*/&|^%])<=(?!>)", ["<", "=="]), (r"(?<![<>=!\-])>=", [">", "=="]),
@@ -126,6 +139,42 @@ def read_equivalents():
     return found
 
 
+def in_drawn_order(mutants, seed):
+    """In an order that only the seed and the texts decide, so that a change of one source does not
+    draw other mutants in all others."""
+    seen = {}
+
+    def position(mutant):
+        seen[mutant.key()] = seen.get(mutant.key(), 0) + 1
+        text = "\0".join((str(seed), *mutant.key(), str(seen[mutant.key()])))
+        return hashlib.sha256(text.encode()).digest()
+
+    return sorted(mutants, key=position)
+
+
+def digest(path):
+    with open(path, "rb") as file:
+        return hashlib.sha256(file.read()).hexdigest()
+
+
+class Notebook:
+    """The changes that earlier runs judged for good."""
+
+    def __init__(self, path):
+        self._path = path
+        self._found = {}
+        if os.path.exists(path):
+            with open(path, encoding="utf-8") as file:
+                self._found = dict(line.rstrip("\n").split(" ", 1) for line in file)
+
+    def find(self, changed):
+        return self._found.get(hashlib.sha256(changed.encode()).hexdigest())
+
+    def add(self, changed, found):
+        with open(self._path, "a", encoding="utf-8") as file:
+            file.write(f"{hashlib.sha256(changed.encode()).hexdigest()} {found}\n")
+
+
 class Workshop:
     """A copy of the sources, and its build."""
 
@@ -134,6 +183,8 @@ class Workshop:
         self._copy = os.path.join(work, "source")
         self._build = os.path.join(work, "build")
         self._seconds = {}
+        self._unchanged = {}
+        self._noted = Notebook(os.path.join(work, "outcomes"))
         os.makedirs(self._copy, exist_ok=True)
         files = subprocess.run(["git", "ls-files", "-z", "--cached", "--others",
                                 "--exclude-standard"], cwd=source, check=True,
@@ -147,10 +198,11 @@ class Workshop:
             launcher = ["-DCMAKE_C_COMPILER_LAUNCHER=ccache",
                         "-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"]
         subprocess.run(["cmake", "-S", self._copy, "-B", self._build, "-G", "Ninja",
-                        # As the tests are built elsewhere, so that ccache has most of it.
-                        "-DCMAKE_BUILD_TYPE=RelWithDebInfo",
-                        "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O2 -g1 -DNDEBUG", "-DDP_BUILD_TESTS=ON",
-                        *launcher],
+                        # Without debug information programs link fast, and equal objects show
+                        # that a change alters nothing.
+                        "-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_CXX_FLAGS_RELEASE=-O2 -DNDEBUG",
+                        "-DCMAKE_C_FLAGS_RELEASE=-O2 -DNDEBUG", "-DDP_BUILD_TESTS=ON",
+                        "-DDP_FAST_BUILD=ON", *launcher],
                        check=True, stdout=subprocess.DEVNULL)
         os.environ.setdefault("CCACHE_BASEDIR", self._copy)
 
@@ -179,45 +231,88 @@ class Workshop:
     def passes(self, program):
         began = time.monotonic()
         limit = 10 * self._seconds.get(program, 60) + 20
+        # Short, because sockets below it have a limited path.
+        scratch = tempfile.mkdtemp(prefix="dp-mutate-")
+        os.chmod(scratch, 0o755)  # Tests act as other users too.
+        run = subprocess.Popen(
+            ["prlimit", f"--as={MEMORY_LIMIT}", os.path.join(self._build, "bin", program),
+             "--gtest_brief=1", "--gtest_fail_fast"], env={**os.environ, "TMPDIR": scratch},
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, stdin=subprocess.DEVNULL,
+            start_new_session=True)
         try:
-            run = subprocess.run(
-                [os.path.join(self._build, "bin", program), "--gtest_brief=1",
-                 "--gtest_fail_fast"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                stdin=subprocess.DEVNULL, timeout=limit, check=False)
+            code = run.wait(limit)
         except subprocess.TimeoutExpired:
-            return False
-        if run.returncode == 0:
+            code = None
+        finally:
+            # Also what the tests started and left.
+            try:
+                os.killpg(run.pid, signal.SIGKILL)
+            except ProcessLookupError:
+                pass
+            run.wait()
+            shutil.rmtree(scratch, ignore_errors=True)
+        if code == 0:
             self._seconds.setdefault(program, time.monotonic() - began)
-        return run.returncode == 0
+        return code == 0
 
-    def apply(self, mutant):
-        path = os.path.join(self._copy, mutant.path)
-        with open(path, encoding="utf-8") as file:
+    def _parts(self, program):
+        return [os.path.join(self._build, name) for name in [f"bin/{program}", *LOADED.get(program, [])]]
+
+    def _objects(self, path):
+        """The object files of a source."""
+        name = os.path.basename(path) + ".o"
+        for folder, _, files in os.walk(self._build):
+            if name in files and (f"/{os.path.dirname(path)}/" in folder + "/"):
+                yield os.path.join(folder, name)
+
+    def remember_unchanged(self, paths):
+        files = [part for program in ALL_TESTS for part in self._parts(program)]
+        files += [name for path in paths for name in self._objects(path)]
+        self._unchanged = {name: digest(name) for name in files}
+
+    def _is_same(self, names):
+        names = list(names)
+        return bool(names) and all(digest(name) == self._unchanged.get(name) for name in names)
+
+    def _changed(self, mutant):
+        with open(os.path.join(self._source, mutant.path), encoding="utf-8") as file:
             lines = file.read().split("\n")
         lines[mutant.line] = mutant.after
-        with open(path, "w", encoding="utf-8") as file:
-            file.write("\n".join(lines))
+        return "\n".join(lines)
+
+    def apply(self, mutant):
+        with open(os.path.join(self._copy, mutant.path), "w", encoding="utf-8") as file:
+            file.write(self._changed(mutant))
 
     def undo(self, mutant):
         self._refresh(mutant.path)
 
     def judge(self, mutant):
-        """None when it does not compile, else the test program that notices it, or ""."""
-        folder = os.path.dirname(mutant.path)
-        own = OWN_TESTS[folder]
-        self.apply(mutant)
-        try:
-            if not self.compiles(own):
-                return None
-            for programs in (own, [name for name in ALL_TESTS if name not in own]):
-                if not self.compiles(programs):
-                    return "the build"
-                for program in programs:
-                    if not self.passes(program):
-                        return program
-            return ""
-        finally:
-            self.undo(mutant)
+        """NOT_COMPILED, SAME_CODE, the test program that notices the change, or ""."""
+        found = self._noted.find(self._changed(mutant))
+        if found is None:
+            self.apply(mutant)
+            try:
+                found = self._try(mutant)
+            finally:
+                self.undo(mutant)
+            if found:
+                self._noted.add(self._changed(mutant), found)
+        return found
+
+    def _try(self, mutant):
+        own = OWN_TESTS[os.path.dirname(mutant.path)]
+        if not self.compiles(own):
+            return NOT_COMPILED
+        if self._is_same(self._objects(mutant.path)):
+            return SAME_CODE
+        for programs in (own, [name for name in ALL_TESTS if name not in own]):
+            if not self.compiles(programs):
+                return "the build"
+            for program in programs:
+                if not self._is_same(self._parts(program)) and not self.passes(program):
+                    return program
+        return ""
 
 
 def main():
@@ -232,8 +327,8 @@ def main():
     chosen = parser.parse_args()
 
     paths = [path for path in sources(chosen.source) if path.startswith(chosen.only)]
-    mutants = [mutant for path in paths for mutant in mutants_of(chosen.source, path)]
-    random.Random(chosen.seed).shuffle(mutants)
+    mutants = in_drawn_order(
+        [mutant for path in paths for mutant in mutants_of(chosen.source, path)], chosen.seed)
     if chosen.list:
         print("\n".join(map(str, mutants[:chosen.number])))
         return 0
@@ -244,6 +339,7 @@ def main():
     for program in ALL_TESTS:
         if not workshop.passes(program):
             sys.exit(f"{program} fails without a change")
+    workshop.remember_unchanged(paths)
 
     tried, noticed, equivalent, survivors = 0, 0, 0, []
     for mutant in mutants:
@@ -255,10 +351,13 @@ def main():
             print(f"equivalent  {mutant}: {equivalents[mutant.key()]}", flush=True)
             continue
         found = workshop.judge(mutant)
-        if found is None:
+        if found == NOT_COMPILED:
             continue
         tried += 1
-        if found:
+        if found == SAME_CODE:
+            equivalent += 1
+            print(f"equivalent  {mutant}: the compiler makes the same code of it", flush=True)
+        elif found:
             noticed += 1
             print(f"noticed     {mutant}  by {found}", flush=True)
         else:
