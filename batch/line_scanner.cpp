@@ -1,13 +1,10 @@
 #include "batch/line_scanner.hpp"
 
 #include "batch/assign_text.hpp"
+#include "common/white_space.hpp"
 
 namespace dp {
 namespace {
-
-bool is_space(char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
 
 // Returns the first quote, backslash or newline at or after `at`. There is always one: the newline
 // after the line.

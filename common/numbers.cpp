@@ -3,12 +3,10 @@
 #include <limits>
 #include <type_traits>
 
+#include "common/white_space.hpp"
+
 namespace dp {
 namespace {
-
-bool is_space(char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
 
 constexpr unsigned no_digit = 99;
 
