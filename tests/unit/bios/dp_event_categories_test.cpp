@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -15,6 +16,7 @@
 #include "bios/category_bitmap.hpp"
 #include "bios/dp_event_categories.h"
 #include "tests/support/closed_standard_input.hpp"
+#include "tests/support/intercepted_call.hpp"
 #include "tests/support/test_platform.hpp"
 #include "tests/unit/bios/failing_new.hpp"
 
@@ -192,6 +194,18 @@ TEST_F(dp_event_categories, reads_the_table_without_standard_input) {
     const test::closed_standard_input closed;
     EXPECT_THAT(read("1=A::a\n"), ElementsAre(entry{1, "A", "a"}));
     EXPECT_TRUE(test::closed_standard_input::is_closed());
+}
+
+TEST_F(dp_event_categories, has_no_entries_without_memory_for_a_stream) {
+    test::write_file(file(), "1=A::a\n");
+    const test::closed_standard_input closed;
+    std::uint32_t count = 99;
+    {
+        const test::intercepted_call no_stream(test::libc_call::fdopen, ENOMEM);
+        EXPECT_EQ(dp_get_uim_event_category_mapping(nullptr, &count), 0);
+    }
+    EXPECT_EQ(count, 0U);
+    EXPECT_TRUE(test::closed_standard_input::is_closed()) << "the file stays open";
 }
 
 TEST_F(dp_event_categories, writes_nothing_without_a_count) {

@@ -5,9 +5,11 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <string>
 #include <thread>
 
+#include "tests/support/intercepted_call.hpp"
 #include "tests/support/interrupting_timer.hpp"
 #include "tests/support/scratch_files.hpp"
 
@@ -60,6 +62,13 @@ TEST_F(write_all_test, reports_why_a_write_failed) {
     EXPECT_TRUE(dp::write_all(descriptor, ""));
     close(descriptor);
     EXPECT_EQ(test::read_file(path), "kept");
+}
+
+TEST_F(write_all_test, fails_when_a_write_transfers_nothing) {
+    const test::intercepted_call nothing(test::libc_call::write, test::intercepted_call::no_bytes);
+    errno = 0;
+    EXPECT_FALSE(dp::write_all(ends[1], "text"));
+    EXPECT_EQ(errno, EIO);
 }
 
 TEST_F(read_all_test, appends_everything_up_to_the_end) {

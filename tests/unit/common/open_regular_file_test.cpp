@@ -10,6 +10,7 @@
 
 #include "common/io_loops.hpp"
 #include "tests/support/closed_standard_input.hpp"
+#include "tests/support/intercepted_call.hpp"
 #include "tests/support/scratch_files.hpp"
 
 namespace {
@@ -83,6 +84,20 @@ TEST_F(open_regular_file_test, does_not_even_open_what_is_not_a_regular_file) {
     EXPECT_GT(read(notify, event, sizeof event), 0) << "openings are reported";
     close(opened);
     close(notify);
+}
+
+TEST_F(open_regular_file_test, refuses_a_pipe_that_replaces_the_file_meanwhile) {
+    test::write_file(file, "text");
+    const test::closed_standard_input closed;
+    {
+        const test::intercepted_call replaced(test::libc_call::open, [this] {
+            std::filesystem::remove(file);
+            return mkfifo(file.c_str(), 0600);
+        });
+        EXPECT_EQ(dp::open_regular_file(file, O_RDONLY), -1);
+    }
+    EXPECT_TRUE(std::filesystem::is_fifo(file));
+    EXPECT_TRUE(test::closed_standard_input::is_closed()) << "the pipe stays open";
 }
 
 TEST_F(open_regular_file_test, follows_a_symlink_to_a_regular_file) {

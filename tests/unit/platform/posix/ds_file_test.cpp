@@ -11,6 +11,7 @@
 
 #include "platform/posix/ds_folder.hpp"
 #include "tests/support/environment_variable.hpp"
+#include "tests/support/intercepted_call.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/unit/platform/support.hpp"
 
@@ -174,6 +175,19 @@ TEST_F(ds_file_test, fails_when_the_new_content_cannot_be_put_in_place) {
     EXPECT_EQ(files(), 2U) << "no temporary file is left";
 }
 
+TEST_F(ds_file_test, keeps_the_old_content_when_the_disk_is_full) {
+    ASSERT_TRUE(write("status", "old"));
+    ds_file file;
+    ASSERT_GT(file.dsOpenFile("status", 4356, 3), 0);
+    {
+        const test::intercepted_call full(test::libc_call::write, ENOSPC);
+        EXPECT_EQ(file.dsWriteFile("new", 3), -ENOSPC);
+    }
+    EXPECT_EQ(file.dsWriteFile("new", 3), -EBADF);
+    EXPECT_EQ(test::read_file(ds_file_path("status")), "old");
+    EXPECT_EQ(files(), 1U) << "no temporary file is left";
+}
+
 TEST_F(ds_file_test, does_not_mix_the_bytes_of_two_writers) {
     ds_file first;
     ds_file second;
@@ -206,6 +220,8 @@ TEST_F(ds_file_test, keeps_the_old_content_when_the_writer_dies) {
 
 TEST_F(ds_file_path_test, is_in_the_boards_folder_without_the_variable) {
     unsetenv("DP_DS_FOLDER");
+    EXPECT_EQ(ds_file_path("status"), "/var/dp/ds/status");
+    variable_.set("");
     EXPECT_EQ(ds_file_path("status"), "/var/dp/ds/status");
 }
 

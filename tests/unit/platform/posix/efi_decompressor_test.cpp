@@ -338,6 +338,18 @@ TEST(efi_decompressor, reports_a_lack_of_memory) {
               (lines{{"ERR", " ***ERROR*** efi_decompressor: not enough memory for the image"}}));
 }
 
+TEST(efi_decompressor, returns_nothing_without_memory_even_for_the_report) {
+    test::recording_log log;
+    std::istringstream in(dp_platform::efi_compress(template_text(5)));
+    std::vector<unsigned char> text;
+    {
+        const test::allocation_watch watch(16);
+        text = sysipc::efi_decompressor::decompress(in);
+    }
+    EXPECT_TRUE(text.empty());
+    EXPECT_TRUE(log.lines.empty());
+}
+
 TEST(efi_decompressor, logs_nothing_when_the_mask_disables_errors) {
     test::recording_log log(0xEFFFFFFF);
     const std::string image = dp_platform::efi_compress(template_text(5));

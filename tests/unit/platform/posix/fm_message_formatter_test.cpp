@@ -25,6 +25,7 @@ TEST(fm_message_formatter, lays_out_kind_alert_identifier_value_and_bytes) {
     EXPECT_EQ(printed(formatter), "server_restarted value=9");
     message.set_payload_length(10);
     EXPECT_EQ(printed(formatter), "no alert");
+    EXPECT_EQ(formatter.id(), 0U);
 }
 
 TEST(fm_message_formatter, prints_every_alert_by_name_and_others_by_number) {

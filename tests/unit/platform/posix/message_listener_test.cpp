@@ -14,6 +14,7 @@
 #include <cstring>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "platform/dp/message_formatter.hpp"
 #include "platform/sysipc/message.hpp"
@@ -21,6 +22,8 @@
 #include "platform/sysipc/system_message_queue_client.hpp"
 #include "tests/support/child_process.hpp"
 #include "tests/support/environment_variable.hpp"
+#include "tests/support/intercepted_call.hpp"
+#include "tests/support/interrupting_timer.hpp"
 #include "tests/support/private_queues.hpp"
 #include "tests/unit/platform/support.hpp"
 
@@ -202,6 +205,87 @@ TEST_F(message_listener_test, reports_the_limit_on_a_users_queues) {
     EXPECT_FALSE(listener.is_open());
     EXPECT_EQ(listener.error(), "cannot create queue " + queue_name() +
                                     ": the limit on this user's queues is reached (ulimit -q)");
+}
+
+TEST_F(message_listener_test, reports_why_the_queue_cannot_be_used) {
+    const auto error_when = [](test::libc_call function, int error) {
+        const test::intercepted_call failing(function, error);
+        const message_listener listener(8);
+        EXPECT_FALSE(listener.is_open());
+        return listener.error();
+    };
+    const std::string name = queue_name();
+    EXPECT_EQ(error_when(test::libc_call::mq_open, EACCES),
+              "cannot create queue " + name + ": Permission denied");
+    EXPECT_EQ(error_when(test::libc_call::fcntl, ENOLCK),
+              "cannot lock queue " + name + ": No locks available");
+    EXPECT_EQ(error_when(test::libc_call::fcntl, EACCES),
+              "queue " + name + " already has a listener");
+    EXPECT_EQ(error_when(test::libc_call::mq_getattr, EBADF),
+              "cannot examine queue " + name + ": Bad file descriptor");
+    const message_listener listener(8);
+    EXPECT_TRUE(listener.is_open()) << "a failed listener keeps no lock";
+}
+
+TEST_F(message_listener_test, creates_the_queue_again_when_the_previous_listener_removes_it) {
+    const std::string name = queue_name();
+    int removals = 0;
+    const test::intercepted_call removing(test::libc_call::fcntl, [&] {
+        // Once it is open, and before it is locked.
+        return removals++ == 0 ? mq_unlink(name.c_str()) : 0;
+    });
+    const message_listener listener(8);
+    ASSERT_TRUE(listener.is_open()) << listener.error();
+    EXPECT_TRUE(send(message_of(1)));
+}
+
+TEST_F(message_listener_test, gives_up_when_the_queue_keeps_being_removed) {
+    const std::string name = queue_name();
+    const test::intercepted_call removing(test::libc_call::fcntl,
+                                          [&] { return mq_unlink(name.c_str()); });
+    const message_listener listener(8);
+    EXPECT_FALSE(listener.is_open());
+    EXPECT_EQ(listener.error(), "queue " + name + " keeps being removed");
+}
+
+TEST_F(message_listener_test, reports_a_wait_that_fails_and_times_out_when_interrupted) {
+    message_listener listener(8);
+    ASSERT_TRUE(listener.is_open()) << listener.error();
+    sysipc::message content(8096);
+    {
+        const test::intercepted_call failing(test::libc_call::poll, ENOMEM);
+        EXPECT_EQ(listener.receive(content, 0), result::failed);
+    }
+    const test::interrupting_timer timer(1000);
+    EXPECT_EQ(listener.receive(content, -1), result::timeout);
+}
+
+TEST_F(message_listener_test, receives_nothing_when_the_message_has_gone_since_the_wait) {
+    message_listener listener(8);
+    ASSERT_TRUE(listener.is_open()) << listener.error();
+    sysipc::message content(8096);
+    for (const auto& [error, expected] :
+         {std::pair(0, result::timeout), std::pair(EINTR, result::timeout),
+          std::pair(EBADF, result::failed)}) {
+        ASSERT_TRUE(send(message_of(1)));
+        const test::intercepted_call taking(test::libc_call::mq_receive, [&listener,
+                                                                          reported = error] {
+            std::string message(8192, ' ');
+            EXPECT_GT(mq_receive(listener.handle(), message.data(), message.size(), nullptr), 0);
+            return reported;
+        });
+        EXPECT_EQ(listener.receive(content, 0), expected) << error;
+    }
+}
+
+TEST_F(system_message_queue_test, is_not_open_when_its_listener_cannot_be_determined) {
+    const message_listener listener(8);
+    ASSERT_TRUE(listener.is_open()) << listener.error();
+    const sysipc::system_message_queue queue(8, 0);
+    ASSERT_TRUE(queue.is_open());
+    const test::intercepted_call failing(test::libc_call::fcntl, EBADF);
+    EXPECT_FALSE(sysipc::system_message_queue(8, 0).is_open());
+    EXPECT_FALSE(sysipc::system_message_queue_client::send(queue, message_of(1)));
 }
 
 TEST_F(system_message_queue_test, accepts_no_flags) {

@@ -13,7 +13,9 @@
 
 #include "platform/sysipc/application_log.hpp"
 #include "tests/support/child_process.hpp"
+#include "tests/support/intercepted_call.hpp"
 #include "tests/support/scratch_files.hpp"
+#include "tests/unit/platform/allocations.hpp"
 #include "tests/unit/platform/support.hpp"
 
 namespace {
@@ -122,6 +124,8 @@ TEST(posix_log, takes_mask_and_tag_from_the_environment) {
             {{"DP_LOG", "stderr"}, {"DP_LOG_MASK", "0xf0000007"}, {"DP_LOG_TAG", "me"}});
     EXPECT_EQ(result.out, "mask f0000007 file 1 level 7\n");
     EXPECT_NE(result.err.find("Z me["), std::string::npos) << result.err;
+    result = run({writer}, {{"DP_LOG", "stderr"}, {"DP_LOG_MASK", "0X80000000"}});
+    EXPECT_EQ(result.out, "mask 80000000 file 1 level 6\n");
     result = run({writer}, {{"DP_LOG", "stderr"}, {"DP_LOG_MASK", "268435456"}});
     EXPECT_EQ(result.out, "mask 10000000 file 1 level 3\n");
     result = run({writer}, {{"DP_LOG", "stderr"}, {"DP_LOG_MASK", "0"}});
@@ -158,12 +162,12 @@ TEST(posix_log, reports_an_unknown_sink) {
 TEST(posix_log, escapes_control_bytes_in_the_text) {
     const program_result result = run({writer, "LOG",
                                        " a\nb\r\tc\x1b[2J\x7f caf\xc3\xa9 \xc2\x9b"
-                                       "31m \xc2\xa7 \x95"},
+                                       "31m \xc2\xa7 \xc2\x1f \x95"},
                                       {{"DP_LOG", "stderr"}});
     const auto lines = lines_of(result.err);
     ASSERT_EQ(lines.size(), 1U);
     EXPECT_TRUE(lines[0].ends_with(
-        "LOG a\\x0ab\\x0d\\x09c\\x1b[2J\\x7f caf\xc3\xa9 \xc2\\x9b31m \xc2\xa7 \x95"))
+        "LOG a\\x0ab\\x0d\\x09c\\x1b[2J\\x7f caf\xc3\xa9 \xc2\\x9b31m \xc2\xa7 \xc2\\x1f \x95"))
         << lines[0];
 }
 
@@ -230,7 +234,8 @@ TEST(posix_log, is_absent_for_a_pipe_without_a_reader) {
 }
 
 TEST(posix_log, writes_to_the_system_log) {
-    const program_result result = run({writer, "ERR", " text %s %n"}, {{"DP_LOG", "syslog"}});
+    const program_result result =
+        run({writer, "ERR", " text %s %n", "LOG", " text", "DBG", " text"}, {{"DP_LOG", "syslog"}});
     EXPECT_EQ(result.exit_code, 0);
     EXPECT_EQ(result.out, "mask 90000000 file 3 level 6\n");
     EXPECT_EQ(result.err, "");
@@ -257,11 +262,73 @@ TEST(configure_log, reports_a_sink_that_cannot_be_opened) {
               "configured 0\nno log\n");
 }
 
-TEST(configure_log, replaces_the_sink_of_the_running_process_and_keeps_errno) {
-    const scratch_folder folder;
-    for (const char* name : {"DP_LOG", "DP_LOG_MASK", "DP_LOG_TAG"}) {
-        unsetenv(name);
+/// The log of this process, without settings from the environment.
+class own_posix_log : public testing::Test {
+  protected:
+    own_posix_log() {
+        for (const char* name : {"DP_LOG", "DP_LOG_MASK", "DP_LOG_TAG"}) {
+            unsetenv(name);
+        }
     }
+    ~own_posix_log() override { dp_platform::configure_log({}); }
+
+    [[nodiscard]] bool open_file() const {
+        return dp_platform::configure_log({.sink = "file:" + folder.path("log"), .tag = "me"});
+    }
+    static void append(const std::string& text) {
+        sysipc::application_log::app_streams->append("LOG", text);
+    }
+    [[nodiscard]] std::vector<std::string> logged() const {
+        return lines_of(test::read_file(folder.path("log")));
+    }
+
+    const scratch_folder folder;
+};
+
+TEST_F(own_posix_log, has_lines_without_a_time_when_the_clock_has_none) {
+    ASSERT_TRUE(open_file());
+    {
+        const test::intercepted_call no_clock(test::libc_call::clock_gettime, EINVAL);
+        append(" one");
+    }
+    {
+        // In a year that has no number.
+        const test::stopped_clocks stopped({std::time_t{1} << 60U, 0});
+        append(" two");
+    }
+    const auto lines = logged();
+    ASSERT_EQ(lines.size(), 2U);
+    const std::string begin = "- me[" + std::to_string(getpid()) + "] LOG ";
+    EXPECT_EQ(lines[0], begin + "one");
+    EXPECT_EQ(lines[1], begin + "two");
+}
+
+TEST_F(own_posix_log, drops_a_line_for_which_there_is_no_memory_and_keeps_errno) {
+    ASSERT_TRUE(open_file());
+    const std::string text = " " + std::string(10'000, 'x');
+    errno = EXDEV;
+    {
+        const test::allocation_watch watch(5'000);
+        append(text);
+    }
+    EXPECT_EQ(errno, EXDEV);
+    append(" short");
+    ASSERT_EQ(logged().size(), 1U);
+    EXPECT_TRUE(logged()[0].ends_with("] LOG short"));
+}
+
+TEST_F(own_posix_log, may_change_from_the_system_log_to_a_file) {
+    ASSERT_TRUE(dp_platform::configure_log({.sink = "syslog", .tag = "me"}));
+    EXPECT_EQ(sysipc::application_log::app_streams->file(), 3);
+    ASSERT_TRUE(open_file());
+    EXPECT_EQ(sysipc::application_log::app_streams->file(), 2);
+    append(" text");
+    EXPECT_EQ(logged().size(), 1U);
+}
+
+using configure_log_test = own_posix_log;
+
+TEST_F(configure_log_test, replaces_the_sink_of_the_running_process_and_keeps_errno) {
     ASSERT_TRUE(dp_platform::configure_log({.sink = "file:" + folder.path("a"), .tag = "first"}));
     errno = EXDEV;
     sysipc::application_log::app_streams->append("LOG", " one");

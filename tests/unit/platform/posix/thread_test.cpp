@@ -3,8 +3,12 @@
 #include <gtest/gtest.h>
 #include <sys/time.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <ctime>
+
+#include "tests/support/intercepted_call.hpp"
 
 namespace {
 
@@ -23,6 +27,26 @@ std::chrono::nanoseconds duration_of_sleep(std::uint32_t milliseconds) {
 
 TEST(thread_sleep, lasts_at_least_as_long_as_asked) {
     EXPECT_GE(duration_of_sleep(30), std::chrono::milliseconds(30));
+}
+
+TEST(thread_sleep, carries_over_to_the_next_second) {
+    timespec now{};
+    ASSERT_EQ(clock_gettime(CLOCK_MONOTONIC, &now), 0);
+    // 20 ms from now, counted from the end of the last second.
+    const auto milliseconds = static_cast<std::uint32_t>(now.tv_nsec / 1'000'000 + 21);
+    const auto end = std::chrono::seconds(now.tv_sec) + std::chrono::milliseconds(milliseconds);
+    {
+        const test::stopped_clocks stopped({now.tv_sec - 1, 999'999'999});
+        sysipc::thread::sleep(milliseconds);
+    }
+    EXPECT_GE(std::chrono::steady_clock::now().time_since_epoch() + std::chrono::nanoseconds(1),
+              end);
+}
+
+TEST(thread_sleep, returns_without_a_clock) {
+    const test::intercepted_call no_clock(test::libc_call::clock_gettime, EINVAL);
+    sysipc::thread::sleep(1'000'000'000);
+    SUCCEED();
 }
 
 TEST(thread_sleep, returns_for_0) {
