@@ -15,6 +15,7 @@
 
 #include "common/log.hpp"
 #include "tests/support/child_process.hpp"
+#include "tests/support/coverage_counts.hpp"
 #include "tests/support/process.hpp"
 #include "tests/support/test_platform.hpp"
 
@@ -457,6 +458,7 @@ TEST_F(tempname_test, treats_descriptor_0_as_a_failure_and_removes_the_file) {
         close(STDIN_FILENO);
         const bool empty = tempname(folder, "p").empty();
         const bool closed = fcntl(STDIN_FILENO, F_GETFD) == -1;
+        test::write_coverage_counts();
         return empty && closed ? 0 : 1;
     });
     EXPECT_EQ(child.wait(), 0);
