@@ -19,6 +19,7 @@ import argparse
 import hashlib
 import os
 import re
+import resource
 import shutil
 import signal
 import subprocess
@@ -157,6 +158,12 @@ def digest(path):
         return hashlib.sha256(file.read()).hexdigest()
 
 
+def processor_seconds():
+    """Of the programs that ended so far."""
+    used = resource.getrusage(resource.RUSAGE_CHILDREN)
+    return used.ru_utime + used.ru_stime
+
+
 class Notebook:
     """The changes that earlier runs judged for good."""
 
@@ -229,13 +236,15 @@ class Workshop:
                               check=False).returncode == 0
 
     def passes(self, program):
-        began = time.monotonic()
-        limit = 10 * self._seconds.get(program, 60) + 20
+        began, used_before = time.monotonic(), processor_seconds()
+        # Of waiting and of working: a busy machine must not end a program that only works.
+        seconds, work = self._seconds.get(program, (60, 60))
+        limit, work_limit = 10 * seconds + 20, int(4 * work) + 5
         # Short, because sockets below it have a limited path.
         scratch = tempfile.mkdtemp(prefix="dp-mutate-")
         os.chmod(scratch, 0o755)  # Tests act as other users too.
         run = subprocess.Popen(
-            ["prlimit", f"--as={MEMORY_LIMIT}", os.path.join(self._build, "bin", program),
+            ["prlimit", f"--as={MEMORY_LIMIT}", f"--cpu={work_limit}", os.path.join(self._build, "bin", program),
              "--gtest_brief=1", "--gtest_fail_fast"], env={**os.environ, "TMPDIR": scratch},
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, stdin=subprocess.DEVNULL,
             start_new_session=True)
@@ -252,7 +261,8 @@ class Workshop:
             run.wait()
             shutil.rmtree(scratch, ignore_errors=True)
         if code == 0:
-            self._seconds.setdefault(program, time.monotonic() - began)
+            self._seconds.setdefault(
+                program, (time.monotonic() - began, processor_seconds() - used_before))
         return code == 0
 
     def _parts(self, program):

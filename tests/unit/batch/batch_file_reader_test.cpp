@@ -17,6 +17,7 @@
 #include "batch/batch_file_intf.hpp"
 #include "batch/dropped_line_listener.hpp"
 #include "tests/support/cpu_time.hpp"
+#include "tests/support/open_descriptors.hpp"
 #include "tests/support/reference_batch_reader.hpp"
 #include "tests/support/settings_model.hpp"
 #include "tests/support/test_platform.hpp"
@@ -484,11 +485,6 @@ class decompress : public testing::Test {
     void SetUp() override { test::clean_root(); }
     void TearDown() override { test::decompressor_script = nullptr; }
 
-    static int open_descriptors() {
-        const std::filesystem::directory_iterator all("/proc/self/fd");
-        return static_cast<int>(std::distance(begin(all), end(all)));
-    }
-
     const std::string path = test::root() + "/tmp/dp/batch";
     collecting_processor collected;
     dp::batch_file_reader reader{&collected};
@@ -564,19 +560,19 @@ TEST_F(decompress, closes_the_file_when_the_decompressor_throws) {
     test::decompressor_script = [](std::istream&) -> std::vector<unsigned char> {
         throw std::runtime_error("out of order");
     };
-    const int before = open_descriptors();
+    const auto before = test::open_descriptors();
     std::stringstream out;
     EXPECT_THROW(reader.decompress(path, out), std::runtime_error);
-    EXPECT_EQ(open_descriptors(), before);
+    EXPECT_EQ(test::open_descriptors(), before);
     EXPECT_EQ(out.str(), "");
 }
 
 TEST_F(decompress, keeps_no_file_open) {
     test::write_file(path, "x");
-    const int before = open_descriptors();
+    const auto before = test::open_descriptors();
     std::stringstream out;
     EXPECT_TRUE(reader.decompress(path, out));
-    EXPECT_EQ(open_descriptors(), before);
+    EXPECT_EQ(test::open_descriptors(), before);
 }
 
 namespace {

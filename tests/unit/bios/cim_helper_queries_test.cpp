@@ -57,6 +57,11 @@ TEST_F(cim_helper_queries, returns_collections_in_the_order_of_the_list) {
     EXPECT_EQ(idx, 1U) << "an empty line is not counted";
 }
 
+TEST_F(cim_helper_queries, counts_collections_before_they_were_asked_for) {
+    write_aged(configs_file, "Main\n\nBoot\n", 10);
+    EXPECT_EQ(helper.get_config_count(), 2);
+}
+
 TEST_F(cim_helper_queries, compares_collection_names_exactly) {
     write_aged(configs_file, "Main\nBoot\n", 10);
     for (const char* name : {"main", "Mai", "Main ", "", "MainBoot"}) {

@@ -390,6 +390,17 @@ TEST(read_settings, agrees_with_stream_extraction_at_every_position_in_the_file)
     }
 }
 
+TEST(read_settings, reserves_memory_for_about_as_many_entries_as_there_are) {
+    // Far larger than their estimates would be if nothing of the file had been read.
+    std::string bytes;
+    for (int i = 0; i < 300; ++i) {
+        bytes += record_of_length(4000) + "\xA7\n";
+    }
+    const auto entries = read(bytes);
+    EXPECT_EQ(entries.size(), 300U);
+    EXPECT_LE(entries.capacity(), 400U);
+}
+
 TEST(read_settings, ends_the_last_record_at_the_end_of_the_file) {
     // Bytes of the previous window remain after the file's last bytes and must not be parsed.
     std::string bytes;

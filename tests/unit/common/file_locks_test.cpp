@@ -8,7 +8,6 @@
 #include <csignal>
 #include <cstddef>
 #include <filesystem>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,6 +16,7 @@
 #include "common/log.hpp"
 #include "tests/support/child_process.hpp"
 #include "tests/support/interrupting_timer.hpp"
+#include "tests/support/open_descriptors.hpp"
 #include "tests/support/process.hpp"
 #include "tests/support/test_platform.hpp"
 
@@ -123,11 +123,6 @@ class lock_file : public testing::Test {
 // Usually long enough for a process that does not have to wait to report. On a slow machine a test
 // that expects silence may pass by mistake, but never fails.
 constexpr int short_while_ms = 100;
-
-std::ptrdiff_t open_descriptors() {
-    const fs::directory_iterator all("/proc/self/fd");
-    return std::distance(begin(all), end(all));
-}
 
 // Closes this process's descriptor of `path` without its owner's knowledge, as a daemon does that
 // closes every inherited descriptor.
@@ -337,13 +332,13 @@ TEST_F(readlock_test, logs_when_the_lock_cannot_be_released) {
 
 TEST_F(readlock_test, keeps_no_descriptor_open) {
     test::write_file(path, "");
-    const auto before = open_descriptors();
+    const auto before = test::open_descriptors();
     {
         const readlock reader(path);
         const writelock writer(path);
-        EXPECT_EQ(open_descriptors(), before + 2);
+        EXPECT_EQ(test::open_descriptors(), before + 2);
     }
-    EXPECT_EQ(open_descriptors(), before);
+    EXPECT_EQ(test::open_descriptors(), before);
 }
 
 using writelock_test = lock_file;

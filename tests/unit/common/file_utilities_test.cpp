@@ -16,6 +16,7 @@
 #include "common/log.hpp"
 #include "tests/support/child_process.hpp"
 #include "tests/support/coverage_counts.hpp"
+#include "tests/support/open_descriptors.hpp"
 #include "tests/support/process.hpp"
 #include "tests/support/test_platform.hpp"
 
@@ -426,13 +427,9 @@ TEST_F(tempname_test, is_empty_for_a_missing_folder_and_restores_the_creation_ma
 }
 
 TEST_F(tempname_test, keeps_no_descriptor_open) {
-    const auto open_descriptors = [] {
-        const fs::directory_iterator all("/proc/self/fd");
-        return std::distance(begin(all), end(all));
-    };
-    const auto before = open_descriptors();
+    const auto before = test::open_descriptors();
     EXPECT_NE(tempname(folder, "p"), "");
-    EXPECT_EQ(open_descriptors(), before);
+    EXPECT_EQ(test::open_descriptors(), before);
 }
 
 TEST_F(tempname_test, accepts_a_name_of_255_bytes) {

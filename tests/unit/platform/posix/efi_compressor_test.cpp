@@ -1,12 +1,15 @@
 #include "platform/posix/efi_compressor.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <random>
 #include <sstream>
+#include <string_view>
 #include <vector>
 
 #include "platform/posix/efi_format.hpp"
@@ -196,6 +199,22 @@ TEST(efi_compress, gives_frequent_symbols_the_shorter_codes) {
     EXPECT_EQ(compressed_size([](std::uint32_t n) { return n % 40; }), 13721U);
     EXPECT_EQ(compressed_size([](std::uint32_t n) { return std::countr_zero(n | 1U << 20U); }),
               3337U);
+}
+
+TEST(efi_compress, reads_nothing_after_the_text) {
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    void* const memory =
+        mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(memory, MAP_FAILED);
+    char* const end = static_cast<char*>(memory) + page;
+    ASSERT_EQ(mprotect(end, page, PROT_NONE), 0);
+    const std::string text = "id:A id:A id:B";
+    std::copy(text.begin(), text.end(), end - text.size());
+    for (std::size_t size = 0; size <= text.size(); ++size) {
+        const std::string_view last(end - size, size);
+        EXPECT_EQ(efi_compress(last), efi_compress(std::string(last)));
+    }
+    munmap(memory, 2 * page);
 }
 
 TEST(efi_compress, writes_a_bit_stream_for_an_empty_text) {

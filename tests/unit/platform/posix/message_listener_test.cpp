@@ -24,6 +24,7 @@
 #include "tests/support/environment_variable.hpp"
 #include "tests/support/intercepted_call.hpp"
 #include "tests/support/interrupting_timer.hpp"
+#include "tests/support/open_descriptors.hpp"
 #include "tests/support/private_queues.hpp"
 #include "tests/unit/platform/support.hpp"
 
@@ -170,6 +171,32 @@ TEST_F(message_listener_test, is_not_open_when_the_queue_has_another_listener) {
     sysipc::message content(8096);
     EXPECT_EQ(second.receive(content, 0), result::failed);
     EXPECT_TRUE(send(message_of(1))) << "the second one must not touch the queue";
+}
+
+TEST_F(message_listener_test, keeps_no_descriptor_of_a_queue_that_it_cannot_use) {
+    test::child_process other([](const test::child_process::parent_channel& parent) {
+        const message_listener listener(8);
+        parent.send(listener.is_open() ? 'y' : 'n');
+        return static_cast<int>(parent.receive());
+    });
+    ASSERT_EQ(other.receive(), 'y');
+    const auto before = test::open_descriptors();
+    {
+        const message_listener refused(8);
+        EXPECT_FALSE(refused.is_open());
+        EXPECT_EQ(test::open_descriptors(), before);
+    }
+    ASSERT_EQ(kill(other.pid(), SIGKILL), 0);
+    ASSERT_EQ(other.wait(), 128 + SIGKILL);
+    {
+        const sysipc::system_message_queue without_listener(8, 0);
+        EXPECT_FALSE(without_listener.is_open());
+        EXPECT_EQ(test::open_descriptors(), before);
+        const message_listener listener(8);
+        const sysipc::system_message_queue queue(8, 0);
+        EXPECT_TRUE(queue.is_open());
+    }
+    EXPECT_EQ(test::open_descriptors(), before);
 }
 
 TEST_F(message_listener_test, uses_a_separate_queue_for_each_number_and_prefix) {

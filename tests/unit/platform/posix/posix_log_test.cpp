@@ -171,6 +171,13 @@ TEST(posix_log, escapes_control_bytes_in_the_text) {
         << lines[0];
 }
 
+TEST(posix_log, escapes_exactly_the_control_characters_of_utf_8) {
+    const program_result result =
+        run({writer, "LOG", " \xc2\x80 \xc2\x9f \xc2\xa0 \xc3\x80 \x1f ~"}, {{"DP_LOG", "stderr"}});
+    EXPECT_TRUE(result.err.ends_with("LOG \xc2\\x80 \xc2\\x9f \xc2\xa0 \xc3\x80 \\x1f ~\n"))
+        << result.err;
+}
+
 TEST(posix_log, escapes_control_bytes_in_level_and_tag) {
     const program_result result =
         run({writer, "L\nG", " text"}, {{"DP_LOG", "stderr"}, {"DP_LOG_TAG", "a\nb"}});
