@@ -148,11 +148,13 @@ std::vector<std::string> installed_paths() {
             dp_service::server_paths::vital_product_data.str()};
 }
 
-// Locks the files that an update replaces. They stay locked as long as the result exists.
+// Locks the files that an update replaces, waiting for all of them together as long as for one.
+// They stay locked as long as the result exists.
 dp_support::result<std::vector<bounded_lock>> lock_installed_files() {
     std::vector<bounded_lock> locks;
+    std::uint32_t remaining_ms = bounded_lock::timeout_ms;
     for (const auto& path : installed_paths()) {
-        auto lock = bounded_lock::acquire(path, bounded_lock::kind::exclusive);
+        auto lock = bounded_lock::acquire(path, bounded_lock::kind::exclusive, remaining_ms);
         if (!lock) {
             return lock.error();
         }

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "host/process/service_log.hpp"
@@ -37,7 +38,13 @@ std::string holder_of(int fd, bounded_lock::kind which) {
 }  // namespace
 
 dp_support::result<bounded_lock> bounded_lock::acquire(const std::string& path, kind which) {
-    for (std::uint32_t waited = 0;; waited += pause_ms) {
+    std::uint32_t remaining_ms = timeout_ms;
+    return acquire(path, which, remaining_ms);
+}
+
+dp_support::result<bounded_lock> bounded_lock::acquire(const std::string& path, kind which,
+                                                       std::uint32_t& remaining_ms) {
+    for (bool is_first = true;; is_first = false) {
         // Opened again each time: the file may have been replaced meanwhile.
         const int mode = which == kind::shared ? O_RDONLY : O_RDWR;
         dp_support::file_descriptor file(
@@ -46,16 +53,17 @@ dp_support::result<bounded_lock> bounded_lock::acquire(const std::string& path, 
             return bounded_lock(std::move(file));
         }
         const std::string locked = path + " is locked by " + holder_of(file.get(), which);
-        if (waited >= timeout_ms) {
+        if (remaining_ms == 0) {
             return dp_support::failure{locked, EBUSY};
         }
         if (which == kind::shared && stop_signal::received()) {
             return dp_support::failure{locked + "; stopped waiting", EBUSY};
         }
-        if (waited == 0) {
-            log_line(locked, "; waiting for at most ", timeout_ms / 1000, " seconds");
+        if (is_first) {
+            log_line(locked, "; waiting for at most ", (remaining_ms + 999) / 1000, " seconds");
         }
         sysipc::thread::sleep(pause_ms);
+        remaining_ms -= std::min(remaining_ms, pause_ms);
     }
 }
 

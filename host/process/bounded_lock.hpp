@@ -26,6 +26,10 @@ class bounded_lock {
     /// most `timeout_ms`: then fails with EBUSY. Succeeds without a lock when there is no such file
     /// or it cannot be locked.
     static dp_support::result<bounded_lock> acquire(const std::string& path, kind which);
+    /// The same for one of several locks that share a limit: waits for at most `remaining_ms`, and
+    /// subtracts the time that it waited.
+    static dp_support::result<bounded_lock> acquire(const std::string& path, kind which,
+                                                    std::uint32_t& remaining_ms);
 
   private:
     explicit bounded_lock(dp_support::file_descriptor file) : file_(std::move(file)) {}

@@ -19,7 +19,8 @@ namespace {
 using dp_service::settings_client;
 using dp_support::command_line;
 
-constexpr double default_timeout = 10;
+// Longer than the service waits for locked files before an update.
+constexpr double default_timeout = 20;
 constexpr double longest_timeout = 3600;
 
 struct options {

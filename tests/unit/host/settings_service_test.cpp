@@ -387,6 +387,40 @@ TEST_F(settings_service_test, an_update_is_not_begun_while_another_process_locks
     EXPECT_EQ(service.update().status, 0);
 }
 
+TEST_F(settings_service_test, an_update_waits_for_all_its_locks_together_as_long_as_for_one) {
+    dp_host::settings_service service;
+    ASSERT_TRUE(service.start());
+    prepare_update(after);
+    const auto hold_lock = [](const std::string& path) {
+        return [path](const test::child_process::parent_channel& parent) {
+            const readlock lock(path);
+            parent.send('L');
+            return parent.receive() == 'E' ? 0 : 1;
+        };
+    };
+    test::child_process first(hold_lock(bios));
+    test::child_process second(hold_lock(current));
+    ASSERT_EQ(first.receive(), 'L');
+    ASSERT_EQ(second.receive(), 'L');
+    test::stepped_time time;
+    std::uint32_t waited = 0;
+    time.on_sleep = [&](std::uint32_t ms) {
+        if (ms == 5) {  // for the end of a program, which takes real time
+            usleep(5000);
+            return;
+        }
+        waited += ms;
+        if (waited == 6000) {
+            first.send('E');
+            EXPECT_EQ(first.wait(), 0);
+        }
+    };
+    EXPECT_EQ(service.update().status, dp_service::service_status::not_persisted);
+    EXPECT_EQ(waited, 10'000U);
+    second.send('E');
+    EXPECT_EQ(second.wait(), 0);
+}
+
 // An update that was decided, of which the first files are in place.
 class settings_service_interrupted_update : public test::settings_service_fixture {
   protected:
