@@ -17,7 +17,7 @@ struct sample_setting {
 };
 
 /// The files of a server in $DP_ROOT, without a service: template, pending and current values. A
-/// script stands in for the tool that expands the template.
+/// script replaces the tool that expands the template.
 class server_files {
   public:
     /// Empties $DP_ROOT and writes the script.
