@@ -9,10 +9,12 @@ shift
 scratch=$(realpath "$(mktemp -d)")
 trap 'rm -rf "$scratch"' EXIT
 chmod 755 "$scratch" # Tests act as other users too.
-# With these variables the program does not start itself again in a scratch folder, where valgrind
-# would not follow it.
+# The tests of dp_api_start count what the process reads, and valgrind reads too. The programs keep
+# their own operator new, which fails in some tests. With the variables the program does not start
+# itself again in a scratch folder, where valgrind would not follow it.
 DP_SCRATCH_PROCESS=1 DP_ROOT=$scratch \
   valgrind --quiet --leak-check=full --show-leak-kinds=definite,indirect \
-  --errors-for-leak-kinds=definite,indirect --error-exitcode=99 --num-callers=20 \
-  "$program" --gtest_brief=1 "$@" 2>&1
+  --errors-for-leak-kinds=definite,indirect --soname-synonyms=somalloc=nouserintercepts \
+  --error-exitcode=99 --num-callers=20 \
+  "$program" --gtest_brief=1 --gtest_filter='-dp_api_start.*' "$@" 2>&1
 printf '%s: nothing found in %d s\n' "$(basename "$program")" "$SECONDS"
