@@ -18,6 +18,7 @@
 #include "common/fixed_paths.hpp"
 #include "common/log.hpp"
 #include "tests/support/closed_standard_input.hpp"
+#include "tests/support/intercepted_call.hpp"
 #include "tests/support/test_platform.hpp"
 #include "tests/support/time_zone.hpp"
 #include "tests/unit/logs/fake_store.hpp"
@@ -282,8 +283,17 @@ TEST_F(process_log, appends_every_one_of_many_changes) {
         sample.add(&sample.b, "1", 0, value);
         expected += "Tue Nov 14 22:13:20 2023   A.B.1   \"" + value + "\"\n";
     }
-    log.stop(&sample.transaction);
+    // In parts, so that the memory does not grow with the number of changes.
+    std::size_t writes = 0;
+    {
+        const test::intercepted_call count(test::libc_call::write, [&] {
+            ++writes;
+            return 0;
+        });
+        log.stop(&sample.transaction);
+    }
     EXPECT_EQ(rest_of(kept), expected);
+    EXPECT_GE(writes, expected.size() / 100'000);
 }
 
 TEST_F(process_log, removes_other_things_named_like_the_scratch_file_without_writing) {
