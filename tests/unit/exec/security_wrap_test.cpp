@@ -18,10 +18,12 @@
 #include <random>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "common/log.hpp"
 #include "tests/support/closed_standard_input.hpp"
+#include "tests/support/intercepted_call.hpp"
 #include "tests/support/test_platform.hpp"
 #include "tests/unit/exec/command_line_model.hpp"
 
@@ -527,6 +529,23 @@ TEST_F(redirect_2_file, lets_the_process_decide_who_may_use_a_new_file) {
         struct stat info {};
         ASSERT_EQ(stat(file.name.c_str(), &info), 0);
         EXPECT_EQ(info.st_mode & 07777U, 0666U & ~mask);
+    }
+}
+
+TEST_F(redirect_2_file, writes_at_the_start_of_a_file_that_it_truncated) {
+    // Also when another process extends the file in between; what it appends to goes to the end.
+    for (const auto& [operation, expected] :
+         {std::pair(security_wrap::truncate, "ab34"), std::pair(security_wrap::append, "1234ab")}) {
+        security_wrap::redirection_file file{scratch("out"), operation};
+        std::vector<unsigned char> data{'a', 'b'};
+        {
+            const test::intercepted_call extended(test::libc_call::write, [&] {
+                test::write_file(file.name, "1234");
+                return 0;
+            });
+            EXPECT_EQ(security_wrap::redirect_2_file(data, file), 0);
+        }
+        EXPECT_EQ(test::read_file(file.name), expected);
     }
 }
 
