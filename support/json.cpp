@@ -178,7 +178,8 @@ class writer {
                 out_ += std::to_string(value.integer);
                 return;
             case json_kind::real:
-                out_ += json(value.real).dump();
+                // The digits of a number that was parsed may say more than its 64 bits.
+                out_ += value.text.empty() ? json(value.real).dump() : value.text;
                 return;
             case json_kind::text:
                 write_text(value.text);

@@ -81,7 +81,8 @@ enum class json_layout {
     indented,  ///< an item or member a line, indented by two spaces a level
 };
 
-/// The JSON text of `value`, without a newline at its end.
+/// The JSON text of `value`, without a newline at its end. A real number that was parsed keeps its
+/// digits.
 std::string to_text(const json_value& value, json_layout layout);
 
 /// What a JSON text contains, or why it is not one.

@@ -153,4 +153,9 @@ TEST(json_value, keeps_the_order_of_members_when_they_are_set_again) {
     EXPECT_EQ(to_text(value, json_layout::one_line), R"({"a":3,"b":5,"c":4})");
 }
 
+TEST(to_text, keeps_the_digits_of_a_real_number_that_was_parsed) {
+    const std::string text = "[18446744073709551615,-9223372036854775809,1.10,2.5e-3]";
+    EXPECT_EQ(dp_support::to_text(parse_json(text).root, json_layout::one_line), text);
+}
+
 }  // namespace
