@@ -1,15 +1,20 @@
+#include <sys/stat.h>
+
 #include <iostream>
 #include <map>
 #include <optional>
 #include <string>
 
 #include "platform/posix/efi_compressor.hpp"
+#include "service_api/attribute_registry.hpp"
 #include "support/command_line.hpp"
+#include "support/folder_of.hpp"
 #include "support/json.hpp"
 #include "support/output_files.hpp"
 #include "support/program_main.hpp"
 #include "support/read_file.hpp"
 #include "tools/dp-template/encodable_text.hpp"
+#include "tools/dp-template/kept_registry.hpp"
 #include "tools/dp-template/line_index.hpp"
 #include "tools/dp-template/registry_compiler.hpp"
 
@@ -20,8 +25,9 @@ namespace {
 using dp_support::exit_code::failed;
 using dp_tools::finding;
 
-/// Greatest size of a registry in bytes.
-constexpr std::size_t registry_limit = std::size_t{32} << 20;
+/// Greatest size of a registry in bytes. What is written of it is not longer, but ends with a
+/// newline.
+constexpr std::size_t registry_limit = dp_service::registry_size_limit - 1;
 
 struct options {
     std::string registry;
@@ -29,6 +35,7 @@ struct options {
     std::optional<std::string> settings;
     std::optional<std::string> current;
     std::optional<std::string> text;
+    std::optional<std::string> kept_registry;
     std::optional<std::string> collection;
     bool skip_unfit = false;
 };
@@ -50,6 +57,10 @@ void add_options(dp_support::command_line& program, options& chosen) {
                        {.value_name = "FILE"});
     program.add_option("--text", chosen.text, "The template's attribute text, not compressed",
                        {.value_name = "FILE"});
+    program.add_option("--registry", chosen.kept_registry,
+                       "The registry as install and update take it; uefi_registry.json beside the\n"
+                       "template if not given",
+                       {.value_name = "FILE"});
     program.add_option("--collection", chosen.collection,
                        "Put all attributes into this collection instead of one for each menu",
                        {.value_name = "NAME", .check = why_not_a_collection});
@@ -68,6 +79,9 @@ void add_options(dp_support::command_line& program, options& chosen) {
         "attribute\n"
         "without a default has an empty one. ReadOnly and Immutable attributes are read-only. The\n"
         "help text is stored in the template's fds. Passwords are left out.\n"
+        "\n"
+        "The registry is written with everything that it says, but without passwords and unfit\n"
+        "attributes. Dependencies that cannot be evaluated are reported and ignored.\n"
         "\n"
         "Messages are written to stderr, one per line, with the place in the registry:\n"
         "  FILE:LINE:COLUMN: JSON-POINTER: what is wrong\n"
@@ -139,10 +153,22 @@ void print_summary(const dp_tools::compiled_registry& compiled, std::size_t text
     std::cout << '\n';
 }
 
+/// Where the registry is written; nothing when it was not asked for and the template is not written
+/// to a file either.
+std::optional<std::string> registry_path(const options& chosen) {
+    struct stat status {};
+    if (chosen.kept_registry ||
+        (stat(chosen.output.c_str(), &status) == 0 && !S_ISREG(status.st_mode))) {
+        return chosen.kept_registry;
+    }
+    return dp_support::folder_of(chosen.output) + "/uefi_registry.json";
+}
+
 /// Replaces all output files or none.
 dp_support::result<> write_outputs(const options& chosen,
                                    const dp_tools::compiled_registry& compiled,
-                                   const std::string& text, const std::string& image) {
+                                   const std::string& text, const std::string& image,
+                                   const std::string& registry) {
     const std::string values = dp_tools::settings_text(compiled.attributes);
     dp_support::output_files files;
     files.protect(chosen.registry);
@@ -154,6 +180,9 @@ dp_support::result<> write_outputs(const options& chosen,
     }
     if (chosen.text) {
         outcome = outcome.and_then([&] { return files.stage(*chosen.text, text); });
+    }
+    if (const auto path = registry_path(chosen)) {
+        outcome = outcome.and_then([&] { return files.stage(*path, registry); });
     }
     return outcome.and_then([&] { return files.commit(); });
 }
@@ -176,7 +205,10 @@ int compile(const options& chosen) {
                   << ": not JSON: " << document.error << '\n';
         return failed;
     }
-    const auto compiled = dp_tools::compile_registry(document.root, chosen.collection);
+    auto compiled = dp_tools::compile_registry(document.root, chosen.collection);
+    const std::string registry = compiled.attributes.empty()
+                                     ? std::string()
+                                     : dp_tools::kept_registry(document.root, compiled);
     if (!report(chosen, lines, compiled)) {
         return failed;
     }
@@ -185,7 +217,7 @@ int compile(const options& chosen) {
     }
     const std::string text = dp_tools::template_text(compiled.attributes);
     const std::string image = dp_platform::efi_compress(text);
-    if (const auto written = write_outputs(chosen, compiled, text, image); !written) {
+    if (const auto written = write_outputs(chosen, compiled, text, image, registry); !written) {
         return fail(written.reason());
     }
     print_summary(compiled, text.size(), image.size());

@@ -171,6 +171,9 @@ class registry_compiler {
                           "the password " +
                               (name == nullptr ? "" : quoted_for_message(name->text) + " ") +
                               "is left out: its value must not be stored in files");
+            if (name != nullptr) {
+                result_.password_names.insert(name->text);
+            }
             ++result_.passwords;
             return;
         }
@@ -186,6 +189,7 @@ class registry_compiler {
         without_value_.count(compiled.has_no_value, source, pointer);
         without_default_.count(compiled.has_substitute_default, source, pointer);
         result_.attributes.push_back(std::move(compiled.attribute));
+        result_.positions.push_back(index);
     }
 
     /// Makes the template record unambiguous and short enough. False, with a finding, if it is

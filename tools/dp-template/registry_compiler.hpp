@@ -2,7 +2,9 @@
 #define DP_TOOLS_DP_TEMPLATE_REGISTRY_COMPILER_HPP
 
 #include <cstddef>
+#include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -13,10 +15,12 @@
 namespace dp_tools {
 
 struct compiled_registry {
-    std::vector<compiled_attribute> attributes;  ///< those that fit, in the registry's order
-    std::vector<finding> findings;               ///< by offset
-    std::size_t unfit = 0;                       ///< number of attributes left out as unfit
-    std::size_t passwords = 0;                   ///< number of passwords left out
+    std::vector<compiled_attribute> attributes;         ///< those that fit, in the registry's order
+    std::vector<std::size_t> positions;                 ///< of `attributes` in the registry's list
+    std::set<std::string, std::less<>> password_names;  ///< of the passwords left out
+    std::vector<finding> findings;                      ///< by offset
+    std::size_t unfit = 0;                              ///< number of attributes left out as unfit
+    std::size_t passwords = 0;                          ///< number of passwords left out
 };
 
 /// Compiles the attributes of a Redfish AttributeRegistry. With `collection` they all belong to

@@ -30,6 +30,35 @@ TEST_F(dp_template, writes_all_files_and_prints_a_summary) {
     EXPECT_THAT(temporary_files("."), IsEmpty());
 }
 
+TEST_F(dp_template, writes_the_registry_beside_the_template) {
+    write("r.json", test::small_registry);
+    const std::string kept =
+        R"({"RegistryEntries":{"Attributes":[{"AttributeName":"A","Type":"String",)"
+        R"("DefaultValue":"v","MenuPath":"./Boot"}]}})"
+        "\n";
+    std::filesystem::create_directory(path("out"));
+    ASSERT_EQ(run_program("dp-template", {"r.json", "-o", "out/u.efi"}).exit_code, 0);
+    EXPECT_EQ(read("out/uefi_registry.json"), kept);
+    ASSERT_EQ(
+        run_program("dp-template", {"r.json", "-o", "u.efi", "--registry", "k.json"}).exit_code, 0);
+    EXPECT_EQ(read("k.json"), kept);
+    EXPECT_FALSE(exists("uefi_registry.json"));
+    EXPECT_EQ(run_program("dp-template", {"r.json", "-o", "/dev/null"}).exit_code, 0);
+    EXPECT_FALSE(std::filesystem::exists("/dev/uefi_registry.json"));
+}
+
+TEST_F(dp_template, reports_dependencies_that_cannot_be_evaluated_and_keeps_them) {
+    write("r.json", R"({"RegistryEntries": {"Attributes": [
+  {"AttributeName": "A", "Type": "String", "DefaultValue": "v"}], "Dependencies": [
+  {"Dependency": {"MapToAttribute": "B"}}]}})");
+    const auto result = run_program("dp-template", {"r.json", "-o", "u.efi"});
+    EXPECT_EQ(result.exit_code, 0);
+    EXPECT_EQ(result.err,
+              "r.json:3:37: warning: /RegistryEntries/Dependencies/0/Dependency/MapToAttribute: "
+              "there is no attribute \"B\"; the dependency is ignored\n");
+    EXPECT_THAT(read("uefi_registry.json"), HasSubstr(R"({"Dependency":{"MapToAttribute":"B"}})"));
+}
+
 TEST_F(dp_template, refuses_unfit_attributes_with_their_places_and_writes_nothing) {
     write("r.json", R"({"RegistryEntries": {"Attributes": [
   {"AttributeName": "A.B", "Type": "String"},
