@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <optional>
 #include <sstream>
 #include <unordered_map>
 #include <unordered_set>
@@ -23,6 +24,7 @@
 #include "host/process/trusted_file.hpp"
 #include "host/process/wall_clock.hpp"
 #include "logs/alerts.hpp"
+#include "service_api/attribute_registry.hpp"
 #include "service_api/change_record.hpp"
 #include "service_api/service_status.hpp"
 #include "service_api/template_cache.hpp"
@@ -144,8 +146,8 @@ std::string event_line(const char* target, const std::string& text) {
 // The files that an update replaces.
 std::vector<std::string> installed_paths() {
     return {dp::fixed_paths::uefi_template.str(), dp::fixed_paths::uefi_settings.str(),
-            dp::fixed_paths::uefi_current.str(),
-            dp_service::server_paths::vital_product_data.str()};
+            dp::fixed_paths::uefi_current.str(), dp_service::server_paths::vital_product_data.str(),
+            dp_service::server_paths::registry.str()};
 }
 
 // Locks the files that an update replaces, waiting for all of them together as long as for one.
@@ -186,6 +188,32 @@ std::string update_lines(const std::string& build_id, const carry_over_report& r
 
 unsigned char clamp_to_alert(std::size_t number) {
     return static_cast<unsigned char>(std::min<std::size_t>(number, most_in_alert));
+}
+
+// The file of the registry that an update to `infos` has, if it has one.
+dp_support::result<std::optional<std::string>> read_update_registry(
+    const std::vector<template_info>& infos) {
+    const std::string path = dp_service::server_paths::update_registry.str();
+    if (is_missing(path)) {
+        return std::optional<std::string>();
+    }
+    auto text = read_trusted_file(path, dp_service::registry_size_limit);
+    if (!text) {
+        return text.error();
+    }
+    const auto registry = dp_service::parse_attribute_registry(*text);
+    if (!registry) {
+        return dp_support::failure{path + ": " + registry.reason(), registry.code()};
+    }
+    std::vector<std::string> names;
+    names.reserve(infos.size());
+    for (const auto& info : infos) {
+        names.push_back(info.id);
+    }
+    if (!registry->belongs_to(names)) {
+        return dp_support::failure{path + " is the registry of another template"};
+    }
+    return std::optional<std::string>(*std::move(text));
 }
 
 // The library opens the file of the build id without checks, so it must be trusted.
@@ -408,6 +436,7 @@ dp_service::server_answer settings_service::restart() {
 struct settings_service::update_parts {
     std::string build_id;
     std::string bios;  // the template's file
+    std::optional<std::string> registry;
     std::unique_ptr<template_model> model;
     std::unique_ptr<value_store> store;
     carry_over_report values;
@@ -451,7 +480,12 @@ dp_support::result<> settings_service::prepare_update(update_parts& parts) {
     if (!bios_after || *bios_after != *bios) {
         return refuse(template_path + " was changed while it was read");
     }
+    auto registry = read_update_registry(*infos);
+    if (!registry) {
+        return refuse(registry.reason());
+    }
     parts.bios = *std::move(bios);
+    parts.registry = *std::move(registry);
     auto model = template_model::make(*infos, &plugin_);
     if (!model) {
         return refuse(model.reason());
@@ -469,6 +503,14 @@ dp_support::result<> settings_service::stage(update_parts& parts, const std::str
     if (!data) {
         return data.error();
     }
+    const std::string registry_path = dp_service::server_paths::registry.str();
+    const auto stage_registry = [&] {
+        if (parts.registry) {
+            return update_files_.stage(registry_path, *parts.registry);
+        }
+        return is_missing(registry_path) ? dp_support::result<>()
+                                         : update_files_.stage_removal(registry_path);
+    };
     std::ostringstream values;
     parts.version = write_values(*parts.store, values);
     auto staged =
@@ -476,6 +518,7 @@ dp_support::result<> settings_service::stage(update_parts& parts, const std::str
             .and_then([&] { return update_files_.stage(pending_file_.path(), values.view()); })
             .and_then([&] { return update_files_.stage(current_file_.path(), values.view()); })
             .and_then([&] { return update_files_.stage(product_data_path, *data); })
+            .and_then([&] { return stage_registry(); })
             .and_then([&] { return update_files_.commit(marker); });
     if (!staged) {
         // Also a marker that is there although its folder could not be synced.
@@ -563,6 +606,7 @@ dp_service::server_answer settings_service::update() {
         return {not_persisted, installed.reason()};
     }
     dp_support::remove_or_set_aside(dp_service::server_paths::update_template.str());
+    dp_support::remove_or_set_aside(dp_service::server_paths::update_registry.str());
     dp_support::remove_or_set_aside(dp_service::server_paths::update_build_id.str());
     log_line("updated the BIOS to ", build_id, " and restarted the server: ", summary);
     return {0, {}, std::move(report)};

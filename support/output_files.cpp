@@ -43,6 +43,11 @@ std::string real_path(const std::string& path) {
     return real ? real.get() : "";
 }
 
+/// Where a file to remove is until all other files are replaced.
+std::string aside_name(const std::string& path) {
+    return folder_of(path) + "/." + name_of(path) + "_removed";
+}
+
 void remove_backup(const std::string& path) {
     if (!path.empty()) {
         unlink(path.c_str());
@@ -139,10 +144,46 @@ void output_files::roll_back(std::size_t count) {
     }
 }
 
-result<> output_files::commit() {
-    if (auto written = write_streams(); !written) {
-        return written;
+result<> output_files::stage_removal(const std::string& path) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0) {
+        return errno == ENOENT ? result<>() : failed(path, errno);
     }
+    if (!S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)) {
+        return refusal(path, "exists and is not a file to remove");
+    }
+    removals_.push_back(path);
+    return {};
+}
+
+// Renames the files to remove, so that they can be restored.
+result<> output_files::set_aside() {
+    for (; set_aside_ < removals_.size(); ++set_aside_) {
+        const std::string& path = removals_[set_aside_];
+        if (std::rename(path.c_str(), aside_name(path).c_str()) != 0 && errno != ENOENT) {
+            return failed(path, errno);
+        }
+    }
+    return {};
+}
+
+result<> output_files::commit() {
+    auto committed = write_streams().and_then([this] { return set_aside(); }).and_then([this] {
+        return replace_files();
+    });
+    for (; set_aside_ > 0; --set_aside_) {
+        const std::string& path = removals_[set_aside_ - 1];
+        const std::string aside = aside_name(path);
+        if (committed) {
+            unlink(aside.c_str());
+        } else {
+            static_cast<void>(std::rename(aside.c_str(), path.c_str()));
+        }
+    }
+    return committed;
+}
+
+result<> output_files::replace_files() {
     for (std::size_t i = 0; i < files_.size(); ++i) {
         auto& [file, backup, is_new] = files_[i];
         // The last file needs no backup: nothing can fail after it.

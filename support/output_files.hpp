@@ -29,6 +29,10 @@ class output_files {
     /// refused.
     result<> stage(const std::string& path, std::string_view content);
 
+    /// Adds the removal of the file `path`, if there is one. `commit` removes it before it replaces
+    /// any other: a process that is killed never leaves it beside the new ones.
+    result<> stage_removal(const std::string& path);
+
     /// Writes to the pipes and devices, then replaces all staged files. On failure the files are as
     /// they were before, except on file systems without hard links.
     result<> commit();
@@ -45,10 +49,14 @@ class output_files {
     result<> stage_file(const std::string& path, const std::string& target,
                         std::string_view content);
     result<> write_streams();
+    result<> set_aside();
+    result<> replace_files();
     void roll_back(std::size_t count);
 
     std::deque<output> files_;
     std::vector<std::pair<std::string, std::string>> streams_;  // paths and contents
+    std::vector<std::string> removals_;
+    std::size_t set_aside_ = 0;  // the number of removals that were renamed
     std::vector<std::pair<dev_t, ino_t>> protected_;
 };
 

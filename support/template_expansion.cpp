@@ -54,6 +54,20 @@ bool is_empty_image(std::string_view bytes) {
     return compressed == bytes.size() - 8;
 }
 
+// Calls `use` with each template record that the library reads: an overlong one ends the reading.
+template <class Use>
+void for_each_record(std::string_view text, Use use) {
+    while (!text.empty()) {
+        const auto record = next_record(text);
+        if (record.size() > template_info::record_limit) {
+            return;
+        }
+        template_info info;
+        info.parse_setting_info(std::string(record));
+        use(info);
+    }
+}
+
 }  // namespace
 
 result<> check_template_text(std::string_view text) {
@@ -93,17 +107,21 @@ result<std::string> expand_template(const std::string& bytes) {
 std::vector<std::string> configuration_names(std::string_view text) {
     std::vector<std::string> names;
     std::unordered_set<std::string> known;
-    while (!text.empty()) {
-        const auto record = next_record(text);
-        if (record.size() > template_info::record_limit) {
-            break;
-        }
-        template_info info;
-        info.parse_setting_info(std::string(record));
+    for_each_record(text, [&](const template_info& info) {
         if (!info.cfg.empty() && known.insert(info.cfg).second) {
             names.push_back(info.cfg);
         }
-    }
+    });
+    return names;
+}
+
+std::vector<std::string> attribute_names(std::string_view text) {
+    std::vector<std::string> names;
+    for_each_record(text, [&](const template_info& info) {
+        if (!info.cfg.empty() || !info.id.empty()) {
+            names.push_back(info.id);
+        }
+    });
     return names;
 }
 

@@ -26,6 +26,10 @@ result<> check_template_text(std::string_view text);
 /// appearance. Records are read as the library reads them: an overlong one ends the reading.
 std::vector<std::string> configuration_names(std::string_view text);
 
+/// The names of the attributes in `text`, one for each template record that is not empty, in their
+/// order.
+std::vector<std::string> attribute_names(std::string_view text);
+
 }  // namespace dp_support
 
 #endif

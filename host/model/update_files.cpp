@@ -48,6 +48,14 @@ dp_support::result<> update_files::stage(const std::string& target,
     return write_durably(staged_path(target), content);
 }
 
+std::string update_files::removal_path(const std::string& target) const {
+    return folder_ + target.substr(target.rfind('/')) + ".removed";
+}
+
+dp_support::result<> update_files::stage_removal(const std::string& target) const {
+    return write_durably(removal_path(target), {});
+}
+
 dp_support::result<> update_files::commit(std::string_view text) const {
     return write_durably(marker_, text);
 }
@@ -66,6 +74,12 @@ dp_support::result<> update_files::place() const {
         const std::string staged = staged_path(target);
         // Readers compare file times: the file must not look older than what was made from its old
         // content a moment ago.
+        if (open_trusted_file(removal_path(target)).ok()) {
+            if (std::remove(target.c_str()) != 0 && errno != ENOENT) {
+                return dp_support::system_failure("remove", target, errno);
+            }
+            continue;
+        }
         const bool is_staged = utimensat(AT_FDCWD, staged.c_str(), nullptr, 0) == 0;
         if (!is_staged && errno == ENOENT) {
             continue;
@@ -94,6 +108,7 @@ dp_support::result<> update_files::finish() const {
 void update_files::discard() const {
     for (const auto& target : targets_) {
         dp_support::remove_or_set_aside(staged_path(target));
+        dp_support::remove_or_set_aside(removal_path(target));
     }
 }
 

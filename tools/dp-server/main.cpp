@@ -2,7 +2,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <iostream>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "service_api/server_paths.hpp"
 #include "service_api/settings_client.hpp"
@@ -26,6 +28,7 @@ constexpr double longest_timeout = 3600;
 struct options {
     dp_tools::server_parts parts;
     std::string update_template;
+    std::optional<std::string> registry;
     std::string update_build_id;
     bool replace = false;
     bool dry_run = false;
@@ -40,6 +43,13 @@ void add_timeout(command_line& command, options& chosen) {
                        {.value_name = "SECONDS", .show_default = true});
 }
 
+void add_registry(command_line& command, options& chosen) {
+    command.add_option("--registry", chosen.registry,
+                       "The template's registry; uefi_registry.json beside the template, if it\n"
+                       "exists, when not given",
+                       {.value_name = "FILE"});
+}
+
 command_line& add_install(command_line& program, options& chosen) {
     auto& command = program.add_subcommand(
         "install",
@@ -47,6 +57,7 @@ command_line& add_install(command_line& program, options& chosen) {
         "its pending and current values, and its build id.");
     command.add_option("--template", chosen.parts.template_file, "The BIOS's template",
                        {.value_name = "FILE", .required = true});
+    add_registry(command, chosen);
     command.add_option("--settings", chosen.parts.settings_file, "The pending values",
                        {.value_name = "FILE", .required = true});
     command.add_option("--current", chosen.parts.current_file,
@@ -72,6 +83,7 @@ void add_update(command_line& program, options& chosen) {
                        {.value_name = "FILE", .required = true});
     command.add_option("--build-id", chosen.update_build_id, "The new BIOS's build id",
                        {.value_name = "ID", .required = true, .check = dp_tools::build_id_problem});
+    add_registry(command, chosen);
     command.add_flag("--dry-run", chosen.dry_run,
                      "Check the template and report what would become of the values");
     add_timeout(command, chosen);
@@ -94,6 +106,19 @@ command_line& add_restore(command_line& program, options& chosen) {
     command.add_flag("--partial", chosen.partial,
                      "Restore what is left of a damaged file; all other values become defaults");
     return command;
+}
+
+// The content of the registry's file. Prints why one is not used.
+dp_support::result<std::optional<std::string>> find_registry(
+    const std::string& template_file, const std::optional<std::string>& given) {
+    auto found = dp_tools::find_registry(template_file, given);
+    if (!found) {
+        return found.error();
+    }
+    if (!found->notice.empty()) {
+        std::cerr << "dp-server: " << found->notice << '\n';
+    }
+    return std::move(found->content);
 }
 
 std::string number_of_values(std::size_t count) {
@@ -161,6 +186,11 @@ int run(int argc, char** argv) {
         if (chosen.parts.current_file.empty()) {
             chosen.parts.current_file = chosen.parts.settings_file;
         }
+        auto registry = find_registry(chosen.parts.template_file, chosen.registry);
+        if (!registry) {
+            return finish("install", dp_support::result<>(registry.error()), "");
+        }
+        chosen.parts.registry = *std::move(registry);
         return finish("install", dp_tools::install_server(chosen.parts, chosen.replace),
                       "installed a server with BIOS " + chosen.parts.build_id);
     }
@@ -177,7 +207,10 @@ int run(int argc, char** argv) {
                       "restarted: the pending values are current now");
     }
     const auto prepare = [&] {
-        return dp_tools::place_update(chosen.update_template, chosen.update_build_id);
+        const auto registry = find_registry(chosen.update_template, chosen.registry);
+        return registry ? dp_tools::place_update(chosen.update_template, *registry,
+                                                 chosen.update_build_id)
+                        : dp_support::result<>(registry.error());
     };
     if (chosen.dry_run) {
         return finish("update",

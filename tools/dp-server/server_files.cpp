@@ -6,15 +6,19 @@
 #include <algorithm>
 #include <cerrno>
 #include <sstream>
+#include <utility>
+#include <vector>
 
 #include "batch/batch_file_checker.hpp"
 #include "batch/batch_file_reader.hpp"
 #include "common/fixed_paths.hpp"
+#include "service_api/attribute_registry.hpp"
 #include "service_api/server_paths.hpp"
 #include "service_api/service_lock.hpp"
 #include "service_api/template_cache.hpp"
 #include "service_api/values_backups.hpp"
 #include "service_api/values_seal.hpp"
+#include "support/folder_of.hpp"
 #include "support/output_files.hpp"
 #include "support/read_file.hpp"
 #include "support/template_expansion.hpp"
@@ -90,6 +94,18 @@ result<std::string> read_values(const std::string& path) {
     return bytes;
 }
 
+// The names of the attributes of a template; none when it cannot be read.
+std::vector<std::string> names_in(const std::string& template_file) {
+    const auto bytes = read_template(template_file);
+    const auto text = bytes ? dp_support::expand_template(*bytes) : bytes;
+    return text ? dp_support::attribute_names(*text) : std::vector<std::string>();
+}
+
+result<> stage_or_remove(dp_support::output_files& files, const std::string& path,
+                         const std::optional<std::string>& content) {
+    return content ? files.stage(path, *content) : files.stage_removal(path);
+}
+
 }  // namespace
 
 bool exists(const std::string& path) {
@@ -144,6 +160,7 @@ result<> install_server(const server_parts& parts, bool replace) {
     const std::string template_path = dp::fixed_paths::uefi_template.str();
     const std::string settings_path = dp::fixed_paths::uefi_settings.str();
     const std::string current_path = dp::fixed_paths::uefi_current.str();
+    const std::string registry_path = dp_service::server_paths::registry.str();
     const std::string data_path = dp_service::server_paths::vital_product_data.str();
     if (!replace) {
         for (const auto& path : {template_path, settings_path, current_path, data_path}) {
@@ -162,6 +179,7 @@ result<> install_server(const server_parts& parts, bool replace) {
             .and_then([&] { return files.stage(settings_path, *settings); })
             .and_then([&] { return files.stage(current_path, *current); })
             .and_then([&] { return files.stage(data_path, "UEFIID=" + parts.build_id + "\n"); })
+            .and_then([&] { return stage_or_remove(files, registry_path, parts.registry); })
             .and_then([&] { return files.commit(); });
     dp_service::template_cache::discard();
     if (installed) {
@@ -171,7 +189,32 @@ result<> install_server(const server_parts& parts, bool replace) {
     return installed;
 }
 
-result<> place_update(const std::string& template_file, const std::string& build_id) {
+result<registry_file> find_registry(const std::string& template_file,
+                                    const std::optional<std::string>& registry) {
+    const std::string path =
+        registry.value_or(dp_support::folder_of(template_file) + "/uefi_registry.json");
+    if (!registry && !exists(path)) {
+        return registry_file();
+    }
+    auto content = dp_support::read_file(path, dp_service::registry_size_limit);
+    if (!content) {
+        return content.error();
+    }
+    const auto read = dp_service::parse_attribute_registry(*content);
+    if (!read) {
+        return failure{path + ": " + read.reason()};
+    }
+    const auto names = names_in(template_file);
+    if (!names.empty() && !read->belongs_to(names)) {
+        const std::string problem = path + ": is the registry of another template";
+        return registry ? result<registry_file>(failure{problem})
+                        : registry_file{std::nullopt, problem + "; it is not used"};
+    }
+    return registry_file{*std::move(content), {}};
+}
+
+result<> place_update(const std::string& template_file, const std::optional<std::string>& registry,
+                      const std::string& build_id) {
     const auto bytes = dp_support::read_file(template_file, dp_support::template_size_limit);
     if (!bytes) {
         return bytes.error();
@@ -183,6 +226,10 @@ result<> place_update(const std::string& template_file, const std::string& build
             [&] { return files.stage(dp_service::server_paths::update_template.str(), *bytes); })
         .and_then([&] {
             return files.stage(dp_service::server_paths::update_build_id.str(), build_id + "\n");
+        })
+        .and_then([&] {
+            return stage_or_remove(files, dp_service::server_paths::update_registry.str(),
+                                   registry);
         })
         .and_then([&] { return files.commit(); });
 }

@@ -84,6 +84,23 @@ TEST_F(dp_server_with_service, an_update_that_renames_all_collections_keeps_ever
     EXPECT_THAT(changes, HasSubstr("Setup.BootMode"));
 }
 
+TEST_F(dp_server_with_service, an_update_carries_the_registry) {
+    const auto installed = [] {
+        return test::read_file(service_process::path("/var/dp/uefi_registry.json"));
+    };
+    const std::string first = installed();
+    with_another_menu();
+    const std::string second = test::read_file(service_process::path("/uefi_registry.json"));
+    ASSERT_NE(first, second);
+    EXPECT_EQ(update({"--dry-run"}).exit_code, 0);
+    EXPECT_EQ(installed(), first);
+    EXPECT_EQ(update().exit_code, 0);
+    EXPECT_EQ(installed(), second);
+    std::filesystem::remove(service_process::path("/uefi_registry.json"));
+    EXPECT_EQ(update().exit_code, 0);
+    EXPECT_FALSE(std::filesystem::exists(service_process::path("/var/dp/uefi_registry.json")));
+}
+
 TEST_F(dp_server_with_service, a_dry_run_reports_why_an_update_would_be_refused) {
     test::write_file(service_process::path("/second.efi"), "garbage");
     const auto refused = update({"--dry-run"});

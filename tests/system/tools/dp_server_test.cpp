@@ -63,6 +63,43 @@ TEST_F(dp_server, install_replaces_a_server_only_on_request) {
     EXPECT_EQ(read("var/dp/uefi_current.txt"), read("c.txt"));
 }
 
+TEST_F(dp_server, install_carries_the_registry_and_removes_an_old_one) {
+    compile(test::sample_registry);
+    ASSERT_EQ(install().exit_code, 0);
+    const std::string registry = read("uefi_registry.json");
+    EXPECT_EQ(read("var/dp/uefi_registry.json"), registry);
+    std::filesystem::rename(path("uefi_registry.json"), path("k.json"));
+    ASSERT_EQ(install({"--replace"}).exit_code, 0);
+    EXPECT_FALSE(exists("var/dp/uefi_registry.json"));
+    ASSERT_EQ(install({"--replace", "--registry", "k.json"}).exit_code, 0);
+    EXPECT_EQ(read("var/dp/uefi_registry.json"), registry);
+    EXPECT_THAT(temporary_files("var/dp"), IsEmpty());
+}
+
+TEST_F(dp_server, install_does_not_use_the_registry_of_another_template) {
+    compile(test::sample_registry);
+    write("r.json", test::small_registry);
+    ASSERT_EQ(run_program("dp-template", {"r.json", "-o", "other.efi"}).exit_code, 0);
+    const auto refused = install({"--registry", "uefi_registry.json"});
+    EXPECT_EQ(refused.exit_code, 1);
+    EXPECT_EQ(refused.err,
+              "dp-server: install: uefi_registry.json: is the registry of another "
+              "template\n");
+    const auto installed = install();
+    EXPECT_EQ(installed.exit_code, 0);
+    EXPECT_EQ(installed.err,
+              "dp-server: ./uefi_registry.json: is the registry of another "
+              "template; it is not used\n");
+    EXPECT_FALSE(exists("var/dp/uefi_registry.json"));
+    for (const char* bad : {"{", "{}", "[1]"}) {
+        write("uefi_registry.json", bad);
+        const auto result = install({"--replace"});
+        EXPECT_EQ(result.exit_code, 1);
+        EXPECT_THAT(result.err, StartsWith("dp-server: install: ./uefi_registry.json: "));
+    }
+    EXPECT_THAT(install({"--replace", "--registry", "missing"}).err, HasSubstr("missing"));
+}
+
 TEST_F(dp_server, install_removes_the_expansion_of_an_earlier_template) {
     compile(test::sample_registry);
     ASSERT_EQ(install().exit_code, 0);
@@ -259,6 +296,31 @@ TEST_F(dp_server, update_stores_its_parts_before_the_request) {
     EXPECT_EQ(request, "update");
     EXPECT_EQ(bios, read("u.efi"));
     EXPECT_EQ(build_id, "HLD 1.5.0\n");
+}
+
+TEST_F(dp_server, update_stores_the_registry_and_no_earlier_one) {
+    compile(test::updated_sample_registry);
+    std::filesystem::create_directories(path("var/dp/update"));
+    std::string registry;
+    const auto update = [&](const std::vector<std::string>& more) {
+        std::vector<std::string> arguments{"update", "--template", "u.efi", "--build-id", "2"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        registry.clear();
+        const fake_request_service service([&](service_end& client) {
+            if (exists("var/dp/update/uefi_registry.json")) {
+                registry = read("var/dp/update/uefi_registry.json");
+            }
+            answer_request(client, 0, "");
+        });
+        return run_program("dp-server", arguments);
+    };
+    ASSERT_EQ(update({}).exit_code, 0);
+    EXPECT_EQ(registry, read("uefi_registry.json"));
+    std::filesystem::rename(path("uefi_registry.json"), path("k.json"));
+    ASSERT_EQ(update({"--dry-run"}).exit_code, 0);
+    EXPECT_EQ(registry, "");
+    ASSERT_EQ(update({"--dry-run", "--registry", "k.json"}).exit_code, 0);
+    EXPECT_EQ(registry, read("k.json"));
 }
 
 TEST_F(dp_server, withdraws_a_request_whose_turn_does_not_come) {

@@ -480,6 +480,18 @@ TEST_F(settings_service_interrupted_update, is_completed_at_the_start_whatever_i
     }
 }
 
+TEST_F(settings_service_interrupted_update, also_removes_the_registry_that_it_does_not_have) {
+    const std::string registry = in_root("/var/dp/uefi_registry.json");
+    const dp_host::update_files with_registry{in_root("/var/dp/update"), {registry}};
+    test::write_file(registry, "the old one");
+    ASSERT_TRUE(with_registry.stage_removal(registry));
+    ASSERT_TRUE(files.commit("2\n" + line));
+    dp_host::settings_service service;
+    ASSERT_TRUE(service.start());
+    expect_all_in_place();
+    EXPECT_FALSE(fileexist(registry));
+}
+
 TEST_F(settings_service_interrupted_update, was_never_begun_without_its_marker) {
     const std::string text = test::read_file(pending);
     dp_host::settings_service service;
@@ -561,6 +573,57 @@ TEST_F(settings_service_test, an_update_with_unusable_parts_changes_nothing) {
     EXPECT_EQ(test::read_file(pending), all_defaults);
     EXPECT_EQ(test::read_file(vpd), "SERIAL=7\nUEFIID=B1\n");
     EXPECT_EQ(run(service, "0 1 t get A.Gone \"\" \"\"\n"), "0 1 t get A.Gone \"\" \"old\" \n");
+}
+
+// A registry with the attributes of `after`, and what is to be kept of it.
+const char* const registry_of_after = R"({"RegistryEntries":{"Attributes":[
+{"AttributeName":"Mode","Type":"String"},{"AttributeName":"Size","Type":"Integer"},
+{"AttributeName":"New","Type":"String"},{"AttributeName":"Port","Type":"Integer"},
+{"AttributeName":"Fan","Type":"Integer","Colour":"red"}]}})";
+
+TEST_F(settings_service_test, an_update_replaces_the_registry) {
+    test::write_file(in_root("/var/dp/uefi_registry.json"), "the old one");
+    dp_host::settings_service service;
+    ASSERT_TRUE(service.start());
+    prepare_update(after);
+    test::write_file(in_root("/var/dp/update/uefi_registry.json"), registry_of_after);
+    EXPECT_EQ(service.plan_update().status, 0);
+    EXPECT_EQ(test::read_file(in_root("/var/dp/uefi_registry.json")), "the old one");
+    const auto updated = service.update();
+    EXPECT_EQ(updated.status, 0) << updated.reason;
+    EXPECT_EQ(test::read_file(in_root("/var/dp/uefi_registry.json")), registry_of_after);
+    EXPECT_TRUE(std::filesystem::is_empty(in_root("/var/dp/update")));
+}
+
+TEST_F(settings_service_test, an_update_without_a_registry_removes_the_old_one) {
+    test::write_file(in_root("/var/dp/uefi_registry.json"), "the old one");
+    dp_host::settings_service service;
+    ASSERT_TRUE(service.start());
+    prepare_update(after);
+    ASSERT_EQ(service.update().status, 0);
+    EXPECT_FALSE(fileexist(in_root("/var/dp/uefi_registry.json")));
+    EXPECT_TRUE(std::filesystem::is_empty(in_root("/var/dp/update")));
+}
+
+TEST_F(settings_service_test, an_update_with_the_registry_of_another_template_is_refused) {
+    test::write_file(in_root("/var/dp/uefi_registry.json"), "the old one");
+    dp_host::settings_service service;
+    ASSERT_TRUE(service.start());
+    const std::string path = in_root("/var/dp/update/uefi_registry.json");
+    for (const auto& [text, reason] :
+         {std::pair("{", path + ": is not JSON at byte 1"),
+          std::pair("{}", path + ": /RegistryEntries: is not an object"),
+          std::pair(R"({"RegistryEntries":{"Attributes":[]}})",
+                    path + " is the registry of another template")}) {
+        prepare_update(after);
+        test::write_file(path, text);
+        for (const auto& refused : {service.plan_update(), service.update()}) {
+            EXPECT_EQ(refused.status, dp_service::service_status::malformed_line);
+            EXPECT_EQ(refused.reason.substr(0, reason.size()), reason);
+        }
+    }
+    EXPECT_EQ(test::read_file(bios), records(before));
+    EXPECT_EQ(test::read_file(in_root("/var/dp/uefi_registry.json")), "the old one");
 }
 
 TEST_F(settings_service_test, an_update_folder_that_is_a_symlink_is_refused) {

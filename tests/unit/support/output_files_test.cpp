@@ -125,6 +125,29 @@ TEST_F(output_files_test, are_not_replaced_when_a_device_cannot_be_written) {
     EXPECT_FALSE(std::filesystem::exists(path("a")));
 }
 
+TEST_F(output_files_test, are_removed_together_with_the_others) {
+    test::write_file(path("old"), "old");
+    output_files files;
+    ASSERT_TRUE(files.stage(path("a"), "z"));
+    ASSERT_TRUE(files.stage_removal(path("old")));
+    ASSERT_TRUE(files.stage_removal(path("missing")));
+    EXPECT_EQ(test::read_file(path("old")), "old");
+    ASSERT_TRUE(files.commit());
+    EXPECT_EQ(test::read_file(path("a")), "z");
+    EXPECT_EQ(file_count(), 1);
+}
+
+TEST_F(output_files_test, are_not_removed_when_another_cannot_be_replaced) {
+    test::write_file(path("old"), "old");
+    output_files files;
+    ASSERT_TRUE(files.stage(path("a"), "z"));
+    ASSERT_TRUE(files.stage_removal(path("old")));
+    std::filesystem::create_directory(path("a"));
+    EXPECT_FALSE(files.commit());
+    EXPECT_EQ(test::read_file(path("old")), "old");
+    EXPECT_FALSE(files.stage_removal(path("a")));
+}
+
 TEST_F(output_files_test, refuse_a_path_that_cannot_be_a_file) {
     std::filesystem::create_directory(path("folder"));
     ASSERT_EQ(symlink("folder", path("link").c_str()), 0);

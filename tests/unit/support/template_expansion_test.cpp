@@ -71,4 +71,14 @@ TEST(configuration_names, end_at_a_record_that_the_library_does_not_read) {
                 ElementsAre("A"));
 }
 
+TEST(attribute_names, are_listed_in_the_order_of_the_records) {
+    const std::string other = "id:B" + item_end + record_end;
+    const std::string empty = "dsc:x" + item_end + record_end;
+    EXPECT_THAT(dp_support::attribute_names(other + "id:A" + item_end + "cfg:C" + item_end +
+                                            record_end + empty + other),
+                ElementsAre("B", "A", "B"));
+    EXPECT_THAT(dp_support::attribute_names(other + "id:" + std::string(17'000, 'x') + record_end),
+                ElementsAre("B"));
+}
+
 }  // namespace

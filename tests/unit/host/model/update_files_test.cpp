@@ -58,6 +58,27 @@ TEST_F(update_files_test, an_interrupted_installation_is_continued) {
     EXPECT_EQ(test::read_file(two), "new 2");
 }
 
+TEST_F(update_files_test, an_installation_can_remove_a_file) {
+    ASSERT_TRUE(files.stage(one, "new 1"));
+    ASSERT_TRUE(files.stage_removal(two));
+    ASSERT_TRUE(files.commit(""));
+    EXPECT_EQ(test::read_file(two), "2");
+    const dp_host::update_files again(folder, {one, two});
+    ASSERT_TRUE(again.place());
+    ASSERT_TRUE(again.place());
+    EXPECT_EQ(test::read_file(one), "new 1");
+    EXPECT_FALSE(std::filesystem::exists(two));
+    ASSERT_TRUE(again.finish());
+    EXPECT_TRUE(std::filesystem::is_empty(folder));
+}
+
+TEST_F(update_files_test, a_removal_that_was_not_decided_is_discarded) {
+    ASSERT_TRUE(files.stage_removal(two));
+    files.discard();
+    EXPECT_EQ(test::read_file(two), "2");
+    EXPECT_TRUE(std::filesystem::is_empty(folder));
+}
+
 TEST_F(update_files_test, a_file_that_cannot_be_placed_leaves_the_marker) {
     stage();
     ASSERT_TRUE(files.commit(""));
