@@ -60,6 +60,9 @@ TEST_F(cim_helper_queries, returns_collections_in_the_order_of_the_list) {
 TEST_F(cim_helper_queries, counts_collections_before_they_were_asked_for) {
     write_aged(configs_file, "Main\n\nBoot\n", 10);
     EXPECT_EQ(helper.get_config_count(), 2);
+    EXPECT_EQ(helper.init_confignames(), 1);
+    cim_helper other;
+    EXPECT_EQ(other.init_confignames(), 1);
 }
 
 TEST_F(cim_helper_queries, compares_collection_names_exactly) {

@@ -21,6 +21,7 @@
 #include "platform/sysipc/system_message_queue.hpp"
 #include "platform/sysipc/system_message_queue_client.hpp"
 #include "tests/support/child_process.hpp"
+#include "tests/support/closed_standard_input.hpp"
 #include "tests/support/environment_variable.hpp"
 #include "tests/support/intercepted_call.hpp"
 #include "tests/support/interrupting_timer.hpp"
@@ -197,6 +198,18 @@ TEST_F(message_listener_test, keeps_no_descriptor_of_a_queue_that_it_cannot_use)
         EXPECT_TRUE(queue.is_open());
     }
     EXPECT_EQ(test::open_descriptors(), before);
+}
+
+TEST_F(message_listener_test, receives_without_standard_input) {
+    const test::closed_standard_input closed;
+    {
+        message_listener listener(8);
+        ASSERT_TRUE(listener.is_open()) << listener.error();
+        EXPECT_TRUE(send(message_of(1)));
+        sysipc::message content(8096);
+        EXPECT_EQ(receive(listener, content), result::received);
+    }
+    EXPECT_TRUE(test::closed_standard_input::is_closed());
 }
 
 TEST_F(message_listener_test, uses_a_separate_queue_for_each_number_and_prefix) {
