@@ -23,7 +23,8 @@ inline constexpr dp::fixed_path request_socket{"/run/dp/settings.sock"};
 /// The registry of the template: see `attribute_registry`. A server may have none.
 inline constexpr dp::fixed_path registry{"/var/dp/uefi_registry.json"};
 
-/// The parts of a BIOS update: a template, its registry if it has one, and the text of its build id.
+/// The parts of a BIOS update: a template, its registry if it has one, and the text of its build
+/// id.
 inline constexpr dp::fixed_path update_folder{"/var/dp/update"};
 inline constexpr dp::fixed_path update_template{"/var/dp/update/uefi_template.efi"};
 inline constexpr dp::fixed_path update_registry{"/var/dp/update/uefi_registry.json"};
