@@ -80,7 +80,8 @@ std::partial_ordering compare(const registry_value& left, const registry_value& 
     if (std::holds_alternative<bool>(left) || std::holds_alternative<bool>(right)) {
         const auto left_truth = truth_in(left);
         const auto right_truth = truth_in(right);
-        return left_truth && right_truth ? std::partial_ordering(*left_truth <=> *right_truth)
+        return left_truth && right_truth ? std::partial_ordering(static_cast<int>(*left_truth) <=>
+                                                                 static_cast<int>(*right_truth))
                                          : std::partial_ordering::unordered;
     }
     if (digits_are_numbers || is_number(left) || is_number(right)) {
@@ -122,17 +123,17 @@ std::optional<registry_condition> registry_condition_named(std::string_view name
 bool holds(registry_condition condition, const registry_value& left, const registry_value& right) {
     switch (condition) {
         case registry_condition::equal:
-            return compare(left, right, false) == 0;
+            return std::is_eq(compare(left, right, false));
         case registry_condition::not_equal:
-            return compare(left, right, false) != 0;
+            return std::is_neq(compare(left, right, false));
         case registry_condition::greater:
-            return compare(left, right, true) > 0;
+            return std::is_gt(compare(left, right, true));
         case registry_condition::greater_or_equal:
-            return compare(left, right, true) >= 0;
+            return std::is_gteq(compare(left, right, true));
         case registry_condition::less:
-            return compare(left, right, true) < 0;
+            return std::is_lt(compare(left, right, true));
         case registry_condition::less_or_equal:
-            return compare(left, right, true) <= 0;
+            return std::is_lteq(compare(left, right, true));
         case registry_condition::common_bits:
         case registry_condition::any_bits: {
             const auto left_bits = bits_of(left);
@@ -158,7 +159,7 @@ std::string setting_text(const registry_value& value) {
     if (const auto* real = std::get_if<double>(&value)) {
         constexpr std::size_t longest = 32;
         std::array<char, longest> digits{};
-        const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), *real).ptr;
+        char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), *real).ptr;
         return {digits.data(), end};
     }
     return "";

@@ -52,8 +52,8 @@ std::vector<json_value*> members(json_value& object, std::string_view name) {
 
 class registry_filter {
   public:
-    registry_filter(const json_value& root, compiled_registry& compiled)
-        : root_(root), compiled_(compiled), findings_(compiled.findings) {}
+    registry_filter(json_value root, compiled_registry& compiled)
+        : root_(std::move(root)), compiled_(compiled), findings_(compiled.findings) {}
 
     std::string text() {
         for (json_value* entries : members(root_, "RegistryEntries")) {
