@@ -29,6 +29,7 @@
 #include "service_api/service_status.hpp"
 #include "service_api/template_cache.hpp"
 #include "settings/configuration.hpp"
+#include "support/checked_streams.hpp"
 #include "support/decimal.hpp"
 #include "support/remove_or_set_aside.hpp"
 #include "support/staged_file.hpp"
@@ -511,7 +512,7 @@ dp_support::result<> settings_service::stage(update_parts& parts, const std::str
         return is_missing(registry_path) ? dp_support::result<>()
                                          : update_files_.stage_removal(registry_path);
     };
-    std::ostringstream values;
+    dp_support::checked_ostringstream values;
     parts.version = write_values(*parts.store, values);
     auto staged =
         update_files_.stage(dp::fixed_paths::uefi_template.str(), parts.bios)

@@ -22,6 +22,7 @@
 #include "common/quoting.hpp"
 #include "service_api/request_protocol.hpp"
 #include "service_api/service_status.hpp"
+#include "support/checked_streams.hpp"
 #include "support/decimal.hpp"
 #include "support/file_descriptor.hpp"
 #include "transactions/basic_transaction_command.hpp"
@@ -332,7 +333,7 @@ std::string why_not_encodable(const client::change& change) {
 }
 
 std::string batch_of(const std::vector<client::change>& changes) {
-    std::ostringstream text;
+    dp_support::checked_ostringstream text;
     dp::basic_transaction_command command;
     command.tid = "<client-" + std::to_string(getpid()) + ">";
     for (const auto& change : changes) {
@@ -406,7 +407,7 @@ settings_client::result settings_client::change_settings(std::vector<change>& ch
     if (answer.state != states::answered) {
         return answer;
     }
-    std::istringstream lines(answer.text);
+    dp_support::checked_istringstream lines(answer.text);
     answer_check check(changes);
     dp::batch_file_reader reader(&check);
     reader.read_file(lines, nullptr);

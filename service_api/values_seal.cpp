@@ -9,6 +9,7 @@
 #include "batch/batch_file_reader.hpp"
 #include "service_api/fnv1a_64.hpp"
 #include "service_api/plain_size.hpp"
+#include "support/checked_streams.hpp"
 
 namespace dp_service::values_seal {
 namespace {
@@ -63,7 +64,7 @@ bool is_set_line(std::string_view line) {
     }
     set_line_check check;
     dp::batch_file_reader reader(&check);
-    std::istringstream in{std::string(line)};
+    dp_support::checked_istringstream in{std::string(line)};
     reader.read_file(in, nullptr);
     return check.is_set;
 }
@@ -140,7 +141,7 @@ bool is_within_limit(const std::string& path) {
 }
 
 std::optional<std::string> version_of(const std::string& path) {
-    std::ostringstream text;
+    dp_support::checked_ostringstream text;
     dp::batch_file_reader reader;
     if (!is_within_limit(path) || !reader.decompress(path, text)) {
         return std::nullopt;

@@ -6,6 +6,7 @@
 
 #include "bios/template_info.hpp"
 #include "platform/sysipc/efi_decompressor.hpp"
+#include "support/checked_streams.hpp"
 
 namespace dp_support {
 namespace {
@@ -89,7 +90,7 @@ result<> check_template_text(std::string_view text) {
 }
 
 result<std::string> expand_template(const std::string& bytes) {
-    std::istringstream in(bytes);
+    checked_istringstream in(bytes);
     const auto expanded = sysipc::efi_decompressor::decompress(in);
     if (!expanded.empty()) {
         return std::string(expanded.begin(), expanded.end());

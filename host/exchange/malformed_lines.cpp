@@ -4,11 +4,12 @@
 
 #include "bios/template_info.hpp"
 #include "service_api/service_status.hpp"
+#include "support/checked_streams.hpp"
 
 namespace dp_host {
 
 dp::basic_transaction_command answer_to_line(std::string_view line, std::int32_t status) {
-    std::istringstream words{std::string(line)};
+    dp_support::checked_istringstream words{std::string(line)};
     std::string word;
     dp::basic_transaction_command answer;
     answer.status = status;

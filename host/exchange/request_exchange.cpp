@@ -11,6 +11,7 @@
 #include "service_api/request_protocol.hpp"
 #include "service_api/server_answer.hpp"
 #include "service_api/service_status.hpp"
+#include "support/checked_streams.hpp"
 
 namespace dp_host {
 namespace {
@@ -66,8 +67,8 @@ void request_exchange::execute(client_connection& client) {
 }
 
 void request_exchange::run(client_connection& client) {
-    std::istringstream text(client.take_text());
-    std::ostringstream answer;
+    dp_support::checked_istringstream text(client.take_text());
+    dp_support::checked_ostringstream answer;
     batch_observer observer;
     observer.client = client.client().str();
     observer.on_progress = [&](std::uint32_t done, std::uint32_t total) {

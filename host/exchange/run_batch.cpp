@@ -22,6 +22,7 @@
 #include "host/exchange/status_log.hpp"
 #include "host/process/service_log.hpp"
 #include "host/process/trusted_file.hpp"
+#include "support/checked_streams.hpp"
 #include "transactions/basic_transaction_command.hpp"
 #include "transactions/command_status.hpp"
 
@@ -121,7 +122,7 @@ bool is_command(const std::string& line) {
         }
         int count = 0;
     } counted;
-    std::istringstream text(line);
+    dp_support::checked_istringstream text(line);
     dp::batch_file_reader(&counted).read_file(text, nullptr);
     return counted.count > 0;
 }
@@ -207,6 +208,7 @@ dp_support::result<> run_batch(const std::string& path, host_registrar& registra
         return file.error();
     }
     std::stringstream plain;
+    plain.exceptions(std::ios::badbit);
     std::ifstream text(path, std::ios::binary);
     const bool is_image = file->size <= largest_batch && isValidEfiFile(path.c_str());
     if (!text || (is_image && !dp::batch_file_reader(nullptr).decompress(path, plain))) {

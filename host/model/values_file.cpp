@@ -15,6 +15,7 @@
 #include "platform/sysipc/efi_decompressor.hpp"
 #include "service_api/values_seal.hpp"
 #include "settings/configuration.hpp"
+#include "support/checked_streams.hpp"
 
 namespace dp_host {
 namespace {
@@ -65,7 +66,7 @@ dp_support::result<std::string> read_text(const std::string& path) {
     if (word_at(bytes, 4) > limit) {
         return too_large;
     }
-    std::istringstream image(bytes);
+    dp_support::checked_istringstream image(bytes);
     const auto text = sysipc::efi_decompressor::decompress(image);
     return text.empty() ? bytes : std::string(text.begin(), text.end());
 }
@@ -89,7 +90,7 @@ std::size_t write_set_lines(const value_store& store, std::ostream& out) {
 }
 
 std::string write_values(const value_store& store, std::ostream& out) {
-    std::ostringstream text;
+    dp_support::checked_ostringstream text;
     text << dp_service::values_seal::begin_line << '\n';
     const std::size_t count = write_set_lines(store, text);
     const std::string end = dp_service::values_seal::end_line(text.view(), count);
@@ -108,7 +109,7 @@ dp_support::result<values_content> read_values(const std::string& path) {
     }
     std::vector<std::string> names;
     std::vector<std::string> texts;
-    std::istringstream lines(*plain);
+    dp_support::checked_istringstream lines(*plain);
     dp::batch_file_settings_rdr(&names, &texts).read_file(lines, nullptr);
     values_content content;
     content.version = std::move(examined.version);

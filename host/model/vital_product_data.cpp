@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "host/process/trusted_file.hpp"
+#include "support/checked_streams.hpp"
 
 namespace dp_host {
 namespace {
@@ -27,7 +28,7 @@ dp_support::result<std::string> with_product_data(const std::string& path, const
         return before.error();
     }
     const std::string begin = key + '=';
-    std::istringstream lines(before ? *before : std::string());
+    dp_support::checked_istringstream lines(before ? *before : std::string());
     std::string after;
     bool is_there = false;
     for (std::string line; std::getline(lines, line); after += '\n') {

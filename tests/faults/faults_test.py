@@ -138,7 +138,7 @@ class Operations:
         def check(run):
             found = self._server.values()
             if run.code == 0:
-                require(found["Boot.BootDelay"] == "5", f"reported as reset, but {found}; {run}")
+                require(found.get("Boot.BootDelay") == "5", f"reported as reset, but {found}; {run}")
             elif NOT_STORED.search(run.err + run.out):
                 require(found == before, f"reported as not stored, but {found}; {run}")
             require(found in (before, {**before, "Boot.BootDelay": "5"}), f"mixed: {found}; {run}")

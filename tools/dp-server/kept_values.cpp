@@ -15,6 +15,7 @@
 #include "service_api/service_lock.hpp"
 #include "service_api/values_backups.hpp"
 #include "service_api/values_seal.hpp"
+#include "support/checked_streams.hpp"
 #include "support/output_files.hpp"
 #include "tools/dp-server/server_files.hpp"
 
@@ -46,7 +47,7 @@ class set_lines final : public dp::batch_file_intf {
         ++count;
     }
 
-    std::ostringstream text;
+    dp_support::checked_ostringstream text;
     std::size_t count = 0;
 };
 
@@ -58,7 +59,7 @@ struct values_of_file {
 
 result<values_of_file> read_kept(const std::string& path) {
     dp::batch_file_reader reader;
-    std::ostringstream plain;
+    dp_support::checked_ostringstream plain;
     if (!values_seal::is_within_limit(path) || !reader.decompress(path, plain)) {
         return failure{path + ": cannot be read"};
     }
@@ -70,7 +71,7 @@ result<values_of_file> read_kept(const std::string& path) {
     }
     set_lines lines;
     reader.processor = &lines;
-    std::istringstream in(text);
+    dp_support::checked_istringstream in(text);
     reader.read_file(in, nullptr);
     return values_of_file{lines.text.str(), lines.count, examined.problem};
 }

@@ -74,6 +74,7 @@ result<std::string> read_values(const std::string& path) {
         return bytes;
     }
     std::stringstream text;
+    text.exceptions(std::ios::badbit);
     dp::batch_file_checker checker;
     dp::batch_file_reader reader(&checker);
     if (!reader.decompress(path, text)) {

@@ -10,6 +10,7 @@
 
 #include "batch/batch_file_entry.hpp"
 #include "common/quoting.hpp"
+#include "support/checked_streams.hpp"
 #include "tools/dp-template/encodable_text.hpp"
 #include "tools/dp-template/menu_collections.hpp"
 
@@ -90,7 +91,7 @@ bool matches_other_collection(const std::string& text, const std::string& collec
 }
 
 std::size_t record_size(const template_info& info) {
-    std::ostringstream out;
+    dp_support::checked_ostringstream out;
     out << info;
     return out.str().size() - 2;  // without the end of the record and the newline
 }
@@ -292,7 +293,7 @@ compiled_registry compile_registry(const json_value& root,
 }
 
 std::string template_text(const std::vector<compiled_attribute>& attributes) {
-    std::ostringstream out;
+    dp_support::checked_ostringstream out;
     for (const auto& attribute : attributes) {
         out << attribute.info;
     }
@@ -300,7 +301,7 @@ std::string template_text(const std::vector<compiled_attribute>& attributes) {
 }
 
 std::string settings_text(const std::vector<compiled_attribute>& attributes) {
-    std::ostringstream out;
+    dp_support::checked_ostringstream out;
     dp::batch_file_entry entry;
     entry.status = "0";
     entry.detail = "0";
