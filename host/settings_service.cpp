@@ -405,11 +405,14 @@ void settings_service::retry_failed_write() {
 
 void settings_service::use(std::unique_ptr<template_model> model,
                            std::unique_ptr<value_store> store) {
-    registrar_.use_model(model.get());
-    plugin_.serve(*model, *store);
-    // Nothing refers to the previous model and store any more.
-    store_ = std::move(store);
-    model_ = std::move(model);
+    // Both models exist until nothing refers to the previous one, also if memory runs out
+    // meanwhile.
+    replaced_store_ = std::exchange(store_, std::move(store));
+    replaced_model_ = std::exchange(model_, std::move(model));
+    registrar_.use_model(model_.get());
+    plugin_.serve(*model_, *store_);
+    replaced_store_.reset();
+    replaced_model_.reset();
 }
 
 void settings_service::send_alerts(dp::command::alerts what, fm::command::alerts fm_what,

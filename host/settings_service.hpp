@@ -52,6 +52,10 @@ class settings_service {
     /// text without spaces that changes exactly when a pending value changes.
     [[nodiscard]] const std::string& pending_version() const { return pending_version_; }
 
+    /// Whether an update was decided whose files are not all in place. If memory runs out then, the
+    /// model may be incomplete: the service must end, and its next start completes the update.
+    [[nodiscard]] bool is_installing() const { return is_installing_; }
+
     /// Alerts listeners.
     void alert(dp::command::alerts what, unsigned char value) const { plugin_.alert(what, value); }
 
@@ -93,6 +97,8 @@ class settings_service {
     store_plugin plugin_;
     std::unique_ptr<template_model> model_;
     std::unique_ptr<value_store> store_;
+    std::unique_ptr<template_model> replaced_model_;  // only while `use` replaces it
+    std::unique_ptr<value_store> replaced_store_;
     bool file_differs_ = false;   // from the store, because writing it failed
     bool is_installing_ = false;  // an update was decided, and its files are not all in place
     std::string pending_version_;

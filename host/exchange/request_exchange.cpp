@@ -35,6 +35,9 @@ bool request_exchange::work() {
     try {
         execute(*client);
     } catch (const std::bad_alloc&) {
+        if (service_.is_installing()) {
+            throw;
+        }
         // What was persisted before is reported by no answer: the client reads it back.
         log_error("memory ran out while a request was executed");
         client->answer(dp_service::service_status::over_limit, "memory ran out", clock::now());
