@@ -6,7 +6,6 @@
 #include <unordered_set>
 #include <utility>
 
-#include "support/ascii_case.hpp"
 #include "support/decimal.hpp"
 
 namespace dp_service {
@@ -69,14 +68,7 @@ std::optional<bool> truth_of(const json_value& value) {
     if (value.kind == json_kind::boolean) {
         return value.truth;
     }
-    if (value.kind == json_kind::text) {
-        for (const bool truth : {false, true}) {
-            if (dp_support::equal_ignoring_case(value.text, truth ? "true" : "false")) {
-                return truth;
-            }
-        }
-    }
-    return std::nullopt;
+    return value.kind == json_kind::text ? truth_named(value.text) : std::nullopt;
 }
 
 // A whole number: an integer, a real number without a fraction, or a text of digits.
@@ -597,10 +589,8 @@ std::optional<registry_property> registry_property_named(std::string_view name) 
 
 registry_value registry_attribute::value_of_text(std::string_view text) const {
     if (type == registry_type::boolean) {
-        for (const bool truth : {false, true}) {
-            if (dp_support::equal_ignoring_case(text, truth ? "true" : "false")) {
-                return truth;
-            }
+        if (const auto truth = truth_named(text)) {
+            return *truth;
         }
     } else if (type == registry_type::integer) {
         if (const auto number = dp_support::decimal::parse<std::int64_t>(text)) {

@@ -42,14 +42,8 @@ std::optional<bool> truth_in(const registry_value& value) {
     if (const auto* truth = std::get_if<bool>(&value)) {
         return *truth;
     }
-    if (const auto* text = std::get_if<std::string>(&value)) {
-        for (const bool truth : {false, true}) {
-            if (dp_support::equal_ignoring_case(*text, truth ? "true" : "false")) {
-                return truth;
-            }
-        }
-    }
-    return std::nullopt;
+    const auto* text = std::get_if<std::string>(&value);
+    return text == nullptr ? std::nullopt : truth_named(*text);
 }
 
 double real_of(const registry_value& number) {
@@ -144,6 +138,15 @@ bool holds(registry_condition condition, const registry_value& left, const regis
         }
     }
     return false;
+}
+
+std::optional<bool> truth_named(std::string_view text) {
+    for (const bool truth : {false, true}) {
+        if (dp_support::equal_ignoring_case(text, truth ? "true" : "false")) {
+            return truth;
+        }
+    }
+    return std::nullopt;
 }
 
 std::string setting_text(const registry_value& value) {

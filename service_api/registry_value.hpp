@@ -35,6 +35,9 @@ std::optional<registry_condition> registry_condition_named(std::string_view name
 /// order holds for them. The conditions of bits hold for whole numbers only, without a fraction.
 bool holds(registry_condition condition, const registry_value& left, const registry_value& right);
 
+/// The Boolean that a text is written as: "true" or "false" in any case of letters.
+std::optional<bool> truth_named(std::string_view text);
+
 /// The value as a text, as the settings of a template have it: "True" and "False" for a Boolean,
 /// decimal digits for a number. Empty for null.
 std::string setting_text(const registry_value& value);
