@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <optional>
-#include <sstream>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>

@@ -13,7 +13,6 @@
 #include <cstddef>
 #include <cstring>
 #include <optional>
-#include <sstream>
 #include <string_view>
 
 #include "batch/batch_file_entry.hpp"

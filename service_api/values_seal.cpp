@@ -1,7 +1,6 @@
 #include "service_api/values_seal.hpp"
 
 #include <algorithm>
-#include <sstream>
 #include <utility>
 
 #include "batch/batch_file_entry.hpp"

@@ -20,6 +20,11 @@ class checked_istringstream : public std::istringstream {
     }
 };
 
+class checked_stringstream : public std::stringstream {
+  public:
+    checked_stringstream() { exceptions(badbit); }
+};
+
 }  // namespace dp_support
 
 #endif

@@ -1,7 +1,6 @@
 #include "support/template_expansion.hpp"
 
 #include <algorithm>
-#include <sstream>
 #include <unordered_set>
 
 #include "bios/template_info.hpp"

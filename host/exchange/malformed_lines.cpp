@@ -1,7 +1,5 @@
 #include "host/exchange/malformed_lines.hpp"
 
-#include <sstream>
-
 #include "bios/template_info.hpp"
 #include "service_api/service_status.hpp"
 #include "support/checked_streams.hpp"

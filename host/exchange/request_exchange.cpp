@@ -1,7 +1,6 @@
 #include "host/exchange/request_exchange.hpp"
 
 #include <new>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>

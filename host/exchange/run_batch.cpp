@@ -9,7 +9,6 @@
 #include <new>
 #include <optional>
 #include <ostream>
-#include <sstream>
 #include <vector>
 
 #include "batch/batch_file_converter.hpp"
@@ -207,8 +206,7 @@ dp_support::result<> run_batch(const std::string& path, host_registrar& registra
     if (!file) {
         return file.error();
     }
-    std::stringstream plain;
-    plain.exceptions(std::ios::badbit);
+    dp_support::checked_stringstream plain;
     std::ifstream text(path, std::ios::binary);
     const bool is_image = file->size <= largest_batch && isValidEfiFile(path.c_str());
     if (!text || (is_image && !dp::batch_file_reader(nullptr).decompress(path, plain))) {

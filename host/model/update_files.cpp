@@ -71,15 +71,15 @@ std::string update_files::text_of_marker() const {
 
 dp_support::result<> update_files::place() const {
     for (const auto& target : targets_) {
-        const std::string staged = staged_path(target);
-        // Readers compare file times: the file must not look older than what was made from its old
-        // content a moment ago.
         if (open_trusted_file(removal_path(target)).ok()) {
             if (std::remove(target.c_str()) != 0 && errno != ENOENT) {
                 return dp_support::system_failure("remove", target, errno);
             }
             continue;
         }
+        const std::string staged = staged_path(target);
+        // Readers compare file times: the file must not look older than what was made from its old
+        // content a moment ago.
         const bool is_staged = utimensat(AT_FDCWD, staged.c_str(), nullptr, 0) == 0;
         if (!is_staged && errno == ENOENT) {
             continue;

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
-#include <sstream>
 
 #include "batch/batch_file_entry.hpp"
 #include "batch/batch_file_settings_rdr.hpp"

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
-#include <sstream>
 
 #include "host/process/trusted_file.hpp"
 #include "support/checked_streams.hpp"

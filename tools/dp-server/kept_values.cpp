@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <sstream>
 #include <string_view>
 
 #include "batch/batch_file_entry.hpp"

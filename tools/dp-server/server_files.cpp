@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -18,6 +17,7 @@
 #include "service_api/template_cache.hpp"
 #include "service_api/values_backups.hpp"
 #include "service_api/values_seal.hpp"
+#include "support/checked_streams.hpp"
 #include "support/folder_of.hpp"
 #include "support/output_files.hpp"
 #include "support/read_file.hpp"
@@ -73,8 +73,7 @@ result<std::string> read_values(const std::string& path) {
     if (!bytes) {
         return bytes;
     }
-    std::stringstream text;
-    text.exceptions(std::ios::badbit);
+    dp_support::checked_stringstream text;
     dp::batch_file_checker checker;
     dp::batch_file_reader reader(&checker);
     if (!reader.decompress(path, text)) {

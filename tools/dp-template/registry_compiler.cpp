@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <map>
 #include <set>
-#include <sstream>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
