@@ -43,7 +43,6 @@ LEFT_OUT = [
     "process_log.numbers_the_65536th_status_record_0000",
     "read_file.agrees_with_stream_extraction_on_generated_and_mangled_files",
     "read_file.reads_a_million_lines",
-    "read_settings.ends_the_last_record_at_the_end_of_the_file",
     "setting_cache.stays_ordered_and_fast_with_100_000_instances_in_any_order",
 ]
 UNREACHABLE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "unreachable.txt")
