@@ -15,7 +15,7 @@
 #include "support/read_file.hpp"
 #include "tools/dp-template/encodable_text.hpp"
 #include "tools/dp-template/kept_registry.hpp"
-#include "tools/dp-template/line_index.hpp"
+#include "support/line_index.hpp"
 #include "tools/dp-template/registry_compiler.hpp"
 
 // Compiles a Redfish AttributeRegistry into a template and the files with the initial values.
@@ -108,7 +108,7 @@ std::string label(finding::severity weight, bool skip_unfit) {
 }
 
 /// Prints the findings. Whether the registry can be used.
-bool report(const options& chosen, const dp_tools::line_index& lines,
+bool report(const options& chosen, const dp_support::line_index& lines,
             const dp_tools::compiled_registry& compiled) {
     bool usable = chosen.skip_unfit || compiled.unfit == 0;
     for (const auto& found : compiled.findings) {
@@ -197,7 +197,7 @@ int compile(const options& chosen) {
     if (!input) {
         return fail(input.reason());
     }
-    const dp_tools::line_index lines(*input);
+    const dp_support::line_index lines(*input);
     const auto document = dp_support::parse_json(*input);
     if (!document.error.empty()) {
         const auto place = lines.position_of(document.error_offset);

@@ -17,7 +17,7 @@
 #include "support/json.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/support/test_data.hpp"
-#include "tools/dp-template/line_index.hpp"
+#include "support/line_index.hpp"
 
 namespace {
 
@@ -370,7 +370,7 @@ TEST(compile_registry, every_unfit_attribute_is_listed_with_its_place) {
                     HasSubstr("Attributes/7/AttributeName: the name")));
     ASSERT_THAT(compiled.attributes, SizeIs(1));
     EXPECT_EQ(compiled.attributes[0].info.id, "good");
-    const auto place = dp_tools::line_index(text).position_of(compiled.findings[1].offset);
+    const auto place = dp_support::line_index(text).position_of(compiled.findings[1].offset);
     EXPECT_EQ(place.line, 2U);
     EXPECT_EQ(place.column, 21U);
 }

@@ -1,11 +1,11 @@
-#ifndef DP_TOOLS_DP_TEMPLATE_LINE_INDEX_HPP
-#define DP_TOOLS_DP_TEMPLATE_LINE_INDEX_HPP
+#ifndef DP_SUPPORT_LINE_INDEX_HPP
+#define DP_SUPPORT_LINE_INDEX_HPP
 
 #include <cstddef>
 #include <string_view>
 #include <vector>
 
-namespace dp_tools {
+namespace dp_support {
 
 /// Line and column of a byte, both from 1; columns count bytes.
 struct text_position {
@@ -25,6 +25,6 @@ class line_index {
     std::vector<std::size_t> line_starts_;
 };
 
-}  // namespace dp_tools
+}  // namespace dp_support
 
 #endif

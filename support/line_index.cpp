@@ -1,8 +1,8 @@
-#include "tools/dp-template/line_index.hpp"
+#include "support/line_index.hpp"
 
 #include <algorithm>
 
-namespace dp_tools {
+namespace dp_support {
 
 line_index::line_index(std::string_view text) : line_starts_{0} {
     for (auto end = text.find('\n'); end != std::string_view::npos;
@@ -17,4 +17,4 @@ text_position line_index::position_of(std::size_t offset) const {
     return {line, offset - line_starts_[line - 1] + 1};
 }
 
-}  // namespace dp_tools
+}  // namespace dp_support

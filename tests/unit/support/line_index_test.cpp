@@ -1,4 +1,4 @@
-#include "tools/dp-template/line_index.hpp"
+#include "support/line_index.hpp"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 namespace {
 
 std::string position_of(const std::string& text, std::size_t offset) {
-    const auto position = dp_tools::line_index(text).position_of(offset);
+    const auto position = dp_support::line_index(text).position_of(offset);
     return std::to_string(position.line) + ":" + std::to_string(position.column);
 }
 
