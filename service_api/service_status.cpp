@@ -14,7 +14,7 @@ struct status_text {
     const char* text;
 };
 
-constexpr std::array<status_text, 24> texts{{
+constexpr std::array<status_text, 25> texts{{
     {dp::command_status::success, false, "done"},
     {dp::command_status::unresolved, false, "the settings service knows no setting of that name"},
     {dp::command_status::no_owner, false, "no plug-in of the settings service owns this setting"},
@@ -43,6 +43,7 @@ constexpr std::array<status_text, 24> texts{{
     {bad_instance, false, "the attribute has no such instance"},
     {pending_changed, false, "the pending values changed meanwhile, so nothing was done"},
     {over_limit, false, "the request exceeds a limit of the settings service"},
+    {forbidden_by_dependency, false, "another setting forbids it"},
 }};
 
 // Null when the status is not known.

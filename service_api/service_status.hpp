@@ -21,6 +21,8 @@ inline constexpr std::int32_t not_supported = 58;     ///< the service does not 
 inline constexpr std::int32_t bad_instance = 59;      ///< the attribute has no such instance
 inline constexpr std::int32_t pending_changed = 60;   ///< not the pending values planned on
 inline constexpr std::int32_t over_limit = 61;  ///< the request exceeds a limit of the service
+/// A dependency of the registry forbids the change; the answer's value is the reason.
+inline constexpr std::int32_t forbidden_by_dependency = 62;
 
 /// Why a command has `status`, one of these codes or of `dp::command_status`, as a clause for a
 /// person: "it is read-only". Clauses about the command's value begin with `value`: "the value is

@@ -366,7 +366,7 @@ class answer_check final : public dp::batch_file_intf {
         const bool is_same = entry.name.get_name() == name.get_name();
         is_match_ = is_match_ && status && (is_same || *status != 0);
         change.status = status.value_or(dp::command_status::not_run);
-        change.stored = status == 0 ? entry.value_out : std::string();
+        change.stored = entry.value_out;
     }
 
     [[nodiscard]] bool is_match() const { return is_match_ && count_ == changes_.size(); }

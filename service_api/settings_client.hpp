@@ -58,7 +58,9 @@ class settings_client {
         dp::operations operation = dp::op_set;
         /// 0 when it was done; otherwise one of `service_status` and `dp::command_status`.
         std::int32_t status = 255;
-        std::string stored{};  ///< the value that the service has now; set when it was done
+        /// When it was done, the value that the service has now; otherwise why it was not, as far as
+        /// the service says more than the status.
+        std::string stored{};
     };
 
     /// The socket. Default: that of the board's service.
