@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstddef>
 #include <filesystem>
 #include <stdexcept>
 #include <tuple>
@@ -18,6 +19,7 @@
 #include "tools/dpctl/output/report.hpp"
 #include "tools/dpctl/system/lock_watch.hpp"
 #include "tools/dpctl/system/readable_file.hpp"
+#include "tools/dpctl/values/stored_values.hpp"
 #include "transactions/command_status.hpp"
 #include "transactions/operations.hpp"
 
@@ -74,17 +76,36 @@ std::string expansion_newer_than(const std::string& template_file) {
     return {};
 }
 
+// Replaces the values that were cut by the whole ones. A file that was replaced since they were
+// read has other values, which do not go with the rest.
+void complete_cut_values(std::span<const std::string> names, std::vector<reading>& readings,
+                         const std::string& file) {
+    if (std::none_of(readings.begin(), readings.end(), [](const reading& r) { return r.cut; })) {
+        return;
+    }
+    const auto stored = read_stored_values(file);
+    for (std::size_t i = 0; stored && i < names.size(); ++i) {
+        reading& value = readings[i];
+        const auto whole = stored->find(names[i]);
+        if (value.cut && whole != stored->end() && whole->second.size() >= DP_VALUE_SIZE &&
+            whole->second.starts_with(value.text)) {
+            value = {true, false, whole->second};
+        }
+    }
+}
+
 }  // namespace
 
 session::session(file_names files, report& rep) : rep_(rep), files_(std::move(files)) {
     // The library opens its files without a check and reads to their end: it would wait for the
     // writer of a pipe, and never finish with a device such as /dev/zero.
-    for (const auto* const name : {&files_.template_file, &files_.settings, &files_.current}) {
+    for (const auto* const name :
+         {&files_.template_file, &files_.settings, &files_.current, &files_.registry}) {
         if (!name->empty()) {
             require_readable(*name);
         }
     }
-    for (const auto* const name : {&files_.settings, &files_.current}) {
+    for (const auto* const name : {&files_.settings, &files_.current, &files_.registry}) {
         if (!name->empty() && !exists(*name)) {
             throw std::runtime_error(*name + ": does not exist");
         }
@@ -220,6 +241,7 @@ std::vector<reading> session::read(std::span<const std::string> names, values_of
             readings[i] = {true, true, std::string(without_partial_character(requests[i].value))};
         }
     }
+    complete_cut_values(names, readings, file);
     return readings;
 }
 

@@ -17,6 +17,7 @@ struct file_names {
     std::string template_file;
     std::string settings;
     std::string current;
+    std::string registry;        ///< empty: that of the server, for the server's template only
     unsigned lock_timeout = 10;  ///< seconds to wait for a process that has a file locked
 };
 
@@ -29,7 +30,9 @@ enum class values_of {
 /// The value of a setting in one file.
 struct reading {
     bool known = false;  ///< the file has a value for the setting
-    bool cut = false;    ///< `text` is only the beginning of the value
+    /// `text` is only the beginning of the value: it is longer than the C API's, and the file was
+    /// replaced before the rest was read.
+    bool cut = false;
     std::string text;
 
     bool operator==(const reading&) const = default;
@@ -54,7 +57,8 @@ class session final : public attribute_source {
     std::span<const dp_attribute> attributes(const std::string& collection) override;
     std::span<const char* const> setting_names(const std::string& collection) override;
 
-    /// The value of each of `names`, from a single read of the file.
+    /// The value of each of `names`, from a single read of the file. Values that the C API cuts are
+    /// completed from the file.
     std::vector<reading> read(std::span<const std::string> names, values_of which);
 
     /// The version of the pending values, for a request that is planned on the values that are read
@@ -70,6 +74,9 @@ class session final : public attribute_source {
 
     /// The files in use, with defaults filled in.
     [[nodiscard]] const file_names& files() const { return files_; }
+
+    /// Whether the template exists and is not the server's own.
+    [[nodiscard]] bool has_foreign_template() const { return is_template_foreign_; }
 
     /// The file of an expansion that is newer than the given template and could not be removed,
     /// normally empty. The library uses this expansion, whichever template it belongs to.
