@@ -18,7 +18,8 @@ int run(int argc, char** argv) {
         "which is in effect since the server's last start. Changes are made by the settings\n"
         "service (dp_settingsd); reading needs no service.\n\n"
         "dpctl SUBCOMMAND --help explains a subcommand, with examples.\n"
-        "Exit codes: 0 done, 1 failed, with the reason on standard error, 2 wrong usage.");
+        "Exit codes: 0 done, 1 failed, with the reason on standard error, 2 wrong usage,\n"
+        "3 nothing to change or no difference, 4 changed (check).");
 
     dpctl::invocation request;
     dpctl::add_collections(program, request);
@@ -26,7 +27,12 @@ int run(int argc, char** argv) {
     dpctl::add_show(program, request);
     dpctl::add_get(program, request);
     dpctl::add_set(program, request);
+    dpctl::add_revert(program, request);
     dpctl::add_reset(program, request);
+    dpctl::add_export(program, request);
+    dpctl::add_diff(program, request);
+    dpctl::add_plan(program, request);
+    dpctl::add_apply(program, request);
     dpctl::add_check(program, request);
     dpctl::add_status(program, request);
     dpctl::add_history(program, request);

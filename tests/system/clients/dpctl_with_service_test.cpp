@@ -130,9 +130,9 @@ TEST_F(dpctl_with_service, resets_a_collection_to_its_defaults) {
     ASSERT_EQ(dpctl({"set", "Boot.Mode=Legacy", "Boot.Delay=60"}).exit_code, 0);
     const auto result = dpctl({"reset", "Boot"});
     EXPECT_EQ(result.exit_code, 0) << result.err;
-    EXPECT_THAT(result.out, HasSubstr("Boot.Mode: Legacy -> UEFI\n"));
+    EXPECT_THAT(result.out, HasSubstr("Boot.Mode: Legacy -> UEFI"));
     EXPECT_EQ(dpctl({"get", "Boot.Mode"}).out, "Boot.Mode=UEFI\n");
-    EXPECT_THAT(dpctl({"reset", "Boot"}).out, HasSubstr("already have their default values"));
+    EXPECT_THAT(dpctl({"reset", "Boot"}).out, HasSubstr("already so"));
 }
 
 TEST_F(dpctl_with_service, shows_failures_of_the_last_batch_with_reasons) {
@@ -174,7 +174,7 @@ TEST_F(dpctl_with_service, check_reports_a_bios_update) {
     const auto result = test::run_program("/bin/sh", {"-c", check});
     update.join();
     EXPECT_EQ(answer, "0");
-    EXPECT_EQ(result.exit_code, 0) << test::read_file(notice);
+    EXPECT_EQ(result.exit_code, 4) << test::read_file(notice);
     const json document = json::parse(result.out, nullptr, false);
     ASSERT_TRUE(document.is_object()) << result.out;
     EXPECT_EQ(document["changed"], true);

@@ -32,6 +32,10 @@ const char* outcome_word(change_outcome outcome) {
             return "no_answer";
         case change_outcome::not_requested:
             return "not_requested";
+        case change_outcome::planned:
+            return "planned";
+        case change_outcome::remains:
+            return "read_only";
         case change_outcome::unconfirmed:
             break;
     }

@@ -17,10 +17,12 @@ enum class change_outcome {
     no_answer,      ///< the request had started, but no answer came
     not_requested,  ///< no request was sent, or it was dropped before it started
     unconfirmed,    ///< the service made the change, but the settings file has the old value
+    planned,        ///< the change would be requested, if this were not only a plan
+    remains,        ///< the setting is read-only and keeps its value, which is no failure
 };
 
 /// The outcome as programs read it: "already", "changed", "refused", "no_answer",
-/// "not_requested", "unconfirmed".
+/// "not_requested", "unconfirmed", "planned", "read_only".
 const char* outcome_word(change_outcome outcome);
 
 /// Whether `value`, as read, is the value `requested`: the same text, the same number for a numeric

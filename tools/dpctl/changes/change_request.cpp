@@ -46,7 +46,9 @@ command_list commands_of(const std::vector<setting_change*>& changes) {
 
 void take_answer(settings_client::change& made, setting_change& change) {
     change.status = made.status;
-    if (made.status == dp::command_status::success && change.operation != dp::op_delete) {
+    if (made.status != dp::command_status::success) {
+        change.reason = std::move(made.stored);
+    } else if (change.operation != dp::op_delete) {
         change.stored = {true, false, std::move(made.stored)};
     }
 }
@@ -123,7 +125,7 @@ std::string why_not_requestable(const setting_change& change) {
 }
 
 request_end request_changes(const std::vector<setting_change*>& changes,
-                            const std::string& planned_on, report& rep) {
+                            const std::string& planned_on, when_changed otherwise, report& rep) {
     request_end end;
     settings_client::result answer;
     bool is_interrupted = false;
@@ -139,12 +141,13 @@ request_end request_changes(const std::vector<setting_change*>& changes,
             }
         };
         client.on_start = [&] { notice.update("the settings service makes the changes"); };
-        // Another client's change makes the condition false at most once: reads need none.
+        // A request that reads what it changes needs no condition.
         const bool is_conditional = !planned_on.empty();
         if (is_conditional) {
             answer = request_if_unchanged(client, changes, planned_on);
         }
-        if (!is_conditional || was_changed_meanwhile(answer)) {
+        if (!is_conditional ||
+            (otherwise == when_changed::request && was_changed_meanwhile(answer))) {
             answer = request_with_reads(client, changes);
         }
         end.state = answer.state;

@@ -1,6 +1,7 @@
 #ifndef DP_TOOLS_DPCTL_CHANGES_CHANGE_REQUEST_HPP
 #define DP_TOOLS_DPCTL_CHANGES_CHANGE_REQUEST_HPP
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -32,17 +33,23 @@ struct request_end {
 /// Why a request cannot contain the change, as the text after "NAME: "; empty if it can.
 std::string why_not_requestable(const setting_change& change);
 
+/// What to do when the pending values are not those any more that the changes were planned on.
+enum class when_changed : std::uint8_t {
+    request,  ///< request the changes all the same
+    give_up,  ///< change nothing, and report that
+};
+
 /// Requests the changes from the settings service as one batch, and waits for the answer. On return
 /// `replaced` is what each change replaced, whatever other clients do: if the pending values have
-/// another version than `planned_on`, that of the values in `replaced`, or if that is empty, the
-/// batch reads each setting immediately before it changes it.
+/// another version than `planned_on`, that of the values in `replaced`, and are to be changed all
+/// the same, or if that is empty, the batch reads each setting immediately before it changes it.
 ///
 /// Shows on standard error how many requests of other clients are ahead. SIGINT, SIGTERM and SIGHUP
 /// withdraw a request that has not started; otherwise it is finished. Reports why there was no
 /// answer, and whether the request was dropped or had started. Sets "request" and "waited_seconds"
 /// of the document.
 request_end request_changes(const std::vector<setting_change*>& changes,
-                            const std::string& planned_on, report& rep);
+                            const std::string& planned_on, when_changed otherwise, report& rep);
 
 }  // namespace dpctl
 

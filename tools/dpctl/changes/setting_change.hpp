@@ -18,7 +18,8 @@ struct setting_change {
 
     std::int32_t status = dp::command_status::not_run;  ///< 0 when it was made
     reading replaced;                                   ///< the pending value before the change
-    reading stored;  ///< the pending value after the change, when it was made
+    reading stored;      ///< the pending value after the change, when it was made
+    std::string reason;  ///< why the service refused it, in its words; may be empty
 };
 
 }  // namespace dpctl

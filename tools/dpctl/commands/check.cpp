@@ -111,6 +111,7 @@ void run_check(const file_names& files, const std::string& collection, unsigned 
                  "; what programs have read is still valid.");
         return;
     }
+    rep.end_with(exit_code::changed);
     rep.line(collection + ": changed after " + elapsed + ":");
     for (const auto& reason : found) {
         rep.line("  " + std::to_string(reason.code) + "  " + reason.text);
@@ -131,10 +132,10 @@ void add_check(command_line& program, invocation& request) {
              "one file after another. The reasons have the numbers of dp_bios_need_reinit:\n"
              "  4  the template has different collections\n"
              "  5  the settings file lists other settings\n"
-             "  6  another BIOS build is installed\n"
-             "The exit code is 0 with and without a change.\n",
+             "  6  another BIOS build is installed\n",
          .examples = {"dpctl check Boot",
-                      "dpctl check Boot --wait 60    # and update the BIOS meanwhile"}});
+                      "dpctl check Boot --wait 60    # and update the BIOS meanwhile"},
+         .further_exit_codes = "4 changed"});
     const auto collection = add_collection_argument(command);
     const auto seconds = std::make_shared<unsigned>(shortest_watch);
     command.add_option("--wait", *seconds, "How long to watch",

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "common/fixed_paths.hpp"
+#include "service_api/server_paths.hpp"
 #include "tools/dpctl/output/printable_text.hpp"
 
 namespace dpctl {
@@ -30,15 +31,19 @@ std::string why_not_a_file_name(const std::string& name) {
     return {};
 }
 
+}  // namespace
+
 std::string why_not_a_path(const std::string& name) {
     return name.empty() ? "the file name is empty" : "";
 }
 
-}  // namespace
-
 const char* const name_help =
     "A name is COLLECTION.ATTRIBUTE or COLLECTION.ATTRIBUTE.INSTANCE. COLLECTION may be omitted\n"
     "if only one collection has such an attribute.\n";
+
+const char* const state_help =
+    "A desired state is a JSON object {\"Attributes\": {NAME: VALUE, ...}}, as \"dpctl export\"\n"
+    "prints it and a Redfish service has it, or lines NAME=VALUE. Names are full or bare.\n";
 
 command_line& add_command(command_line& program, invocation& request, const std::string& name,
                           const command_help& help) {
@@ -50,7 +55,9 @@ command_line& add_command(command_line& program, invocation& request, const std:
     }
     command.set_footer(footer +
                        "\nExit codes: 0 done, 1 failed, with the reason on standard error, "
-                       "2 wrong usage.");
+                       "2 wrong usage" +
+                       (help.further_exit_codes.empty() ? "" : ", " + help.further_exit_codes) +
+                       '.');
     return command;
 }
 
@@ -66,6 +73,11 @@ void add_file_options(command_line& command, invocation& request) {
         dp::fixed_paths::uefi_settings);
     add("--current-file", request.files.current, "The current-values file",
         dp::fixed_paths::uefi_current);
+    command.add_option("--registry-file", request.files.registry,
+                       "The template's registry instead of " +
+                           dp_service::server_paths::registry.str() +
+                           ", which belongs to the server's own template only",
+                       {.value_name = "FILE", .check = why_not_a_path});
     command.add_option("--lock-timeout", request.files.lock_timeout,
                        "How long to wait for a process that has one of the files locked",
                        {.least = 0, .greatest = longest_lock_timeout},
@@ -82,6 +94,22 @@ std::shared_ptr<std::vector<std::string>> add_name_arguments(command_line& comma
     auto names = std::make_shared<std::vector<std::string>>();
     command.add_option("NAME", *names, "Names of settings", {.required = true});
     return names;
+}
+
+std::shared_ptr<selection_options> add_selection_options(command_line& command) {
+    auto options = std::make_shared<selection_options>();
+    command.add_option("NAME", options->names, "Names of settings and of collections");
+    command.add_flag("--all", options->all, "All settings", {.excludes = "NAME"});
+    command.add_flag("--yes", options->is_confirmed, "Do not ask");
+    return options;
+}
+
+bool is_selection_given(const selection_options& options, const std::string& command, report& rep) {
+    if (options.names.empty() && !options.all) {
+        rep.usage_problem(command + " needs the names of settings or collections, or --all");
+        return false;
+    }
+    return true;
 }
 
 void add_path_option(command_line& command, std::string& target, const std::string& description,

@@ -20,6 +20,7 @@
 #include "tools/dpctl/system/folder_watch.hpp"
 #include "tools/dpctl/system/signal_wait.hpp"
 #include "tools/dpctl/system/stable_read.hpp"
+#include "tools/dpctl/values/waiting_values.hpp"
 
 namespace dpctl {
 namespace {
@@ -131,6 +132,21 @@ void fill(const file_snapshot& file, json_value& document) {
     document.set("incomplete", content.is_incomplete);
 }
 
+// Whether the server must restart before the pending values are current.
+void show_restart(report& rep) {
+    const auto waiting = count_waiting_values();
+    auto& document = rep.document();
+    document.set("restart_needed", waiting ? json_value(*waiting != 0) : json_value());
+    document.set("pending_changes", waiting ? json_value(*waiting) : json_value());
+    if (!waiting) {
+        return;
+    }
+    rep.line(*waiting == 0 ? "No restart is needed: all pending values are current."
+                           : "A restart is needed: " + std::to_string(*waiting) +
+                                 (*waiting == 1 ? " pending value is" : " pending values are") +
+                                 " not current.");
+}
+
 void show_once(const status_options& options, report& rep) {
     // The service creates its status file with the first transaction.
     const file_snapshot file =
@@ -141,6 +157,9 @@ void show_once(const status_options& options, report& rep) {
     }
     fill(file, rep.document());
     show_status(file, rep);
+    if (options.file.empty()) {
+        show_restart(rep);
+    }
 }
 
 // Shows the file after each change until it is stopped.
@@ -248,11 +267,12 @@ void run_status(const status_options& options, report& rep) {
 void add_status(command_line& program, invocation& request) {
     auto& command = add_command(
         program, request, "status",
-        {.summary = "Show the status of the last batch",
+        {.summary = "Show the status of the last batch, and whether a restart is needed",
          .details =
              "The settings service keeps a status file of the batch that is running or ran\n"
              "last: its name, its progress, the commands that failed and why, and the file\n"
-             "with the answer. Failed commands are not a failure of dpctl.\n"
+             "with the answer. Failed commands are not a failure of dpctl. Also says whether the\n"
+             "server must restart before the pending values are current.\n"
              "--follow shows the status until Ctrl-C: on a terminal, the whole status after\n"
              "each change; otherwise each status record on a line, at once. With --follow\n"
              "and --json, each status record is a document on a line of its own.\n",

@@ -75,10 +75,11 @@ const collection_view* find_collection(catalog& names, const session& service,
     return std::get<const collection_view*>(found);
 }
 
-std::optional<setting_ref> find_setting(catalog& names, const std::string& text, report& rep) {
+std::optional<setting_ref> find_setting(catalog& names, const std::string& text, report& rep,
+                                        const std::string& place) {
     auto found = names.find_setting(text);
     if (const auto* const unknown = std::get_if<unknown_name>(&found)) {
-        rep.problem(unknown->reason, suggestion_hints(*unknown));
+        rep.problem(place + unknown->reason, suggestion_hints(*unknown));
         return std::nullopt;
     }
     return std::get<setting_ref>(std::move(found));

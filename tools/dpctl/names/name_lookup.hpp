@@ -18,9 +18,10 @@ bool have_collections(const catalog& names, const session& service, report& rep)
 const collection_view* find_collection(catalog& names, const session& service,
                                        const std::string& name, report& rep);
 
-/// The setting of that name. An unknown name is reported with suggestions. Call it only if
-/// `have_collections`.
-std::optional<setting_ref> find_setting(catalog& names, const std::string& text, report& rep);
+/// The setting of that name. An unknown name is reported with suggestions, after `place`, as
+/// "state.json:3: ". Call it only if `have_collections`.
+std::optional<setting_ref> find_setting(catalog& names, const std::string& text, report& rep,
+                                        const std::string& place = {});
 
 }  // namespace dpctl
 

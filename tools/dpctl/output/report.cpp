@@ -62,6 +62,11 @@ void report::problem(const std::string& reason, const std::vector<std::string>& 
     problems_.push_back(reason);
 }
 
+void report::usage_problem(const std::string& reason) {
+    problem(reason);
+    failure_code_ = dp_support::exit_code::wrong_usage;
+}
+
 void report::hint(std::string_view text) {
     err_ << "  " << printable(text) << '\n';
 }
@@ -78,7 +83,7 @@ int report::finish() {
         note("a part of the output could not be written");
         return dp_support::exit_code::failed;
     }
-    return problems_.empty() ? dp_support::exit_code::done : dp_support::exit_code::failed;
+    return problems_.empty() ? code_ : failure_code_;
 }
 
 }  // namespace dpctl

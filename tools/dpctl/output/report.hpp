@@ -8,10 +8,17 @@
 #include <vector>
 
 #include "support/json.hpp"
+#include "support/program_main.hpp"
 
 namespace dpctl {
 
 class table;
+
+/// Exit codes of some commands, in addition to those of all programs.
+namespace exit_code {
+inline constexpr int nothing_to_do = 3;  ///< nothing had to be changed, or there is no difference
+inline constexpr int changed = 4;        ///< what was watched has changed
+}  // namespace exit_code
 
 /// The output of a command: its result on standard output, as text or as one JSON document (for a
 /// command that continues until it is stopped, one document per line), and problems on standard
@@ -54,11 +61,17 @@ class report {
     /// is also added to the document.
     void problem(const std::string& reason, const std::vector<std::string>& hints = {});
 
+    /// A `problem` of the command line: the exit code is that of wrong usage.
+    void usage_problem(const std::string& reason);
+
     /// An indented line after the last note or problem.
     void hint(std::string_view text);
 
     /// Whether there was a problem.
     [[nodiscard]] bool failed() const { return !problems_.empty(); }
+
+    /// Sets the exit code for the case that nothing fails: 0 unless set.
+    void end_with(int code) { code_ = code; }
 
     /// Prints the document if `as_json`; after events, only if there were problems. Returns the
     /// exit code: `failed` if there was a problem or a part of the output was lost.
@@ -69,6 +82,8 @@ class report {
     std::ostream& err_;
     bool as_json_;
     bool has_events_ = false;
+    int code_ = dp_support::exit_code::done;
+    int failure_code_ = dp_support::exit_code::failed;
     dp_support::json_value document_;
     std::vector<std::string> problems_;
 };

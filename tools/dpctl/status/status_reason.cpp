@@ -61,6 +61,8 @@ std::string why_not_encodable(std::string_view text, text_part part) {
         const char* obstacle = nullptr;
         if (c == '\n') {
             obstacle = "a newline";
+        } else if (c == '\0') {
+            obstacle = "a null character";
         } else if (part == text_part::name && c == ' ') {
             obstacle = "a space";
         } else if (part == text_part::name && c >= '\t' && c <= '\r') {

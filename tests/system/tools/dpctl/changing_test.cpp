@@ -433,10 +433,10 @@ TEST_F(dpctl_reset, sets_the_settings_of_a_collection_to_their_defaults) {
     const auto result = dpctl({"reset", "Boot"});
     EXPECT_EQ(result.exit_code, 0) << result.err;
     EXPECT_EQ(result.out,
-              "Boot.Mode: Legacy -> UEFI\n"
-              "Boot.Tag: Rack 7 -> \"\"\n"
-              "Boot.Order.2: Net -> Disk\n"
-              "3 settings were reset to the default, pending until the server restarts.\n");
+              "Boot.Mode: Legacy -> UEFI, same as the current value\n"
+              "Boot.Tag: Rack 7 -> \"\", same as the current value\n"
+              "Boot.Order.2: Net -> Disk, pending until the server restarts\n"
+              "3 changed, 3 already so.\n");
     EXPECT_EQ(dpctl({"get", "Boot.Mode"}).out, "Boot.Mode=UEFI\n");
 }
 
@@ -449,9 +449,9 @@ TEST_F(dpctl_reset, does_not_fail_because_of_read_only_settings) {
     // Now all defaults are set, so no request is sent.
     const auto again = dpctl({"reset", "Boot"});
     EXPECT_EQ(again.exit_code, 0);
-    EXPECT_THAT(again.out, HasSubstr("can be changed already have their default values.\n"));
+    EXPECT_THAT(again.out, HasSubstr("5 already so, 1 read-only and not changed.\n"));
     ASSERT_THAT(service.batches(), SizeIs(1));
-    EXPECT_THAT(service.batches()[0], SizeIs(5)) << "the read-only setting is not requested";
+    EXPECT_THAT(service.batches()[0], SizeIs(2)) << "the read-only setting is not requested";
 }
 
 TEST_F(dpctl_reset, reports_the_settings_that_were_not_reset) {
@@ -459,23 +459,34 @@ TEST_F(dpctl_reset, reports_the_settings_that_were_not_reset) {
         return test::carry_out(commands, {{"Boot.Order.2", service_status::not_persisted}});
     });
     const json result = dpctl_json({"reset", "Boot"}, 1);
-    ASSERT_THAT(result["settings"], SizeIs(3));
+    ASSERT_THAT(result["settings"], SizeIs(6));
     EXPECT_EQ(result["settings"][0],
-              json::parse(R"({"name": "Boot.Mode", "outcome": "changed", "default": "UEFI",
-                  "previous": "Legacy", "pending": "UEFI", "truncated": false})"));
-    EXPECT_EQ(result["settings"][1]["outcome"], "read_only");
-    EXPECT_EQ(result["settings"][2]["outcome"], "refused");
+              json::parse(R"({"name": "Boot.Mode", "requested": "UEFI", "outcome": "changed",
+                  "message": "Legacy -> UEFI, same as the current value", "previous": "Legacy",
+                  "pending": "UEFI", "current": "UEFI", "truncated": false})"));
+    EXPECT_EQ(result["settings"][1]["outcome"], "already");
+    EXPECT_EQ(result["settings"][3]["outcome"], "read_only");
+    EXPECT_EQ(result["settings"][5]["outcome"], "refused");
     EXPECT_EQ(result["errors"][0],
               "Boot.Order.2: the settings service could not write the change to disk, so it was "
-              "not made; "
-              "it is still Net (default: Disk)");
+              "not made");
+}
+
+TEST_F(dpctl_reset, takes_names_of_settings_and_collections) {
+    const test::fake_service service(test::accept_all);
+    EXPECT_EQ(dpctl({"reset", "Speed", "Memory", "Boot.Mode", "--yes"}).exit_code, 0);
+    ASSERT_THAT(service.batches(), SizeIs(1));
+    EXPECT_THAT(service.batches()[0], SizeIs(2));
+    EXPECT_EQ(dpctl({"get", "Memory.Speed", "Boot.Mode"}).out, "Memory.Speed=0\nBoot.Mode=UEFI\n");
+    EXPECT_EQ(dpctl({"reset", "--all"}).exit_code, 0);
+    EXPECT_EQ(dpctl({"get", "Boot.Order.2"}).out, "Boot.Order.2=Disk\n");
 }
 
 TEST_F(dpctl_reset, fails_without_values_to_reset) {
     test::write_file(test::root() + "/var/dp/uefi_settings.txt", "");
     const auto result = dpctl({"reset", "Boot"});
     EXPECT_EQ(result.exit_code, 1);
-    EXPECT_THAT(result.err, HasSubstr("uefi_settings.txt has no values of collection Boot"));
+    EXPECT_THAT(result.err, HasSubstr("uefi_settings.txt has no values of Boot"));
 }
 
 }  // namespace

@@ -65,7 +65,7 @@ TEST_F(dpctl_check, reports_another_build_and_other_settings) {
                          test::value_line("Boot.Mode", "UEFI"));
         test::write_file(test::root() + "/tmp/dp/uefi.bld", "TWO-2.00\n");
     });
-    EXPECT_EQ(result.exit_code, 0);
+    EXPECT_EQ(result.exit_code, 4);
     EXPECT_THAT(result.out, testing::StartsWith("Boot: changed after "));
     EXPECT_THAT(
         result.out,

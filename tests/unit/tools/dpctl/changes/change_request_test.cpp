@@ -21,6 +21,7 @@ std::string why(const std::string& name, const std::string& value) {
 TEST(why_not_requestable, names_the_part_and_the_character) {
     EXPECT_EQ(why("Boot.Mode", "\"a\\b\"\t"), "");
     EXPECT_THAT(why("Boot.A B", "v"), StartsWith("the name contains a space"));
+    EXPECT_THAT(why("Boot.Mode", std::string("a\0b", 3)), HasSubstr("contains a null character"));
     EXPECT_THAT(why("Boot.Mode", "a\nb"), StartsWith("the value \"a\\x0ab\" contains a newline"));
 }
 

@@ -1,0 +1,77 @@
+#ifndef DP_TOOLS_DPCTL_CHANGES_CHANGE_PLAN_HPP
+#define DP_TOOLS_DPCTL_CHANGES_CHANGE_PLAN_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/dpctl/changes/change_outcome.hpp"
+#include "tools/dpctl/changes/setting_change.hpp"
+#include "tools/dpctl/desired/desired_settings.hpp"
+#include "tools/dpctl/values/attribute_copy.hpp"
+#include "tools/dpctl/values/session.hpp"
+
+namespace dpctl {
+
+class registry_state;
+
+/// A desired setting and what becomes of it. It remains valid when the session is initialized
+/// again.
+struct planned_change {
+    setting_change change;
+    std::string instance;
+    std::string requested;  ///< the value as a person wrote it
+    std::string place;      ///< where, to begin a message with; may be empty
+    std::shared_ptr<const attribute_copy> copy;
+    std::optional<std::uint32_t> index;  ///< in the registry
+    reading current;
+    reading pending;          ///< now
+    bool may_remain = false;  ///< as in `desired_setting`
+
+    /// Before the change is made `already`, `planned`, `refused` or `remains`.
+    change_outcome outcome = change_outcome::already;
+    std::string reason;  ///< why it was refused or remains
+    /// The condition of the dependency that sets the value: it is not requested.
+    std::string cause;
+
+    [[nodiscard]] const std::string& name() const { return change.name; }
+    [[nodiscard]] const dp_attribute& attribute() const { return copy->get(); }
+    /// The value that the setting is to have.
+    [[nodiscard]] reading desired() const;
+    /// Whether it is to be requested from the service.
+    [[nodiscard]] bool is_requested() const {
+        return outcome == change_outcome::planned && cause.empty();
+    }
+};
+
+/// A setting that nobody named, and the value that a dependency gives it.
+struct side_effect {
+    std::string name;
+    std::string before;
+    std::string after;
+    std::string cause;  ///< the condition: "WorkloadProfile is Custom"
+};
+
+/// What a batch of changes would do.
+struct change_plan {
+    std::vector<planned_change> changes;
+    std::vector<side_effect> effects;
+    std::string version;  ///< of the pending values, see `session::pending_version`
+
+    [[nodiscard]] std::size_t count(change_outcome outcome) const;
+    /// Whether a change is refused.
+    [[nodiscard]] bool has_refusals() const { return count(change_outcome::refused) != 0; }
+};
+
+/// Plans to give settings their desired values. Each change is checked against the attribute, and
+/// all together against the dependencies, as the service does it. `version` is that of the pending
+/// values, which was read before those in `registry`.
+change_plan plan_changes(session& service, registry_state& registry,
+                         const std::vector<desired_setting>& settings, std::string version);
+
+}  // namespace dpctl
+
+#endif

@@ -1,0 +1,97 @@
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tools/dpctl/changes/plan_steps.hpp"
+#include "tools/dpctl/commands/command_options.hpp"
+#include "tools/dpctl/desired/desired_settings.hpp"
+#include "tools/dpctl/names/name_lookup.hpp"
+#include "tools/dpctl/names/setting_selection.hpp"
+#include "tools/dpctl/values/registry_state.hpp"
+#include "tools/dpctl/values/setting_values.hpp"
+
+namespace dpctl {
+namespace {
+
+using dp_support::command_line;
+
+struct revert_options {
+    std::shared_ptr<selection_options> selection;
+    bool keep_going = false;
+};
+
+// The settings whose pending values differ from the current ones, which they are to have.
+std::vector<desired_setting> changes_to_discard(session& service,
+                                                const std::vector<setting_ref>& selected,
+                                                report& rep) {
+    std::vector<desired_setting> settings;
+    auto values = read_values(service, names_of(selected));
+    for (std::size_t i = 0; i < selected.size(); ++i) {
+        if (!values[i].waits_for_restart) {
+            continue;
+        }
+        if (values[i].current.cut) {
+            rep.problem(selected[i].name() + ": its current value could not be read whole");
+            continue;
+        }
+        desired_setting desired{selected[i]};
+        if (values[i].current.known) {
+            desired.value = std::move(values[i].current.text);
+        } else {
+            desired.operation = dp::op_delete;
+        }
+        desired.requested = desired.value;
+        settings.push_back(std::move(desired));
+    }
+    return settings;
+}
+
+void run_revert(const file_names& files, const revert_options& options, report& rep) {
+    const selection_options& selection = *options.selection;
+    if (!is_selection_given(selection, "revert", rep)) {
+        return;
+    }
+    session service(files, rep);
+    std::string version = service.pending_version();
+    catalog names(service);
+    if (!have_collections(names, service, rep)) {
+        return;
+    }
+    registry_state registry(service, names, rep);
+    const auto selected = select_settings(names, selection.names, selection.all, rep);
+    const auto settings = changes_to_discard(service, selected, rep);
+    auto plan = plan_changes(service, registry, settings, std::move(version));
+    carry_out_plan(service, plan,
+                   {.asks = !selection.is_confirmed, .keep_going = options.keep_going}, rep);
+}
+
+}  // namespace
+
+void add_revert(command_line& program, invocation& request) {
+    auto& command = add_command(
+        program, request, "revert",
+        {.summary = "Discard pending changes of settings",
+         .details =
+             std::string(name_help) +
+             "The pending values become the current ones again, in one batch, as if they had\n"
+             "not been changed since the server's last start. Asks if there is a terminal. If a\n"
+             "dependency forbids one of the changes, or the pending values change meanwhile,\n"
+             "nothing is changed.\n",
+         .examples = {"dpctl revert BootMode", "dpctl revert Boot Memory --yes",
+                      "dpctl revert --all"},
+         .further_exit_codes = "3 nothing to discard"});
+    const auto options = std::make_shared<revert_options>();
+    options->selection = add_selection_options(command);
+    command.add_flag("--keep-going", options->keep_going,
+                     "Make the other changes when one cannot be made");
+    add_file_options(command, request);
+    command.on_selected([&request, options] {
+        request.run = [&request, options](report& rep) {
+            run_revert(request.files, *options, rep);
+        };
+    });
+}
+
+}  // namespace dpctl
