@@ -138,7 +138,13 @@ class dependency_check {
             planned.cause = cause_of(*planned.index, changes);
             return;
         }
+        forbid(planned, std::move(reason));
+    }
+
+    void forbid(planned_change& planned, std::string reason) {
         refuse(planned, dp_service::service_status::forbidden_by_dependency, std::move(reason));
+        planned.is_possible_later =
+            dp_service::why_forbidden(rules_, *planned.index, desired_value(planned)).empty();
     }
 
     // A setting that has its value already may lose it.
@@ -146,9 +152,9 @@ class dependency_check {
         if (planned.outcome == change_outcome::already &&
             planned.change.operation != dp::op_delete &&
             value_of(*planned.index) != desired_value(planned)) {
-            refuse(planned, dp_service::service_status::forbidden_by_dependency,
-                   "it would be set to " + dp_service::setting_text(value_of(*planned.index)) +
-                       " because " + cause_of(*planned.index, changes));
+            forbid(planned, "it would be set to " +
+                                dp_service::setting_text(value_of(*planned.index)) + " because " +
+                                cause_of(*planned.index, changes));
         }
     }
 

@@ -34,6 +34,8 @@ struct planned_change {
     /// Before the change is made `already`, `planned`, `refused` or `remains`.
     change_outcome outcome = change_outcome::already;
     std::string reason;  ///< why it was refused or remains
+    /// Whether a refused change is possible once the others are made.
+    bool is_possible_later = false;
     /// The condition of the dependency that sets the value: it is not requested.
     std::string cause;
 

@@ -1,5 +1,6 @@
 #include "tools/dpctl/changes/plan_steps.hpp"
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 
@@ -32,9 +33,17 @@ bool needs_restart(const change_plan& plan) {
 
 void show(const session& service, const change_plan& plan, const plan_steps& steps, report& rep) {
     report_plan(plan, service.files().settings, steps.shown, rep);
-    if (steps.counts) {
+    // A state that could not be read says nothing about the number of its changes.
+    if (steps.counts && !(plan.changes.empty() && rep.failed())) {
         rep.line(describe_counts(plan) + '.');
     }
+}
+
+// Whether a change is refused that is possible after the others.
+bool has_later_changes(const change_plan& plan) {
+    return std::any_of(plan.changes.begin(), plan.changes.end(), [](const planned_change& planned) {
+        return planned.outcome == change_outcome::refused && planned.is_possible_later;
+    });
 }
 
 // Nothing is requested, because there are problems.
@@ -60,6 +69,9 @@ void carry_out_plan(session& service, change_plan& plan, const plan_steps& steps
         show(service, plan, steps, rep);
         fill_document(plan, settings_file, rep);
         if (!is_possible) {
+            if (has_later_changes(plan)) {
+                rep.hint("With --keep-going the other changes are made first; then try again.");
+            }
             rep.hint(steps.is_dry_run ? "Nothing would be changed." : "Nothing was changed.");
         } else if (count == 0 && steps.has_nothing_code) {
             rep.end_with(exit_code::nothing_to_do);

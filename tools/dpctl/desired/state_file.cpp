@@ -179,6 +179,10 @@ state_file parse_state(std::string source, std::string_view text) {
     const std::size_t first = content.find_first_not_of(" \t\r\n");
     if (first != std::string_view::npos && (content[first] == '{' || content[first] == '[')) {
         json_state_reader(text, state).read();
+    } else if (first == std::string_view::npos) {
+        // As the output of a command that failed: with the defaults of all others it would erase
+        // every value.
+        state.problems.push_back({0, state.source + ": is empty"});
     } else {
         read_lines(content, state);
     }

@@ -28,7 +28,7 @@ struct state_entry {
 
 /// A part of a state file that is wrong.
 struct state_problem {
-    std::size_t line;
+    std::size_t line;  ///< from 1; 0: the whole file, which the message names
     std::string message;
 };
 

@@ -187,7 +187,9 @@ TEST_F(dpctl_plan, evaluates_the_dependencies_for_the_whole_state) {
     const auto conflict = dpctl({"plan", "state"});
     EXPECT_EQ(conflict.exit_code, 1);
     EXPECT_THAT(conflict.err, HasSubstr("state:1: Power.Turbo: it would be set to False because "
-                                        "Profile is Custom\n"));
+                                        "Profile is Custom\n"
+                                        "  With --keep-going the other changes are made first; "
+                                        "then try again.\n"));
 }
 
 TEST_F(dpctl_plan, takes_true_and_false_for_booleans_only) {

@@ -69,16 +69,20 @@ TEST(parse_state, reads_lines) {
                 ElementsAre("2 Boot.Mode=UEFI", "4 Delay= 15", "5 Tag=a=b # kept "));
 }
 
-TEST(parse_state, accepts_a_byte_order_mark_and_an_empty_text) {
+TEST(parse_state, accepts_a_byte_order_mark) {
     EXPECT_THAT(entries_of(parse_state("s", "\xEF\xBB\xBF{\"Attributes\": {\"A\": \"1\"}}")),
                 ElementsAre("1 A=1"));
     EXPECT_THAT(entries_of(parse_state("s",
                                        "\xEF\xBB\xBF"
                                        "A=1")),
                 ElementsAre("1 A=1"));
-    const auto empty = parse_state("s", "");
-    EXPECT_THAT(empty.entries, IsEmpty());
-    EXPECT_THAT(empty.problems, IsEmpty());
+}
+
+TEST(parse_state, takes_an_empty_text_for_a_mistake) {
+    EXPECT_THAT(problems_of(parse_state("f", "")), ElementsAre("f: is empty"));
+    EXPECT_THAT(problems_of(parse_state("f", " \r\n")), ElementsAre("f: is empty"));
+    EXPECT_THAT(problems_of(parse_state("f", "# nothing\n")), IsEmpty());
+    EXPECT_THAT(problems_of(parse_state("f", "{\"Attributes\": {}}")), IsEmpty());
 }
 
 TEST(parse_state, reports_malformed_json_with_its_line) {
