@@ -30,6 +30,18 @@ constexpr int retry_pause_ms = 200;
 
 constexpr int no_timeout = -1;
 
+// Calls `begin`, which creates a folder and what is in it, again when the folder was removed
+// meanwhile.
+template <class Begin>
+dp_support::result<> begin_again(const Begin& begin) {
+    constexpr int most_attempts = 100;
+    auto begun = begin();
+    for (int i = 1; i < most_attempts && !begun && begun.code() == ENOENT; ++i) {
+        begun = begin();
+    }
+    return begun;
+}
+
 int pause_after(poll_result found) {
     switch (found) {
         case poll_result::taken:
@@ -72,11 +84,14 @@ dp_support::result<> service_loop::begin_files() {
     return prepare_private_folder(folder).and_then([&] { return files_watch_.begin(folder); });
 }
 
+// The watch begins before the socket is there, so that its removal is always noticed.
 dp_support::result<> service_loop::begin_socket() {
-    return requests_.socket()
-        .begin(dp_service::server_paths::request_socket.str(), group_)
-        .and_then(
-            [&] { return socket_watch_.begin(dp_service::server_paths::request_folder.str()); });
+    const std::string folder = dp_service::server_paths::request_folder.str();
+    return prepare_private_folder(folder)
+        .and_then([&] { return socket_watch_.begin(folder); })
+        .and_then([&] {
+            return requests_.socket().begin(dp_service::server_paths::request_socket.str(), group_);
+        });
 }
 
 // Programs that clean temporary folders remove these. Clients need them too.
@@ -84,12 +99,12 @@ dp_support::result<> service_loop::repair() {
     dp_support::result<> repaired;
     if (!files_watch_.read_events()) {
         log_error("the exchange folder was removed; creating it again");
-        repaired = begin_files();
+        repaired = begin_again([&] { return begin_files(); });
     }
     const bool has_folder = socket_watch_.read_events();
     if (!has_folder || is_missing(dp_service::server_paths::request_socket.str())) {
         log_error("the request socket was removed; creating it again");
-        repaired = repaired.and_then([&] { return begin_socket(); });
+        repaired = repaired.and_then([&] { return begin_again([&] { return begin_socket(); }); });
     }
     return repaired;
 }

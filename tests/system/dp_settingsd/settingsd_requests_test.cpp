@@ -35,6 +35,11 @@ class dp_settingsd_requests : public test::settingsd_fixture {
         }
         return answer;
     }
+
+    static bool is_set(const std::string& name, const std::string& value) {
+        const auto answer = set(name, value);
+        return answer.state == states::answered && answer.status == 0;
+    }
 };
 
 TEST_F(dp_settingsd_requests, changes_settings_and_names_the_client_in_history_and_log) {
@@ -122,12 +127,21 @@ TEST_F(dp_settingsd_requests, a_service_that_ends_closes_its_connections) {
 TEST_F(dp_settingsd_requests, creates_a_removed_socket_again) {
     start();
     std::filesystem::remove(path("/run/dp/settings.sock"));
-    EXPECT_TRUE(test::eventually([] { return set("Boot.Mode", "Legacy").status == 0; }));
+    EXPECT_TRUE(test::eventually([] { return is_set("Boot.Mode", "Legacy"); }));
     test::remove_folder(path("/run/dp"));
-    EXPECT_TRUE(test::eventually([] {
-        const auto answer = set("Boot.Mode", "UEFI");
-        return answer.state == states::answered && answer.status == 0;
-    }));
+    EXPECT_TRUE(test::eventually([] { return is_set("Boot.Mode", "UEFI"); }));
+}
+
+TEST_F(dp_settingsd_requests, survives_folders_that_are_removed_again_while_it_creates_them) {
+    start();
+    for (int i = 0; i < 1000; ++i) {
+        std::error_code ignored;
+        std::filesystem::remove_all(path("/run/dp"), ignored);
+        std::filesystem::remove_all(path("/tmp/dp"), ignored);
+    }
+    EXPECT_TRUE(test::eventually([] { return is_set("Boot.Mode", "Legacy"); }));
+    EXPECT_EQ(service_process::run_batch("0 1 t get Boot.Mode \"\" \"\"\n"),
+              "0 1 t get Boot.Mode \"\" \"Legacy\" \n");
 }
 
 TEST_F(dp_settingsd_requests, replaces_the_socket_of_a_service_that_was_killed) {
