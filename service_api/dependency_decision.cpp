@@ -11,7 +11,7 @@
 namespace dp_service {
 namespace {
 
-// A property of one attribute that a dependency determines.
+// A property of one attribute: a flag in any case, anything else if a dependency determines it.
 class mapped_property {
   public:
     mapped_property(const registry_dependencies& rules, std::uint32_t attribute,
@@ -22,7 +22,7 @@ class mapped_property {
 
     [[nodiscard]] bool is_set() const {
         const auto* truth = std::get_if<bool>(&value_);
-        return cause_ != nullptr && truth != nullptr && *truth;
+        return truth != nullptr && *truth;
     }
 
     [[nodiscard]] std::optional<std::int64_t> number() const {
@@ -35,7 +35,7 @@ class mapped_property {
     }
 
     [[nodiscard]] std::string because(const std::string& what) const {
-        return what + " because " + rules_.condition_text(*cause_);
+        return cause_ == nullptr ? what : what + " because " + rules_.condition_text(*cause_);
     }
 
   private:

@@ -21,9 +21,9 @@ struct dependency_decision {
     std::vector<registry_dependencies::change> changes;
 };
 
-/// Why the dependencies forbid that an attribute gets `value`, with the values that `rules` has.
-/// Empty if they do not. Only ReadOnly, Immutable, bounds, lengths, step and pattern forbid one,
-/// and only when a dependency determines them: what the template itself allows is not checked.
+/// Why the registry forbids that an attribute gets `value`, with the values that `rules` has. Empty
+/// if it does not. Only ReadOnly, Immutable, bounds, lengths, step and pattern forbid one; the last
+/// four only when a dependency determines them, since the template limits values already.
 std::string why_forbidden(const registry_dependencies& rules, std::uint32_t attribute,
                           const registry_value& value);
 

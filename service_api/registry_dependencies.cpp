@@ -378,7 +378,10 @@ void registry_dependencies::keep() {
 }
 
 std::string registry_dependencies::condition_text(const registry_map& map) const {
-    return terms_text(map.terms);
+    std::string text = terms_text(map.terms);
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c >= '\0' && c < ' '; }, ' ');
+    return text;
 }
 
 // NOLINTNEXTLINE(misc-no-recursion)

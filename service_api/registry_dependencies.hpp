@@ -69,7 +69,7 @@ class registry_dependencies {
     /// registry itself.
     [[nodiscard]] const registry_map* cause(std::uint32_t attribute, registry_property which) const;
 
-    /// The condition of a dependency, for a person: "WorkloadProfile is not Custom".
+    /// The condition of a dependency on one line, for a person: "WorkloadProfile is not Custom".
     [[nodiscard]] std::string condition_text(const registry_map& map) const;
 
   private:

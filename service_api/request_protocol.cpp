@@ -52,10 +52,11 @@ struct message_form {
     int numbers;
 };
 
-constexpr std::array<message_form, 5> message_forms{{
+constexpr std::array<message_form, 6> message_forms{{
     {message::kinds::waiting, "waiting", 1},
     {message::kinds::ready, "ready", 0},
     {message::kinds::progress, "progress", 2},
+    {message::kinds::dependent, "dependent", 2},
     {message::kinds::answer, "answer", 2},
     {message::kinds::refused, "refused", 2},
 }};

@@ -19,6 +19,8 @@
 ///                                         ready
 ///     go
 ///                                         progress 1 400
+///                                         dependent 2 180
+///                                         (180 bytes)
 ///                                         answer 0 42
 ///                                         (42 bytes)
 ///
@@ -28,7 +30,9 @@
 /// then nothing was and nothing will be done. After "answer" or "refused" it closes the connection.
 ///
 /// The numbers are those of `message`; the bytes after "answer" and "refused" are the text of the
-/// answer. `settings_client` is the client's side.
+/// answer. "dependent" is there when a batch changed values of other settings because of the
+/// registry's dependencies; its bytes are their `change_record` lines. `settings_client` is the
+/// client's side.
 namespace dp_service::request_protocol {
 
 /// What a request asks for. Only a batch has a text.
@@ -68,11 +72,12 @@ struct request_header {
 /// A header line of the service.
 struct message {
     enum class kinds : std::uint8_t {
-        waiting,   ///< first: number of requests ahead
-        ready,     ///< it is the request's turn
-        progress,  ///< first: steps done; second: steps in total
-        answer,    ///< first: status, 0 or one of `service_status`; second: length of the text
-        refused,   ///< as `answer`
+        waiting,    ///< first: number of requests ahead
+        ready,      ///< it is the request's turn
+        progress,   ///< first: steps done; second: steps in total
+        dependent,  ///< first: number of the values; second: length of the text
+        answer,     ///< first: status, 0 or one of `service_status`; second: length of the text
+        refused,    ///< as `answer`
     };
 
     kinds kind = kinds::ready;

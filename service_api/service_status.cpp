@@ -43,7 +43,7 @@ constexpr std::array<status_text, 25> texts{{
     {bad_instance, false, "the attribute has no such instance"},
     {pending_changed, false, "the pending values changed meanwhile, so nothing was done"},
     {over_limit, false, "the request exceeds a limit of the settings service"},
-    {forbidden_by_dependency, false, "another setting forbids it"},
+    {forbidden_by_dependency, false, "the values of other attributes forbid it"},
 }};
 
 // Null when the status is not known.

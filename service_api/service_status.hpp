@@ -21,7 +21,8 @@ inline constexpr std::int32_t not_supported = 58;     ///< the service does not 
 inline constexpr std::int32_t bad_instance = 59;      ///< the attribute has no such instance
 inline constexpr std::int32_t pending_changed = 60;   ///< not the pending values planned on
 inline constexpr std::int32_t over_limit = 61;  ///< the request exceeds a limit of the service
-/// A dependency of the registry forbids the change; the answer's value is the reason.
+/// The values of other attributes forbid the change. The command's output value is the reason:
+/// "read-only because WorkloadProfile is not Custom".
 inline constexpr std::int32_t forbidden_by_dependency = 62;
 
 /// Why a command has `status`, one of these codes or of `dp::command_status`, as a clause for a

@@ -14,6 +14,7 @@
 #include <cstring>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "batch/batch_file_entry.hpp"
 #include "batch/batch_file_intf.hpp"
@@ -38,11 +39,14 @@ using request_protocol::message;
 constexpr std::size_t answer_limit = std::size_t{1024} * 1024;
 constexpr std::size_t answer_limit_of_a_line = std::size_t{64} * 1024;
 
+// The lines of values that dependencies changed have at most this many bytes.
+constexpr std::size_t dependent_limit = std::size_t{1024} * 1024;
+
 // A connection is refused while too many others wait for the service to accept them.
 constexpr std::chrono::milliseconds connect_pause{5};
 
 client::result failed(client::states state, std::string reason) {
-    return {state, 0, {}, std::move(reason)};
+    return {state, 0, {}, std::move(reason), {}};
 }
 
 client::result not_sent(const std::string& path, int error) {
@@ -60,6 +64,17 @@ client::result not_trusted(const std::string& what) {
 int milliseconds_until(clock::time_point when) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(when - clock::now()).count();
     return static_cast<int>(std::clamp<decltype(left)>(left, 0, 1'000'000'000));
+}
+
+std::vector<change_record> records_in(std::string_view lines) {
+    std::vector<change_record> records;
+    for (auto end = lines.find('\n'); end != std::string_view::npos; end = lines.find('\n')) {
+        if (auto record = change_record::parse(std::string(lines.substr(0, end)))) {
+            records.push_back(*std::move(record));
+        }
+        lines.remove_prefix(end + 1);
+    }
+    return records;
 }
 
 // One connection, from connecting to the end of the answer.
@@ -227,8 +242,16 @@ class exchange {
 
     ending handle_received() {
         for (;;) {
-            if (end_) {
-                return complete_end();
+            if (text_of_) {
+                if (received_.size() < text_of_->second) {
+                    return std::nullopt;
+                }
+                std::string text = received_.substr(0, text_of_->second);
+                received_.erase(0, text.size());
+                if (auto end = handle_text(*std::exchange(text_of_, std::nullopt), text)) {
+                    return end;
+                }
+                continue;
             }
             const std::size_t newline = received_.find('\n');
             if (newline == std::string::npos) {
@@ -261,13 +284,15 @@ class exchange {
                     options_.on_progress(line.first, line.second);
                 }
                 break;
+            case message::kinds::dependent:
             case message::kinds::answer:
             case message::kinds::refused:
-                if (line.second > answer_limit_ ||
-                    (line.kind == message::kinds::answer && !is_started_)) {
+                if (line.second > (line.kind == message::kinds::dependent ? dependent_limit
+                                                                          : answer_limit_) ||
+                    (line.kind != message::kinds::refused && !is_started_)) {
                     return unanswered("the settings service sent garbage");
                 }
-                end_ = line;
+                text_of_ = line;
                 break;
         }
         return std::nullopt;
@@ -289,16 +314,18 @@ class exchange {
         return std::nullopt;
     }
 
-    ending complete_end() {
-        if (received_.size() < end_->second) {
+    // Handles the text that follows a message.
+    ending handle_text(const message& line, std::string& text) {
+        if (line.kind == message::kinds::dependent) {
+            dependent_ = records_in(text);
             return std::nullopt;
         }
-        received_.resize(end_->second);
         client::result result;
-        result.state = end_->kind == message::kinds::answer ? client::states::answered
-                                                            : client::states::refused;
-        result.status = static_cast<std::int32_t>(std::min(end_->first, 255U));
-        result.text = std::move(received_);
+        result.state = line.kind == message::kinds::answer ? client::states::answered
+                                                           : client::states::refused;
+        result.status = static_cast<std::int32_t>(std::min(line.first, 255U));
+        result.text = std::move(text);
+        result.dependent = std::move(dependent_);
         if (result.state == client::states::refused || result.status != 0) {
             result.reason =
                 result.text.empty() ? service_status::explanation(result.status) : result.text;
@@ -313,7 +340,8 @@ class exchange {
     std::string unsent_;
     std::string received_;
     std::size_t answer_limit_ = 0;
-    std::optional<message> end_;
+    std::optional<message> text_of_;  // the message whose text is being received
+    std::vector<change_record> dependent_;
 };
 
 // Why a batch cannot carry the change; empty if it can.
@@ -366,7 +394,8 @@ class answer_check final : public dp::batch_file_intf {
         const bool is_same = entry.name.get_name() == name.get_name();
         is_match_ = is_match_ && status && (is_same || *status != 0);
         change.status = status.value_or(dp::command_status::not_run);
-        change.stored = entry.value_out;
+        change.stored = status == 0 ? entry.value_out : std::string();
+        change.reason = status == 0 ? std::string() : entry.value_out;
     }
 
     [[nodiscard]] bool is_match() const { return is_match_ && count_ == changes_.size(); }
@@ -386,7 +415,7 @@ settings_client::result settings_client::send(std::string_view kind, const std::
     header.length = text.size();
     header.planned_on = planned_on;
     if (text.size() > request_protocol::largest_request) {
-        return {states::refused, service_status::over_limit, {}, "the request is too large"};
+        return {states::refused, service_status::over_limit, {}, "the request is too large", {}};
     }
     return exchange(*this).run(header.line(), text);
 }
@@ -396,10 +425,11 @@ settings_client::result settings_client::change_settings(std::vector<change>& ch
     for (change& each : changes) {
         each.status = dp::command_status::not_run;
         each.stored.clear();
+        each.reason.clear();
     }
     for (const change& each : changes) {
         if (std::string reason = why_not_encodable(each); !reason.empty()) {
-            return {states::refused, service_status::malformed_line, {}, std::move(reason)};
+            return {states::refused, service_status::malformed_line, {}, std::move(reason), {}};
         }
     }
     result answer = run_batch(batch_of(changes), planned_on);
@@ -414,6 +444,7 @@ settings_client::result settings_client::change_settings(std::vector<change>& ch
         for (change& each : changes) {
             each.status = dp::command_status::not_run;
             each.stored.clear();
+            each.reason.clear();
         }
         answer.state = states::unanswered;
         answer.reason = "the answer of the settings service does not match the request";

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "service_api/change_record.hpp"
 #include "service_api/server_paths.hpp"
 #include "transactions/operations.hpp"
 
@@ -49,6 +50,10 @@ class settings_client {
         std::int32_t status = 0;  ///< of an answer or a refusal: 0 or one of `service_status`
         std::string text;         ///< of an answer or a refusal: result lines, report or reason
         std::string reason;       ///< on one line, for a person; empty when answered with status 0
+
+        /// Of an answer: other settings that the batch changed, because their values depend on
+        /// those that were requested. Each record has the cause. Of very many only the last.
+        std::vector<change_record> dependent;
     };
 
     /// A command for one setting, and its outcome.
@@ -58,9 +63,8 @@ class settings_client {
         dp::operations operation = dp::op_set;
         /// 0 when it was done; otherwise one of `service_status` and `dp::command_status`.
         std::int32_t status = 255;
-        /// When it was done, the value that the service has now; otherwise why it was not, as far as
-        /// the service says more than the status.
-        std::string stored{};
+        std::string stored{};  ///< the value that the service has now; set when it was done
+        std::string reason{};  ///< why it was not done, if the service says more than the status
     };
 
     /// The socket. Default: that of the board's service.

@@ -6,16 +6,16 @@ namespace {
 
 using dp_service::change_record;
 
-const std::string time_text = "Tue Nov  4 22:13:20 2023";
+const std::string time_text = "2023-11-04T22:13:20+01:00";
 
 TEST(change_record_test, the_line_of_a_set_has_its_value) {
     const change_record record{"cim-0", time_text, "Boot.Mode", "Legacy"};
-    EXPECT_EQ(record.line(), "<cim-0> Tue Nov  4 22:13:20 2023   Boot.Mode   \"Legacy\"");
+    EXPECT_EQ(record.line(), "<cim-0> 2023-11-04T22:13:20+01:00   Boot.Mode   \"Legacy\"");
 }
 
 TEST(change_record_test, the_line_of_a_delete_has_no_value) {
     const change_record record{"t", time_text, "Ports.Speed.2", std::nullopt};
-    EXPECT_EQ(record.line(), "<t> Tue Nov  4 22:13:20 2023   Ports.Speed.2");
+    EXPECT_EQ(record.line(), "<t> 2023-11-04T22:13:20+01:00   Ports.Speed.2");
 }
 
 TEST(change_record_test, parse_gives_back_every_change_record) {
@@ -41,13 +41,85 @@ TEST(change_record_test, parse_gives_back_every_change_record) {
     }
 }
 
+TEST(change_record_test, the_line_has_the_value_before_and_the_cause) {
+    const change_record set{"t", time_text, "A.B", "2", "1", "Mode is \"x\""};
+    EXPECT_EQ(set.line(),
+              "<t> " + time_text + "   A.B   \"2\"   was \"1\"   because \"Mode is \\\"x\\\"\"");
+    const change_record removed{"t", time_text, "A.B", std::nullopt, "1"};
+    EXPECT_EQ(removed.line(), "<t> " + time_text + "   A.B   was \"1\"");
+}
+
+TEST(change_record_test, parse_gives_back_the_value_before_and_the_cause) {
+    for (const char* text : {"", "x", "\"", "\\", "   ", "\"   was \"", "   because \"y\""}) {
+        for (const auto& value : {std::optional<std::string>(text), std::optional<std::string>()}) {
+            for (const auto& before :
+                 {std::optional<std::string>(text), std::optional<std::string>()}) {
+                const change_record record{"t", time_text, "A.B", value, before, text};
+                const auto read = change_record::parse(record.line());
+                ASSERT_TRUE(read) << record.line();
+                EXPECT_EQ(read->value, value);
+                EXPECT_EQ(read->before, before);
+                EXPECT_EQ(read->cause, text);
+            }
+        }
+    }
+}
+
+TEST(change_record_test, names_the_parts_of_its_requester) {
+    const auto parts = [](const char* who) {
+        const auto requester = change_record{who, time_text, "A.B", "x"}.requested_by();
+        return requester.transaction + '|' + requester.id + '|' + requester.client;
+    };
+    EXPECT_EQ(parts("cim-0"), "cim-0||");
+    EXPECT_EQ(parts("t,id=0123,uid=0,gid=0,pid=1,program=/x"),
+              "t|0123|uid=0,gid=0,pid=1,program=/x");
+    EXPECT_EQ(parts("a,id=1,uid=7,id=0123,uid=0"), "a,id=1,uid=7|0123|uid=0");
+    EXPECT_EQ(parts("t,id=0123"), "t|0123|");
+    EXPECT_EQ(parts(",id="), "||");
+}
+
+TEST(change_record_test, parse_reads_the_lines_of_earlier_versions) {
+    const auto read =
+        change_record::parse("<cim-0> Tue Nov  4 22:13:20 2023   Boot.Mode   \"Legacy\"");
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->time, "Tue Nov  4 22:13:20 2023");
+    EXPECT_EQ(read->value, "Legacy");
+    EXPECT_EQ(read->before, std::nullopt);
+    EXPECT_EQ(read->cause, "");
+}
+
 TEST(change_record_test, parse_rejects_other_lines) {
-    for (const char* line :
-         {"", "<", "<t>", "<t> ", "<t> time", "t> time   A.B", "<t> time   ", "<t> time   A.B   ",
-          "<t> time   A.B   x", "<t> time   A.B   \"", "<t> time   A.B   \"x",
-          "<t> time   A.B   \"x\\\"", "<t> time   A.B   \"x\\", "<t> time   A.B   \"x\" ",
-          "<t> time   A.B   \"x\"y\"", "<t> time   A B", "<t> time   A.B  \"x\"",
-          "Tue Nov 14 22:13:20 2023   A.B   \"x\""}) {
+    for (const char* line : {"",
+                             "<",
+                             "<t>",
+                             "<t> ",
+                             "<t> time",
+                             "t> time   A.B",
+                             "<t> time   ",
+                             "<t> time   A.B   ",
+                             "<t> time   A.B   x",
+                             "<t> time   A.B   \"",
+                             "<t> time   A.B   \"x",
+                             "<t> time   A.B   \"x\\\"",
+                             "<t> time   A.B   \"x\\",
+                             "<t> time   A.B   \"x\" ",
+                             "<t> time   A.B   \"x\"y\"",
+                             "<t> time   A B",
+                             "<t> time   A.B  \"x\"",
+                             "Tue Nov 14 22:13:20 2023   A.B   \"x\"",
+                             "<t> time   A.B   \"x\"   ",
+                             "<t> time   A.B   \"x\"   \"y\"",
+                             "<t> time   A.B   was",
+                             "<t> time   A.B   was ",
+                             "<t> time   A.B   was x",
+                             "<t> time   A.B   was \"x",
+                             "<t> time   A.B   was \"x\" ",
+                             "<t> time   A.B   because \"x\"   was \"y\"",
+                             "<t> time   A.B   because",
+                             "<t> time   A.B   was \"x\"   \"y\"",
+                             "<t> time   A.B   because \"x\"   because \"y\"",
+                             "<t> time   A.B   \"x\"was \"y\"",
+                             "<t> time   A.B   \"x\"   was \"y\"because \"z\""}) {
         EXPECT_FALSE(change_record::parse(line)) << line;
     }
 }

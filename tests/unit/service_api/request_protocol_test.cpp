@@ -35,11 +35,10 @@ TEST(request_header, is_nothing_else) {
 }
 
 TEST(message, survives_being_written_and_parsed) {
-    const message messages[] = {{message::kinds::waiting, 3, 0},
-                                {message::kinds::ready, 0, 0},
-                                {message::kinds::progress, 1, 400},
-                                {message::kinds::answer, 0, 4294967295},
-                                {message::kinds::refused, 57, 2}};
+    const message messages[] = {
+        {message::kinds::waiting, 3, 0},         {message::kinds::ready, 0, 0},
+        {message::kinds::progress, 1, 400},      {message::kinds::dependent, 2, 180},
+        {message::kinds::answer, 0, 4294967295}, {message::kinds::refused, 57, 2}};
     for (const message& each : messages) {
         const auto parsed = message::parse(each.line());
         ASSERT_TRUE(parsed) << each.line();

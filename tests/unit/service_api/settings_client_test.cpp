@@ -68,6 +68,34 @@ TEST_F(settings_client_test, sends_a_batch_and_returns_the_outcome_of_each_chang
     EXPECT_EQ(changes[1].stored, "");
 }
 
+TEST_F(settings_client_test, returns_the_reason_of_a_refused_change) {
+    outcome_of("62 1 t set Boot.Mode \"x\" \"read-only because A is \\\"b\\\"\" \n");
+    EXPECT_EQ(changes[0].status, 62);
+    EXPECT_EQ(changes[0].stored, "");
+    EXPECT_EQ(changes[0].reason, "read-only because A is \"b\"");
+}
+
+TEST_F(settings_client_test, returns_what_dependencies_changed) {
+    changes = {{"Boot.Mode", "x"}};
+    const std::string lines =
+        "<t> T   Boot.Delay   \"9\"   was \"1\"   because \"Mode is x\"\nno record\n";
+    const fake_request_service service([&](service_end& peer) {
+        request_header header;
+        std::string text;
+        if (peer.take_request(header, text)) {
+            peer.send("dependent 1 " + std::to_string(lines.size()) + '\n' + lines);
+            peer.answer(0, "0 1 t set Boot.Mode \"x\" \"x\" \n");
+        }
+    });
+    const auto answer = settings.change_settings(changes);
+    EXPECT_EQ(answer.state, states::answered);
+    ASSERT_EQ(answer.dependent.size(), 1U);
+    EXPECT_EQ(answer.dependent[0].target, "Boot.Delay");
+    EXPECT_EQ(answer.dependent[0].value, "9");
+    EXPECT_EQ(answer.dependent[0].before, "1");
+    EXPECT_EQ(answer.dependent[0].cause, "Mode is x");
+}
+
 TEST_F(settings_client_test, an_answer_that_does_not_match_the_request_is_none) {
     for (const char* lines :
          {"", "garbage\n", "0 2 t set Boot.Mode \"x\" \"x\" \n",

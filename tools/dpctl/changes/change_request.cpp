@@ -47,7 +47,7 @@ command_list commands_of(const std::vector<setting_change*>& changes) {
 void take_answer(settings_client::change& made, setting_change& change) {
     change.status = made.status;
     if (made.status != dp::command_status::success) {
-        change.reason = std::move(made.stored);
+        change.reason = std::move(made.reason);
     } else if (change.operation != dp::op_delete) {
         change.stored = {true, false, std::move(made.stored)};
     }
@@ -151,6 +151,7 @@ request_end request_changes(const std::vector<setting_change*>& changes,
             answer = request_with_reads(client, changes);
         }
         end.state = answer.state;
+        end.dependent = std::move(answer.dependent);
         end.seconds = notice.seconds();
         is_interrupted = signals.is_stopped();
     }

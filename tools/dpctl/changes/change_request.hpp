@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "service_api/change_record.hpp"
 #include "service_api/settings_client.hpp"
 #include "tools/dpctl/changes/setting_change.hpp"
 
@@ -16,6 +17,8 @@ class report;
 struct request_end {
     dp_service::settings_client::states state = dp_service::settings_client::states::no_service;
     double seconds = 0;
+    /// What dependencies changed, also of the settings that were requested.
+    std::vector<dp_service::change_record> dependent{};
 
     /// Whether the changes have their statuses.
     [[nodiscard]] bool is_answered() const {

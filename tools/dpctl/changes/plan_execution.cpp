@@ -1,6 +1,7 @@
 #include "tools/dpctl/changes/plan_execution.hpp"
 
 #include <cstddef>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -66,6 +67,21 @@ void judge_dependent(planned_change& planned, bool is_answered) {
     }
 }
 
+// What dependencies changed in other settings than those of the plan.
+void take_effects(change_plan& plan, std::vector<dp_service::change_record> dependent) {
+    std::set<std::string> planned;
+    for (const auto& change : plan.changes) {
+        planned.insert(change.name());
+    }
+    plan.effects.clear();
+    for (auto& record : dependent) {
+        if (!planned.contains(record.target)) {
+            plan.effects.push_back({std::move(record.target), record.before.value_or(""),
+                                    record.value.value_or(""), std::move(record.cause)});
+        }
+    }
+}
+
 }  // namespace
 
 void execute_plan(session& service, change_plan& plan, bool keep_going, when_changed otherwise,
@@ -87,9 +103,12 @@ void execute_plan(session& service, change_plan& plan, bool keep_going, when_cha
     if (!is_possible || requested.empty()) {
         return;
     }
-    const request_end end = request_changes(requested, plan.version, otherwise, rep);
+    request_end end = request_changes(requested, plan.version, otherwise, rep);
     if (end.is_dropped()) {
         return;
+    }
+    if (end.is_answered()) {
+        take_effects(plan, std::move(end.dependent));
     }
     read_after(service, plan);
     for (auto* const planned : waiting) {

@@ -1,6 +1,7 @@
 #include <climits>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,19 +27,26 @@ struct history_options {
     unsigned last = 0;  // 0: all
 };
 
-reading value_of(const dp_service::change_record& change) {
-    return {change.value.has_value(), false, change.value.value_or("")};
+reading reading_of(const std::optional<std::string>& value) {
+    return {value.has_value(), false, value.value_or("")};
 }
 
 void show_changes(const std::vector<dp_service::change_record>& changes, report& rep) {
-    table rows({"TIME", "TRANSACTION", "SETTING", "VALUE"});
+    table rows({"TIME", "TRANSACTION", "CLIENT", "SETTING", "FROM", "TO", "BECAUSE"});
     auto& list = rep.document().set("changes", json_value::array());
     for (const auto& change : changes) {
-        rows.add({change.time, change.who, change.target, value_text(value_of(change))});
+        const auto by = change.requested_by();
+        rows.add({change.time, by.transaction, by.client.empty() ? "-" : by.client, change.target,
+                  value_text(reading_of(change.before)), value_text(reading_of(change.value)),
+                  change.cause.empty() ? "-" : printable(change.cause)});
         list.push_back(json_value::object({{"time", change.time},
-                                           {"transaction", change.who},
+                                           {"transaction", by.transaction},
+                                           {"id", by.id},
+                                           {"client", by.client},
                                            {"name", change.target},
-                                           {"value", value_json(value_of(change))}}));
+                                           {"previous", value_json(reading_of(change.before))},
+                                           {"value", value_json(reading_of(change.value))},
+                                           {"cause", change.cause}}));
     }
     if (!changes.empty()) {
         rep.show(rows);
@@ -93,8 +101,10 @@ void add_history(command_line& program, invocation& request) {
         {.summary = "List the changes that were made, newest last",
          .details =
              "The settings service records every change that it makes: the time, the\n"
-             "transaction, the setting, and its new value; \"-\" means that the instance was\n"
-             "deleted. NAME is a collection, an attribute with or without its collection, or\n"
+             "transaction, the client that requested it, the setting, its value before and its\n"
+             "new value; \"-\" means that there was none, or that the instance was deleted. A\n"
+             "value that changed because others did has the cause. NAME is a collection, an "
+             "attribute with or without its collection, or\n"
              "one instance. It need not exist any longer.\n",
          .examples = {"dpctl history", "dpctl history Boot --last 10",
                       "dpctl history BootMode Ports.Speed.2 --json"}});

@@ -26,14 +26,20 @@ std::string name_of(const Formatter& formatter) {
     return is_number ? "alert " + name : name;
 }
 
+std::string at_least(int value) {
+    return std::to_string(value) + (value == greatest_value ? " or more" : "");
+}
+
 std::string meaning_of(dp::command::alerts alert, int value) {
     if (alert == dp_service::service_alerts::batch_set_aside) {
         return "a batch was not run: nobody waited for its answer, or it could not be answered";
     }
+    if (alert == dp_service::service_alerts::changed_by_dependency) {
+        return at_least(value) + " of them because others changed; dpctl history has the causes";
+    }
     switch (alert) {
         case dp::command::alerts::settings_changed:
-            return std::to_string(value) + (value == greatest_value ? " or more" : "") +
-                   (value == 1 ? " setting changed" : " settings changed");
+            return at_least(value) + (value == 1 ? " setting changed" : " settings changed");
         case dp::command::alerts::persist_failed:
             return std::string("settings could not be saved: ") + std::strerror(value);
         case dp::command::alerts::bios_updated:

@@ -176,29 +176,37 @@ TEST_F(dpctl_status, follow_prints_documents_and_ends_on_a_signal) {
 }
 
 TEST_F(dpctl_history, lists_changes_with_the_newest_last) {
-    const change_record set{"cim-0", "Tue Nov 14 22:13:20 2023", "Boot.Tag", "a \"b\""};
-    const change_record empty{"cim-0", "Tue Nov 14 22:13:20 2023", "Boot.Label", ""};
+    const change_record set{"cim-0,id=01ab,uid=0", "2023-11-14T22:13:20+01:00", "Boot.Tag",
+                            "a \"b\"", "x"};
+    const change_record empty{
+        "cim-0,id=01ab,uid=0", "2023-11-14T22:13:20+01:00", "Boot.Label", "", "y", "Tag is \"a\""};
     const change_record deleted{"cim-1", "Tue Nov 14 22:13:58 2023", "Ports.Speed.2", {}};
     test::write_file(history_, set.line() + '\n' + empty.line() + '\n' + deleted.line() + '\n');
     const auto result = dpctl({"history"});
     EXPECT_EQ(result.exit_code, 0);
     EXPECT_THAT(result.err, IsEmpty());
-    EXPECT_EQ(result.out,
-              "TIME                      TRANSACTION  SETTING        VALUE\n"
-              "Tue Nov 14 22:13:20 2023  cim-0        Boot.Tag       a \"b\"\n"
-              "Tue Nov 14 22:13:20 2023  cim-0        Boot.Label     \"\"\n"
-              "Tue Nov 14 22:13:58 2023  cim-1        Ports.Speed.2  -\n");
+    EXPECT_EQ(
+        result.out,
+        "TIME                       TRANSACTION  CLIENT  SETTING        FROM  TO     BECAUSE\n"
+        "2023-11-14T22:13:20+01:00  cim-0        uid=0   Boot.Tag       x     a \"b\"  -\n"
+        "2023-11-14T22:13:20+01:00  cim-0        uid=0   Boot.Label     y     \"\"     "
+        "Tag is \"a\"\n"
+        "Tue Nov 14 22:13:58 2023   cim-1        -       Ports.Speed.2  -     -      -\n");
     EXPECT_EQ(dpctl({"history", "Speed", "Boot.Label", "--last", "1"}).out,
-              "TIME                      TRANSACTION  SETTING        VALUE\n"
-              "Tue Nov 14 22:13:58 2023  cim-1        Ports.Speed.2  -\n");
+              "TIME                      TRANSACTION  CLIENT  SETTING        FROM  TO  BECAUSE\n"
+              "Tue Nov 14 22:13:58 2023  cim-1        -       Ports.Speed.2  -     -   -\n");
     EXPECT_EQ(dpctl({"history", "Memory"}).out,
               history_ + " contains no changes of these names.\n");
     const json document = dpctl_json({"history", "--last", "2"});
     ASSERT_EQ(document["changes"].size(), 2U);
-    EXPECT_EQ(document["changes"][0]["value"], "");
+    EXPECT_EQ(document["changes"][0],
+              json::parse(R"({"time": "2023-11-14T22:13:20+01:00", "transaction": "cim-0",
+                  "id": "01ab", "client": "uid=0", "name": "Boot.Label", "previous": "y",
+                  "value": "", "cause": "Tag is \"a\""})"));
     EXPECT_EQ(document["changes"][1],
               json::parse(R"({"time": "Tue Nov 14 22:13:58 2023", "transaction": "cim-1",
-                  "name": "Ports.Speed.2", "value": null})"));
+                  "id": "", "client": "", "name": "Ports.Speed.2", "previous": null,
+                  "value": null, "cause": ""})"));
 }
 
 TEST_F(dpctl_history, reports_ignored_lines) {
