@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <unordered_map>
 #include <unordered_set>
@@ -174,8 +175,14 @@ std::string update_lines(const std::string& build_id, const carry_over_report& r
         dp_service::change_record::by_service, history_time(wall_clock()), {}, std::nullopt};
     for (const auto* values : {&report.converted, &report.lost}) {
         for (const auto& value : *values) {
+            const bool is_converted = values == &report.converted;
             change.target = value.now ? value.new_name : value.name;
             change.value = value.now;
+            change.before = value.value;
+            change.cause = is_converted             ? "the updated BIOS calls " + value.name + " so"
+                           : value.new_name.empty() ? "the updated BIOS has no such attribute"
+                           : value.now              ? "the value is not valid for the updated BIOS"
+                                                    : "the updated BIOS has no such instance";
             const std::string line = change.line() + '\n';
             if (lines.size() + line.size() > longest_update_lines) {
                 return lines;
@@ -186,34 +193,44 @@ std::string update_lines(const std::string& build_id, const carry_over_report& r
     return lines;
 }
 
+// The changes that dependencies made.
+std::vector<value_change> dependent_of(const std::vector<value_change>& changes) {
+    std::vector<value_change> dependent;
+    std::copy_if(changes.begin(), changes.end(), std::back_inserter(dependent),
+                 [](const value_change& change) { return !change.cause.empty(); });
+    return dependent;
+}
+
+std::vector<value_store::key> keys_of(const value_store& store) {
+    std::vector<value_store::key> keys;
+    store.for_each([&](value_store::key at, const std::string& /*value*/) { keys.push_back(at); });
+    return keys;
+}
+
 unsigned char clamp_to_alert(std::size_t number) {
     return static_cast<unsigned char>(std::min<std::size_t>(number, most_in_alert));
 }
 
-// The file of the registry that an update to `infos` has, if it has one.
-dp_support::result<std::optional<std::string>> read_update_registry(
-    const std::vector<template_info>& infos) {
-    const std::string path = dp_service::server_paths::update_registry.str();
+// The registry in a file, if there is one.
+struct registry_file {
+    std::string text;
+    std::unique_ptr<template_registry> registry;  // null when there is no file
+};
+
+dp_support::result<registry_file> read_registry(const std::string& path,
+                                                const template_model& model) {
     if (is_missing(path)) {
-        return std::optional<std::string>();
+        return registry_file{};
     }
     auto text = read_trusted_file(path, dp_service::registry_size_limit);
     if (!text) {
         return text.error();
     }
-    const auto registry = dp_service::parse_attribute_registry(*text);
+    auto registry = template_registry::make(*text, model);
     if (!registry) {
         return dp_support::failure{path + ": " + registry.reason(), registry.code()};
     }
-    std::vector<std::string> names;
-    names.reserve(infos.size());
-    for (const auto& info : infos) {
-        names.push_back(info.id);
-    }
-    if (!registry->belongs_to(names)) {
-        return dp_support::failure{path + " is the registry of another template"};
-    }
-    return std::optional<std::string>(*std::move(text));
+    return registry_file{*std::move(text), *std::move(registry)};
 }
 
 // The library opens the file of the build id without checks, so it must be trusted.
@@ -229,7 +246,7 @@ void refresh_build_id() {
 }  // namespace
 
 settings_service::settings_service()
-    : plugin_([this](const auto& trans) { return persist(trans); }),
+    : plugin_([this](const auto& trans, const auto& changes) { return persist(trans, changes); }),
       update_files_(dp_service::server_paths::update_folder.str(), installed_paths()) {
     registrar_.add_plugin(&plugin_);
 }
@@ -267,11 +284,17 @@ dp_support::result<> settings_service::start() {
         return dp_support::failure{template_path + ": " + model.reason(), model.code()};
     }
     auto store = std::make_unique<value_store>(**model);
-    use(*std::move(model), std::move(store));
+    auto file = read_registry(dp_service::server_paths::registry.str(), **model);
+    if (!file) {
+        log_error("the registry is not used: ", file.reason());
+        file = registry_file{};
+    }
+    use(*std::move(model), std::move(store), std::move(file->registry));
     if (auto loaded = load_values(); !loaded) {
         return loaded;
     }
-    plugin_.serve(*model_, *store_);
+    serve();
+    make_current(keys_of(*store_));
     refresh_build_id();
     log_line("serving ", model_->attributes().size(), " attributes in ",
              model_->configurations().size(), " collections");
@@ -385,13 +408,19 @@ dp_support::result<> settings_service::write_pending(const std::string& history_
     return written;
 }
 
-dp_support::result<> settings_service::persist(const dp::setting_transaction& trans) {
-    const std::string lines = history_.lines_of(trans);
+dp_support::result<> settings_service::persist(const dp::setting_transaction& trans,
+                                               const std::vector<value_change>& changes) {
+    const std::string& who = trans.requester.empty() ? trans.name : trans.requester;
+    const std::string lines = history_.lines_of(who, changes);
     auto written = write_pending(lines);
     if (written) {
         history_.append(lines);
+        dependent_lines_ = history_.lines_of(who, dependent_of(changes));
     }
     journal_.remove();
+    if (written) {
+        make_current(store_->changed());
+    }
     return written;
 }
 
@@ -400,18 +429,73 @@ void settings_service::retry_failed_write() {
         // A failure is logged, and the next call tries again.
         static_cast<void>(write_pending({}));
     }
+    if (is_current_late_) {
+        make_current(keys_of(*store_));
+    }
 }
 
 void settings_service::use(std::unique_ptr<template_model> model,
-                           std::unique_ptr<value_store> store) {
+                           std::unique_ptr<value_store> store,
+                           std::unique_ptr<template_registry> registry) {
     // Both models exist until nothing refers to the previous one, also if memory runs out
     // meanwhile.
+    replaced_registry_ = std::exchange(registry_, std::move(registry));
     replaced_store_ = std::exchange(store_, std::move(store));
     replaced_model_ = std::exchange(model_, std::move(model));
     registrar_.use_model(model_.get());
-    plugin_.serve(*model_, *store_);
+    serve();
+    replaced_registry_.reset();
     replaced_store_.reset();
     replaced_model_.reset();
+}
+
+void settings_service::serve() {
+    if (registry_ != nullptr) {
+        registry_->load(*store_);
+    }
+    plugin_.serve(*model_, *store_, registry_.get());
+}
+
+// Writes those of the pending values `keys` that need no restart to the current values. A failure
+// is logged, and `retry_failed_write` tries again.
+void settings_service::make_current(std::vector<value_store::key> keys) {
+    const auto needs_restart = [&](value_store::key at) {
+        return registry_ == nullptr || registry_->is_restart_needed(*at.setting);
+    };
+    keys.erase(std::remove_if(keys.begin(), keys.end(), needs_restart), keys.end());
+    is_current_late_ = false;
+    if (keys.empty()) {
+        return;
+    }
+    const auto made = try_make_current(keys);
+    if (!made) {
+        log_error("changes that need no restart are not current: ", made.reason());
+        is_current_late_ = true;
+    }
+}
+
+dp_support::result<> settings_service::try_make_current(const std::vector<value_store::key>& keys) {
+    const auto file = current_file_.load();
+    if (!file) {
+        return file.error();
+    }
+    if (!file->content) {
+        return dp_support::failure{file->problem.empty() ? current_file_.path() + " is missing"
+                                                         : file->problem};
+    }
+    value_store current(*model_);
+    dp::qualified_setting_name name;
+    for (const auto& [text, value] : file->content->values) {
+        name.parse(text);
+        current.load(name, value, true);
+    }
+    for (const auto& at : keys) {
+        if (const std::string* const value = store_->find(at); value != nullptr) {
+            current.put(at, *value);
+        }
+    }
+    return current.changed().empty() ? dp_support::result<>()
+                                     : write_values_file(current_file_, current);
 }
 
 void settings_service::send_alerts(dp::command::alerts what, fm::command::alerts fm_what,
@@ -439,8 +523,8 @@ dp_service::server_answer settings_service::restart() {
 struct settings_service::update_parts {
     std::string build_id;
     std::string bios;  // the template's file
-    std::optional<std::string> registry;
     std::unique_ptr<template_model> model;
+    registry_file registry;
     std::unique_ptr<value_store> store;
     carry_over_report values;
     std::string version;  // of the values in `store`; set by `stage`
@@ -483,16 +567,16 @@ dp_support::result<> settings_service::prepare_update(update_parts& parts) {
     if (!bios_after || *bios_after != *bios) {
         return refuse(template_path + " was changed while it was read");
     }
-    auto registry = read_update_registry(*infos);
+    auto model = template_model::make(*infos, &plugin_);
+    if (!model) {
+        return refuse(model.reason());
+    }
+    auto registry = read_registry(dp_service::server_paths::update_registry.str(), **model);
     if (!registry) {
         return refuse(registry.reason());
     }
     parts.bios = *std::move(bios);
     parts.registry = *std::move(registry);
-    auto model = template_model::make(*infos, &plugin_);
-    if (!model) {
-        return refuse(model.reason());
-    }
     parts.model = *std::move(model);
     parts.store = std::make_unique<value_store>(*parts.model);
     parts.values = carry_over(*model_, *store_, *parts.model, *parts.store);
@@ -508,8 +592,8 @@ dp_support::result<> settings_service::stage(update_parts& parts, const std::str
     }
     const std::string registry_path = dp_service::server_paths::registry.str();
     const auto stage_registry = [&] {
-        if (parts.registry) {
-            return update_files_.stage(registry_path, *parts.registry);
+        if (parts.registry.registry != nullptr) {
+            return update_files_.stage(registry_path, parts.registry.text);
         }
         return is_missing(registry_path) ? dp_support::result<>()
                                          : update_files_.stage_removal(registry_path);
@@ -548,7 +632,8 @@ dp_support::result<> settings_service::install(update_parts parts) {
     auto placed = update_files_.place();
     dp_service::template_cache::discard();
     pending_version_ = std::move(parts.version);
-    use(std::move(parts.model), std::move(parts.store));
+    use(std::move(parts.model), std::move(parts.store), std::move(parts.registry.registry));
+    is_current_late_ = false;
     file_differs_ = false;
     history_.append(lines);
     if (placed) {

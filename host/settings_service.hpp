@@ -3,12 +3,16 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "common/fixed_paths.hpp"
 #include "host/history/change_history.hpp"
 #include "host/history/history_journal.hpp"
+#include "host/history/value_change.hpp"
 #include "host/host_registrar.hpp"
 #include "host/model/template_model.hpp"
+#include "host/model/template_registry.hpp"
 #include "host/model/update_files.hpp"
 #include "host/model/value_store.hpp"
 #include "host/model/values_archive.hpp"
@@ -24,7 +28,12 @@ namespace dp_host {
 
 /// The service's state: the template's configurations, the values of their settings in memory and
 /// on disk, and the history of clients' changes. Pending values (as last set) and current values
-/// (in force) are two files; a restart of the simulated server makes the pending values current.
+/// (in force) are two files; a restart of the simulated server makes the pending values current,
+/// and a change of an attribute that needs no restart does so at once.
+///
+/// With a registry of the template, changes that its dependencies forbid are refused, and values
+/// that they set are changed too: see `store_plugin`. A registry that cannot be read is logged, and
+/// the service does without it.
 class settings_service {
   public:
     settings_service();
@@ -45,12 +54,17 @@ class settings_service {
     host_registrar& registrar() { return registrar_; }
 
     /// Writes the file of pending values again when it has values that the store does not have,
-    /// because an earlier write failed after it had replaced the file. Call it after transactions.
+    /// because an earlier write failed after it had replaced the file, and the file of current
+    /// values when it lacks values that need no restart. Call it after transactions.
     void retry_failed_write();
 
     /// The version of the pending values: `dp_service::values_seal::version_of` their file, a short
     /// text without spaces that changes exactly when a pending value changes.
     [[nodiscard]] const std::string& pending_version() const { return pending_version_; }
+
+    /// What dependencies changed in the last transaction, as lines of the history; empty when they
+    /// were taken already.
+    std::string take_dependent_lines() { return std::exchange(dependent_lines_, {}); }
 
     /// Whether an update was decided whose files are not all in place. If memory runs out then, the
     /// model may be incomplete: the service must end, and its next start completes the update.
@@ -77,7 +91,8 @@ class settings_service {
   private:
     struct update_parts;
 
-    dp_support::result<> persist(const dp::setting_transaction& trans);
+    dp_support::result<> persist(const dp::setting_transaction& trans,
+                                 const std::vector<value_change>& changes);
     dp_support::result<> write_pending(const std::string& history_lines);
     dp_support::result<> write_values_file(values_archive& to, const value_store& store,
                                            const std::string& history_lines = {});
@@ -91,16 +106,24 @@ class settings_service {
     void announce_update(std::size_t lost) const;
     void send_alerts(dp::command::alerts what, fm::command::alerts fm_what,
                      unsigned char value) const;
-    void use(std::unique_ptr<template_model> model, std::unique_ptr<value_store> store);
+    void use(std::unique_ptr<template_model> model, std::unique_ptr<value_store> store,
+             std::unique_ptr<template_registry> registry);
+    void serve();
+    void make_current(std::vector<value_store::key> keys);
+    dp_support::result<> try_make_current(const std::vector<value_store::key>& keys);
 
     host_registrar registrar_;
     store_plugin plugin_;
     std::unique_ptr<template_model> model_;
     std::unique_ptr<value_store> store_;
+    std::unique_ptr<template_registry> registry_;     // null: the server has none
     std::unique_ptr<template_model> replaced_model_;  // only while `use` replaces it
     std::unique_ptr<value_store> replaced_store_;
-    bool file_differs_ = false;   // from the store, because writing it failed
-    bool is_installing_ = false;  // an update was decided, and its files are not all in place
+    std::unique_ptr<template_registry> replaced_registry_;
+    bool file_differs_ = false;     // from the store, because writing it failed
+    bool is_current_late_ = false;  // the current values lack some that need no restart
+    bool is_installing_ = false;    // an update was decided, and its files are not all in place
+    std::string dependent_lines_;
     std::string pending_version_;
     values_archive pending_file_{dp::fixed_paths::uefi_settings.str()};
     values_archive current_file_{dp::fixed_paths::uefi_current.str()};

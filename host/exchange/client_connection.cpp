@@ -144,6 +144,14 @@ void client_connection::report_progress(std::uint32_t done, std::uint32_t total,
     }
 }
 
+void client_connection::report_dependent(const std::string& lines, clock::time_point now) {
+    append({message::kinds::dependent,
+            static_cast<std::uint32_t>(std::count(lines.begin(), lines.end(), '\n')),
+            static_cast<std::uint32_t>(lines.size())},
+           lines);
+    transmit(now);
+}
+
 void client_connection::answer(std::int32_t status, const std::string& text,
                                clock::time_point now) {
     end(message::kinds::answer, status, text, now);
@@ -159,20 +167,22 @@ void client_connection::end(message::kinds kind, std::int32_t status, const std:
                             clock::time_point now) {
     input_ = {};
     text_ = {};
-    output_.erase(0, std::exchange(sent_, 0));
     state_ = states::answering;
     deadline_ = now + send_timeout;
-    output_ +=
-        message{kind, static_cast<std::uint32_t>(status), static_cast<std::uint32_t>(text.size())}
-            .line();
-    output_ += '\n';
-    output_ += text;
+    append({kind, static_cast<std::uint32_t>(status), static_cast<std::uint32_t>(text.size())},
+           text);
     transmit(now);
 }
 
-void client_connection::send(const message& line, clock::time_point now) {
+void client_connection::append(const message& line, const std::string& text) {
     output_.erase(0, std::exchange(sent_, 0));
-    output_ += line.line() + '\n';
+    output_ += line.line();
+    output_ += '\n';
+    output_ += text;
+}
+
+void client_connection::send(const message& line, clock::time_point now) {
+    append(line, {});
     transmit(now);
 }
 

@@ -70,6 +70,9 @@ class client_connection {
     /// Reports the progress of a started request. Dropped when the client is slow to read.
     void report_progress(std::uint32_t done, std::uint32_t total, clock::time_point now);
 
+    /// Sends the lines of the values that dependencies changed. An answer follows.
+    void report_dependent(const std::string& lines, clock::time_point now);
+
     /// Sends the answer, or the refusal of the request, and closes the connection after it.
     void answer(std::int32_t status, const std::string& text, clock::time_point now);
     void refuse(std::int32_t status, const std::string& reason, clock::time_point now);
@@ -82,6 +85,7 @@ class client_connection {
     void send(const message& line, clock::time_point now);
     void end(message::kinds kind, std::int32_t status, const std::string& text,
              clock::time_point now);
+    void append(const message& line, const std::string& text);
     void transmit(clock::time_point now);
 
     dp_support::file_descriptor socket_;

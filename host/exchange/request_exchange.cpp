@@ -77,7 +77,11 @@ void request_exchange::run(client_connection& client) {
         client.report_progress(done, total, clock::now());
         socket_.exchange(true);
     };
+    service_.take_dependent_lines();
     run_batch_text(text, service_.registrar(), answer, observer);
+    if (const std::string lines = service_.take_dependent_lines(); !lines.empty()) {
+        client.report_dependent(lines, clock::now());
+    }
     client.answer(0, std::move(answer).str(), clock::now());
 }
 

@@ -19,7 +19,9 @@
 #include "host/exchange/batch_transaction.hpp"
 #include "host/exchange/malformed_lines.hpp"
 #include "host/exchange/status_log.hpp"
+#include "host/history/transaction_id.hpp"
 #include "host/process/service_log.hpp"
+#include "host/process/text_of.hpp"
 #include "host/process/trusted_file.hpp"
 #include "support/checked_streams.hpp"
 #include "transactions/basic_transaction_command.hpp"
@@ -144,9 +146,8 @@ class batch_run {
     void run(std::istream& text, host_registrar& registrar) {
         read_commands(text, registrar, converter_, malformed_);
         transaction_.emplace(converter_.commands, [this](auto& t) { report_progress(t); });
-        if (!observer_.client.empty()) {
-            transaction_->requester = transaction_->name + ',' + observer_.client;
-        }
+        transaction_->requester =
+            text_of(transaction_->name, ",id=", new_transaction_id(), ',', observer_.client);
         progress_.start(&*transaction_);
         transaction_->queue(registrar);
         registrar.run_queued();
@@ -221,9 +222,10 @@ dp_support::result<> run_batch(const std::string& path, host_registrar& registra
         static_cast<void>(answer.complete());
         return {};
     }
-    run_batch_text(
-        source, registrar, answer.out(),
-        {{}, {}, [&] { return answer.complete().ok() ? answer.path() : std::string(); }});
+    run_batch_text(source, registrar, answer.out(),
+                   {text_of("uid=", file->owner), {}, [&] {
+                        return answer.complete().ok() ? answer.path() : std::string();
+                    }});
     // Again, for a batch that was refused as a whole.
     static_cast<void>(answer.complete());
     return {};

@@ -17,7 +17,7 @@ inline constexpr std::uint64_t largest_batch = std::uint64_t{256} * 1024 * 1024;
 
 /// What the runner of a batch text reports, and for whom it is run.
 struct batch_observer {
-    /// Who requested the batch, one word, for history and log; empty if only the batch says.
+    /// Who requested the batch, one word, for history and log.
     std::string client;
     /// Called, if set, after each step.
     std::function<void(std::uint32_t done, std::uint32_t total)> on_progress;

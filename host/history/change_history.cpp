@@ -7,30 +7,37 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "common/io_loops.hpp"
-#include "host/history/change_recorder.hpp"
+#include "host/history/history_time.hpp"
 #include "host/process/service_log.hpp"
+#include "host/process/text_of.hpp"
 #include "host/process/trusted_file.hpp"
 #include "host/process/wall_clock.hpp"
+#include "service_api/change_record.hpp"
+#include "support/decimal.hpp"
 #include "support/file_descriptor.hpp"
 #include "support/staged_file.hpp"
-#include "transactions/transaction_command.hpp"
 
 namespace dp_host {
 namespace {
 
-// The last `most` bytes of the file's first `size` bytes; fewer when they cannot be read.
-std::string last_bytes(int fd, off_t size, std::size_t most) {
-    const bool is_longer = static_cast<std::uint64_t>(size) > most;
-    std::string text(is_longer ? most : static_cast<std::size_t>(size), '\0');
+using dp_service::change_record;
+
+// The line with the number of dropped records is shorter, in bytes.
+constexpr std::size_t longest_line_of_history = 256;
+
+// The `most` bytes of the file from `begin` on; fewer when they cannot be read.
+std::string bytes_from(int fd, off_t begin, std::size_t most) {
+    std::string text(most, '\0');
     std::size_t count = 0;
     while (count < text.size()) {
-        const ssize_t got = pread(fd, text.data() + count, text.size() - count,
-                                  size - static_cast<off_t>(text.size() - count));
+        const ssize_t got =
+            pread(fd, text.data() + count, text.size() - count, begin + static_cast<off_t>(count));
         if (got > 0) {
             count += static_cast<std::size_t>(got);
         } else if (got == 0 || errno != EINTR) {
@@ -39,6 +46,13 @@ std::string last_bytes(int fd, off_t size, std::size_t most) {
     }
     text.resize(count);
     return text;
+}
+
+// The last `most` bytes of the file's first `size` bytes; fewer when they cannot be read.
+std::string last_bytes(int fd, off_t size, std::size_t most) {
+    const auto whole = static_cast<std::uint64_t>(size);
+    const std::size_t count = whole > most ? most : static_cast<std::size_t>(whole);
+    return bytes_from(fd, size - static_cast<off_t>(count), count);
 }
 
 // The size of the complete lines of a file of `size` bytes. Looks at its last `most` bytes only.
@@ -57,6 +71,45 @@ std::string newest_lines(const std::string& text, std::size_t most) {
     // A newline just before the last `most` bytes begins a line that fits.
     const std::size_t end = text.find('\n', text.size() - most - 1);
     return end == std::string::npos ? std::string() : text.substr(end + 1);
+}
+
+std::uint64_t count_lines(const std::string& text) {
+    return static_cast<std::uint64_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
+// The number of lines in the file's first `size` bytes. Of a much larger file than the service
+// writes only the last lines are counted, so that it costs nothing.
+std::uint64_t count_lines(int fd, off_t size) {
+    constexpr std::size_t buffer_size = std::size_t{64} * 1024;
+    constexpr off_t most_counted = off_t{1} << 20;
+    std::uint64_t count = 0;
+    for (off_t at = std::max<off_t>(size - most_counted, 0); at < size;) {
+        const std::string part =
+            bytes_from(fd, at,
+                       static_cast<std::size_t>(std::min<std::uint64_t>(
+                           static_cast<std::uint64_t>(size - at), buffer_size)));
+        if (part.empty()) {
+            break;
+        }
+        count += count_lines(part);
+        at += static_cast<off_t>(part.size());
+    }
+    return count;
+}
+
+// The number of records that were dropped earlier, if `line` says so.
+std::optional<std::uint64_t> dropped_by(const std::string& line) {
+    const auto record = change_record::parse(line);
+    if (!record || record->who != change_record::by_service ||
+        record->target != change_record::of_history || !record->value) {
+        return std::nullopt;
+    }
+    return dp_support::decimal::parse<std::uint64_t>(
+        record->value->substr(0, record->value->find(' ')));
+}
+
+std::string first_line(const std::string& text) {
+    return text.substr(0, text.find('\n'));
 }
 
 }  // namespace
@@ -85,8 +138,14 @@ std::string change_history::missing_of(const std::string& lines) const {
     const int fd = file->descriptor.get();
     const off_t size = size_of_complete_lines(fd, static_cast<off_t>(file->size), limit_);
     const std::string present = last_bytes(fd, size, lines.size());
+    if (present.ends_with(lines)) {
+        return {};
+    }
     // A file that they made too large was replaced by one with the newest lines.
-    if (present.ends_with(lines) || present == newest_lines(lines, kept_)) {
+    const std::string text = last_bytes(fd, size, limit_);
+    const std::size_t records = text.find('\n') + 1;
+    if (dropped_by(first_line(text)) && text.size() > records &&
+        lines.ends_with(std::string_view(text).substr(records))) {
         return {};
     }
     // An interrupted write appended the first lines only.
@@ -100,17 +159,19 @@ std::string change_history::missing_of(const std::string& lines) const {
     return lines;
 }
 
-// Starts with the last command, so that no more lines are made than fit into the file.
-std::string change_history::lines_of(const dp::setting_transaction& trans) const {
-    const change_recorder record(trans.requester.empty() ? trans.name : trans.requester,
-                                 wall_clock());
+// Starts with the last change, so that no more lines are made than fit into the file.
+std::string change_history::lines_of(const std::string& who,
+                                     const std::vector<value_change>& changes) const {
+    change_record record{who, history_time(wall_clock()), {}, {}};
     std::vector<std::string> kept;
     std::size_t size = 0;
-    for (std::size_t left = trans.commands.size(); left > 0 && size <= limit_; --left) {
-        if (const auto change = record(*trans.commands[left - 1])) {
-            kept.push_back(change->line() + '\n');
-            size += kept.back().size();
-        }
+    for (auto change = changes.rbegin(); change != changes.rend() && size <= limit_; ++change) {
+        record.target = change->name;
+        record.value = change->after;
+        record.before = change->before;
+        record.cause = change->cause;
+        kept.push_back(record.line() + '\n');
+        size += kept.back().size();
     }
     std::string lines;
     lines.reserve(size);
@@ -137,7 +198,12 @@ dp_support::result<> change_history::try_append(const std::string& lines) const 
         return dp_support::system_failure("truncate", path_, errno);
     }
     if (static_cast<std::uint64_t>(size) + lines.size() > limit_) {
-        return replace_with(last_bytes(file.get(), size, kept_ + 1) + lines);
+        const std::string first = first_line(bytes_from(file.get(), 0, longest_line_of_history));
+        const auto dropped = dropped_by(first);
+        const std::uint64_t count = count_lines(file.get(), size) + count_lines(lines);
+        // The line with the number is no record.
+        return replace_with(last_bytes(file.get(), size, kept_ + 1) + lines,
+                            dropped ? *dropped + count - 1 : count);
     }
     if (!dp::write_all(file.get(), lines)) {
         auto failed = dp_support::system_failure("write", path_, errno);
@@ -150,9 +216,23 @@ dp_support::result<> change_history::try_append(const std::string& lines) const 
     return {};
 }
 
-dp_support::result<> change_history::replace_with(const std::string& lines) const {
+// `count` is the number of all records so far, dropped ones and those of `lines` included.
+dp_support::result<> change_history::replace_with(const std::string& lines,
+                                                  std::uint64_t count) const {
+    const auto line_for = [](std::uint64_t dropped) {
+        return change_record{change_record::by_service, history_time(wall_clock()),
+                             change_record::of_history,
+                             text_of(dropped, " older records were dropped")}
+                   .line() +
+               '\n';
+    };
+    const std::size_t reserved = line_for(count).size();
+    std::string kept = newest_lines(lines, kept_ - std::min(kept_, reserved));
+    if (dropped_by(first_line(kept))) {
+        kept.erase(0, kept.find('\n') + 1);
+    }
     dp_support::staged_file file(path_, dp_support::staged_file::durable);
-    file.out() << newest_lines(lines, kept_);
+    file.out() << line_for(count - count_lines(kept)) << kept;
     return file.complete().and_then([&] { return file.replace(); });
 }
 

@@ -2,10 +2,12 @@
 #define DP_HOST_HISTORY_CHANGE_HISTORY_HPP
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
+#include <vector>
 
+#include "host/history/value_change.hpp"
 #include "support/result.hpp"
-#include "transactions/setting_transaction.hpp"
 
 namespace dp_host {
 
@@ -14,7 +16,8 @@ namespace dp_host {
 ///
 /// Lines are appended in one write, and the file always ends with a complete line: what an
 /// interrupted write left is removed first. A file that would grow beyond the limit is replaced by
-/// a file with the newest lines, which make up at most three quarters of the limit.
+/// a file of at most three quarters of the limit: a line with the number of all records that were
+/// dropped so far (`of_history`), and the newest lines.
 ///
 /// Nothing here waits for the disk or for other processes: a power failure may lose the lines of
 /// the last seconds. Failures are logged and do not fail the transaction.
@@ -25,10 +28,10 @@ class change_history {
     /// The history in the file `path`, of at most `limit` bytes. Does not access the file yet.
     explicit change_history(std::string path, std::size_t limit = default_limit);
 
-    /// The lines for what the executed commands of `trans` changed, with the current time; empty
-    /// when they changed nothing. Of more lines than fit into the file, the newest: at most the
-    /// limit and one line.
-    [[nodiscard]] std::string lines_of(const dp::setting_transaction& trans) const;
+    /// The lines for the changes that `who` made, with the current time. Of more lines than fit
+    /// into the file, the newest: at most the limit and one line.
+    [[nodiscard]] std::string lines_of(const std::string& who,
+                                       const std::vector<value_change>& changes) const;
 
     /// Appends `lines`, if there are any.
     void append(const std::string& lines) const;
@@ -40,7 +43,8 @@ class change_history {
   private:
     [[nodiscard]] std::string missing_of(const std::string& lines) const;
     [[nodiscard]] dp_support::result<> try_append(const std::string& lines) const;
-    [[nodiscard]] dp_support::result<> replace_with(const std::string& lines) const;
+    [[nodiscard]] dp_support::result<> replace_with(const std::string& lines,
+                                                    std::uint64_t count) const;
 
     std::string path_;
     std::size_t limit_;

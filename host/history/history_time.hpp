@@ -6,8 +6,8 @@
 
 namespace dp_host {
 
-/// The local time of `when` in the form of asctime(3), without the newline; empty for a time that
-/// has no such form.
+/// The local time of `when` with its zone, "2026-11-22T15:25:09+01:00"; empty for a time that has
+/// no such form.
 std::string history_time(std::time_t when);
 
 }  // namespace dp_host

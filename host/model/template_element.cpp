@@ -31,7 +31,8 @@ std::int32_t template_element::validate(const std::string& value) {
     if (value == default_) {
         return dp::command_status::success;
     }
-    return is_read_only() ? dp_service::service_status::read_only : check(value);
+    return is_read_only() && !is_left_to_owner_ ? dp_service::service_status::read_only
+                                                : check(value);
 }
 
 bool template_element::is_valid(const std::string& value) {

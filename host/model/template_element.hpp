@@ -24,6 +24,10 @@ class template_element : public dp::setting_element {
     /// a reset sends it for every attribute: the owner of the values refuses what would change one.
     [[nodiscard]] bool is_read_only() const;
 
+    /// Dependencies may make the attribute writable: from now on `validate` accepts changes of a
+    /// read-only attribute, and the owner of the values alone decides.
+    void leave_read_only_to_owner() { is_left_to_owner_ = true; }
+
     [[nodiscard]] bool is_single_valued() const { return max_instance == dp::no_instance; }
 
     /// Parses a command's instance text. True, with the number in `instance`, when the attribute
@@ -40,6 +44,7 @@ class template_element : public dp::setting_element {
 
   private:
     std::string default_;
+    bool is_left_to_owner_ = false;
 };
 
 }  // namespace dp_host

@@ -63,7 +63,7 @@ dp_support::result<trusted_file> open_trusted_file(const std::string& path) {
         return checked.error();
     }
     return trusted_file{std::move(descriptor), static_cast<std::uint64_t>(info.st_size),
-                        info.st_mtim};
+                        info.st_mtim, info.st_uid};
 }
 
 dp_support::result<std::string> read_trusted_file(const std::string& path, std::size_t limit) {

@@ -1,6 +1,8 @@
 #ifndef DP_HOST_PROCESS_TRUSTED_FILE_HPP
 #define DP_HOST_PROCESS_TRUSTED_FILE_HPP
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
@@ -17,6 +19,7 @@ struct trusted_file {
     dp_support::file_descriptor descriptor;  ///< open for reading
     std::uint64_t size = 0;                  ///< in bytes
     timespec modified{};                     ///< time of the last change of its content
+    uid_t owner = 0;                         ///< the user it belongs to
 };
 
 /// Opens the file `path`, and never waits for the other end of a pipe. The code of a failure is

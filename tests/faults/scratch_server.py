@@ -253,7 +253,7 @@ class ScratchServer:
         text = self.read("/var/dp/history")
         require(text.endswith("\n") or not text, f"the history is cut: {text[-80:]!r}")
         for line in text.splitlines():
-            match = re.match(r'^<\S*> (?:\S+\s+){4}\d{4}   (\S+)(?:   "(.*?)")?', line)
+            match = re.match(r'^<\S*> [-0-9T:+]{25}   (\S+)(?:   "(.*?)")?', line)
             if match:
                 changes.append((match[1], match[2]))
         return changes

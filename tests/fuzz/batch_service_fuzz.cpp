@@ -25,7 +25,7 @@ namespace {
 class service {
   public:
     explicit service(bool is_disk_full)
-        : plugin_([this, is_disk_full](const dp::setting_transaction&) {
+        : plugin_([this, is_disk_full](const dp::setting_transaction&, const auto& /*changes*/) {
               if (is_disk_full) {
                   return dp_support::result<>(dp_support::failure{"the disk is full", ENOSPC});
               }
@@ -35,7 +35,7 @@ class service {
         model_ = *dp_host::template_model::make(test::sample_template(), &plugin_);
         store_ = std::make_unique<dp_host::value_store>(*model_);
         store_->add_defaults([](const dp::setting&) { return true; });
-        plugin_.serve(*model_, *store_);
+        plugin_.serve(*model_, *store_, nullptr);
         registrar.add_plugin(&plugin_);
         registrar.use_model(model_.get());
         disk = text();

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -30,9 +31,10 @@ std::string history_file() {
     return service_process::path("/var/dp/history");
 }
 
-const std::string some_time(24, 'T');
+const std::string some_time(25, 'T');
 
-// The history with every time replaced by `some_time`. Expects that every line is a change record.
+// The history with every time replaced by `some_time`, and without the transactions' identifiers
+// and the owner of their batch files. Expects that every line is a change record.
 std::string history() {
     const std::string text = test::read_file(history_file());
     EXPECT_TRUE(text.empty() || text.ends_with('\n'));
@@ -43,9 +45,18 @@ std::string history() {
         EXPECT_TRUE(record) << line;
         if (record) {
             std::tm parts{};
-            EXPECT_NE(strptime(record->time.c_str(), "%a %b %d %H:%M:%S %Y", &parts), nullptr);
+            EXPECT_NE(strptime(record->time.c_str(), "%Y-%m-%dT%H:%M:%S", &parts), nullptr);
             EXPECT_EQ(record->time.size(), some_time.size());
             record->time = some_time;
+            const std::string owner = ",uid=" + std::to_string(geteuid());
+            const std::size_t id = record->who.find(",id=");
+            if (record->who != dp_service::change_record::by_service) {
+                EXPECT_EQ(record->who.substr(std::min(id, record->who.size())).size(),
+                          std::string(",id=0123456789abcdef").size() + owner.size())
+                    << line;
+                EXPECT_TRUE(record->who.ends_with(owner)) << line;
+                record->who.erase(std::min(id, record->who.size()));
+            }
             plain += record->line() + '\n';
         }
     }
@@ -59,8 +70,9 @@ TEST_F(dp_settingsd_history, contains_the_changes_of_all_transactions) {
         "0 2 <cim-0> set Boot.Mode \"CSM\" \"\"\n"
         "0 3 <cim-0> get Boot.Mode \"\" \"\"\n"
         "0 4 <cim-0> set Boot.Label \"a \\\"b\\\"\" \"\"\n");
-    const std::string first = "<cim-0> " + some_time + "   Boot.Mode   \"Legacy\"\n" + "<cim-0> " +
-                              some_time + "   Boot.Label   \"a \\\"b\\\"\"\n";
+    const std::string first = "<cim-0> " + some_time +
+                              "   Boot.Mode   \"Legacy\"   was \"UEFI\"\n" + "<cim-0> " +
+                              some_time + "   Boot.Label   \"a \\\"b\\\"\"   was \"disk\"\n";
     EXPECT_EQ(history(), first);
     service_process::run_batch("0 1 two get Boot.Mode \"\" \"\"\n");
     service_process::run_batch("0 1 two set Boot.Mode \"Legacy\" \"\"\n");
@@ -68,8 +80,8 @@ TEST_F(dp_settingsd_history, contains_the_changes_of_all_transactions) {
     service_process::run_batch(
         "0 1 two delete Ports.Speed.2 \"\" \"\"\n"
         "0 2 two set Ports.User.3 \"ann\" \"\"\n");
-    const std::string second = "<two> " + some_time + "   Ports.Speed.2\n<two> " + some_time +
-                               "   Ports.User.3   \"ann\"\n";
+    const std::string second = "<two> " + some_time + "   Ports.Speed.2   was \"10\"\n<two> " +
+                               some_time + "   Ports.User.3   \"ann\"\n";
     EXPECT_EQ(history(), first + second);
     struct stat info {};
     ASSERT_EQ(stat(history_file().c_str(), &info), 0);
@@ -78,18 +90,19 @@ TEST_F(dp_settingsd_history, contains_the_changes_of_all_transactions) {
     EXPECT_EQ(server.stop(), 0);
     start();
     service_process::run_batch("0 1 three set Boot.Mode \"UEFI\" \"\"\n");
-    EXPECT_EQ(history(), first + second + "<three> " + some_time + "   Boot.Mode   \"UEFI\"\n");
+    EXPECT_EQ(history(), first + second + "<three> " + some_time +
+                             "   Boot.Mode   \"UEFI\"   was \"Legacy\"\n");
 }
 
 TEST_F(dp_settingsd_history, removes_an_incomplete_last_line) {
     start();
     EXPECT_EQ(server.stop(SIGKILL), 128 + SIGKILL);
     test::write_file(history_file(),
-                     "<t> Tue Nov 14 22:13:20 2023   Boot.Mode   \"UEFI\"\n<t> Tue N");
+                     "<dp_settingsd> 2023-11-14T22:13:20+01:00   (BIOS)   \"x\"\n<t> 2023-");
     start();
     service_process::run_batch("0 1 t set Boot.Mode \"Legacy\" \"\"\n");
-    EXPECT_EQ(history(), "<t> " + some_time + "   Boot.Mode   \"UEFI\"\n<t> " + some_time +
-                             "   Boot.Mode   \"Legacy\"\n");
+    EXPECT_EQ(history(), "<dp_settingsd> " + some_time + "   (BIOS)   \"x\"\n<t> " + some_time +
+                             "   Boot.Mode   \"Legacy\"   was \"UEFI\"\n");
 }
 
 std::string journal_file() {
@@ -101,7 +114,7 @@ bool has_new_value() {
            std::string::npos;
 }
 
-const std::string new_line = "<t> " + some_time + "   Boot.Mode   \"Legacy\"\n";
+const std::string new_line = "<t> " + some_time + "   Boot.Mode   \"Legacy\"   was \"UEFI\"\n";
 
 // The service's log as a named pipe: a full pipe blocks the service at its next log line. Create it
 // before the service starts, and fill it afterwards.
@@ -252,7 +265,7 @@ TEST_F(dp_settingsd_history, has_whole_lines_for_all_kept_values_after_kills_at_
     const std::string text = history();
     for (int value = 1; value <= sent; ++value) {
         const std::string line =
-            "<t> " + some_time + "   A.N   \"" + std::to_string(value) + "\"\n";
+            "<t> " + some_time + "   A.N   \"" + std::to_string(value) + "\"   was \"";
         const std::size_t found = text.find(line);
         EXPECT_TRUE(found != std::string::npos ||
                     !(answered.contains(value) || kept.contains(value)))
@@ -265,28 +278,41 @@ TEST_F(dp_settingsd_history, has_whole_lines_for_all_kept_values_after_kills_at_
     EXPECT_LT(answered.size(), static_cast<std::size_t>(sent));
 }
 
-TEST_F(dp_settingsd_history, drops_its_oldest_lines_above_256_kib) {
-    service_process::install({test::number("A", "N", "0", 0, 0xFFFFFFFF, 1)}, "B1");
+TEST_F(dp_settingsd_history, drops_its_oldest_lines_above_256_kib_and_says_how_many) {
+    service_process::install({test::number("A", "N", "100000", 0, 0xFFFFFFFF, 1)}, "B1");
     start();
-    std::string expected;
     int value = 100'000;
     const auto run = [&](int count) {
         std::string batch;
         for (int i = 0; i < count; ++i) {
-            const std::string text = std::to_string(++value);
-            batch += "0 1 t set A.N \"" + text + "\" \"\"\n";
-            expected += "<t> " + some_time + "   A.N   \"" + text + "\"\n";
+            batch += "0 1 t set A.N \"" + std::to_string(++value) + "\" \"\"\n";
         }
         service_process::run_batch(batch);
     };
-    const std::size_t line = ("<t> " + some_time + "   A.N   \"100001\"\n").size();
-    run(static_cast<int>(std::size_t{256} * 1024 / line));
-    EXPECT_EQ(history(), expected);
+    const auto lines_from = [&](int first) {
+        std::string lines;
+        for (int i = first; i <= value; ++i) {
+            lines += "<t> " + some_time + "   A.N   \"" + std::to_string(i) + "\"   was \"" +
+                     std::to_string(i - 1) + "\"\n";
+        }
+        return lines;
+    };
     run(1);
-    expected.erase(0, expected.size() - std::size_t{192} * 1024 / line * line);
-    EXPECT_EQ(history(), expected);
+    const std::size_t line = test::read_file(history_file()).size();
+    const int most = static_cast<int>(std::size_t{256} * 1024 / line);
+    run(most - 1);
+    EXPECT_EQ(history(), lines_from(100'001));
+    run(1);
+    const std::string text = history();
+    const int kept = static_cast<int>(std::count(text.begin(), text.end(), '\n')) - 1;
+    EXPECT_GE(kept, most * 7 / 10);
+    EXPECT_LE(kept, most * 3 / 4);
+    const std::string dropped = "<dp_settingsd> " + some_time + "   (history)   \"" +
+                                std::to_string(most + 1 - kept) + " older records were dropped\"\n";
+    const int first = value - kept + 1;
+    EXPECT_EQ(text, dropped + lines_from(first));
     run(10);
-    EXPECT_EQ(history(), expected);
+    EXPECT_EQ(history(), dropped + lines_from(first));
 }
 
 TEST_F(dp_settingsd_history, fails_no_transaction_when_it_cannot_be_written) {

@@ -12,6 +12,7 @@
 
 #include "batch/batch_file_entry.hpp"
 #include "host/exchange/batch_transaction.hpp"
+#include "host/history/value_change.hpp"
 #include "host/host_registrar.hpp"
 #include "host/model/values_file.hpp"
 #include "host/store_plugin.hpp"
@@ -26,8 +27,9 @@ namespace test {
 class sample_service : public testing::Test {
   protected:
     sample_service()
-        : plugin([this](const dp::setting_transaction&) {
+        : plugin([this](const dp::setting_transaction&, const auto& made) {
               ++persist_calls;
+              changes = made;
               if (memory_is_full) {
                   throw std::bad_alloc();
               }
@@ -41,7 +43,7 @@ class sample_service : public testing::Test {
         model = *dp_host::template_model::make(sample_template(), &plugin);
         store = std::make_unique<dp_host::value_store>(*model);
         store->add_defaults([](const dp::setting&) { return true; });
-        plugin.serve(*model, *store);
+        plugin.serve(*model, *store, nullptr);
         registrar.add_plugin(&plugin);
         registrar.use_model(model.get());
     }
@@ -89,6 +91,7 @@ class sample_service : public testing::Test {
     bool memory_is_full = false;
     int persist_calls = 0;
     std::string on_disk;
+    std::vector<dp_host::value_change> changes;  // that were to be persisted last
     dp_host::host_registrar registrar;
     dp_host::store_plugin plugin;
     std::unique_ptr<dp_host::template_model> model;

@@ -187,4 +187,50 @@ TEST_F(store_plugin_test, commands_of_other_owners_are_not_executed) {
     EXPECT_EQ(persist_calls, 0);
 }
 
+class store_plugin_changes : public test::sample_service {
+  protected:
+    /// What the commands changed, one line for each change: "NAME: BEFORE -> AFTER".
+    std::string changes_of(std::vector<dp::transaction_command> commands) {
+        changes.clear();
+        run(commands);
+        std::string lines;
+        for (const auto& change : changes) {
+            EXPECT_EQ(change.cause, "");
+            lines += change.name + ": " + change.before.value_or("-") + " -> " +
+                     change.after.value_or("-") + '\n';
+        }
+        return lines;
+    }
+};
+
+TEST_F(store_plugin_changes, are_no_reads_failures_or_sets_of_the_same_value) {
+    EXPECT_EQ(
+        changes_of({command("get", "Boot.Mode"), command("getv", "Boot.Mode"),
+                    command("set", "Boot.Mode", "UEFI"), command("set", "Boot.Mode", "CSM"),
+                    command("set", "Boot.Gone", "x"), command("delete", "Boot.Vendor"),
+                    command("set", "Boot.Vendor", "other"), command("cmd_import", "Boot.Mode")}),
+        "");
+}
+
+TEST_F(store_plugin_changes, are_all_sets_of_other_values_with_the_values_before) {
+    EXPECT_EQ(
+        changes_of({command("set", "Boot.Mode", "Legacy"), command("setv", "Boot.Delay", "10"),
+                    command("set", "Boot.Mode", "Legacy"), command("set", "Boot.Mode", "UEFI"),
+                    command("set", "Ports.Speed.2", "0020")}),
+        "Boot.Mode: UEFI -> Legacy\nBoot.Delay: 5 -> 10\nBoot.Mode: Legacy -> UEFI\n"
+        "Ports.Speed.2: 10 -> 20\n");
+}
+
+TEST_F(store_plugin_changes, of_a_deleted_instance_have_no_value) {
+    EXPECT_EQ(changes_of({command("delete", "Ports.Speed.2"), command("delete", "Ports.Speed.2"),
+                          command("set", "Ports.Speed.2", "10")}),
+              "Ports.Speed.2: 10 -> -\nPorts.Speed.2: - -> 10\n");
+}
+
+TEST_F(store_plugin_changes, of_a_row_are_those_of_its_key) {
+    EXPECT_EQ(
+        changes_of({command("set", "Ports.User.3", "ann"), command("delete", "Ports.User.3")}),
+        "Ports.User.3: - -> ann\nPorts.User.3: ann -> -\n");
+}
+
 }  // namespace

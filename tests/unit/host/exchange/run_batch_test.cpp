@@ -209,7 +209,8 @@ TEST_F(run_batch_test, a_text_is_run_for_a_client_and_reports_its_progress) {
     EXPECT_EQ(answer.str(), "0 1 <t> set Boot.Mode \"Legacy\" \"Legacy\" \n");
     EXPECT_EQ(done, 1U);
     ASSERT_FALSE(log.lines.empty());
-    EXPECT_NE(log.lines.back().text.find("batch t,uid=1: 1 commands"), std::string::npos);
+    EXPECT_THAT(log.lines.back().text,
+                testing::ContainsRegex("batch t,id=[0-9a-f]+,uid=1: 1 commands"));
 }
 
 }  // namespace

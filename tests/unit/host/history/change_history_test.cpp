@@ -1,9 +1,11 @@
 #include "host/history/change_history.hpp"
 
+#include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 
@@ -22,10 +24,9 @@ class change_history_test : public test::sample_service {
 
     void append(const dp_host::change_history& history,
                 std::vector<dp::transaction_command> commands) {
-        dp_host::batch_transaction transaction(commands);
-        transaction.queue(registrar);
-        registrar.run_queued();
-        history.append(history.lines_of(transaction));
+        changes.clear();
+        run(commands);
+        history.append(history.lines_of("test-1", changes));
     }
 
     /// The lines of the file, with "T" for the times.
@@ -44,7 +45,7 @@ class change_history_test : public test::sample_service {
     }
 };
 
-const std::string mode_line = "<test-1> T   Boot.Mode   \"Legacy\"\n";
+const std::string mode_line = "<test-1> T   Boot.Mode   \"Legacy\"   was \"UEFI\"\n";
 
 TEST_F(change_history_test, has_a_line_for_every_change_of_every_transaction) {
     const dp_host::change_history history(path);
@@ -52,8 +53,8 @@ TEST_F(change_history_test, has_a_line_for_every_change_of_every_transaction) {
                      command("set", "Boot.Label", "a \"b\" \\")});
     append(history, {command("set", "Boot.Mode", "CSM"), command("delete", "Ports.Speed.2")});
     EXPECT_EQ(content(), mode_line +
-                             "<test-1> T   Boot.Label   \"a \\\"b\\\" \\\\\"\n"
-                             "<test-1> T   Ports.Speed.2\n");
+                             "<test-1> T   Boot.Label   \"a \\\"b\\\" \\\\\"   was \"disk\"\n"
+                             "<test-1> T   Ports.Speed.2   was \"10\"\n");
     struct stat info {};
     ASSERT_EQ(stat(path.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 07777, 0600U);
@@ -75,36 +76,50 @@ TEST_F(change_history_test, an_incomplete_last_line_is_removed) {
         EXPECT_EQ(content(), "whole\n" + mode_line);
         test::write_file(path, incomplete);
         append(dp_host::change_history(path), {command("set", "Boot.Mode", "UEFI")});
-        EXPECT_EQ(content(), "<test-1> T   Boot.Mode   \"UEFI\"\n");
+        EXPECT_EQ(content(), "<test-1> T   Boot.Mode   \"UEFI\"   was \"Legacy\"\n");
     }
 }
 
-TEST_F(change_history_test, keeps_the_newest_lines_of_three_quarters_of_its_limit) {
-    constexpr std::size_t limit = 1000;
+TEST_F(change_history_test, has_the_cause_of_a_change) {
+    const dp_host::change_history history(path);
+    history.append(history.lines_of("t", {{"Boot.Delay", "5", "10", "Mode is Legacy"}}));
+    EXPECT_EQ(content(), "<t> T   Boot.Delay   \"10\"   was \"5\"   because \"Mode is Legacy\"\n");
+}
+
+std::string dropped_line(int count) {
+    return "<dp_settingsd> T   (history)   \"" + std::to_string(count) +
+           " older records were dropped\"\n";
+}
+
+TEST_F(change_history_test, keeps_the_newest_lines_and_says_how_many_were_dropped) {
+    constexpr std::size_t limit = 2000;
     const dp_host::change_history history(path, limit);
-    std::string expected;
     std::size_t longest = 0;
+    int first = 1;
     int prunings = 0;
     for (int i = 1; i <= 120; ++i) {
-        const std::string value(static_cast<std::size_t>(i % 20 + 1), 'v');
-        append(history, {command("set", "Boot.Label", value)});
-        const std::string now = test::read_file(path);
-        const auto last = dp_service::change_record::parse(
-            now.substr(now.rfind('<'), now.size() - now.rfind('<') - 1));
-        ASSERT_TRUE(last);
-        EXPECT_EQ(last->value, value);
-        expected += last->line() + '\n';
-        if (expected.size() > limit) {
+        append(history, {command("set", "Boot.Label", std::to_string(i))});
+        const std::size_t size = test::read_file(path).size();
+        ASSERT_LE(size, limit);
+        const std::string now = content();
+        const int kept =
+            static_cast<int>(std::count(now.begin(), now.end(), '\n')) - (first > 1 ? 1 : 0);
+        if (kept < i - first + 1) {
             ++prunings;
-            while (expected.size() > limit / 4 * 3) {
-                expected.erase(0, expected.find('\n') + 1);
-            }
+            EXPECT_LE(size, limit / 4 * 3);
+            EXPECT_GT(size, limit / 2);
+            first = i - kept + (first > 1 ? 1 : 2);
+        }
+        std::string expected = first > 1 ? dropped_line(first - 1) : "";
+        for (int j = first; j <= i; ++j) {
+            expected += "<test-1> T   Boot.Label   \"" + std::to_string(j) + "\"   was \"" +
+                        (j == 1 ? "disk" : std::to_string(j - 1)) + "\"\n";
         }
         ASSERT_EQ(now, expected) << i;
-        longest = std::max(longest, now.size());
+        longest = std::max(longest, size);
     }
     EXPECT_GT(prunings, 3);
-    EXPECT_GT(longest, limit - 80);
+    EXPECT_GT(longest, limit - 120);
     EXPECT_FALSE(fileexist(path + ".new"));
 }
 
@@ -114,12 +129,16 @@ TEST_F(change_history_test, keeps_the_newest_of_more_changes_than_fit) {
         commands.push_back(command("set", "Ports.Speed.1", std::to_string(1000 - i)));
     }
     test::write_file(path, "old\n");
-    const std::string line = "<test-1> Tue Nov  4 22:13:20 2023   Ports.Speed.1   \"900\"\n";
-    append(dp_host::change_history(path, line.size() * 4), commands);
-    EXPECT_EQ(content(),
-              "<test-1> T   Ports.Speed.1   \"902\"\n"
-              "<test-1> T   Ports.Speed.1   \"901\"\n"
-              "<test-1> T   Ports.Speed.1   \"900\"\n");
+    const std::string line =
+        "<test-1> 2023-11-04T22:13:20+01:00   Ports.Speed.1   \"900\"   was \"901\"\n";
+    append(dp_host::change_history(path, line.size() * 6), commands);
+    const std::string text = content();
+    // Lines that were never written count too, those of changes that no file can have do not.
+    EXPECT_THAT(text, testing::MatchesRegex(
+                          "<dp_settingsd> T   .history.   \"[0-9]+ older records were dropped\"\n"
+                          "<test-1> T   Ports.Speed.1   \"902\"   was \"903\"\n"
+                          "<test-1> T   Ports.Speed.1   \"901\"   was \"902\"\n"
+                          "<test-1> T   Ports.Speed.1   \"900\"   was \"901\"\n"));
 }
 
 std::string numbered_lines(int count) {
@@ -158,8 +177,8 @@ TEST_F(change_history_test, complete_without_lines_creates_no_file) {
 }
 
 TEST_F(change_history_test, complete_adds_nothing_after_an_append_that_dropped_the_oldest_lines) {
-    const dp_host::change_history history(path, 100);
-    for (int count = 1; count <= 20; ++count) {
+    const dp_host::change_history history(path, 300);
+    for (int count = 1; count <= 60; ++count) {
         for (const std::string before : {"", "earlier\n", "much earlier lines\n"}) {
             const std::string lines = numbered_lines(count);
             test::write_file(path, before);
@@ -195,7 +214,7 @@ TEST_F(change_history_test, a_file_of_garbage_is_replaced_when_it_is_too_large) 
     const std::string text = test::read_file(path);
     EXPECT_LE(text.size(), 1000U);
     EXPECT_EQ(text.find('x'), std::string::npos);
-    EXPECT_TRUE(text.ends_with("   Ports.Speed.1   \"50\"\n"));
+    EXPECT_TRUE(text.ends_with("   Ports.Speed.1   \"50\"   was \"49\"\n"));
 }
 
 TEST_F(change_history_test, what_is_not_a_regular_file_is_unchanged_and_logged) {
@@ -242,9 +261,11 @@ TEST_F(change_history_test, a_full_disk_leaves_complete_lines) {
     setrlimit(RLIMIT_FSIZE, &usual);
     std::signal(SIGXFSZ, handler);
     EXPECT_EQ(log.lines.size(), 1U);
-    EXPECT_TRUE(after.starts_with("a line")) << after.substr(0, 100);
-    EXPECT_TRUE(after.ends_with("   Ports.Speed.1\n")) << after;
-    EXPECT_EQ(after.find("\""), std::string::npos);
+    const std::size_t second = after.find('\n') + 1;
+    EXPECT_NE(after.substr(0, second).find("older records were dropped"), std::string::npos);
+    EXPECT_TRUE(after.substr(second).starts_with("a line")) << after.substr(0, 200);
+    EXPECT_TRUE(after.ends_with("   Ports.Speed.1   was \"10\"\n")) << after;
+    EXPECT_EQ(after.find("was", second), after.rfind("was")) << after;
 }
 
 }  // namespace
