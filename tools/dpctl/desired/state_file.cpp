@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
+#include <optional>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
@@ -22,6 +25,21 @@ using dp_support::json_value;
 
 constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
 constexpr std::string_view blanks = " \t";
+constexpr std::string_view replacement = "\xEF\xBF\xBD";  // of bytes that are not UTF-8
+constexpr std::string_view bytes_suffix = "_bytes";
+
+std::optional<std::string> from_hexadecimal(std::string_view digits) {
+    std::string bytes;
+    for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+        unsigned char byte = 0;
+        const char* const end = digits.data() + i + 2;
+        if (std::from_chars(digits.data() + i, end, byte, 16).ptr != end) {
+            return std::nullopt;
+        }
+        bytes += static_cast<char>(byte);
+    }
+    return digits.empty() || digits.size() % 2 != 0 ? std::nullopt : std::optional(bytes);
+}
 
 const char* kind_name(json_kind kind) {
     switch (kind) {
@@ -103,15 +121,19 @@ class json_state_reader {
 
     void read_attributes(const json_value& attributes,
                          const std::unordered_set<const json_value*>& repeated) {
+        const auto bytes = bytes_by_name(attributes);
         state_.entries.reserve(attributes.items.size());
         for (const json_value& member : attributes.items) {
-            if (repeated.contains(&member)) {
+            if (repeated.contains(&member) || is_bytes_of_another(member, bytes)) {
                 continue;
             }
             state_entry entry{member.name, member.text, state_entry::kinds::text,
                               lines_.position_of(member.offset).line};
             switch (member.kind) {
                 case json_kind::text:
+                    if (const auto found = bytes.find(member.name); found != bytes.end()) {
+                        entry.value = found->second;
+                    }
                     break;
                 case json_kind::boolean:
                     entry.kind = state_entry::kinds::boolean;
@@ -130,6 +152,35 @@ class json_state_reader {
             }
             state_.entries.push_back(std::move(entry));
         }
+    }
+
+    // The values that have bytes that are not UTF-8: of members that have such bytes replaced, and
+    // beside which there is a member NAME_bytes with all of them in hexadecimal digits.
+    static std::unordered_map<std::string, std::string> bytes_by_name(
+        const json_value& attributes) {
+        std::unordered_map<std::string, std::string> bytes;
+        std::unordered_set<std::string_view> replaced;
+        for (const json_value& member : attributes.items) {
+            if (member.text.find(replacement) != std::string::npos) {
+                replaced.insert(member.name);
+            }
+        }
+        for (const json_value& member : attributes.items) {
+            if (replaced.empty() || !member.name.ends_with(bytes_suffix)) {
+                continue;
+            }
+            std::string name = member.name.substr(0, member.name.size() - bytes_suffix.size());
+            if (auto value = from_hexadecimal(member.text); value && replaced.contains(name)) {
+                bytes.emplace(std::move(name), *std::move(value));
+            }
+        }
+        return bytes;
+    }
+
+    static bool is_bytes_of_another(const json_value& member,
+                                    const std::unordered_map<std::string, std::string>& bytes) {
+        return member.name.ends_with(bytes_suffix) &&
+               bytes.contains(member.name.substr(0, member.name.size() - bytes_suffix.size()));
     }
 
     dp_support::line_index lines_;

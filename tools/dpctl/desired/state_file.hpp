@@ -53,7 +53,8 @@ inline constexpr std::size_t state_size_limit = std::size_t{16} << 20;
 ///     5}}
 ///
 /// Only "Attributes" must be there, and other members are ignored, so that the Bios resource of a
-/// Redfish service can be used as it is. Any other text consists of lines NAME=VALUE. A value is
+/// Redfish service can be used as it is. A value whose bytes are not UTF-8 has U+FFFD instead of
+/// them, and all its bytes in a member NAME_bytes, as hexadecimal digits. Any other text consists of lines NAME=VALUE. A value is
 /// everything after the first "=". Empty lines and those that begin with "#" are ignored, and so
 /// are blanks around a name and a carriage return at the end of a line.
 state_file parse_state(std::string source, std::string_view text);

@@ -78,6 +78,14 @@ TEST(parse_state, accepts_a_byte_order_mark) {
                 ElementsAre("1 A=1"));
 }
 
+TEST(parse_state, takes_bytes_that_are_not_utf8_from_a_member_beside_the_value) {
+    const auto state = parse_state("f", R"({"Attributes": {
+"A_bytes": "61fF", "A": "a\ufffd", "B": "b", "B_bytes": "62", "C": "\ufffd", "C_bytes": "6x"}})");
+    EXPECT_THAT(problems_of(state), IsEmpty());
+    EXPECT_THAT(entries_of(state), ElementsAre("2 A=a\xff", "2 B=b", "2 B_bytes=62",
+                                               "2 C=\xEF\xBF\xBD", "2 C_bytes=6x"));
+}
+
 TEST(parse_state, takes_an_empty_text_for_a_mistake) {
     EXPECT_THAT(problems_of(parse_state("f", "")), ElementsAre("f: is empty"));
     EXPECT_THAT(problems_of(parse_state("f", " \r\n")), ElementsAre("f: is empty"));
