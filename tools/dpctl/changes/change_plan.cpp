@@ -83,18 +83,20 @@ class dependency_check {
             }
         }
         auto decision = dp_service::decide(rules_, commands);
-        std::unordered_set<std::uint32_t> named;
+        std::unordered_set<std::uint32_t> shown;
         for (std::size_t i = 0; i < commanded.size(); ++i) {
             take_refusal(*commanded[i], std::move(decision.refusals[i]), decision.changes);
         }
         for (auto& planned : plan_.changes) {
             if (planned.index) {
-                named.insert(*planned.index);
                 keep_value(planned, decision.changes);
+                if (planned.outcome == change_outcome::planned) {
+                    shown.insert(*planned.index);
+                }
             }
         }
         for (const auto& change : decision.changes) {
-            if (change.cause != nullptr && !named.contains(change.attribute)) {
+            if (change.cause != nullptr && !shown.contains(change.attribute)) {
                 plan_.effects.push_back({registry_.setting_name(change.attribute),
                                          dp_service::setting_text(change.before),
                                          dp_service::setting_text(value_of(change.attribute)),

@@ -49,7 +49,7 @@ struct planned_change {
     }
 };
 
-/// A setting that nobody named, and the value that a dependency gives it.
+/// A setting that gets a value from a dependency, and not the one that it was to have if any.
 struct side_effect {
     std::string name;
     std::string before;

@@ -21,12 +21,24 @@ void read_after(session& service, change_plan& plan) {
     for (const auto& planned : plan.changes) {
         names.push_back(planned.name());
     }
+    for (const auto& effect : plan.effects) {
+        names.push_back(effect.name);
+    }
     service.reinitialize();
     auto values = read_values(service, names);
     for (std::size_t i = 0; i < plan.changes.size(); ++i) {
         plan.changes[i].pending = std::move(values[i].pending);
         plan.changes[i].current = std::move(values[i].current);
     }
+    // A service may know no dependencies.
+    std::vector<side_effect> made;
+    for (std::size_t i = 0; i < plan.effects.size(); ++i) {
+        if (values[plan.changes.size() + i].pending ==
+            reading{true, false, plan.effects[i].after}) {
+            made.push_back(std::move(plan.effects[i]));
+        }
+    }
+    plan.effects = std::move(made);
 }
 
 std::string why_refused(const planned_change& planned) {

@@ -307,6 +307,25 @@ TEST_F(dpctl_apply, brings_the_other_settings_to_their_defaults_except_the_uniqu
               "1 changed, 1 already so, 1 read-only and not changed.\n");
 }
 
+TEST_F(dpctl_apply, reports_what_dependencies_have_set_and_not_what_they_should_have) {
+    install_power();
+    write_state("Profile=Custom\n");
+    {
+        const test::fake_service service(test::accept_all);
+        EXPECT_EQ(dpctl({"apply", "state"}).out,
+                  "Power.Profile: Balanced -> Custom, pending until the server restarts\n"
+                  "1 changed.\n");
+    }
+    test::store_pending({{"Power.Profile", "Balanced"}});
+    const test::fake_service service([](const std::vector<batch_command>& commands) {
+        const std::string answer = test::accept_all(commands);
+        test::store_pending({{"Power.Turbo", "False"}});
+        return answer;
+    });
+    EXPECT_THAT(dpctl({"apply", "state"}).out,
+                HasSubstr("Power.Turbo: True -> False because Profile is Custom\n"));
+}
+
 TEST_F(dpctl_apply, reads_standard_input) {
     const test::fake_service service(test::accept_all);
     const auto result = test::run_program(
