@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <optional>
+#include <unordered_map>
 #include <utility>
 
 #include "support/utf8.hpp"
@@ -87,19 +88,139 @@ std::string why_text_forbidden(const registry_dependencies& rules, std::uint32_t
     return "";
 }
 
-std::string why_changed_since(const registry_dependencies& rules, std::uint32_t attribute,
-                              const std::vector<registry_dependencies::change>& changes) {
+using change_list = std::vector<registry_dependencies::change>;
+
+// The change of an attribute, or the end.
+change_list::const_iterator find_change(const change_list& changes, std::uint32_t attribute) {
     const auto found =
         std::lower_bound(changes.begin(), changes.end(), attribute,
                          [](const registry_dependencies::change& change, std::uint32_t wanted) {
                              return change.attribute < wanted;
                          });
+    return found != changes.end() && found->attribute == attribute ? found : changes.end();
+}
+
+std::string why_changed_since(const registry_dependencies& rules, std::uint32_t attribute,
+                              const change_list& changes) {
+    const auto found = find_change(changes, attribute);
     const std::string value =
         setting_text(rules.property(attribute, registry_property::current_value));
-    return found == changes.end() || found->attribute != attribute || found->cause == nullptr
+    return found == changes.end() || found->cause == nullptr
                ? "set to " + value + " by the same batch"
                : "set to " + value + " because " + rules.condition_text(*found->cause);
 }
+
+// Decides about the commands of one batch.
+class batch_decision {
+  public:
+    batch_decision(registry_dependencies& rules,
+                   std::span<const registry_dependencies::assignment> commands)
+        : rules_(rules), commands_(commands) {
+        result_.refusals.resize(commands.size());
+        for (std::size_t i = 0; i < commands.size(); ++i) {
+            const auto& [attribute, value] = commands[i];
+            is_pending_.push_back(rules.property(attribute, registry_property::current_value) ==
+                                  value);
+            forbidden_before_.push_back(is_pending_[i] ? std::string()
+                                                       : why_forbidden(rules, attribute, value));
+            commands_of_[attribute].push_back(i);
+        }
+    }
+
+    dependency_decision decide() {
+        std::vector<std::size_t> checked = assign_accepted();
+        for (;;) {
+            const std::vector<std::size_t> refused = refuse(checked);
+            if (refused.empty()) {
+                // Without those that were withdrawn.
+                std::erase_if(result_.changes, [this](const registry_dependencies::change& change) {
+                    return rules_.property(change.attribute, registry_property::current_value) ==
+                           change.before;
+                });
+                return std::move(result_);
+            }
+            const bool can_be_withdrawn = std::none_of(
+                refused.begin(), refused.end(),
+                [this](std::size_t i) { return rules_.matters_to_values(commands_[i].attribute); });
+            checked = can_be_withdrawn ? withdraw(refused) : assign_accepted();
+        }
+    }
+
+  private:
+    // Assigns the values of all commands that are not refused. Returns all of these.
+    std::vector<std::size_t> assign_accepted() {
+        std::vector<registry_dependencies::assignment> accepted;
+        std::vector<std::size_t> indices;
+        for (std::size_t i = 0; i < commands_.size(); ++i) {
+            if (result_.refusals[i].empty()) {
+                accepted.push_back(commands_[i]);
+                indices.push_back(i);
+            }
+        }
+        rules_.undo();
+        result_.changes = rules_.assign(accepted);
+        return indices;
+    }
+
+    // Refuses what is forbidden of the commands `checked`, and returns these.
+    std::vector<std::size_t> refuse(const std::vector<std::size_t>& checked) {
+        std::vector<std::size_t> refused;
+        for (const std::size_t i : checked) {
+            const auto& [attribute, value] = commands_[i];
+            if (is_pending_[i] || !result_.refusals[i].empty()) {
+                continue;
+            }
+            std::string& refusal = result_.refusals[i];
+            if (!forbidden_before_[i].empty() && !why_forbidden(rules_, attribute, value).empty()) {
+                refusal = forbidden_before_[i];
+            } else if (rules_.property(attribute, registry_property::current_value) != value) {
+                refusal = why_changed_since(rules_, attribute, result_.changes);
+            }
+            if (!refusal.empty()) {
+                refused.push_back(i);
+            }
+        }
+        return refused;
+    }
+
+    // Whether a command that is not refused gives the attribute another value.
+    [[nodiscard]] bool is_assigned(std::uint32_t attribute) const {
+        const auto& own = commands_of_.at(attribute);
+        return std::any_of(own.begin(), own.end(), [this](std::size_t i) {
+            return result_.refusals[i].empty() && !is_pending_[i];
+        });
+    }
+
+    // Gives the attributes of refused commands the values that they have without these, and returns
+    // the commands whose verdict may be another one then. That is what `assign_accepted` would do,
+    // at the cost of what changes.
+    std::vector<std::size_t> withdraw(const std::vector<std::size_t>& refused) {
+        std::vector<registry_dependencies::assignment> values;
+        for (const std::size_t i : refused) {
+            const auto change = find_change(result_.changes, commands_[i].attribute);
+            if (change != result_.changes.end() && !is_assigned(change->attribute)) {
+                values.push_back({change->attribute, change->before});
+            }
+        }
+        std::vector<std::uint32_t> attributes = rules_.correct(values);
+        for (const auto& [attribute, value] : values) {
+            attributes.push_back(attribute);
+        }
+        std::vector<std::size_t> checked;
+        for (const std::uint32_t attribute : attributes) {
+            const auto& own = commands_of_[attribute];
+            checked.insert(checked.end(), own.begin(), own.end());
+        }
+        return checked;
+    }
+
+    registry_dependencies& rules_;
+    std::span<const registry_dependencies::assignment> commands_;
+    dependency_decision result_;
+    std::vector<bool> is_pending_;
+    std::vector<std::string> forbidden_before_;
+    std::unordered_map<std::uint32_t, std::vector<std::size_t>> commands_of_;  // by attribute
+};
 
 }  // namespace
 
@@ -131,40 +252,7 @@ std::string why_forbidden(const registry_dependencies& rules, std::uint32_t attr
 
 dependency_decision decide(registry_dependencies& rules,
                            std::span<const registry_dependencies::assignment> commands) {
-    dependency_decision decision;
-    decision.refusals.resize(commands.size());
-    std::vector<std::string> forbidden_before;
-    std::vector<bool> is_pending;
-    for (const auto& [attribute, value] : commands) {
-        is_pending.push_back(rules.property(attribute, registry_property::current_value) == value);
-        forbidden_before.push_back(is_pending.back() ? std::string()
-                                                     : why_forbidden(rules, attribute, value));
-    }
-    for (bool has_changed = true; has_changed;) {
-        has_changed = false;
-        std::vector<registry_dependencies::assignment> accepted;
-        for (std::size_t i = 0; i < commands.size(); ++i) {
-            if (decision.refusals[i].empty()) {
-                accepted.push_back(commands[i]);
-            }
-        }
-        rules.undo();
-        decision.changes = rules.assign(accepted);
-        for (std::size_t i = 0; i < commands.size(); ++i) {
-            const auto& [attribute, value] = commands[i];
-            if (is_pending[i] || !decision.refusals[i].empty()) {
-                continue;
-            }
-            std::string& refusal = decision.refusals[i];
-            if (!forbidden_before[i].empty() && !why_forbidden(rules, attribute, value).empty()) {
-                refusal = forbidden_before[i];
-            } else if (rules.property(attribute, registry_property::current_value) != value) {
-                refusal = why_changed_since(rules, attribute, decision.changes);
-            }
-            has_changed = has_changed || !refusal.empty();
-        }
-    }
-    return decision;
+    return batch_decision(rules, commands).decide();
 }
 
 }  // namespace dp_service

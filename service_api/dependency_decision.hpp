@@ -32,6 +32,9 @@ std::string why_forbidden(const registry_dependencies& rules, std::uint32_t attr
 /// after the batch. The others are left out, and the rest is decided again until nothing changes. A
 /// command whose value the attribute has already is never refused.
 ///
+/// The cost grows with the commands and with what they change. Only if refused commands matter to
+/// dependencies of current values (`matters_to_values`), all commands are assigned again.
+///
 /// `rules` has nothing to undo. Afterwards it has the values after the batch: `keep` or `undo`
 /// them.
 dependency_decision decide(registry_dependencies& rules,

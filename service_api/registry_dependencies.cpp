@@ -140,6 +140,7 @@ registry_dependencies::registry_dependencies(const attribute_registry& registry)
     }
     add_cells();
     find_cycles();
+    find_what_matters_to_values();
     for (std::uint32_t i = 0; i < cells_.size(); ++i) {
         mark_cycle_of(i);
     }
@@ -192,6 +193,39 @@ void registry_dependencies::find_cycles() {
         cycles_.push_back({std::move(component), is_cyclic});
     }
     is_marked_.resize(cycles_.size());
+}
+
+// Causes and results of dependencies of current values, and what their conditions read, directly or
+// through properties that depend on it.
+void registry_dependencies::find_what_matters_to_values() {
+    matters_to_values_.resize(values_.size());
+    std::vector<bool> is_read(cells_.size());
+    std::vector<std::uint32_t> unread;
+    const auto read = [&](const registry_term& term) {
+        if (term.property == registry_property::current_value) {
+            matters_to_values_[term.attribute] = true;
+            return;
+        }
+        const auto found = cell_index_.find(key_of(term.attribute, term.property));
+        if (found != cell_index_.end() && !is_read[found->second]) {
+            is_read[found->second] = true;
+            unread.push_back(found->second);
+        }
+    };
+    for (const registry_map& map : registry_.maps) {
+        if (map.property == registry_property::current_value) {
+            matters_to_values_[*map.cause] = true;
+            matters_to_values_[map.attribute] = true;
+            for_each_comparison(map.terms, read);
+        }
+    }
+    while (!unread.empty()) {
+        const std::uint32_t index = unread.back();
+        unread.pop_back();
+        for (const std::uint32_t map : cells_[index].maps) {
+            for_each_comparison(registry_.maps[map].terms, read);
+        }
+    }
 }
 
 const registry_value& registry_dependencies::property(std::uint32_t attribute,
@@ -360,6 +394,18 @@ std::vector<registry_dependencies::change> registry_dependencies::assign(
         }
     }
     return result;
+}
+
+std::vector<std::uint32_t> registry_dependencies::correct(std::span<const assignment> values) {
+    const std::size_t begin = journal_.size();
+    load(values);
+    std::vector<std::uint32_t> changed;
+    for (std::size_t i = begin; i < journal_.size(); ++i) {
+        if (journal_[i].is_cell) {
+            changed.push_back(cells_[journal_[i].index].attribute);
+        }
+    }
+    return changed;
 }
 
 void registry_dependencies::undo() {

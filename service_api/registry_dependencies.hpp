@@ -55,6 +55,16 @@ class registry_dependencies {
     /// the values that are different afterwards, by attribute.
     std::vector<change> assign(std::span<const assignment> values);
 
+    /// Whether what an assignment makes of current values can depend on this attribute.
+    [[nodiscard]] bool matters_to_values(std::uint32_t attribute) const {
+        return matters_to_values_[attribute];
+    }
+
+    /// Sets values of attributes that do not matter to values: afterwards everything is as if the
+    /// last `assign` had been called with them. Returns the attributes of which properties changed,
+    /// some more than once.
+    std::vector<std::uint32_t> correct(std::span<const assignment> values);
+
     /// Takes back everything since the last `keep`, or since construction.
     void undo();
 
@@ -105,6 +115,7 @@ class registry_dependencies {
     [[nodiscard]] std::string terms_text(const std::vector<registry_term>& terms) const;
     void add_cells();
     void find_cycles();
+    void find_what_matters_to_values();
     void set_value(std::uint32_t attribute, const registry_value& value);
     void mark_cycle_of(std::uint32_t cell_index);
     void determine_marked();
@@ -117,7 +128,8 @@ class registry_dependencies {
     std::unordered_map<std::uint64_t, std::uint32_t> cell_index_;
     std::vector<std::vector<std::uint32_t>> value_readers_;  // cells, by attribute
     std::vector<std::vector<std::uint32_t>> acting_;         // maps of current values, by cause
-    std::vector<std::uint32_t> marked_;                      // a heap of cycles, the first on top
+    std::vector<bool> matters_to_values_;
+    std::vector<std::uint32_t> marked_;  // a heap of cycles, the first on top
     std::vector<bool> is_marked_;
     std::vector<journal_entry> journal_;
 };

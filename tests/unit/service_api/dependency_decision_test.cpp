@@ -2,11 +2,13 @@
 
 #include <gmock/gmock.h>
 
+#include <ctime>
 #include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
 
+#include "tests/support/generated_registry.hpp"
 #include "tests/support/registry_values.hpp"
 
 namespace {
@@ -149,6 +151,130 @@ TEST(dependency_decision, only_some_properties_forbid_a_value) {
                                            {"Label", "NEQ", "Label", "WriteOnly", "true"}});
     EXPECT_EQ(dp_service::why_forbidden(registry_dependencies(registry), label, text_value("x")),
               "");
+}
+
+// The decision by its definition: everything is done again after each round.
+dp_service::dependency_decision plain_decision(registry_dependencies& rules,
+                                               const commands& batch) {
+    dp_service::dependency_decision decision;
+    decision.refusals.resize(batch.size());
+    const auto value_of = [&](std::uint32_t attribute) {
+        return rules.property(attribute, registry_property::current_value);
+    };
+    std::vector<std::string> before(batch.size());
+    std::vector<bool> is_pending(batch.size());
+    for (std::size_t i = 0; i < batch.size(); ++i) {
+        before[i] = dp_service::why_forbidden(rules, batch[i].attribute, batch[i].value);
+        is_pending[i] = value_of(batch[i].attribute) == batch[i].value;
+    }
+    for (bool has_refused = true; has_refused;) {
+        has_refused = false;
+        commands accepted;
+        for (std::size_t i = 0; i < batch.size(); ++i) {
+            if (decision.refusals[i].empty()) {
+                accepted.push_back(batch[i]);
+            }
+        }
+        rules.undo();
+        decision.changes = rules.assign(accepted);
+        for (std::size_t i = 0; i < batch.size(); ++i) {
+            const auto& [attribute, value] = batch[i];
+            if (is_pending[i] || !decision.refusals[i].empty()) {
+                continue;
+            }
+            if (!before[i].empty() && !dp_service::why_forbidden(rules, attribute, value).empty()) {
+                decision.refusals[i] = before[i];
+            } else if (value_of(attribute) != value) {
+                decision.refusals[i] = "replaced";
+            }
+            has_refused = has_refused || !decision.refusals[i].empty();
+        }
+    }
+    return decision;
+}
+
+TEST(dependency_decision, agrees_with_its_definition) {
+    int refused = 0;
+    int accepted = 0;
+    for (std::uint32_t seed = 1; seed <= 1500; ++seed) {
+        SCOPED_TRACE(seed);
+        test::generated_registry generated(seed);
+        if (seed % 3 == 0) {
+            // Without dependencies of values each refused command is withdrawn alone.
+            for (auto& map : generated.registry.maps) {
+                map.property = map.property == registry_property::current_value
+                                   ? registry_property::upper_bound
+                                   : map.property;
+            }
+        }
+        registry_dependencies rules(generated.registry);
+        registry_dependencies plain(generated.registry);
+        for (int round = 0; round < 6; ++round) {
+            commands batch;
+            for (std::uint32_t i = generated.below(8); i-- > 0;) {
+                batch.push_back({generated.attribute(), generated.value()});
+            }
+            const auto decision = decide(rules, batch);
+            const auto expected = plain_decision(plain, batch);
+            for (std::size_t i = 0; i < batch.size(); ++i) {
+                EXPECT_EQ(decision.refusals[i].empty(), expected.refusals[i].empty()) << i;
+                EXPECT_TRUE(expected.refusals[i] == "replaced" ||
+                            decision.refusals[i] == expected.refusals[i])
+                    << i;
+                (decision.refusals[i].empty() ? accepted : refused) += 1;
+            }
+            ASSERT_EQ(decision.changes.size(), expected.changes.size());
+            for (std::size_t i = 0; i < decision.changes.size(); ++i) {
+                EXPECT_EQ(decision.changes[i].attribute, expected.changes[i].attribute);
+                EXPECT_EQ(decision.changes[i].before, expected.changes[i].before);
+                EXPECT_EQ(decision.changes[i].cause == nullptr,
+                          expected.changes[i].cause == nullptr);
+            }
+            for (std::uint32_t i = 0; i < generated.registry.attributes.size(); ++i) {
+                for (const auto which :
+                     {registry_property::current_value, registry_property::read_only,
+                      registry_property::upper_bound}) {
+                    ASSERT_EQ(rules.property(i, which), plain.property(i, which)) << i;
+                }
+            }
+            rules.keep();
+            plain.keep();
+        }
+    }
+    EXPECT_GT(refused, 1000);
+    EXPECT_GT(accepted, 1000);
+}
+
+// Each attribute is read-only while the one before it is 0; the first one always is. Each round
+// refuses one command.
+TEST(dependency_decision, costs_what_it_changes_also_when_each_refusal_makes_another) {
+    constexpr std::uint32_t count = 10'000;
+    dp_service::attribute_registry registry;
+    registry.attributes.resize(count);
+    registry.maps.resize(count);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        registry.attributes[i].properties[0] = number_value(0);
+        auto& map = registry.maps[i];
+        map.attribute = i;
+        map.cause = i;
+        map.property = registry_property::read_only;
+        map.value = true;
+        auto& term = map.terms.emplace_back();
+        term.attribute = i == 0 ? 0 : i - 1;
+        term.condition = i == 0 ? dp_service::registry_condition::greater_or_equal
+                                : dp_service::registry_condition::equal;
+        term.value = number_value(0);
+    }
+    registry_dependencies rules(registry);
+    commands batch;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        batch.push_back({i, number_value(1)});
+    }
+    const std::clock_t begin = std::clock();
+    const auto decision = decide(rules, batch);
+    EXPECT_LT(std::clock() - begin, 2 * CLOCKS_PER_SEC);
+    EXPECT_THAT(decision.refusals, testing::Each(testing::StartsWith("read-only because ")));
+    EXPECT_THAT(decision.changes, IsEmpty());
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/support/cpu_time.hpp"
+#include "tests/support/generated_registry.hpp"
 #include "tests/support/plain_dependencies.hpp"
 #include "tests/support/registry_values.hpp"
 
@@ -199,62 +200,6 @@ TEST(registry_dependencies, explains_conditions) {
               "Limit is at least 3 or (Profile is Custom and not On is True)");
 }
 
-/// A registry made by chance, with cycles.
-class generated_registry {
-  public:
-    explicit generated_registry(std::uint32_t seed) : random_(seed) {
-        attributes_ = below(9) + 2;
-        registry.attributes.resize(attributes_);
-        for (auto& attribute : registry.attributes) {
-            attribute.name = "A";
-            for (std::size_t i = 0; i < dp_service::registry_property_count; ++i) {
-                attribute.properties[i] = value();
-            }
-        }
-        registry.maps.resize(below(25));
-        for (auto& map : registry.maps) {
-            map.cause = below(attributes_);
-            map.attribute = below(attributes_);
-            map.property = some_property(below(3) == 0);
-            map.value = value();
-            map.terms = terms(0);
-        }
-    }
-
-    registry_value value() { return number_value(below(3)); }
-    std::uint32_t attribute() { return below(attributes_); }
-    std::uint32_t below(std::uint32_t end) { return static_cast<std::uint32_t>(random_() % end); }
-
-    attribute_registry registry;
-
-  private:
-    registry_property some_property(bool is_current) {
-        // Few, so that dependencies meet.
-        constexpr std::array<registry_property, 3> others{registry_property::read_only,
-                                                          registry_property::upper_bound,
-                                                          registry_property::default_value};
-        return is_current ? registry_property::current_value : others[below(others.size())];
-    }
-
-    std::vector<registry_term> terms(int depth) {
-        std::vector<registry_term> result(below(3) + 1);
-        for (auto& term : result) {
-            term.joined = static_cast<registry_term::joint>(below(3));
-            if (depth < 2 && below(5) == 0) {
-                term.subexpressions = terms(depth + 1);
-            }
-            term.attribute = attribute();
-            term.property = some_property(below(2) == 0);
-            term.condition = static_cast<dp_service::registry_condition>(below(8));
-            term.value = value();
-        }
-        return result;
-    }
-
-    std::minstd_rand random_;
-    std::uint32_t attributes_ = 0;
-};
-
 void expect_same(const registry_dependencies& rules, const test::plain_dependencies& plain,
                  const attribute_registry& registry) {
     for (std::uint32_t i = 0; i < registry.attributes.size(); ++i) {
@@ -269,7 +214,7 @@ void expect_same(const registry_dependencies& rules, const test::plain_dependenc
 TEST(registry_dependencies, agree_with_a_plain_evaluator) {
     for (std::uint32_t seed = 1; seed <= 400; ++seed) {
         SCOPED_TRACE(seed);
-        generated_registry generated(seed);
+        test::generated_registry generated(seed);
         const auto& registry = generated.registry;
         registry_dependencies rules(registry);
         std::vector<registry_value> values;
