@@ -10,6 +10,7 @@
 #include "service_api/settings_client.hpp"
 #include "support/command_line.hpp"
 #include "support/program_main.hpp"
+#include "tools/dp-server/compiled_registry.hpp"
 #include "tools/dp-server/kept_values.hpp"
 #include "tools/dp-server/run_request.hpp"
 #include "tools/dp-server/server_files.hpp"
@@ -30,6 +31,7 @@ struct options {
     std::string update_template;
     std::optional<std::string> registry;
     std::string update_build_id;
+    bool skip_unfit = false;
     bool replace = false;
     bool dry_run = false;
     double timeout = default_timeout;
@@ -43,30 +45,49 @@ void add_timeout(command_line& command, options& chosen) {
                        {.value_name = "SECONDS", .show_default = true});
 }
 
-void add_registry(command_line& command, options& chosen) {
-    command.add_option("--registry", chosen.registry,
-                       "The template's registry; uefi_registry.json beside the template, if it\n"
-                       "exists, when not given",
-                       {.value_name = "FILE"});
-}
+constexpr const char* registry_help =
+    "The template's registry; uefi_registry.json beside the template, if it\n"
+    "exists, when not given";
 
 command_line& add_install(command_line& program, options& chosen) {
     auto& command = program.add_subcommand(
         "install",
         "Set up a server that was never started, while no dp_settingsd is running: its template,\n"
-        "its pending and current values, and its build id.");
+        "its pending and current values, and its build id. They are compiled from a registry, or\n"
+        "given as files.");
     command.add_option("--template", chosen.parts.template_file, "The BIOS's template",
-                       {.value_name = "FILE", .required = true});
-    add_registry(command, chosen);
-    command.add_option("--settings", chosen.parts.settings_file, "The pending values",
-                       {.value_name = "FILE", .required = true});
+                       {.value_name = "FILE"});
+    command.add_option(
+        "--registry", chosen.registry,
+        std::string("Without --template: the registry (JSON) that dp-template compiles first.\n"
+                    "With it: ") +
+            registry_help,
+        {.value_name = "FILE"});
+    command.add_option("--settings", chosen.parts.settings_file,
+                       "The pending values; required with --template", {.value_name = "FILE"});
     command.add_option("--current", chosen.parts.current_file,
                        "The current values; the pending values if not given",
                        {.value_name = "FILE"});
-    command.add_option("--build-id", chosen.parts.build_id, "The BIOS's build id",
-                       {.value_name = "ID", .required = true, .check = dp_tools::build_id_problem});
+    command.add_option("--build-id", chosen.parts.build_id,
+                       "The BIOS's build id; required with --template, otherwise the registry's\n"
+                       "version if not given",
+                       {.value_name = "ID", .check = dp_tools::build_id_problem});
+    command.add_flag("--skip-unfit", chosen.skip_unfit,
+                     "Leave out attributes of the registry that do not fit a template",
+                     {.excludes = "--template"});
     command.add_flag("--replace", chosen.replace, "Replace an installed server");
     return command;
+}
+
+// Which option an installation lacks; empty if none.
+std::string missing_option(const options& chosen) {
+    if (chosen.parts.template_file.empty()) {
+        return chosen.registry ? "" : "--registry or --template";
+    }
+    if (chosen.parts.settings_file.empty()) {
+        return "--settings";
+    }
+    return chosen.parts.build_id.empty() ? "--build-id" : "";
 }
 
 command_line& add_restart(command_line& program, options& chosen) {
@@ -83,7 +104,7 @@ void add_update(command_line& program, options& chosen) {
                        {.value_name = "FILE", .required = true});
     command.add_option("--build-id", chosen.update_build_id, "The new BIOS's build id",
                        {.value_name = "ID", .required = true, .check = dp_tools::build_id_problem});
-    add_registry(command, chosen);
+    command.add_option("--registry", chosen.registry, registry_help, {.value_name = "FILE"});
     command.add_flag("--dry-run", chosen.dry_run,
                      "Check the template and report what would become of the values");
     add_timeout(command, chosen);
@@ -164,6 +185,46 @@ int finish(const std::string& command, const dp_support::result<std::string>& an
                   answer->empty() ? message : message + '\n' + *answer);
 }
 
+int install_server(options chosen) {
+    if (const auto missing = missing_option(chosen); !missing.empty()) {
+        std::cerr << missing << " is required\nRun with --help for more information.\n";
+        return dp_support::exit_code::wrong_usage;
+    }
+    const auto failed = [](const dp_support::failure& why) {
+        return finish("install", dp_support::result<>(why), "");
+    };
+    auto& parts = chosen.parts;
+    dp_tools::compiled_registry compiled;
+    const bool is_compiled = parts.template_file.empty();
+    if (is_compiled) {
+        if (const auto outcome = compiled.compile(*chosen.registry, chosen.skip_unfit); !outcome) {
+            return failed(outcome.error());
+        }
+        parts.template_file = compiled.template_file();
+        if (parts.settings_file.empty()) {
+            parts.settings_file = compiled.settings_file();
+        }
+        chosen.registry = std::nullopt;
+    }
+    if (parts.current_file.empty()) {
+        parts.current_file = parts.settings_file;
+    }
+    auto registry = find_registry(parts.template_file, chosen.registry);
+    if (!registry) {
+        return failed(registry.error());
+    }
+    parts.registry = *std::move(registry);
+    if (parts.build_id.empty()) {
+        const auto version = dp_tools::build_id_of_registry(parts.registry.value_or(""));
+        if (!version) {
+            return failed(version.error());
+        }
+        parts.build_id = *version;
+    }
+    return finish("install", dp_tools::install_server(parts, chosen.replace),
+                  "installed a server with BIOS " + parts.build_id);
+}
+
 int run(int argc, char** argv) {
     command_line program("The operator panel of the simulated server that dp_settingsd serves.");
     options chosen;
@@ -183,16 +244,7 @@ int run(int argc, char** argv) {
 
     const std::chrono::milliseconds timeout(static_cast<std::int64_t>(chosen.timeout * 1000));
     if (install.is_selected()) {
-        if (chosen.parts.current_file.empty()) {
-            chosen.parts.current_file = chosen.parts.settings_file;
-        }
-        auto registry = find_registry(chosen.parts.template_file, chosen.registry);
-        if (!registry) {
-            return finish("install", dp_support::result<>(registry.error()), "");
-        }
-        chosen.parts.registry = *std::move(registry);
-        return finish("install", dp_tools::install_server(chosen.parts, chosen.replace),
-                      "installed a server with BIOS " + chosen.parts.build_id);
+        return install_server(std::move(chosen));
     }
     if (backups.is_selected()) {
         return list_backups();

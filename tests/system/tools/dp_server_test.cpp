@@ -63,6 +63,58 @@ TEST_F(dp_server, install_replaces_a_server_only_on_request) {
     EXPECT_EQ(read("var/dp/uefi_current.txt"), read("c.txt"));
 }
 
+TEST_F(dp_server, install_compiles_a_registry) {
+    write("r.json", test::small_registry);
+    const auto result = run_program("dp-server", {"install", "--registry", test::sample_registry});
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_THAT(result.out, testing::EndsWith("\ninstalled a server with BIOS 1.4.2\n"));
+    compile(test::sample_registry);
+    EXPECT_EQ(read("var/dp/uefi_template.efi"), read("u.efi"));
+    EXPECT_EQ(read("var/dp/uefi_settings.txt"), read("s.txt"));
+    EXPECT_EQ(read("var/dp/uefi_current.txt"), read("s.txt"));
+    EXPECT_EQ(read("var/dp/uefi_registry.json"), read("uefi_registry.json"));
+    EXPECT_EQ(run_program("sysvpd", {"-g", "UEFIID"}).out, "1.4.2\n");
+    const auto replaced = run_program(
+        "dp-server", {"install", "--registry", "r.json", "--build-id", "B 7", "--replace"});
+    EXPECT_EQ(replaced.exit_code, 0) << replaced.err;
+    EXPECT_EQ(read("var/dp/uefi_settings.txt"), "0 0 uefi set Boot.A \"v\" \"\" \n");
+    EXPECT_EQ(run_program("sysvpd", {"-g", "UEFIID"}).out, "B 7\n");
+}
+
+TEST_F(dp_server, install_reports_a_registry_that_cannot_be_compiled) {
+    write("r.json", test::small_registry);
+    write("unfit.json", R"({"RegistryVersion": "2", "RegistryEntries": {"Attributes": [
+      {"AttributeName": "A B", "Type": "String"}, {"AttributeName": "C", "Type": "String"}]}})");
+    const auto no_version = run_program("dp-server", {"install", "--registry", "r.json"});
+    EXPECT_EQ(no_version.exit_code, 1);
+    EXPECT_THAT(no_version.err, HasSubstr("no version that can be the build id"));
+    const auto unfit = run_program("dp-server", {"install", "--registry", "unfit.json"});
+    EXPECT_EQ(unfit.exit_code, 1);
+    EXPECT_THAT(unfit.err, StartsWith("unfit.json:"));
+    EXPECT_THAT(unfit.err, HasSubstr("dp-server: install: dp-template could not compile"));
+    EXPECT_FALSE(exists("var/dp/uefi_template.efi"));
+    EXPECT_EQ(run_program("dp-server", {"install", "--registry", "missing"}).exit_code, 1);
+    const auto without =
+        run_program("dp-server", {"install", "--registry", "unfit.json", "--skip-unfit"});
+    EXPECT_EQ(without.exit_code, 0) << without.err;
+    EXPECT_EQ(run_program("sysvpd", {"-g", "UEFIID"}).out, "2\n");
+}
+
+TEST_F(dp_server, install_names_the_option_that_it_lacks) {
+    const auto lacks = [](const std::vector<std::string>& options) {
+        std::vector<std::string> arguments{"install"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        const auto result = run_program("dp-server", arguments);
+        EXPECT_EQ(result.exit_code, 2);
+        return result.err.substr(0, result.err.find(" is required\n"));
+    };
+    EXPECT_EQ(lacks({}), "--registry or --template");
+    EXPECT_EQ(lacks({"--template", "u.efi", "--build-id", "1"}), "--settings");
+    EXPECT_EQ(lacks({"--template", "u.efi", "--settings", "s.txt"}), "--build-id");
+    EXPECT_EQ(
+        run_program("dp-server", {"install", "--template", "u.efi", "--skip-unfit"}).exit_code, 2);
+}
+
 TEST_F(dp_server, install_carries_the_registry_and_removes_an_old_one) {
     compile(test::sample_registry);
     ASSERT_EQ(install().exit_code, 0);
