@@ -2,9 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <regex>
 #include <set>
 #include <string>
 
+#include "tests/support/scratch_files.hpp"
 #include "transactions/command_status.hpp"
 
 namespace {
@@ -27,16 +32,31 @@ TEST(explanation_test, begins_with_the_value_where_it_is_about_the_value) {
     EXPECT_FALSE(service_status::is_about_value(service_status::read_only));
 }
 
-TEST(explanation_test, differs_for_every_status) {
-    std::set<std::string> texts;
-    std::size_t count = 0;
-    for (const std::int32_t status : {0,  16, 17, 18, 19, 21, 32, 224, 226, 255, 48,
-                                      49, 50, 51, 52, 53, 54, 55, 56,  57,  58,  59}) {
-        texts.insert(explanation(status));
-        ++count;
+// The constants of a header of status codes, as their names and numbers are written there.
+std::set<std::pair<std::string, std::int32_t>> codes_in(const std::string& header) {
+    const std::string text = test::read_file(std::string(DP_SOURCE_DIR) + "/" + header);
+    const std::regex code(R"(constexpr std::int32_t (\w+) =\s*(\d+);)");
+    std::set<std::pair<std::string, std::int32_t>> codes;
+    for (std::sregex_iterator at(text.begin(), text.end(), code), end; at != end; ++at) {
+        codes.emplace((*at)[1], std::stoi((*at)[2]));
     }
-    EXPECT_EQ(texts.size(), count);
-    EXPECT_FALSE(texts.contains(""));
+    return codes;
+}
+
+TEST(explanation_test, is_there_for_every_code_of_the_headers_and_differs) {
+    auto codes = codes_in("transactions/command_status.hpp");
+    EXPECT_TRUE(codes.contains({"unknown_operation", dp::command_status::unknown_operation}));
+    EXPECT_GE(codes.size(), 10U);
+    auto of_service = codes_in("service_api/service_status.hpp");
+    EXPECT_TRUE(of_service.contains({"over_limit", service_status::over_limit}));
+    EXPECT_GE(of_service.size(), 14U);
+    codes.merge(of_service);
+    EXPECT_TRUE(of_service.empty());
+    std::set<std::string> texts;
+    for (const auto& [name, status] : codes) {
+        EXPECT_NE(explanation(status), "") << name;
+        EXPECT_TRUE(texts.insert(explanation(status)).second) << name;
+    }
 }
 
 TEST(explanation_test, is_empty_for_an_unknown_status) {
