@@ -50,6 +50,27 @@ check_programs() {
     LD_LIBRARY_PATH=$libdir "$where/check_batch" >"$scratch/out" && fail "a bad line went unnoticed"
   grep -qx '1 clean set commands, 1 other lines' "$scratch/out" || fail "check_batch counts wrongly"
   LD_LIBRARY_PATH=$libdir "$where/list_defaults" || fail "list_defaults does not run"
+  # A plug-in that answers later: of a repeated name the last command counts, names that do not exist fail,
+  # and the program sleeps until the answer.
+  LD_LIBRARY_PATH=$libdir "$where/run_fans" Fans.Speed.2=30 Fans.Speed.2=40% Fans.Speed.9=50 Fans.Noise \
+    Fans.Speed.1=101 Fans.Speed.3 >"$scratch/out" && fail "run_fans does not report failures"
+  cmp - "$scratch/out" <<'END' || fail "run_fans: $(cat "$scratch/out")"
+16 4 <tid> get ERR.INVALID_SETTING "" "" 
+100 5 <tid> set Fans.Speed.1 "101" "" 
+0 2 <tid> set Fans.Speed.2 "40" "40" 
+0 6 <tid> get Fans.Speed.3 "" "30" 
+101 3 <tid> set Fans.Speed.9 "50" "" 
+(5,5,3) (commands, completed, failed), woke up 1 time
+END
+  # A board's platform library replaces ours; every symbol is looked up at the start.
+  rm -rf "$scratch/board"
+  mkdir "$scratch/board"
+  ln -s "$where/libboard_platform.so" "$scratch/board/libdp_platform.so.1"
+  printf '0 0 t set A.B "1" ""\n' |
+    LD_BIND_NOW=1 LD_LIBRARY_PATH=$scratch/board:$libdir "$where/check_batch" >"$scratch/out" ||
+    fail "check_batch does not run with a board's platform library"
+  LD_TRACE_LOADED_OBJECTS=1 LD_LIBRARY_PATH=$scratch/board:$libdir "$where/check_batch" |
+    grep -qF "$scratch/board/libdp_platform.so.1" || fail "the board's platform library is not used"
 }
 
 package=(-DCMAKE_PREFIX_PATH="$prefix")
@@ -104,6 +125,45 @@ in_server "$scratch/examples/change_settings" System.HardwareClock=Utc 2>/dev/nu
   fail "change_settings found a service that had ended"
 trap 'rm -rf "$scratch"' EXIT
 
+# A host of 200 lines serves clients of the C API.
+[ "$(wc -l <"$source_dir/examples/host/small_host.cpp")" -le 200 ] || fail "small_host has more than 200 lines"
+check_small_host() {
+  local where=$1 status=0
+  rm -f "$scratch/ready"
+  DP_ROOT=$server LD_LIBRARY_PATH=$build_dir/lib/relocatable:$libdir "$where/small_host" >"$scratch/ready" &
+  service=$!
+  trap 'kill $service 2>/dev/null; rm -rf "$scratch"' EXIT
+  for _ in $(seq 1200); do
+    ! grep -qs ready "$scratch/ready" || break
+    kill -0 $service 2>/dev/null || fail "small_host ended"
+    sleep 0.1
+  done
+  in_server "$where/get_and_set" set System.HardwareClock=LocalTime "System.AssetTag=Rack \"7\" \\x" ||
+    fail "small_host made no changes"
+  in_server "$where/get_and_set" get System.HardwareClock System.AssetTag >"$scratch/out"
+  cmp - "$scratch/out" <<'END' || fail "after small_host's changes: $(cat "$scratch/out")"
+System.HardwareClock = LocalTime (current Utc)
+System.AssetTag = Rack "7" \x (current )
+END
+  # One failure for each reason. The changes of the batch that are valid are made.
+  in_server "$where/get_and_set" set System.HardwareClock=Never System.ModelName=Other System.HardwareClock.1=Utc \
+    System.Nothing=1 'System.AssetTag "a" "" b c=x' System.AssetTag=R8 2>"$scratch/out" && fail "small_host refused nothing"
+  cmp - "$scratch/out" <<'END' || fail "small_host's answers: $(cat "$scratch/out")"
+System.HardwareClock: status 48
+System.ModelName: status 55
+System.HardwareClock.1: status 59
+System.Nothing: status 16
+System.AssetTag "a" "" b c: status 57
+END
+  in_server "$where/get_and_set" list System >"$scratch/out" || fail "get_and_set lists nothing"
+  grep -qx 'System.AssetTag = R8 (default .*)' "$scratch/out" || fail "the list lacks a change"
+  kill $service
+  wait $service || status=$?
+  [ $status -eq 143 ] || fail "small_host ended with $status"
+  trap 'rm -rf "$scratch"' EXIT
+}
+check_small_host "$scratch/examples"
+
 # A method call goes from one process to another.
 export DP_QUEUE_PREFIX=install-test-$$
 LD_LIBRARY_PATH=$libdir timeout 180 "$scratch/examples/method_call" receive >"$scratch/received" &
@@ -126,8 +186,15 @@ mkdir "$scratch/plain"
 {
   "${cc[@]}" -std=c99 -Wall -Wextra -Werror -pedantic "$source_dir/examples/c_api/list_defaults.c" \
     -o "$scratch/plain/list_defaults" $(pkg-config --cflags --libs dp_common)
+  "${cc[@]}" -std=c99 -Wall -Wextra -Werror -pedantic "$source_dir/examples/c_api/get_and_set.c" \
+    -o "$scratch/plain/get_and_set" $(pkg-config --cflags --libs dp_common)
   "${cxx[@]}" -std=c++17 -Wall -Wextra -Werror "$source_dir/examples/class_interface/check_batch.cpp" \
     -o "$scratch/plain/check_batch" $(pkg-config --cflags --libs dp_common)
+  "${cxx[@]}" -std=c++17 -Wall -Wextra -Werror "$source_dir"/examples/plugin/*.cpp \
+    -o "$scratch/plain/run_fans" $(pkg-config --cflags --libs dp_common)
+  "${cxx[@]}" -std=c++17 -Wall -Wextra -Werror -shared -fPIC -Wl,-z,defs \
+    "$source_dir"/examples/board_platform/*.cpp -o "$scratch/plain/libboard_platform.so" \
+    $(pkg-config --cflags dp_common)
 }
 check_programs "$scratch/plain"
 
@@ -135,6 +202,10 @@ check_programs "$scratch/plain"
 # shellcheck disable=SC2046 # the flags are words
 "${cxx[@]}" -std=c++17 "$source_dir/examples/change_history/list_changes.cpp" \
   -o "$scratch/plain/list_changes" $(pkg-config --cflags --libs dp_service_api)
+# shellcheck disable=SC2046
+"${cxx[@]}" -std=c++17 -Wall -Wextra -Werror "$source_dir/examples/host/small_host.cpp" \
+  -o "$scratch/plain/small_host" $(pkg-config --cflags --libs dp_service_api)
+check_small_host "$scratch/plain"
 # shellcheck disable=SC2046
 "${cxx[@]}" -std=c++17 "$source_dir/examples/method_data/method_call.cpp" \
   -o "$scratch/plain/method_call" $(pkg-config --cflags --libs dp_common dp_platform)
@@ -154,8 +225,8 @@ cmake --install "$build_dir" --prefix "$odd_prefix" >"$scratch/install.log"
 check_prefix "$odd_prefix"
 if [ -z "${CMAKE_TOOLCHAIN_FILE:-}" ]; then
   cmake -S "$source_dir/examples" -B "$scratch/odd examples" -DCMAKE_PREFIX_PATH="$odd_prefix" \
-    -DCMAKE_CXX_FLAGS=-O0 >"$scratch/cmake.log"
-  cmake --build "$scratch/odd examples" >"$scratch/build.log" ||
+    >"$scratch/cmake.log"
+  cmake --build "$scratch/odd examples" --target list_defaults >"$scratch/build.log" ||
     { cat "$scratch/build.log"; fail "CMake package in an odd prefix"; }
   env -u LD_LIBRARY_PATH "$scratch/odd examples/list_defaults" || fail "list_defaults does not run"
 fi
