@@ -18,9 +18,9 @@ class DP_API batch_file_entry {
     std::string tid;        ///< transaction identifier, one word
     std::string operation;  ///< keyword, or "command" for the two-word output form
     std::string command;    ///< the word after "command"; not read or written for other operations
-    qualified_setting_name name;
-    std::string value_in;   ///< value given to the command
-    std::string value_out;  ///< value produced by the command
+    qualified_setting_name name;  ///< the setting
+    std::string value_in;         ///< value given to the command
+    std::string value_out;        ///< value produced by the command
 };
 
 /// Writes the line without a newline. Nothing is escaped: a value with a double quote or a

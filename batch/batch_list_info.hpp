@@ -32,8 +32,10 @@ class DP_API batch_list_info {
     bool set_current(const std::string& text);
 
     /// Return the current selection in the full and in the terse form.
+    /// @{
     std::string get_current();
     std::string get_current_terse();
+    /// @}
 
     /// Returns the terse form of `text`. Does not change the current selection.
     std::string tersify(std::string text);

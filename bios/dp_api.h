@@ -1,7 +1,8 @@
 #ifndef DP_BIOS_DP_API_H
 #define DP_BIOS_DP_API_H
 
-/*
+/**
+ * @file
  * Reads and changes the BIOS (UEFI) setup attributes of the managed server.
  *
  * Order of calls: the dp_cim_change_*_fname functions (optional), dp_api_initialize, then queries
@@ -37,60 +38,63 @@
 extern "C" {
 #endif
 
+/** Marks what the shared library exports. */
 #define DP_C_API __attribute__((visibility("default")))
 
-/* Values of dp_attribute.type. Any value not listed here is an enumeration too. */
+/** Values of dp_attribute.type. Any value not listed here is an enumeration too. */
 enum {
-    DP_TYPE_ENUMERATION = 1, /* uses num and chc */
-    DP_TYPE_NUMERIC = 3,     /* uses min, max and stp */
-    DP_TYPE_STRING = 4,      /* uses minc, maxc and reg */
-    DP_TYPE_NO_RANGE = 5     /* uses none of these */
+    DP_TYPE_ENUMERATION = 1, /**< uses num and chc */
+    DP_TYPE_NUMERIC = 3,     /**< uses min, max and stp */
+    DP_TYPE_STRING = 4,      /**< uses minc, maxc and reg */
+    DP_TYPE_NO_RANGE = 5     /**< uses none of these */
 };
 
-/* One BIOS attribute. Texts are NUL-terminated and never null. */
+/** One BIOS attribute. Texts are NUL-terminated and never null. Those without a meaning here are
+ * passed on from the template unchanged. */
 typedef struct dp_attribute {
-    const char* id; /* attribute name */
-    const char* spif;
-    const char* grif;
-    const char* cfg; /* collection */
-    const char* cfgname;
-    const char* cfgsetn;
-    const char* grp; /* group */
-    const char* gspif;
-    const char* ggrif;
-    const char* mri;
-    const char* dsc; /* description */
-    const char* fds;
-    int32_t type; /* DP_TYPE_ENUMERATION, ... */
-    uint32_t flg; /* flags; bit 20: the attribute has a rec item */
-    uint32_t mni;
-    uint32_t mxi;
-    const char* dft; /* default value */
-    const char* mfg;
-    const char* dfa; /* "remove": the default is a deleted setting */
-    const char* rec;
-    uint32_t min; /* numeric: lower bound, upper bound, step */
-    uint32_t max;
-    uint32_t stp;
-    uint32_t minc; /* string: least and greatest length, pattern */
-    uint32_t maxc;
-    const char* reg;
-    uint32_t num; /* enumeration: number of choices, the choices */
-    const char* chc;
+    const char* id;      /**< attribute name */
+    const char* spif;    /**< passed on */
+    const char* grif;    /**< passed on */
+    const char* cfg;     /**< collection */
+    const char* cfgname; /**< a text of the collection */
+    const char* cfgsetn; /**< a text of the collection */
+    const char* grp;     /**< group */
+    const char* gspif;   /**< passed on */
+    const char* ggrif;   /**< passed on */
+    const char* mri;     /**< passed on */
+    const char* dsc;     /**< description */
+    const char* fds;     /**< passed on */
+    int32_t type;        /**< DP_TYPE_ENUMERATION, ... */
+    uint32_t flg;        /**< flags; bit 20: the attribute has a rec item */
+    uint32_t mni;        /**< lowest instance number */
+    uint32_t mxi;        /**< highest instance number */
+    const char* dft;     /**< default value */
+    const char* mfg;     /**< passed on */
+    const char* dfa;     /**< "remove": the default is a deleted setting */
+    const char* rec;     /**< name of the setting record */
+    uint32_t min;        /**< numeric: lower bound */
+    uint32_t max;        /**< numeric: upper bound */
+    uint32_t stp;        /**< numeric: step */
+    uint32_t minc;       /**< string: least length */
+    uint32_t maxc;       /**< string: greatest length */
+    const char* reg;     /**< string: pattern */
+    uint32_t num;        /**< enumeration: number of choices */
+    const char* chc;     /**< enumeration: the choices, separated by commas */
 } dp_attribute;
 
-#define DP_VALUE_SIZE 80 /* bytes of dp_transaction.value, its NUL included */
+/** Bytes of dp_transaction.value, its NUL included. */
+#define DP_VALUE_SIZE 80
 
-/* One request to read or change an attribute's value. The caller provides it and keeps its texts
+/** One request to read or change an attribute's value. The caller provides it and keeps its texts
  * valid during the call. */
 typedef struct dp_transaction {
-    uint32_t status;       /* out: 0 success; 16 no value; 19 the value was cut to 79 characters;
-                              224 not a read; 255 the call failed as a whole; else the error code of
-                              the settings service */
-    uint32_t operation;    /* in: 1 get, 2 set, 17 getv, 18 setv, 34 delete */
-    const char* name;      /* in: collection "." attribute [ "." instance ] */
-    const char* new_value; /* in: value to set */
-    char value[DP_VALUE_SIZE]; /* out: value read, NUL-terminated */
+    /** Out: 0 success; 16 no value; 19 the value was cut to 79 characters; 224 not a read; 255 the
+     * call failed as a whole; else the error code of the settings service. */
+    uint32_t status;
+    uint32_t operation;        /**< in: 1 get, 2 set, 17 getv, 18 setv, 34 delete */
+    const char* name;          /**< in: collection "." attribute [ "." instance ] */
+    const char* new_value;     /**< in: value to set */
+    char value[DP_VALUE_SIZE]; /**< out: value read, NUL-terminated */
 } dp_transaction;
 
 /* Binaries for the 32-bit target use these structures as 28 and 24 words, and walk arrays of them
@@ -142,31 +146,31 @@ DP_STATIC_ASSERT_(sizeof(dp_transaction) == 4 * 24, "dp_transaction is 24 words"
 #undef DP_STATIC_ASSERT_
 #endif
 
-/* Creates the service; a second call does nothing. Reads no file. 0 success; 1 out of memory. */
+/** Creates the service; a second call does nothing. Reads no file. 0 success; 1 out of memory. */
 DP_C_API int dp_api_initialize(void);
 
-/* Destroys the service with every text and array it returned. Always 0. */
+/** Destroys the service with every text and array it returned. Always 0. */
 DP_C_API int dp_api_uninitialize(void);
 
-/* Gets the names of the collections. 0 success; 1 not initialised. *names is null when there are
+/** Gets the names of the collections. 0 success; 1 not initialised. *names is null when there are
  * none. */
 DP_C_API int dp_get_bios_collections(const char*** names, unsigned* count);
 
-/* Gets the attributes of a collection as an array. They are read once. 0 success; 1 not
+/** Gets the attributes of a collection as an array. They are read once. 0 success; 1 not
  * initialised; 2 unknown collection. *attrs is null when there are none. */
 DP_C_API int dp_get_bios_attributes(const char* collection, dp_attribute** attrs, unsigned* count);
 
-/* Gets the qualified names of a collection's setting instances in the order of the settings file.
+/** Gets the qualified names of a collection's setting instances in the order of the settings file.
  * They are read once. 0 success; 1 not initialised; 2 unknown collection. *names is null when there
  * are none. */
 DP_C_API int dp_get_bios_attribute_names(const char* collection, const char*** names,
                                          unsigned* count);
 
-/* Gets the first attribute whose id is the attribute part of a qualified name (collection "."
+/** Gets the first attribute whose id is the attribute part of a qualified name (collection "."
  * attribute [ "." instance ]). 0 found; 1 not found (*attr is null) or not initialised. */
 DP_C_API int dp_get_bios_attribute(const char* name, dp_attribute** attr);
 
-/* Reads the values of trans[0 .. count-1], whose operation must be 1: from the settings file, as
+/** Reads the values of trans[0 .. count-1], whose operation must be 1: from the settings file, as
  * last set, when which is 0; else from the current-values file, as now in force. Returns the number
  * of failed requests, each with its reason in status; a value that was cut is not a failure.
  * Returns 1 also when not initialised. A file is read again when it changed and was last read more
@@ -175,7 +179,7 @@ DP_C_API int dp_get_bios_attribute(const char* name, dp_attribute** attr);
  * again (dp_api_uninitialize, dp_api_initialize) before it reads them back. */
 DP_C_API int dp_get_bios_attribute_value(dp_transaction* trans, unsigned count, int which);
 
-/* Sends trans[0 .. count-1] to the settings service as one batch and waits for the result, at most
+/** Sends trans[0 .. count-1] to the settings service as one batch and waits for the result, at most
  * about 60 seconds. 0 all commands succeeded (no status is changed); -1 the batch could not be run
  * (every status is 255); 3 failures were reported without result entries; otherwise the number of
  * failed commands, each with its code in status; 1 also when not initialised. Names and values are
@@ -195,12 +199,12 @@ DP_C_API int dp_get_bios_attribute_value(dp_transaction* trans, unsigned count, 
  * call until after it, or the service's request socket (service_api/settings_client.hpp). */
 DP_C_API int dp_set_bios_attribute_value(dp_transaction* trans, unsigned count);
 
-/* Checks whether the returned data is out of date. 0 no; 1 not initialised; 2 unknown collection; 4
- * the collections changed; 5 the setting instances changed; 6 another BIOS build. A change is
+/** Checks whether the returned data is out of date. 0 no; 1 not initialised; 2 unknown collection;
+ * 4 the collections changed; 5 the setting instances changed; 6 another BIOS build. A change is
  * reported once. After it, uninitialise and initialise the service. */
 DP_C_API int dp_bios_need_reinit(const char* collection);
 
-/* Sets every setting instance of the collection to its default, in one batch. 0 all succeeded; 1
+/** Sets every setting instance of the collection to its default, in one batch. 0 all succeeded; 1
  * not initialised; 2 unknown collection; 3 some or all commands failed, the batch could not be run,
  * or there was nothing to reset. One process at a time, as above. */
 DP_C_API int dp_bios_reset_to_defaults(const char* collection);
@@ -208,13 +212,15 @@ DP_C_API int dp_bios_reset_to_defaults(const char* collection);
 #ifdef __cplusplus
 } /* extern "C" */
 
-/* Replace the service's file names; call them before dp_api_initialize. The names remain set after
+/** Replace the service's file names; call them before dp_api_initialize. The names remain set after
  * the service is uninitialised. They become part of command lines that a shell runs, so they must
  * be trusted: from the program itself, never from a file or a user. A null name is ignored. These
  * three have C++ linkage and may throw std::bad_alloc. */
+/** @{ */
 DP_C_API void dp_cim_change_template_fname(const char* fname);
 DP_C_API void dp_cim_change_settings_fname(const char* fname);
 DP_C_API void dp_cim_change_current_fname(const char* fname);
+/** @} */
 #endif
 
 /* NOLINTEND(modernize-*) */

@@ -1,7 +1,8 @@
 #ifndef DP_BIOS_DP_EVENT_CATEGORIES_H
 #define DP_BIOS_DP_EVENT_CATEGORIES_H
 
-/*
+/**
+ * @file
  * Reads the table that maps the numbers of event categories (of RAS events) to names. Another
  * component writes it to a file, which is read at every call. The function needs no initialisation
  * and keeps no state, so any thread may call it at any time.
@@ -18,13 +19,14 @@
 extern "C" {
 #endif
 
-#define DP_CATEGORY_TEXT_SIZE 256 /* bytes of each text of an entry, its NUL included */
+/** Bytes of each text of an entry, its NUL included. */
+#define DP_CATEGORY_TEXT_SIZE 256
 
-/* One category. The bytes after a text's NUL are 0. */
+/** One category. The bytes after a text's NUL are 0. */
 typedef struct dp_category_map_entry {
-    int32_t bit; /* category number */
-    char name[DP_CATEGORY_TEXT_SIZE];
-    char value[DP_CATEGORY_TEXT_SIZE];
+    int32_t bit;                       /**< category number */
+    char name[DP_CATEGORY_TEXT_SIZE];  /**< NUL-terminated */
+    char value[DP_CATEGORY_TEXT_SIZE]; /**< NUL-terminated */
 } dp_category_map_entry;
 
 /* Callers declare the same structure: it has no padding on any machine. */
@@ -39,7 +41,7 @@ DP_STATIC_ASSERT_(offsetof(dp_category_map_entry, value) == 4 + DP_CATEGORY_TEXT
 DP_STATIC_ASSERT_(sizeof(dp_category_map_entry) == 4 + 2 * DP_CATEGORY_TEXT_SIZE);
 #undef DP_STATIC_ASSERT_
 
-/* Sets *count to the number of entries and copies them to out, in the file's order, unless out is
+/** Sets *count to the number of entries and copies them to out, in the file's order, unless out is
  * null. There is no capacity argument. Call it with a null out to get *count, then provide an array
  * for all entries; make it somewhat larger, because the file may change in between. A missing or
  * unreadable file has 0 entries. 0 success; -1 when count is null (nothing is written) or memory

@@ -15,8 +15,8 @@
 /// zero.
 class DP_API template_info {
   public:
-    static constexpr char item_end = '\x95';
-    static constexpr char record_end = '\xA7';
+    static constexpr char item_end = '\x95';    ///< ends each item
+    static constexpr char record_end = '\xA7';  ///< ends each template record
     /// The greatest size of a template record in bytes, without its end byte.
     static constexpr unsigned record_limit = 16383;
     /// Bit of `flg`: the attribute has a `rec` item.
@@ -45,34 +45,34 @@ class DP_API template_info {
     void convert_to_attribute(dp_attribute& a) const;
 
     std::uint32_t leading_words[2] = {};  ///< part of the fixed layout; not used
-    std::string id;
-    std::string spif;
-    std::string grif;
-    std::string cfg;
-    std::string cfgname;
-    std::string cfgsetn;
-    std::string grp;
-    std::string gspif;
-    std::string ggrif;
-    std::string mri;
-    std::string dsc;
-    std::string fds;
-    std::int32_t type = 0;
-    std::uint32_t flg = 0;
-    std::uint32_t mni = 0;
-    std::uint32_t mxi = 0;
-    std::string dft;
-    std::string mfg;
-    std::string dfa;
-    std::string rec;
-    std::uint32_t min = 0;
-    std::uint32_t max = 0;
-    std::uint32_t stp = 0;
-    std::uint32_t minc = 0;
-    std::uint32_t maxc = 0;
-    std::string reg;
-    std::uint32_t num = 0;
-    std::string chc;
+    std::string id;                       ///< attribute name
+    std::string spif;                     ///< passed on unchanged
+    std::string grif;                     ///< passed on unchanged
+    std::string cfg;                      ///< collection
+    std::string cfgname;                  ///< a text of the collection
+    std::string cfgsetn;                  ///< a text of the collection
+    std::string grp;                      ///< group
+    std::string gspif;                    ///< passed on unchanged
+    std::string ggrif;                    ///< passed on unchanged
+    std::string mri;                      ///< passed on unchanged
+    std::string dsc;                      ///< description
+    std::string fds;                      ///< passed on unchanged
+    std::int32_t type = 0;                ///< see `type_numeric`
+    std::uint32_t flg = 0;                ///< flags; hexadecimal in the text
+    std::uint32_t mni = 0;                ///< lowest instance number
+    std::uint32_t mxi = 0;                ///< highest instance number
+    std::string dft;                      ///< default value
+    std::string mfg;                      ///< passed on unchanged
+    std::string dfa;                      ///< "remove": the default is a deleted setting
+    std::string rec;                      ///< name of the setting record, see `rec_flag`
+    std::uint32_t min = 0;                ///< numeric: lower bound
+    std::uint32_t max = 0;                ///< numeric: upper bound
+    std::uint32_t stp = 0;                ///< numeric: step
+    std::uint32_t minc = 0;               ///< string: least length
+    std::uint32_t maxc = 0;               ///< string: greatest length
+    std::string reg;                      ///< string: pattern
+    std::uint32_t num = 0;                ///< enumeration: number of choices
+    std::string chc;                      ///< enumeration: the choices, not split
 };
 
 /// Writes one template record with its end byte and a line feed: the common items, then those of

@@ -25,7 +25,9 @@ DP_API int file_unlock(int fd);
 /// be opened or locked, the guard has no lock and does not report that to its owner.
 class DP_API readlock {
   public:
+    /// Waits until no other process has an exclusive lock.
     explicit readlock(std::string path);
+    /// Releases the lock.
     ~readlock();
     readlock(const readlock&) = delete;
     readlock& operator=(const readlock&) = delete;
@@ -39,7 +41,9 @@ class DP_API readlock {
 /// report that to its owner.
 class DP_API writelock {
   public:
+    /// Waits until no other process has a lock.
     explicit writelock(std::string path);
+    /// Releases the lock.
     ~writelock();
     writelock(const writelock&) = delete;
     writelock& operator=(const writelock&) = delete;

@@ -9,7 +9,7 @@ namespace dp {
 
 /// Bytes to write as hexadecimal digits. They are not owned and must outlive the output statement.
 struct hexdump {
-    const unsigned char* bytes;
+    const unsigned char* bytes;  ///< not owned
     /// Number of bytes; less than 1 writes nothing.
     int count;
 };

@@ -9,10 +9,10 @@
 
 namespace dp {
 
-/// Replacement for `::system` that checks a command line and never runs it. It splits the line by a
-/// deliberately small grammar, refuses everything that could hide a second command (pipes, input
-/// redirection, escapes outside quotes, quotes inside a word), and applies the output redirections.
-/// It never starts a program and never passes text to a shell.
+/// Replacement for the C library's `system` that checks a command line and never runs it. It splits
+/// the line by a deliberately small grammar, refuses everything that could hide a second command
+/// (pipes, input redirection, escapes outside quotes, quotes inside a word), and applies the output
+/// redirections. It never starts a program and never passes text to a shell.
 ///
 /// All operations are stateless and may be called from several threads. None throws for a line that
 /// it refuses; the reason goes to the application log. Words are separated by spaces (character 32)
@@ -21,16 +21,19 @@ namespace dp {
 class DP_API security_wrap {
   public:
     /// What a redirection does with its file.
-    enum operations : std::int32_t { truncate = 1, append = 2 };
+    enum operations : std::int32_t {
+        truncate = 1,  ///< ">": replaces the content
+        append = 2,    ///< ">>": adds to the content
+    };
 
     /// Bits of the redirection flag.
     enum redirection_flags : std::uint32_t {
-        out_to_null = 0x01,
-        err_to_null = 0x02,
-        out_to_file = 0x04,
-        err_to_file = 0x08,
-        err_to_out = 0x10,
-        out_to_err = 0x20,
+        out_to_null = 0x01,  ///< standard output to /dev/null
+        err_to_null = 0x02,  ///< standard error to /dev/null
+        out_to_file = 0x04,  ///< standard output to a file
+        err_to_file = 0x08,  ///< standard error to a file
+        err_to_out = 0x10,   ///< "2>&1"
+        out_to_err = 0x20,   ///< "1>&2"
     };
 
     /// One redirection of a command line.
@@ -42,7 +45,7 @@ class DP_API security_wrap {
 
     /// Where one output stream goes.
     struct redirection_file {
-        std::string name;
+        std::string name;            ///< of the file
         std::int32_t operation = 0;  ///< see operations
     };
 

@@ -16,6 +16,7 @@ class DP_API change_history_visitor {
   public:
     /// `history` is not owned and must outlive the visitor. Reads the local time zone again.
     explicit change_history_visitor(std::ostream& history);
+    /// Writes the line of a command.
     void operator()(const transaction_command* command) const;
 
   private:

@@ -34,9 +34,11 @@ class DP_API client_log {
     /// the progress count; "<NAME>stop ", 1 if a command failed or else 0, the number of commands
     /// that succeeded, and the number that failed. `add_progress` also advances the progress
     /// count. It does nothing when the transaction has no steps left.
+    /// @{
     virtual void start(setting_transaction* t);
     virtual void add_progress(setting_transaction* t);
     virtual void stop(setting_transaction* t);
+    /// @}
 
     /// Adds a line and writes the file. `line` has no newline; it is kept up to its first NUL but
     /// counts with its full length. This call never removes the line itself, whatever its length.

@@ -18,6 +18,7 @@ class DP_API error_command_visitor {
   public:
     /// The status records have the name `name`. `log` is not owned and must outlive the visitor.
     error_command_visitor(process_log& log, std::string name);
+    /// Reports a command.
     void operator()(const transaction_command* command) const;
 
   private:

@@ -38,11 +38,16 @@ class DP_API process_log : public client_log {
     /// Writes a status record; `body` is its tag and fields.
     void add_entry(const std::string& name, const std::string& body);
 
+    /// Writes a DP.WORKING status record, with a count of progress.
     void log_working(const std::string& name, int value);
+    /// Writes a DP.MESSAGE status record with two texts.
     void log_message(const std::string& name, const std::string& a, const std::string& b);
+    /// Writes a DP.ERROR status record with a text and a status code.
     void log_error(const std::string& name, const std::string& message, int code);
-    /// `failed` is 1 when a command failed; `succeeded` and `errors` are numbers of commands.
+    /// Writes a DP.DONE status record. `failed` is 1 when a command failed; `succeeded` and
+    /// `errors` are numbers of commands.
     void log_done(const std::string& name, int failed, int succeeded, int errors);
+    /// Writes a DP.OUTFILE status record with the name of a file that has the result.
     void log_outfile(const std::string& name, const std::string& file);
 
   private:

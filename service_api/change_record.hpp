@@ -20,11 +20,14 @@ namespace dp_service {
 /// What dp_settingsd itself did with the values is recorded in the same form: `by_service` is who,
 /// one of the targets in parentheses says what it is about, and the value is a text for a person.
 struct change_record {
+    /// See above.
+    /// @{
     static constexpr const char* by_service = "dp_settingsd";
     static constexpr const char* of_pending_values = "(pending)";
     static constexpr const char* of_current_values = "(current)";
     static constexpr const char* of_bios = "(BIOS)";
     static constexpr const char* of_history = "(history)";
+    /// @}
 
     /// The transaction's name, which is its identifier without "<" and ">", then ",id=ID" with an
     /// identifier that no other transaction has, then who requested it: for a request of the socket
@@ -43,6 +46,7 @@ struct change_record {
         std::string id;           ///< that no other transaction has
         std::string client;       ///< "uid=0,gid=0,pid=17,program=/usr/bin/dpctl"
     };
+    /// Splits `who`.
     [[nodiscard]] requester requested_by() const;
 
     /// The line, without a newline.

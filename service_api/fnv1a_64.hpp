@@ -11,6 +11,7 @@ namespace dp_service {
 /// of one byte always changes it. It does not protect from a writer who wants an equal hash.
 class fnv1a_64 {
   public:
+    /// Adds the next part.
     void add(std::string_view text) {
         for (const char c : text) {
             hash_ = (hash_ ^ static_cast<unsigned char>(c)) * 0x100000001B3;

@@ -48,8 +48,10 @@ inline constexpr std::string_view pending_version = "pending-version";
 }  // namespace request_kind
 
 /// Limits, in bytes: a header line without its newline, the text of a request.
+/// @{
 inline constexpr std::size_t longest_line = 256;
 inline constexpr std::size_t largest_request = std::size_t{16} * 1024 * 1024;
+/// @}
 
 /// What a client sends at its turn, without the newline.
 inline constexpr std::string_view go = "go";
@@ -71,6 +73,7 @@ struct request_header {
 
 /// A header line of the service.
 struct message {
+    /// The first word of the line.
     enum class kinds : std::uint8_t {
         waiting,    ///< first: number of requests ahead
         ready,      ///< it is the request's turn
@@ -80,9 +83,9 @@ struct message {
         refused,    ///< as `answer`
     };
 
-    kinds kind = kinds::ready;
-    std::uint32_t first = 0;
-    std::uint32_t second = 0;
+    kinds kind = kinds::ready;  ///< what it says
+    std::uint32_t first = 0;    ///< first number, if the kind has one
+    std::uint32_t second = 0;   ///< second number, if the kind has two
 
     /// The line, without a newline.
     [[nodiscard]] std::string line() const;

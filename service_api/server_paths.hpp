@@ -8,8 +8,10 @@ namespace dp_service::server_paths {
 
 /// The folders of the exchange files, which do not survive a reboot, and of the persistent files.
 /// Both belong to the user who runs dp_settingsd (mode 0700).
+/// @{
 inline constexpr dp::fixed_path exchange_folder{"/tmp/dp"};
 inline constexpr dp::fixed_path data_folder{"/var/dp"};
+/// @}
 
 /// The file of `dp_service::service_lock`.
 inline constexpr dp::fixed_path service_lock{"/var/dp/dp_settingsd.lock"};
@@ -17,18 +19,22 @@ inline constexpr dp::fixed_path service_lock{"/var/dp/dp_settingsd.lock"};
 /// The socket on which dp_settingsd takes requests: see `request_protocol` and `settings_client`.
 /// Its folder belongs to the user who runs dp_settingsd; others can connect only if a group was
 /// given access.
+/// @{
 inline constexpr dp::fixed_path request_folder{"/run/dp"};
 inline constexpr dp::fixed_path request_socket{"/run/dp/settings.sock"};
+/// @}
 
 /// The registry of the template: see `attribute_registry`. A server may have none.
 inline constexpr dp::fixed_path registry{"/var/dp/uefi_registry.json"};
 
 /// The parts of a BIOS update: a template, its registry if it has one, and the text of its build
 /// id.
+/// @{
 inline constexpr dp::fixed_path update_folder{"/var/dp/update"};
 inline constexpr dp::fixed_path update_template{"/var/dp/update/uefi_template.efi"};
 inline constexpr dp::fixed_path update_registry{"/var/dp/update/uefi_registry.json"};
 inline constexpr dp::fixed_path update_build_id{"/var/dp/update/build_id"};
+/// @}
 
 /// Progress of the transaction that runs or ran last: the library's process status file.
 /// dp_settingsd starts it again for every transaction; its last status record is DP.DONE.

@@ -45,8 +45,9 @@ class settings_client {
         unanswered,
     };
 
+    /// What became of a request, with its answer.
     struct result {
-        states state = states::no_service;
+        states state = states::no_service;  ///< what became of it
         std::int32_t status = 0;  ///< of an answer or a refusal: 0 or one of `service_status`
         std::string text;         ///< of an answer or a refusal: result lines, report or reason
         std::string reason;       ///< on one line, for a person; empty when answered with status 0
@@ -58,9 +59,9 @@ class settings_client {
 
     /// A command for one setting, and its outcome.
     struct change {
-        std::string name;     ///< COLLECTION.ATTRIBUTE[.INSTANCE]
-        std::string value{};  ///< any text without a newline and a null character
-        dp::operations operation = dp::op_set;
+        std::string name;                       ///< COLLECTION.ATTRIBUTE[.INSTANCE]
+        std::string value{};                    ///< any text without a newline and a null character
+        dp::operations operation = dp::op_set;  ///< a set or a delete
         /// 0 when it was done; otherwise one of `service_status` and `dp::command_status`.
         std::int32_t status = 255;
         std::string stored{};  ///< the value that the service has now; set when it was done
@@ -71,8 +72,10 @@ class settings_client {
     std::string socket_path = server_paths::request_socket.str();
 
     /// How long to wait until the request starts, and from then on for its answer.
+    /// @{
     std::chrono::milliseconds start_timeout{60'000};
     std::chrono::milliseconds answer_timeout{60'000};
+    /// @}
 
     /// When this descriptor becomes readable before the request has started, it is withdrawn; later
     /// it has no effect. Not owned; -1: none.
@@ -80,9 +83,11 @@ class settings_client {
 
     /// Called, if set, when the number of requests ahead is known and when it changes, when the
     /// request starts, and with its progress. They must not call this object.
+    /// @{
     std::function<void(std::uint32_t ahead)> on_waiting;
     std::function<void()> on_start;
     std::function<void(std::uint32_t done, std::uint32_t total)> on_progress;
+    /// @}
 
     /// Requests the changes as one batch. `planned_on`, if not empty, is the `pending_version` that
     /// the pending values must still have; otherwise the request is refused with

@@ -9,6 +9,7 @@
 /// same files, and readers decide by file times alone whether to expand it again.
 namespace dp_service::template_cache {
 
+/// All of them.
 inline constexpr std::array<dp::fixed_path, 2> files{dp::fixed_paths::uefi_configs,
                                                      dp::fixed_paths::uefi_info};
 

@@ -14,9 +14,10 @@ namespace dp_service::values_backups {
 /// Greatest number of damaged files that are kept for one file of values.
 inline constexpr unsigned most_damaged = 3;
 
+/// The name of the backup of the file `path`.
 std::string backup_of(const std::string& path);
 
-/// `number` is 1 for the newest.
+/// The name of a damaged file that was kept for `path`; `number` is 1 for the newest.
 std::string damaged_of(const std::string& path, unsigned number);
 
 /// Makes the file `path` its own backup too, as a hard link, so that a rename over `path` keeps it.

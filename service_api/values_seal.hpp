@@ -26,14 +26,16 @@ inline constexpr const char* begin_line =
 /// lines. `text` includes the first line and ends with a newline.
 std::string end_line(std::string_view text, std::size_t count);
 
+/// Whether a file of values can be used.
 enum class completeness : std::uint8_t {
     sealed,    ///< both lines are there and right
     unsealed,  ///< written by another program: neither line is there, and every line is complete
     damaged,   ///< anything else, also a file without values that is not sealed
 };
 
+/// What `examine` finds.
 struct examination {
-    completeness found = completeness::damaged;
+    completeness found = completeness::damaged;  ///< whether it can be used
     std::string version;  ///< of the values, see `version_of`; empty when damaged
     std::string problem;  ///< why it is damaged, as a clause: "its last line is incomplete"
 };

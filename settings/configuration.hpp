@@ -18,10 +18,14 @@ class setting;
 
 /// Orders settings by name, byte by byte. A name can be compared with a setting directly.
 struct DP_API setting_name_less {
+    /// A set finds its settings by name without a setting.
     using is_transparent = void;
+    /// Whether the first name comes before the second.
+    /// @{
     bool operator()(const setting* a, const setting* b) const;
     bool operator()(const setting* a, std::string_view b) const;
     bool operator()(std::string_view a, const setting* b) const;
+    /// @}
 };
 
 /// A named group of settings. Hosts derive from it, and own the configurations and the settings.
@@ -30,6 +34,7 @@ class DP_API configuration {
     /// Receives the settings that `enumerate_settings` visits.
     class settings_callback {
       public:
+        /// Called for each setting, with the argument of `enumerate_settings`.
         virtual void operator()(setting* s, int arg) = 0;
 
       protected:
@@ -57,7 +62,7 @@ class DP_API configuration {
     /// Records a change of a value: increments `version` unless `changed` is set, and sets it.
     void count_change();
 
-    std::string name;
+    std::string name;           ///< must not change while the host can look it up
     std::uint32_t version = 0;  ///< incremented by `count_change`; wraps around
     std::uint32_t changed = 0;  ///< 1 after a change, until the owner clears it
     std::set<setting*, setting_name_less> settings;  ///< not owned
@@ -65,6 +70,7 @@ class DP_API configuration {
 
   protected:
     configuration() = default;
+    /// A configuration without settings.
     explicit configuration(std::string configuration_name);
     // Not virtual, because the interface has no slot for it; protected, so that nobody deletes
     // through it.

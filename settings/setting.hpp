@@ -38,15 +38,17 @@ class DP_API setting {
       public:
         /// `valid` and `value` may be changed in place; `instance` must not be.
         struct entry {
-            bool valid = false;  ///< the value is known
-            std::string value;
-            std::uint32_t instance = 0;
+            bool valid = false;          ///< the value is known
+            std::string value;           ///< as the owner of the setting stores it
+            std::uint32_t instance = 0;  ///< `no_instance` in a single-valued setting
         };
 
         /// Random-access iterator. `Cache` and `Entry` are const in a `const_iterator`.
         template <class Cache, class Entry>
         class basic_iterator;
 
+        /// The types of a container.
+        /// @{
         using value_type = entry;
         using size_type = std::size_t;
         using difference_type = std::ptrdiff_t;
@@ -58,15 +60,21 @@ class DP_API setting {
         using const_iterator = basic_iterator<const class cache, const entry>;
         using reverse_iterator = std::reverse_iterator<iterator>;
         using const_reverse_iterator = std::reverse_iterator<const_iterator>;
+        /// @}
 
+        /// An empty cache.
         cache();
         ~cache();
         /// Copies the entries in creation order.
+        /// @{
         cache(const cache& other);
         cache& operator=(const cache& other);
+        /// @}
         /// Leaves `other` empty.
+        /// @{
         cache(cache&& other) noexcept;
         cache& operator=(cache&& other) noexcept;
+        /// @}
 
         /// Returns the entry of `instance`. If there is none and `create` is set, appends an entry
         /// (not valid, empty value) and returns it; if `create` is not set, returns null.
@@ -77,20 +85,27 @@ class DP_API setting {
 
         /// Number of entries, valid or not.
         [[nodiscard]] size_type size() const { return entries_.size() - removed_; }
+        /// Whether there are no entries.
         [[nodiscard]] bool empty() const { return size() == 0; }
 
         /// The entry at `place`, counted from 0 in creation order; `place` is below `size()`.
+        /// @{
         [[nodiscard]] reference operator[](size_type place) { return entries_[position_of(place)]; }
         [[nodiscard]] const_reference operator[](size_type place) const {
             return entries_[position_of(place)];
         }
+        /// @}
 
         /// The first and the last entry created; the cache must not be empty.
+        /// @{
         [[nodiscard]] reference front() { return entries_[position_of(0)]; }
         [[nodiscard]] const_reference front() const { return entries_[position_of(0)]; }
         [[nodiscard]] reference back() { return entries_.back(); }
         [[nodiscard]] const_reference back() const { return entries_.back(); }
+        /// @}
 
+        /// Iteration over the entries in creation order, or in the opposite one.
+        /// @{
         [[nodiscard]] iterator begin();
         [[nodiscard]] iterator end();
         [[nodiscard]] const_iterator begin() const;
@@ -101,6 +116,7 @@ class DP_API setting {
         [[nodiscard]] reverse_iterator rend();
         [[nodiscard]] const_reverse_iterator rbegin() const;
         [[nodiscard]] const_reverse_iterator rend() const;
+        /// @}
 
       private:
         struct index;
@@ -182,22 +198,26 @@ class DP_API setting {
     /// the whole setting record.
     void validate(transaction_command* command);
 
-    class configuration* configuration = nullptr;
-    std::string name;
-    plugin* owner = nullptr;  ///< the settings owner that serves this setting, or null
-    class cache cache;
-    setting_element* element = nullptr;
+    class configuration* configuration = nullptr;  ///< that it belongs to
+    std::string name;                              ///< unique in its configuration
+    plugin* owner = nullptr;             ///< the settings owner that serves this setting, or null
+    class cache cache;                   ///< the known values of its instances
+    setting_element* element = nullptr;  ///< its description
 };
 
 template <class Cache, class Entry>
 class setting::cache::basic_iterator {
   public:
+    /// The types of an iterator.
+    /// @{
     using iterator_category = std::random_access_iterator_tag;
     using value_type = entry;
     using difference_type = std::ptrdiff_t;
     using pointer = Entry*;
     using reference = Entry&;
+    /// @}
 
+    /// Refers to no cache.
     basic_iterator() = default;
     /// An `iterator` converts to a `const_iterator`.
     template <class OtherCache, class OtherEntry,
@@ -206,6 +226,8 @@ class setting::cache::basic_iterator {
     basic_iterator(const basic_iterator<OtherCache, OtherEntry>& other)
         : cache_(other.cache_), position_(other.position_) {}
 
+    /// As in any random-access iterator.
+    /// @{
     reference operator*() const { return cache_->entries_[position_]; }
     pointer operator->() const { return &cache_->entries_[position_]; }
     reference operator[](difference_type steps) const { return *(*this + steps); }
@@ -249,8 +271,10 @@ class setting::cache::basic_iterator {
         return static_cast<difference_type>(cache_->place_of(position_)) -
                static_cast<difference_type>(cache_->place_of(other.position_));
     }
+    /// @}
 
-    // Only iterators of the same cache can be compared.
+    /// Only iterators of the same cache can be compared.
+    /// @{
     template <class OtherCache, class OtherEntry>
     bool operator==(const basic_iterator<OtherCache, OtherEntry>& other) const {
         return position_ == other.position_;
@@ -275,6 +299,7 @@ class setting::cache::basic_iterator {
     bool operator>=(const basic_iterator<OtherCache, OtherEntry>& other) const {
         return position_ >= other.position_;
     }
+    /// @}
 
   private:
     template <class OtherCache, class OtherEntry>
@@ -287,6 +312,8 @@ class setting::cache::basic_iterator {
     size_type position_ = 0;
 };
 
+// Doxygen would list these twice.
+/// @cond
 inline setting::cache::iterator setting::cache::begin() {
     return {this, position_of(0)};
 }
@@ -317,6 +344,7 @@ inline setting::cache::const_reverse_iterator setting::cache::rbegin() const {
 inline setting::cache::const_reverse_iterator setting::cache::rend() const {
     return const_reverse_iterator(begin());
 }
+/// @endcond
 
 /// Writes nothing for an entry that is not valid. Otherwise writes a newline (and flushes), "[",
 /// the instance and "] ", all of which a single-valued setting lacks, and then the value, or `""`

@@ -39,7 +39,9 @@ class DP_API setting_element {
 
     virtual ~setting_element();
 
-    /// Highest instance number; `no_instance` when the setting is single-valued.
+    /// Highest instance number; `no_instance` when the setting is single-valued. The library checks
+    /// the bounds for deletes and `setting::create_records` only: owners of settings check them for
+    /// reads and writes.
     std::uint32_t max_instance = no_instance;
     /// Lowest instance number.
     std::uint32_t min_instance = 0;

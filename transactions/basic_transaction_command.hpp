@@ -12,13 +12,13 @@ namespace dp {
 
 /// A command that names its setting as text. The fields are those of `transaction_command`.
 struct DP_API basic_transaction_command {
-    std::int32_t status = 0;
-    std::uint32_t correlator = 0;
-    std::string tid;
-    operations operation = op_unknown;
-    std::string name;  ///< qualified setting name
-    std::string value_in;
-    std::string value_out;
+    std::int32_t status = 0;            ///< see command_status
+    std::uint32_t correlator = 0;       ///< identifies the command within its batch
+    std::string tid;                    ///< transaction identifier, one word
+    operations operation = op_unknown;  ///< what is done
+    std::string name;                   ///< qualified setting name
+    std::string value_in;               ///< value given to the command
+    std::string value_out;              ///< value produced by the command
 
     /// Writes the same result line as `transaction_command::write_terse_output`, with `name` as
     /// the target.

@@ -12,18 +12,18 @@ namespace dp {
 /// change: 1 and 2 are the plain read and write, 17 and 18 their "v" variants, and values above 32
 /// are the delete and the command family.
 enum operations : std::uint32_t {
-    op_unknown = 0,
-    op_get = 1,
-    op_set = 2,
-    op_getv = 17,
-    op_setv = 18,
-    op_delete = 34,
-    op_cmd_import = 35,
-    op_cmd_export = 36,
-    op_cmd_delete = 37,
-    op_cmd_generate = 38,
-    op_cmd_exportcsr = 40,
-    op_cmd_generatecsr = 48,
+    op_unknown = 0,           ///< none of the others
+    op_get = 1,               ///< read, also from the cache
+    op_set = 2,               ///< write
+    op_getv = 17,             ///< read, never from the cache
+    op_setv = 18,             ///< write; the value stored is the output value
+    op_delete = 34,           ///< delete an instance
+    op_cmd_import = 35,       ///< the plug-in defines this one and those below
+    op_cmd_export = 36,       ///< "cmd_export"
+    op_cmd_delete = 37,       ///< "cmd_delete"
+    op_cmd_generate = 38,     ///< "cmd_generate"
+    op_cmd_exportcsr = 40,    ///< "cmd_exportcsr"
+    op_cmd_generatecsr = 48,  ///< "cmd_generatecsr"
 };
 
 /// Returns the static text of an operation in outputs and logs, for example "command import";

@@ -18,7 +18,9 @@ class DP_API setting_transaction : public transaction {
     /// complete and the plug-in owns its setting.
     class DP_API command_finish_visitor {
       public:
+        /// `finished` has ended its sub-step. It is not owned.
         explicit command_finish_visitor(plugin* finished) : plugin_(finished) {}
+        /// Finishes a command.
         void operator()(transaction_command* command) const;
 
       private:
@@ -36,11 +38,11 @@ class DP_API setting_transaction : public transaction {
     /// flush.
     void write_batch_commands(std::ostream& os, bool terse);
 
-    transaction_command_list commands;
-    std::string name;           ///< the transaction's name in the logs
-    std::string requester;      ///< for the host: who requested the transaction
-    void* host_data = nullptr;  ///< for the host
-    std::int32_t progress = 0;  ///< number of progress records; the logs increment it
+    transaction_command_list commands;  ///< not owned; in execution order
+    std::string name;                   ///< the transaction's name in the logs
+    std::string requester;              ///< for the host: who requested the transaction
+    void* host_data = nullptr;          ///< for the host
+    std::int32_t progress = 0;          ///< number of progress records; the logs increment it
 };
 
 }  // namespace dp

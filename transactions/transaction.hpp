@@ -19,8 +19,10 @@ class DP_API transaction {
     /// calls `process_transaction` for a settings owner; skips any other plug-in.
     class DP_API execution_visitor {
       public:
+        /// Neither is owned.
         execution_visitor(registrar& reg, transaction& trans)
             : registrar_(reg), transaction_(trans) {}
+        /// Starts the sub-step of a plug-in.
         void operator()(plugin* p) const;
 
       private:
@@ -38,6 +40,10 @@ class DP_API transaction {
 
     /// Executes the current step, unless that was done already, and ends it when no sub-step is
     /// pending. Does nothing when no step remains.
+    ///
+    /// A call runs at most one step. If `step` is the same afterwards, a plug-in answers later:
+    /// wait for the events of the plug-ins, and call it again after `substep_complete` was called.
+    /// Calling it in between is harmless and does nothing.
     virtual void execute_step(registrar& reg, plugin_list& plugins);
 
     /// Executes the current step; called once for each step.
@@ -46,7 +52,9 @@ class DP_API transaction {
     /// Called by the host after the last step.
     virtual void transaction_complete(registrar& reg);
 
-    /// Called by a plug-in when it has finished its sub-step. Ignored when none is pending.
+    /// Called by a plug-in when it has finished its sub-step. Ignored when none is pending. Pending
+    /// sub-steps are only counted: a second call for the same plug-in ends the sub-step of another
+    /// one, whose commands stay open.
     virtual void substep_complete(registrar& reg, plugin* p);
 
     /// Called for each sub-step that a plug-in completes.

@@ -16,8 +16,9 @@ class DP_API transaction_command_list : public std::vector<transaction_command*>
   public:
     using std::vector<transaction_command*>::vector;
 
+    /// Numbers of commands.
     struct status {
-        std::uint32_t total = 0;
+        std::uint32_t total = 0;      ///< all commands
         std::uint32_t errors = 0;     ///< complete with a status other than 0
         std::uint32_t completed = 0;  ///< complete, failed or not
     };
@@ -25,7 +26,7 @@ class DP_API transaction_command_list : public std::vector<transaction_command*>
     /// Counts the commands again and stores the counters in `status`.
     void update_status();
 
-    // The member hides the type of the same name, which is therefore written `struct status`.
+    /// The counters. Hides the type of the same name, which is therefore written `struct status`.
     struct status status;
 };
 

@@ -18,6 +18,7 @@ namespace dp {
 /// 2 bytes alert, then the parameters: plug-in id and value, one byte each.
 class DP_API message_formatter {
   public:
+    /// The kind of the messages.
     static constexpr std::uint16_t alert_kind = 1;
     /// Bytes of the payload before the parameters. Add `parameter_byte_count` for the message's
     /// payload length.
@@ -35,8 +36,11 @@ class DP_API message_formatter {
     /// Whether the message is an alert with all its parameters. If not, the operations below
     /// return 0.
     [[nodiscard]] bool is_alert() const;
+    /// What is reported.
     [[nodiscard]] command::alerts alert() const;
+    /// The plug-in that reports it.
     [[nodiscard]] unsigned char id() const;
+    /// Its meaning depends on the alert.
     [[nodiscard]] unsigned char value() const;
 
   private:

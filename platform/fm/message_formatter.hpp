@@ -18,6 +18,7 @@ namespace fm {
 /// then the parameters: identifier (4 bytes), value (1 byte) and two further bytes.
 class DP_API message_formatter {
   public:
+    /// The kind of the messages.
     static constexpr std::uint16_t alert_kind = 2;
     /// Bytes of the payload before the parameters. Add `parameter_byte_count` for the message's
     /// payload length.
@@ -36,8 +37,11 @@ class DP_API message_formatter {
     /// Whether the message is an alert with all its parameters. If not, the operations below
     /// return 0.
     [[nodiscard]] bool is_alert() const;
+    /// The identifier.
     [[nodiscard]] std::uint32_t id() const;
+    /// What is reported.
     [[nodiscard]] command::alerts alert() const;
+    /// Its meaning depends on the alert.
     [[nodiscard]] unsigned char value() const;
 
   private:

@@ -23,6 +23,7 @@ namespace dp_platform {
 /// and reused.
 class DP_API message_listener {
   public:
+    /// Creates system message queue `number` and listens.
     explicit message_listener(unsigned char number);
     ~message_listener();
     message_listener(const message_listener&) = delete;
@@ -30,12 +31,14 @@ class DP_API message_listener {
 
     /// False when the queue could not be created or has another listener; `error` says why.
     [[nodiscard]] bool is_open() const { return handle_ >= 0; }
+    /// Why the queue is not open; empty if it is.
     [[nodiscard]] const std::string& error() const { return error_; }
 
     /// Descriptor for poll and select, readable while a message waits. Not owned by the caller. -1
     /// when not open.
     [[nodiscard]] int handle() const { return handle_; }
 
+    /// What became of a wait.
     enum class result {
         received,   ///< `content` is the message
         timeout,    ///< no message arrived in time, or a signal interrupted the wait

@@ -8,6 +8,7 @@
 
 namespace sysipc {
 
+/// The board's compression of batch, settings and template files.
 struct DP_API efi_decompressor {
     /// Expands the compressed image at the position of `in`. Returns an empty vector when the data
     /// is not an image. Does the same, with one "ERR" line in the application log, when the image

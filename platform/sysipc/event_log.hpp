@@ -12,9 +12,12 @@ namespace event_log {
 namespace log_level {
 inline constexpr std::uint32_t log = 0x80000000;    ///< ordinary lines, tag "LOG"
 inline constexpr std::uint32_t error = 0x10000000;  ///< errors, tag "ERR"
-inline constexpr std::uint32_t trace_4 = 0x4;       ///< traces, in three classes
+/// Traces, in three classes.
+/// @{
+inline constexpr std::uint32_t trace_4 = 0x4;
 inline constexpr std::uint32_t trace_2 = 0x2;
 inline constexpr std::uint32_t trace_1 = 0x1;
+/// @}
 }  // namespace log_level
 
 /// The streams of a diagnostic log. The board supplies the object that
@@ -34,8 +37,10 @@ class streams {
 
     /// The log's file setting and level setting, which the platform defines. A service that is
     /// started gets both on its command line.
+    /// @{
     [[nodiscard]] virtual std::int32_t file() const = 0;
     [[nodiscard]] virtual std::uint32_t level() const = 0;
+    /// @}
 
   protected:
     ~streams() = default;

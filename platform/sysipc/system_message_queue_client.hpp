@@ -8,6 +8,7 @@ namespace sysipc {
 class message;
 class system_message_queue;
 
+/// Sends messages.
 struct DP_API system_message_queue_client {
     /// Sends the message's header and payload without waiting. False when the queue is not open, is
     /// full, has no receiver any more, or does not take messages of that size.

@@ -7,6 +7,7 @@
 
 namespace sysipc {
 
+/// Pauses of a thread.
 struct DP_API thread {
     /// Pauses the calling thread for at least `milliseconds`; a signal does not interrupt it.
     static void sleep(std::uint32_t milliseconds);
