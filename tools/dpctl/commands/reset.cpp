@@ -5,12 +5,12 @@
 #include <utility>
 #include <vector>
 
+#include "support/suggestions.hpp"
 #include "tools/dpctl/changes/plan_steps.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/desired/desired_settings.hpp"
 #include "tools/dpctl/names/name_lookup.hpp"
 #include "tools/dpctl/names/setting_selection.hpp"
-#include "tools/dpctl/names/suggestions.hpp"
 #include "tools/dpctl/values/registry_state.hpp"
 
 namespace dpctl {
@@ -33,7 +33,7 @@ void run_reset(const file_names& files, const selection_options& options, report
     if (selected.empty() && !rep.failed()) {
         rep.problem("there is nothing to reset: " + service.files().settings +
                     " has no values of " +
-                    (options.all ? "the template" : enumerate(options.names, " or ")));
+                    (options.all ? "the template" : dp_support::enumerate(options.names, " or ")));
         return;
     }
     std::vector<desired_setting> settings;

@@ -4,7 +4,7 @@
 #include <span>
 #include <utility>
 
-#include "tools/dpctl/names/suggestions.hpp"
+#include "support/suggestions.hpp"
 #include "tools/dpctl/output/printable_text.hpp"
 
 namespace dpctl {
@@ -39,7 +39,7 @@ std::variant<const collection_view*, unknown_name> catalog::find_collection(
 std::vector<std::string> catalog::similar_collections(const std::string& name) const {
     const std::vector<std::string_view> names(collections_.begin(), collections_.end());
     std::vector<std::string> found;
-    for (const std::size_t i : similar_names(name, names)) {
+    for (const std::size_t i : dp_support::similar_names(name, names)) {
         found.push_back(collections_[i]);
     }
     return found;
@@ -71,8 +71,8 @@ std::variant<setting_ref, unknown_name> catalog::find_setting(const std::string&
         names.push_back(setting.name());
     }
     return unknown_name{"several collections have " + in_quotes(text) + ": " +
-                            printable(enumerate(collections, " and ")) + "; use " +
-                            printable(enumerate(names, " or ")),
+                            printable(dp_support::enumerate(collections, " and ")) + "; use " +
+                            printable(dp_support::enumerate(names, " or ")),
                         {}};
 }
 
@@ -117,7 +117,7 @@ unknown_name catalog::explain_unknown(const std::string& text) {
             names.emplace_back(attribute.id);
         }
     }
-    for (const std::size_t i : similar_names(inner, names, most_suggestions)) {
+    for (const std::size_t i : dp_support::similar_names(inner, names, most_suggestions)) {
         result.suggestions.push_back(attributes[i].name());
     }
     if (result.suggestions.empty() && !collection_known && dot != std::string::npos) {

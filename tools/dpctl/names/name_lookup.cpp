@@ -10,13 +10,13 @@
 #include <vector>
 
 #include "common/fixed_paths.hpp"
-#include "tools/dpctl/names/suggestions.hpp"
+#include "support/suggestions.hpp"
 
 namespace dpctl {
 namespace {
 
 std::vector<std::string> suggestion_hints(const unknown_name& unknown) {
-    const std::string question = did_you_mean(unknown.suggestions);
+    const std::string question = dp_support::did_you_mean(unknown.suggestions);
     return question.empty() ? std::vector<std::string>{} : std::vector<std::string>{question};
 }
 

@@ -5,7 +5,7 @@
 
 #include "service_api/choice_list.hpp"
 #include "service_api/service_status.hpp"
-#include "tools/dpctl/names/suggestions.hpp"
+#include "support/suggestions.hpp"
 #include "tools/dpctl/output/printable_text.hpp"
 #include "tools/dpctl/values/attribute_description.hpp"
 
@@ -27,10 +27,10 @@ std::string not_a_choice(const dp_attribute* attribute, std::string_view value) 
     std::string reason = in_quotes(value) + " is not one of " + allowed_values(*attribute);
     const std::vector<std::string_view> names(choices.begin(), choices.end());
     std::vector<std::string> most_similar;
-    for (const std::size_t i : similar_names(value, names, 1)) {
+    for (const std::size_t i : dp_support::similar_names(value, names, 1)) {
         most_similar.push_back(choices[i]);
     }
-    const std::string question = did_you_mean(most_similar);
+    const std::string question = dp_support::did_you_mean(most_similar);
     return question.empty() ? reason : reason + "; " + question;
 }
 

@@ -1,5 +1,5 @@
-#ifndef DP_TOOLS_DPCTL_NAMES_SUGGESTIONS_HPP
-#define DP_TOOLS_DPCTL_NAMES_SUGGESTIONS_HPP
+#ifndef DP_SUPPORT_SUGGESTIONS_HPP
+#define DP_SUPPORT_SUGGESTIONS_HPP
 
 #include <cstddef>
 #include <span>
@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace dpctl {
+namespace dp_support {
 
 /// Edit distance of two texts: how many characters are inserted, deleted, replaced or swapped with
 /// their neighbour. The case of ASCII letters is ignored. `limit` + 1 for any greater distance.
@@ -25,6 +25,6 @@ std::string enumerate(std::span<const std::string> texts, const char* last_separ
 /// "did you mean A, B or C?"; empty when there are no names.
 std::string did_you_mean(std::span<const std::string> names);
 
-}  // namespace dpctl
+}  // namespace dp_support
 
 #endif

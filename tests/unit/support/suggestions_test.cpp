@@ -1,8 +1,8 @@
-#include "tools/dpctl/names/suggestions.hpp"
+#include "support/suggestions.hpp"
 
 #include <gmock/gmock.h>
 
-namespace dpctl {
+namespace dp_support {
 namespace {
 
 using testing::ElementsAre;
@@ -66,4 +66,4 @@ TEST(did_you_mean, lists_the_names_in_a_question) {
 }
 
 }  // namespace
-}  // namespace dpctl
+}  // namespace dp_support

@@ -1,4 +1,4 @@
-#include "tools/dpctl/names/suggestions.hpp"
+#include "support/suggestions.hpp"
 
 #include <algorithm>
 #include <numeric>
@@ -6,7 +6,7 @@
 
 #include "support/ascii_case.hpp"
 
-namespace dpctl {
+namespace dp_support {
 namespace {
 
 constexpr std::size_t greatest_distance = 4;
@@ -42,17 +42,17 @@ std::size_t distance(const std::string& a, const std::string& b, std::size_t lim
 }  // namespace
 
 std::size_t edit_distance(std::string_view a, std::string_view b, std::size_t limit) {
-    return distance(dp_support::lower_case(a), dp_support::lower_case(b), limit);
+    return distance(lower_case(a), lower_case(b), limit);
 }
 
 std::vector<std::size_t> similar_names(std::string_view text,
                                        std::span<const std::string_view> names, std::size_t count) {
-    const std::string wanted = dp_support::lower_case(text);
+    const std::string wanted = lower_case(text);
     const std::size_t limit =
         std::min(greatest_distance, std::max<std::size_t>(1, wanted.size() / 3));
     std::vector<std::pair<std::size_t, std::size_t>> found;  // distance, position
     for (std::size_t i = 0; i < names.size(); ++i) {
-        const std::string candidate = dp_support::lower_case(names[i]);
+        const std::string candidate = lower_case(names[i]);
         const std::size_t edits = distance(wanted, candidate, limit);
         if (edits <= limit) {
             found.emplace_back(edits, i);
@@ -85,4 +85,4 @@ std::string did_you_mean(std::span<const std::string> names) {
     return names.empty() ? std::string() : "did you mean " + enumerate(names, " or ") + "?";
 }
 
-}  // namespace dpctl
+}  // namespace dp_support
