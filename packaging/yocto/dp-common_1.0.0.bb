@@ -37,7 +37,7 @@ do_install:append() {
 }
 
 PACKAGES =+ "${PN}-tools"
-FILES:${PN}-tools = "${bindir} ${datadir}/bash-completion ${systemd_system_unitdir} ${nonarch_libdir}/tmpfiles.d"
+FILES:${PN}-tools = "${bindir} ${datadir}/bash-completion ${datadir}/zsh ${systemd_system_unitdir} ${nonarch_libdir}/tmpfiles.d"
 FILES:${PN} = "${libdir}/lib*.so.*"
 FILES:${PN}-dev += "${libdir}/cmake"
 

@@ -41,13 +41,15 @@ bool same_settings(const termios& a, const termios& b) {
 }  // namespace
 
 program_on_terminal::program_on_terminal(const std::string& name,
-                                         const std::vector<std::string>& arguments)
+                                         const std::vector<std::string>& arguments,
+                                         unsigned short columns, unsigned short rows)
     : user_end_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK)) {
     if (user_end_ < 0 || grantpt(user_end_) != 0 || unlockpt(user_end_) != 0) {
         throw std::runtime_error("cannot make a terminal");
     }
     program_end_ = open(ptsname(user_end_), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (tcgetattr(program_end_, &initial_) != 0) {
+    const winsize size{rows, columns, 0, 0};
+    if (tcgetattr(program_end_, &initial_) != 0 || ioctl(program_end_, TIOCSWINSZ, &size) != 0) {
         throw std::runtime_error("cannot open a terminal");
     }
     const std::string path = program_path(name);

@@ -12,7 +12,9 @@ namespace test {
 /// Runs a program of this build on a new terminal, as a user would.
 class program_on_terminal {
   public:
-    program_on_terminal(const std::string& name, const std::vector<std::string>& arguments);
+    /// The environment of this process is used. A size of 0 is unknown to the terminal.
+    program_on_terminal(const std::string& name, const std::vector<std::string>& arguments,
+                        unsigned short columns = 0, unsigned short rows = 0);
     /// Kills the program if it is still running.
     ~program_on_terminal();
     program_on_terminal(const program_on_terminal&) = delete;

@@ -25,7 +25,7 @@ TEST_F(all_tools, name_the_unknown_argument) {
     }
     EXPECT_THAT(run_program("dpctl", {"lsit", "Boot"}).err, HasSubstr("not expected: lsit\n"));
     EXPECT_THAT(run_program("dpctl", {"list", "--frob"}).err, HasSubstr("not expected: --frob\n"));
-    EXPECT_THAT(run_program("dpctl", {"list"}).err, HasSubstr("COLLECTION is required\n"));
+    EXPECT_THAT(run_program("dpctl", {"check"}).err, HasSubstr("COLLECTION is required\n"));
 }
 
 TEST_F(all_tools, fail_when_their_output_is_lost) {

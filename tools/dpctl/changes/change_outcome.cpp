@@ -59,6 +59,11 @@ bool is_value(const reading& value, std::string_view requested, const dp_attribu
     return is_enumeration(attribute) && dp_support::equal_ignoring_case(value.text, requested);
 }
 
+bool is_default_value(const reading& value, const dp_attribute& attribute) {
+    return is_removed_by_default(attribute) ? !value.known
+                                            : is_value(value, attribute.dft, attribute);
+}
+
 bool is_stored_value(const reading& value, const reading& stored) {
     if (!value.known || !stored.known) {
         return value.known == stored.known;

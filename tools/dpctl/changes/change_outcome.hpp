@@ -30,6 +30,9 @@ const char* outcome_word(change_outcome outcome);
 /// is compared.
 bool is_value(const reading& value, std::string_view requested, const dp_attribute& attribute);
 
+/// Whether `value`, as read, is the attribute's default, which may be to have no value.
+bool is_default_value(const reading& value, const dp_attribute& attribute);
+
 /// Whether `value`, as the library read it from a file, is what the service has stored. The library
 /// cuts long values and returns list selections in the terse form.
 bool is_stored_value(const reading& value, const reading& stored);

@@ -9,6 +9,7 @@
 
 #include "common/quoting.hpp"
 #include "service_api/service_status.hpp"
+#include "support/terminal.hpp"
 #include "tools/dpctl/changes/wait_notice.hpp"
 #include "tools/dpctl/output/printable_text.hpp"
 #include "tools/dpctl/output/report.hpp"
@@ -22,9 +23,6 @@ using dp_service::settings_client;
 
 // The service reads lines of at most 64 KiB; a part is for the words before the name.
 constexpr std::size_t longest_name_and_value = std::size_t{63} * 1024;
-
-// A wait shorter than this is not shown on a terminal.
-constexpr std::chrono::milliseconds until_notice(300);
 
 std::string position_text(std::uint32_t ahead) {
     return "waiting: " +
@@ -131,8 +129,8 @@ request_end request_changes(const std::vector<setting_change*>& changes,
     bool is_interrupted = false;
     {
         signal_wait signals(STDOUT_FILENO);
-        wait_notice notice(std::cerr, isatty(STDERR_FILENO) == 1,
-                           "waiting for the settings service", until_notice);
+        wait_notice notice(std::cerr, dp_support::terminal_of(STDERR_FILENO),
+                           "waiting for the settings service", wait_notice::usual_delay);
         settings_client client;
         client.cancel_descriptor = signals.descriptor();
         client.on_waiting = [&](std::uint32_t ahead) {
@@ -141,6 +139,9 @@ request_end request_changes(const std::vector<setting_change*>& changes,
             }
         };
         client.on_start = [&] { notice.update("the settings service makes the changes"); };
+        client.on_progress = [&](std::uint32_t done, std::uint32_t total) {
+            notice.progress(done, total);
+        };
         // A request that reads what it changes needs no condition.
         const bool is_conditional = !planned_on.empty();
         if (is_conditional) {

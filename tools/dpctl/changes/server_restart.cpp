@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "service_api/settings_client.hpp"
+#include "support/terminal.hpp"
 #include "tools/dpctl/changes/change_outcome.hpp"
 #include "tools/dpctl/changes/wait_notice.hpp"
 #include "tools/dpctl/output/report.hpp"
@@ -45,11 +46,10 @@ bool are_current(session& service, change_plan& plan) {
 void restart_server(session& service, change_plan& plan, report& rep) {
     constexpr std::chrono::milliseconds pause{200};
     constexpr std::chrono::seconds longest_wait{60};
-    constexpr std::chrono::seconds until_shown{2};
     bool is_done = false;
     {
-        const wait_notice notice(std::cerr, isatty(STDERR_FILENO) == 1,
-                                 "waiting for the server to restart", until_shown);
+        const wait_notice notice(std::cerr, dp_support::terminal_of(STDERR_FILENO),
+                                 "waiting for the server to restart", wait_notice::usual_delay);
         const auto answer = dp_service::settings_client().restart();
         rep.document().set(
             "restarted",

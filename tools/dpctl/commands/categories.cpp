@@ -36,6 +36,7 @@ std::vector<dp_category_map_entry> read_categories() {
 }
 
 void run_categories(report& rep) {
+    rep.allow_pager();
     const std::string file = dp::fixed_paths::event_categories.str();
     if (const std::string reason = why_unreadable(file); !reason.empty()) {
         rep.problem(reason);
@@ -44,7 +45,8 @@ void run_categories(report& rep) {
     const auto entries = read_categories();
     rep.document().set("file", file);
     auto& list = rep.document().set("categories", json_value::array());
-    table rows({"NUMBER", "NAME", "MEANING"});
+    constexpr std::size_t least_meaning = 12;
+    table rows({"NUMBER", "NAME", {"MEANING", least_meaning}});
     for (const auto& entry : entries) {
         rows.add({std::to_string(entry.bit), entry.name, entry.value});
         list.push_back(json_value::object(

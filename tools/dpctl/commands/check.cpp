@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/terminal.hpp"
 #include "tools/dpctl/changes/wait_notice.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/names/name_lookup.hpp"
@@ -86,7 +87,7 @@ void run_check(const file_names& files, const std::string& collection, unsigned 
     gather(service, collection, found);
     double waited = 0;
     {
-        const wait_notice notice(std::cerr, isatty(STDERR_FILENO) == 1,
+        const wait_notice notice(std::cerr, dp_support::terminal_of(STDERR_FILENO),
                                  "watching for changes (for " + std::to_string(seconds) + " s)");
         watch(service, collection, seconds, found);
         waited = notice.seconds();

@@ -15,6 +15,7 @@ using dp_support::command_line;
 using dp_support::json_value;
 
 void run_collections(const file_names& files, report& rep) {
+    rep.allow_pager();
     session service(files, rep);
     const catalog names(service);
     if (!have_collections(names, service, rep)) {

@@ -45,6 +45,9 @@ const char* const state_help =
     "A desired state is a JSON object {\"Attributes\": {NAME: VALUE, ...}}, as \"dpctl export\"\n"
     "prints it and a Redfish service has it, or lines NAME=VALUE. Names are full or bare.\n";
 
+const char* const pattern_help =
+    "In a name, * is any text and ? is any character; the shell leaves them to dpctl in quotes.\n";
+
 command_line& add_command(command_line& program, invocation& request, const std::string& name,
                           const command_help& help) {
     command_line& command = program.add_subcommand(name, help.summary);

@@ -20,6 +20,9 @@ struct command_help {
 /// How settings are named on the command line, for the details of a help.
 extern const char* const name_help;
 
+/// How patterns are written in the place of names, the same.
+extern const char* const pattern_help;
+
 /// What a desired state is, for the details of a help.
 extern const char* const state_help;
 
@@ -36,7 +39,7 @@ void add_file_options(dp_support::command_line& command, invocation& request);
 /// Adds the argument COLLECTION.
 std::shared_ptr<std::string> add_collection_argument(dp_support::command_line& command);
 
-/// Adds the arguments NAME...
+/// Adds the arguments NAME..., which must be given.
 std::shared_ptr<std::vector<std::string>> add_name_arguments(dp_support::command_line& command);
 
 /// Settings that are to be changed together, selected by their names.

@@ -1,10 +1,16 @@
+#include <algorithm>
 #include <cstddef>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "support/ascii_case.hpp"
+#include "tools/dpctl/changes/change_outcome.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/names/name_lookup.hpp"
+#include "tools/dpctl/names/name_pattern.hpp"
 #include "tools/dpctl/output/table.hpp"
 #include "tools/dpctl/values/attribute_description.hpp"
 #include "tools/dpctl/values/setting_values.hpp"
@@ -15,50 +21,135 @@ namespace {
 using dp_support::command_line;
 using dp_support::json_value;
 
-std::string notes_on(const dp_attribute& attribute, const setting_values& values) {
-    std::string text = is_read_only(attribute) ? "read-only" : "";
-    if (values.waits_for_restart) {
+struct list_options {
+    std::vector<std::string> collections;
+    bool all = false;
+    bool changed = false;
+    bool non_default = false;
+    bool read_only = false;
+    bool writable = false;
+    std::string match;
+    std::string sort;
+};
+
+struct listed_setting {
+    setting_ref setting;
+    std::string name;
+    setting_values values;
+
+    [[nodiscard]] const dp_attribute& attribute() const { return *setting.attribute; }
+};
+
+std::vector<listed_setting> read_settings(session& service,
+                                          const std::vector<const collection_view*>& views) {
+    std::vector<listed_setting> listed;
+    std::vector<std::string> names;
+    for (const collection_view* const view : views) {
+        for (setting_ref& setting : view->settings()) {
+            names.push_back(setting.name());
+            listed.push_back({std::move(setting), names.back(), {}});
+        }
+    }
+    auto values = read_values(service, names);
+    for (std::size_t i = 0; i < listed.size(); ++i) {
+        listed[i].values = std::move(values[i]);
+    }
+    return listed;
+}
+
+// Whether the name contains the text or, if that is a pattern, matches it. The case of letters is
+// ignored.
+bool is_named_like(const std::string& name, const std::string& wanted) {
+    const std::string pattern =
+        dp_support::lower_case(is_pattern(wanted) ? wanted : '*' + wanted + '*');
+    const std::string text = dp_support::lower_case(name);
+    return matches_pattern(text, pattern) ||
+           matches_pattern(std::string_view(text).substr(text.find('.') + 1), pattern);
+}
+
+bool is_wanted(const listed_setting& listed, const list_options& options) {
+    const bool cannot_change = is_read_only(listed.attribute());
+    return (!options.changed || listed.values.waits_for_restart) &&
+           (!options.non_default || !is_default_value(listed.values.pending, listed.attribute())) &&
+           (!options.read_only || cannot_change) && (!options.writable || !cannot_change) &&
+           (options.match.empty() || is_named_like(listed.name, options.match));
+}
+
+std::string notes_on(const listed_setting& listed) {
+    std::string text = is_read_only(listed.attribute()) ? "read-only" : "";
+    if (listed.values.waits_for_restart) {
         text += text.empty() ? "pending restart" : ", pending restart";
     }
     return text;
 }
 
-void run_list(const file_names& files, const std::string& collection, report& rep) {
-    session service(files, rep);
-    catalog names(service);
-    const auto* const view = find_collection(names, service, collection, rep);
-    if (view == nullptr) {
-        return;
-    }
+json_value to_json(const listed_setting& listed) {
+    auto result = json_value::object({{"name", listed.name},
+                                      {"type", type_name(listed.attribute())},
+                                      {"read_only", is_read_only(listed.attribute())}});
+    add_values(result, listed.values);
+    return result;
+}
 
-    const auto settings = view->settings();
-    const auto setting_names = names_of(settings);
-    const auto values = read_values(service, setting_names);
-
-    if (rep.as_json()) {
-        rep.document().set("collection", collection);
-        auto& list = rep.document().set("settings", json_value::array());
-        for (std::size_t i = 0; i < settings.size(); ++i) {
-            auto setting =
-                json_value::object({{"name", setting_names[i]},
-                                    {"type", type_name(*settings[i].attribute)},
-                                    {"read_only", is_read_only(*settings[i].attribute)}});
-            add_values(setting, values[i]);
-            list.push_back(std::move(setting));
-        }
-        return;
-    }
-    if (settings.empty()) {
-        rep.line(collection + " has no attributes.");
-        return;
-    }
-    table rows({"NAME", "TYPE", "PENDING", "CURRENT", "NOTES"});
-    for (std::size_t i = 0; i < settings.size(); ++i) {
-        const dp_attribute& attribute = *settings[i].attribute;
-        rows.add({setting_names[i], type_name(attribute), value_text(values[i].pending),
-                  value_text(values[i].current), notes_on(attribute, values[i])});
+void show_table(const std::vector<listed_setting>& settings, report& rep) {
+    constexpr std::size_t least_type = 11;
+    constexpr std::size_t least_value = 8;
+    constexpr std::size_t least_notes = 9;
+    table rows({"NAME",
+                {"TYPE", least_type, true},
+                {"PENDING", least_value},
+                {"CURRENT", least_value},
+                {"NOTES", least_notes}});
+    for (const listed_setting& listed : settings) {
+        const text_style style =
+            listed.values.waits_for_restart ? text_style::changed : text_style::plain;
+        rows.add({listed.name,
+                  type_name(listed.attribute()),
+                  {value_text(listed.values.pending), style},
+                  value_text(listed.values.current),
+                  {notes_on(listed),
+                   style == text_style::plain ? text_style::faint : text_style::changed}});
     }
     rep.show(rows);
+}
+
+void run_list(const file_names& files, const list_options& options, report& rep) {
+    rep.allow_pager();
+    session service(files, rep);
+    catalog names(service);
+    const auto views = find_collections(names, service, options.collections, rep);
+    if (views.empty()) {
+        return;
+    }
+
+    auto settings = read_settings(service, views);
+    const bool is_empty = settings.empty();
+    settings.erase(
+        std::remove_if(settings.begin(), settings.end(),
+                       [&](const listed_setting& each) { return !is_wanted(each, options); }),
+        settings.end());
+    if (options.sort == "name") {
+        std::stable_sort(settings.begin(), settings.end(),
+                         [](const auto& a, const auto& b) { return a.name < b.name; });
+    }
+
+    auto& document = rep.document();
+    auto& collections = document.set("collections", json_value::array());
+    for (const collection_view* const view : views) {
+        collections.push_back(view->name());
+    }
+    auto& list = document.set("settings", json_value::array());
+    for (const listed_setting& listed : settings) {
+        list.push_back(to_json(listed));
+    }
+    if (!settings.empty()) {
+        show_table(settings, rep);
+    } else if (!is_empty) {
+        rep.line("No settings match.");
+    } else {
+        rep.line(views.size() == 1 ? views.front()->name() + " has no attributes."
+                                   : "The collections have no attributes.");
+    }
 }
 
 }  // namespace
@@ -66,18 +157,35 @@ void run_list(const file_names& files, const std::string& collection, report& re
 void add_list(command_line& program, invocation& request) {
     auto& command = add_command(
         program, request, "list",
-        {.summary = "List the settings of a collection with their values",
+        {.summary = "List the settings of collections with their values",
          .details =
-             "PENDING is the value that was set last, CURRENT the value in effect since the\n"
-             "server's last start; \"-\" means no value. \"pending restart\" marks settings\n"
-             "whose two values differ. Values of more than 79 bytes are cut.\n",
-         .examples = {"dpctl list Boot", "dpctl list Boot --json"}});
-    const auto collection = add_collection_argument(command);
+             "Without a collection, lists all of them. PENDING is the value that was set last,\n"
+             "CURRENT the value in effect since the server's last start; \"-\" means no value.\n"
+             "\"pending restart\" marks settings whose two values differ. Values of more than 79\n"
+             "bytes are cut.\n"
+             "On a terminal the columns are fitted to its width; elsewhere nothing is shortened.\n",
+         .examples = {"dpctl list Boot", "dpctl list --changed", "dpctl list --match '*PXE*'",
+                      "dpctl list Boot --json"}});
+    const auto options = std::make_shared<list_options>();
+    command.add_option("COLLECTION", options->collections, "The names of collections");
+    command.add_flag("--all", options->all, "List the settings of all collections");
+    command.add_flag("--changed", options->changed,
+                     "Only settings whose pending value differs from the current one");
+    command.add_flag("--non-default", options->non_default,
+                     "Only settings whose pending value is not the default");
+    command.add_option("--match", options->match,
+                       "Only settings whose name contains this text, or matches it if it has * "
+                       "or ?, in any case of letters",
+                       {.value_name = "PATTERN"});
+    command.add_flag("--read-only", options->read_only, "Only settings that cannot be changed");
+    command.add_flag("--writable", options->writable, "Only settings that can be changed",
+                     {.excludes = "--read-only"});
+    command.add_option("--sort", options->sort,
+                       "The order: as in the setup menus (default), or by name",
+                       {.value_name = "ORDER", .choices = {"menu", "name"}});
     add_file_options(command, request);
-    command.on_selected([&request, collection] {
-        request.run = [&request, collection](report& rep) {
-            run_list(request.files, *collection, rep);
-        };
+    command.on_selected([&request, options] {
+        request.run = [&request, options](report& rep) { run_list(request.files, *options, rep); };
     });
 }
 

@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <cstddef>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,9 +19,11 @@ namespace {
 using dp_support::command_line;
 using dp_support::json_value;
 
-void show_item(report& rep, const std::string& label, const std::string& text) {
-    constexpr std::size_t label_width = 19;
-    rep.item(label_width, "  " + label, text);
+constexpr std::size_t show_label_width = 19;
+
+void show_item(report& rep, const std::string& label, const std::string& text,
+               text_style style = text_style::plain) {
+    rep.item(show_label_width, "  " + label, text, style);
 }
 
 void show_optional_item(report& rep, const std::string& label, const std::string& text) {
@@ -39,7 +43,10 @@ void show_choices(report& rep, const dp_attribute& attribute) {
         }
         line += (line.empty() ? "" : ", ") + choice;
     }
-    if (display_width(printable(line)) <= widest_line) {
+    const std::size_t columns = rep.screen().columns;
+    const std::size_t width =
+        columns == 0 ? widest_line : columns - std::min(columns, show_label_width);
+    if (display_width(printable(line)) <= width) {
         show_optional_item(rep, "Possible values", line);
         return;
     }
@@ -60,10 +67,10 @@ void show_restrictions(report& rep, const dp_attribute& attribute) {
     }
 }
 
-void show_text(report& rep, const setting_ref& requested, const std::vector<setting_ref>& settings,
-               const std::vector<setting_values>& values) {
+void show_text(report& rep, const setting_ref& requested, std::span<const setting_ref> settings,
+               std::span<const setting_values> values) {
     const dp_attribute& attribute = *requested.attribute;
-    rep.line(requested.name());
+    rep.line(requested.name(), text_style::heading);
     show_item(rep, "Type", type_name(attribute));
     show_optional_item(rep, "Description", attribute.dsc);
     show_optional_item(rep, "Help", attribute.fds);
@@ -76,7 +83,8 @@ void show_text(report& rep, const setting_ref& requested, const std::vector<sett
         if (settings[i].instance != requested.instance) {
             rep.line("  Instance " + settings[i].instance);
         }
-        show_item(rep, "Pending", value_text(values[i].pending));
+        show_item(rep, "Pending", value_text(values[i].pending),
+                  values[i].waits_for_restart ? text_style::changed : text_style::plain);
         show_item(rep, "Current",
                   value_text(values[i].current) +
                       (values[i].waits_for_restart ? " (until the server restarts)" : ""));
@@ -84,8 +92,8 @@ void show_text(report& rep, const setting_ref& requested, const std::vector<sett
     show_item(rep, "Read-only", is_read_only(attribute) ? "yes" : "no");
 }
 
-json_value to_json(const setting_ref& requested, const std::vector<setting_ref>& settings,
-                   const std::vector<setting_values>& values) {
+json_value to_json(const setting_ref& requested, std::span<const setting_ref> settings,
+                   std::span<const setting_values> values) {
     const dp_attribute& attribute = *requested.attribute;
     auto result = json_value::object({{"name", requested.name()},
                                       {"collection", requested.collection->name()},
@@ -118,6 +126,7 @@ json_value to_json(const setting_ref& requested, const std::vector<setting_ref>&
 }
 
 void run_show(const file_names& files, const std::vector<std::string>& texts, report& rep) {
+    rep.allow_pager();
     session service(files, rep);
     catalog names(service);
     if (!have_collections(names, service, rep)) {
@@ -125,33 +134,45 @@ void run_show(const file_names& files, const std::vector<std::string>& texts, re
     }
     auto& list = rep.document().set("attributes", json_value::array());
     bool first = true;
+    std::vector<setting_ref> requested;
     for (const auto& text : texts) {
-        const auto requested = find_setting(names, text, rep);
-        if (!requested) {
-            continue;
+        for (setting_ref& setting : find_attributes(names, text, rep)) {
+            requested.push_back(std::move(setting));
         }
-        const auto settings = requested->all();
-        const auto setting_names = names_of(settings);
-        const auto values = read_values(service, setting_names);
+    }
+    std::vector<setting_ref> settings;
+    std::vector<std::size_t> ends;
+    for (const setting_ref& each : requested) {
+        for (setting_ref& setting : each.all()) {
+            settings.push_back(std::move(setting));
+        }
+        ends.push_back(settings.size());
+    }
+    const auto values = read_values(service, names_of(settings));
+    auto start = std::size_t{0};
+    for (std::size_t i = 0; i < requested.size(); ++i) {
+        const std::span own_settings(settings.data() + start, ends[i] - start);
+        const std::span own_values(values.data() + start, ends[i] - start);
+        start = ends[i];
         if (rep.as_json()) {
-            list.push_back(to_json(*requested, settings, values));
+            list.push_back(to_json(requested[i], own_settings, own_values));
             continue;
         }
         if (!std::exchange(first, false)) {
             rep.line("");
         }
-        show_text(rep, *requested, settings, values);
+        show_text(rep, requested[i], own_settings, own_values);
     }
 }
 
 }  // namespace
 
 void add_show(command_line& program, invocation& request) {
-    auto& command =
-        add_command(program, request, "show",
-                    {.summary = "Show everything known about settings",
-                     .details = name_help,
-                     .examples = {"dpctl show Boot.BootMode", "dpctl show BootMode --json"}});
+    auto& command = add_command(program, request, "show",
+                                {.summary = "Show everything known about settings",
+                                 .details = std::string(name_help) + pattern_help,
+                                 .examples = {"dpctl show Boot.BootMode", "dpctl show 'Boot.*PXE*'",
+                                              "dpctl show BootMode --json"}});
     const auto names = add_name_arguments(command);
     add_file_options(command, request);
     command.on_selected([&request, names] {

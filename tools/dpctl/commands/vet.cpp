@@ -16,7 +16,7 @@ namespace {
 using dp_support::command_line;
 using dp_support::json_value;
 
-constexpr std::size_t label_width = 16;
+constexpr std::size_t vet_label_width = 16;
 
 std::string hexadecimal(std::uint32_t flag) {
     std::array<char, 16> text{};
@@ -26,16 +26,17 @@ std::string hexadecimal(std::uint32_t flag) {
 
 void show(const std::string& command, const vetting& result, report& rep) {
     if (!result.examined.empty() && result.examined != command) {
-        rep.item(label_width, "  Examined", in_quotes(result.examined));
+        rep.item(vet_label_width, "  Examined", in_quotes(result.examined));
     }
     for (std::size_t i = 0; i < result.parameters.size(); ++i) {
-        rep.item(label_width, "  Parameter " + std::to_string(i), in_quotes(result.parameters[i]));
+        rep.item(vet_label_width, "  Parameter " + std::to_string(i),
+                 in_quotes(result.parameters[i]));
     }
     for (const auto& redirection : result.redirections) {
-        rep.item(label_width, "  Redirection", describe(redirection));
+        rep.item(vet_label_width, "  Redirection", describe(redirection));
     }
     if (result.accepted) {
-        rep.item(label_width, "  Flag",
+        rep.item(vet_label_width, "  Flag",
                  hexadecimal(result.flag) + ": " + describe_flag(result.flag));
     }
 }

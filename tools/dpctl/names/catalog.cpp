@@ -5,9 +5,20 @@
 #include <utility>
 
 #include "support/suggestions.hpp"
+#include "tools/dpctl/names/name_pattern.hpp"
 #include "tools/dpctl/output/printable_text.hpp"
 
 namespace dpctl {
+namespace {
+
+bool is_match(const setting_ref& setting, const std::string& pattern) {
+    const std::string name = setting.name();
+    const std::string_view inner =
+        std::string_view(name).substr(setting.collection->name().size() + 1);
+    return matches_pattern(name, pattern) || matches_pattern(inner, pattern);
+}
+
+}  // namespace
 
 catalog::catalog(attribute_source& source) : source_(source), collections_(source.collections()) {
     for (const auto& name : collections_) {
@@ -74,6 +85,31 @@ std::variant<setting_ref, unknown_name> catalog::find_setting(const std::string&
                             printable(dp_support::enumerate(collections, " and ")) + "; use " +
                             printable(dp_support::enumerate(names, " or ")),
                         {}};
+}
+
+std::vector<setting_ref> catalog::match_settings(const std::string& pattern) {
+    std::vector<setting_ref> found;
+    for (const auto& name : collections_) {
+        for (setting_ref& setting : view(name).settings()) {
+            if (is_match(setting, pattern)) {
+                found.push_back(std::move(setting));
+            }
+        }
+    }
+    return found;
+}
+
+std::vector<setting_ref> catalog::match_attributes(const std::string& pattern) {
+    std::vector<setting_ref> found;
+    for (const auto& name : collections_) {
+        for (const dp_attribute& attribute : view(name).attributes()) {
+            setting_ref setting{&view(name), &attribute, {}};
+            if (is_match(setting, pattern)) {
+                found.push_back(std::move(setting));
+            }
+        }
+    }
+    return found;
 }
 
 unknown_name catalog::explain_unknown(const std::string& text) {

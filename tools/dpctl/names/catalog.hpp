@@ -34,6 +34,13 @@ class catalog {
     /// omitted if only one collection has such an attribute.
     std::variant<setting_ref, unknown_name> find_setting(const std::string& text);
 
+    /// The settings whose name matches `pattern`, with or without the collection, in the order of
+    /// the collections and attributes.
+    std::vector<setting_ref> match_settings(const std::string& pattern);
+
+    /// The same for attributes, without instances.
+    std::vector<setting_ref> match_attributes(const std::string& pattern);
+
   private:
     const collection_view& view(const std::string& name);
     [[nodiscard]] bool is_collection(std::string_view name) const;

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -11,6 +12,8 @@
 
 #include "common/fixed_paths.hpp"
 #include "support/suggestions.hpp"
+#include "tools/dpctl/names/name_pattern.hpp"
+#include "tools/dpctl/output/printable_text.hpp"
 
 namespace dpctl {
 namespace {
@@ -18,6 +21,36 @@ namespace {
 std::vector<std::string> suggestion_hints(const unknown_name& unknown) {
     const std::string question = dp_support::did_you_mean(unknown.suggestions);
     return question.empty() ? std::vector<std::string>{} : std::vector<std::string>{question};
+}
+
+const collection_view* collection_or_problem(catalog& names, const std::string& name, report& rep) {
+    const auto found = names.find_collection(name);
+    if (const auto* const unknown = std::get_if<unknown_name>(&found)) {
+        auto hints = suggestion_hints(*unknown);
+        hints.emplace_back("\"dpctl collections\" lists them all.");
+        rep.problem(unknown->reason, hints);
+        return nullptr;
+    }
+    return std::get<const collection_view*>(found);
+}
+
+// Reports it when there are none.
+std::vector<setting_ref> matches_or_problem(std::vector<setting_ref> found,
+                                            const std::string& pattern, report& rep) {
+    if (found.empty()) {
+        rep.problem("no setting matches " + in_quotes(pattern));
+    }
+    return found;
+}
+
+// The name of an attribute may itself contain the characters of patterns.
+bool is_pattern_only(catalog& names, const std::string& text) {
+    if (!is_pattern(text)) {
+        return false;
+    }
+    const auto found = names.find_setting(text);
+    const auto* const setting = std::get_if<setting_ref>(&found);
+    return setting == nullptr || is_pattern(setting->instance);
 }
 
 }  // namespace
@@ -62,17 +95,24 @@ bool have_collections(const catalog& names, const session& service, report& rep)
 
 const collection_view* find_collection(catalog& names, const session& service,
                                        const std::string& name, report& rep) {
+    return have_collections(names, service, rep) ? collection_or_problem(names, name, rep)
+                                                 : nullptr;
+}
+
+std::vector<const collection_view*> find_collections(catalog& names, const session& service,
+                                                     const std::vector<std::string>& wanted,
+                                                     report& rep) {
+    std::vector<const collection_view*> found;
     if (!have_collections(names, service, rep)) {
-        return nullptr;
+        return found;
     }
-    const auto found = names.find_collection(name);
-    if (const auto* const unknown = std::get_if<unknown_name>(&found)) {
-        auto hints = suggestion_hints(*unknown);
-        hints.emplace_back("\"dpctl collections\" lists them all.");
-        rep.problem(unknown->reason, hints);
-        return nullptr;
+    for (const std::string& name : wanted.empty() ? names.collections() : wanted) {
+        const collection_view* const view = collection_or_problem(names, name, rep);
+        if (view != nullptr && std::find(found.begin(), found.end(), view) == found.end()) {
+            found.push_back(view);
+        }
     }
-    return std::get<const collection_view*>(found);
+    return found;
 }
 
 std::optional<setting_ref> find_setting(catalog& names, const std::string& text, report& rep,
@@ -83,6 +123,24 @@ std::optional<setting_ref> find_setting(catalog& names, const std::string& text,
         return std::nullopt;
     }
     return std::get<setting_ref>(std::move(found));
+}
+
+std::vector<setting_ref> find_settings(catalog& names, const std::string& text, report& rep) {
+    if (is_pattern_only(names, text)) {
+        return matches_or_problem(names.match_settings(text), text, rep);
+    }
+    const auto setting = find_setting(names, text, rep);
+    return setting ? setting->all() : std::vector<setting_ref>{};
+}
+
+std::vector<setting_ref> find_attributes(catalog& names, const std::string& text, report& rep) {
+    if (is_pattern_only(names, text)) {
+        auto found = names.match_attributes(text);
+        return matches_or_problem(found.empty() ? names.match_settings(text) : std::move(found),
+                                  text, rep);
+    }
+    auto setting = find_setting(names, text, rep);
+    return setting ? std::vector<setting_ref>{std::move(*setting)} : std::vector<setting_ref>{};
 }
 
 }  // namespace dpctl

@@ -73,6 +73,13 @@ std::string hexadecimal(char32_t value, std::size_t least_digits) {
     return digits;
 }
 
+std::size_t width_of(const utf8::character& c) {
+    if (contains(zero_width, c.code)) {
+        return 0;
+    }
+    return contains(double_width, c.code) ? 2U : 1U;
+}
+
 }  // namespace
 
 std::string printable(std::string_view text) {
@@ -105,9 +112,7 @@ std::size_t display_width(std::string_view text) {
     std::size_t width = 0;
     while (!text.empty()) {
         const utf8::character c = utf8::first_character(text);
-        if (!contains(zero_width, c.code)) {
-            width += contains(double_width, c.code) ? 2U : 1U;
-        }
+        width += width_of(c);
         text.remove_prefix(std::max<std::size_t>(c.length, 1));
     }
     return width;
@@ -115,6 +120,23 @@ std::size_t display_width(std::string_view text) {
 
 std::string padded(std::string_view text, std::size_t width) {
     return std::string(text) + std::string(width - std::min(width, display_width(text)), ' ');
+}
+
+std::string shortened(std::string_view text, std::size_t width) {
+    if (display_width(text) <= width) {
+        return std::string(text);
+    }
+    constexpr std::string_view mark = "…";
+    std::size_t end = 0;
+    for (std::size_t columns = 1; end < text.size();) {
+        const utf8::character c = utf8::first_character(text.substr(end));
+        columns += width_of(c);
+        if (columns > width) {
+            break;
+        }
+        end += std::max<std::size_t>(c.length, 1);
+    }
+    return std::string(text.substr(0, end)) + std::string(width == 0 ? "" : mark);
 }
 
 std::string_view without_partial_character(std::string_view text) {

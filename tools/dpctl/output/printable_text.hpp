@@ -22,6 +22,9 @@ std::size_t display_width(std::string_view text);
 /// `text`, which is `printable`, with spaces added up to `width` columns.
 std::string padded(std::string_view text, std::size_t width);
 
+/// `text`, which is `printable`, in at most `width` columns: a longer one ends with "…".
+std::string shortened(std::string_view text, std::size_t width);
+
 /// `text` without an incomplete UTF-8 character at its end.
 std::string_view without_partial_character(std::string_view text);
 

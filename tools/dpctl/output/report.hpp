@@ -3,12 +3,15 @@
 
 #include <cstddef>
 #include <iosfwd>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "support/json.hpp"
 #include "support/program_main.hpp"
+#include "support/terminal.hpp"
+#include "tools/dpctl/output/text_style.hpp"
 
 namespace dpctl {
 
@@ -25,20 +28,33 @@ inline constexpr int changed = 4;        ///< what was watched has changed
 /// error. All text is made `printable`.
 class report {
   public:
-    report(std::ostream& out, std::ostream& err, bool as_json);
+    /// @param screen  the terminal that `out` is
+    report(std::ostream& out, std::ostream& err, bool as_json,
+           const dp_support::terminal& screen = {});
     report(const report&) = delete;
     report& operator=(const report&) = delete;
     ~report() = default;
 
     [[nodiscard]] bool as_json() const { return as_json_; }
 
+    /// The terminal that the text goes to, if it goes to one.
+    [[nodiscard]] const dp_support::terminal& screen() const { return screen_; }
+
+    /// Declares that the text may be longer than the screen. On a terminal it is shown at the end,
+    /// through the pager if it is longer, and the problems after it.
+    void allow_pager();
+
     /// The document to fill; it is printed if `as_json`.
     [[nodiscard]] dp_support::json_value& document() { return document_; }
 
     /// A line, or a table, of the result; nothing if `as_json`.
-    void line(std::string_view text);
-    /// A line of a label, filled with spaces up to a width in columns, and a text.
-    void item(std::size_t label_width, std::string_view label, std::string_view text);
+    void line(std::string_view text, text_style style = text_style::plain);
+    /// Several lines, each with its newline.
+    void lines(std::string_view text);
+    /// A line of a label, filled with spaces up to a width in columns, and a text, which is wrapped
+    /// on a terminal.
+    void item(std::size_t label_width, std::string_view label, std::string_view text,
+              text_style style = text_style::plain);
     void show(const table& rows);
 
     /// Declares that the result is a sequence of `event`s instead of a document.
@@ -62,7 +78,7 @@ class report {
     void problem(const std::string& reason, const std::vector<std::string>& hints = {});
 
     /// A `problem` of the command line: the exit code is that of wrong usage.
-    void usage_problem(const std::string& reason);
+    void usage_problem(const std::string& reason, const std::vector<std::string>& hints = {});
 
     /// An indented line after the last note or problem.
     void hint(std::string_view text);
@@ -74,13 +90,23 @@ class report {
     void end_with(int code) { code_ = code; }
 
     /// Prints the document if `as_json`; after events, only if there were problems. Returns the
-    /// exit code: `failed` if there was a problem or a part of the output was lost.
+    /// exit code: `failed` if there was a problem or a part of the output was lost, `wrong_usage`
+    /// after a `usage_problem`.
     int finish();
 
   private:
+    [[nodiscard]] std::ostream& text_out();
+    void show_page();
+    void write_error(const std::string& text);
+
     std::ostream& out_;
     std::ostream& err_;
     bool as_json_;
+    dp_support::terminal screen_;
+    bool has_pager_ = false;
+    bool is_problem_last_ = false;  // hints belong to a problem, not to a note
+    std::ostringstream page_;       // what is shown at the end
+    std::string page_errors_;       // and after it
     bool has_events_ = false;
     int code_ = dp_support::exit_code::done;
     int failure_code_ = dp_support::exit_code::failed;

@@ -15,7 +15,7 @@ using std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds probe_pause(10);
 constexpr std::chrono::milliseconds watch_pause(50);
-constexpr std::chrono::milliseconds until_lock_notice(500);
+constexpr std::chrono::milliseconds until_lock_notice(2000);
 
 dp_support::file_descriptor open_probe(const std::string& path) {
     return dp_support::file_descriptor(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));

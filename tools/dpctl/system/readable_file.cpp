@@ -6,7 +6,7 @@
 #include <cerrno>
 
 #include "support/file_descriptor.hpp"
-#include "support/result.hpp"
+#include "tools/dpctl/system/denied_access.hpp"
 
 namespace dpctl {
 
@@ -23,7 +23,9 @@ std::string why_unreadable(const std::string& path) {
             return {};
         }
     }
-    return errno == ENOENT ? std::string() : dp_support::system_failure("read", path, errno).reason;
+    const int error = errno;
+    return error == ENOENT ? std::string()
+                           : "cannot read " + path + ": " + explain_denied_access(path, error);
 }
 
 }  // namespace dpctl

@@ -5,8 +5,8 @@
 
 namespace dpctl {
 
-/// Why the file `path` cannot be read, with its name: it is not a regular file, or the system's
-/// reason, as "permission denied". Empty when it can be read, and also when it does not exist.
+/// Why the file `path` cannot be read, with its name: it is not a regular file, or as
+/// `explain_denied_access` says. Empty when it can be read, and also when it does not exist.
 std::string why_unreadable(const std::string& path);
 
 }  // namespace dpctl

@@ -11,6 +11,7 @@
 
 #include "common/io_loops.hpp"
 #include "support/file_descriptor.hpp"
+#include "tools/dpctl/system/denied_access.hpp"
 
 namespace dpctl {
 namespace {
@@ -40,7 +41,9 @@ file_snapshot read_once(const std::string& path, std::size_t limit) {
     // O_NONBLOCK: otherwise open() waits for the writer of a pipe.
     const dp_support::file_descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file.is_open()) {
-        return errno == ENOENT ? file_snapshot{} : failure(path, std::strerror(errno));
+        const int error = errno;
+        return error == ENOENT ? file_snapshot{}
+                               : failure(path, explain_denied_access(path, error));
     }
     struct stat status {};
     if (fstat(file.get(), &status) != 0) {

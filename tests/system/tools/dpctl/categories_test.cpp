@@ -96,7 +96,7 @@ TEST_F(dpctl_categories, fails_without_permission_to_read_the_file) {
     std::filesystem::permissions(test::root(), std::filesystem::perms(0755));
     const auto result = test::run_program_unprivileged("dpctl", {"categories"});
     EXPECT_EQ(result.exit_code, 1);
-    EXPECT_EQ(result.err, "dpctl: cannot read " + file_ + ": Permission denied\n");
+    EXPECT_EQ(result.err, "dpctl: cannot read " + file_ + ": permission denied: run as root\n");
 }
 
 TEST_F(dpctl_categories, shows_no_raw_control_bytes_from_the_file) {

@@ -2,11 +2,13 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "tests/support/dpctl.hpp"
 #include "tests/support/scratch_files.hpp"
+#include "tests/system/tools/dpctl/dpctl_json.hpp"
 #include "tests/system/tools/dpctl/sample_server_files.hpp"
 
 namespace {
@@ -42,10 +44,12 @@ TEST_F(dpctl_command_line, ends_with_2_after_wrong_usage) {
     const std::vector<std::vector<std::string>> wrong{
         {},
         {"frobnicate"},
-        {"list"},
-        {"list", "Boot", "Memory"},
+        {"list", "--read-only", "--writable"},
+        {"list", "--sort", "size"},
         {"show"},
         {"get"},
+        {"get", "--all", "Boot.Mode"},
+        {"help", "frobnicate"},
         {"get", "Boot.Mode", "--frobnicate"},
         {"set"},
         {"set", "Boot.Mode"},
@@ -69,6 +73,23 @@ TEST_F(dpctl_command_line, ends_with_2_after_wrong_usage) {
     }
 }
 
+TEST_F(dpctl_command_line, prints_a_document_after_wrong_usage) {
+    EXPECT_EQ(test::dpctl_json({"lsit", "Boot"}, 2)["errors"],
+              nlohmann::json({"The following argument was not expected: lsit"}));
+    EXPECT_EQ(test::dpctl_json({}, 2)["errors"], nlohmann::json({"A subcommand is required"}));
+    EXPECT_EQ(dpctl({"lsit", "--json"}).err,
+              "dpctl: The following argument was not expected: lsit\n"
+              "  did you mean list?\n"
+              "  Run with --help for more information.\n");
+    EXPECT_EQ(dpctl({"lsit", "--", "--json"}).out, "");
+}
+
+TEST_F(dpctl_command_line, prints_help_and_version_as_documents) {
+    EXPECT_EQ(test::dpctl_json({"help", "get"})["help"], dpctl({"get", "--help"}).out);
+    EXPECT_EQ(test::dpctl_json({"--version"})["version"].get<std::string>() + '\n',
+              dpctl({"--version"}).out);
+}
+
 TEST_F(dpctl_command_line, refuses_file_names_that_a_shell_could_misread) {
     for (const char* const name :
          {"", "-rf", "a b", "a;b", "$(touch x)", "`x`", "a|b", "a&b", "a>b", "a'b", "a\"b", "a*b",
@@ -86,6 +107,7 @@ TEST_F(dpctl_command_line, has_a_help_with_examples_and_exit_codes_for_every_sub
     EXPECT_THAT(dpctl({"--help"}).out, Not(HasSubstr("complete ")));
     for (const char* const name : {"collections", "list", "show", "get", "set", "reset", "check",
                                    "status", "history", "categories", "vet"}) {
+        EXPECT_EQ(dpctl({"help", name}).out, dpctl({name, "--help"}).out);
         const auto result = dpctl({name, "--help"});
         EXPECT_EQ(result.exit_code, 0);
         EXPECT_THAT(result.out, HasSubstr("Examples:\n  dpctl " + std::string(name)));
@@ -104,11 +126,21 @@ TEST_F(dpctl_command_line, accepts_the_name_of_a_subcommand_as_a_collection) {
 
 TEST_F(dpctl_command_line, prints_completions) {
     EXPECT_EQ(dpctl({"complete", "collections"}).out, "Boot\nMemory\n");
-    EXPECT_EQ(dpctl({"complete", "names", "B"}).out, "Boot.\nMemory.\n");
+    EXPECT_EQ(dpctl({"complete", "collections", "M"}).out, "Memory\n");
+    EXPECT_EQ(dpctl({"complete", "names", ""}).out, "Boot.\nMemory.\n");
+    EXPECT_EQ(dpctl({"complete", "names", "B"}).out, "Boot.\n");
+    EXPECT_EQ(dpctl({"complete", "names", "O"}).out, "Order.1\nOrder.2\n");
+    EXPECT_EQ(dpctl({"complete", "names", "Order."}).out, "Order.1\nOrder.2\n");
+    EXPECT_EQ(dpctl({"complete", "names", "S"}).out, "Serial\nSpeed\n");
+    EXPECT_EQ(dpctl({"complete", "names", "Mo"}).out, "") << "two collections have it";
     EXPECT_EQ(dpctl({"complete", "names", "Boot.O"}).out, "Boot.Order.1\nBoot.Order.2\n");
     EXPECT_EQ(dpctl({"complete", "values", "Boot.Mode"}).out, "Legacy\nUEFI\nFast Boot\n");
     EXPECT_EQ(dpctl({"complete", "values", "Boot.Delay"}).out, "");
     EXPECT_EQ(dpctl({"complete", "values", "Nix"}).out, "");
+    EXPECT_THAT(dpctl({"complete", "subcommands"}).out, testing::StartsWith("collections\nlist\n"));
+    EXPECT_THAT(dpctl({"complete", "subcommands"}).out, Not(HasSubstr("complete")));
+    EXPECT_EQ(dpctl({"complete", "options", "vet"}).out, "--help\n--json\n");
+    EXPECT_EQ(dpctl({"complete", "options", "nix"}).out, "");
 }
 
 }  // namespace

@@ -77,7 +77,7 @@ class bash_completion : public testing::Test {
 TEST_F(bash_completion, offers_subcommands) {
     EXPECT_THAT(complete({"s"}), UnorderedElementsAre("show", "set", "status"));
     EXPECT_THAT(complete({"c"}), UnorderedElementsAre("collections", "check", "categories"));
-    EXPECT_THAT(complete({"a"}), ElementsAre("alerts"));
+    EXPECT_THAT(complete({"a"}), UnorderedElementsAre("alerts", "apply"));
     EXPECT_THAT(complete({"v"}), ElementsAre("vet"));
     EXPECT_THAT(complete({"--v"}), ElementsAre("--version"));
     EXPECT_THAT(complete({""}), testing::Contains("collections"));
@@ -99,8 +99,10 @@ TEST_F(bash_completion, waits_for_no_lock) {
 }
 
 TEST_F(bash_completion, offers_options) {
-    EXPECT_THAT(complete({"get", "--c"}), ElementsAre("--current-file", "--current"));
-    EXPECT_THAT(complete({"list", "--c"}), ElementsAre("--current-file"));
+    EXPECT_THAT(complete({"get", "--c"}), UnorderedElementsAre("--current-file", "--current"));
+    EXPECT_THAT(complete({"list", "--c"}), UnorderedElementsAre("--changed", "--current-file"));
+    EXPECT_THAT(complete({"list", "--sort", ""}), ElementsAre("menu", "name"));
+    EXPECT_THAT(complete({"list", "--match", ""}), IsEmpty());
     EXPECT_THAT(complete({"list", "--lock-timeout", "3", "Bo"}), ElementsAre("Boot"));
     EXPECT_THAT(complete({"show", "--l"}), ElementsAre("--lock-timeout"));
     EXPECT_THAT(complete({"check", "Boot", "--w"}), ElementsAre("--wait"));
@@ -113,11 +115,18 @@ TEST_F(bash_completion, offers_options) {
                 UnorderedElementsAre("--help", "--json", "--last", "--file"));
 }
 
+TEST_F(bash_completion, offers_the_topics_of_the_help) {
+    EXPECT_THAT(complete({"help", "sh"}), ElementsAre("show"));
+    EXPECT_THAT(complete({"help", "show", ""}), IsEmpty());
+    EXPECT_THAT(complete({"he"}), ElementsAre("help"));
+}
+
 TEST_F(bash_completion, offers_collections) {
     EXPECT_THAT(complete({"list", ""}), ElementsAre("Boot", "Memory"));
-    EXPECT_THAT(complete({"reset", "--json", "M"}), ElementsAre("Memory"));
+    EXPECT_THAT(complete({"reset", "--json", "Mem"}), ElementsAre("Memory", "Memory."));
     EXPECT_THAT(complete({"check", "--wait", "9", "B"}), ElementsAre("Boot"));
-    EXPECT_THAT(complete({"list", "Boot", ""}), IsEmpty());
+    EXPECT_THAT(complete({"list", "Boot", ""}), ElementsAre("Memory"));
+    EXPECT_THAT(complete({"check", "Boot", ""}), IsEmpty());
 }
 
 TEST_F(bash_completion, offers_nothing_for_a_number_or_a_command_line) {
@@ -137,6 +146,9 @@ TEST_F(bash_completion, offers_names) {
     EXPECT_THAT(complete({"set", "Boot.D"}), ElementsAre("Boot.Delay="));
     EXPECT_THAT(complete({"set", "B"}), ElementsAre("Boot."));
     EXPECT_THAT(complete({"get", "Nix."}), IsEmpty());
+    EXPECT_THAT(complete({"get", "Del"}), ElementsAre("Delay"));
+    EXPECT_THAT(complete({"set", "Del"}), ElementsAre("Delay="));
+    EXPECT_THAT(complete({"set", "Delay=5", "Speed", "="}), IsEmpty());
     EXPECT_THAT(complete({"history", "--last", "3", "Boot.D"}), ElementsAre("Boot.Delay"));
     EXPECT_THAT(complete({"history", "--last", ""}), IsEmpty());
     EXPECT_THAT(complete({"status", ""}), IsEmpty());

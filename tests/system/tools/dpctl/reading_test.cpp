@@ -22,7 +22,9 @@ namespace {
 using nlohmann::json;
 using test::dpctl;
 using test::dpctl_json;
+using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
 
@@ -58,7 +60,7 @@ TEST_F(dpctl_list, lists_settings_with_both_values_and_notes) {
               "Boot.Order.1  string       Disk     Disk\n"
               "Boot.Order.2  string       Net      Net\n");
     const json listed = dpctl_json({"list", "Boot"});
-    EXPECT_EQ(listed["collection"], "Boot");
+    EXPECT_EQ(listed["collections"], json({"Boot"}));
     ASSERT_THAT(listed["settings"], SizeIs(6));
     EXPECT_EQ(listed["settings"][0],
               json::parse(R"({"name": "Boot.Mode", "type": "enumeration", "read_only": false,
@@ -70,6 +72,97 @@ TEST_F(dpctl_list, marks_nothing_without_a_current_values_file) {
     std::filesystem::remove(test::root() + "/var/dp/uefi_current.txt");
     EXPECT_THAT(dpctl({"list", "Boot"}).out, HasSubstr("Boot.Mode     enumeration  Legacy   -\n"));
     EXPECT_EQ(dpctl_json({"list", "Boot"})["settings"][0]["current"], nullptr);
+}
+
+// The names of the settings that are listed.
+std::vector<std::string> listed_names(const std::vector<std::string>& arguments) {
+    std::vector<std::string> words{"list"};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<std::string> names;
+    const json document = dpctl_json(words);
+    for (const auto& setting : document["settings"]) {
+        names.push_back(setting["name"]);
+    }
+    return names;
+}
+
+TEST_F(dpctl_list, lists_several_or_all_collections) {
+    EXPECT_THAT(listed_names({}), SizeIs(8));
+    EXPECT_EQ(listed_names({"--all"}), listed_names({}));
+    EXPECT_EQ(listed_names({"Boot", "Memory"}), listed_names({}));
+    EXPECT_EQ(listed_names({"Memory", "Memory"}), listed_names({"Memory"}));
+    EXPECT_EQ(dpctl_json({"list"})["collections"], json({"Boot", "Memory"}));
+}
+
+TEST_F(dpctl_list, lists_known_collections_and_reports_unknown_ones) {
+    const auto result = dpctl({"list", "Memory", "Bot"});
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_THAT(result.out, HasSubstr("Memory.Mode"));
+    EXPECT_THAT(result.err, HasSubstr("there is no collection \"Bot\""));
+}
+
+TEST_F(dpctl_list, selects_settings_by_their_state) {
+    EXPECT_THAT(listed_names({"--changed"}), ElementsAre("Boot.Mode"));
+    EXPECT_THAT(listed_names({"Memory", "--changed"}), IsEmpty());
+    EXPECT_THAT(listed_names({"--non-default"}),
+                ElementsAre("Boot.Mode", "Boot.Serial", "Boot.Order.2", "Memory.Speed"));
+    EXPECT_THAT(listed_names({"--read-only"}), ElementsAre("Boot.Serial"));
+    EXPECT_THAT(listed_names({"--writable", "--non-default"}),
+                ElementsAre("Boot.Mode", "Boot.Order.2", "Memory.Speed"));
+    const auto none = dpctl({"list", "Memory", "--changed"});
+    EXPECT_EQ(none.exit_code, 0);
+    EXPECT_EQ(none.out, "No settings match.\n");
+}
+
+TEST_F(dpctl_list, selects_settings_by_their_names) {
+    EXPECT_THAT(listed_names({"--match", "mode"}), ElementsAre("Boot.Mode", "Memory.Mode"));
+    EXPECT_THAT(listed_names({"--match", "O*.?"}), ElementsAre("Boot.Order.1", "Boot.Order.2"));
+    EXPECT_THAT(listed_names({"--match", "boot.order.*"}),
+                ElementsAre("Boot.Order.1", "Boot.Order.2"));
+    EXPECT_THAT(listed_names({"--match", "Mo"}),
+                ElementsAre("Boot.Mode", "Memory.Mode", "Memory.Speed"));
+}
+
+TEST_F(dpctl_list, sorts_by_name) {
+    EXPECT_THAT(listed_names({"Boot", "--sort", "name"}),
+                ElementsAre("Boot.Delay", "Boot.Mode", "Boot.Order.1", "Boot.Order.2",
+                            "Boot.Serial", "Boot.Tag"));
+    EXPECT_EQ(listed_names({"Boot", "--sort", "menu"}), listed_names({"Boot"}));
+}
+
+TEST_F(dpctl_show, shows_all_attributes_that_match_a_pattern) {
+    const json shown = dpctl_json({"show", "Boot.*e*", "*Speed"})["attributes"];
+    std::vector<std::string> names;
+    for (const auto& attribute : shown) {
+        names.push_back(attribute["name"]);
+    }
+    EXPECT_THAT(
+        names, ElementsAre("Boot.Mode", "Boot.Delay", "Boot.Serial", "Boot.Order", "Memory.Speed"));
+    EXPECT_THAT(dpctl({"show", "Order.*"}).out, testing::StartsWith("Boot.Order.1\n"));
+    EXPECT_EQ(dpctl({"show", "Nix*"}).err, "dpctl: no setting matches \"Nix*\"\n");
+}
+
+TEST_F(dpctl_get, prints_all_values_that_match_a_pattern) {
+    EXPECT_EQ(dpctl({"get", "Boot.O*", "Order.?"}).out, "Boot.Order.1=Disk\nBoot.Order.2=Net\n");
+    EXPECT_EQ(dpctl({"get", "*Mode"}).out, "Boot.Mode=Legacy\nMemory.Mode=A\n");
+    EXPECT_EQ(dpctl({"get", "Nix.*"}).exit_code, 1);
+    EXPECT_THAT(dpctl_json({"get", "--all"})["settings"], SizeIs(8));
+    EXPECT_THAT(dpctl({"get", "--all", "--current"}).out,
+                testing::StartsWith("Boot.Mode=UEFI\nBoot.Delay=10\n"));
+}
+
+TEST_F(dpctl_get, leaves_out_settings_without_a_value_that_are_not_named) {
+    server_.install(
+        {{"Boot.A", {{"type", "4"}}, "(none)", ""}, {"Boot.B", {{"type", "4"}}, "1", "1"}});
+    EXPECT_EQ(dpctl({"get", "--all"}).out, "Boot.B=1\n");
+    EXPECT_EQ(dpctl({"get", "--all"}).exit_code, 0);
+    EXPECT_EQ(dpctl({"get", "Boot.A"}).exit_code, 1);
+}
+
+TEST_F(dpctl_get, accepts_a_name_with_the_characters_of_a_pattern) {
+    server_.install(
+        {{"Boot.A*", {{"type", "4"}}, "1", "1"}, {"Boot.AB", {{"type", "4"}}, "2", "2"}});
+    EXPECT_EQ(dpctl({"get", "Boot.A*"}).out, "Boot.A*=1\n");
 }
 
 TEST_F(dpctl_show, shows_an_attribute) {
@@ -333,7 +426,20 @@ class dpctl_without_permission : public dpctl_reading {
 
 TEST_F(dpctl_without_permission, reports_an_unreadable_settings_file) {
     deny(settings_file);
-    expect_failures(reading_commands, "cannot read " + settings_file + ": Permission denied");
+    expect_failures(reading_commands,
+                    "cannot read " + settings_file + ": permission denied: run as root");
+}
+
+TEST_F(dpctl_without_permission, names_the_group_that_has_access) {
+    constexpr gid_t group = 4711;
+    const std::string folder = test::root() + "/var/dp";
+    ASSERT_EQ(chown(folder.c_str(), 0, group), 0);
+    std::filesystem::permissions(folder, std::filesystem::perms(0750));
+    expect_failures(
+        reading_commands,
+        "cannot read " + template_file + ": permission denied: run as root or join the group 4711");
+    EXPECT_THAT(test::run_program_unprivileged("dpctl", {"history"}).err,
+                HasSubstr("permission denied: run as root or join the group 4711"));
 }
 
 TEST_F(dpctl_without_permission, reports_an_unreadable_current_values_file) {
@@ -343,30 +449,35 @@ TEST_F(dpctl_without_permission, reports_an_unreadable_current_values_file) {
                      {"show", "Boot.Mode"},
                      {"get", "--current", "Boot.Mode"},
                      {"set", "Boot.Mode=UEFI"}},
-                    "cannot read " + current_file + ": Permission denied");
+                    "cannot read " + current_file + ": permission denied: run as root");
     EXPECT_EQ(test::run_program_unprivileged("dpctl", {"get", "Boot.Mode"}).exit_code, 0);
 }
 
 TEST_F(dpctl_without_permission, reports_an_unreadable_template) {
     deny(template_file);
-    expect_failures(reading_commands, "cannot read " + template_file + ": Permission denied");
+    expect_failures(reading_commands,
+                    "cannot read " + template_file + ": permission denied: run as root");
 }
 
 TEST_F(dpctl_without_permission, reports_an_unreadable_expansion_of_the_template) {
     deny(test::root() + "/tmp/dp/uefi_info.txt");
-    expect_failures({{"list", "Boot"}, {"show", "Boot.Mode"}, {"get", "Boot.Mode"}},
-                    "cannot read " + test::root() + "/tmp/dp/uefi_info.txt: Permission denied");
+    expect_failures(
+        {{"list", "Boot"}, {"show", "Boot.Mode"}, {"get", "Boot.Mode"}},
+        "cannot read " + test::root() + "/tmp/dp/uefi_info.txt: permission denied: run as root");
     deny(test::root() + "/tmp/dp/uefi_configs.txt");
-    expect_failures(reading_commands,
-                    "cannot read " + test::root() + "/tmp/dp/uefi_configs.txt: Permission denied");
+    expect_failures(
+        reading_commands,
+        "cannot read " + test::root() + "/tmp/dp/uefi_configs.txt: permission denied: run as root");
 }
 
 TEST_F(dpctl_without_permission, reports_folders_that_it_may_not_enter) {
     deny(test::root() + "/tmp/dp");
-    expect_failures(reading_commands,
-                    "cannot read " + test::root() + "/tmp/dp/uefi_configs.txt: Permission denied");
+    expect_failures(
+        reading_commands,
+        "cannot read " + test::root() + "/tmp/dp/uefi_configs.txt: permission denied: run as root");
     deny(test::root() + "/var/dp");
-    expect_failures(reading_commands, "cannot read " + template_file + ": Permission denied");
+    expect_failures(reading_commands,
+                    "cannot read " + template_file + ": permission denied: run as root");
 }
 
 TEST_F(dpctl_reading, reports_folders_and_devices_in_the_place_of_files) {

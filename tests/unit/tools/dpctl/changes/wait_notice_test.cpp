@@ -11,6 +11,8 @@
 #include <streambuf>
 #include <string>
 
+#include "tools/dpctl/output/printable_text.hpp"
+
 namespace dpctl {
 namespace {
 
@@ -46,9 +48,17 @@ class awaited_text final : public std::streambuf {
     std::string text_;
 };
 
+constexpr dp_support::terminal no_terminal;
+constexpr dp_support::terminal wide_terminal{60, 24, false};
+
+// What a terminal shows of `text` after its last "\r".
+std::string last_line(const std::string& text) {
+    return text.substr(text.rfind('\r') + 1);
+}
+
 TEST(wait_notice, is_a_plain_line_without_a_terminal) {
     std::ostringstream err;
-    { const wait_notice notice(err, false, "waiting"); }
+    { const wait_notice notice(err, no_terminal, "waiting"); }
     EXPECT_EQ(err.str(), "dpctl: waiting\n");
 }
 
@@ -57,45 +67,89 @@ TEST(wait_notice, counts_seconds_on_a_terminal_and_removes_its_line) {
     std::ostream err(&written);
     double seconds = 0;
     {
-        const wait_notice notice(err, true, "waiting");
-        EXPECT_TRUE(written.wait_for("1 s"));
+        const wait_notice notice(err, wide_terminal, "waiting");
+        EXPECT_TRUE(written.wait_for("dpctl: waiting ... 1 s"));
         seconds = notice.seconds();
     }
-    EXPECT_TRUE(written.text().starts_with("\rdpctl: waiting ... 0 s\rdpctl: waiting ... 1 s"))
-        << written.text();
-    EXPECT_TRUE(written.text().ends_with("\r\x1b[K"));
+    EXPECT_TRUE(written.text().starts_with("\rdpctl: waiting ... ")) << written.text();
+    EXPECT_EQ(last_line(written.text()), "");
+    EXPECT_TRUE(written.text().ends_with("\r                      \r")) << written.text();
     EXPECT_GE(seconds, 1);
 }
 
 TEST(wait_notice, with_a_delay_shows_only_announcements_without_a_terminal) {
-    std::ostringstream err;
+    awaited_text written;
+    std::ostream err(&written);
     {
-        wait_notice notice(err, false, "waiting", std::chrono::hours(1));
+        wait_notice notice(err, no_terminal, "waiting", std::chrono::milliseconds(1));
         notice.update("updated");
+        notice.progress(1, 2);
         notice.announce("announced");
+        EXPECT_TRUE(written.wait_for("announced\n"));
+        notice.announce("again");
+        EXPECT_TRUE(written.wait_for("again\n"));
     }
-    EXPECT_EQ(err.str(), "dpctl: announced\n");
+    EXPECT_EQ(written.text(), "dpctl: announced\ndpctl: again\n");
 }
 
-TEST(wait_notice, that_ends_before_its_delay_shows_nothing_on_a_terminal) {
-    std::ostringstream err;
-    {
-        wait_notice notice(err, true, "waiting", std::chrono::hours(1));
-        notice.announce("announced");
+TEST(wait_notice, that_ends_before_its_delay_shows_nothing) {
+    for (const auto& shown_on : {wide_terminal, no_terminal}) {
+        std::ostringstream err;
+        {
+            wait_notice notice(err, shown_on, "waiting", std::chrono::hours(1));
+            notice.announce("announced");
+            notice.progress(1, 100);
+        }
+        EXPECT_EQ(err.str(), "");
     }
-    EXPECT_EQ(err.str(), "");
 }
 
 TEST(wait_notice, replaces_its_text_on_a_terminal) {
     awaited_text written;
     std::ostream err(&written);
     {
-        wait_notice notice(err, true, "a long text");
-        EXPECT_TRUE(written.wait_for("a long text ... 0 s"));
+        wait_notice notice(err, wide_terminal, "a long text");
+        EXPECT_TRUE(written.wait_for("a long text ... "));
         notice.update("short");
-        EXPECT_TRUE(written.wait_for("\r\x1b[Kdpctl: short ... 1 s"));
+        EXPECT_TRUE(written.wait_for("\rdpctl: short ... "));
     }
-    EXPECT_TRUE(written.text().ends_with("\r\x1b[K"));
+    // Spaces cover the rest of the longer line.
+    EXPECT_NE(written.text().find("      "), std::string::npos);
+    EXPECT_EQ(last_line(written.text()), "");
+}
+
+TEST(wait_notice, shows_the_progress_on_a_terminal) {
+    awaited_text written;
+    std::ostream err(&written);
+    wait_notice notice(err, wide_terminal, "waiting");
+    notice.progress(50, 100);
+    EXPECT_TRUE(written.wait_for("dpctl: waiting [##########..........], 50 of 100 ... "))
+        << written.text();
+}
+
+TEST(wait_notice, shows_no_raw_control_bytes) {
+    std::ostringstream err;
+    { const wait_notice notice(err, no_terminal, "a\x1b[2J"); }
+    EXPECT_EQ(err.str(), "dpctl: a\\x1b[2J\n");
+}
+
+TEST(wait_line, fits_the_width) {
+    const std::string text = "the settings service makes the changes";
+    for (std::size_t columns = 20; columns <= 200; ++columns) {
+        for (const std::uint32_t total : {0U, 3U, 5000U}) {
+            EXPECT_LE(display_width(wait_line(text, 2, total, 12, columns)),
+                      std::max<std::size_t>(columns, 32))
+                << columns;
+        }
+    }
+    EXPECT_EQ(wait_line(text, 0, 0, 7, 30), "dpctl: the settings s… ... 7 s");
+}
+
+TEST(wait_line, has_a_bar_only_for_many_commands) {
+    EXPECT_EQ(wait_line("waiting", 1, 3, 2, 79), "dpctl: waiting, 1 of 3 ... 2 s");
+    EXPECT_EQ(wait_line("waiting", 10, 40, 2, 40), "dpctl: waiting [#....], 10 of 40 ... 2 s");
+    EXPECT_EQ(wait_line("waiting", 9000, 9000, 2, 200),
+              "dpctl: waiting [##############################], 9000 of 9000 ... 2 s");
 }
 
 TEST(wait_notice, ends_at_once) {
@@ -106,7 +160,7 @@ TEST(wait_notice, ends_at_once) {
     for (int tries = 0; tries < 20 && shortest > std::chrono::milliseconds(900); ++tries) {
         std::ostringstream err;
         const auto start = steady_clock::now();
-        { const wait_notice notice(err, true, "waiting"); }
+        { const wait_notice notice(err, wide_terminal, "waiting"); }
         shortest = std::min(shortest, steady_clock::now() - start);
     }
     EXPECT_LT(shortest, std::chrono::milliseconds(900));

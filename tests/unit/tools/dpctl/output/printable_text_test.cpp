@@ -73,6 +73,17 @@ TEST(padded, adds_spaces_up_to_the_width) {
     EXPECT_EQ(padded("Boot", 2), "Boot");
 }
 
+TEST(shortened, ends_with_an_ellipsis_in_the_width) {
+    EXPECT_EQ(shortened("Boot", 4), "Boot");
+    EXPECT_EQ(shortened("Boot", 3), "Bo…");
+    EXPECT_EQ(shortened("Größe", 4), "Grö…");
+    EXPECT_EQ(shortened("起動順", 4), "起…");
+    EXPECT_EQ(shortened("起動順", 2), "…");
+    EXPECT_EQ(shortened("Boot", 1), "…");
+    EXPECT_EQ(shortened("Boot", 0), "");
+    EXPECT_EQ(shortened("", 0), "");
+}
+
 TEST(without_partial_character, removes_only_an_incomplete_character) {
     EXPECT_EQ(without_partial_character("abc"), "abc");
     EXPECT_EQ(without_partial_character("ab€"), "ab€");

@@ -65,13 +65,14 @@ TEST(report, shows_no_raw_control_bytes) {
     EXPECT_EQ(err.str(), "dpctl: b\\x1b[2J\n  c\\xff\n");
 }
 
-TEST(report, replaces_bytes_that_are_not_utf8_in_a_document) {
+TEST(report, keeps_bytes_that_are_not_utf8_in_a_document) {
     std::ostringstream out;
     std::ostringstream err;
     report rep(out, err, true);
     rep.document().set("value", "a\xff\x1bz");
     EXPECT_EQ(rep.finish(), 0);
     EXPECT_EQ(ordered_json::parse(out.str())["value"], "a\ufffd\x1bz");
+    EXPECT_EQ(ordered_json::parse(out.str())["value_bytes"], "61ff1b7a");
 }
 
 TEST(report, prints_events_at_once_as_lines) {
@@ -125,6 +126,61 @@ TEST(report, fails_when_output_is_lost) {
     out.setstate(std::ios::badbit);
     EXPECT_EQ(rep.finish(), 1);
     EXPECT_NE(err.str(), "");
+}
+
+constexpr dp_support::terminal narrow_screen{30, 10, false};
+
+TEST(report, wraps_the_text_of_an_item_on_a_terminal_only) {
+    for (const bool on_terminal : {false, true}) {
+        std::ostringstream out;
+        std::ostringstream err;
+        report rep(out, err, false, on_terminal ? narrow_screen : dp_support::terminal{});
+        rep.item(8, "  Help", "how the server starts its systems");
+        EXPECT_EQ(out.str(), on_terminal ? "  Help  how the server starts\n        its systems\n"
+                                         : "  Help  how the server starts its systems\n");
+    }
+}
+
+TEST(report, shows_a_page_at_the_end_and_the_problems_after_it) {
+    std::ostringstream out;
+    std::ostringstream err;
+    report rep(out, err, false, narrow_screen);
+    rep.allow_pager();
+    rep.line("text");
+    rep.problem("wrong", {"hint"});
+    rep.note("at once");
+    EXPECT_EQ(out.str(), "");
+    EXPECT_EQ(err.str(), "dpctl: at once\n");
+    EXPECT_EQ(rep.finish(), 1);
+    EXPECT_EQ(out.str(), "text\n");
+    EXPECT_EQ(err.str(), "dpctl: at once\ndpctl: wrong\n  hint\n");
+}
+
+TEST(report, prints_at_once_without_a_terminal) {
+    std::ostringstream out;
+    std::ostringstream err;
+    report rep(out, err, false);
+    rep.allow_pager();
+    rep.line("text");
+    EXPECT_EQ(out.str(), "text\n");
+}
+
+TEST(report, returns_another_code_after_a_problem_of_the_command_line) {
+    std::ostringstream out;
+    std::ostringstream err;
+    report rep(out, err, false);
+    rep.usage_problem("wrong", {"hint"});
+    EXPECT_EQ(rep.finish(), 2);
+    EXPECT_EQ(err.str(), "dpctl: wrong\n  hint\n");
+}
+
+TEST(report, prints_lines_of_a_text) {
+    std::ostringstream out;
+    std::ostringstream err;
+    report rep(out, err, false);
+    rep.lines("a\n\n  b\n");
+    rep.line("c", text_style::heading);
+    EXPECT_EQ(out.str(), "a\n\n  b\nc\n");
 }
 
 }  // namespace

@@ -2,14 +2,18 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <sstream>
+#include <string>
+
+#include "tools/dpctl/output/printable_text.hpp"
 
 namespace dpctl {
 namespace {
 
-std::string written(const table& rows) {
+std::string written(const table& rows, std::size_t columns = 0, bool has_colours = false) {
     std::ostringstream os;
-    rows.write(os);
+    rows.write(os, {columns, 24, has_colours});
     return os.str();
 }
 
@@ -65,6 +69,64 @@ TEST(table, accepts_a_row_with_missing_cells) {
     table rows({"A", "B"});
     rows.add({"1"});
     EXPECT_EQ(written(rows), "A  B\n1\n");
+}
+
+TEST(table, writes_titles_between_rows) {
+    table rows({"NAME", "VALUE"});
+    rows.add_title("Setup > Boot \x1b");
+    rows.add({"Mode", "UEFI"});
+    EXPECT_EQ(written(rows), "NAME  VALUE\n\nSetup > Boot \\x1b\nMode  UEFI\n");
+}
+
+// Names, a type that may be left out, and values that may be shortened.
+table wide_table() {
+    table rows({"NAME", {"TYPE", 11, true}, {"PENDING", 8}, {"CURRENT", 8}});
+    rows.add({"Boot.NetworkBootOrder", "enumeration", "a long pending value", "short"});
+    rows.add({"Boot.A", "integer", "1", "another long current value"});
+    return rows;
+}
+
+TEST(table, changes_nothing_on_a_wide_terminal) {
+    EXPECT_EQ(written(wide_table(), 200), written(wide_table()));
+}
+
+TEST(table, shortens_texts_on_a_narrower_terminal) {
+    EXPECT_EQ(written(wide_table(), 70),
+              "NAME                   TYPE         PENDING           CURRENT\n"
+              "Boot.NetworkBootOrder  enumeration  a long pending …  short\n"
+              "Boot.A                 integer      1                 another long cu…\n");
+}
+
+TEST(table, leaves_columns_out_on_a_narrow_terminal) {
+    EXPECT_EQ(written(wide_table(), 48),
+              "NAME                   PENDING       CURRENT\n"
+              "Boot.NetworkBootOrder  a long pend…  short\n"
+              "Boot.A                 1             another lo…\n");
+}
+
+TEST(table, breaks_the_rows_of_long_names_on_a_very_narrow_terminal) {
+    EXPECT_EQ(written(wide_table(), 30),
+              "NAME        PENDING   CURRENT\n"
+              "Boot.NetworkBootOrder\n"
+              "            a long …  short\n"
+              "Boot.A      1         another…\n");
+}
+
+TEST(table, never_exceeds_the_width_of_a_terminal) {
+    for (std::size_t columns = 40; columns <= 200; ++columns) {
+        std::istringstream lines(written(wide_table(), columns));
+        for (std::string line; std::getline(lines, line);) {
+            EXPECT_LE(display_width(line), columns) << line;
+        }
+    }
+}
+
+TEST(table, has_styles_on_a_terminal_with_colours) {
+    table rows({"NAME", "VALUE"});
+    rows.add({"Mode", {"UEFI", text_style::changed}});
+    EXPECT_EQ(written(rows, 80, true),
+              "\x1b[1mNAME\x1b[0m  \x1b[1mVALUE\x1b[0m\nMode  \x1b[33mUEFI\x1b[0m\n");
+    EXPECT_EQ(written(rows, 80, false), "NAME  VALUE\nMode  UEFI\n");
 }
 
 }  // namespace

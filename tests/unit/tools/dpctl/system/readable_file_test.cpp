@@ -54,9 +54,10 @@ TEST_F(why_unreadable_test, is_permission_denied_for_the_file_and_for_its_folder
     std::filesystem::permissions(test::root(), std::filesystem::perms(0755));
     test::child_process user([&](const test::child_process::parent_channel& /*parent*/) {
         return test::drop_privileges() &&
-                       why_unreadable(file_) == "cannot read " + file_ + ": Permission denied" &&
+                       why_unreadable(file_) ==
+                           "cannot read " + file_ + ": permission denied: run as root" &&
                        why_unreadable(closed + "/file") ==
-                           "cannot read " + closed + "/file: Permission denied"
+                           "cannot read " + closed + "/file: permission denied: run as root"
                    ? 0
                    : 1;
     });

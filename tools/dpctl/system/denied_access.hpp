@@ -1,0 +1,16 @@
+#ifndef DP_TOOLS_DPCTL_SYSTEM_DENIED_ACCESS_HPP
+#define DP_TOOLS_DPCTL_SYSTEM_DENIED_ACCESS_HPP
+
+#include <string>
+
+namespace dpctl {
+
+/// What to do about the system's reason `error` why `path` cannot be read: "permission denied: run
+/// as root or join the group operators" when the group of the file, or of the first folder that may
+/// not be entered, has the access that is missing; otherwise only "run as root". Any other reason
+/// is the system's text.
+std::string explain_denied_access(const std::string& path, int error);
+
+}  // namespace dpctl
+
+#endif
