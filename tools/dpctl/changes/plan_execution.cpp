@@ -1,8 +1,9 @@
 #include "tools/dpctl/changes/plan_execution.hpp"
 
 #include <cstddef>
-#include <set>
 #include <string>
+#include <string_view>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -21,24 +22,12 @@ void read_after(session& service, change_plan& plan) {
     for (const auto& planned : plan.changes) {
         names.push_back(planned.name());
     }
-    for (const auto& effect : plan.effects) {
-        names.push_back(effect.name);
-    }
     service.reinitialize();
     auto values = read_values(service, names);
     for (std::size_t i = 0; i < plan.changes.size(); ++i) {
         plan.changes[i].pending = std::move(values[i].pending);
         plan.changes[i].current = std::move(values[i].current);
     }
-    // A service may know no dependencies.
-    std::vector<side_effect> made;
-    for (std::size_t i = 0; i < plan.effects.size(); ++i) {
-        if (values[plan.changes.size() + i].pending ==
-            reading{true, false, plan.effects[i].after}) {
-            made.push_back(std::move(plan.effects[i]));
-        }
-    }
-    plan.effects = std::move(made);
 }
 
 std::string why_refused(const planned_change& planned) {
@@ -79,11 +68,14 @@ void judge_dependent(planned_change& planned, bool is_answered) {
     }
 }
 
-// What dependencies changed in other settings than those of the plan.
+// What dependencies changed, except the changes that the plan leaves to them. A service may know no
+// dependencies.
 void take_effects(change_plan& plan, std::vector<dp_service::change_record> dependent) {
-    std::set<std::string> planned;
+    std::unordered_set<std::string_view> planned;
     for (const auto& change : plan.changes) {
-        planned.insert(change.name());
+        if (!change.cause.empty()) {
+            planned.insert(change.name());
+        }
     }
     plan.effects.clear();
     for (auto& record : dependent) {

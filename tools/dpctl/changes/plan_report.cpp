@@ -116,8 +116,8 @@ std::string describe_change(const planned_change& planned, const std::string& se
         case change_outcome::refused:
             return planned.reason;
         case change_outcome::remains:
-            return "remains " + value_text(planned.pending) + ", " + planned.reason +
-                   " (default: " + value_text(planned.desired()) + ')';
+            return "remains " + value_text(planned.pending) + " instead of " +
+                   value_text(planned.desired()) + ", " + planned.reason;
         case change_outcome::no_answer:
             return "the settings service did not answer; the pending value is now " +
                    value_text(planned.pending);

@@ -100,7 +100,9 @@ comparison compare_with_state(session& service, const std::vector<desired_settin
     }
     auto values = service.read(names, values_of::pending);
     for (std::size_t i = 0; i < names.size(); ++i) {
-        result.add(names[i], std::move(values[i]), value_of(settings[i]));
+        if (!settings[i].may_remain) {
+            result.add(names[i], std::move(values[i]), value_of(settings[i]));
+        }
     }
     return result;
 }

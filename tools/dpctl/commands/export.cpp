@@ -83,6 +83,9 @@ void run_export(const file_names& files, const export_options& options, report& 
     document.set(registry_version_member, or_null(server.registry_version));
     document.set(build_id_member, or_null(server.build_id));
     document.set(attributes_member, std::move(state.attributes));
+    if (!state.read_only_attributes.items.empty()) {
+        document.set(read_only_member, std::move(state.read_only_attributes));
+    }
 }
 
 }  // namespace
@@ -94,8 +97,9 @@ void add_export(command_line& program, invocation& request) {
          .details =
              "Prints a JSON document for \"dpctl apply\", also without --json. It names the\n"
              "version of the registry and the BIOS build that it was made from. Settings that\n"
-             "identify the server, as an asset tag, and those that are read-only are left out,\n"
-             "so that the document can be applied to other servers.\n",
+             "identify the server, as an asset tag, and read-only ones are left out, so that the\n"
+             "document can be applied to other servers. Those that are read-only because of\n"
+             "others are listed apart: they are set where that is possible.\n",
          .examples = {"dpctl export > server.json", "dpctl export --non-default Boot",
                       "dpctl export --current --all"}});
     const auto options = std::make_shared<export_options>();

@@ -22,14 +22,15 @@ struct revert_options {
     bool keep_going = false;
 };
 
-// The settings whose pending values differ from the current ones, which they are to have.
-std::vector<desired_setting> changes_to_discard(session& service,
-                                                const std::vector<setting_ref>& selected,
-                                                report& rep) {
+// The settings with the current values, also those that have them already: a dependency of another
+// one could change them.
+std::vector<desired_setting> current_state(session& service,
+                                           const std::vector<setting_ref>& selected, report& rep) {
     std::vector<desired_setting> settings;
     auto values = read_values(service, names_of(selected));
     for (std::size_t i = 0; i < selected.size(); ++i) {
-        if (!values[i].waits_for_restart) {
+        // Without a file of current values nothing is pending.
+        if (!values[i].waits_for_restart && values[i].pending != values[i].current) {
             continue;
         }
         if (values[i].current.cut) {
@@ -61,7 +62,7 @@ void run_revert(const file_names& files, const revert_options& options, report& 
     }
     registry_state registry(service, names, rep);
     const auto selected = select_settings(names, selection.names, selection.all, rep);
-    const auto settings = changes_to_discard(service, selected, rep);
+    const auto settings = current_state(service, selected, rep);
     auto plan = plan_changes(service, registry, settings, std::move(version));
     carry_out_plan(service, plan,
                    {.asks = !selection.is_confirmed, .keep_going = options.keep_going}, rep);

@@ -78,6 +78,7 @@ std::vector<desired_setting> resolve_state(catalog& names, const registry_state&
             continue;
         }
         desired_setting desired{*setting, {}, entry.value, place};
+        desired.may_remain = entry.may_remain;
         const std::string name = setting->name();
         std::string reason = why_not_one_setting(*setting);
         if (const auto [first, is_first] = lines.emplace(name, entry.line); !is_first) {

@@ -20,11 +20,11 @@ using dp_service::registry_dependencies;
 using dp_service::registry_property;
 using dp_support::json_value;
 
-// Which settings a server with the exported values would not let anybody change.
-class read_only_check {
+// Which settings the dependencies make read-only on a server with the exported values.
+class dependency_state {
   public:
-    read_only_check(const registry_state& registry, const std::vector<setting_ref>& settings,
-                    const std::vector<reading>& values)
+    dependency_state(const registry_state& registry, const std::vector<setting_ref>& settings,
+                     const std::vector<reading>& values)
         : registry_(registry) {
         if (registry.rules() == nullptr) {
             return;
@@ -41,12 +41,7 @@ class read_only_check {
         rules_->load(assignments);
     }
 
-    [[nodiscard]] bool is_read_only(const setting_ref& setting) const {
-        const auto* const attribute = registry_.find(setting);
-        if (dpctl::is_read_only(*setting.attribute) ||
-            (attribute != nullptr && attribute->type == dp_service::registry_type::password)) {
-            return true;
-        }
+    [[nodiscard]] bool makes_read_only(const setting_ref& setting) const {
         const auto index = registry_.index_of(setting);
         return index && (is_set(*index, registry_property::read_only) ||
                          is_set(*index, registry_property::immutable));
@@ -96,7 +91,8 @@ exported_state export_state(catalog& names, const registry_state& registry,
                             const std::vector<reading>& values, bool everything) {
     exported_state state;
     state.attributes = json_value::object();
-    const read_only_check check(registry, settings, values);
+    state.read_only_attributes = json_value::object();
+    const dependency_state check(registry, settings, values);
     for (std::size_t i = 0; i < settings.size(); ++i) {
         if (!values[i].known) {
             continue;
@@ -104,7 +100,9 @@ exported_state export_state(catalog& names, const registry_state& registry,
         const auto* const attribute = registry.find(settings[i]);
         if (!everything && attribute != nullptr && attribute->is_system_unique) {
             ++state.unique;
-        } else if (!everything && check.is_read_only(settings[i])) {
+        } else if (!everything && (is_read_only(*settings[i].attribute) ||
+                                   (attribute != nullptr &&
+                                    attribute->type == dp_service::registry_type::password))) {
             ++state.read_only;
         } else if (values[i].cut || !dp_support::utf8::count_characters(values[i].text)) {
             state.unfit.push_back(settings[i].name());
@@ -112,7 +110,9 @@ exported_state export_state(catalog& names, const registry_state& registry,
             // `set` looks through all members each time.
             json_value value = typed_value(settings[i], registry, values[i].text);
             value.name = shortest_name(names, settings[i]);
-            state.attributes.items.push_back(std::move(value));
+            const bool is_fixed = !everything && check.makes_read_only(settings[i]);
+            (is_fixed ? state.read_only_attributes : state.attributes)
+                .items.push_back(std::move(value));
         }
     }
     return state;

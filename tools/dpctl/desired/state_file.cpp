@@ -82,11 +82,11 @@ class json_state_reader {
         const json_value* const attributes = root.find(attributes_member);
         if (attributes == nullptr) {
             add_problem(root, "has no \"Attributes\"");
-        } else if (attributes->kind != json_kind::object) {
-            add_problem(*attributes, std::string("\"Attributes\" is ") +
-                                         kind_name(attributes->kind) + ", not an object");
         } else {
-            read_attributes(*attributes, report_repeated(*attributes));
+            read_attributes(*attributes, false);
+        }
+        if (const json_value* const read_only = root.find(read_only_member)) {
+            read_attributes(*read_only, true);
         }
     }
 
@@ -119,8 +119,13 @@ class json_state_reader {
         return member->text;
     }
 
-    void read_attributes(const json_value& attributes,
-                         const std::unordered_set<const json_value*>& repeated) {
+    void read_attributes(const json_value& attributes, bool may_remain) {
+        if (attributes.kind != json_kind::object) {
+            add_problem(attributes, in_quotes(attributes.name) + " is " +
+                                        kind_name(attributes.kind) + ", not an object");
+            return;
+        }
+        const auto repeated = report_repeated(attributes);
         const auto bytes = bytes_by_name(attributes);
         state_.entries.reserve(attributes.items.size());
         for (const json_value& member : attributes.items) {
@@ -128,7 +133,7 @@ class json_state_reader {
                 continue;
             }
             state_entry entry{member.name, member.text, state_entry::kinds::text,
-                              lines_.position_of(member.offset).line};
+                              lines_.position_of(member.offset).line, may_remain};
             switch (member.kind) {
                 case json_kind::text:
                     if (const auto found = bytes.find(member.name); found != bytes.end()) {

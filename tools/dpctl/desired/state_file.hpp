@@ -11,10 +11,11 @@
 
 namespace dpctl {
 
-/// The names in a state file of the registry's version and of the build id.
+/// The names of the members of a state file.
 inline constexpr std::string_view registry_version_member = "RegistryVersion";
 inline constexpr std::string_view build_id_member = "BuildId";
 inline constexpr std::string_view attributes_member = "Attributes";
+inline constexpr std::string_view read_only_member = "ReadOnlyAttributes";
 
 /// A value that a setting is to have, as a person wrote it.
 struct state_entry {
@@ -24,6 +25,8 @@ struct state_entry {
     std::string value;  ///< the text, "true" or "false", or the digits of the number
     kinds kind = kinds::text;
     std::size_t line = 0;  ///< from 1; 0: not from a file
+    /// Whether the setting may keep another value if it cannot be changed because it is read-only.
+    bool may_remain = false;
 };
 
 /// A part of a state file that is wrong.
@@ -53,10 +56,12 @@ inline constexpr std::size_t state_size_limit = std::size_t{16} << 20;
 ///     5}}
 ///
 /// Only "Attributes" must be there, and other members are ignored, so that the Bios resource of a
-/// Redfish service can be used as it is. A value whose bytes are not UTF-8 has U+FFFD instead of
-/// them, and all its bytes in a member NAME_bytes, as hexadecimal digits. Any other text consists of lines NAME=VALUE. A value is
-/// everything after the first "=". Empty lines and those that begin with "#" are ignored, and so
-/// are blanks around a name and a carriage return at the end of a line.
+/// Redfish service can be used as it is. "ReadOnlyAttributes" has the values of settings that are
+/// read-only in this state: they are set where they can be. A value whose bytes are not UTF-8 has
+/// U+FFFD instead of them, and all its bytes in a member NAME_bytes, as hexadecimal digits. Any
+/// other text consists of lines NAME=VALUE. A value is everything after the first "=". Empty lines
+/// and those that begin with "#" are ignored, and so are blanks around a name and a carriage return
+/// at the end of a line.
 state_file parse_state(std::string source, std::string_view text);
 
 /// Reads the regular file `path`, or standard input if that is "-". Fails when it cannot be read or

@@ -451,7 +451,7 @@ TEST_F(dpctl_reset, does_not_fail_because_of_read_only_settings) {
     const auto result = dpctl({"reset", "Boot"});
     EXPECT_EQ(result.exit_code, 0) << result.err;
     EXPECT_THAT(result.out,
-                HasSubstr("Boot.Serial: remains S123, it is read-only (default: none)\n"));
+                HasSubstr("Boot.Serial: remains S123 instead of none, it is read-only\n"));
     // Now all defaults are set, so no request is sent.
     const auto again = dpctl({"reset", "Boot"});
     EXPECT_EQ(again.exit_code, 0);

@@ -120,6 +120,8 @@ TEST(parse_state, reports_json_that_is_not_a_state) {
     EXPECT_THAT(problems_of(parse_state("f", "[1]")), ElementsAre("f:1: is a list, not an object"));
     EXPECT_THAT(problems_of(parse_state("f", "{\"A\": \"1\"}")),
                 ElementsAre("f:1: has no \"Attributes\""));
+    EXPECT_THAT(problems_of(parse_state("f", "{\"Attributes\": {}, \"ReadOnlyAttributes\": 1}")),
+                ElementsAre("f:1: \"ReadOnlyAttributes\" is a number, not an object"));
     EXPECT_THAT(problems_of(parse_state("f", "{\"Attributes\": \"x\"}")),
                 ElementsAre("f:1: \"Attributes\" is a text, not an object"));
 }
