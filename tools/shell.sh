@@ -123,7 +123,7 @@ full=$(awk -v end=".$name" '$4 == "set" && (end == "." || substr($5, length($5) 
 {
   sed -n '/ attributes* in /{s/ in .*//; s/^/A simulated server with /; s/$/ runs in '"${scratch//\//\\/}"'./p}' \
     "$scratch/installed"
-  [ ! -s "$scratch/remarks" ] || echo "What was left out of the registry is listed in $scratch/remarks."
+  [ ! -s "$scratch/remarks" ] || echo "Remarks on the registry are in $scratch/remarks."
   echo "It ends with this shell, and leaves nothing. Try:"
   echo
   echo "  dpctl list ${full%%.*}"

@@ -12,6 +12,9 @@ build_dir=$2
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 prefix=$scratch/usr/local
+# Outside the source tree, which the examples must not need.
+cp -r "$source_dir/examples" "$scratch/sources"
+examples=$scratch/sources
 
 fail() {
   printf 'FAILED: %s\n' "$*" >&2
@@ -81,7 +84,7 @@ if [ -n "${CMAKE_TOOLCHAIN_FILE:-}" ]; then
   export LDFLAGS=-Wl,-rpath-link,$libdir
   cc+=("$LDFLAGS") cxx+=("$LDFLAGS")
 fi
-cmake -S "$source_dir/examples" -B "$scratch/examples" "${package[@]}" >"$scratch/cmake.log"
+cmake -S "$examples" -B "$scratch/examples" "${package[@]}" >"$scratch/cmake.log"
 cmake --build "$scratch/examples" >"$scratch/build.log" || { cat "$scratch/build.log"; fail "CMake package"; }
 check_programs "$scratch/examples"
 LD_LIBRARY_PATH=$libdir "$scratch/examples/list_changes" >/dev/null || fail "list_changes does not run"
@@ -126,7 +129,7 @@ in_server "$scratch/examples/change_settings" System.HardwareClock=Utc 2>/dev/nu
 trap 'rm -rf "$scratch"' EXIT
 
 # A host of 200 lines serves clients of the C API.
-[ "$(wc -l <"$source_dir/examples/host/small_host.cpp")" -le 200 ] || fail "small_host has more than 200 lines"
+[ "$(wc -l <"$examples/host/small_host.cpp")" -le 200 ] || fail "small_host has more than 200 lines"
 check_small_host() {
   local where=$1 status=0
   rm -f "$scratch/ready"
@@ -184,30 +187,32 @@ export PKG_CONFIG_PATH=$libdir/pkgconfig
 mkdir "$scratch/plain"
 # shellcheck disable=SC2046 # the flags are words
 {
-  "${cc[@]}" -std=c99 -Wall -Wextra -Werror -pedantic "$source_dir/examples/c_api/list_defaults.c" \
+  "${cc[@]}" -std=c99 -Wall -Wextra -Werror -pedantic "$examples/c_api/list_defaults.c" \
     -o "$scratch/plain/list_defaults" $(pkg-config --cflags --libs dp_common)
-  "${cc[@]}" -std=c99 -Wall -Wextra -Werror -pedantic "$source_dir/examples/c_api/get_and_set.c" \
+  "${cc[@]}" -std=c99 -Wall -Wextra -Werror -pedantic "$examples/c_api/get_and_set.c" \
     -o "$scratch/plain/get_and_set" $(pkg-config --cflags --libs dp_common)
-  "${cxx[@]}" -std=c++17 -Wall -Wextra -Werror "$source_dir/examples/class_interface/check_batch.cpp" \
+  "${cxx[@]}" -std=c++17 -Wall -Wextra -Werror "$examples/class_interface/check_batch.cpp" \
     -o "$scratch/plain/check_batch" $(pkg-config --cflags --libs dp_common)
-  "${cxx[@]}" -std=c++17 -Wall -Wextra -Werror "$source_dir"/examples/plugin/*.cpp \
+  "${cxx[@]}" -std=c++17 -Wall -Wextra -Werror "$examples"/plugin/*.cpp \
     -o "$scratch/plain/run_fans" $(pkg-config --cflags --libs dp_common)
   "${cxx[@]}" -std=c++17 -Wall -Wextra -Werror -shared -fPIC -Wl,-z,defs \
-    "$source_dir"/examples/board_platform/*.cpp -o "$scratch/plain/libboard_platform.so" \
+    "$examples"/board_platform/*.cpp -o "$scratch/plain/libboard_platform.so" \
     $(pkg-config --cflags dp_common)
 }
 check_programs "$scratch/plain"
 
 # The other libraries have pkg-config files too.
 # shellcheck disable=SC2046 # the flags are words
-"${cxx[@]}" -std=c++17 "$source_dir/examples/change_history/list_changes.cpp" \
+"${cxx[@]}" -std=c++17 "$examples/change_history/list_changes.cpp" \
   -o "$scratch/plain/list_changes" $(pkg-config --cflags --libs dp_service_api)
-# shellcheck disable=SC2046
-"${cxx[@]}" -std=c++17 -Wall -Wextra -Werror "$source_dir/examples/host/small_host.cpp" \
-  -o "$scratch/plain/small_host" $(pkg-config --cflags --libs dp_service_api)
+for program in host/small_host c_api/set_values settings_client/change_settings; do
+  # shellcheck disable=SC2046
+  "${cxx[@]}" -std=c++17 -Wall -Wextra -Werror "$examples/$program.cpp" \
+    -o "$scratch/plain/$(basename "$program")" $(pkg-config --cflags --libs dp_service_api)
+done
 check_small_host "$scratch/plain"
 # shellcheck disable=SC2046
-"${cxx[@]}" -std=c++17 "$source_dir/examples/method_data/method_call.cpp" \
+"${cxx[@]}" -std=c++17 "$examples/method_data/method_call.cpp" \
   -o "$scratch/plain/method_call" $(pkg-config --cflags --libs dp_common dp_platform)
 
 # Installed anywhere, the programs find their libraries on their own. So do programs that CMake builds.
@@ -224,7 +229,7 @@ odd_prefix="$scratch/an odd prefix+/x"
 cmake --install "$build_dir" --prefix "$odd_prefix" >"$scratch/install.log"
 check_prefix "$odd_prefix"
 if [ -z "${CMAKE_TOOLCHAIN_FILE:-}" ]; then
-  cmake -S "$source_dir/examples" -B "$scratch/odd examples" -DCMAKE_PREFIX_PATH="$odd_prefix" \
+  cmake -S "$examples" -B "$scratch/odd examples" -DCMAKE_PREFIX_PATH="$odd_prefix" \
     >"$scratch/cmake.log"
   cmake --build "$scratch/odd examples" --target list_defaults >"$scratch/build.log" ||
     { cat "$scratch/build.log"; fail "CMake package in an odd prefix"; }
