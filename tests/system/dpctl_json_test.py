@@ -82,6 +82,36 @@ def keep_bytes(check, server):
                  f"the bytes of a listed value are lost: {document}")
 
 
+def change_values(check, server):
+    server.start()
+    state = os.path.join(server.folder(), "state.json")
+    exported = check.run("export", "export")
+    check.run("export", "export", "--all", "--current")
+    check.run("export", "export", "Nothing", code=1)
+    with open(state, "w", encoding="utf-8") as file:
+        json.dump(exported, file)
+    check.run("changes", "plan", state, code=3)
+    check.run("diff", "diff", state, code=3)
+    exported["Attributes"]["BootDelay"] = 9
+    with open(state, "w", encoding="utf-8") as file:
+        json.dump(exported, file)
+    check.run("changes", "plan", state)
+    check.run("changes", "plan", "--others-default", state)
+    check.run("diff", "diff", state)
+    check.run("diff", "diff", "--defaults", code=3)
+    check.run("changes", "apply", state)
+    check.run("changes", "apply", state, code=3)
+    check.run("diff", "diff")
+    check.run("changes", "revert", "BootDelay")
+    check.run("changes", "revert", "--all", code=3)
+    check.run("changes", "set", "BootDelay=8", "BootMode=Nothing", code=1)
+    check.run("changes", "set", "--dry-run", "BootDelay=8")
+    check.run("changes", "set", "BootDelay=8")
+    check.run("changes", "apply", "--restart", state)
+    check.run("changes", "reset", "--all")
+    check.run("changes", "plan", os.path.join(server.folder(), "nothing"), code=1)
+
+
 def without_a_server(check):
     check.run("categories", "categories")
     check.run("vet", "vet", "ls -l \"/tmp/a b\" > /tmp/list 2>&1")
@@ -90,7 +120,8 @@ def without_a_server(check):
     check.run("help", "help", "list")
     check.run("version", "--version")
     for arguments in ((), ("lsit",), ("get",), ("list", "--frob"), ("check", "Boot", "--wait", "x"),
-                      ("help", "nothing"), ("set", "novalue")):
+                      ("help", "nothing"), ("set", "novalue"), ("set",), ("reset",),
+                      ("revert", "--all", "Boot"), ("diff", "a", "b", "c")):
         check.run("wrongUsage", *arguments, code=2)
 
 
@@ -100,6 +131,7 @@ def main(source, build):
         check = Validation(source, server)
         read_values(check)
         keep_bytes(check, server)
+        change_values(check, server)
         without_a_server(check)
     finally:
         server.close()

@@ -49,8 +49,8 @@ void note_left_out(const exported_state& state, report& rep) {
     if (!text.empty()) {
         rep.note("settings left out: " + text + "; --all exports them");
     }
-    for (const auto& name : state.unfit) {
-        rep.problem(name + ": left out, because its value is not UTF-8 text, as JSON must be");
+    for (const auto& name : state.incomplete) {
+        rep.problem(name + ": left out, because its value could not be read whole");
     }
 }
 

@@ -8,7 +8,6 @@
 #include "service_api/attribute_registry.hpp"
 #include "service_api/registry_dependencies.hpp"
 #include "support/decimal.hpp"
-#include "support/utf8.hpp"
 #include "tools/dpctl/values/attribute_description.hpp"
 #include "tools/dpctl/values/canonical_value.hpp"
 #include "tools/dpctl/values/registry_state.hpp"
@@ -104,8 +103,8 @@ exported_state export_state(catalog& names, const registry_state& registry,
                                    (attribute != nullptr &&
                                     attribute->type == dp_service::registry_type::password))) {
             ++state.read_only;
-        } else if (values[i].cut || !dp_support::utf8::count_characters(values[i].text)) {
-            state.unfit.push_back(settings[i].name());
+        } else if (values[i].cut) {
+            state.incomplete.push_back(settings[i].name());
         } else {
             // `set` looks through all members each time.
             json_value value = typed_value(settings[i], registry, values[i].text);

@@ -17,9 +17,9 @@ class registry_state;
 struct exported_state {
     dp_support::json_value attributes;            ///< NAME: VALUE as a Redfish service writes them
     dp_support::json_value read_only_attributes;  ///< those that dependencies make read-only
-    std::size_t unique = 0;          ///< settings that identify the server, as an asset tag
-    std::size_t read_only = 0;       ///< settings that are always read-only, and passwords
-    std::vector<std::string> unfit;  ///< settings whose values JSON cannot have
+    std::size_t unique = 0;               ///< settings that identify the server, as an asset tag
+    std::size_t read_only = 0;            ///< settings that are always read-only, and passwords
+    std::vector<std::string> incomplete;  ///< settings whose values could not be read whole
 };
 
 /// The state in which the settings have these values, index by index; settings without a value are

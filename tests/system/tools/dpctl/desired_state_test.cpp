@@ -410,6 +410,14 @@ TEST_F(dpctl_export, names_settings_so_that_they_are_found_again) {
     EXPECT_EQ(dpctl({"export", "--pending", "--current"}).exit_code, 2);
 }
 
+TEST_F(dpctl_export, keeps_bytes_that_are_not_utf8) {
+    test::store_pending({{"Boot.Tag", "a\xff"}});
+    write_state(dpctl({"export"}).out);
+    EXPECT_EQ(dpctl({"diff", "state"}).exit_code, 3);
+    test::store_pending({{"Boot.Tag", "b"}});
+    EXPECT_THAT(dpctl({"diff", "state"}).out, HasSubstr("Boot.Tag: b -> a\\xff\n"));
+}
+
 TEST_F(dpctl_export, has_whole_values_of_any_length) {
     const std::string value(150, 'x');
     test::store_pending({{"Boot.Tag", value}});
