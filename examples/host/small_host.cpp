@@ -65,16 +65,16 @@ struct values_plugin : dp::plugin {
     void on_start(dp::registrar&) override {}
     void on_stop(dp::registrar&) override {}
     void process_transaction(dp::registrar& reg, dp::transaction* trans) override {
-        auto* const settings = dynamic_cast<dp::setting_transaction*>(trans);
         const auto before = values;
         std::vector<dp::transaction_command*> mine;
         // The others failed before, as lines with status 255 did, or are for other plug-ins.
-        for (dp::transaction_command* c : settings->commands)
-            if (c->status == 0 && !c->complete && c->target.setting->owner == this) {
-                c->status = execute(*c);
-                c->complete = true;
-                mine.push_back(c);
-            }
+        if (auto* const settings = dynamic_cast<dp::setting_transaction*>(trans))
+            for (dp::transaction_command* c : settings->commands)
+                if (c->status == 0 && !c->complete && c->target.setting->owner == this) {
+                    c->status = execute(*c);
+                    c->complete = true;
+                    mine.push_back(c);
+                }
         std::ostringstream text;
         for (const auto& [name, value] : values)
             text << "0 0 uefi set " << name << " \"" << dp::add_backslash(value) << "\" \"\"\n";
@@ -188,7 +188,7 @@ int main() {
     const std::string folder = dirname(dp::fixed_paths::batch.str());
     const int files = inotify_init1(IN_CLOEXEC);
     if (inotify_add_watch(files, folder.c_str(), IN_CLOSE_WRITE) == -1)
-        return 1;
+        return std::perror(folder.c_str()), 1;
     update_uefi_build_id_file();
     dp_api_initialize();  // reads the template; its attributes are valid until the end
     small_host host;
