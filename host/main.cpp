@@ -33,7 +33,7 @@ int fail(const std::string& problem) {
     return failed;
 }
 
-// The group that may use the request socket; nothing when no name is given.
+// The group with this name; nothing when no name is given.
 dp_support::result<std::optional<gid_t>> find_group(const std::string& name) {
     if (name.empty()) {
         return std::optional<gid_t>();
@@ -46,20 +46,27 @@ dp_support::result<std::optional<gid_t>> find_group(const std::string& name) {
     return std::optional<gid_t>(found->gr_gid);
 }
 
-int serve(const std::string& group_name) {
+// Who may do what beside the user who runs the service and root.
+struct groups {
+    std::string senders;  // of requests
+    std::string readers;
+};
+
+int serve(const groups& names) {
     if (!dp_host::stop_signal::install()) {
         return fail("cannot install signal handlers");
     }
-    umask(S_IRWXG | S_IRWXO);
-    const auto group = find_group(group_name);
-    if (!group) {
-        return fail(group.reason());
+    const auto senders = find_group(names.senders);
+    const auto readers = find_group(names.readers);
+    if (!senders || !readers) {
+        return fail(senders ? readers.reason() : senders.reason());
     }
+    umask(*readers ? S_IWGRP | S_IXGRP | S_IRWXO : S_IRWXG | S_IRWXO);
     dp_service::service_lock lock;
-    dp_host::settings_service service;
-    dp_host::service_loop loop(service, *group);
+    dp_host::settings_service service(*readers);
+    dp_host::service_loop loop(service, *senders);
     const auto started =
-        dp_host::prepare_private_folder(server_paths::data_folder.str())
+        dp_host::prepare_private_folder(server_paths::data_folder.str(), *readers)
             .and_then([&] {
                 return dp_host::ensure_single_instance(lock, server_paths::service_lock.str());
             })
@@ -84,12 +91,15 @@ int run(int argc, char** argv) {
         "Runs in the foreground until SIGTERM or SIGINT.",
         "dp_settingsd");
     program.add_version("dp_settingsd " DP_VERSION);
-    std::string group;
+    groups names;
     program.add_option(
-        "--group", group,
+        "--group", names.senders,
         "A group whose members may send requests, beside root and the user that runs "
         "this",
         {.value_name = "NAME"});
+    program.add_option("--read-group", names.readers,
+                       "A group whose members may read the settings, their history and the status",
+                       {.value_name = "NAME"});
     program.set_footer("Request socket:  " + server_paths::request_socket.str() +
                        "\nExchange folder: " + server_paths::exchange_folder.str() +
                        "\nData folder:     " + server_paths::data_folder.str() +
@@ -107,7 +117,7 @@ int run(int argc, char** argv) {
     if (const std::string problem = dp_platform::problem_with_queue_prefix(); !problem.empty()) {
         return fail(problem);
     }
-    return serve(group);
+    return serve(names);
 }
 
 }  // namespace

@@ -81,7 +81,9 @@ dp_support::result<> service_loop::begin() {
 
 dp_support::result<> service_loop::begin_files() {
     const std::string folder = dp_service::server_paths::exchange_folder.str();
-    return prepare_private_folder(folder).and_then([&] { return files_watch_.begin(folder); });
+    return prepare_private_folder(folder, service_.readers()).and_then([&] {
+        return files_watch_.begin(folder);
+    });
 }
 
 // The watch begins before the socket is there, so that its removal is always noticed.

@@ -245,8 +245,9 @@ void refresh_build_id() {
 
 }  // namespace
 
-settings_service::settings_service()
-    : plugin_([this](const auto& trans, const auto& changes) { return persist(trans, changes); }),
+settings_service::settings_service(std::optional<gid_t> readers)
+    : readers_(readers),
+      plugin_([this](const auto& trans, const auto& changes) { return persist(trans, changes); }),
       update_files_(dp_service::server_paths::update_folder.str(), installed_paths()) {
     registrar_.add_plugin(&plugin_);
 }
@@ -296,6 +297,7 @@ dp_support::result<> settings_service::start() {
     serve();
     make_current(keys_of(*store_));
     refresh_build_id();
+    prepare_for_readers();
     log_line("serving ", model_->attributes().size(), " attributes in ",
              model_->configurations().size(), " collections");
     return {};
@@ -498,6 +500,28 @@ dp_support::result<> settings_service::try_make_current(const std::vector<value_
                                      : write_values_file(current_file_, current);
 }
 
+// Files of before, of the library and of the outside tools, and the expansion of the template,
+// which readers cannot write.
+void settings_service::prepare_for_readers() const {
+    if (!readers_) {
+        return;
+    }
+    if (const auto expanded = write_expansion(dp::fixed_paths::uefi_template.str()); !expanded) {
+        log_error("the group of readers must expand the template itself: ", expanded.reason());
+    }
+    std::vector<std::string> paths = installed_paths();
+    for (const auto& file : dp_service::template_cache::files) {
+        paths.push_back(file.str());
+    }
+    paths.push_back(dp::fixed_paths::uefi_build_id.str());
+    paths.push_back(dp_service::server_paths::history.str());
+    for (const std::string& path : paths) {
+        if (const auto given = give_read_access(path, *readers_); !given) {
+            log_error(given.reason());
+        }
+    }
+}
+
 void settings_service::send_alerts(dp::command::alerts what, fm::command::alerts fm_what,
                                    unsigned char value) const {
     plugin_.alert(what, value);
@@ -643,6 +667,7 @@ dp_support::result<> settings_service::install(update_parts parts) {
         placed = update_files_.finish();
         is_installing_ = !placed;
     }
+    prepare_for_readers();
     announce_update(lost);
     return placed;
 }

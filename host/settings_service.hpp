@@ -1,7 +1,10 @@
 #ifndef DP_HOST_SETTINGS_SERVICE_HPP
 #define DP_HOST_SETTINGS_SERVICE_HPP
 
+#include <sys/types.h>
+
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -36,7 +39,9 @@ namespace dp_host {
 /// the service does without it.
 class settings_service {
   public:
-    settings_service();
+    /// With `readers`, the members of that group can read the settings, their template, the history
+    /// and the status; the process's mask must allow it.
+    explicit settings_service(std::optional<gid_t> readers = std::nullopt);
     ~settings_service();
     settings_service(const settings_service&) = delete;
     settings_service& operator=(const settings_service&) = delete;
@@ -52,6 +57,8 @@ class settings_service {
     dp_support::result<> start();
 
     host_registrar& registrar() { return registrar_; }
+
+    [[nodiscard]] std::optional<gid_t> readers() const { return readers_; }
 
     /// Writes the file of pending values again when it has values that the store does not have,
     /// because an earlier write failed after it had replaced the file, and the file of current
@@ -112,6 +119,9 @@ class settings_service {
     void make_current(std::vector<value_store::key> keys);
     dp_support::result<> try_make_current(const std::vector<value_store::key>& keys);
 
+    void prepare_for_readers() const;
+
+    std::optional<gid_t> readers_;
     host_registrar registrar_;
     store_plugin plugin_;
     std::unique_ptr<template_model> model_;

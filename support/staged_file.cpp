@@ -19,7 +19,7 @@ staged_file::staged_file(std::string path, durability how)
     remove_or_set_aside(staged_path_);
     file_ = file_descriptor(open(staged_path_.c_str(),
                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                                 S_IRUSR | S_IWUSR));
+                                 S_IRUSR | S_IWUSR | S_IRGRP));
     if (!file_.is_open()) {
         fail("create", staged_path_, errno);
         staged_path_.clear();

@@ -30,8 +30,9 @@ class staged_file {
         durable,        ///< content and name are on the disk when `replace` returns
     };
 
-    /// For a file that one process at a time writes: the temporary file is PATH.new, of mode 0600.
-    /// What is there, left by a process that was killed, is removed or set aside.
+    /// For a file that one process at a time writes: the temporary file is PATH.new, of mode 0640
+    /// less the bits of the process's mask. What is there, left by a process that was killed, is
+    /// removed or set aside.
     staged_file(std::string path, durability how);
 
     /// For a file that several processes may write at once: the temporary file has a unique name

@@ -188,7 +188,7 @@ dp_support::result<> change_history::try_append(const std::string& lines) const 
     }
     const dp_support::file_descriptor file(
         open(path_.c_str(), O_RDWR | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
-             S_IRUSR | S_IWUSR));
+             S_IRUSR | S_IWUSR | S_IRGRP));
     struct stat info {};
     if (!file.is_open() || fstat(file.get(), &info) != 0) {
         return dp_support::system_failure("open", path_, errno);

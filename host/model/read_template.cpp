@@ -1,5 +1,8 @@
 #include "host/model/read_template.hpp"
 
+#include <sys/stat.h>
+
+#include <array>
 #include <cerrno>
 #include <fstream>
 
@@ -42,12 +45,47 @@ bool is_empty_record(const template_info& info) {
     return info.cfg.empty() && info.id.empty();
 }
 
-dp_support::result<> expand(const std::string& template_path, const std::string& text_path) {
-    return run_program(dp::fixed_paths::dpspy.str(), {"-sf", "-i", template_path, "-o", text_path})
+dp_support::result<> expand(const std::string& template_path, const std::string& text_path,
+                            const char* what = "-sf") {
+    return run_program(dp::fixed_paths::dpspy.str(), {what, "-i", template_path, "-o", text_path})
         .and_then([&] { return check_trusted(text_path); });
 }
 
+// Makes the file `path` at least one second newer than `template_path`.
+dp_support::result<> make_newer(const std::string& path, const std::string& template_path) {
+    const auto file = open_trusted_file(path);
+    if (!file) {
+        return file.error();
+    }
+    const auto source = open_trusted_file(template_path);
+    if (!source) {
+        return source.error();
+    }
+    if (file->modified.tv_sec > source->modified.tv_sec) {
+        return {};
+    }
+    const timespec later{source->modified.tv_sec + 1, 0};
+    const std::array<timespec, 2> times{later, later};
+    if (futimens(file->descriptor.get(), times.data()) != 0) {
+        return dp_support::system_failure("set the time of", path, errno);
+    }
+    return {};
+}
+
 }  // namespace
+
+dp_support::result<> write_expansion(const std::string& template_path) {
+    const std::string info = dp::fixed_paths::uefi_info.str();
+    const std::string list = dp::fixed_paths::uefi_configs.str();
+    const auto lock = bounded_lock::acquire(template_path, bounded_lock::kind::shared);
+    if (!lock) {
+        return lock.error();
+    }
+    return expand(template_path, info)
+        .and_then([&] { return expand(template_path, list, "-sc"); })
+        .and_then([&] { return make_newer(info, template_path); })
+        .and_then([&] { return make_newer(list, template_path); });
+}
 
 dp_support::result<std::vector<template_info>> read_template(const std::string& template_path,
                                                              const std::string& text_path) {

@@ -14,6 +14,7 @@ namespace dp_host {
 namespace {
 
 constexpr mode_t only_owner = S_IRWXU;
+constexpr mode_t owner_and_readers = S_ISGID | S_IRWXU | S_IRGRP | S_IXGRP;
 constexpr mode_t parent_mode = S_IRWXU | S_IRGRP | S_IXGRP | S_IROTH | S_IXOTH;
 
 dp_support::failure failed(const char* action, const std::string& path) {
@@ -45,7 +46,7 @@ dp_support::result<> prepare_parents(const std::string& path) {
 
 }  // namespace
 
-dp_support::result<> prepare_private_folder(const std::string& path) {
+dp_support::result<> prepare_private_folder(const std::string& path, std::optional<gid_t> readers) {
     if (auto prepared = prepare_parents(path); !prepared) {
         return prepared;
     }
@@ -69,6 +70,15 @@ dp_support::result<> prepare_private_folder(const std::string& path) {
     if (info.st_uid != geteuid()) {
         return dp_support::failure{
             text_of(path, " belongs to user ", info.st_uid, ", not to user ", geteuid()), EPERM};
+    }
+    if (readers) {
+        // A change of the group clears the bit that gives it to new files.
+        if ((info.st_gid != *readers || (info.st_mode & 07777) != owner_and_readers) &&
+            (fchown(folder.get(), static_cast<uid_t>(-1), *readers) != 0 ||
+             fchmod(folder.get(), owner_and_readers) != 0)) {
+            return failed("give the group access to", path);
+        }
+        return {};
     }
     if ((info.st_mode & 07777) != only_owner) {
         if (fchmod(folder.get(), only_owner) != 0) {

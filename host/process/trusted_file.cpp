@@ -82,6 +82,22 @@ dp_support::result<std::string> read_trusted_file(const std::string& path, std::
     return dp_support::system_failure("read", path, errno);
 }
 
+dp_support::result<> give_read_access(const std::string& path, gid_t group) {
+    if (is_missing(path)) {
+        return {};
+    }
+    const auto file = open_trusted_file(path);
+    if (!file) {
+        return file.error();
+    }
+    // The mode last: a change of the group may clear bits of it.
+    if (fchown(file->descriptor.get(), static_cast<uid_t>(-1), group) != 0 ||
+        fchmod(file->descriptor.get(), S_IRUSR | S_IWUSR | S_IRGRP) != 0) {
+        return dp_support::system_failure("give the group access to", path, errno);
+    }
+    return {};
+}
+
 bool is_later(const timespec& a, const timespec& b) {
     return a.tv_sec != b.tv_sec ? a.tv_sec > b.tv_sec : a.tv_nsec > b.tv_nsec;
 }

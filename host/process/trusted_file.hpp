@@ -36,6 +36,9 @@ dp_support::result<> check_trusted(const std::string& path);
 /// The code of a failure is ENOENT when there is nothing at `path`.
 dp_support::result<std::string> read_trusted_file(const std::string& path, std::size_t limit);
 
+/// Lets the members of `group` read the file `path`, but not write it, if there is one.
+dp_support::result<> give_read_access(const std::string& path, gid_t group);
+
 /// Whether time `a` is later than time `b`.
 bool is_later(const timespec& a, const timespec& b);
 

@@ -108,8 +108,11 @@ program_result run_process(const std::string& path, const argument_list& argumen
 
 bool drop_privileges() {
     constexpr unsigned nobody = 65534;
-    return geteuid() != 0 ||
-           (setgroups(0, nullptr) == 0 && setgid(nobody) == 0 && setuid(nobody) == 0);
+    return geteuid() != 0 || become(nobody, nobody);
+}
+
+bool become(unsigned user, unsigned group) {
+    return setgroups(0, nullptr) == 0 && setgid(group) == 0 && setuid(user) == 0;
 }
 
 }  // namespace test

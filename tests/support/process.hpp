@@ -56,6 +56,9 @@ program_result run_process(const std::string& path, const argument_list& argumen
 /// Does nothing for other users. Returns false when root cannot change its user.
 bool drop_privileges();
 
+/// For a child process of root: takes on the rights of a user in one group. False when it cannot.
+bool become(unsigned user, unsigned group);
+
 }  // namespace test
 
 #endif

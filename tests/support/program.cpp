@@ -32,4 +32,10 @@ program_result run_program_unprivileged(const std::string& name,
                        [] { return enter_root() && drop_privileges(); });
 }
 
+program_result run_program_as(unsigned user, unsigned group, const std::string& name,
+                              const std::vector<std::string>& arguments) {
+    return run_process(program_path(name), {name, arguments},
+                       [=] { return enter_root() && become(user, group); });
+}
+
 }  // namespace test

@@ -22,6 +22,10 @@ program_result run_program(const std::string& name, const std::vector<std::strin
 program_result run_program_unprivileged(const std::string& name,
                                         const std::vector<std::string>& arguments);
 
+/// Runs the program as a user in one group. Only for tests that run as root.
+program_result run_program_as(unsigned user, unsigned group, const std::string& name,
+                              const std::vector<std::string>& arguments);
+
 }  // namespace test
 
 #endif

@@ -99,6 +99,7 @@ void service_process::launch(bool with_streams) {
     const pipe_ends ready = make_pipe();
     const std::string program = program_path("dp_settingsd");
     const std::string log_name = log_file();
+    const argument_list arguments("dp_settingsd", options);
     pid_ = fork();
     if (pid_ == 0) {
         const int log = open(log_name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
@@ -108,7 +109,7 @@ void service_process::launch(bool with_streams) {
         for (int stream = STDIN_FILENO; !with_streams && stream <= STDERR_FILENO; ++stream) {
             close(stream);
         }
-        execl(program.c_str(), "dp_settingsd", nullptr);
+        execv(program.c_str(), arguments.data());
         _exit(127);
     }
     close(ready.write_end);

@@ -30,6 +30,9 @@ class service_process {
     /// Writes the files of a BIOS update.
     static void place_update(const std::vector<template_info>& infos, const std::string& build_id);
 
+    /// Options of the service's command line, for the next start.
+    std::vector<std::string> options;
+
     /// Starts the service and waits until it is ready. False when it ended instead; see `wait` and
     /// `log` for the reason.
     bool start();

@@ -49,12 +49,14 @@ TEST_F(staged_file_test, a_temporary_file_that_was_not_renamed_is_removed) {
     EXPECT_FALSE(fileexist(beside));
 }
 
-TEST_F(staged_file_test, a_new_file_is_for_its_owner_only) {
+TEST_F(staged_file_test, a_new_file_is_for_its_owner_and_readers_as_the_mask_allows) {
     staged_file file(path, staged_file::volatile_file);
     ASSERT_TRUE(put(file)) << file.outcome().reason();
     struct stat info {};
     ASSERT_EQ(stat(path.c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 07777, 0600U);
+    const mode_t mask = umask(0);
+    umask(mask);
+    EXPECT_EQ(info.st_mode & 07777, 0640U & ~mask);
 }
 
 TEST_F(staged_file_test, a_temporary_file_left_by_a_killed_process_is_replaced) {

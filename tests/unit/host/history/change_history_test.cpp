@@ -57,7 +57,9 @@ TEST_F(change_history_test, has_a_line_for_every_change_of_every_transaction) {
                              "<test-1> T   Ports.Speed.2   was \"10\"\n");
     struct stat info {};
     ASSERT_EQ(stat(path.c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 07777, 0600U);
+    const mode_t mask = umask(0);
+    umask(mask);
+    EXPECT_EQ(info.st_mode & 07777, 0640U & ~mask);
 }
 
 TEST_F(change_history_test, is_not_created_when_nothing_changed) {
