@@ -85,6 +85,8 @@ def keep_bytes(check, server):
 def change_values(check, server):
     server.start()
     state = os.path.join(server.folder(), "state.json")
+    check.run("status", "status")
+    check.run("history", "history")
     exported = check.run("export", "export")
     check.run("export", "export", "--all", "--current")
     check.run("export", "export", "Nothing", code=1)
@@ -108,6 +110,10 @@ def change_values(check, server):
     check.run("changes", "set", "--dry-run", "BootDelay=8")
     check.run("changes", "set", "BootDelay=8")
     check.run("changes", "apply", "--restart", state)
+    check.run("status", "status")
+    check.run("history", "history")
+    check.run("check", "check", "Boot")
+    check.run("check", "check", "Nothing", code=1)
     check.run("changes", "reset", "--all")
     check.run("changes", "plan", os.path.join(server.folder(), "nothing"), code=1)
 

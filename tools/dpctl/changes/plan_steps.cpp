@@ -69,8 +69,10 @@ void carry_out_plan(session& service, change_plan& plan, const plan_steps& steps
         show(service, plan, steps, rep);
         fill_document(plan, settings_file, rep);
         if (!is_possible) {
-            if (has_later_changes(plan)) {
+            if (steps.has_keep_going && has_later_changes(plan)) {
                 rep.hint("With --keep-going the other changes are made first; then try again.");
+            } else if (steps.has_keep_going && count != 0) {
+                rep.hint("With --keep-going the other changes are made.");
             }
             rep.hint(steps.is_dry_run ? "Nothing would be changed." : "Nothing was changed.");
         } else if (count == 0 && steps.has_nothing_code) {

@@ -14,6 +14,7 @@ struct plan_steps {
     bool is_dry_run = false;       ///< only show the plan
     bool asks = false;             ///< if there is a terminal, before anything is requested
     bool keep_going = false;       ///< make the other changes when one is refused
+    bool has_keep_going = false;   ///< the command has the option --keep-going
     bool restarts = false;         ///< restart the server and wait until the values are current
     bool counts = true;            ///< show how many settings have which outcome
     bool has_nothing_code = true;  ///< end with `exit_code::nothing_to_do` if there is nothing

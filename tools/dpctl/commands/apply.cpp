@@ -29,6 +29,7 @@ void add_state_options(command_line& command, apply_options& options) {
                        {.required = true, .check = why_not_a_path});
     command.add_flag("--others-default", options.others_default,
                      "Bring every setting that is not named to its default");
+    options.steps.has_keep_going = true;
     command.add_flag("--keep-going", options.steps.keep_going,
                      "Make the other changes when one cannot be made");
 }

@@ -64,8 +64,10 @@ void run_revert(const file_names& files, const revert_options& options, report& 
     const auto selected = select_settings(names, selection.names, selection.all, rep);
     const auto settings = current_state(service, selected, rep);
     auto plan = plan_changes(service, registry, settings, std::move(version));
-    carry_out_plan(service, plan,
-                   {.asks = !selection.is_confirmed, .keep_going = options.keep_going}, rep);
+    carry_out_plan(
+        service, plan,
+        {.asks = !selection.is_confirmed, .keep_going = options.keep_going, .has_keep_going = true},
+        rep);
 }
 
 }  // namespace

@@ -255,7 +255,8 @@ TEST_F(dpctl_apply, sends_nothing_when_one_change_cannot_be_made) {
     const auto result = dpctl({"apply", "state"});
     EXPECT_EQ(result.exit_code, 1);
     EXPECT_THAT(result.err, HasSubstr("state:2: Boot.Delay: \"101\" is out of range"));
-    EXPECT_THAT(result.err, HasSubstr("  Nothing was changed.\n"));
+    EXPECT_THAT(result.err, HasSubstr("  With --keep-going the other changes are made.\n"
+                                      "  Nothing was changed.\n"));
     EXPECT_THAT(result.err, Not(HasSubstr("no settings service")));
     EXPECT_EQ(result.out, "1 refused, 1 not changed.\n");
 }
