@@ -12,6 +12,7 @@ for program in $(dpkg -L dp-common-tools | sed -n 's,^/usr/bin/,,p'); do
   "$program" --help >/dev/null || fail "$program does not start"
 done
 [ -f /usr/share/bash-completion/completions/dpctl ] || fail "no completion for dpctl"
+[ -f /usr/share/zsh/vendor-completions/_dpctl ] || fail "no zsh completion for dpctl"
 [ -f /lib/systemd/system/dp_settingsd.service ] || fail "no unit for dp_settingsd"
 
 cd "$(mktemp -d)"

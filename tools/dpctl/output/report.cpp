@@ -49,16 +49,26 @@ void report::item(std::size_t label_width, std::string_view label, std::string_v
     if (as_json_) {
         return;
     }
-    std::vector<std::string> lines{printable(text)};
-    if (screen_.is_there()) {
-        constexpr std::size_t least = 20;
-        const std::size_t left = screen_.columns - std::min(label_width, screen_.columns);
-        lines = dp_support::wrapped_lines(lines.front(), std::max(least, left), display_width);
-    }
+    constexpr std::size_t least = 20;
+    const std::size_t left = screen_.columns - std::min(label_width, screen_.columns);
     std::string before = padded(printable(label), label_width);
-    for (const std::string& each : lines) {
+    const auto write = [&](const std::string& each) {
         text_out() << before << styled(each, style, screen_.has_colours) << '\n';
         before = std::string(label_width, ' ');
+    };
+    for (bool is_last = false; !is_last;) {
+        const std::size_t newline = text.find('\n');
+        std::string part = printable(text.substr(0, newline));
+        is_last = newline == std::string_view::npos;
+        text.remove_prefix(is_last ? text.size() : newline + 1);
+        if (screen_.is_there()) {
+            for (const std::string& each :
+                 dp_support::wrapped_lines(part, std::max(least, left), display_width)) {
+                write(each);
+            }
+        } else {
+            write(part);
+        }
     }
 }
 

@@ -51,8 +51,8 @@ class report {
     void line(std::string_view text, text_style style = text_style::plain);
     /// Several lines, each with its newline.
     void lines(std::string_view text);
-    /// A line of a label, filled with spaces up to a width in columns, and a text, which is wrapped
-    /// on a terminal.
+    /// A label, filled with spaces up to a width in columns, and the lines of a text, which are
+    /// wrapped on a terminal.
     void item(std::size_t label_width, std::string_view label, std::string_view text,
               text_style style = text_style::plain);
     void show(const table& rows);

@@ -141,6 +141,14 @@ TEST(report, wraps_the_text_of_an_item_on_a_terminal_only) {
     }
 }
 
+TEST(report, shows_the_lines_of_an_item_below_each_other) {
+    std::ostringstream out;
+    std::ostringstream err;
+    report rep(out, err, false);
+    rep.item(8, "  Help", "one\ntwo\x1b");
+    EXPECT_EQ(out.str(), "  Help  one\n        two\\x1b\n");
+}
+
 TEST(report, shows_a_page_at_the_end_and_the_problems_after_it) {
     std::ostringstream out;
     std::ostringstream err;
