@@ -8,6 +8,7 @@ the validator.
 
 import json
 import os
+import subprocess
 import sys
 
 FOLDER = os.path.dirname(os.path.abspath(__file__))
@@ -49,8 +50,8 @@ class Validation:
         if ("errors" in document) != (code in (1, 2)):
             self.problems.append(f"{what}: errors do not agree with exit code {code}")
         self.validate(name, document, what)
-        if code == 0:
-            self.seen.add(name)
+        if code in (0, 3):
+            self.seen.add(arguments[0])
         return document
 
     def expect(self, condition, what):
@@ -116,6 +117,45 @@ def change_values(check, server):
     check.run("check", "check", "Nothing", code=1)
     check.run("changes", "reset", "--all")
     check.run("changes", "plan", os.path.join(server.folder(), "nothing"), code=1)
+    check.run("status", "status")
+    check.run("history", "history")
+    check.run("history", "history", "Nothing")
+    check.run("check", "check", "Boot")
+    check.run("failure", "alerts", "--count", "1", "--wait", "1", code=1)
+    server.stop()
+    check.run("changes", "set", "BootMode=Legacy", code=1)
+
+
+def receive_alerts(check, server):
+    """Each event is a document on a line."""
+    server.start()
+    # pylint: disable=consider-using-with # it runs while a value is changed
+    listener = subprocess.Popen(
+        [server.program("dpctl"), "alerts", "--count", "1", "--wait", "60", "--json"],
+        env=server.environment, cwd=server.folder(), stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    listener.stderr.readline()
+    server.check(server.run("dpctl", "set", "BootDelay=8"))
+    out, _ = listener.communicate(timeout=90)
+    for line in out.splitlines():
+        check.validate("alert", json.loads(line), "dpctl alerts")
+        check.seen.add("alerts")
+    server.stop()
+
+
+def follow_status(check, server):
+    # pylint: disable=consider-using-with # it runs until it is interrupted
+    follower = subprocess.Popen([server.program("dpctl"), "status", "--follow", "--json"],
+                                env=server.environment, cwd=server.folder(),
+                                stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+    check.validate("statusRecord", json.loads(follower.stdout.readline()), "dpctl status --follow")
+    follower.terminate()
+    follower.communicate(timeout=60)
+
+
+def all_subcommands(check, server):
+    run = server.run("dpctl", "complete", "subcommands")
+    missing = set(run.out.split()) - check.seen
+    check.expect(not missing and run.code == 0, f"no document was validated: {missing}")
 
 
 def without_a_server(check):
@@ -128,7 +168,7 @@ def without_a_server(check):
     for arguments in ((), ("lsit",), ("get",), ("list", "--frob"), ("check", "Boot", "--wait", "x"),
                       ("help", "nothing"), ("set", "novalue"), ("set",), ("reset",),
                       ("revert", "--all", "Boot"), ("diff", "a", "b", "c")):
-        check.run("wrongUsage", *arguments, code=2)
+        check.run("failure", *arguments, code=2)
 
 
 def main(source, build):
@@ -137,8 +177,11 @@ def main(source, build):
         check = Validation(source, server)
         read_values(check)
         keep_bytes(check, server)
-        change_values(check, server)
         without_a_server(check)
+        change_values(check, server)
+        receive_alerts(check, server)
+        follow_status(check, server)
+        all_subcommands(check, server)
     finally:
         server.close()
     for problem in check.problems:
