@@ -16,6 +16,7 @@
 #include "support/staged_file.hpp"
 #include "tests/support/program.hpp"
 #include "tests/support/sample_template.hpp"
+#include "tests/support/scratch_files.hpp"
 #include "tests/support/service_process.hpp"
 
 namespace {
@@ -55,10 +56,38 @@ void write_durably(std::uintmax_t size) {
                    "the file could not be written");
 }
 
-void measure(unsigned count) {
+// A registry in which each attribute limits the next one as long as it is above 1000, and each
+// tenth sets the one after the next.
+std::string registry_of(const std::vector<template_info>& infos) {
+    std::string attributes;
+    std::string dependencies;
+    for (std::size_t i = 0; i < infos.size(); ++i) {
+        const bool sets = i % 10 == 0;
+        const std::string& to = infos[(i + (sets ? 2 : 1)) % infos.size()].id;
+        attributes += std::string(i == 0 ? "" : ",\n") + R"({"AttributeName": ")" + infos[i].id +
+                      R"(", "Type": "Integer"})";
+        dependencies +=
+            std::string(i == 0 ? "" : ",\n") + R"({"DependencyFor": ")" + infos[i].id +
+            R"(", "Dependency": {"MapFrom": [{"MapFromAttribute": ")" + infos[i].id +
+            R"(", "MapFromCondition": "GTR", "MapFromValue": 1000}], "MapToAttribute": ")" + to +
+            R"(", "MapToProperty": ")" + (sets ? "CurrentValue" : "UpperBound") +
+            R"(", "MapToValue": 2000}})";
+    }
+    return R"({"RegistryEntries": {"Attributes": [)" + attributes + R"(], "Dependencies": [)" +
+           dependencies + "]}}";
+}
+
+enum class registry : bool { none, present };
+
+void measure(unsigned count, registry has_registry = registry::none) {
     const auto infos = test::numbers("Boot", count);
     test::service_process server;
     test::service_process::install(infos, "B1");
+    if (has_registry == registry::present) {
+        std::printf("With a registry of as many dependencies:\n");
+        test::write_file(test::service_process::path("/var/dp/uefi_registry.json"),
+                         registry_of(infos));
+    }
     bench::require(server.start(), "the settings service did not start");
     const std::string of_many = " of " + std::to_string(count) + " values";
 
@@ -90,6 +119,7 @@ void measure(unsigned count) {
 void measure_all() {
     for (const unsigned count : {100U, 10'000U}) {
         measure(count);
+        measure(count, registry::present);
     }
 }
 

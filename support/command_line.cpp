@@ -95,7 +95,12 @@ std::string question_about(const std::string& text, const std::vector<std::strin
 void apply(const option_rules& rules, CLI::App& app, CLI::Option& option) {
     option.required(rules.required);
     if (!rules.excludes.empty()) {
-        option.excludes(app.get_option(rules.excludes));
+        // CLI::App::get_option ends the program when memory runs out.
+        for (CLI::Option* const other : app.get_options()) {
+            if (other->check_name(rules.excludes)) {
+                option.excludes(other);
+            }
+        }
     }
     if (!rules.choices.empty()) {
         option.check(CLI::IsMember(rules.choices));

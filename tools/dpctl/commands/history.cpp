@@ -38,7 +38,7 @@ void show_changes(const std::vector<dp_service::change_record>& changes, report&
         const auto by = change.requested_by();
         rows.add({change.time, by.transaction, by.client.empty() ? "-" : by.client, change.target,
                   value_text(reading_of(change.before)), value_text(reading_of(change.value)),
-                  change.cause.empty() ? "-" : printable(change.cause)});
+                  change.cause.empty() ? "-" : change.cause});
         list.push_back(json_value::object({{"time", change.time},
                                            {"transaction", by.transaction},
                                            {"id", by.id},
