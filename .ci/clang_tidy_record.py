@@ -5,7 +5,8 @@ usage: clang_tidy_record.py hash BUILD_DIR  <SOURCES      prints "HASH SOURCE" f
        clang_tidy_record.py changed RECORD...  <HASHES    prints the lines that no RECORD has
 
 A hash covers the source, the project's files that it includes directly or indirectly, .clang-tidy,
-the version of clang-tidy and the compile command. It does not depend on the path of the checkout.
+the version of clang-tidy and the compile command. It does not depend on the path of the checkout, and
+not on comments, except those that clang-tidy reads: NOLINT and the names of arguments.
 Run it at the top of the tree.
 """
 
@@ -18,6 +19,23 @@ import subprocess
 import sys
 
 INCLUDE = re.compile(rb'^[ \t]*#[ \t]*include[ \t]*[<"]([^>"]+)[>"]', re.MULTILINE)
+# Comments, and the texts and numbers in which there are none.
+TOKEN = re.compile(rb"\b\d(?:'?[\w.])*"
+                   rb'|R"([^(\s]*)\(.*?\)\1"'
+                   rb'|"(?:\\.|[^"\\\n])*"'
+                   rb"|'(?:\\.|[^'\\\n])*'"
+                   rb"|//[^\n]*|/\*.*?\*/", re.DOTALL)
+ARGUMENT = re.compile(rb"/\*\s*\w+\s*=\s*\*/")
+
+
+def without_comments(content):
+    """The content without the comments that clang-tidy does not read, and without empty lines."""
+    def kept(match):
+        text = match[0]
+        is_comment = text.startswith((b"//", b"/*"))
+        return b"" if is_comment and b"NOLINT" not in text and not ARGUMENT.fullmatch(text) else text
+    lines = (line.rstrip() for line in TOKEN.sub(kept, content).splitlines())
+    return b"\n".join(line for line in lines if line)
 
 
 class Tree:
@@ -79,8 +97,9 @@ def print_hashes(build_dir):
     for source in sys.stdin.read().splitlines():
         digest = hashlib.sha256(f"{version}\n{sorted(flags.get(source, []))}\n".encode())
         for name in [".clang-tidy", *tree.closure(source)]:
-            digest.update(f"{name} {len(tree.content(name))}\n".encode())
-            digest.update(tree.content(name))
+            content = without_comments(tree.content(name))
+            digest.update(f"{name} {len(content)}\n".encode())
+            digest.update(content)
         print(digest.hexdigest()[:32], source)
 
 

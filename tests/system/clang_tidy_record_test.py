@@ -14,8 +14,8 @@ FILES = {
     ".clang-tidy": "Checks: '*'\n",
     "a/a.cpp": '#include "a/a.hpp"\n',
     "a/a.hpp": "#include <b/b.hpp>\n",
-    "b/b.hpp": "// deep\n",
-    "b/b.cpp": "int b;\n",
+    "b/b.hpp": "int c(int /*of*/);  // deep\n",
+    "b/b.cpp": "const char* b = \"//\";\n",
 }
 SOURCES = "a/a.cpp\nb/b.cpp\n"
 
@@ -75,9 +75,19 @@ def main(source_dir):
         write(record, hashes(one))
         for name, wanted in (("b/b.cpp", ["b/b.cpp"]), ("b/b.hpp", ["a/a.cpp"]),
                              (".clang-tidy", ["a/a.cpp", "b/b.cpp"])):
-            write(f"{one}/{name}", FILES[name] + "// changed\n")
+            write(f"{one}/{name}", FILES[name] + "# changed\n")
             expect(f"{name} changed", changed(one), wanted)
             write(f"{one}/{name}", FILES[name])
+        for text, is_read in (("// said\n", False), ("\n/** said\n * more */\n\n", False),
+                              ("int d; // NOLINT\n", True), ("// NOLINTNEXTLINE\n", True)):
+            write(f"{one}/b/b.cpp", FILES["b/b.cpp"] + text)
+            expect(f"added {text!r}", changed(one), ["b/b.cpp"] if is_read else [])
+        write(f"{one}/b/b.cpp", FILES["b/b.cpp"].replace("//", "/"))
+        expect("a text that looks like a comment", changed(one), ["b/b.cpp"])
+        write(f"{one}/b/b.cpp", FILES["b/b.cpp"])
+        write(f"{one}/b/b.hpp", "int c(int /*of=*/);\n")
+        expect("the name of an argument", changed(one), ["a/a.cpp"])
+        write(f"{one}/b/b.hpp", FILES["b/b.hpp"])
         make_tree(one, flags="-DY")
         expect("other options", changed(one), ["a/a.cpp", "b/b.cpp"])
     print("\n".join(failed) or "the record decides as documented")
