@@ -101,7 +101,8 @@ std::shared_ptr<std::vector<std::string>> add_name_arguments(command_line& comma
 
 std::shared_ptr<selection_options> add_selection_options(command_line& command) {
     auto options = std::make_shared<selection_options>();
-    command.add_option("NAME", options->names, "Names of settings and of collections");
+    command.add_option("NAME", options->names,
+                       "Names or patterns of settings, and names of collections");
     command.add_flag("--all", options->all, "All settings", {.excludes = "NAME"});
     command.add_flag("--yes", options->is_confirmed, "Do not ask");
     return options;

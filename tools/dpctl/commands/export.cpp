@@ -104,7 +104,7 @@ void add_export(command_line& program, invocation& request) {
                       "dpctl export --current --all"}});
     const auto options = std::make_shared<export_options>();
     command.add_option("COLLECTION", options->collections,
-                       "Names of collections or of settings; without one, all settings");
+                       "Names of collections, or names or patterns of settings; without one, all");
     command.add_flag("--pending", options->pending, "The pending values, as without any option");
     command.add_flag("--current", options->current, "The current values",
                      {.excludes = "--pending"});

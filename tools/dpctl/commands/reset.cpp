@@ -53,7 +53,7 @@ void add_reset(command_line& program, invocation& request) {
         program, request, "reset",
         {.summary = "Set settings to their defaults",
          .details =
-             std::string(name_help) +
+             std::string(name_help) + pattern_help +
              "The defaults are pending until the server restarts. Read-only settings are not\n"
              "changed, which is not a failure. If every other setting already has its default,\n"
              "no request is sent, which is not a failure either. Asks if there is a terminal.\n"

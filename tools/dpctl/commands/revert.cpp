@@ -77,7 +77,7 @@ void add_revert(command_line& program, invocation& request) {
         program, request, "revert",
         {.summary = "Discard pending changes of settings",
          .details =
-             std::string(name_help) +
+             std::string(name_help) + pattern_help +
              "The pending values become the current ones again, in one batch, as if they had\n"
              "not been changed since the server's last start. Asks if there is a terminal. If a\n"
              "dependency forbids one of the changes, or the pending values change meanwhile,\n"

@@ -32,8 +32,8 @@ std::vector<setting_ref> select_settings(catalog& names, const std::vector<std::
     for (const auto& text : texts) {
         if (std::find(collections.begin(), collections.end(), text) != collections.end()) {
             add_collection(text);
-        } else if (const auto setting = find_setting(names, text, rep)) {
-            add(setting->all());
+        } else {
+            add(find_settings(names, text, rep));
         }
     }
     return selected;

@@ -10,9 +10,9 @@ namespace dpctl {
 
 class report;
 
-/// The settings with values that a person selects: those of collections, attributes and single
-/// ones by their names, each setting once, or with `all` every one. A name that is not known is
-/// reported.
+/// The settings with values that a person selects: those of collections, and those that names or
+/// patterns of names select, each setting once, or with `all` every one. A name that is not known
+/// is reported.
 std::vector<setting_ref> select_settings(catalog& names, const std::vector<std::string>& texts,
                                          bool all, report& rep);
 

@@ -64,6 +64,13 @@ TEST_F(select_settings_test, takes_collections_attributes_and_single_settings_on
     EXPECT_FALSE(rep_.failed());
 }
 
+TEST_F(select_settings_test, takes_patterns_of_names) {
+    EXPECT_THAT(select({"Boot.Order*", "*.Speed"}),
+                ElementsAre("Boot.Order.1", "Boot.Order.2", "Memory.Speed"));
+    EXPECT_THAT(select({"Nothing*"}), IsEmpty());
+    EXPECT_TRUE(rep_.failed());
+}
+
 TEST_F(select_settings_test, takes_all_that_have_values) {
     EXPECT_THAT(select({}, true),
                 ElementsAre("Boot.Mode", "Boot.Order.1", "Boot.Order.2", "Memory.Speed"));
