@@ -10,12 +10,12 @@
 #include "support/command_line.hpp"
 #include "support/folder_of.hpp"
 #include "support/json.hpp"
+#include "support/line_index.hpp"
 #include "support/output_files.hpp"
 #include "support/program_main.hpp"
 #include "support/read_file.hpp"
 #include "tools/dp-template/encodable_text.hpp"
 #include "tools/dp-template/kept_registry.hpp"
-#include "support/line_index.hpp"
 #include "tools/dp-template/registry_compiler.hpp"
 
 // Compiles a Redfish AttributeRegistry into a template and the files with the initial values.

@@ -15,9 +15,9 @@
 #include "service_api/choice_list.hpp"
 #include "service_api/template_flags.hpp"
 #include "support/json.hpp"
+#include "support/line_index.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/support/test_data.hpp"
-#include "support/line_index.hpp"
 
 namespace {
 
