@@ -25,22 +25,25 @@ std::optional<std::string> take_quoted(std::string_view& rest) {
         return std::nullopt;
     }
     std::string value;
-    for (std::size_t i = 1; i < rest.size(); ++i) {
-        if (rest[i] == '"') {
-            rest.remove_prefix(i + 1);
-            if (rest.empty()) {
-                return value;
-            }
-            const bool is_field = rest.starts_with(separator) && rest.size() > separator.size();
-            rest.remove_prefix(is_field ? separator.size() : 0);
-            return is_field ? std::optional(value) : std::nullopt;
+    std::size_t end = 1;
+    for (; end < rest.size() && rest[end] != '"'; ++end) {
+        if (rest[end] == '\\') {
+            ++end;
         }
-        if (rest[i] == '\\' && ++i == rest.size()) {
-            break;
+        if (end < rest.size()) {
+            value += rest[end];
         }
-        value += rest[i];
     }
-    return std::nullopt;
+    if (end >= rest.size()) {
+        return std::nullopt;
+    }
+    rest.remove_prefix(end + 1);
+    if (rest.empty()) {
+        return value;
+    }
+    const bool is_field = rest.starts_with(separator) && rest.size() > separator.size();
+    rest.remove_prefix(is_field ? separator.size() : 0);
+    return is_field ? std::optional(value) : std::nullopt;
 }
 
 // Takes the fields after the target. False when they are not such fields.
