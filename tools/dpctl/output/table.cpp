@@ -4,6 +4,7 @@
 #include <limits>
 #include <ostream>
 
+#include "support/wrapped_text.hpp"
 #include "tools/dpctl/output/printable_text.hpp"
 
 namespace dpctl {
@@ -138,9 +139,14 @@ void table::write(std::ostream& os, const dp_support::terminal& screen) const {
             continue;
         }
         const table_cell& title = each.cells.front();
-        const std::string text =
-            screen.is_there() ? shortened(title.text, screen.columns) : title.text;
-        os << '\n' << styled(text, title.style, screen.has_colours) << '\n';
+        std::vector<std::string> lines{title.text};
+        if (screen.is_there()) {
+            lines = dp_support::wrapped_lines(title.text, screen.columns, display_width);
+        }
+        os << '\n';
+        for (const std::string& line : lines) {
+            os << styled(line, title.style, screen.has_colours) << '\n';
+        }
     }
 }
 

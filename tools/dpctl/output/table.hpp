@@ -51,7 +51,7 @@ class table {
     /// Adds a row, one cell for each column. Cells are made `printable`.
     void add(std::vector<table_cell> cells);
 
-    /// Adds a line above the next rows, after an empty line.
+    /// Adds a line above the next rows, after an empty line. On a terminal it is wrapped.
     void add_title(std::string_view text);
 
     /// Writes the headings and the rows, with two spaces between columns and none at the end of a

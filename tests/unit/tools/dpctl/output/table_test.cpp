@@ -76,6 +76,7 @@ TEST(table, writes_titles_between_rows) {
     rows.add_title("Setup > Boot \x1b");
     rows.add({"Mode", "UEFI"});
     EXPECT_EQ(written(rows), "NAME  VALUE\n\nSetup > Boot \\x1b\nMode  UEFI\n");
+    EXPECT_EQ(written(rows, 12), "NAME  VALUE\n\nSetup > Boot\n\\x1b\nMode  UEFI\n");
 }
 
 // Names, a type that may be left out, and values that may be shortened.
