@@ -240,6 +240,25 @@ json_value empty_value(json_kind kind) {
 json_value::json_value(const std::vector<std::string>& texts)
     : kind(json_kind::array), items(texts.begin(), texts.end()) {}
 
+std::string kind_name(json_kind kind) {
+    switch (kind) {
+        case json_kind::null:
+            return "null";
+        case json_kind::boolean:
+            return "true or false";
+        case json_kind::integer:
+        case json_kind::real:
+            return "a number";
+        case json_kind::text:
+            return "a text";
+        case json_kind::array:
+            return "a list";
+        case json_kind::object:
+            return "an object";
+    }
+    return "";
+}
+
 json_value json_value::array() {
     return empty_value(json_kind::array);
 }

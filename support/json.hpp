@@ -15,6 +15,9 @@ namespace dp_support {
 
 enum class json_kind : std::uint8_t { null, boolean, integer, real, text, array, object };
 
+/// The kind for a person: "a text", "a list".
+std::string kind_name(json_kind kind);
+
 struct json_member;
 
 /// A JSON value: built to be written, or read by `parse_json`. Values convert implicitly, so that

@@ -36,9 +36,6 @@ class findings_list {
     std::vector<finding>& findings_;
 };
 
-/// The kind of a value for a message: "a number", "true or false".
-std::string kind_name(dp_support::json_kind kind);
-
 /// The message for a value that should be `expected`: "is a number instead of a text".
 std::string wrong_kind(const dp_support::json_value& value, const std::string& expected);
 

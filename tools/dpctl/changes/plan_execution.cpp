@@ -16,20 +16,6 @@
 namespace dpctl {
 namespace {
 
-void read_after(session& service, change_plan& plan) {
-    std::vector<std::string> names;
-    names.reserve(plan.changes.size());
-    for (const auto& planned : plan.changes) {
-        names.push_back(planned.name());
-    }
-    service.reinitialize();
-    auto values = read_values(service, names);
-    for (std::size_t i = 0; i < plan.changes.size(); ++i) {
-        plan.changes[i].pending = std::move(values[i].pending);
-        plan.changes[i].current = std::move(values[i].current);
-    }
-}
-
 std::string why_refused(const planned_change& planned) {
     const setting_change& change = planned.change;
     return change.reason.empty() ? explain_status(static_cast<std::uint32_t>(change.status),
@@ -88,6 +74,20 @@ void take_effects(change_plan& plan, std::vector<dp_service::change_record> depe
 
 }  // namespace
 
+void read_back(session& service, change_plan& plan) {
+    std::vector<std::string> names;
+    names.reserve(plan.changes.size());
+    for (const auto& planned : plan.changes) {
+        names.push_back(planned.name());
+    }
+    service.reinitialize();
+    auto values = read_values(service, names);
+    for (std::size_t i = 0; i < plan.changes.size(); ++i) {
+        plan.changes[i].pending = std::move(values[i].pending);
+        plan.changes[i].current = std::move(values[i].current);
+    }
+}
+
 void execute_plan(session& service, change_plan& plan, bool keep_going, when_changed otherwise,
                   report& rep) {
     rep.document().set("waited_seconds", 0);
@@ -114,7 +114,7 @@ void execute_plan(session& service, change_plan& plan, bool keep_going, when_cha
     if (end.is_answered()) {
         take_effects(plan, std::move(end.dependent));
     }
-    read_after(service, plan);
+    read_back(service, plan);
     for (auto* const planned : waiting) {
         if (planned->cause.empty()) {
             judge(*planned, end.is_answered());

@@ -14,6 +14,9 @@ class report;
 void execute_plan(session& service, change_plan& plan, bool keep_going, when_changed otherwise,
                   report& rep);
 
+/// Reads the pending and current values of the plan's settings again.
+void read_back(session& service, change_plan& plan);
+
 }  // namespace dpctl
 
 #endif

@@ -4,19 +4,16 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstddef>
 #include <iostream>
 #include <string>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include "service_api/settings_client.hpp"
 #include "support/terminal.hpp"
 #include "tools/dpctl/changes/change_outcome.hpp"
+#include "tools/dpctl/changes/plan_execution.hpp"
 #include "tools/dpctl/changes/wait_notice.hpp"
 #include "tools/dpctl/output/report.hpp"
-#include "tools/dpctl/values/setting_values.hpp"
 
 namespace dpctl {
 namespace {
@@ -25,20 +22,10 @@ using std::chrono::steady_clock;
 
 // Reads the values again. Whether all pending ones are current.
 bool are_current(session& service, change_plan& plan) {
-    std::vector<std::string> names;
-    names.reserve(plan.changes.size());
-    for (const auto& planned : plan.changes) {
-        names.push_back(planned.name());
-    }
-    service.reinitialize();
-    auto values = read_values(service, names);
-    bool all = true;
-    for (std::size_t i = 0; i < plan.changes.size(); ++i) {
-        all = all && is_stored_value(values[i].current, values[i].pending);
-        plan.changes[i].pending = std::move(values[i].pending);
-        plan.changes[i].current = std::move(values[i].current);
-    }
-    return all;
+    read_back(service, plan);
+    return std::all_of(plan.changes.begin(), plan.changes.end(), [](const planned_change& planned) {
+        return is_stored_value(planned.current, planned.pending);
+    });
 }
 
 }  // namespace

@@ -41,25 +41,6 @@ std::optional<std::string> from_hexadecimal(std::string_view digits) {
     return digits.empty() || digits.size() % 2 != 0 ? std::nullopt : std::optional(bytes);
 }
 
-const char* kind_name(json_kind kind) {
-    switch (kind) {
-        case json_kind::null:
-            return "null";
-        case json_kind::boolean:
-            return "true or false";
-        case json_kind::integer:
-        case json_kind::real:
-            return "a number";
-        case json_kind::text:
-            return "a text";
-        case json_kind::array:
-            return "a list";
-        case json_kind::object:
-            break;
-    }
-    return "an object";
-}
-
 // Reads the JSON form.
 class json_state_reader {
   public:
@@ -73,7 +54,7 @@ class json_state_reader {
         }
         const json_value& root = document_.root;
         if (root.kind != json_kind::object) {
-            add_problem(root, std::string("is ") + kind_name(root.kind) + ", not an object");
+            add_problem(root, "is " + kind_name(root.kind) + ", not an object");
             return;
         }
         report_repeated(root);
