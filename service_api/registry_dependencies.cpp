@@ -426,7 +426,7 @@ void registry_dependencies::keep() {
 std::string registry_dependencies::condition_text(const registry_map& map) const {
     std::string text = terms_text(map.terms);
     std::replace_if(
-        text.begin(), text.end(), [](char c) { return c >= '\0' && c < ' '; }, ' ');
+        text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
     return text;
 }
 
