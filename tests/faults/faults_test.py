@@ -13,6 +13,7 @@ import errno
 import os
 import random
 import re
+import signal
 import sys
 import time
 
@@ -318,12 +319,16 @@ class Faults:
             self._settle(control)
         self.unfired += 0 if control.fired() else 1
         control.disarm()
-        if is_ready and (case.kind not in ENDS_THE_SERVICE or self.server.service.poll() is None):
+        if is_ready and case.kind not in ENDS_THE_SERVICE:
             self.server.stop()
         else:
+            # A service that is ready may be ending at this moment.
+            if is_ready:
+                self.server.service.send_signal(signal.SIGTERM)
             code, log = self.server.wait(), self.server.log()
             require(code >= 0, f"the service was ended by signal {-code}: {log[-800:]}")
-            require(code == 1 and log.strip(), f"the service ended with {code}: {log[-800:]}")
+            require((is_ready and code == 0) or (code == 1 and log.strip()),
+                    f"the service ended with {code}: {log[-800:]}")
         require((self.server.values(), self.server.current()) == (values, current),
                 f"the start changed values: {values} to {self.server.values()}, {current} to "
                 f"{self.server.current()}")
