@@ -607,8 +607,9 @@ dp_support::result<> settings_service::prepare_update(update_parts& parts) {
     return {};
 }
 
-// Writes the files of the update and then its marker.
-dp_support::result<> settings_service::stage(update_parts& parts, const std::string& marker) {
+// Writes the files of the update and then its marker. Without success there is no marker, also when
+// memory ran out: the next start would complete the update over later changes.
+dp_support::result<> settings_service::stage(update_parts& parts, const std::string& marker) try {
     const std::string product_data_path = dp_service::server_paths::vital_product_data.str();
     const auto data = with_product_data(product_data_path, "UEFIID", parts.build_id);
     if (!data) {
@@ -636,6 +637,9 @@ dp_support::result<> settings_service::stage(update_parts& parts, const std::str
         static_cast<void>(update_files_.finish());
     }
     return staged;
+} catch (...) {
+    static_cast<void>(update_files_.finish());
+    throw;
 }
 
 dp_support::result<> settings_service::install(update_parts parts) {
@@ -648,11 +652,11 @@ dp_support::result<> settings_service::install(update_parts parts) {
     if (auto staged = stage(parts, text_of(lost, '\n', lines)); !staged) {
         return staged;
     }
-    pending_file_.keep_backup();
-    current_file_.keep_backup();
     // From here on the new BIOS is the server's, even when its files cannot be put in place now:
     // before anything else is written, they are.
     is_installing_ = true;
+    pending_file_.keep_backup();
+    current_file_.keep_backup();
     auto placed = update_files_.place();
     dp_service::template_cache::discard();
     pending_version_ = std::move(parts.version);

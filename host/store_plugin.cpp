@@ -235,7 +235,7 @@ bool store_plugin::is_kept_at_default(const dp::transaction_command& command,
 // Stores the values that dependencies set.
 void store_plugin::apply(const std::vector<registry_dependencies::change>& changes) {
     for (const auto& change : changes) {
-        if (change.cause == nullptr) {
+        if (change.cause == nullptr || registry_ == nullptr) {
             continue;
         }
         const value_store::key at{&registry_->setting_of(change.attribute), dp::no_instance};

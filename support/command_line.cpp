@@ -305,7 +305,7 @@ std::vector<std::string> command_line::hints_for(const std::string& word) const 
     return hints;
 }
 
-parse_end command_line::wrong_usage(const std::string& text, std::vector<std::string> hints) const {
+parse_end command_line::wrong_usage(const std::string& text, std::vector<std::string> hints) {
     hints.erase(std::remove(hints.begin(), hints.end(), std::string()), hints.end());
     hints.emplace_back("Run with --help for more information.");
     return {parse_end::kinds::wrong_usage, text, std::move(hints)};

@@ -136,8 +136,8 @@ class command_line {
     [[nodiscard]] std::vector<std::string> hints_for(const std::string& word) const;
     [[nodiscard]] const command_line* given_subcommand() const;
     [[nodiscard]] std::vector<std::string> owners_of(const std::string& word) const;
-    [[nodiscard]] parse_end wrong_usage(const std::string& text,
-                                        std::vector<std::string> hints) const;
+    [[nodiscard]] static parse_end wrong_usage(const std::string& text,
+                                               std::vector<std::string> hints);
 
     std::unique_ptr<CLI::App> owned_;  // null in a subcommand, which the program's object owns
     CLI::App& app_;

@@ -77,12 +77,13 @@ result<> staged_file::replace() {
     if (futimens(file_.get(), nullptr) != 0 || !file_.close()) {
         return fail("write", staged_path_, errno);
     }
+    // Before the file is replaced, since memory may run out.
+    const std::string folder = folder_of(path_);
     if (std::rename(staged_path_.c_str(), path_.c_str()) != 0) {
         return fail("replace", path_, errno);
     }
     in_place_ = true;
     if (durability_ == durable) {
-        const std::string folder = folder_of(path_);
         const file_descriptor handle(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         if (!handle.is_open() || fsync(handle.get()) != 0) {
             return fail("sync", folder, errno);

@@ -300,6 +300,20 @@ class Faults:
             # The service was still completing the update, which replaces what the client reads.
             time.sleep(0.5)
             self.operations.check_next(case.operation)
+        if case.operation == "update":
+            self._check_restart()
+
+    def _check_restart(self):
+        """An update that was not made must not be completed by a later start."""
+        self.operations.prepare_change()
+        values = self.server.values()
+        self.server.stop()
+        self._controls["dp_settingsd"].disarm()
+        self.server.start(self._controls["dp_settingsd"])
+        found = self.server.values()
+        require(found == values, f"the next start changed values: {values} to {found}")
+        self.operations.check_next()
+        self._descriptors = self.server.descriptors()
 
     def _check_service_end(self, case):
         code, log = self.server.wait(), self.server.log()

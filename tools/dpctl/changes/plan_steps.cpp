@@ -22,13 +22,10 @@ std::string question_about(std::size_t count, bool restarts) {
 
 // Whether a current value differs from the pending one.
 bool needs_restart(const change_plan& plan) {
-    for (const auto& planned : plan.changes) {
-        if (planned.outcome != change_outcome::remains &&
-            !is_stored_value(planned.current, planned.pending)) {
-            return true;
-        }
-    }
-    return false;
+    return std::any_of(plan.changes.begin(), plan.changes.end(), [](const planned_change& planned) {
+        return planned.outcome != change_outcome::remains &&
+               !is_stored_value(planned.current, planned.pending);
+    });
 }
 
 void show(const session& service, const change_plan& plan, const plan_steps& steps, report& rep) {

@@ -95,6 +95,7 @@ comparison compare_with_state(session& service, const std::vector<desired_settin
                               const std::string& source) {
     comparison result{"pending values", source, {}};
     std::vector<std::string> names;
+    names.reserve(settings.size());
     for (const auto& desired : settings) {
         names.push_back(desired.setting.name());
     }

@@ -92,7 +92,11 @@ std::vector<desired_setting> resolve_state(catalog& names, const registry_state&
         if (reason.empty()) {
             settings.push_back(std::move(desired));
         } else {
-            rep.problem(place + name + ": " + reason);
+            std::string problem = place;
+            problem += name;
+            problem += ": ";
+            problem += reason;
+            rep.problem(problem);
         }
     }
     return settings;

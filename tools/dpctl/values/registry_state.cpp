@@ -45,6 +45,7 @@ registry_state::registry_state(session& service, catalog& names, report& rep) {
     const std::string path = named.empty() ? dp_service::server_paths::registry.str() : named;
     auto registry = read_registry(path);
     std::string problem = registry.reason();
+    const bool is_there = registry.ok() || registry.code() != ENOENT;
     if (registry) {
         registry_ = std::make_unique<const attribute_registry>(*std::move(registry));
         if (has_attributes_of(names)) {
@@ -57,7 +58,7 @@ registry_state::registry_state(session& service, catalog& names, report& rep) {
     if (!named.empty()) {
         throw std::runtime_error(problem);
     }
-    if (registry || registry.code() != ENOENT) {
+    if (is_there) {
         rep.note(problem + "; it is not used");
     }
 }
