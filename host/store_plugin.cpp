@@ -178,14 +178,18 @@ void store_plugin::persist(const dp::setting_transaction& trans, const command_l
 
 // Executes the commands that are open, and what dependencies make of them.
 void store_plugin::execute_decided(const command_list& commands) {
-    const auto decided =
-        registry_ == nullptr ? std::vector<registry_dependencies::change>() : decide(commands);
+    std::vector<registry_dependencies::change> decided;
+    if (registry_ != nullptr) {
+        decided = decide(commands);
+    }
     for (dp::transaction_command* command : commands) {
         if (is_open(*command)) {
             execute(*command);
         }
     }
-    apply(decided);
+    if (registry_ != nullptr) {
+        apply(decided);
+    }
     for (dp::transaction_command* command : kept_) {
         const std::string* const value = store_->find({command->target.setting, dp::no_instance});
         command->value_out = value == nullptr ? "" : *value;
@@ -235,7 +239,7 @@ bool store_plugin::is_kept_at_default(const dp::transaction_command& command,
 // Stores the values that dependencies set.
 void store_plugin::apply(const std::vector<registry_dependencies::change>& changes) {
     for (const auto& change : changes) {
-        if (change.cause == nullptr || registry_ == nullptr) {
+        if (change.cause == nullptr) {
             continue;
         }
         const value_store::key at{&registry_->setting_of(change.attribute), dp::no_instance};

@@ -31,7 +31,7 @@ def until(what, condition):
         if found:
             return found
         time.sleep(0.05)
-    fail(f"waited in vain for {what}")
+    fail(f"timed out waiting for {what}")
 
 
 class Shells:
