@@ -8,6 +8,7 @@
 
 #include "tests/support/dpctl.hpp"
 #include "tests/support/program.hpp"
+#include "tests/support/rounds.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/support/service_process.hpp"
 
@@ -128,11 +129,14 @@ class dpctl_dependent_state : public testing::Test {
 };
 
 TEST_F(dpctl_dependent_state, becomes_what_the_plan_says) {
-    for (unsigned seed = 1; seed <= 4; ++seed) {
+    // Four registries with eight states each.
+    const int rounds = test::rounds(32);
+    for (int first = 0; first < rounds; first += 8) {
+        const unsigned seed = 1 + static_cast<unsigned>(first) / 8;
         generated_server generated(seed);
         start(generated.registry());
         auto expected = pending_values();
-        for (int round = 0; round < 8; ++round) {
+        for (int round = 0; round < 8 && first + round < rounds; ++round) {
             SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round));
             test::write_file(service_process::path("/state"), generated.state());
             const json plan = json::parse(dpctl({"plan", "--json", "state"}).out);

@@ -1,4 +1,5 @@
 #include "common/numbers.hpp"
+#include "tests/support/rounds.hpp"
 
 #include <gtest/gtest.h>
 
@@ -231,7 +232,7 @@ TEST(parsed_number, agrees_with_a_stream_on_generated_texts) {
     // Digits are frequent enough that every second text is near the limits of a range.
     const std::string alphabet = "00112233445566778899abcdefABCDEFxX+- \t\n\0.,_gZ\x80\xFF"s;
     std::mt19937 random(20240229);
-    for (int i = 0; i < 200'000; ++i) {
+    for (int i = 0; i < test::rounds(200'000); ++i) {
         std::string text;
         const std::array leads{""s,  ""s,   ""s,    " "s,    "-"s,
                                "+"s, "0x"s, "-0x"s, "\t 0"s, "-429496729"s};

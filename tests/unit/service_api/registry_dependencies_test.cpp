@@ -12,6 +12,7 @@
 #include "tests/support/generated_registry.hpp"
 #include "tests/support/plain_dependencies.hpp"
 #include "tests/support/registry_values.hpp"
+#include "tests/support/rounds.hpp"
 
 namespace {
 
@@ -212,9 +213,9 @@ void expect_same(const registry_dependencies& rules, const test::plain_dependenc
 }
 
 TEST(registry_dependencies, agree_with_a_plain_evaluator) {
-    for (std::uint32_t seed = 1; seed <= 400; ++seed) {
+    for (int seed = 1; seed <= test::rounds(400); ++seed) {
         SCOPED_TRACE(seed);
-        test::generated_registry generated(seed);
+        test::generated_registry generated(static_cast<std::uint32_t>(seed));
         const auto& registry = generated.registry;
         registry_dependencies rules(registry);
         std::vector<registry_value> values;
