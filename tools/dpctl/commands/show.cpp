@@ -12,12 +12,14 @@
 
 #include "common/quoting.hpp"
 #include "service_api/choice_list.hpp"
+#include "service_api/registry_value.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/names/name_lookup.hpp"
 #include "tools/dpctl/output/printable_text.hpp"
 #include "tools/dpctl/values/attribute_description.hpp"
 #include "tools/dpctl/values/dependency_index.hpp"
 #include "tools/dpctl/values/dependency_text.hpp"
+#include "tools/dpctl/values/limits_in_force.hpp"
 #include "tools/dpctl/values/setting_values.hpp"
 #include "tools/dpctl/values/setup_view.hpp"
 
@@ -55,6 +57,11 @@ struct shown_attribute {
     // The dependency that determines the property now.
     [[nodiscard]] const registry_map* cause(registry_property which) const {
         return entry == nullptr ? nullptr : setup.state().rules()->cause(index, which);
+    }
+    // The template's limits with what the dependencies determine now.
+    template <class Limits>
+    [[nodiscard]] Limits in_force(Limits limits) const {
+        return entry == nullptr ? limits : limits_in_force(limits, *setup.state().rules(), index);
     }
     [[nodiscard]] bool is_in_force(const registry_map& map) const {
         return map.property != registry_property::current_value &&
@@ -118,33 +125,43 @@ void show_choices(report& rep, const shown_attribute& shown) {
     }
 }
 
-// A limit as a dependency makes it: "0 to 50 (upper bound 50 while Mode is Eco)".
-std::string with_causes(std::string limits, const shown_attribute& shown,
+// A limit in force, with the dependencies that determine it and, where it differs, that of the
+// template: "0 to 50 (upper bound 50 while Mode is Eco; template: 0 to 100)".
+std::string with_causes(const std::string& limit, const std::string& of_template,
+                        const shown_attribute& shown,
                         std::initializer_list<registry_property> properties) {
+    std::string reasons;
     for (const registry_property each : properties) {
         if (const auto* const cause = shown.cause(each)) {
-            limits += " (" + shown.describe(*cause) + ')';
+            reasons += (reasons.empty() ? "" : "; ") + shown.describe(*cause);
         }
     }
-    return limits;
+    if (limit != of_template) {
+        reasons += "; template: " + (of_template.empty() ? "none" : of_template);
+    }
+    return reasons.empty() ? limit : limit + " (" + reasons + ')';
 }
 
 void show_restrictions(report& rep, const shown_attribute& shown) {
     const dp_attribute& attribute = shown.attribute();
     if (is_numeric(attribute)) {
+        const number_limits fixed = number_limits_of(attribute);
+        const number_limits now = shown.in_force(fixed);
         show_item(rep, "Range",
-                  with_causes(number_range(attribute), shown,
+                  with_causes(range_text(now), range_text(fixed), shown,
                               {registry_property::lower_bound, registry_property::upper_bound}));
         show_item(rep, "Step",
-                  with_causes(std::to_string(number_step(attribute)), shown,
+                  with_causes(std::to_string(now.step), std::to_string(fixed.step), shown,
                               {registry_property::scalar_increment}));
     } else if (is_string(attribute)) {
+        const text_limits fixed = text_limits_of(attribute);
+        const text_limits now = shown.in_force(fixed);
         show_item(rep, "Length",
-                  with_causes(string_length(attribute), shown,
+                  with_causes(length_text(now), length_text(fixed), shown,
                               {registry_property::min_length, registry_property::max_length}));
         show_optional_item(
             rep, "Pattern",
-            with_causes(attribute.reg, shown, {registry_property::value_expression}));
+            with_causes(now.pattern, fixed.pattern, shown, {registry_property::value_expression}));
     } else if (is_enumeration(attribute)) {
         show_choices(rep, shown);
     }
@@ -209,9 +226,10 @@ void show_attribute(const shown_attribute& shown, report& rep) {
     rep.line(shown.setting.name(), text_style::heading);
     show_texts(rep, shown);
     show_restrictions(rep, shown);
-    show_item(
-        rep, "Default",
-        is_removed_by_default(attribute) ? "no value" : value_text({true, false, attribute.dft}));
+    const std::string fixed_default =
+        is_removed_by_default(attribute) ? "no value" : value_text({true, false, attribute.dft});
+    show_item(rep, "Default",
+              with_causes(fixed_default, fixed_default, shown, {registry_property::default_value}));
     for (std::size_t i = 0; i < shown.instances.size(); ++i) {
         if (shown.instances[i].instance != shown.setting.instance) {
             rep.line("  Instance " + shown.instances[i].instance);
@@ -270,6 +288,39 @@ void add_registry_members(const shown_attribute& shown, json_value& result) {
     result.set("decides_about", to_json(shown.dependencies->decided_by(shown.index), shown));
 }
 
+// A limit, and that of the template where it differs.
+void add_limit(json_value& object, const std::string& name, const json_value& now,
+               const json_value& of_template, bool differs) {
+    object.set(name, now);
+    if (differs) {
+        object.set("template_" + name, of_template);
+    }
+}
+
+json_value length_json(std::int64_t limit) {
+    return limit == 0 ? json_value() : json_value(limit);
+}
+
+void add_limits(const shown_attribute& shown, json_value& result) {
+    const dp_attribute& attribute = shown.attribute();
+    if (is_numeric(attribute)) {
+        const number_limits fixed = number_limits_of(attribute);
+        const number_limits now = shown.in_force(fixed);
+        add_limit(result, "minimum", now.least, fixed.least, now.least != fixed.least);
+        add_limit(result, "maximum", now.greatest, fixed.greatest, now.greatest != fixed.greatest);
+        add_limit(result, "step", now.step, fixed.step, now.step != fixed.step);
+    } else if (is_string(attribute)) {
+        const text_limits fixed = text_limits_of(attribute);
+        const text_limits now = shown.in_force(fixed);
+        add_limit(result, "minimum_length", now.least, fixed.least, now.least != fixed.least);
+        add_limit(result, "maximum_length", length_json(now.greatest), length_json(fixed.greatest),
+                  now.greatest != fixed.greatest);
+        add_limit(result, "pattern", now.pattern, fixed.pattern, now.pattern != fixed.pattern);
+    } else if (is_enumeration(attribute)) {
+        result.set("possible_values", dp_service::choice_list::split(attribute.chc));
+    }
+}
+
 json_value to_json(const shown_attribute& shown) {
     const dp_attribute& attribute = shown.attribute();
     const bool has_entry = shown.entry != nullptr;
@@ -282,20 +333,14 @@ json_value to_json(const shown_attribute& shown) {
                                       {"description", attribute.dsc},
                                       {"help", help},
                                       {"group", attribute.grp}});
-    if (is_numeric(attribute)) {
-        result.set("minimum", attribute.min);
-        result.set("maximum", number_maximum(attribute));
-        result.set("step", number_step(attribute));
-    } else if (is_string(attribute)) {
-        result.set("minimum_length", attribute.minc);
-        result.set("maximum_length",
-                   attribute.maxc == 0 ? json_value() : json_value(attribute.maxc));
-        result.set("pattern", attribute.reg);
-    } else if (is_enumeration(attribute)) {
-        result.set("possible_values", dp_service::choice_list::split(attribute.chc));
-    }
+    add_limits(shown, result);
     result.set("default", default_json(attribute));
-    result.set("read_only", !shown.setup.why_read_only(shown.setting).empty());
+    if (const auto* const cause = shown.cause(registry_property::default_value)) {
+        result.set("dependent_default", dp_service::setting_text(cause->value));
+    }
+    const bool is_fixed = is_read_only(attribute);
+    const bool is_fixed_now = !shown.setup.why_read_only(shown.setting).empty();
+    add_limit(result, "read_only", is_fixed_now, is_fixed, is_fixed_now != is_fixed);
     if (has_entry) {
         add_registry_members(shown, result);
     }

@@ -28,16 +28,18 @@ std::string allowed_choices(const dp_attribute& attribute) {
 }
 
 std::string allowed_numbers(const dp_attribute& attribute) {
-    const std::uint32_t step = number_step(attribute);
-    return number_range(attribute) + (step > 1 ? " in steps of " + std::to_string(step) : "");
+    const number_limits limits = number_limits_of(attribute);
+    return range_text(limits) +
+           (limits.step > 1 ? " in steps of " + std::to_string(limits.step) : "");
 }
 
 std::string allowed_strings(const dp_attribute& attribute) {
-    const bool any_length = attribute.minc == 0 && attribute.maxc == 0;
-    if (*attribute.reg == '\0') {
-        return any_length ? std::string() : string_length(attribute);
+    const text_limits limits = text_limits_of(attribute);
+    const bool any_length = limits.least == 0 && limits.greatest == 0;
+    if (limits.pattern.empty()) {
+        return any_length ? std::string() : length_text(limits);
     }
-    return (any_length ? "texts" : string_length(attribute)) + " that match " + attribute.reg;
+    return (any_length ? "texts" : length_text(limits)) + " that match " + limits.pattern;
 }
 
 }  // namespace
@@ -72,28 +74,33 @@ const char* type_name(const dp_attribute& attribute) {
     return is_enumeration(attribute) ? "enumeration" : "free";
 }
 
-std::uint32_t number_maximum(const dp_attribute& attribute) {
-    const bool unbounded = attribute.min == 0 && attribute.max == 0;
-    return unbounded ? std::numeric_limits<std::uint32_t>::max() : attribute.max;
+number_limits number_limits_of(const dp_attribute& attribute) {
+    const bool is_unbounded = attribute.min == 0 && attribute.max == 0;
+    return {attribute.min, is_unbounded ? std::numeric_limits<std::uint32_t>::max() : attribute.max,
+            std::max<std::uint32_t>(1, attribute.stp)};
 }
 
-std::uint32_t number_step(const dp_attribute& attribute) {
-    return std::max<std::uint32_t>(1, attribute.stp);
+text_limits text_limits_of(const dp_attribute& attribute) {
+    return {attribute.minc, attribute.maxc, attribute.reg};
 }
 
-std::string number_range(const dp_attribute& attribute) {
-    return std::to_string(attribute.min) + " to " + std::to_string(number_maximum(attribute));
+std::string range_text(const number_limits& limits) {
+    return limits.least > limits.greatest
+               ? "no number"
+               : std::to_string(limits.least) + " to " + std::to_string(limits.greatest);
 }
 
-std::string string_length(const dp_attribute& attribute) {
-    const std::string least = std::to_string(attribute.minc);
-    if (attribute.maxc == 0) {
-        return attribute.minc == 0 ? "any length" : "at least " + least + " characters";
+std::string length_text(const text_limits& limits) {
+    const std::string least = std::to_string(limits.least);
+    if (limits.greatest == 0) {
+        return limits.least <= 0 ? "any length" : "at least " + least + " characters";
     }
-    if (attribute.minc == attribute.maxc) {
+    if (limits.least == limits.greatest) {
         return "exactly " + least + " characters";
     }
-    return least + " to " + std::to_string(attribute.maxc) + " characters";
+    return limits.least > limits.greatest
+               ? "no text"
+               : least + " to " + std::to_string(limits.greatest) + " characters";
 }
 
 std::string allowed_values(const dp_attribute& attribute) {

@@ -21,18 +21,36 @@ bool is_removed_by_default(const dp_attribute& attribute);
 /// "integer", "string", "enumeration", or "free" for an attribute without range data.
 const char* type_name(const dp_attribute& attribute);
 
-/// The greatest number that a numeric attribute accepts; without bounds the greatest of 32 bits.
-std::uint32_t number_maximum(const dp_attribute& attribute);
+/// The numbers that an attribute accepts.
+struct number_limits {
+    std::int64_t least = 0;
+    std::int64_t greatest = 0;  ///< less than `least`: there is no such number
+    std::int64_t step = 1;      ///< at least 1
 
-/// The step of a numeric attribute, at least 1.
-std::uint32_t number_step(const dp_attribute& attribute);
+    bool operator==(const number_limits&) const = default;
+};
 
-/// The range of a numeric attribute, for example "0 to 100".
-std::string number_range(const dp_attribute& attribute);
+/// The texts that an attribute accepts. Lengths are in characters.
+struct text_limits {
+    std::int64_t least = 0;
+    std::int64_t greatest = 0;  ///< 0: no limit
+    std::string pattern;        ///< empty: any text
 
-/// The length of a string attribute: "4 to 16 characters", "exactly 4 characters", "at least 4
-/// characters" or "any length".
-std::string string_length(const dp_attribute& attribute);
+    bool operator==(const text_limits&) const = default;
+};
+
+/// The limits of a numeric attribute; without bounds every number of 32 bits.
+number_limits number_limits_of(const dp_attribute& attribute);
+
+/// The limits of a string attribute.
+text_limits text_limits_of(const dp_attribute& attribute);
+
+/// "0 to 100", or "no number".
+std::string range_text(const number_limits& limits);
+
+/// "4 to 16 characters", "exactly 4 characters", "at least 4 characters", "any length" or "no
+/// text".
+std::string length_text(const text_limits& limits);
 
 /// The values that the attribute accepts, for a person: "Legacy, UEFI", "0 to 100 in steps of 5" or
 /// "4 to 16 characters that match ^[A-Z]+$". Empty if there is no known restriction. Of many

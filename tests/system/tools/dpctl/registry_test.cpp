@@ -44,7 +44,11 @@ constexpr const char* small_registry = R"({"RegistryEntries": {
     {"DependencyFor": "Limit", "Type": "Map", "Dependency": {
       "MapFrom": [{"MapFromAttribute": "Profile", "MapFromProperty": "CurrentValue",
                    "MapFromCondition": "EQU", "MapFromValue": "Custom"}],
-      "MapToAttribute": "Limit", "MapToProperty": "UpperBound", "MapToValue": 40}}]}})";
+      "MapToAttribute": "Limit", "MapToProperty": "UpperBound", "MapToValue": 40}},
+    {"DependencyFor": "Limit", "Type": "Map", "Dependency": {
+      "MapFrom": [{"MapFromAttribute": "Profile", "MapFromProperty": "CurrentValue",
+                   "MapFromCondition": "EQU", "MapFromValue": "Custom"}],
+      "MapToAttribute": "Limit", "MapToProperty": "DefaultValue", "MapToValue": 20}}]}})";
 
 class dpctl_with_registry : public testing::Test {
   protected:
@@ -126,6 +130,7 @@ TEST_F(dpctl_with_registry, shows_an_attribute_as_a_setup_screen) {
               "  Current          Custom (until the server restarts)\n"
               "  Decides about    Limit: read-only while Profile is not Custom\n"
               "                   Limit: upper bound 40 while Profile is Custom\n"
+              "                   Limit: default 20 while Profile is Custom\n"
               "  Read-only        no\n");
     EXPECT_THAT(dpctl({"show", "Secret"}).out, HasSubstr("  Hidden           yes"));
 }
@@ -139,12 +144,35 @@ TEST_F(dpctl_with_registry, shows_why_an_attribute_cannot_be_changed_now) {
                           "  Current          50\n"
                           "  Depends on       read-only while Profile is not Custom (now)\n"
                           "                   upper bound 40 while Profile is Custom\n"
+                          "                   default 20 while Profile is Custom\n"
                           "  Read-only        now: read-only because Profile is not Custom\n"));
     test::store_pending({{"Boot.Profile", "Custom"}});
     EXPECT_THAT(
         dpctl({"show", "Limit"}).out,
-        HasSubstr("  Range            0 to 100 (upper bound 40 while Profile is Custom)\n"));
+        HasSubstr("  Range            0 to 40 (upper bound 40 while Profile is Custom; template: 0 "
+                  "to 100)\n"));
     EXPECT_THAT(dpctl({"show", "Limit"}).out, HasSubstr("  Read-only        no\n"));
+}
+
+TEST_F(dpctl_with_registry, has_the_limits_in_force_in_documents) {
+    json limit = dpctl_json({"show", "Limit"})["attributes"][0];
+    EXPECT_EQ(limit["maximum"], 100);
+    EXPECT_FALSE(limit.contains("template_maximum"));
+    EXPECT_EQ(limit["read_only"], true);
+    EXPECT_EQ(limit["template_read_only"], false);
+    test::store_pending({{"Boot.Profile", "Custom"}});
+    limit = dpctl_json({"show", "Limit"})["attributes"][0];
+    EXPECT_EQ(limit["minimum"], 0);
+    EXPECT_FALSE(limit.contains("template_minimum"));
+    EXPECT_EQ(limit["maximum"], 40);
+    EXPECT_EQ(limit["template_maximum"], 100);
+    EXPECT_EQ(limit["step"], 1);
+    EXPECT_EQ(limit["read_only"], false);
+    EXPECT_FALSE(limit.contains("template_read_only"));
+    EXPECT_EQ(limit["default"], "50");
+    EXPECT_EQ(limit["dependent_default"], "20");
+    EXPECT_THAT(dpctl({"show", "Limit"}).out,
+                HasSubstr("  Default          50 (default 20 while Profile is Custom)\n"));
 }
 
 TEST_F(dpctl_with_registry, describes_dependencies_in_documents) {

@@ -46,7 +46,18 @@ TEST(allowed_values, shows_the_length_and_pattern_of_a_string) {
               "0 to 9 characters that match ^[A-Z]+$");
     EXPECT_EQ(allowed_values(test::sample_string("A", 0, 0, "x")), "texts that match x");
     EXPECT_EQ(allowed_values(test::sample_string("A", 0, 0, "")), "");
-    EXPECT_EQ(string_length(test::sample_string("A", 0, 0, "")), "any length");
+}
+
+TEST(length_text, names_both_lengths_or_the_only_one) {
+    EXPECT_EQ(length_text({0, 0, ""}), "any length");
+    EXPECT_EQ(length_text({4, 0, ""}), "at least 4 characters");
+    EXPECT_EQ(length_text({4, 16, ""}), "4 to 16 characters");
+    EXPECT_EQ(length_text({16, 4, ""}), "no text");
+}
+
+TEST(range_text, names_both_bounds) {
+    EXPECT_EQ(range_text({-1, 100, 1}), "-1 to 100");
+    EXPECT_EQ(range_text({5, 4, 1}), "no number");
 }
 
 TEST(allowed_values, is_empty_without_range_data) {
