@@ -59,6 +59,35 @@ TEST_F(dp_settingsd_readers, can_read_everything_and_change_nothing) {
     EXPECT_THAT(refused.err, HasSubstr("ermission denied"));
 }
 
+TEST_F(dp_settingsd_readers, are_told_how_to_get_the_right_to_change_settings) {
+    // As on every system; the service would create it for itself.
+    std::filesystem::create_directories(path("/run"));
+    ASSERT_EQ(chmod(path("/run").c_str(), 0755), 0);
+    server.options = {"--read-group", "daemon"};
+    start();
+    service_process::run_batch("0 1 t set Boot.Mode \"Legacy\" \"\"\n");
+    test::write_file(path("/state"), "Boot.Mode=UEFI\n");
+    const std::vector<std::vector<std::string>> commands{
+        {"set", "Boot.Mode=UEFI"}, {"reset", "Boot.Mode"}, {"apply", "state"}, {"revert", "Boot"}};
+    for (const auto& arguments : commands) {
+        const auto refused = dpctl_as_other(arguments, true);
+        EXPECT_EQ(refused.exit_code, 1) << arguments[0];
+        EXPECT_EQ(refused.err,
+                  "dpctl: cannot use the settings service: " + path("/run/dp/settings.sock") +
+                      ": permission denied: run as root\n  Nothing was changed.\n")
+            << arguments[0];
+    }
+    EXPECT_EQ(server.stop(), 0);
+    server.options = {"--read-group", "daemon", "--group", "adm"};
+    start();
+    for (const auto& arguments : commands) {
+        EXPECT_THAT(dpctl_as_other(arguments, true).err,
+                    HasSubstr("permission denied: run as root or join the group adm\n"))
+            << arguments[0];
+    }
+    EXPECT_EQ(dpctl_as_other({"get", "Boot.Mode"}, true).out, "Boot.Mode=Legacy\n");
+}
+
 TEST_F(dp_settingsd_readers, can_read_after_an_update_with_a_template_of_this_second_or_later) {
     server.options = {"--read-group", "daemon"};
     start();

@@ -14,6 +14,7 @@
 #include "tools/dpctl/output/printable_text.hpp"
 #include "tools/dpctl/output/report.hpp"
 #include "tools/dpctl/status/status_reason.hpp"
+#include "tools/dpctl/system/denied_access.hpp"
 #include "tools/dpctl/system/signal_wait.hpp"
 
 namespace dpctl {
@@ -109,6 +110,15 @@ const char* request_end::word() const {
     return "unanswered";
 }
 
+std::string request_problem(const settings_client& client, const settings_client::result& answer) {
+    if (answer.state == settings_client::states::no_service) {
+        if (const auto reason = why_connection_denied(client.socket_path); !reason.empty()) {
+            return "cannot use the settings service: " + client.socket_path + ": " + reason;
+        }
+    }
+    return answer.reason;
+}
+
 std::string why_not_requestable(const setting_change& change) {
     if (const auto reason = why_not_encodable(change.name, text_part::name); !reason.empty()) {
         return "the name " + reason;
@@ -126,6 +136,7 @@ request_end request_changes(const std::vector<setting_change*>& changes,
                             const std::string& planned_on, when_changed otherwise, report& rep) {
     request_end end;
     settings_client::result answer;
+    std::string problem;
     bool is_interrupted = false;
     {
         signal_wait signals(STDOUT_FILENO);
@@ -152,6 +163,7 @@ request_end request_changes(const std::vector<setting_change*>& changes,
             answer = request_with_reads(client, changes);
         }
         end.state = answer.state;
+        problem = request_problem(client, answer);
         end.dependent = std::move(answer.dependent);
         end.seconds = notice.seconds();
         is_interrupted = signals.is_stopped();
@@ -159,7 +171,7 @@ request_end request_changes(const std::vector<setting_change*>& changes,
     rep.document().set("request", end.word());
     rep.document().set("waited_seconds", end.seconds);
     if (!end.is_answered()) {
-        rep.problem(answer.reason);
+        rep.problem(problem);
         if (end.is_dropped() && end.state != settings_client::states::withdrawn) {
             rep.hint("Nothing was changed.");
         }

@@ -33,6 +33,11 @@ struct request_end {
     [[nodiscard]] const char* word() const;
 };
 
+/// Why the service did not do what was requested, for a person. A user who may not use its socket
+/// gets what to do about it.
+std::string request_problem(const dp_service::settings_client& client,
+                            const dp_service::settings_client::result& answer);
+
 /// Why a request cannot contain the change, as the text after "NAME: "; empty if it can.
 std::string why_not_requestable(const setting_change& change);
 

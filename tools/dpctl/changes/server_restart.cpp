@@ -11,6 +11,7 @@
 #include "service_api/settings_client.hpp"
 #include "support/terminal.hpp"
 #include "tools/dpctl/changes/change_outcome.hpp"
+#include "tools/dpctl/changes/change_request.hpp"
 #include "tools/dpctl/changes/plan_execution.hpp"
 #include "tools/dpctl/changes/wait_notice.hpp"
 #include "tools/dpctl/output/report.hpp"
@@ -37,12 +38,13 @@ void restart_server(session& service, change_plan& plan, report& rep) {
     {
         const wait_notice notice(std::cerr, dp_support::terminal_of(STDERR_FILENO),
                                  "waiting for the server to restart", wait_notice::usual_delay);
-        const auto answer = dp_service::settings_client().restart();
+        dp_service::settings_client client;
+        const auto answer = client.restart();
         rep.document().set(
             "restarted",
             answer.state == dp_service::settings_client::states::answered && answer.status == 0);
         if (!answer.reason.empty()) {
-            rep.problem("the server was not restarted: " + answer.reason);
+            rep.problem("the server was not restarted: " + request_problem(client, answer));
             return;
         }
         const auto end = steady_clock::now() + longest_wait;

@@ -35,6 +35,11 @@ bool is_member(gid_t group) {
     return group == getegid() || std::find(groups.begin(), groups.end(), group) != groups.end();
 }
 
+// What the group of a file needs, so that its members can use it.
+mode_t needed_mode(mode_t type) {
+    return S_ISDIR(type) ? S_IXGRP : S_ISSOCK(type) ? S_IWGRP : S_IRGRP;
+}
+
 std::string name_of(gid_t group) {
     const struct group* const entry = getgrgid(group);
     return entry == nullptr ? std::to_string(group) : entry->gr_name;
@@ -51,12 +56,18 @@ std::string explain_denied_access(const std::string& path, int error) {
     if (stat(obstacle_on(path).c_str(), &status) != 0) {
         return advice;
     }
-    const mode_t needed = S_ISDIR(status.st_mode) ? S_IXGRP : S_IRGRP;
-    const bool would_help = (status.st_mode & needed) != 0 && status.st_gid != 0;
+    const bool would_help =
+        (status.st_mode & needed_mode(status.st_mode)) != 0 && status.st_gid != 0;
     if (would_help && !is_member(status.st_gid)) {
         advice += " or join the group " + name_of(status.st_gid);
     }
     return advice;
+}
+
+std::string why_connection_denied(const std::string& path) {
+    const bool is_denied =
+        faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0 && errno == EACCES;
+    return is_denied ? explain_denied_access(path, EACCES) : std::string();
 }
 
 }  // namespace dpctl

@@ -416,8 +416,8 @@ TEST_F(dpctl_set, reports_that_it_may_not_use_the_request_socket) {
          std::vector<std::vector<std::string>>{{"set", "Boot.Mode=UEFI"}, {"reset", "Boot"}}) {
         const auto result = test::run_program_unprivileged("dpctl", arguments);
         EXPECT_EQ(result.exit_code, 1);
-        EXPECT_EQ(result.err, "dpctl: no settings service: " + test::root() +
-                                  "/run/dp/settings.sock: Permission denied\n"
+        EXPECT_EQ(result.err, "dpctl: cannot use the settings service: " + test::root() +
+                                  "/run/dp/settings.sock: permission denied: run as root\n"
                                   "  Nothing was changed.\n");
     }
 }

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <string>
 
 #include "tests/support/child_process.hpp"
@@ -39,12 +40,19 @@ class explain_denied_access_test : public testing::Test {
 
     // What an ordinary user gets.
     [[nodiscard]] std::string explained() const {
+        return as_ordinary_user([&] { return explain_denied_access(file_, EACCES); });
+    }
+    [[nodiscard]] std::string explained_connection() const {
+        return as_ordinary_user([&] { return why_connection_denied(file_); });
+    }
+
+    static std::string as_ordinary_user(const std::function<std::string()>& explain) {
         std::string text;
         test::child_process user([&](const test::child_process::parent_channel& parent) {
             if (!test::drop_privileges()) {
                 return 1;
             }
-            for (const char c : explain_denied_access(file_, EACCES)) {
+            for (const char c : explain()) {
                 parent.send(c);
             }
             parent.send('\n');
@@ -82,6 +90,23 @@ TEST_F(explain_denied_access_test, names_no_group_without_access) {
     EXPECT_EQ(explained(), "permission denied: run as root");
     set(folder_, 0750, 0);
     EXPECT_EQ(explained(), "permission denied: run as root") << "nobody joins root's group";
+}
+
+TEST_F(explain_denied_access_test, names_the_group_that_may_connect_to_a_socket) {
+    std::filesystem::remove(file_);
+    ASSERT_EQ(mknod(file_.c_str(), S_IFSOCK | 0600, 0), 0);
+    set(folder_, 0755, 0);
+    set(file_, 0660, operators_group);
+    EXPECT_EQ(explained_connection(), "permission denied: run as root or join the group 4711");
+    set(file_, 0640, operators_group);
+    EXPECT_EQ(explained_connection(), "permission denied: run as root");
+    set(file_, 0666, 0);
+    EXPECT_EQ(explained_connection(), "");
+    set(folder_, 0750, operators_group);
+    EXPECT_EQ(explained_connection(), "permission denied: run as root or join the group 4711");
+    set(folder_, 0755, 0);
+    std::filesystem::remove(file_);
+    EXPECT_EQ(explained_connection(), "") << "there is no service";
 }
 
 TEST_F(explain_denied_access_test, is_the_text_of_the_system_for_other_reasons) {
