@@ -32,7 +32,17 @@ reading reading_of(const std::optional<std::string>& value) {
 }
 
 void show_changes(const std::vector<dp_service::change_record>& changes, report& rep) {
-    table rows({"TIME", "TRANSACTION", "CLIENT", "SETTING", "FROM", "TO", "BECAUSE"});
+    constexpr std::size_t least_transaction = 11;
+    constexpr std::size_t least_client = 16;
+    constexpr std::size_t least_value = 8;
+    constexpr std::size_t least_cause = 12;
+    table rows({"TIME",
+                {"TRANSACTION", least_transaction, true},
+                {"CLIENT", least_client, true},
+                "SETTING",
+                {"FROM", least_value},
+                {"TO", least_value},
+                {"BECAUSE", least_cause}});
     auto& list = rep.document().set("changes", json_value::array());
     for (const auto& change : changes) {
         const auto by = change.requested_by();
@@ -105,7 +115,8 @@ void add_history(command_line& program, invocation& request) {
              "new value; \"-\" means that there was none, or that the instance was deleted. A\n"
              "value that changed because others did has the cause. NAME is a collection, an "
              "attribute with or without its collection, or\n"
-             "one instance. It need not exist any longer.\n",
+             "one instance. It need not exist any longer.\n"
+             "On a terminal the columns are fitted to its width; elsewhere nothing is shortened.\n",
          .examples = {"dpctl history", "dpctl history Boot --last 10",
                       "dpctl history BootMode Ports.Speed.2 --json"}});
     const auto options = std::make_shared<history_options>();

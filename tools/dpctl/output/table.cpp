@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <ostream>
+#include <utility>
 
 #include "support/wrapped_text.hpp"
 #include "tools/dpctl/output/printable_text.hpp"
@@ -72,8 +73,11 @@ std::vector<table::column_layout> table::layout(std::size_t columns) const {
     }
     const auto total = [&result] {
         std::size_t sum = 0;
+        bool is_first = true;
         for (const column_layout& each : result) {
-            sum += each.is_shown ? each.width + (sum == 0 ? 0 : gap) : 0;
+            if (each.is_shown) {
+                sum += each.width + (std::exchange(is_first, false) ? 0 : gap);
+            }
         }
         return sum;
     };
@@ -90,10 +94,13 @@ std::vector<table::column_layout> table::layout(std::size_t columns) const {
     for (std::size_t i = result.size(); i > 0 && total() > columns; --i) {
         result[i - 1].is_shown = !columns_[i - 1].is_optional;
     }
+    // The rows that need more of a column that may not be shortened are broken after it.
+    for (std::size_t i = 0; i + 1 < result.size() && total() > columns; ++i) {
+        if (columns_[i].least == 0) {
+            result[i].width -= std::min(total() - columns, result[i].width);
+        }
+    }
     if (total() > columns) {
-        // The rows that need more of the first column are broken after it.
-        const std::size_t excess = total() - columns;
-        result[0].width -= std::min(excess, result[0].width);
         return result;
     }
     widen(result, columns - total(), false);

@@ -55,8 +55,9 @@ class table {
     void add_title(std::string_view text);
 
     /// Writes the headings and the rows, with two spaces between columns and none at the end of a
-    /// line. Without a terminal nothing is shortened; on one, lines fit if the first column does
-    /// not need the whole width.
+    /// line. Without a terminal nothing is shortened; on one, a row is broken after a cell that is
+    /// wider than its column, and lines fit if no cell that may not be shortened needs the whole
+    /// width.
     void write(std::ostream& os, const dp_support::terminal& screen = {}) const;
 
   private:

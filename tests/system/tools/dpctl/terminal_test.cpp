@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "service_api/change_record.hpp"
 #include "tests/support/environment_variable.hpp"
 #include "tests/support/eventually.hpp"
 #include "tests/support/program.hpp"
@@ -46,6 +47,19 @@ class dpctl_on_terminal : public testing::Test {
         server_.install(settings);
     }
 
+    // A change with long texts, and one that a dependency made.
+    static void write_history() {
+        dp_service::change_record change{
+            "cim-0,id=6a1f,uid=1000,gid=1000,pid=12345,program=/usr/local/bin/inventory",
+            "2026-11-22T15:25:09+01:00", "Memory.InterleavingOfChannelsAndRanks",
+            std::string(40, 'p'), std::string(30, 'q')};
+        std::string lines = change.line() + '\n';
+        change.target = "Boot.Delay";
+        change.cause = "the profile of workloads is neither Balanced nor Custom";
+        lines += change.line() + '\n';
+        test::write_file(test::root() + "/var/dp/history", lines);
+    }
+
     static std::string output(const std::vector<std::string>& arguments, unsigned short columns,
                               unsigned short rows = 500) {
         program_on_terminal dpctl("dpctl", arguments, columns, rows);
@@ -72,8 +86,10 @@ class dpctl_on_terminal : public testing::Test {
 };
 
 TEST_F(dpctl_on_terminal, fits_lists_and_help_to_the_width) {
-    const std::vector<std::vector<std::string>> commands{
-        {"list"}, {"list", "Boot"}, {"collections"}, {"show", "Boot.Mode"}, {"show", "Boot.*"}};
+    write_history();
+    const std::vector<std::vector<std::string>> commands{{"list"},           {"list", "Boot"},
+                                                         {"collections"},    {"show", "Boot.Mode"},
+                                                         {"show", "Boot.*"}, {"history"}};
     for (const unsigned short columns : std::initializer_list<unsigned short>{60, 80, 200}) {
         for (const auto& command : commands) {
             for (const std::string& line : lines_of(output(command, columns))) {
@@ -99,6 +115,23 @@ TEST_F(dpctl_on_terminal, shortens_nothing_for_another_program) {
     const std::string listed = test::run_program("dpctl", {"list"}).out;
     EXPECT_THAT(listed, HasSubstr(std::string(40, 'p') + " " + std::string(30, 'q')));
     EXPECT_THAT(listed, HasSubstr(std::string(70, 'c')));
+    write_history();
+    const std::string changes = test::run_program("dpctl", {"history"}).out;
+    EXPECT_THAT(changes, HasSubstr("uid=1000,gid=1000,pid=12345,program=/usr/local/bin/inventory"));
+    EXPECT_THAT(changes, HasSubstr(std::string(40, 'p')));
+    EXPECT_THAT(changes, HasSubstr("the profile of workloads is neither Balanced nor Custom"));
+}
+
+TEST_F(dpctl_on_terminal, shows_times_and_names_of_changes_completely) {
+    write_history();
+    for (const unsigned short columns : std::initializer_list<unsigned short>{60, 80, 200}) {
+        const std::string shown = output({"history"}, columns);
+        EXPECT_THAT(shown, HasSubstr("2026-11-22T15:25:09+01:00")) << columns;
+        EXPECT_THAT(shown, HasSubstr("Memory.InterleavingOfChannelsAndRanks")) << columns;
+        EXPECT_THAT(shown, HasSubstr("the profile")) << columns;
+    }
+    EXPECT_THAT(output({"history"}, 80), Not(HasSubstr("CLIENT")));
+    EXPECT_THAT(output({"history"}, 200), HasSubstr("uid=1000,gid=10"));
 }
 
 TEST_F(dpctl_on_terminal, wraps_the_help_of_a_setting) {

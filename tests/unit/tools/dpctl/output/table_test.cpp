@@ -113,13 +113,43 @@ TEST(table, breaks_the_rows_of_long_names_on_a_very_narrow_terminal) {
               "Boot.A      1         another…\n");
 }
 
+// Two columns that may not be shortened.
+table table_of_changes() {
+    table rows({"TIME", {"CLIENT", 8, true}, "SETTING", {"FROM", 4}, {"TO", 4}});
+    rows.add({"2026-11-22T15:25:09+01:00", "uid=0,gid=0", "Boot.NetworkBootOrder", "a long value",
+              "another"});
+    rows.add({"2026-11-22T15:25:10+01:00", "uid=0,gid=0", "Boot.A", "1", "2"});
+    return rows;
+}
+
+TEST(table, breaks_rows_after_each_column_that_is_too_wide) {
+    EXPECT_EQ(written(table_of_changes(), 50),
+              "TIME             SETTING                FROM  TO\n"
+              "2026-11-22T15:25:09+01:00\n"
+              "                 Boot.NetworkBootOrder  a l…  ano…\n"
+              "2026-11-22T15:25:10+01:00\n"
+              "                 Boot.A                 1     2\n");
+    EXPECT_EQ(written(table_of_changes(), 27),
+              "TIME\n"
+              "  SETTING        FROM  TO\n"
+              "2026-11-22T15:25:09+01:00\n"
+              "  Boot.NetworkBootOrder\n"
+              "                 a l…  ano…\n"
+              "2026-11-22T15:25:10+01:00\n"
+              "  Boot.A         1     2\n");
+}
+
 TEST(table, never_exceeds_the_width_of_a_terminal) {
-    for (std::size_t columns = 40; columns <= 200; ++columns) {
-        std::istringstream lines(written(wide_table(), columns));
-        for (std::string line; std::getline(lines, line);) {
-            EXPECT_LE(display_width(line), columns) << line;
+    const auto expect_fit = [](const table& rows, std::size_t least) {
+        for (std::size_t columns = least; columns <= 200; ++columns) {
+            std::istringstream lines(written(rows, columns));
+            for (std::string line; std::getline(lines, line);) {
+                EXPECT_LE(display_width(line), columns) << line;
+            }
         }
-    }
+    };
+    expect_fit(wide_table(), 21);
+    expect_fit(table_of_changes(), 25);
 }
 
 TEST(table, has_styles_on_a_terminal_with_colours) {
