@@ -325,6 +325,12 @@ std::optional<parse_end> command_line::try_parse(int argc, const char* const* ar
         const auto unknown = app_.remaining(true);
         const bool is_required =
             error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
+        if (is_required && unknown.empty() && given_subcommand() == nullptr &&
+            help_command_ != nullptr) {
+            return parse_end{parse_end::kinds::wrong_usage,
+                             error.what(),
+                             {'"' + app_.get_name() + " help\" lists the subcommands."}};
+        }
         if (unknown.empty() ||
             (!is_required &&
              error.get_exit_code() != static_cast<int>(CLI::ExitCodes::ExtrasError))) {

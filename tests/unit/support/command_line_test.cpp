@@ -79,6 +79,7 @@ TEST_F(sample_command_line, names_the_subcommands_that_have_an_option) {
 TEST_F(sample_command_line, reports_wrong_values_and_missing_words) {
     EXPECT_THAT(parse({"check", "--wait", "10"})->text, HasSubstr("--wait"));
     EXPECT_EQ(parse({})->text, "A subcommand is required");
+    EXPECT_THAT(parse({})->hints, ElementsAre("\"prog help\" lists the subcommands."));
     EXPECT_EQ(parse({"check", "--wait", "4"})->text, "4 does not fit");
 }
 

@@ -77,6 +77,8 @@ TEST_F(dpctl_command_line, prints_a_document_after_wrong_usage) {
     EXPECT_EQ(test::dpctl_json({"lsit", "Boot"}, 2)["errors"],
               nlohmann::json({"The following argument was not expected: lsit"}));
     EXPECT_EQ(test::dpctl_json({}, 2)["errors"], nlohmann::json({"A subcommand is required"}));
+    EXPECT_EQ(dpctl({}).err,
+              "dpctl: A subcommand is required\n  \"dpctl help\" lists the subcommands.\n");
     EXPECT_EQ(dpctl({"lsit", "--json"}).err,
               "dpctl: The following argument was not expected: lsit\n"
               "  did you mean list?\n"
