@@ -51,6 +51,13 @@ dp_support::result<> expand(const std::string& template_path, const std::string&
         .and_then([&] { return check_trusted(text_path); });
 }
 
+// The same, unless the text is newer than the template.
+dp_support::result<> expand_if_older(const std::string& template_path, const std::string& text_path,
+                                     const char* what = "-sf") {
+    return file_newer_than(template_path, text_path) ? expand(template_path, text_path, what)
+                                                     : dp_support::result<>();
+}
+
 // Makes the file `path` at least one second newer than `template_path`.
 dp_support::result<> make_newer(const std::string& path, const std::string& template_path) {
     const auto file = open_trusted_file(path);
@@ -81,8 +88,8 @@ dp_support::result<> write_expansion(const std::string& template_path) {
     if (!lock) {
         return lock.error();
     }
-    return expand(template_path, info)
-        .and_then([&] { return expand(template_path, list, "-sc"); })
+    return expand_if_older(template_path, info)
+        .and_then([&] { return expand_if_older(template_path, list, "-sc"); })
         .and_then([&] { return make_newer(info, template_path); })
         .and_then([&] { return make_newer(list, template_path); });
 }
@@ -102,10 +109,8 @@ dp_support::result<std::vector<template_info>> read_template(const std::string& 
     if (!lock) {
         return lock.error();
     }
-    if (file_newer_than(template_path, text_path)) {
-        if (const auto expanded = expand(template_path, text_path); !expanded) {
-            return expanded.error();
-        }
+    if (const auto expanded = expand_if_older(template_path, text_path); !expanded) {
+        return expanded.error();
     }
     if (const auto checked = check_size(text_path); !checked) {
         return checked.error();

@@ -20,9 +20,9 @@ inline constexpr std::uint32_t largest_template = std::uint32_t{64} << 20U;
 dp_support::result<std::vector<template_info>> read_template(const std::string& template_path,
                                                              const std::string& text_path);
 
-/// Writes everything that the library expands the template `template_path` to
-/// (`dp_service::template_cache`), with later times than the template has in whole seconds: readers
-/// then expand nothing.
+/// Writes what the library expands the template `template_path` to (`dp_service::template_cache`)
+/// unless it is newer than the template already, and gives it later times than the template has in
+/// whole seconds: readers then expand nothing.
 dp_support::result<> write_expansion(const std::string& template_path);
 
 }  // namespace dp_host

@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "common/file_utilities.hpp"
+#include "common/fixed_paths.hpp"
 #include "tests/support/sample_template.hpp"
 #include "tests/support/test_platform.hpp"
 
@@ -58,6 +59,17 @@ TEST_F(read_template_test, reads_an_attribute_text_that_is_newer_than_the_templa
     test::set_mtime(bios, 1001);
     ASSERT_EQ(read(), "");
     EXPECT_EQ(infos[0].id, "X");
+}
+
+TEST_F(read_template_test, is_followed_by_an_expansion_of_what_is_missing) {
+    test::set_mtime(bios, 1000);
+    ASSERT_EQ(read(), "");
+    ASSERT_TRUE(dp_host::write_expansion(bios));
+    const std::string once = "-sf -i " + bios + " -o " + text + "\n";
+    EXPECT_EQ(test::read_file(calls),
+              once + "-sc -i " + bios + " -o " + dp::fixed_paths::uefi_configs.str() + "\n");
+    ASSERT_TRUE(dp_host::write_expansion(bios));
+    EXPECT_EQ(test::read_file(calls).find(once, 1), std::string::npos) << "expanded again";
 }
 
 TEST_F(read_template_test, fails_without_a_template_even_with_an_attribute_text) {
