@@ -2,16 +2,14 @@
 #include <iterator>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "support/suggestions.hpp"
+#include "tools/dpctl/changes/change_planner.hpp"
 #include "tools/dpctl/changes/plan_steps.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/desired/desired_settings.hpp"
-#include "tools/dpctl/names/name_lookup.hpp"
 #include "tools/dpctl/names/setting_selection.hpp"
-#include "tools/dpctl/values/registry_state.hpp"
 
 namespace dpctl {
 namespace {
@@ -23,13 +21,11 @@ void run_reset(const file_names& files, const selection_options& options, report
         return;
     }
     session service(files, rep);
-    std::string version = service.pending_version();
-    catalog names(service);
-    if (!have_collections(names, service, rep)) {
+    const auto planner = change_planner::start(service, rep);
+    if (planner == nullptr) {
         return;
     }
-    registry_state registry(service, names, rep);
-    const auto selected = select_settings(names, options.names, options.all, rep);
+    const auto selected = select_settings(planner->names(), options.names, options.all, rep);
     if (selected.empty() && !rep.failed()) {
         rep.problem("there is nothing to reset: " + service.files().settings +
                     " has no values of " +
@@ -38,7 +34,7 @@ void run_reset(const file_names& files, const selection_options& options, report
     }
     std::vector<desired_setting> settings;
     std::transform(selected.begin(), selected.end(), std::back_inserter(settings), default_of);
-    auto plan = plan_changes(service, registry, settings, std::move(version));
+    auto plan = planner->plan(settings);
     carry_out_plan(service, plan,
                    {.asks = !options.is_confirmed,
                     .has_nothing_code = false,

@@ -4,12 +4,11 @@
 #include <utility>
 #include <vector>
 
+#include "tools/dpctl/changes/change_planner.hpp"
 #include "tools/dpctl/changes/plan_steps.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/desired/desired_settings.hpp"
-#include "tools/dpctl/names/name_lookup.hpp"
 #include "tools/dpctl/names/setting_selection.hpp"
-#include "tools/dpctl/values/registry_state.hpp"
 #include "tools/dpctl/values/setting_values.hpp"
 
 namespace dpctl {
@@ -55,15 +54,12 @@ void run_revert(const file_names& files, const revert_options& options, report& 
         return;
     }
     session service(files, rep);
-    std::string version = service.pending_version();
-    catalog names(service);
-    if (!have_collections(names, service, rep)) {
+    const auto planner = change_planner::start(service, rep);
+    if (planner == nullptr) {
         return;
     }
-    registry_state registry(service, names, rep);
-    const auto selected = select_settings(names, selection.names, selection.all, rep);
-    const auto settings = current_state(service, selected, rep);
-    auto plan = plan_changes(service, registry, settings, std::move(version));
+    const auto selected = select_settings(planner->names(), selection.names, selection.all, rep);
+    auto plan = planner->plan(current_state(service, selected, rep));
     carry_out_plan(
         service, plan,
         {.asks = !selection.is_confirmed, .keep_going = options.keep_going, .has_keep_going = true},

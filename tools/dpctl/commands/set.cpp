@@ -2,16 +2,14 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
+#include "tools/dpctl/changes/change_planner.hpp"
 #include "tools/dpctl/changes/plan_steps.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/desired/desired_settings.hpp"
 #include "tools/dpctl/desired/state_plan.hpp"
-#include "tools/dpctl/names/name_lookup.hpp"
 #include "tools/dpctl/output/printable_text.hpp"
-#include "tools/dpctl/values/registry_state.hpp"
 
 namespace dpctl {
 namespace {
@@ -53,17 +51,14 @@ void run_set(const file_names& files, const set_options& options, report& rep) {
         return;
     }
     session service(files, rep);
-    std::string version = service.pending_version();
-    catalog names(service);
-    if (!have_collections(names, service, rep)) {
+    const auto planner = change_planner::start(service, rep);
+    if (planner == nullptr) {
         return;
     }
-    registry_state registry(service, names, rep);
     if (!options.file.empty()) {
-        note_other_versions(*state, service, registry, rep);
+        note_other_versions(*state, service, planner->registry(), rep);
     }
-    const auto settings = resolve_state(names, registry, *state, rep);
-    auto plan = plan_changes(service, registry, settings, std::move(version));
+    auto plan = planner->plan(resolve_state(planner->names(), planner->registry(), *state, rep));
     carry_out_plan(service, plan, options.steps, rep);
 }
 

@@ -6,9 +6,9 @@
 #include <utility>
 #include <variant>
 
+#include "tools/dpctl/changes/change_planner.hpp"
 #include "tools/dpctl/desired/desired_settings.hpp"
 #include "tools/dpctl/desired/server_identity.hpp"
-#include "tools/dpctl/names/name_lookup.hpp"
 #include "tools/dpctl/output/printable_text.hpp"
 #include "tools/dpctl/output/report.hpp"
 #include "tools/dpctl/values/registry_state.hpp"
@@ -82,19 +82,17 @@ std::optional<change_plan> plan_state(session& service, const std::string& path,
     if (!state) {
         return std::nullopt;
     }
-    std::string version = service.pending_version();
-    catalog names(service);
-    if (!have_collections(names, service, rep)) {
+    const auto planner = change_planner::start(service, rep);
+    if (planner == nullptr) {
         return std::nullopt;
     }
-    registry_state registry(service, names, rep);
-    note_other_versions(*state, service, registry, rep);
-    auto settings = resolve_state(names, registry, *state, rep);
+    note_other_versions(*state, service, planner->registry(), rep);
+    auto settings = resolve_state(planner->names(), planner->registry(), *state, rep);
     if (others_default) {
-        auto others = defaults_of_others(names, registry, settings, rep);
+        auto others = defaults_of_others(planner->names(), planner->registry(), settings, rep);
         std::move(others.begin(), others.end(), std::back_inserter(settings));
     }
-    return plan_changes(service, registry, settings, std::move(version));
+    return planner->plan(settings);
 }
 
 }  // namespace dpctl
