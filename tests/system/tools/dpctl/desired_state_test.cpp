@@ -8,6 +8,7 @@
 
 #include "service_api/service_status.hpp"
 #include "tests/support/program.hpp"
+#include "tests/support/registry_json.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/system/tools/dpctl/dpctl_json.hpp"
 #include "tests/system/tools/dpctl/fake_service.hpp"
@@ -46,34 +47,13 @@ std::vector<test::sample_setting> power_settings() {
     };
 }
 
-// Limit is read-only unless Profile is Custom; Turbo becomes false when Profile becomes Custom.
-constexpr const char* power_registry = R"({
-  "RegistryVersion": "1.0.2",
-  "RegistryEntries": {
-    "Attributes": [
-      {"AttributeName": "Profile", "Type": "Enumeration", "DefaultValue": "Balanced",
-       "Value": [{"ValueName": "Balanced"}, {"ValueName": "Custom"}]},
-      {"AttributeName": "Limit", "Type": "Integer", "DefaultValue": 100},
-      {"AttributeName": "Turbo", "Type": "Boolean", "DefaultValue": true},
-      {"AttributeName": "Asset", "Type": "String", "DefaultValue": "",
-       "IsSystemUniqueProperty": true}],
-    "Dependencies": [
-      {"DependencyFor": "Limit", "Type": "Map", "Dependency": {
-        "MapFrom": [{"MapFromAttribute": "Profile", "MapFromProperty": "CurrentValue",
-                     "MapFromCondition": "NEQ", "MapFromValue": "Custom"}],
-        "MapToAttribute": "Limit", "MapToProperty": "ReadOnly", "MapToValue": true}},
-      {"DependencyFor": "Profile", "Type": "Map", "Dependency": {
-        "MapFrom": [{"MapFromAttribute": "Profile", "MapFromProperty": "CurrentValue",
-                     "MapFromCondition": "EQU", "MapFromValue": "Custom"}],
-        "MapToAttribute": "Turbo", "MapToProperty": "CurrentValue", "MapToValue": false}}]}})";
-
 class dpctl_state : public testing::Test {
   protected:
     dpctl_state() { server_.install(test::sample_settings()); }
 
     void install_power() const {
         server_.install(power_settings());
-        test::write_file(registry_, power_registry);
+        test::write_file(registry_, test::power_registry());
         test::write_file(test::root() + "/tmp/dp/uefi.bld", "BUILD-1\n");
     }
 
@@ -227,7 +207,7 @@ TEST_F(dpctl_plan, ignores_a_registry_that_cannot_be_used) {
     EXPECT_THAT(damaged.err, HasSubstr("it is not used\n"));
     server_.install(test::sample_settings());
     write_state("Delay=20\n");
-    test::write_file(registry_, power_registry);
+    test::write_file(registry_, test::power_registry());
     EXPECT_THAT(dpctl({"plan", "state"}).err,
                 HasSubstr("is the registry of another template; it is not used\n"));
     EXPECT_EQ(dpctl({"plan", "state", "--registry-file", registry_}).exit_code, 1);
@@ -467,18 +447,11 @@ TEST_F(dpctl_revert, needs_names_or_all) {
 
 TEST_F(dpctl_revert, lets_dependencies_set_what_is_read_only) {
     server_.install(power_settings());
-    std::string registry = power_registry;
     // Turbo is read-only while Profile is Custom, and becomes true when it is Balanced again.
-    registry.insert(registry.rfind("]}}"), R"(,
-      {"DependencyFor": "Profile", "Type": "Map", "Dependency": {
-        "MapFrom": [{"MapFromAttribute": "Profile", "MapFromProperty": "CurrentValue",
-                     "MapFromCondition": "EQU", "MapFromValue": "Balanced"}],
-        "MapToAttribute": "Turbo", "MapToProperty": "CurrentValue", "MapToValue": true}},
-      {"DependencyFor": "Turbo", "Type": "Map", "Dependency": {
-        "MapFrom": [{"MapFromAttribute": "Limit", "MapFromProperty": "CurrentValue",
-                     "MapFromCondition": "GEQ", "MapFromValue": 0}],
-        "MapToAttribute": "Turbo", "MapToProperty": "ReadOnly", "MapToValue": true}})");
-    test::write_file(registry_, registry);
+    test::write_file(
+        registry_, test::power_registry(
+                       {{"Profile", "EQU", "Balanced", "Turbo", "CurrentValue", "true", "Profile"},
+                        {"Limit", "GEQ", "0", "Turbo", "ReadOnly", "true"}}));
     test::store_pending({{"Power.Profile", "Custom"}, {"Power.Turbo", "False"}});
     test::fake_service service([](const std::vector<batch_command>& commands) {
         const std::string answer = test::accept_all(commands);

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/registry_json.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/system/tools/dpctl/dpctl_json.hpp"
 #include "tests/system/tools/dpctl/sample_server_files.hpp"
@@ -20,35 +21,25 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr const char* small_registry = R"({"RegistryEntries": {
-  "Attributes": [
-    {"AttributeName": "Profile", "Type": "Enumeration", "MenuPath": "./Setup/Boot",
-     "DisplayName": "Workload profile", "HelpText": "Chooses many\nvalues at once.",
-     "WarningText": "Slow.", "Value": [
-       {"ValueName": "Auto", "ValueDisplayName": "Automatic"}, {"ValueName": "Custom"}]},
-    {"AttributeName": "Limit", "Type": "Integer", "MenuPath": "./Setup/Boot/Power",
-     "DisplayName": "Power limit", "LowerBound": 0, "UpperBound": 100},
-    {"AttributeName": "Secret", "Type": "String", "MenuPath": "./Setup/Boot", "Hidden": true,
-     "DisplayName": "Not for you"},
-    {"AttributeName": "Speed", "Type": "Integer", "MenuPath": "./Setup/Memory",
-     "DisplayName": "Memory speed"}],
-  "Menus": [
-    {"MenuName": "Boot", "MenuPath": "./Setup/Boot", "DisplayName": "Boot options",
-     "DisplayOrder": 2},
-    {"MenuName": "Memory", "MenuPath": "./Setup/Memory", "DisplayOrder": 1}],
-  "Dependencies": [
-    {"DependencyFor": "Limit", "Type": "Map", "Dependency": {
-      "MapFrom": [{"MapFromAttribute": "Profile", "MapFromProperty": "CurrentValue",
-                   "MapFromCondition": "NEQ", "MapFromValue": "Custom"}],
-      "MapToAttribute": "Limit", "MapToProperty": "ReadOnly", "MapToValue": true}},
-    {"DependencyFor": "Limit", "Type": "Map", "Dependency": {
-      "MapFrom": [{"MapFromAttribute": "Profile", "MapFromProperty": "CurrentValue",
-                   "MapFromCondition": "EQU", "MapFromValue": "Custom"}],
-      "MapToAttribute": "Limit", "MapToProperty": "UpperBound", "MapToValue": 40}},
-    {"DependencyFor": "Limit", "Type": "Map", "Dependency": {
-      "MapFrom": [{"MapFromAttribute": "Profile", "MapFromProperty": "CurrentValue",
-                   "MapFromCondition": "EQU", "MapFromValue": "Custom"}],
-      "MapToAttribute": "Limit", "MapToProperty": "DefaultValue", "MapToValue": 20}}]}})";
+std::string small_registry() {
+    return test::registry_json(
+        R"({"AttributeName": "Profile", "Type": "Enumeration", "MenuPath": "./Setup/Boot",
+            "DisplayName": "Workload profile", "HelpText": "Chooses many\nvalues at once.",
+            "WarningText": "Slow.", "Value": [
+              {"ValueName": "Auto", "ValueDisplayName": "Automatic"}, {"ValueName": "Custom"}]},
+           {"AttributeName": "Limit", "Type": "Integer", "MenuPath": "./Setup/Boot/Power",
+            "DisplayName": "Power limit", "LowerBound": 0, "UpperBound": 100},
+           {"AttributeName": "Secret", "Type": "String", "MenuPath": "./Setup/Boot",
+            "Hidden": true, "DisplayName": "Not for you"},
+           {"AttributeName": "Speed", "Type": "Integer", "MenuPath": "./Setup/Memory",
+            "DisplayName": "Memory speed"})",
+        {{"Profile", "NEQ", "Custom", "Limit", "ReadOnly", "true"},
+         {"Profile", "EQU", "Custom", "Limit", "UpperBound", "40"},
+         {"Profile", "EQU", "Custom", "Limit", "DefaultValue", "20"}},
+        R"({"MenuName": "Boot", "MenuPath": "./Setup/Boot", "DisplayName": "Boot options",
+            "DisplayOrder": 2},
+           {"MenuName": "Memory", "MenuPath": "./Setup/Memory", "DisplayOrder": 1})");
+}
 
 class dpctl_with_registry : public testing::Test {
   protected:
@@ -60,7 +51,7 @@ class dpctl_with_registry : public testing::Test {
                          {"Boot.Limit", {{"type", "3"}, {"max", "100"}, {"dft", "50"}}, "50", "50"},
                          {"Boot.Secret", {{"type", "4"}, {"dft", "s"}}, "s", "s"},
                          {"Memory.Speed", {{"type", "3"}, {"dft", "0"}}, "3200", "3200"}});
-        test::write_file(registry_, small_registry);
+        test::write_file(registry_, small_registry());
     }
 
     static std::vector<std::string> listed(const std::vector<std::string>& arguments) {

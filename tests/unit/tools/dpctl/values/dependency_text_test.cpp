@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "tests/support/registry_json.hpp"
 #include "tools/dpctl/values/dependency_index.hpp"
 
 namespace dpctl {
@@ -33,19 +34,12 @@ TEST(effect_text, names_flags_and_values) {
 
 // A, B and C, where A decides about B's flag and, with C, about its value.
 dp_service::attribute_registry three_attributes() {
-    auto registry = dp_service::parse_attribute_registry(R"({"RegistryEntries": {
-        "Attributes": [{"AttributeName": "A", "Type": "String"},
-                       {"AttributeName": "B", "Type": "String"},
-                       {"AttributeName": "C", "Type": "String"}],
-        "Dependencies": [
-          {"DependencyFor": "B", "Type": "Map", "Dependency": {
-            "MapFrom": [{"MapFromAttribute": "A", "MapFromProperty": "CurrentValue",
-                         "MapFromCondition": "EQU", "MapFromValue": "x"}],
-            "MapToAttribute": "B", "MapToProperty": "Hidden", "MapToValue": true}},
-          {"DependencyFor": "C", "Type": "Map", "Dependency": {
-            "MapFrom": [{"MapFromAttribute": "A", "MapFromProperty": "CurrentValue",
-                         "MapFromCondition": "EQU", "MapFromValue": "x"}],
-            "MapToAttribute": "B", "MapToProperty": "CurrentValue", "MapToValue": "y"}}]}})");
+    auto registry = dp_service::parse_attribute_registry(
+        test::registry_json(R"({"AttributeName": "A", "Type": "String"},
+                               {"AttributeName": "B", "Type": "String"},
+                               {"AttributeName": "C", "Type": "String"})",
+                            {{"A", "EQU", "x", "B", "Hidden", "true"},
+                             {"A", "EQU", "x", "B", "CurrentValue", "\"y\"", "C"}}));
     EXPECT_TRUE(registry) << registry.reason();
     return *std::move(registry);
 }

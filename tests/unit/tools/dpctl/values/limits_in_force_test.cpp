@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "service_api/attribute_registry.hpp"
+#include "tests/support/registry_json.hpp"
 
 namespace dpctl {
 namespace {
@@ -17,17 +18,14 @@ constexpr std::uint32_t limited = 1;
 // Switch, and Limited, of which Switch "on" determines the properties.
 dp_service::attribute_registry registry_with(
     const std::vector<std::pair<std::string, std::string>>& properties) {
-    std::string text = R"({"RegistryEntries": {"Attributes": [
-        {"AttributeName": "Switch", "Type": "String", "DefaultValue": "on"},
-        {"AttributeName": "Limited", "Type": "String", "LowerBound": 7}], "Dependencies": [)";
+    std::vector<test::json_dependency> dependencies;
     for (const auto& [property, value] : properties) {
-        text += std::string(text.ends_with('[') ? "" : ",") +
-                R"({"DependencyFor": "Limited", "Dependency": {"MapFrom": [
-                    {"MapFromAttribute": "Switch", "MapFromCondition": "EQU",
-                     "MapFromValue": "on"}], "MapToAttribute": "Limited", "MapToProperty": ")" +
-                property + R"(", "MapToValue": )" + value + "}}";
+        dependencies.push_back({"Switch", "EQU", "on", "Limited", property, value});
     }
-    auto registry = dp_service::parse_attribute_registry(text + "]}}");
+    auto registry = dp_service::parse_attribute_registry(test::registry_json(
+        R"({"AttributeName": "Switch", "Type": "String", "DefaultValue": "on"},
+           {"AttributeName": "Limited", "Type": "String", "LowerBound": 7})",
+        dependencies));
     EXPECT_TRUE(registry) << registry.reason();
     EXPECT_TRUE(registry->problems.empty());
     return *std::move(registry);
