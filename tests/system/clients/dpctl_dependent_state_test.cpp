@@ -3,11 +3,13 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "tests/support/dpctl.hpp"
 #include "tests/support/program.hpp"
+#include "tests/support/registry_json.hpp"
 #include "tests/support/rounds.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/support/service_process.hpp"
@@ -165,6 +167,48 @@ TEST_F(dpctl_dependent_state, becomes_what_the_plan_says) {
         }
         ASSERT_EQ(server_.stop(), 0);
     }
+}
+
+// Profile decides about Limit and Turbo.
+class dpctl_power_state : public dpctl_dependent_state {
+  protected:
+    void SetUp() override { start(test::power_registry()); }
+};
+
+TEST_F(dpctl_power_state, is_reverted_with_the_commands_that_revert_shows) {
+    ASSERT_EQ(dpctl({"set", "Profile=Custom", "Limit=200"}).exit_code, 0);
+    ASSERT_EQ(dpctl({"set", "Profile=Balanced"}).exit_code, 0);
+    const auto refused = dpctl({"revert", "--all"});
+    EXPECT_EQ(refused.exit_code, 1);
+    std::istringstream lines(refused.err);
+    int count = 0;
+    for (std::string line; std::getline(lines, line);) {
+        if (const auto command = line.find("dpctl set "); command != std::string::npos) {
+            ++count;
+            const auto shown = run_program("/bin/sh", {"-c", "'" + test::program_path("dpctl") +
+                                                                 "'" + line.substr(command + 5)});
+            EXPECT_EQ(shown.exit_code, 0) << line << shown.err;
+        }
+    }
+    EXPECT_EQ(count, 2) << refused.err;
+    EXPECT_EQ(dpctl({"revert", "--all"}).exit_code, 0);
+    EXPECT_EQ(dpctl({"diff"}).exit_code, 3);
+}
+
+TEST_F(dpctl_power_state, that_a_dependency_works_against_is_reached_in_two_steps) {
+    test::write_file(service_process::path("/state"),
+                     R"({"Attributes": {"Profile": "Custom", "Turbo": true, "Limit": 300}})");
+    const auto refused = dpctl({"apply", "state"});
+    EXPECT_EQ(refused.exit_code, 1);
+    EXPECT_NE(refused.err.find("Run the command with --keep-going, which makes the other changes, "
+                               "and then again to change "),
+              std::string::npos)
+        << refused.err;
+    const auto first = dpctl({"apply", "--keep-going", "state"});
+    EXPECT_EQ(first.exit_code, 1);
+    EXPECT_NE(first.err.find("Run the command again to change "), std::string::npos) << first.err;
+    EXPECT_EQ(dpctl({"apply", "state"}).exit_code, 0);
+    EXPECT_EQ(dpctl({"apply", "state"}).exit_code, 3);
 }
 
 }  // namespace

@@ -103,6 +103,7 @@ class dependency_check {
                                          rules_.condition_text(*change.cause)});
             }
         }
+        judge_conflicts();
         rules_.undo();
     }
 
@@ -140,13 +141,49 @@ class dependency_check {
             planned.cause = cause_of(*planned.index, changes);
             return;
         }
-        forbid(planned, std::move(reason));
+        // The service's words for a value that the same batch replaces.
+        if (reason.starts_with("set to ")) {
+            const bool has_cause = reason.find(" because ") != std::string::npos;
+            add_conflict(planned, has_cause ? reason : why_set(planned, changes));
+        } else {
+            refuse(planned, dp_service::service_status::forbidden_by_dependency, std::move(reason));
+        }
     }
 
-    void forbid(planned_change& planned, std::string reason) {
-        refuse(planned, dp_service::service_status::forbidden_by_dependency, std::move(reason));
-        planned.is_possible_later =
-            dp_service::why_forbidden(rules_, *planned.index, desired_value(planned)).empty();
+    // What a dependency does with the setting: "set to False because WorkloadProfile is Custom".
+    [[nodiscard]] std::string why_set(const planned_change& planned,
+                                      const value_changes& changes) const {
+        const registry_value& value = value_of(*planned.index);
+        std::string cause = cause_of(*planned.index, changes);
+        if (cause.empty()) {
+            // It had the value before the batch.
+            cause = only_cause_of(*planned.index, value);
+        }
+        return "set to " + dp_service::setting_text(value) +
+               (cause.empty() ? " by a dependency" : " because " + cause);
+    }
+
+    // The condition of the dependency that sets the attribute to the value; empty if there are
+    // several.
+    [[nodiscard]] std::string only_cause_of(std::uint32_t attribute,
+                                            const registry_value& value) const {
+        const dp_service::registry_map* found = nullptr;
+        for (const auto& map : registry_.registry()->maps) {
+            if (map.property == registry_property::current_value && map.attribute == attribute &&
+                map.value == value) {
+                if (found != nullptr) {
+                    return {};
+                }
+                found = &map;
+            }
+        }
+        return found == nullptr ? std::string() : rules_.condition_text(*found);
+    }
+
+    // A dependency sets the setting to another value.
+    void add_conflict(planned_change& planned, const std::string& what) {
+        refuse(planned, dp_service::service_status::forbidden_by_dependency, "it would be " + what);
+        conflicts_.push_back(&planned);
     }
 
     // A setting that has its value already may lose it.
@@ -154,15 +191,44 @@ class dependency_check {
         if (planned.outcome == change_outcome::already &&
             planned.change.operation != dp::op_delete &&
             value_of(*planned.index) != desired_value(planned)) {
-            forbid(planned, "it would be set to " +
-                                dp_service::setting_text(value_of(*planned.index)) + " because " +
-                                cause_of(*planned.index, changes));
+            add_conflict(planned, why_set(planned, changes));
+        }
+    }
+
+    // Whether a second batch, after this one, gives the settings of conflicts their values and
+    // changes none of the others.
+    void judge_conflicts() {
+        if (conflicts_.empty()) {
+            return;
+        }
+        registry_dependencies later(rules_);
+        later.keep();
+        std::vector<registry_dependencies::assignment> commands;
+        for (const planned_change* const planned : conflicts_) {
+            commands.push_back({*planned->index, desired_value(*planned)});
+        }
+        const auto decision = dp_service::decide(later, commands);
+        const bool keeps_others = std::none_of(
+            plan_.changes.begin(), plan_.changes.end(), [&](const planned_change& planned) {
+                const bool is_made = planned.outcome == change_outcome::planned ||
+                                     planned.outcome == change_outcome::already;
+                return is_made && planned.index && planned.change.operation != dp::op_delete &&
+                       later.property(*planned.index, registry_property::current_value) !=
+                           desired_value(planned);
+            });
+        for (std::size_t i = 0; i < conflicts_.size(); ++i) {
+            conflicts_[i]->is_possible_later = keeps_others && decision.refusals[i].empty();
+            conflicts_[i]->is_contradiction = !conflicts_[i]->is_possible_later;
+            if (!decision.refusals[i].empty()) {
+                conflicts_[i]->reason += ", and is then " + decision.refusals[i];
+            }
         }
     }
 
     registry_state& registry_;
     registry_dependencies& rules_;
     change_plan& plan_;
+    std::vector<planned_change*> conflicts_;
 };
 
 }  // namespace

@@ -34,8 +34,11 @@ struct planned_change {
     /// Before the change is made `already`, `planned`, `refused` or `remains`.
     change_outcome outcome = change_outcome::already;
     std::string reason;  ///< why it was refused or remains
-    /// Whether a refused change is possible once the others are made.
+    /// Whether a refused change is possible once the others are made: with them, a dependency would
+    /// set the setting to another value.
     bool is_possible_later = false;
+    /// Whether a dependency would set it, and a later change is not possible either.
+    bool is_contradiction = false;
     /// The condition of the dependency that sets the value: it is not requested.
     std::string cause;
 
@@ -57,11 +60,20 @@ struct side_effect {
     std::string cause;  ///< the condition: "WorkloadProfile is Custom"
 };
 
+/// Two batches that make refused changes: the first one with another value of a setting that
+/// decides about them, the second one takes that value back.
+struct plan_detour {
+    std::vector<std::string> names;   ///< of the refused changes
+    std::vector<std::string> first;   ///< NAME=VALUE
+    std::vector<std::string> second;  ///< the same
+};
+
 /// What a batch of changes would do.
 struct change_plan {
     std::vector<planned_change> changes;
     std::vector<side_effect> effects;
-    std::string version;  ///< of the pending values, see `session::pending_version`
+    std::vector<plan_detour> detours;  ///< if they were looked for
+    std::string version;               ///< of the pending values, see `session::pending_version`
 
     [[nodiscard]] std::size_t count(change_outcome outcome) const;
     /// Whether a change is refused.

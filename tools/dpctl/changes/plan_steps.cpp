@@ -1,9 +1,13 @@
 #include "tools/dpctl/changes/plan_steps.hpp"
 
 #include <algorithm>
+#include <cctype>
 #include <cstddef>
 #include <string>
+#include <string_view>
+#include <vector>
 
+#include "support/suggestions.hpp"
 #include "tools/dpctl/changes/plan_execution.hpp"
 #include "tools/dpctl/changes/server_restart.hpp"
 #include "tools/dpctl/output/report.hpp"
@@ -36,11 +40,77 @@ void show(const session& service, const change_plan& plan, const plan_steps& ste
     }
 }
 
-// Whether a change is refused that is possible after the others.
-bool has_later_changes(const change_plan& plan) {
-    return std::any_of(plan.changes.begin(), plan.changes.end(), [](const planned_change& planned) {
-        return planned.outcome == change_outcome::refused && planned.is_possible_later;
-    });
+// The refused changes of which this is true, for a person; empty if there are none.
+std::string refused_names(const change_plan& plan, bool planned_change::*is_so) {
+    constexpr std::size_t most_names = 5;
+    std::vector<std::string> names;
+    std::size_t others = 0;
+    for (const planned_change& planned : plan.changes) {
+        if (planned.outcome != change_outcome::refused || !(planned.*is_so)) {
+            continue;
+        }
+        if (names.size() < most_names) {
+            names.push_back(planned.name());
+        } else {
+            ++others;
+        }
+    }
+    if (others != 0) {
+        names.push_back(std::to_string(others) + " more");
+    }
+    return dp_support::enumerate(names, " and ");
+}
+
+// A word of a command line, as a shell needs it.
+std::string shell_word(const std::string& text) {
+    const auto is_plain = [](char c) {
+        return std::isalnum(static_cast<unsigned char>(c)) != 0 ||
+               std::string_view("=._-+,:@%/").find(c) != std::string_view::npos;
+    };
+    if (std::all_of(text.begin(), text.end(), is_plain)) {
+        return text;
+    }
+    std::string quoted = "'";
+    for (const char c : text) {
+        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    }
+    return quoted + '\'';
+}
+
+std::string set_command(const std::vector<std::string>& assignments) {
+    std::string command = "  dpctl set";
+    for (const std::string& assignment : assignments) {
+        command += ' ' + shell_word(assignment);
+    }
+    return command;
+}
+
+// What to do about changes that dependencies do not allow.
+void advise(const change_plan& plan, const plan_steps& steps, report& rep) {
+    if (const auto names = refused_names(plan, &planned_change::is_possible_later);
+        !names.empty()) {
+        if (steps.keep_going && !steps.is_dry_run) {
+            rep.hint("Run the command again to change " + names + '.');
+        } else if (steps.has_keep_going) {
+            rep.hint(
+                "Run the command with --keep-going, which makes the other changes, and then "
+                "again to change " +
+                names + '.');
+        } else {
+            rep.hint("Make the other changes first, and change " + names + " afterwards.");
+        }
+    }
+    if (const auto names = refused_names(plan, &planned_change::is_contradiction); !names.empty()) {
+        rep.hint("The dependencies do not allow " + names +
+                 " together with the other values: leave them out, or what sets them.");
+    }
+    for (const plan_detour& detour : plan.detours) {
+        rep.hint("The dependencies do not allow " + dp_support::enumerate(detour.names, " and ") +
+                 " to change, neither with the pending values nor with the current ones. Run "
+                 "these commands first, then this one again:");
+        rep.hint(set_command(detour.first));
+        rep.hint(set_command(detour.second));
+    }
 }
 
 // Nothing is requested, because there are problems.
@@ -66,9 +136,9 @@ void carry_out_plan(session& service, change_plan& plan, const plan_steps& steps
         show(service, plan, steps, rep);
         fill_document(plan, settings_file, rep);
         if (!is_possible) {
-            if (steps.has_keep_going && has_later_changes(plan)) {
-                rep.hint("With --keep-going the other changes are made first; then try again.");
-            } else if (steps.has_keep_going && count != 0) {
+            advise(plan, steps, rep);
+            if (steps.has_keep_going && count != 0 &&
+                refused_names(plan, &planned_change::is_possible_later).empty()) {
                 rep.hint("With --keep-going the other changes are made.");
             }
             rep.hint(steps.is_dry_run ? "Nothing would be changed." : "Nothing was changed.");
@@ -89,6 +159,7 @@ void carry_out_plan(session& service, change_plan& plan, const plan_steps& steps
     }
     execute_plan(service, plan, steps.keep_going, steps.otherwise, rep);
     show(service, plan, steps, rep);
+    advise(plan, steps, rep);
     if (restarts && plan.count(change_outcome::not_requested) == 0 &&
         plan.count(change_outcome::no_answer) == 0) {
         restart_server(service, plan, rep);

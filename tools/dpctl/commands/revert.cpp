@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tools/dpctl/changes/change_planner.hpp"
+#include "tools/dpctl/changes/plan_detours.hpp"
 #include "tools/dpctl/changes/plan_steps.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/desired/desired_settings.hpp"
@@ -60,6 +61,7 @@ void run_revert(const file_names& files, const revert_options& options, report& 
     }
     const auto selected = select_settings(planner->names(), selection.names, selection.all, rep);
     auto plan = planner->plan(current_state(service, selected, rep));
+    find_detours(planner->registry(), plan);
     carry_out_plan(
         service, plan,
         {.asks = !selection.is_confirmed, .keep_going = options.keep_going, .has_keep_going = true},
@@ -77,7 +79,8 @@ void add_revert(command_line& program, invocation& request) {
              "The pending values become the current ones again, in one batch, as if they had\n"
              "not been changed since the server's last start. Asks if there is a terminal. If a\n"
              "dependency forbids one of the changes, or the pending values change meanwhile,\n"
-             "nothing is changed.\n",
+             "nothing is changed. For a value that is read-only before and after the batch,\n"
+             "commands that change it in two steps are shown.\n",
          .examples = {"dpctl revert BootMode", "dpctl revert Boot Memory --yes",
                       "dpctl revert --all"},
          .further_exit_codes = "3 nothing to discard"});

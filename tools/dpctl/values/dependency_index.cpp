@@ -1,7 +1,5 @@
 #include "tools/dpctl/values/dependency_index.hpp"
 
-#include <set>
-
 namespace dpctl {
 namespace {
 
@@ -22,12 +20,17 @@ void add_read_attributes(const std::vector<registry_term>& terms, std::set<std::
 
 }  // namespace
 
+std::set<std::uint32_t> attributes_read(const registry_map& map) {
+    std::set<std::uint32_t> read;
+    add_read_attributes(map.terms, read);
+    return read;
+}
+
 dependency_index::dependency_index(const dp_service::attribute_registry& registry)
     : changing_(registry.attributes.size()), decided_by_(registry.attributes.size()) {
     for (const registry_map& map : registry.maps) {
         changing_[map.attribute].push_back(&map);
-        std::set<std::uint32_t> deciding;
-        add_read_attributes(map.terms, deciding);
+        std::set<std::uint32_t> deciding = attributes_read(map);
         if (map.property == dp_service::registry_property::current_value && map.cause) {
             deciding.insert(*map.cause);
         }

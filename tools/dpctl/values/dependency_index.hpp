@@ -2,11 +2,15 @@
 #define DP_TOOLS_DPCTL_VALUES_DEPENDENCY_INDEX_HPP
 
 #include <cstdint>
+#include <set>
 #include <vector>
 
 #include "service_api/attribute_registry.hpp"
 
 namespace dpctl {
+
+/// The attributes that the condition of a dependency reads.
+std::set<std::uint32_t> attributes_read(const dp_service::registry_map& map);
 
 /// The dependencies of a registry by their attributes, in the registry's order.
 class dependency_index {

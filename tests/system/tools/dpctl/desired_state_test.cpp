@@ -168,8 +168,32 @@ TEST_F(dpctl_plan, evaluates_the_dependencies_for_the_whole_state) {
     EXPECT_EQ(conflict.exit_code, 1);
     EXPECT_THAT(conflict.err, HasSubstr("state:1: Power.Turbo: it would be set to False because "
                                         "Profile is Custom\n"
-                                        "  With --keep-going the other changes are made first; "
-                                        "then try again.\n"));
+                                        "  Run the command with --keep-going, which makes the "
+                                        "other changes, and then again to change Power.Turbo.\n"));
+    const auto set = dpctl({"set", "Turbo=True", "Profile=Custom"});
+    EXPECT_EQ(set.exit_code, 1);
+    EXPECT_THAT(set.err,
+                HasSubstr("  Make the other changes first, and change Power.Turbo afterwards.\n"));
+}
+
+TEST_F(dpctl_plan, names_what_dependencies_never_allow) {
+    install_power();
+    test::write_file(registry_, test::power_registry(
+                                    {{"Profile", "EQU", "Custom", "Turbo", "ReadOnly", "true"}}));
+    for (const char* const before : {"True", "False"}) {
+        test::store_pending({{"Power.Turbo", before}});
+        write_state("Turbo=true\nProfile=Custom\n");
+        const auto result = dpctl({"plan", "state"});
+        EXPECT_EQ(result.exit_code, 1);
+        EXPECT_THAT(
+            result.err,
+            HasSubstr("Power.Turbo: it would be set to False because Profile is Custom, and "
+                      "is then read-only because Profile is Custom\n"));
+        EXPECT_THAT(result.err,
+                    HasSubstr("  The dependencies do not allow Power.Turbo together with the other "
+                              "values: leave them out, or what sets them.\n"));
+        EXPECT_THAT(result.err, Not(HasSubstr("again")));
+    }
 }
 
 TEST_F(dpctl_plan, takes_true_and_false_for_booleans_only) {
@@ -436,6 +460,26 @@ TEST_F(dpctl_revert, refuses_to_change_a_setting_that_has_its_current_value) {
     EXPECT_EQ(result.exit_code, 1);
     EXPECT_THAT(result.err, HasSubstr("Power.Turbo: it would be set to False because Profile is "
                                       "Custom\n"));
+}
+
+TEST_F(dpctl_revert, shows_the_commands_for_what_is_read_only_before_and_after_it) {
+    install_power();
+    test::store_pending({{"Power.Limit", "200"}});
+    // There is no service, so a request would not be answered.
+    const auto result = dpctl({"revert", "--all"});
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_EQ(result.err,
+              "dpctl: Power.Limit: read-only because Profile is not Custom\n"
+              "  The dependencies do not allow Power.Limit to change, neither with the pending "
+              "values nor with the current ones. Run these commands first, then this one again:\n"
+              "    dpctl set Power.Profile=Custom Power.Limit=100\n"
+              "    dpctl set Power.Profile=Balanced\n"
+              "  Nothing was changed.\n");
+    // No value of a choice makes it possible.
+    test::write_file(
+        registry_, test::power_registry({{"Asset", "EQU", "rack-7", "Limit", "ReadOnly", "true"}}));
+    EXPECT_EQ(dpctl({"revert", "--all"}).err,
+              "dpctl: Power.Limit: read-only because Asset is rack-7\n  Nothing was changed.\n");
 }
 
 TEST_F(dpctl_revert, needs_names_or_all) {
