@@ -63,6 +63,14 @@ registry_state::registry_state(session& service, catalog& names, report& rep) {
     }
 }
 
+registry_state::registry_state(attribute_registry registry, catalog& names)
+    : registry_(std::make_unique<const attribute_registry>(std::move(registry))) {
+    if (!has_attributes_of(names)) {
+        throw std::runtime_error("the registry has other attributes");
+    }
+    rules_ = std::make_unique<dp_service::registry_dependencies>(*registry_);
+}
+
 // Whether the registry has the attributes of the template, each as often.
 bool registry_state::has_attributes_of(catalog& names) {
     std::unordered_map<std::string_view, std::ptrdiff_t> count;

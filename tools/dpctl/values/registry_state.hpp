@@ -28,6 +28,10 @@ class registry_state {
     /// Reads the pending values of all settings. The version of the pending values is read before.
     registry_state(session& service, catalog& names, report& rep);
 
+    /// `registry`, which has the attributes of `names`, with default values instead of pending
+    /// ones. Throws std::runtime_error when it has other attributes.
+    registry_state(dp_service::attribute_registry registry, catalog& names);
+
     /// Null when there is none.
     [[nodiscard]] const dp_service::attribute_registry* registry() const { return registry_.get(); }
 
