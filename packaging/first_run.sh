@@ -11,8 +11,11 @@ for program in $(dpkg -L dp-common-tools | sed -n 's,^/usr/bin/,,p'); do
   ls /usr/share/man/man?/"$program".?.gz >/dev/null || fail "$program has no man page"
   "$program" --help >/dev/null || fail "$program does not start"
 done
-[ -f /usr/share/bash-completion/completions/dpctl ] || fail "no completion for dpctl"
-[ -f /usr/share/zsh/vendor-completions/_dpctl ] || fail "no zsh completion for dpctl"
+# bash and zsh look for completions in these folders, under these names.
+bash -c '. /usr/share/bash-completion/completions/dpctl && complete -p dpctl' >/dev/null ||
+  fail "no completion for dpctl in bash"
+[ "$(head -n 1 /usr/share/zsh/vendor-completions/_dpctl)" = "#compdef dpctl" ] ||
+  fail "no completion for dpctl in zsh"
 [ -f /lib/systemd/system/dp_settingsd.service ] || fail "no unit for dp_settingsd"
 
 cd "$(mktemp -d)"

@@ -38,6 +38,16 @@ if [ -n "$(find "$prefix" -path '*relocatable*')" ]; then
   fail "the relocatable library was installed"
 fi
 
+# The completion of dpctl is where bash and zsh look for it, whole and under the name that they expect.
+bash_completion=$prefix/share/bash-completion/completions/dpctl
+cmp "$source_dir/tools/dpctl/dpctl.bash-completion" "$bash_completion" || fail "no completion for bash"
+bash --norc --noprofile -c '. "$1" && complete -p dpctl' bash "$bash_completion" >"$scratch/out" ||
+  fail "the completion for bash is not one of dpctl"
+zsh_completion=$prefix/share/zsh/site-functions/_dpctl
+cmp "$source_dir/tools/dpctl/_dpctl" "$zsh_completion" || fail "no completion for zsh"
+[ "$(head -n 1 "$zsh_completion")" = "#compdef dpctl" ] ||
+  fail "the completion for zsh is not one of dpctl"
+
 # The library needs the C++ standard library, what that needs, and the platform library.
 readelf -d "$libdir/libdp_common.so" >"$scratch/dynamic"
 sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' "$scratch/dynamic" >"$scratch/needed"
