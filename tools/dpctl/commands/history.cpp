@@ -34,11 +34,13 @@ reading reading_of(const std::optional<std::string>& value) {
 void show_changes(const std::vector<dp_service::change_record>& changes, report& rep) {
     constexpr std::size_t least_transaction = 11;
     constexpr std::size_t least_client = 16;
+    constexpr std::size_t least_id = 16;
     constexpr std::size_t least_value = 8;
     constexpr std::size_t least_cause = 12;
     table rows({"TIME",
                 {"TRANSACTION", least_transaction, true},
                 {"CLIENT", least_client, true},
+                {"ID", least_id, true},
                 "SETTING",
                 {"FROM", least_value},
                 {"TO", least_value},
@@ -46,7 +48,8 @@ void show_changes(const std::vector<dp_service::change_record>& changes, report&
     auto& list = rep.document().set("changes", json_value::array());
     for (const auto& change : changes) {
         const auto by = change.requested_by();
-        rows.add({change.time, by.transaction, by.client.empty() ? "-" : by.client, change.target,
+        rows.add({change.time, by.transaction, by.client.empty() ? "-" : by.client,
+                  by.id.empty() ? "-" : by.id, change.target,
                   value_text(reading_of(change.before)), value_text(reading_of(change.value)),
                   change.cause.empty() ? "-" : change.cause});
         list.push_back(json_value::object({{"time", change.time},
@@ -111,8 +114,8 @@ void add_history(command_line& program, invocation& request) {
         {.summary = "List the changes that were made, newest last",
          .details =
              "The settings service records every change that it makes: the time, the\n"
-             "transaction, the client that requested it, the setting, its value before and its\n"
-             "new value; \"-\" means that there was none, or that the instance was deleted. A\n"
+             "transaction, the client that requested it, an identifier that no other transaction\n"
+             "has, the setting, its value before and its new value; \"-\" means that there was none, or that the instance was deleted. A\n"
              "value that changed because others did has the cause. NAME is a collection, an "
              "attribute with or without its collection, or\n"
              "one instance. It need not exist any longer.\n"

@@ -187,14 +187,16 @@ TEST_F(dpctl_history, lists_changes_with_the_newest_last) {
     EXPECT_THAT(result.err, IsEmpty());
     EXPECT_EQ(
         result.out,
-        "TIME                       TRANSACTION  CLIENT  SETTING        FROM  TO     BECAUSE\n"
-        "2023-11-14T22:13:20+01:00  cim-0        uid=0   Boot.Tag       x     a \"b\"  -\n"
-        "2023-11-14T22:13:20+01:00  cim-0        uid=0   Boot.Label     y     \"\"     "
+        "TIME                       TRANSACTION  CLIENT  ID    SETTING        FROM  TO     "
+        "BECAUSE\n"
+        "2023-11-14T22:13:20+01:00  cim-0        uid=0   01ab  Boot.Tag       x     a \"b\"  -\n"
+        "2023-11-14T22:13:20+01:00  cim-0        uid=0   01ab  Boot.Label     y     \"\"     "
         "Tag is \"a\"\n"
-        "Tue Nov 14 22:13:58 2023   cim-1        -       Ports.Speed.2  -     -      -\n");
+        "Tue Nov 14 22:13:58 2023   cim-1        -       -     Ports.Speed.2  -     -      -\n");
     EXPECT_EQ(dpctl({"history", "Speed", "Boot.Label", "--last", "1"}).out,
-              "TIME                      TRANSACTION  CLIENT  SETTING        FROM  TO  BECAUSE\n"
-              "Tue Nov 14 22:13:58 2023  cim-1        -       Ports.Speed.2  -     -   -\n");
+              "TIME                      TRANSACTION  CLIENT  ID  SETTING        FROM  TO  "
+              "BECAUSE\n"
+              "Tue Nov 14 22:13:58 2023  cim-1        -       -   Ports.Speed.2  -     -   -\n");
     EXPECT_EQ(dpctl({"history", "Memory"}).out,
               history_ + " contains no changes of these names.\n");
     const json document = dpctl_json({"history", "--last", "2"});
