@@ -166,29 +166,38 @@ dp_support::result<std::vector<bounded_lock>> lock_installed_files() {
     return locks;
 }
 
+// The history's record of a value that an update did not keep under its name.
+dp_service::change_record update_record(const carry_over_report::entry& value, bool is_lost) {
+    const std::string cause = !is_lost ? "the updated BIOS calls " + value.name + " so"
+                              : value.new_name.empty() ? "the updated BIOS has no such attribute"
+                              : value.now ? "the value is not valid for the updated BIOS"
+                                          : "the updated BIOS has no such instance";
+    return {dp_service::change_record::by_service,
+            history_time(wall_clock()),
+            value.now ? value.new_name : value.name,
+            value.now,
+            value.value,
+            cause};
+}
+
 // The history's lines for an update. Those for single values are limited, so that they do not push
-// out all earlier changes.
+// out all earlier changes; values that were lost come first.
 std::string update_lines(const std::string& build_id, const carry_over_report& report) {
-    std::string lines = event_line(dp_service::change_record::of_bios,
-                                   "updated to " + build_id + ": " + report.summary());
-    dp_service::change_record change{
-        dp_service::change_record::by_service, history_time(wall_clock()), {}, std::nullopt};
-    for (const auto* values : {&report.converted, &report.lost}) {
+    constexpr const char* of_bios = dp_service::change_record::of_bios;
+    std::string lines = event_line(of_bios, "updated to " + build_id + ": " + report.summary());
+    std::size_t left_out = 0;
+    for (const auto* const values : {&report.lost, &report.converted}) {
         for (const auto& value : *values) {
-            const bool is_converted = values == &report.converted;
-            change.target = value.now ? value.new_name : value.name;
-            change.value = value.now;
-            change.before = value.value;
-            change.cause = is_converted             ? "the updated BIOS calls " + value.name + " so"
-                           : value.new_name.empty() ? "the updated BIOS has no such attribute"
-                           : value.now              ? "the value is not valid for the updated BIOS"
-                                                    : "the updated BIOS has no such instance";
-            const std::string line = change.line() + '\n';
-            if (lines.size() + line.size() > longest_update_lines) {
-                return lines;
+            const std::string line = update_record(value, values == &report.lost).line() + '\n';
+            if (left_out != 0 || lines.size() + line.size() > longest_update_lines) {
+                ++left_out;
+            } else {
+                lines += line;
             }
-            lines += line;
         }
+    }
+    if (left_out != 0) {
+        lines += event_line(of_bios, text_of(left_out, " more of these values are not listed"));
     }
     return lines;
 }

@@ -332,8 +332,34 @@ TEST_F(settings_service_test, an_update_reports_and_records_what_became_of_the_v
         texts += change->target + '=' + change->value.value_or("(none)") + '\n';
     }
     EXPECT_EQ(texts,
-              "(BIOS)=updated to B2: kept 0 values, converted 3, lost 2\nSetup.Mode=x\n"
-              "Main.Port.1=5\nMain.Port.2=5\nSetup.Size=2\nA.Gone=(none)\n");
+              "(BIOS)=updated to B2: kept 0 values, converted 3, lost 2\nSetup.Size=2\n"
+              "A.Gone=(none)\nSetup.Mode=x\nMain.Port.1=5\nMain.Port.2=5\n");
+}
+
+TEST_F(settings_service_test, an_update_records_lost_values_before_very_many_converted_ones) {
+    std::vector<template_info> own = before;
+    std::vector<template_info> updated;
+    constexpr std::size_t count = 2000;
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string name = "Attribute" + std::to_string(i);
+        own.push_back(test::choice("A", name, "x", "x,y"));
+        updated.push_back(test::choice("New", name, "x", "x,y"));
+    }
+    test::write_file(bios, records(own));
+    dp_host::settings_service service;
+    ASSERT_TRUE(service.start());
+    prepare_update(updated);
+    ASSERT_EQ(service.update().status, 0);
+    const std::string lines = test::read_file(history);
+    const auto lost = lines.find("   A.Gone   was \"old\"   because");
+    const auto converted = lines.find("   New.Attribute0   \"x\"   was \"x\"   because");
+    EXPECT_LT(lost, converted);
+    EXPECT_LT(converted, lines.size());
+    const auto listed = static_cast<std::size_t>(std::count(lines.begin(), lines.end(), '\n')) - 2;
+    // The lost ones are Mode, Size, Gone and two ports.
+    EXPECT_TRUE(lines.ends_with("   (BIOS)   \"" + std::to_string(count + 5 - listed) +
+                                " more of these values are not listed\"\n"))
+        << lines.substr(lines.size() - 200);
 }
 
 TEST_F(settings_service_test, a_plan_refuses_what_an_update_refuses) {
