@@ -12,6 +12,7 @@
 
 #include "bios/uefi_build_id.hpp"
 #include "host/history/history_time.hpp"
+#include "host/history/transaction_id.hpp"
 #include "host/model/attribute_mapping.hpp"
 #include "host/model/carry_over.hpp"
 #include "host/model/read_template.hpp"
@@ -138,9 +139,9 @@ bool no_setting(const dp::setting& /*s*/) {
 }
 
 // The history's line for something that the service itself did.
-std::string event_line(const char* target, const std::string& text) {
-    const dp_service::change_record event{dp_service::change_record::by_service,
-                                          history_time(wall_clock()), target, text};
+std::string event_line(const char* target, const std::string& text,
+                       const std::string& who = dp_service::change_record::by_service) {
+    const dp_service::change_record event{who, history_time(wall_clock()), target, text};
     return event.line() + '\n';
 }
 
@@ -167,12 +168,13 @@ dp_support::result<std::vector<bounded_lock>> lock_installed_files() {
 }
 
 // The history's record of a value that an update did not keep under its name.
-dp_service::change_record update_record(const carry_over_report::entry& value, bool is_lost) {
+dp_service::change_record update_record(const std::string& who,
+                                        const carry_over_report::entry& value, bool is_lost) {
     const std::string cause = !is_lost ? "the updated BIOS calls " + value.name + " so"
                               : value.new_name.empty() ? "the updated BIOS has no such attribute"
                               : value.now ? "the value is not valid for the updated BIOS"
                                           : "the updated BIOS has no such instance";
-    return {dp_service::change_record::by_service,
+    return {who,
             history_time(wall_clock()),
             value.now ? value.new_name : value.name,
             value.now,
@@ -182,13 +184,19 @@ dp_service::change_record update_record(const carry_over_report::entry& value, b
 
 // The history's lines for an update. Those for single values are limited, so that they do not push
 // out all earlier changes; values that were lost come first.
-std::string update_lines(const std::string& build_id, const carry_over_report& report) {
+std::string update_lines(const std::string& client, const std::string& build_id,
+                         const carry_over_report& report) {
+    const std::string who =
+        text_of(dp_service::change_record::by_service, ",id=", new_transaction_id(),
+                client.empty() ? "" : ",", client);
     constexpr const char* of_bios = dp_service::change_record::of_bios;
-    std::string lines = event_line(of_bios, "updated to " + build_id + ": " + report.summary());
+    std::string lines =
+        event_line(of_bios, "updated to " + build_id + ": " + report.summary(), who);
     std::size_t left_out = 0;
     for (const auto* const values : {&report.lost, &report.converted}) {
         for (const auto& value : *values) {
-            const std::string line = update_record(value, values == &report.lost).line() + '\n';
+            const std::string line =
+                update_record(who, value, values == &report.lost).line() + '\n';
             if (left_out != 0 || lines.size() + line.size() > longest_update_lines) {
                 ++left_out;
             } else {
@@ -197,7 +205,8 @@ std::string update_lines(const std::string& build_id, const carry_over_report& r
         }
     }
     if (left_out != 0) {
-        lines += event_line(of_bios, text_of(left_out, " more of these values are not listed"));
+        lines +=
+            event_line(of_bios, text_of(left_out, " more of these values are not listed"), who);
     }
     return lines;
 }
@@ -554,6 +563,7 @@ dp_service::server_answer settings_service::restart() {
 }
 
 struct settings_service::update_parts {
+    std::string client;  // that requested it; may be empty
     std::string build_id;
     std::string bios;  // the template's file
     std::unique_ptr<template_model> model;
@@ -656,7 +666,7 @@ dp_support::result<> settings_service::install(update_parts parts) {
     if (!locks) {
         return locks.error();
     }
-    const std::string lines = update_lines(parts.build_id, parts.values);
+    const std::string lines = update_lines(parts.client, parts.build_id, parts.values);
     const std::size_t lost = parts.values.lost.size();
     if (auto staged = stage(parts, text_of(lost, '\n', lines)); !staged) {
         return staged;
@@ -718,8 +728,9 @@ dp_service::server_answer settings_service::plan_update() {
     return {0, {}, parts.values.lines()};
 }
 
-dp_service::server_answer settings_service::update() {
+dp_service::server_answer settings_service::update(const std::string& client) {
     update_parts parts;
+    parts.client = client;
     if (const auto prepared = prepare_update(parts); !prepared) {
         log_error("BIOS update refused: ", prepared.reason());
         return {prepared.code(), prepared.reason()};

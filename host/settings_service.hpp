@@ -89,8 +89,8 @@ class settings_service {
     /// number of lost values in the alert. New files are all checked and written before the first
     /// one replaces an old file (`update_files`): an update that is interrupted is completed by the
     /// next start, or was never begun. Fails with nothing changed when another process keeps one of
-    /// the files locked.
-    dp_service::server_answer update();
+    /// the files locked. `client` is who requested it, for the history: `peer::str`.
+    dp_service::server_answer update(const std::string& client = {});
 
     /// What `update` would do, without doing it: its failure, or its report.
     dp_service::server_answer plan_update();

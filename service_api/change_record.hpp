@@ -17,8 +17,9 @@ namespace dp_service {
 /// precedes every backslash and double quote. Who, time and target are not escaped: none contains a
 /// newline, who and target contain no white space, and the time contains no three spaces in a row.
 ///
-/// What dp_settingsd itself did with the values is recorded in the same form: `by_service` is who,
-/// one of the targets in parentheses says what it is about, and the value is a text for a person.
+/// What dp_settingsd itself did with the values is recorded in the same form: `by_service` is the
+/// transaction's name, one of the targets in parentheses says what it is about, and the value is a
+/// text for a person.
 struct change_record {
     /// See above.
     /// @{

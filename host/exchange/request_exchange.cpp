@@ -58,7 +58,7 @@ void request_exchange::execute(client_connection& client) {
         answer_with(client, service_.restart());
     } else if (requested == kind::update) {
         log_line("BIOS update requested by ", client.client().str());
-        answer_with(client, service_.update());
+        answer_with(client, service_.update(client.client().str()));
     } else if (requested == kind::plan_update) {
         answer_with(client, service_.plan_update());
     } else if (requested == kind::pending_version) {

@@ -315,7 +315,7 @@ TEST_F(settings_service_test, an_update_reports_and_records_what_became_of_the_v
             "converted A.Port.1 \"5\" to Main.Port.1", "converted A.Port.2 \"5\" to Main.Port.2",
             "lost A.Size \"50\": not valid any more; Setup.Size is \"2\"",
             "lost A.Gone \"old\": there is no such attribute any more"}));
-    const auto updated = service.update();
+    const auto updated = service.update("uid=7,gid=8,pid=9,program=/x");
     EXPECT_EQ(updated.status, 0) << updated.reason;
     EXPECT_EQ(updated.report, planned.report);
     EXPECT_EQ(test::read_file(pending), test::sealed("0 0 uefi set Setup.Mode \"x\" \"\" \n"
@@ -328,7 +328,10 @@ TEST_F(settings_service_test, an_update_reports_and_records_what_became_of_the_v
     for (std::string line; std::getline(lines, line);) {
         const auto change = dp_service::change_record::parse(line);
         ASSERT_TRUE(change) << line;
-        EXPECT_EQ(change->who, dp_service::change_record::by_service);
+        const auto by = change->requested_by();
+        EXPECT_EQ(by.transaction, dp_service::change_record::by_service);
+        EXPECT_EQ(by.id.size(), 16U);
+        EXPECT_EQ(by.client, "uid=7,gid=8,pid=9,program=/x");
         texts += change->target + '=' + change->value.value_or("(none)") + '\n';
     }
     EXPECT_EQ(texts,
