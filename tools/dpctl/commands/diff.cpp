@@ -140,6 +140,7 @@ void run_diff(const file_names& files, const diff_options& options, report& rep)
         rep.usage_problem("diff compares at most two files, and --defaults compares none");
         return;
     }
+    rep.allow_pager();
     std::vector<state_file> states;
     for (const auto& file : options.files) {
         auto state = load_state(file, rep);

@@ -171,6 +171,7 @@ TEST_F(dpctl_on_terminal, uses_the_pager_only_when_the_text_is_longer_than_the_s
     EXPECT_THAT(output({"list"}, 80, 50), Not(HasSubstr("paged")));
     EXPECT_THAT(output({"get", "--all"}, 80, 5), HasSubstr("paged: Boot.Mode=Legacy"));
     EXPECT_THAT(output({"help", "list"}, 80, 5), HasSubstr("paged: Usage:"));
+    EXPECT_THAT(output({"diff", "--defaults"}, 80, 3), HasSubstr("paged: Boot.Mode: UEFI -> "));
     EXPECT_THAT(output({"list", "--json"}, 80, 5), Not(HasSubstr("paged")));
     EXPECT_THAT(test::run_program("dpctl", {"list"}).out, Not(HasSubstr("paged")));
 }
