@@ -1,0 +1,41 @@
+#ifndef DP_REDFISH_PROTOCOL_ROUTE_TABLE_HPP
+#define DP_REDFISH_PROTOCOL_ROUTE_TABLE_HPP
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "redfish/protocol/call.hpp"
+
+namespace dp_redfish {
+
+/// An operation of the service: what it does for a method on the resources whose path matches.
+struct route {
+    std::string method;   ///< "GET" also answers HEAD
+    std::string pattern;  ///< "/redfish/v1/Systems/{}/Bios"; "{}" is one segment, any text
+    privileges needed;
+    operation run;
+};
+
+/// The operations of the service. Filled at start, then read only.
+class route_table {
+  public:
+    void add(std::string method, std::string pattern, privileges needed, operation run);
+
+    /// What was found for a path.
+    struct match {
+        const route* found = nullptr;         ///< null: no operation for this method and path
+        std::vector<std::string> parameters;  ///< the segments for "{}"
+        std::vector<std::string> allowed;     ///< all methods of the path; empty: no such path
+    };
+
+    /// A path with a "/" at its end is the same without it, except "/".
+    [[nodiscard]] match find(std::string_view method, std::string_view path) const;
+
+  private:
+    std::vector<route> routes_;
+};
+
+}  // namespace dp_redfish
+
+#endif
