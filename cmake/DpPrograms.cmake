@@ -6,7 +6,7 @@
 
 set(DP_PROGRAM_INCLUDE_DIR "${PROJECT_BINARY_DIR}/include/programs")
 file(MAKE_DIRECTORY "${DP_PROGRAM_INCLUDE_DIR}")
-foreach(folder IN ITEMS host service_api support tools)
+foreach(folder IN ITEMS host redfish service_api support tools)
   file(CREATE_LINK "${PROJECT_SOURCE_DIR}/${folder}" "${DP_PROGRAM_INCLUDE_DIR}/${folder}" SYMBOLIC)
 endforeach()
 
