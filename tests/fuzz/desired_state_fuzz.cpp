@@ -11,9 +11,10 @@
 
 #include "service_api/attribute_registry.hpp"
 #include "service_api/service_status.hpp"
+#include "service_api/value_check.hpp"
 #include "support/json.hpp"
 #include "tests/fuzz/fuzzing.hpp"
-#include "tests/unit/tools/dpctl/sample_attribute.hpp"
+#include "tests/support/sample_attribute.hpp"
 #include "tools/dpctl/desired/desired_settings.hpp"
 #include "tools/dpctl/desired/state_export.hpp"
 #include "tools/dpctl/desired/state_file.hpp"
@@ -22,7 +23,6 @@
 #include "tools/dpctl/output/report.hpp"
 #include "tools/dpctl/values/canonical_value.hpp"
 #include "tools/dpctl/values/registry_state.hpp"
-#include "tools/dpctl/values/value_check.hpp"
 
 namespace {
 
@@ -113,8 +113,8 @@ void check_settings(const std::vector<dpctl::desired_setting>& settings) {
 
 // An export has settings that exist, not every name of an instance that a person may write.
 bool is_setting(const dpctl::desired_setting& desired) {
-    return dpctl::check_value(*desired.setting.attribute, desired.setting.instance,
-                              desired.value) != dp_service::service_status::bad_instance;
+    return dp_service::check_value(*desired.setting.attribute, desired.setting.instance,
+                                   desired.value) != dp_service::service_status::bad_instance;
 }
 
 void check_export(sample_server& server, std::vector<dpctl::desired_setting> settings) {

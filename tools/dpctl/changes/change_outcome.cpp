@@ -1,9 +1,9 @@
 #include "tools/dpctl/changes/change_outcome.hpp"
 
 #include "batch/batch_list_info.hpp"
+#include "service_api/attribute_description.hpp"
 #include "support/ascii_case.hpp"
 #include "support/decimal.hpp"
-#include "tools/dpctl/values/attribute_description.hpp"
 #include "transactions/command_status.hpp"
 
 namespace dpctl {
@@ -52,16 +52,17 @@ bool is_value(const reading& value, std::string_view requested, const dp_attribu
     if (value.text == requested) {
         return true;
     }
-    if (is_numeric(attribute)) {
+    if (dp_service::is_numeric(attribute)) {
         const std::string_view number = without_leading_zeros(value.text);
         return !number.empty() && number == without_leading_zeros(requested);
     }
-    return is_enumeration(attribute) && dp_support::equal_ignoring_case(value.text, requested);
+    return dp_service::is_enumeration(attribute) &&
+           dp_support::equal_ignoring_case(value.text, requested);
 }
 
 bool is_default_value(const reading& value, const dp_attribute& attribute) {
-    return is_removed_by_default(attribute) ? !value.known
-                                            : is_value(value, attribute.dft, attribute);
+    return dp_service::is_removed_by_default(attribute) ? !value.known
+                                                        : is_value(value, attribute.dft, attribute);
 }
 
 bool is_stored_value(const reading& value, const reading& stored) {

@@ -4,15 +4,15 @@
 #include <unordered_set>
 #include <utility>
 
+#include "service_api/attribute_description.hpp"
 #include "service_api/dependency_decision.hpp"
 #include "service_api/registry_dependencies.hpp"
 #include "service_api/service_status.hpp"
+#include "service_api/value_check.hpp"
 #include "tools/dpctl/changes/change_request.hpp"
 #include "tools/dpctl/status/status_reason.hpp"
-#include "tools/dpctl/values/attribute_description.hpp"
 #include "tools/dpctl/values/registry_state.hpp"
 #include "tools/dpctl/values/setting_values.hpp"
-#include "tools/dpctl/values/value_check.hpp"
 #include "transactions/command_status.hpp"
 
 namespace dpctl {
@@ -30,7 +30,7 @@ planned_change start_change(const desired_setting& desired, const registry_state
     planned.instance = desired.setting.instance;
     planned.requested = desired.requested;
     planned.place = desired.place;
-    planned.copy = std::make_shared<attribute_copy>(*desired.setting.attribute);
+    planned.copy = std::make_shared<dp_service::attribute_copy>(*desired.setting.attribute);
     planned.index = registry.index_of(desired.setting);
     planned.may_remain = desired.may_remain;
     return planned;
@@ -57,9 +57,9 @@ void check(planned_change& planned) {
         return;
     }
     const std::int32_t status =
-        planned.change.operation == dp::op_delete && !is_read_only(planned.attribute())
+        planned.change.operation == dp::op_delete && !dp_service::is_read_only(planned.attribute())
             ? dp::command_status::success
-            : check_value(planned.attribute(), planned.instance, planned.change.value);
+            : dp_service::check_value(planned.attribute(), planned.instance, planned.change.value);
     if (status != dp::command_status::success) {
         refuse(planned, status,
                explain_status(static_cast<std::uint32_t>(status), &planned.attribute(),

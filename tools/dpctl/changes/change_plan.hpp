@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "service_api/attribute_copy.hpp"
 #include "tools/dpctl/changes/change_outcome.hpp"
 #include "tools/dpctl/changes/setting_change.hpp"
 #include "tools/dpctl/desired/desired_settings.hpp"
-#include "tools/dpctl/values/attribute_copy.hpp"
 #include "tools/dpctl/values/session.hpp"
 
 namespace dpctl {
@@ -25,7 +25,7 @@ struct planned_change {
     std::string instance;
     std::string requested;  ///< the value as a person wrote it
     std::string place;      ///< where, to begin a message with; may be empty
-    std::shared_ptr<const attribute_copy> copy;
+    std::shared_ptr<const dp_service::attribute_copy> copy;
     std::optional<std::uint32_t> index;  ///< in the registry
     reading current;
     reading pending;          ///< now

@@ -4,11 +4,11 @@
 #include <variant>
 #include <vector>
 
+#include "service_api/attribute_description.hpp"
 #include "service_api/choice_list.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/names/catalog.hpp"
 #include "tools/dpctl/output/printable_text.hpp"
-#include "tools/dpctl/values/attribute_description.hpp"
 
 namespace dpctl {
 namespace {
@@ -74,7 +74,7 @@ void complete_names(catalog& names, const std::string& typed, report& rep) {
 void complete_values(catalog& names, const std::string& name, report& rep) {
     const auto found = names.find_setting(name);
     const auto* const setting = std::get_if<setting_ref>(&found);
-    if (setting != nullptr && is_enumeration(*setting->attribute)) {
+    if (setting != nullptr && dp_service::is_enumeration(*setting->attribute)) {
         for (const auto& choice : dp_service::choice_list::split(setting->attribute->chc)) {
             offer(choice, rep);
         }

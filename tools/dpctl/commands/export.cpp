@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "service_api/attribute_description.hpp"
 #include "tools/dpctl/changes/change_outcome.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/desired/server_identity.hpp"
@@ -11,7 +12,6 @@
 #include "tools/dpctl/desired/state_file.hpp"
 #include "tools/dpctl/names/name_lookup.hpp"
 #include "tools/dpctl/names/setting_selection.hpp"
-#include "tools/dpctl/values/attribute_description.hpp"
 #include "tools/dpctl/values/registry_state.hpp"
 
 namespace dpctl {
@@ -29,7 +29,7 @@ struct export_options {
 };
 
 bool has_default(const setting_ref& setting, const reading& value) {
-    return is_removed_by_default(*setting.attribute)
+    return dp_service::is_removed_by_default(*setting.attribute)
                ? !value.known
                : is_value(value, setting.attribute->dft, *setting.attribute);
 }

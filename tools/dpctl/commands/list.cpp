@@ -6,13 +6,13 @@
 #include <utility>
 #include <vector>
 
+#include "service_api/attribute_description.hpp"
 #include "support/ascii_case.hpp"
 #include "tools/dpctl/changes/change_outcome.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/names/name_lookup.hpp"
 #include "tools/dpctl/names/name_pattern.hpp"
 #include "tools/dpctl/output/table.hpp"
-#include "tools/dpctl/values/attribute_description.hpp"
 #include "tools/dpctl/values/setting_values.hpp"
 #include "tools/dpctl/values/setup_view.hpp"
 
@@ -100,7 +100,7 @@ std::string notes_on(const listed_setting& listed) {
 
 json_value to_json(const listed_setting& listed, const setup_view& setup) {
     auto result = json_value::object({{"name", listed.name},
-                                      {"type", type_name(listed.attribute())},
+                                      {"type", dp_service::type_name(listed.attribute())},
                                       {"read_only", !listed.why_read_only.empty()}});
     add_values(result, listed.values);
     if (setup.has_menus()) {
@@ -137,7 +137,7 @@ void show_table(const std::vector<listed_setting>& settings, const setup_view& s
             listed.values.waits_for_restart ? text_style::changed : text_style::plain;
         std::vector<table_cell> cells{
             listed.name,
-            type_name(listed.attribute()),
+            dp_service::type_name(listed.attribute()),
             {value_text(listed.values.pending), style},
             value_text(listed.values.current),
             {notes_on(listed), style == text_style::plain ? text_style::faint : style}};

@@ -11,12 +11,12 @@
 #include <vector>
 
 #include "common/quoting.hpp"
+#include "service_api/attribute_description.hpp"
 #include "service_api/choice_list.hpp"
 #include "service_api/registry_value.hpp"
 #include "tools/dpctl/commands/command_options.hpp"
 #include "tools/dpctl/names/name_lookup.hpp"
 #include "tools/dpctl/output/printable_text.hpp"
-#include "tools/dpctl/values/attribute_description.hpp"
 #include "tools/dpctl/values/dependency_index.hpp"
 #include "tools/dpctl/values/dependency_text.hpp"
 #include "tools/dpctl/values/limits_in_force.hpp"
@@ -144,25 +144,25 @@ std::string with_causes(const std::string& limit, const std::string& of_template
 
 void show_restrictions(report& rep, const shown_attribute& shown) {
     const dp_attribute& attribute = shown.attribute();
-    if (is_numeric(attribute)) {
-        const number_limits fixed = number_limits_of(attribute);
-        const number_limits now = shown.in_force(fixed);
+    if (dp_service::is_numeric(attribute)) {
+        const dp_service::number_limits fixed = dp_service::number_limits_of(attribute);
+        const dp_service::number_limits now = shown.in_force(fixed);
         show_item(rep, "Range",
-                  with_causes(range_text(now), range_text(fixed), shown,
+                  with_causes(dp_service::range_text(now), dp_service::range_text(fixed), shown,
                               {registry_property::lower_bound, registry_property::upper_bound}));
         show_item(rep, "Step",
                   with_causes(std::to_string(now.step), std::to_string(fixed.step), shown,
                               {registry_property::scalar_increment}));
-    } else if (is_string(attribute)) {
-        const text_limits fixed = text_limits_of(attribute);
-        const text_limits now = shown.in_force(fixed);
+    } else if (dp_service::is_string(attribute)) {
+        const dp_service::text_limits fixed = dp_service::text_limits_of(attribute);
+        const dp_service::text_limits now = shown.in_force(fixed);
         show_item(rep, "Length",
-                  with_causes(length_text(now), length_text(fixed), shown,
+                  with_causes(dp_service::length_text(now), dp_service::length_text(fixed), shown,
                               {registry_property::min_length, registry_property::max_length}));
         show_optional_item(
             rep, "Pattern",
             with_causes(now.pattern, fixed.pattern, shown, {registry_property::value_expression}));
-    } else if (is_enumeration(attribute)) {
+    } else if (dp_service::is_enumeration(attribute)) {
         show_choices(rep, shown);
     }
 }
@@ -171,7 +171,7 @@ void show_restrictions(report& rep, const shown_attribute& shown) {
 void show_texts(report& rep, const shown_attribute& shown) {
     const dp_attribute& attribute = shown.attribute();
     if (shown.entry == nullptr) {
-        show_item(rep, "Type", type_name(attribute));
+        show_item(rep, "Type", dp_service::type_name(attribute));
         show_optional_item(rep, "Description", attribute.dsc);
         show_optional_item(rep, "Help", attribute.fds);
         show_optional_item(rep, "Group", attribute.grp);
@@ -179,9 +179,10 @@ void show_texts(report& rep, const shown_attribute& shown) {
     }
     show_optional_item(rep, "Display name", shown.text(registry_property::display_name));
     show_optional_item(rep, "Menu", shown.setup.menu(shown.setting));
-    show_item(
-        rep, "Type",
-        shown.entry->type == dp_service::registry_type::boolean ? "boolean" : type_name(attribute));
+    show_item(rep, "Type",
+              shown.entry->type == dp_service::registry_type::boolean
+                  ? "boolean"
+                  : dp_service::type_name(attribute));
     show_optional_item(rep, "Help", shown.text(registry_property::help_text));
     show_optional_item(rep, "Warning", shown.text(registry_property::warning_text));
 }
@@ -211,7 +212,7 @@ void show_dependencies(report& rep, const shown_attribute& shown) {
 
 void show_state(report& rep, const shown_attribute& shown) {
     const std::string reason = shown.setup.why_read_only(shown.setting);
-    const bool is_fixed = is_read_only(shown.attribute());
+    const bool is_fixed = dp_service::is_read_only(shown.attribute());
     show_item(rep, "Read-only", is_fixed ? "yes" : reason.empty() ? "no" : "now: " + reason);
     if (shown.setup.flag(shown.setting, registry_property::gray_out)) {
         show_item(rep, "Grayed out", "yes, but it can be changed");
@@ -226,8 +227,9 @@ void show_attribute(const shown_attribute& shown, report& rep) {
     rep.line(shown.setting.name(), text_style::heading);
     show_texts(rep, shown);
     show_restrictions(rep, shown);
-    const std::string fixed_default =
-        is_removed_by_default(attribute) ? "no value" : value_text({true, false, attribute.dft});
+    const std::string fixed_default = dp_service::is_removed_by_default(attribute)
+                                          ? "no value"
+                                          : value_text({true, false, attribute.dft});
     show_item(rep, "Default",
               with_causes(fixed_default, fixed_default, shown, {registry_property::default_value}));
     for (std::size_t i = 0; i < shown.instances.size(); ++i) {
@@ -303,20 +305,20 @@ json_value length_json(std::int64_t limit) {
 
 void add_limits(const shown_attribute& shown, json_value& result) {
     const dp_attribute& attribute = shown.attribute();
-    if (is_numeric(attribute)) {
-        const number_limits fixed = number_limits_of(attribute);
-        const number_limits now = shown.in_force(fixed);
+    if (dp_service::is_numeric(attribute)) {
+        const dp_service::number_limits fixed = dp_service::number_limits_of(attribute);
+        const dp_service::number_limits now = shown.in_force(fixed);
         add_limit(result, "minimum", now.least, fixed.least, now.least != fixed.least);
         add_limit(result, "maximum", now.greatest, fixed.greatest, now.greatest != fixed.greatest);
         add_limit(result, "step", now.step, fixed.step, now.step != fixed.step);
-    } else if (is_string(attribute)) {
-        const text_limits fixed = text_limits_of(attribute);
-        const text_limits now = shown.in_force(fixed);
+    } else if (dp_service::is_string(attribute)) {
+        const dp_service::text_limits fixed = dp_service::text_limits_of(attribute);
+        const dp_service::text_limits now = shown.in_force(fixed);
         add_limit(result, "minimum_length", now.least, fixed.least, now.least != fixed.least);
         add_limit(result, "maximum_length", length_json(now.greatest), length_json(fixed.greatest),
                   now.greatest != fixed.greatest);
         add_limit(result, "pattern", now.pattern, fixed.pattern, now.pattern != fixed.pattern);
-    } else if (is_enumeration(attribute)) {
+    } else if (dp_service::is_enumeration(attribute)) {
         result.set("possible_values", dp_service::choice_list::split(attribute.chc));
     }
 }
@@ -329,7 +331,7 @@ json_value to_json(const shown_attribute& shown) {
     auto result = json_value::object({{"name", shown.setting.name()},
                                       {"collection", shown.setting.collection->name()},
                                       {"attribute", attribute.id},
-                                      {"type", type_name(attribute)},
+                                      {"type", dp_service::type_name(attribute)},
                                       {"description", attribute.dsc},
                                       {"help", help},
                                       {"group", attribute.grp}});
@@ -338,7 +340,7 @@ json_value to_json(const shown_attribute& shown) {
     if (const auto* const cause = shown.cause(registry_property::default_value)) {
         result.set("dependent_default", dp_service::setting_text(cause->value));
     }
-    const bool is_fixed = is_read_only(attribute);
+    const bool is_fixed = dp_service::is_read_only(attribute);
     const bool is_fixed_now = !shown.setup.why_read_only(shown.setting).empty();
     add_limit(result, "read_only", is_fixed_now, is_fixed, is_fixed_now != is_fixed);
     if (has_entry) {

@@ -4,12 +4,12 @@
 #include <unordered_map>
 #include <utility>
 
+#include "service_api/attribute_description.hpp"
 #include "service_api/attribute_registry.hpp"
 #include "service_api/registry_value.hpp"
 #include "tools/dpctl/names/name_lookup.hpp"
 #include "tools/dpctl/output/printable_text.hpp"
 #include "tools/dpctl/output/report.hpp"
-#include "tools/dpctl/values/attribute_description.hpp"
 #include "tools/dpctl/values/canonical_value.hpp"
 #include "tools/dpctl/values/registry_state.hpp"
 
@@ -38,10 +38,10 @@ std::string resolve_value(const state_entry& entry, const setting_ref& setting,
         }
     }
     if (entry.kind == state_entry::kinds::boolean) {
-        return "is " + entry.value +
-               ", but the attribute is not a Boolean (allowed: " + allowed_values(attribute) + ')';
+        return "is " + entry.value + ", but the attribute is not a Boolean (allowed: " +
+               dp_service::allowed_values(attribute) + ')';
     }
-    if (entry.kind == state_entry::kinds::number && is_string(attribute)) {
+    if (entry.kind == state_entry::kinds::number && dp_service::is_string(attribute)) {
         return "is the number " + entry.value + ", but the attribute is a string";
     }
     return "";
@@ -104,7 +104,7 @@ std::vector<desired_setting> resolve_state(catalog& names, const registry_state&
 
 desired_setting default_of(const setting_ref& setting) {
     desired_setting desired{setting, setting.attribute->dft};
-    if (is_removed_by_default(*setting.attribute)) {
+    if (dp_service::is_removed_by_default(*setting.attribute)) {
         desired.operation = dp::op_delete;
         desired.value.clear();
     }

@@ -5,10 +5,10 @@
 #include <utility>
 #include <variant>
 
+#include "service_api/attribute_description.hpp"
 #include "service_api/attribute_registry.hpp"
 #include "service_api/registry_dependencies.hpp"
 #include "support/decimal.hpp"
-#include "tools/dpctl/values/attribute_description.hpp"
 #include "tools/dpctl/values/canonical_value.hpp"
 #include "tools/dpctl/values/registry_state.hpp"
 
@@ -67,7 +67,7 @@ json_value typed_value(const setting_ref& setting, const registry_state& registr
             }
         }
     }
-    if (is_numeric(attribute)) {
+    if (dp_service::is_numeric(attribute)) {
         if (const auto number = dp_support::decimal::parse<std::uint32_t>(text)) {
             return *number;
         }
@@ -99,7 +99,7 @@ exported_state export_state(catalog& names, const registry_state& registry,
         const auto* const attribute = registry.find(settings[i]);
         if (!everything && attribute != nullptr && attribute->is_system_unique) {
             ++state.unique;
-        } else if (!everything && (is_read_only(*settings[i].attribute) ||
+        } else if (!everything && (dp_service::is_read_only(*settings[i].attribute) ||
                                    (attribute != nullptr &&
                                     attribute->type == dp_service::registry_type::password))) {
             ++state.read_only;

@@ -3,11 +3,11 @@
 #include <cstddef>
 #include <vector>
 
+#include "service_api/attribute_description.hpp"
 #include "service_api/choice_list.hpp"
 #include "service_api/service_status.hpp"
 #include "support/suggestions.hpp"
 #include "tools/dpctl/output/printable_text.hpp"
-#include "tools/dpctl/values/attribute_description.hpp"
 
 namespace dpctl {
 namespace {
@@ -15,7 +15,8 @@ namespace {
 namespace service_status = dp_service::service_status;
 
 std::string with_allowed(std::string reason, const dp_attribute* attribute) {
-    const std::string allowed = attribute != nullptr ? allowed_values(*attribute) : std::string();
+    const std::string allowed =
+        attribute != nullptr ? dp_service::allowed_values(*attribute) : std::string();
     if (!allowed.empty()) {
         reason += " (allowed: " + allowed + ")";
     }
@@ -24,7 +25,8 @@ std::string with_allowed(std::string reason, const dp_attribute* attribute) {
 
 std::string not_a_choice(const dp_attribute* attribute, std::string_view value) {
     const auto choices = dp_service::choice_list::split(attribute->chc);
-    std::string reason = in_quotes(value) + " is not one of " + allowed_values(*attribute);
+    std::string reason =
+        in_quotes(value) + " is not one of " + dp_service::allowed_values(*attribute);
     const std::vector<std::string_view> names(choices.begin(), choices.end());
     std::vector<std::string> most_similar;
     for (const std::size_t i : dp_support::similar_names(value, names, 1)) {
@@ -40,7 +42,7 @@ std::string explain_status(std::uint32_t status, const dp_attribute* attribute,
                            std::string_view value) {
     const auto code = static_cast<std::int32_t>(status);
     if (code == service_status::not_a_choice && attribute != nullptr &&
-        !allowed_values(*attribute).empty()) {
+        !dp_service::allowed_values(*attribute).empty()) {
         return not_a_choice(attribute, value);
     }
     const std::string reason = service_status::explanation(code, in_quotes(value));

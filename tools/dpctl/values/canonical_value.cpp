@@ -5,10 +5,10 @@
 #include <cstddef>
 #include <utility>
 
+#include "service_api/attribute_description.hpp"
 #include "service_api/choice_list.hpp"
 #include "support/ascii_case.hpp"
 #include "support/decimal.hpp"
-#include "tools/dpctl/values/attribute_description.hpp"
 
 namespace dpctl {
 namespace {
@@ -40,10 +40,10 @@ std::string canonical_choice(const dp_attribute& attribute, const std::string& v
 }  // namespace
 
 std::string canonical_value(const dp_attribute& attribute, const std::string& value) {
-    if (is_numeric(attribute) && dp_support::decimal::is_digits(value)) {
+    if (dp_service::is_numeric(attribute) && dp_support::decimal::is_digits(value)) {
         return value.substr(std::min(value.find_first_not_of('0'), value.size() - 1));
     }
-    return is_enumeration(attribute) ? canonical_choice(attribute, value) : value;
+    return dp_service::is_enumeration(attribute) ? canonical_choice(attribute, value) : value;
 }
 
 std::string choice_for(const dp_attribute& attribute, bool truth) {

@@ -27,8 +27,8 @@ std::optional<std::int64_t> dependent_number(const registry_dependencies& rules,
 
 }  // namespace
 
-number_limits limits_in_force(number_limits limits, const registry_dependencies& rules,
-                              std::uint32_t index) {
+dp_service::number_limits limits_in_force(dp_service::number_limits limits,
+                                          const registry_dependencies& rules, std::uint32_t index) {
     const auto lower = dependent_number(rules, index, registry_property::lower_bound);
     limits.least = std::max(limits.least, lower.value_or(limits.least));
     const auto upper = dependent_number(rules, index, registry_property::upper_bound);
@@ -42,8 +42,8 @@ number_limits limits_in_force(number_limits limits, const registry_dependencies&
     return limits;
 }
 
-text_limits limits_in_force(text_limits limits, const registry_dependencies& rules,
-                            std::uint32_t index) {
+dp_service::text_limits limits_in_force(dp_service::text_limits limits,
+                                        const registry_dependencies& rules, std::uint32_t index) {
     const auto least = dependent_number(rules, index, registry_property::min_length);
     limits.least = std::max(limits.least, least.value_or(limits.least));
     const auto greatest = dependent_number(rules, index, registry_property::max_length);

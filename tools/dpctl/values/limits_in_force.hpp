@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
+#include "service_api/attribute_description.hpp"
 #include "service_api/registry_dependencies.hpp"
-#include "tools/dpctl/values/attribute_description.hpp"
 
 namespace dpctl {
 
@@ -14,10 +14,12 @@ namespace dpctl {
 /// A value must be within the bounds and lengths of both, and on both steps. A dependency's pattern
 /// is reported instead of the template's, although a value must match both.
 /// @{
-number_limits limits_in_force(number_limits limits, const dp_service::registry_dependencies& rules,
-                              std::uint32_t index);
-text_limits limits_in_force(text_limits limits, const dp_service::registry_dependencies& rules,
-                            std::uint32_t index);
+dp_service::number_limits limits_in_force(dp_service::number_limits limits,
+                                          const dp_service::registry_dependencies& rules,
+                                          std::uint32_t index);
+dp_service::text_limits limits_in_force(dp_service::text_limits limits,
+                                        const dp_service::registry_dependencies& rules,
+                                        std::uint32_t index);
 /// @}
 
 }  // namespace dpctl

@@ -13,13 +13,13 @@
 
 #include "common/file_utilities.hpp"
 #include "common/fixed_paths.hpp"
+#include "service_api/stored_values.hpp"
 #include "service_api/template_cache.hpp"
 #include "service_api/values_seal.hpp"
 #include "tools/dpctl/output/printable_text.hpp"
 #include "tools/dpctl/output/report.hpp"
 #include "tools/dpctl/system/lock_watch.hpp"
 #include "tools/dpctl/system/readable_file.hpp"
-#include "tools/dpctl/values/stored_values.hpp"
 #include "transactions/command_status.hpp"
 #include "transactions/operations.hpp"
 
@@ -83,7 +83,7 @@ void complete_cut_values(std::span<const std::string> names, std::vector<reading
     if (std::none_of(readings.begin(), readings.end(), [](const reading& r) { return r.cut; })) {
         return;
     }
-    const auto stored = read_stored_values(file);
+    const auto stored = dp_service::read_stored_values(file);
     for (std::size_t i = 0; stored && i < names.size(); ++i) {
         reading& value = readings[i];
         const auto whole = stored->find(names[i]);

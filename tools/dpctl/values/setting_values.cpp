@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <utility>
 
-#include "tools/dpctl/values/attribute_description.hpp"
+#include "service_api/attribute_description.hpp"
 
 namespace dpctl {
 
@@ -40,8 +40,8 @@ dp_support::json_value value_json(const reading& value) {
 }
 
 dp_support::json_value default_json(const dp_attribute& attribute) {
-    return is_removed_by_default(attribute) ? dp_support::json_value()
-                                            : dp_support::json_value(attribute.dft);
+    return dp_service::is_removed_by_default(attribute) ? dp_support::json_value()
+                                                        : dp_support::json_value(attribute.dft);
 }
 
 void add_values(dp_support::json_value& object, const setting_values& values) {

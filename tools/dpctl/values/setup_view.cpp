@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <variant>
 
-#include "tools/dpctl/values/attribute_description.hpp"
+#include "service_api/attribute_description.hpp"
 
 namespace dpctl {
 
@@ -57,7 +57,7 @@ bool setup_view::is_hidden(const setting_ref& setting) const {
 }
 
 std::string setup_view::why_read_only(const setting_ref& setting) const {
-    if (is_read_only(*setting.attribute)) {
+    if (dp_service::is_read_only(*setting.attribute)) {
         return "read-only";
     }
     const auto index = state_.index_of(setting);

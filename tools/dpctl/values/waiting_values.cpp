@@ -4,7 +4,8 @@
 
 namespace dpctl {
 
-std::size_t count_waiting_values(const stored_values& pending, const stored_values& current) {
+std::size_t count_waiting_values(const dp_service::stored_values& pending,
+                                 const dp_service::stored_values& current) {
     std::size_t count = 0;
     std::size_t common = 0;
     for (const auto& [name, value] : pending) {
@@ -16,8 +17,8 @@ std::size_t count_waiting_values(const stored_values& pending, const stored_valu
 }
 
 std::optional<std::size_t> count_waiting_values() {
-    const auto pending = read_stored_values(dp::fixed_paths::uefi_settings.str());
-    const auto current = read_stored_values(dp::fixed_paths::uefi_current.str());
+    const auto pending = dp_service::read_stored_values(dp::fixed_paths::uefi_settings.str());
+    const auto current = dp_service::read_stored_values(dp::fixed_paths::uefi_current.str());
     return pending && current ? std::optional(count_waiting_values(*pending, *current))
                               : std::nullopt;
 }

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "service_api/service_status.hpp"
-#include "tests/unit/tools/dpctl/sample_attribute.hpp"
+#include "tests/support/sample_attribute.hpp"
 
 namespace dpctl {
 namespace {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "support/json.hpp"
-#include "tests/unit/tools/dpctl/sample_attribute.hpp"
+#include "tests/support/sample_attribute.hpp"
 #include "tools/dpctl/output/report.hpp"
 
 namespace dpctl {
@@ -22,7 +22,8 @@ planned_change change_of(const std::string& name, change_outcome outcome) {
     planned.requested = "uefi";
     planned.pending = planned.change.replaced;
     planned.current = planned.change.replaced;
-    planned.copy = std::make_shared<attribute_copy>(test::sample_choices("Mode", "Legacy,UEFI"));
+    planned.copy =
+        std::make_shared<dp_service::attribute_copy>(test::sample_choices("Mode", "Legacy,UEFI"));
     planned.outcome = outcome;
     return planned;
 }

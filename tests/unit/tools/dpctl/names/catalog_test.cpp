@@ -4,7 +4,7 @@
 
 #include <map>
 
-#include "tests/unit/tools/dpctl/sample_attribute.hpp"
+#include "tests/support/sample_attribute.hpp"
 
 namespace dpctl {
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/tools/dpctl/sample_attribute.hpp"
+#include "tests/support/sample_attribute.hpp"
 #include "tools/dpctl/output/report.hpp"
 
 namespace dpctl {

@@ -5,7 +5,7 @@
 #include <set>
 
 #include "service_api/service_status.hpp"
-#include "tests/unit/tools/dpctl/sample_attribute.hpp"
+#include "tests/support/sample_attribute.hpp"
 
 namespace dpctl {
 namespace {

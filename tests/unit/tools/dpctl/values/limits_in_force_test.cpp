@@ -31,29 +31,33 @@ dp_service::attribute_registry registry_with(
     return *std::move(registry);
 }
 
-number_limits numbers_with(const std::vector<std::pair<std::string, std::string>>& properties,
-                           const number_limits& of_template) {
+dp_service::number_limits numbers_with(
+    const std::vector<std::pair<std::string, std::string>>& properties,
+    const dp_service::number_limits& of_template) {
     const auto registry = registry_with(properties);
     return limits_in_force(of_template, dp_service::registry_dependencies(registry), limited);
 }
 
-text_limits texts_with(const std::vector<std::pair<std::string, std::string>>& properties,
-                       const text_limits& of_template) {
+dp_service::text_limits texts_with(
+    const std::vector<std::pair<std::string, std::string>>& properties,
+    const dp_service::text_limits& of_template) {
     const auto registry = registry_with(properties);
     return limits_in_force(of_template, dp_service::registry_dependencies(registry), limited);
 }
 
 TEST(limits_in_force, are_the_templates_without_dependencies) {
-    EXPECT_EQ(numbers_with({}, {0, 100, 5}), (number_limits{0, 100, 5}));
-    EXPECT_EQ(texts_with({{"UpperBound", "3"}}, {1, 9, "^a"}), (text_limits{1, 9, "^a"}));
+    EXPECT_EQ(numbers_with({}, {0, 100, 5}), (dp_service::number_limits{0, 100, 5}));
+    EXPECT_EQ(texts_with({{"UpperBound", "3"}}, {1, 9, "^a"}),
+              (dp_service::text_limits{1, 9, "^a"}));
 }
 
 TEST(limits_in_force, are_the_narrower_bounds) {
     EXPECT_EQ(numbers_with({{"LowerBound", "10"}, {"UpperBound", "40"}}, {0, 100, 1}),
-              (number_limits{10, 40, 1}));
+              (dp_service::number_limits{10, 40, 1}));
     EXPECT_EQ(numbers_with({{"LowerBound", "-10"}, {"UpperBound", "400"}}, {0, 100, 1}),
-              (number_limits{0, 100, 1}));
-    EXPECT_EQ(range_text(numbers_with({{"LowerBound", "200"}}, {0, 100, 1})), "no number");
+              (dp_service::number_limits{0, 100, 1}));
+    EXPECT_EQ(dp_service::range_text(numbers_with({{"LowerBound", "200"}}, {0, 100, 1})),
+              "no number");
 }
 
 TEST(limits_in_force, have_a_step_of_both) {
@@ -65,9 +69,9 @@ TEST(limits_in_force, have_a_step_of_both) {
 
 TEST(limits_in_force, are_the_narrower_lengths) {
     EXPECT_EQ(texts_with({{"MinLength", "2"}, {"MaxLength", "5"}}, {1, 9, ""}),
-              (text_limits{2, 5, ""}));
-    EXPECT_EQ(texts_with({{"MaxLength", "5"}}, {0, 0, ""}), (text_limits{0, 5, ""}));
-    EXPECT_EQ(texts_with({{"MaxLength", "0"}}, {0, 9, ""}), (text_limits{0, 9, ""}));
+              (dp_service::text_limits{2, 5, ""}));
+    EXPECT_EQ(texts_with({{"MaxLength", "5"}}, {0, 0, ""}), (dp_service::text_limits{0, 5, ""}));
+    EXPECT_EQ(texts_with({{"MaxLength", "0"}}, {0, 9, ""}), (dp_service::text_limits{0, 9, ""}));
 }
 
 TEST(limits_in_force, have_the_pattern_of_a_dependency) {

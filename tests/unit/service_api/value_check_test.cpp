@@ -1,4 +1,4 @@
-#include "tools/dpctl/values/value_check.hpp"
+#include "service_api/value_check.hpp"
 
 #include <gtest/gtest.h>
 
@@ -6,12 +6,10 @@
 
 #include "service_api/service_status.hpp"
 #include "service_api/template_flags.hpp"
-#include "tests/unit/tools/dpctl/sample_attribute.hpp"
+#include "tests/support/sample_attribute.hpp"
 
-namespace dpctl {
+namespace dp_service {
 namespace {
-
-namespace service_status = dp_service::service_status;
 
 std::int32_t check(const dp_attribute& attribute, const std::string& value) {
     return check_value(attribute, "", value);
@@ -110,4 +108,4 @@ TEST(check_value, accepts_only_instances_that_the_attribute_can_have) {
 }
 
 }  // namespace
-}  // namespace dpctl
+}  // namespace dp_service

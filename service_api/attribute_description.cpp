@@ -1,4 +1,4 @@
-#include "tools/dpctl/values/attribute_description.hpp"
+#include "service_api/attribute_description.hpp"
 
 #include <algorithm>
 #include <cstddef>
@@ -7,7 +7,7 @@
 #include "service_api/choice_list.hpp"
 #include "service_api/template_flags.hpp"
 
-namespace dpctl {
+namespace dp_service {
 namespace {
 
 constexpr std::size_t most_named_choices = 20;
@@ -113,4 +113,4 @@ std::string allowed_values(const dp_attribute& attribute) {
     return is_enumeration(attribute) ? allowed_choices(attribute) : std::string();
 }
 
-}  // namespace dpctl
+}  // namespace dp_service

@@ -1,11 +1,11 @@
-#ifndef DP_TOOLS_DPCTL_VALUES_STORED_VALUES_HPP
-#define DP_TOOLS_DPCTL_VALUES_STORED_VALUES_HPP
+#ifndef DP_SERVICE_API_STORED_VALUES_HPP
+#define DP_SERVICE_API_STORED_VALUES_HPP
 
 #include <optional>
 #include <string>
 #include <unordered_map>
 
-namespace dpctl {
+namespace dp_service {
 
 /// The values in a file of values, whole, by the full names of their settings. List selections have
 /// the terse form, as the C API returns them.
@@ -15,6 +15,6 @@ using stored_values = std::unordered_map<std::string, std::string>;
 /// are replaced by rename. Nothing when it is missing, too large or not a regular file.
 std::optional<stored_values> read_stored_values(const std::string& path);
 
-}  // namespace dpctl
+}  // namespace dp_service
 
 #endif

@@ -1,5 +1,5 @@
-#ifndef DP_TOOLS_DPCTL_VALUES_ATTRIBUTE_DESCRIPTION_HPP
-#define DP_TOOLS_DPCTL_VALUES_ATTRIBUTE_DESCRIPTION_HPP
+#ifndef DP_SERVICE_API_ATTRIBUTE_DESCRIPTION_HPP
+#define DP_SERVICE_API_ATTRIBUTE_DESCRIPTION_HPP
 
 #include <cstdint>
 #include <string>
@@ -8,7 +8,7 @@
 
 // The type of an attribute and the values that it accepts.
 
-namespace dpctl {
+namespace dp_service {
 
 bool is_numeric(const dp_attribute& attribute);
 bool is_string(const dp_attribute& attribute);
@@ -57,6 +57,6 @@ std::string length_text(const text_limits& limits);
 /// choices only the first ones are named.
 std::string allowed_values(const dp_attribute& attribute);
 
-}  // namespace dpctl
+}  // namespace dp_service
 
 #endif

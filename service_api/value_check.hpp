@@ -1,12 +1,12 @@
-#ifndef DP_TOOLS_DPCTL_VALUES_VALUE_CHECK_HPP
-#define DP_TOOLS_DPCTL_VALUES_VALUE_CHECK_HPP
+#ifndef DP_SERVICE_API_VALUE_CHECK_HPP
+#define DP_SERVICE_API_VALUE_CHECK_HPP
 
 #include <cstdint>
 #include <string>
 
 #include "bios/dp_api.h"
 
-namespace dpctl {
+namespace dp_service {
 
 /// The status that the settings service would give a request to set the attribute's instance
 /// (empty: it has none) to `value`, as far as the template says: read-only, no such instance, not
@@ -15,6 +15,6 @@ namespace dpctl {
 std::int32_t check_value(const dp_attribute& attribute, const std::string& instance,
                          const std::string& value);
 
-}  // namespace dpctl
+}  // namespace dp_service
 
 #endif

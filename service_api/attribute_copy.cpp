@@ -1,6 +1,6 @@
-#include "tools/dpctl/values/attribute_copy.hpp"
+#include "service_api/attribute_copy.hpp"
 
-namespace dpctl {
+namespace dp_service {
 
 attribute_copy::attribute_copy(const dp_attribute& attribute) : attribute_(attribute) {
     dp_attribute& a = attribute_;
@@ -11,4 +11,4 @@ attribute_copy::attribute_copy(const dp_attribute& attribute) : attribute_(attri
     }
 }
 
-}  // namespace dpctl
+}  // namespace dp_service

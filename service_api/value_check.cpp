@@ -1,23 +1,22 @@
-#include "tools/dpctl/values/value_check.hpp"
+#include "service_api/value_check.hpp"
 
 #include <algorithm>
 #include <map>
 #include <vector>
 
 #include "batch/batch_list_info.hpp"
+#include "service_api/attribute_description.hpp"
 #include "service_api/choice_list.hpp"
 #include "service_api/service_status.hpp"
 #include "service_api/value_limits.hpp"
 #include "support/decimal.hpp"
 #include "support/utf8.hpp"
 #include "support/value_pattern.hpp"
-#include "tools/dpctl/values/attribute_description.hpp"
 #include "transactions/command_status.hpp"
 
-namespace dpctl {
+namespace dp_service {
 namespace {
 
-namespace service_status = dp_service::service_status;
 using dp::batch_list_info;
 using dp::command_status::success;
 using dp_support::value_pattern;
@@ -106,4 +105,4 @@ std::int32_t check_value(const dp_attribute& attribute, const std::string& insta
     return is_enumeration(attribute) ? check_choices(attribute, value) : success;
 }
 
-}  // namespace dpctl
+}  // namespace dp_service

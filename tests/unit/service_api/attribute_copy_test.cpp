@@ -1,13 +1,13 @@
-#include "tools/dpctl/values/attribute_copy.hpp"
+#include "service_api/attribute_copy.hpp"
 
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <string>
 
-#include "tests/unit/tools/dpctl/sample_attribute.hpp"
+#include "tests/support/sample_attribute.hpp"
 
-namespace dpctl {
+namespace dp_service {
 namespace {
 
 TEST(attribute_copy, keeps_all_texts_and_numbers_after_the_original_is_gone) {
@@ -30,4 +30,4 @@ TEST(attribute_copy, keeps_all_texts_and_numbers_after_the_original_is_gone) {
 }
 
 }  // namespace
-}  // namespace dpctl
+}  // namespace dp_service

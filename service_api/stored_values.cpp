@@ -1,4 +1,4 @@
-#include "tools/dpctl/values/stored_values.hpp"
+#include "service_api/stored_values.hpp"
 
 #include <cstddef>
 #include <utility>
@@ -9,7 +9,7 @@
 #include "service_api/values_seal.hpp"
 #include "support/checked_streams.hpp"
 
-namespace dpctl {
+namespace dp_service {
 
 std::optional<stored_values> read_stored_values(const std::string& path) {
     std::vector<std::string> names;
@@ -30,4 +30,4 @@ std::optional<stored_values> read_stored_values(const std::string& path) {
     return values;
 }
 
-}  // namespace dpctl
+}  // namespace dp_service

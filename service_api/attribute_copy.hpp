@@ -1,12 +1,12 @@
-#ifndef DP_TOOLS_DPCTL_VALUES_ATTRIBUTE_COPY_HPP
-#define DP_TOOLS_DPCTL_VALUES_ATTRIBUTE_COPY_HPP
+#ifndef DP_SERVICE_API_ATTRIBUTE_COPY_HPP
+#define DP_SERVICE_API_ATTRIBUTE_COPY_HPP
 
 #include <deque>
 #include <string>
 
 #include "bios/dp_api.h"
 
-namespace dpctl {
+namespace dp_service {
 
 /// A copy of an attribute with its texts, which the library keeps only until the service is
 /// initialized again.
@@ -25,6 +25,6 @@ class attribute_copy {
     std::deque<std::string> texts_;
 };
 
-}  // namespace dpctl
+}  // namespace dp_service
 
 #endif

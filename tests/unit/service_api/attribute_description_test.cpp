@@ -1,10 +1,10 @@
-#include "tools/dpctl/values/attribute_description.hpp"
+#include "service_api/attribute_description.hpp"
 
 #include <gtest/gtest.h>
 
-#include "tests/unit/tools/dpctl/sample_attribute.hpp"
+#include "tests/support/sample_attribute.hpp"
 
-namespace dpctl {
+namespace dp_service {
 namespace {
 
 TEST(type_name, depends_on_the_type_code) {
@@ -83,4 +83,4 @@ TEST(is_removed_by_default, distinguishes_upper_and_lower_case) {
 }
 
 }  // namespace
-}  // namespace dpctl
+}  // namespace dp_service

@@ -1,4 +1,4 @@
-#include "tools/dpctl/values/stored_values.hpp"
+#include "service_api/stored_values.hpp"
 
 #include <gmock/gmock.h>
 
@@ -6,7 +6,7 @@
 
 #include "tests/support/scratch_files.hpp"
 
-namespace dpctl {
+namespace dp_service {
 namespace {
 
 using testing::Pair;
@@ -35,4 +35,4 @@ TEST(read_stored_values, is_nothing_without_a_regular_file) {
 }
 
 }  // namespace
-}  // namespace dpctl
+}  // namespace dp_service
