@@ -35,7 +35,8 @@ struct call {
     std::function<void(answer)> respond;  ///< to be called once, from any thread
 };
 
-/// What a route does. Called on the server's thread; must not block.
+/// What a route does. Called on the server's thread or on one of `access_control`, also for several
+/// requests at the same time; must not block.
 using operation = std::function<void(std::shared_ptr<call>)>;
 
 }  // namespace dp_redfish

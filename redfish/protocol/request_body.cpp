@@ -1,0 +1,103 @@
+#include "redfish/protocol/request_body.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+#include "redfish/protocol/messages.hpp"
+#include "support/ascii_case.hpp"
+
+namespace dp_redfish {
+namespace {
+
+using dp_support::json_kind;
+using dp_support::json_value;
+
+// Of very many repeated members, only the first ones are reported.
+constexpr std::size_t most_repeated_members = 100;
+
+// The media type in a header field, without its parameters: "application/json".
+std::string media_type_in(std::string_view field) {
+    field = field.substr(0, field.find(';'));
+    const std::size_t last = field.find_last_not_of(" \t");
+    return dp_support::lower_case(field.substr(0, last == std::string_view::npos ? 0 : last + 1));
+}
+
+void find_repeated(const json_value& value, const std::string& pointer,
+                   std::vector<message>& found) {
+    for (const json_value* const repeated : value.repeated_members()) {
+        if (found.size() < most_repeated_members) {
+            found.push_back(
+                {"PropertyDuplicate", {repeated->name}, pointer + pointer_segment(repeated->name)});
+        }
+    }
+    for (std::size_t i = 0; i < value.items.size(); ++i) {
+        const json_value& item = value.items[i];
+        if (item.kind == json_kind::object || item.kind == json_kind::array) {
+            find_repeated(item,
+                          pointer + (value.kind == json_kind::array ? "/" + std::to_string(i)
+                                                                    : pointer_segment(item.name)),
+                          found);
+        }
+    }
+}
+
+}  // namespace
+
+std::variant<json_value, answer> read_request_body(const http_request& request) {
+    const std::string& text = request.body;
+    if (text.empty() && request.method == "POST") {
+        return json_value::object();
+    }
+    const std::string type = media_type_in(request.header("Content-Type"));
+    if (!type.empty() && type != "application/json") {
+        constexpr unsigned unsupported_media_type = 415;
+        return error_answer(unsupported_media_type,
+                            {{"HeaderInvalid",
+                              {"Content-Type"},
+                              {},
+                              "The body of a request is of the type application/json."}});
+    }
+    constexpr unsigned bad_request = 400;
+    auto document = dp_support::parse_json(text);
+    if (!document.error.empty()) {
+        const std::size_t end = std::min(document.error_offset, text.size());
+        const auto line =
+            1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end), '\n');
+        return error_answer(bad_request, {{"MalformedJSON",
+                                           {},
+                                           {},
+                                           "Line " + std::to_string(line) + ", byte " +
+                                               std::to_string(end) + ": " + document.error + '.'}});
+    }
+    if (document.root.kind != json_kind::object) {
+        return error_answer(bad_request, {{"UnrecognizedRequestBody",
+                                           {},
+                                           {},
+                                           "The body is " + kind_name(document.root.kind) +
+                                               " instead of an object."}});
+    }
+    std::vector<message> repeated;
+    find_repeated(document.root, "", repeated);
+    if (!repeated.empty()) {
+        return error_answer(bad_request, repeated);
+    }
+    return std::move(document.root);
+}
+
+std::string pointer_segment(std::string_view name) {
+    std::string segment = "/";
+    for (const char c : name) {
+        if (c == '~') {
+            segment += "~0";
+        } else if (c == '/') {
+            segment += "~1";
+        } else {
+            segment += c;
+        }
+    }
+    return segment;
+}
+
+}  // namespace dp_redfish
