@@ -1,0 +1,41 @@
+#ifndef DP_REDFISH_MODEL_WORKER_THREAD_HPP
+#define DP_REDFISH_MODEL_WORKER_THREAD_HPP
+
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+namespace dp_redfish {
+
+/// A thread that does jobs in their order. What a job throws is dropped with the job.
+class worker_thread {
+  public:
+    using job = std::function<void()>;
+
+    /// Starts the thread. At most `most_waiting` jobs wait, in addition to the one that runs.
+    explicit worker_thread(std::size_t most_waiting);
+    /// Finishes the job that runs, and drops the others.
+    ~worker_thread();
+    worker_thread(const worker_thread&) = delete;
+    worker_thread& operator=(const worker_thread&) = delete;
+
+    /// Adds a job, from any thread. False when too many wait: then it is dropped.
+    bool post(job added);
+
+  private:
+    void run();
+
+    const std::size_t most_waiting_;
+    std::mutex mutex_;
+    std::condition_variable has_work_;
+    std::deque<job> jobs_;
+    bool is_ending_ = false;
+    std::thread thread_;
+};
+
+}  // namespace dp_redfish
+
+#endif
