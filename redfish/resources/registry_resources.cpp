@@ -1,0 +1,117 @@
+#include "redfish/resources/registry_resources.hpp"
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "redfish/model/registry_resource.hpp"
+#include "redfish/protocol/call.hpp"
+#include "redfish/protocol/messages.hpp"
+#include "redfish/resources/resource_json.hpp"
+#include "redfish/resources/resource_paths.hpp"
+#include "redfish/resources/schemas.hpp"
+#include "redfish/resources/service_answer.hpp"
+#include "support/json.hpp"
+
+namespace dp_redfish {
+namespace {
+
+using dp_support::json_value;
+
+constexpr unsigned registry_not_found = 404;
+
+// The Base registry's file, and the registry in it.
+constexpr const char* base_segment = "Base.1.22.1";
+
+std::string file_path(const std::string& segment) {
+    return std::string(resource_paths::registries) + '/' + segment;
+}
+
+json_value registry_file_json(const std::string& segment, const std::string& registry,
+                              const std::string& name, const std::string& language,
+                              const std::string& uri) {
+    json_value body = start_resource(file_path(segment), "MessageRegistryFile", segment, name);
+    body.set("Registry", registry);
+    body.set("Languages", std::vector<std::string>{language});
+    json_value locations = json_value::array();
+    json_value& location =
+        locations.items.emplace_back(json_value::object({{"Language", language}, {"Uri", uri}}));
+    if (segment == base_segment) {
+        location.set("PublicationUri", "http://redfish.dmtf.org/registries/" + segment + ".json");
+    }
+    body.set("Location", std::move(locations));
+    return body;
+}
+
+std::string segment_of(const server_snapshot& server) {
+    return registry_segment(server.catalog->registry_id);
+}
+
+// Runs `make` with a snapshot and answers what it returns.
+template <class Make>
+void answer_from_snapshot(server_model& model, const std::shared_ptr<call>& request, Make make) {
+    model.read([request, make](const snapshot_pointer& server) {
+        request->respond(server == nullptr
+                             ? unavailable_answer("The server's registry cannot be read.")
+                             : make(*request, *server));
+    });
+}
+
+answer not_found(const std::string& type, const std::string& name) {
+    return error_answer(registry_not_found, {{"ResourceNotFound", {type, name}}});
+}
+
+answer answer_files(const call& /*request*/, const server_snapshot& server) {
+    return {.body = collection_resource(resource_paths::registries, "MessageRegistryFileCollection",
+                                        "Registries",
+                                        {file_path(base_segment), file_path(segment_of(server))})};
+}
+
+answer answer_file(const call& request, const server_snapshot& server) {
+    const std::string& wanted = request.parameters.front();
+    if (wanted == base_segment) {
+        return {.body = registry_file_json(wanted, "Base.1.22", "Base Message Registry", "en",
+                                           file_path(wanted) + '/' + wanted)};
+    }
+    if (wanted == segment_of(server)) {
+        return {.body = registry_file_json(
+                    wanted, server.catalog->registry_id, "BIOS Attribute Registry",
+                    server.catalog->registry_language, registry_path(server.catalog->registry_id))};
+    }
+    return not_found("MessageRegistryFile", wanted);
+}
+
+answer answer_registry(const call& request, const server_snapshot& server) {
+    const std::string& file = request.parameters[0];
+    const std::string& wanted = request.parameters[1];
+    if (file == wanted && wanted == base_segment) {
+        answer result{.body = base_registry()};
+        result.body.set("@odata.id", file_path(wanted) + '/' + wanted);
+        return result;
+    }
+    if (file == wanted && wanted == segment_of(server)) {
+        answer result;
+        result.text = server.catalog->registry_text;
+        result.headers["Link"] = schema_link("AttributeRegistry");
+        return result;
+    }
+    return not_found("Registry", wanted);
+}
+
+}  // namespace
+
+void add_registry_routes(route_table& routes, server_model& model) {
+    const auto add = [&](const std::string& pattern,
+                         answer (*make)(const call&, const server_snapshot&)) {
+        routes.add("GET", pattern, privileges::login,
+                   [&model, make](const std::shared_ptr<call>& request) {
+                       answer_from_snapshot(model, request, make);
+                   });
+    };
+    add(resource_paths::registries, answer_files);
+    add(file_path("{}"), answer_file);
+    add(file_path("{}/{}"), answer_registry);
+}
+
+}  // namespace dp_redfish

@@ -1,0 +1,185 @@
+#include "redfish/resources/settings_update.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "redfish/protocol/etag.hpp"
+#include "redfish/resources/attribute_value.hpp"
+#include "redfish/resources/service_answer.hpp"
+#include "redfish/resources/settings_change.hpp"
+#include "service_api/service_status.hpp"
+#include "transactions/command_status.hpp"
+
+namespace dp_redfish {
+namespace {
+
+using dp_service::settings_client;
+using dp_support::json_value;
+
+constexpr unsigned changes_refused = 400;
+constexpr unsigned condition_failed = 412;
+constexpr unsigned change_failed = 500;
+constexpr unsigned storage_failed = 507;
+
+bool is_done(const settings_client::change& command) {
+    return command.status == dp::command_status::success;
+}
+
+// Whether the values of a change are the pending ones.
+bool is_pending(const server_snapshot& now, const settings_change& change) {
+    for (std::size_t i = 0; i < change.commands.size(); ++i) {
+        const auto& full_name = change.commands[i].name;
+        const auto& settings = now.catalog->settings;
+        const auto found = std::find_if(
+            settings.begin(), settings.end(),
+            [&](const server_setting& setting) { return setting.full_name == full_name; });
+        if (found == settings.end() ||
+            !is_same_value(*found, change.commands[i].value,
+                           now.pending[static_cast<std::size_t>(found - settings.begin())])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// One PATCH.
+class settings_update {
+  public:
+    settings_update(server_model& model, settings_client& client, const call& request,
+                    const settings_answer& answer_with)
+        : model_(model), client_(client), request_(request), answer_with_(answer_with) {}
+
+    answer run() {
+        // Each repetition is there because another client changed the values meanwhile.
+        constexpr int most_attempts = 5;
+        for (int attempt = 0; attempt < most_attempts; ++attempt) {
+            if (auto result = try_once()) {
+                return *std::move(result);
+            }
+        }
+        return unavailable_answer("Other clients change the values all the time.");
+    }
+
+  private:
+    // Nothing when the values changed since they were read.
+    std::optional<answer> try_once() {
+        const snapshot_pointer server = model_.read_now();
+        if (server == nullptr) {
+            return unavailable_answer("The server's values cannot be read.");
+        }
+        const std::string& version = server->pending_version;
+        const std::string_view condition = request_.request->header("If-Match");
+        if (!condition.empty() && !lists_etag(condition, etag_of_version(version))) {
+            return error_answer(condition_failed, {{"PreconditionFailed"}});
+        }
+        settings_change change = plan_change(*server, *request_.document.find("Attributes"));
+        if (!change.problems.empty()) {
+            return error_answer(changes_refused, change.problems);
+        }
+        if (change.commands.empty()) {
+            return answer_with_(server, {});
+        }
+        const auto outcome = client_.change_settings(change.commands, version);
+        if (outcome.state == settings_client::states::refused &&
+            outcome.status == dp_service::service_status::pending_changed &&
+            (condition.empty() || condition == "*")) {
+            return std::nullopt;
+        }
+        if (outcome.state == settings_client::states::unanswered) {
+            return answer_unknown(change, outcome);
+        }
+        const bool is_answered = outcome.state == settings_client::states::answered &&
+                                 outcome.status == dp::command_status::success;
+        if (!is_answered) {
+            return service_failure(outcome);
+        }
+        if (std::all_of(change.commands.begin(), change.commands.end(), is_done)) {
+            return answer_done(*server, outcome);
+        }
+        return answer_partial(*server, change);
+    }
+
+    // The service ended during the change: the files say whether it was done.
+    [[nodiscard]] answer answer_unknown(const settings_change& change,
+                                        const settings_client::result& outcome) {
+        const snapshot_pointer now = model_.read_now();
+        return now != nullptr && is_pending(*now, change) ? answer_with_(now, {})
+                                                          : service_failure(outcome);
+    }
+
+    [[nodiscard]] answer answer_done(const server_snapshot& before,
+                                     const settings_client::result& outcome) {
+        const snapshot_pointer now = model_.read_now();
+        if (now == nullptr) {
+            return unavailable_answer("The values were changed, but cannot be read.");
+        }
+        std::vector<message> notes{{"Success"}};
+        const auto& settings = before.catalog->settings;
+        for (const auto& record : outcome.dependent) {
+            const auto found = std::find_if(
+                settings.begin(), settings.end(),
+                [&](const server_setting& setting) { return setting.full_name == record.target; });
+            if (found != settings.end() && !found->is_secret) {
+                notes.push_back({"PropertyValueModified",
+                                 {found->name, record.value.value_or("")},
+                                 "/Attributes/" + found->name,
+                                 record.cause.empty() ? "" : "Because " + record.cause + '.'});
+            }
+        }
+        return answer_with_(now, notes);
+    }
+
+    // The service refused something that was checked here: takes the rest back.
+    [[nodiscard]] answer answer_partial(const server_snapshot& before, settings_change& change) {
+        std::vector<message> problems;
+        unsigned status = changes_refused;
+        for (std::size_t i = 0; i < change.commands.size(); ++i) {
+            const auto& command = change.commands[i];
+            if (is_done(command)) {
+                continue;
+            }
+            problems.push_back(refusal_message(command.status,
+                                               before.catalog->settings[change.settings[i]],
+                                               command.value, command.reason));
+            if (command.status == dp_service::service_status::not_persisted) {
+                status = storage_failed;
+            } else if (problems.back().id == "PropertyNotUpdated" && status != storage_failed) {
+                status = change_failed;
+            }
+        }
+        auto undo = undo_commands(before, change);
+        if (!undo.empty()) {
+            const auto outcome = client_.change_settings(undo);
+            const bool is_undone = outcome.state == settings_client::states::answered &&
+                                   std::all_of(undo.begin(), undo.end(), is_done);
+            if (!is_undone) {
+                problems.push_back(
+                    {"GeneralError",
+                     {},
+                     {},
+                     "The other values were changed and could not be changed back."});
+                status = change_failed;
+            }
+        }
+        return error_answer(status, problems);
+    }
+
+    server_model& model_;
+    settings_client& client_;
+    const call& request_;
+    const settings_answer& answer_with_;
+};
+
+}  // namespace
+
+void update_settings(server_model& model, settings_client& client, const call& request,
+                     const settings_answer& answer_with) {
+    request.respond(settings_update(model, client, request, answer_with).run());
+}
+
+}  // namespace dp_redfish

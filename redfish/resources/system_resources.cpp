@@ -1,0 +1,130 @@
+#include "redfish/resources/system_resources.hpp"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "redfish/protocol/call.hpp"
+#include "redfish/protocol/messages.hpp"
+#include "redfish/protocol/request_body.hpp"
+#include "redfish/resources/resource_json.hpp"
+#include "redfish/resources/resource_paths.hpp"
+#include "redfish/resources/service_answer.hpp"
+#include "service_api/settings_client.hpp"
+#include "support/json.hpp"
+#include "transactions/command_status.hpp"
+
+namespace dp_redfish {
+namespace {
+
+using dp_service::settings_client;
+using dp_support::json_kind;
+using dp_support::json_value;
+
+constexpr const char* reset_action = "ComputerSystem.Reset";
+
+// The simulated server always runs; all of them are the same restart.
+constexpr std::array<const char*, 3> reset_types{"GracefulRestart", "ForceRestart", "PowerCycle"};
+
+json_value list_of_reset_types() {
+    return {std::vector<std::string>(reset_types.begin(), reset_types.end())};
+}
+
+json_value system_json(const server_snapshot& server) {
+    json_value body = start_resource(resource_paths::system, "ComputerSystem", "system", "Server");
+    body.set("SystemType", "Physical");
+    body.set("PowerState", "On");
+    const auto build = server.product_data.find("UEFIID");
+    if (build != server.product_data.end()) {
+        body.set("BiosVersion", build->second);
+    }
+    body.set("Status", json_value::object({{"State", "Enabled"}, {"Health", "OK"}}));
+    body.set("Bios", reference(resource_paths::bios));
+    body.set("LogServices", reference(resource_paths::log_services));
+    json_value managers = json_value::array();
+    managers.push_back(reference(resource_paths::manager));
+    body.set("Links", json_value::object(
+                          {{"ManagedBy", std::move(managers)}, {"ManagedBy@odata.count", 1}}));
+    body.set("Actions", json_value::object(
+                            {{"#ComputerSystem.Reset",
+                              json_value::object({{"target", std::string(resource_paths::system) +
+                                                                 "/Actions/ComputerSystem.Reset"},
+                                                  {"ResetType@Redfish.AllowableValues",
+                                                   list_of_reset_types()}})}}));
+    return body;
+}
+
+std::vector<message> problems_of_reset(const json_value& document) {
+    std::vector<message> problems;
+    bool has_type = false;
+    for (const auto& member : document.items) {
+        if (member.name != "ResetType") {
+            problems.push_back({"ActionParameterUnknown",
+                                {reset_action, member.name},
+                                pointer_segment(member.name)});
+            continue;
+        }
+        has_type = true;
+        if (member.kind != json_kind::text) {
+            problems.push_back(
+                {"ActionParameterValueTypeError",
+                 {to_text(member, dp_support::json_layout::one_line), member.name, reset_action},
+                 "/ResetType"});
+        } else if (std::find(reset_types.begin(), reset_types.end(), member.text) ==
+                   reset_types.end()) {
+            problems.push_back({"ActionParameterValueNotInList",
+                                {member.text, member.name, reset_action},
+                                "/ResetType"});
+        }
+    }
+    if (!has_type) {
+        problems.push_back({"ActionParameterMissing", {reset_action, "ResetType"}, "/ResetType"});
+    }
+    return problems;
+}
+
+void reset_system(server_model& model, const std::shared_ptr<call>& request) {
+    constexpr unsigned bad_reset = 400;
+    constexpr unsigned was_reset = 204;
+    if (const auto problems = problems_of_reset(request->document); !problems.empty()) {
+        return request->respond(error_answer(bad_reset, problems));
+    }
+    const bool is_posted = model.change([request](settings_client& client) {
+        const auto outcome = client.restart();
+        const bool is_done = outcome.state == settings_client::states::answered &&
+                             outcome.status == dp::command_status::success;
+        request->respond(is_done ? answer{.status = was_reset, .body = {}}
+                                 : service_failure(outcome));
+    });
+    if (!is_posted) {
+        request->respond(unavailable_answer("Too many requests wait for the settings service."));
+    }
+}
+
+}  // namespace
+
+void add_system_routes(route_table& routes, server_model& model) {
+    routes.add("GET", resource_paths::systems, privileges::login,
+               [](const std::shared_ptr<call>& request) {
+                   request->respond({.body = collection_resource(
+                                         resource_paths::systems, "ComputerSystemCollection",
+                                         "Servers", {resource_paths::system})});
+               });
+    routes.add(
+        "GET", resource_paths::system, privileges::login,
+        [&model](const std::shared_ptr<call>& request) {
+            model.read([request](const snapshot_pointer& server) {
+                request->respond(server == nullptr
+                                     ? unavailable_answer("The server's values cannot be read.")
+                                     : answer{.body = system_json(*server)});
+            });
+        });
+    routes.add("POST", std::string(resource_paths::system) + "/Actions/ComputerSystem.Reset",
+               privileges::configure_components,
+               [&model](const std::shared_ptr<call>& request) { reset_system(model, request); });
+}
+
+}  // namespace dp_redfish

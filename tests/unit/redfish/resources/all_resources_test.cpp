@@ -1,0 +1,174 @@
+#include "redfish/resources/all_resources.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "redfish/model/server_model.hpp"
+#include "redfish/resources/resource_paths.hpp"
+#include "redfish/resources/schemas.hpp"
+#include "tests/support/process.hpp"
+#include "tests/support/redfish_exchange.hpp"
+#include "tests/support/scratch_files.hpp"
+#include "tests/support/shown_server.hpp"
+#include "tests/support/test_data.hpp"
+
+namespace {
+
+using dp_support::json_kind;
+using dp_support::json_value;
+
+// All resources that can be reached from the root.
+class redfish_crawl {
+  public:
+    explicit redfish_crawl(dp_redfish::http_handler& service) : service_(service) {
+        visit("/redfish/v1/");
+        while (!waiting_.empty()) {
+            const std::string path = waiting_.back();
+            waiting_.pop_back();
+            const auto response = test::get(service_, path);
+            if (response.status != 200 || response.body.kind != json_kind::object) {
+                broken.insert(path);
+                continue;
+            }
+            const auto* const id = response.body.find("@odata.id");
+            if (id == nullptr || id->text != path.substr(0, path.find('?'))) {
+                misnamed.insert(path);
+            }
+            texts.push_back(response.text);
+            find_paths(response.body);
+        }
+    }
+
+    std::set<std::string> seen;
+    std::set<std::string> broken;
+    std::set<std::string> misnamed;  // their @odata.id is not their path
+    std::vector<std::string> texts;
+
+  private:
+    void visit(const std::string& path) {
+        if (path.starts_with('/') && path.find('#') == std::string::npos &&
+            seen.insert(path).second) {
+            waiting_.push_back(path);
+        }
+    }
+
+    void find_paths(const json_value& value) {
+        for (const auto& item : value.items) {
+            const bool is_path = value.kind == json_kind::object && item.kind == json_kind::text &&
+                                 (item.name == "@odata.id" || item.name == "Uri" ||
+                                  item.name.ends_with("@odata.nextLink"));
+            if (is_path) {
+                visit(item.text);
+            }
+            find_paths(item);
+        }
+    }
+
+    dp_redfish::http_handler& service_;
+    std::vector<std::string> waiting_;
+};
+
+class all_resources : public testing::Test {
+  protected:
+    all_resources()
+        : files(test::sample_template(), {{"Boot.Mode", "UEFI"}, {"Ports.Speed.1", "10"}},
+                {{"Boot.Mode", "Legacy"}}) {
+        test::shown_server::set_history(
+            "<c-1,id=7,uid=0,gid=0,pid=1,program=/usr/bin/x> 2026-11-22T15:25:09+01:00   "
+            "Boot.Mode   \"UEFI\"   was \"Legacy\"   because \"Label is \\\"x\\\"\"\n"
+            "<c-1,id=7> 2026-11-22T15:25:09+01:00   Boot.Label   was \"a\"\n"
+            "<c-1,id=7> 2026-11-22T15:25:09+01:00   Boot.Label   was \"a\"\n"
+            "<dp_settingsd> 2026-11-22T15:25:10+01:00   (BIOS)   \"updated\"\n");
+        dp_redfish::add_server_routes(routes, model,
+                                      {"1.0", "92384634-2938-2342-8820-489239905423"});
+    }
+
+    test::shown_server files;
+    dp_redfish::server_model model;
+    dp_redfish::route_table routes;
+    test::fixed_access access;
+    dp_redfish::gateway service{routes, access};
+};
+
+TEST_F(all_resources, can_be_reached_from_the_root) {
+    const redfish_crawl crawl(service);
+    // Sessions and accounts are not a part of this.
+    EXPECT_EQ(crawl.broken, (std::set<std::string>{dp_redfish::resource_paths::session_service,
+                                                   dp_redfish::resource_paths::sessions,
+                                                   dp_redfish::resource_paths::account_service}));
+    EXPECT_EQ(crawl.misnamed, std::set<std::string>());
+    for (const char* const path :
+         {dp_redfish::resource_paths::bios_settings, dp_redfish::resource_paths::manager,
+          dp_redfish::resource_paths::tasks, "/redfish/v1/JsonSchemas/Bios",
+          "/redfish/v1/Registries/Base.1.22.1/Base.1.22.1",
+          "/redfish/v1/Registries/BiosAttributeRegistry.1.0.0/BiosAttributeRegistry.1.0.0"}) {
+        EXPECT_TRUE(crawl.seen.contains(path)) << path;
+    }
+    EXPECT_GT(crawl.seen.size(), 45U);
+}
+
+TEST_F(all_resources, are_valid_for_their_schemas) {
+    const std::string folder = "redfish/json-schema/";
+    if (const std::string reason = test::missing_data(folder + "Bios.json"); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    redfish_crawl crawl(service);
+    crawl.texts.push_back(test::get(service, "/redfish/v1?$expand=*($levels=3)").text);
+    crawl.texts.push_back(test::get(service, "/redfish/v1/Missing").text);
+    crawl.texts.push_back(test::send(service, "PATCH", dp_redfish::resource_paths::bios_settings,
+                                     R"({"Attributes": {"Delay": 7, "NoSuch": 1}})")
+                              .text);
+    std::vector<std::string> arguments{
+        std::string(DP_SOURCE_DIR) + "/tests/support/validate_redfish.py",
+        std::filesystem::path(test::data_file(folder + "Bios.json")).parent_path().string()};
+    for (std::size_t i = 0; i < crawl.texts.size(); ++i) {
+        arguments.push_back(test::root() + "/" + std::to_string(i) + ".json");
+        test::write_file(arguments.back(), crawl.texts[i]);
+    }
+    const std::string python = "/usr/bin/python3";
+    const auto result =
+        test::run_process(python, test::argument_list(python, arguments), [] { return true; });
+    constexpr int not_installed = 77;
+    constexpr int no_python = 127;
+    if (result.exit_code == not_installed || result.exit_code == no_python) {
+        GTEST_SKIP() << "python3-jsonschema is not installed";
+    }
+    EXPECT_EQ(result.exit_code, 0) << result.out << result.err;
+}
+
+TEST_F(all_resources, have_schemas_that_exist) {
+    const std::string folder = "redfish/json-schema/";
+    if (const std::string reason = test::missing_data(folder + "Bios.json"); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
+    for (const auto& schema : dp_redfish::used_schemas()) {
+        const std::string type = dp_redfish::odata_type(schema.name).substr(1);
+        const std::string file = type.substr(0, type.rfind('.')) + ".json";
+        EXPECT_EQ(test::missing_data(folder + file), "");
+    }
+}
+
+TEST_F(all_resources, name_a_history_entry_the_same_when_older_ones_are_dropped) {
+    const std::string entries = "/redfish/v1/Systems/system/LogServices/Changes/Entries";
+    const auto before = test::get(service, entries);
+    ASSERT_EQ(before.body.find("Members")->items.size(), 4U);
+    const json_value last = before.body.find("Members")->items[3];
+    test::shown_server::set_history(
+        "<dp_settingsd> 2026-11-22T15:25:10+01:00   (BIOS)   \"updated\"\n");
+    const auto after = test::get(service, entries);
+    ASSERT_EQ(after.body.find("Members")->items.size(), 1U);
+    EXPECT_EQ(after.body.find("Members")->items[0].find("Id")->text, last.find("Id")->text);
+    EXPECT_EQ(last.find("Message")->text, "(BIOS) updated");
+}
+
+TEST_F(all_resources, say_when_the_settings_service_does_not_run) {
+    const auto response = test::get(service, dp_redfish::resource_paths::manager);
+    EXPECT_EQ(response.body.find("Status")->find("Health")->text, "Critical");
+}
+
+}  // namespace
