@@ -1,0 +1,562 @@
+#include "redfish/resources/account_routes.hpp"
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "redfish/access/account_store.hpp"
+#include "redfish/access/digest.hpp"
+#include "redfish/access/password_hash.hpp"
+#include "redfish/access/role_names.hpp"
+#include "redfish/access/secret_text.hpp"
+#include "redfish/access/text_rules.hpp"
+#include "redfish/protocol/etag.hpp"
+#include "redfish/protocol/messages.hpp"
+#include "redfish/resources/access_answers.hpp"
+#include "redfish/resources/request_members.hpp"
+#include "redfish/resources/resource_json.hpp"
+#include "redfish/resources/resource_paths.hpp"
+#include "support/json.hpp"
+
+namespace dp_redfish {
+namespace {
+
+using dp_support::json_kind;
+using dp_support::json_value;
+
+using resource_paths::account_service;
+
+std::string accounts_path() {
+    return std::string(account_service) + "/Accounts";
+}
+
+std::string account_path(const std::string& name) {
+    return accounts_path() + '/' + name;
+}
+
+std::string roles_path() {
+    return std::string(account_service) + "/Roles";
+}
+
+std::string role_path(const std::string& name) {
+    return roles_path() + '/' + name;
+}
+
+json_value account_service_body(const password_access_control& access) {
+    const access_policy policy = access.accounts().policy();
+    json_value body =
+        start_resource(account_service, "AccountService", "AccountService", "Account Service");
+    body.merge(json_value::object(
+        {{"Description", "Accounts of the users who may log in"},
+         {"Status", json_value::object({{"State", "Enabled"}, {"Health", "OK"}})},
+         {"ServiceEnabled", true},
+         {"AuthFailureLoggingThreshold", 1},
+         {"MinPasswordLength", least_password_length},
+         {"MaxPasswordLength", greatest_password_length},
+         {"PasswordGuidanceMessage", "A password has " + std::to_string(least_password_length) +
+                                         " to " + std::to_string(greatest_password_length) +
+                                         " characters, none of them a control character."},
+         {"AccountLockoutThreshold", policy.lockout_threshold},
+         {"AccountLockoutDuration", policy.lockout_duration.count()},
+         {"AccountLockoutCounterResetAfter", policy.lockout_reset_after.count()},
+         {"AccountLockoutCounterResetEnabled", true},
+         {"HTTPBasicAuth", "Enabled"},
+         {"LocalAccountAuth", access.external() == nullptr ? "Enabled" : "LocalFirst"},
+         {"RequireChangePasswordAction", false},
+         {"SupportedAccountTypes", std::vector<std::string>{"Redfish"}},
+         {"Accounts", reference(accounts_path())},
+         {"Roles", reference(roles_path())}}));
+    return body;
+}
+
+json_value account_body(const account& shown, bool is_locked) {
+    const std::string role = role_name(shown.role);
+    json_value body =
+        start_resource(account_path(shown.name), "ManagerAccount", shown.name, "User Account");
+    body.merge(json_value::object(
+        {{"Description", "Account of a user who may log in"},
+         {"UserName", shown.name},
+         {"Password", nullptr},
+         {"RoleId", role},
+         {"Enabled", shown.enabled},
+         {"Locked", is_locked},
+         {"PasswordChangeRequired", false},
+         {"AccountTypes", std::vector<std::string>{"Redfish"}},
+         {"Links", json_value::object({{"Role", reference(role_path(role))}})}}));
+    return body;
+}
+
+json_value role_body(roles role) {
+    const std::string name = role_name(role);
+    json_value body = start_resource(role_path(name), "Role", name, name + " Role");
+    body.merge(json_value::object({{"Description", "What users with the role " + name + " may do"},
+                                   {"RoleId", name},
+                                   {"IsPredefined", true},
+                                   {"AssignedPrivileges", privilege_names(role)},
+                                   {"OemPrivileges", json_value::array()}}));
+    return body;
+}
+
+// Also differs after a change of the password, which no property shows.
+std::string account_etag(const account& shown, bool is_locked) {
+    const digest state =
+        sha256(shown.name + '\n' + role_name(shown.role) + '\n' + (shown.enabled ? 'e' : 'd') +
+               (is_locked ? 'l' : 'u') + '\n' + shown.password_hash);
+    constexpr std::string_view digits = "0123456789abcdef";
+    constexpr std::size_t most_bytes = 8;
+    std::string version;
+    for (std::size_t i = 0; i < most_bytes; ++i) {
+        version += digits[state[i] >> 4U];
+        version += digits[state[i] & 15U];
+    }
+    return etag_of_version(version);
+}
+
+constexpr const char* external_reason = "The operating system keeps this account.";
+
+// An account that the operating system keeps, as one of the file; nothing if there is none. For the
+// access thread.
+std::optional<account> find_external(const password_access_control& access,
+                                     const std::string& name) {
+    external_accounts* const external = access.external();
+    const auto role =
+        external == nullptr || !is_user_name(name) ? std::nullopt : external->role_of(name);
+    return role ? std::optional(account{name, *role, true, {}}) : std::nullopt;
+}
+
+answer account_answer(const password_access_control& access, const account& shown) {
+    const bool is_locked = access.is_locked(shown.name);
+    answer found;
+    found.body = account_body(shown, is_locked);
+    found.etag = account_etag(shown, is_locked);
+    return found;
+}
+
+account_store::precondition precondition_of(password_access_control& access,
+                                            const std::shared_ptr<call>& request) {
+    return [&access, request](const account& present) {
+        const std::string_view wanted = request->request->header("If-Match");
+        return wanted.empty() ||
+               lists_etag(wanted, account_etag(present, access.is_locked(present.name)));
+    };
+}
+
+bool may_administer(const identity& caller) {
+    return has_privilege(caller.role, privileges::configure_users);
+}
+
+// What the body of a request wants an account to be.
+struct wanted_account {
+    std::optional<secret_text> password{};
+    std::optional<roles> role{};
+    std::optional<bool> enabled{};
+    bool unlock = false;
+    bool has_settings = false;  // also those that have that value anyway
+};
+
+void not_in_list(request_members& members, std::string_view name, std::string value) {
+    members.wrong(name, {"PropertyValueNotInList", {std::move(value), std::string(name)}});
+}
+
+// For properties that have one value here, which clients may send all the same.
+bool takes_only_false(request_members& members, std::string_view name) {
+    const auto value = members.boolean(name);
+    if (value == true) {
+        not_in_list(members, name, "true");
+    }
+    return value.has_value();
+}
+
+void read_password(request_members& members, wanted_account& wanted) {
+    const auto password = members.secret("Password");
+    if (!password) {
+        return;
+    }
+    switch (check_new_password(*password)) {
+        case password_problem::length:
+            members.wrong("Password",
+                          {"PasswordIncorrectLength",
+                           {},
+                           {},
+                           "It must have " + std::to_string(least_password_length) + " to " +
+                               std::to_string(greatest_password_length) + " characters."});
+            break;
+        case password_problem::characters:
+            members.wrong("Password", {"PropertyValueError",
+                                       {"Password"},
+                                       {},
+                                       "It must be UTF-8 without control characters."});
+            break;
+        case password_problem::none:
+            wanted.password.emplace(*password);
+            break;
+    }
+}
+
+wanted_account read_account(request_members& members) {
+    wanted_account wanted;
+    read_password(members, wanted);
+    if (const auto role = members.text("RoleId")) {
+        wanted.role = find_role(*role);
+        if (!wanted.role) {
+            not_in_list(members, "RoleId", std::string(*role));
+        }
+    }
+    wanted.enabled = members.boolean("Enabled");
+    wanted.unlock = takes_only_false(members, "Locked");
+    const bool has_change_required = takes_only_false(members, "PasswordChangeRequired");
+    const json_value* const types = members.any("AccountTypes");
+    if (types != nullptr) {
+        const bool is_redfish =
+            types->kind == json_kind::array && !types->items.empty() &&
+            std::all_of(types->items.begin(), types->items.end(), [](const json_value& one) {
+                return one.kind == json_kind::text && one.text == "Redfish";
+            });
+        if (!is_redfish) {
+            not_in_list(members, "AccountTypes",
+                        to_text(*types, dp_support::json_layout::one_line).substr(0, 200));
+        }
+    }
+    wanted.has_settings = wanted.password || wanted.role || wanted.enabled || wanted.unlock ||
+                          has_change_required || types != nullptr;
+    return wanted;
+}
+
+// After the password was copied, which is not to remain in the parsed body.
+void wipe_password(json_value& document) {
+    for (json_value& member : document.items) {
+        if (member.name == "Password") {
+            wipe(member.text);
+        }
+    }
+}
+
+void change_account_service(password_access_control& access, const std::shared_ptr<call>& request) {
+    request_members members(request->document);
+    const auto threshold =
+        members.integer("AccountLockoutThreshold", 0, access_policy::greatest_threshold);
+    const auto duration =
+        members.integer("AccountLockoutDuration", 0, access_policy::greatest_time);
+    const auto reset_after =
+        members.integer("AccountLockoutCounterResetAfter", 0, access_policy::greatest_time);
+    members.read_only({"Id", "Name", "Description", "Status", "ServiceEnabled",
+                       "AuthFailureLoggingThreshold", "MinPasswordLength", "MaxPasswordLength",
+                       "PasswordGuidanceMessage", "AccountLockoutCounterResetEnabled",
+                       "HTTPBasicAuth", "LocalAccountAuth", "RequireChangePasswordAction",
+                       "SupportedAccountTypes", "Accounts", "Roles", "Actions", "Oem"});
+    members.unknown();
+    if (!members.errors().empty() || (!threshold && !duration && !reset_after)) {
+        request->respond(members.all().empty() ? error_answer(400, {{"NoOperation"}})
+                                               : error_answer(400, members.all()));
+        return;
+    }
+    answer_from_access_thread(
+        access, request, [&access, request, threshold, duration, reset_after, members]() -> answer {
+            std::optional<answer> conflict;
+            const account_problem problem =
+                access.accounts().change_policy(request->caller.user, [&](access_policy& policy) {
+                    policy.lockout_threshold = threshold.value_or(policy.lockout_threshold);
+                    policy.lockout_duration =
+                        std::chrono::seconds(duration.value_or(policy.lockout_duration.count()));
+                    policy.lockout_reset_after = std::chrono::seconds(
+                        reset_after.value_or(policy.lockout_reset_after.count()));
+                    if (policy.is_consistent()) {
+                        return true;
+                    }
+                    const std::string property =
+                        duration ? "AccountLockoutDuration" : "AccountLockoutCounterResetAfter";
+                    const std::string other =
+                        duration ? "AccountLockoutCounterResetAfter" : "AccountLockoutDuration";
+                    conflict = error_answer(
+                        400, {{"PropertyValueConflict",
+                               {property, other},
+                               "/" + property,
+                               "AccountLockoutCounterResetAfter must not be greater than "
+                               "AccountLockoutDuration."}});
+                    return false;
+                });
+            if (conflict) {
+                return *conflict;
+            }
+            if (problem != account_problem::none) {
+                return change_refused_answer(problem, {});
+            }
+            answer done;
+            done.body = account_service_body(access);
+            annotate(done.body, members);
+            return done;
+        });
+}
+
+answer list_accounts(password_access_control& access, const identity& caller) {
+    std::vector<std::string> names;
+    for (const account& one : access.accounts().list()) {
+        names.push_back(one.name);
+    }
+    if (access.external() != nullptr) {
+        for (const auto& one : access.external()->list()) {
+            if (std::find(names.begin(), names.end(), one.name) == names.end()) {
+                names.push_back(one.name);
+            }
+        }
+    }
+    std::vector<std::string> paths;
+    for (const std::string& name : names) {
+        if (may_administer(caller) || name == caller.user) {
+            paths.push_back(account_path(name));
+        }
+    }
+    answer found;
+    found.body = collection_resource(accounts_path(), "ManagerAccountCollection",
+                                     "Accounts Collection", paths);
+    return found;
+}
+
+// Lists on this thread, unless there are accounts that may take long to list.
+void list_accounts_for(password_access_control& access, const std::shared_ptr<call>& request) {
+    if (access.external() == nullptr) {
+        request->respond(list_accounts(access, request->caller));
+        return;
+    }
+    answer_from_access_thread(
+        access, request, [&access, request] { return list_accounts(access, request->caller); });
+}
+
+void show_account(password_access_control& access, const std::shared_ptr<call>& request) {
+    const std::string& name = request->parameters.at(0);
+    if (!may_administer(request->caller) && request->caller.user != name) {
+        request->respond(not_allowed_answer());
+        return;
+    }
+    const auto found = access.accounts().find(name);
+    if (found || access.external() == nullptr) {
+        request->respond(found ? account_answer(access, *found)
+                               : not_found_answer("ManagerAccount", name));
+        return;
+    }
+    answer_from_access_thread(access, request, [&access, request]() -> answer {
+        const std::string& user = request->parameters.at(0);
+        const auto external = find_external(access, user);
+        return external ? account_answer(access, *external)
+                        : not_found_answer("ManagerAccount", user);
+    });
+}
+
+void create_account(password_access_control& access, const std::shared_ptr<call>& request) {
+    request_members members(request->document);
+    members.require({"UserName", "Password", "RoleId"});
+    const auto name = members.text("UserName");
+    if (name && !is_user_name(*name)) {
+        members.wrong("UserName",
+                      {"PropertyValueFormatError",
+                       {quoted_for_log(*name), "UserName"},
+                       {},
+                       "It must have 1 to " + std::to_string(greatest_user_name_length) +
+                           " letters, digits and characters of \"._-@\", and begin with a letter, "
+                           "a digit or \"_\"."});
+    }
+    const auto wanted = std::make_shared<wanted_account>(read_account(members));
+    // The service sets these.
+    members.ignore({"Id", "Name", "Description", "Links"});
+    members.unknown();
+    const auto problems = members.all();
+    const std::string user(name.value_or(""));
+    wipe_password(request->document);
+    if (!problems.empty()) {
+        request->respond(error_answer(400, problems));
+        return;
+    }
+    answer_from_access_thread(access, request, [&access, request, user, wanted]() -> answer {
+        if (find_external(access, user)) {
+            return change_refused_answer(account_problem::name_taken, user);
+        }
+        const account_problem problem =
+            access.accounts().create(request->caller.user, user, *wanted->role,
+                                     wanted->enabled.value_or(true), *wanted->password);
+        const auto made = access.accounts().find(user);
+        if (problem != account_problem::none || !made) {
+            return change_refused_answer(problem, user);
+        }
+        answer done = account_answer(access, *made);
+        done.status = 201;
+        done.headers["Location"] = account_path(user);
+        return done;
+    });
+}
+
+// An account that the operating system keeps can be unlocked, and nothing else.
+void change_external_account(password_access_control& access,
+                             const std::shared_ptr<call>& request) {
+    wipe_password(request->document);
+    if (access.external() == nullptr) {
+        request->respond(not_found_answer("ManagerAccount", request->parameters.at(0)));
+        return;
+    }
+    answer_from_access_thread(access, request, [&access, request]() -> answer {
+        const std::string& user = request->parameters.at(0);
+        const auto found = find_external(access, user);
+        if (!found) {
+            return not_found_answer("ManagerAccount", user);
+        }
+        request_members members(request->document);
+        const bool unlock = takes_only_false(members, "Locked");
+        members.read_only({"Id", "Name", "Description", "Links", "Actions", "Oem", "UserName",
+                           "Password", "RoleId", "Enabled", "AccountTypes",
+                           "PasswordChangeRequired"});
+        members.unknown();
+        if (!members.errors().empty() || !unlock) {
+            auto problems = members.all();
+            for (message& problem : problems) {
+                problem.reason = external_reason;
+            }
+            return error_answer(
+                400, problems.empty() ? std::vector<message>{{"NoOperation"}} : problems);
+        }
+        access.unlock(request->caller.user, user);
+        answer done = account_answer(access, *found);
+        annotate(done.body, members);
+        return done;
+    });
+}
+
+void change_account(password_access_control& access, const std::shared_ptr<call>& request) {
+    const std::string& name = request->parameters.at(0);
+    const json_value& document = request->document;
+    if (!may_administer(request->caller)) {
+        // The privilege ConfigureSelf is for the own password alone.
+        const bool is_for_administrators =
+            std::any_of(document.items.begin(), document.items.end(), [](const json_value& one) {
+                return one.name != "Password" && !one.name.starts_with("@odata.");
+            });
+        if (request->caller.user != name || is_for_administrators) {
+            request->respond(not_allowed_answer());
+            return;
+        }
+    }
+    if (!access.accounts().find(name)) {
+        change_external_account(access, request);
+        return;
+    }
+    request_members members(document);
+    const auto wanted = std::make_shared<wanted_account>(read_account(members));
+    const json_value* const new_name = document.find("UserName");
+    if (new_name != nullptr && new_name->kind == json_kind::text && new_name->text == name) {
+        members.ignore({"UserName"});
+        wanted->has_settings = true;
+    }
+    members.read_only({"Id", "Name", "Description", "Links", "Actions", "Oem"});
+    if (new_name != nullptr && new_name->text != name) {
+        members.read_only({"UserName"});
+    }
+    members.read_only({"AccountExpiration", "Certificates", "EmailAddress", "HostBootstrapAccount",
+                       "Keys", "MFABypass", "OEMAccountTypes", "OneTimePasscodeDeliveryAddress",
+                       "PasswordExpiration", "PhoneNumber", "SNMP", "SecretKeySet",
+                       "StrictAccountTypes"});
+    members.unknown();
+    wipe_password(request->document);
+    if (!members.errors().empty() || !wanted->has_settings) {
+        request->respond(members.all().empty() ? error_answer(400, {{"NoOperation"}})
+                                               : error_answer(400, members.all()));
+        return;
+    }
+    answer_from_access_thread(access, request, [&access, request, wanted, members]() -> answer {
+        const std::string& user = request->parameters.at(0);
+        const account_problem problem =
+            access.accounts().change(request->caller.user, user,
+                                     {wanted->password ? &*wanted->password : nullptr, wanted->role,
+                                      wanted->enabled, wanted->unlock},
+                                     precondition_of(access, request));
+        if (problem == account_problem::last_administrator) {
+            const bool is_role = wanted->role && *wanted->role != roles::administrator;
+            const std::string property = is_role ? "RoleId" : "Enabled";
+            return error_answer(409, {{"PropertyValueExternalConflict",
+                                       {property, is_role ? role_name(*wanted->role) : "false"},
+                                       "/" + property,
+                                       last_administrator_reason}});
+        }
+        const auto changed = access.accounts().find(user);
+        if (problem != account_problem::none || !changed) {
+            return change_refused_answer(
+                problem == account_problem::none ? account_problem::no_such_account : problem,
+                user);
+        }
+        answer done = account_answer(access, *changed);
+        annotate(done.body, members);
+        return done;
+    });
+}
+
+void delete_account(password_access_control& access, const std::shared_ptr<call>& request) {
+    answer_from_access_thread(access, request, [&access, request]() -> answer {
+        const std::string& user = request->parameters.at(0);
+        const account_problem problem =
+            access.accounts().remove(request->caller.user, user, precondition_of(access, request));
+        if (problem == account_problem::no_such_account && find_external(access, user)) {
+            return error_answer(409, {{"ResourceCannotBeDeleted", {}, {}, external_reason}});
+        }
+        return problem == account_problem::none ? no_content_answer()
+                                                : change_refused_answer(problem, user);
+    });
+}
+
+answer list_roles() {
+    std::vector<std::string> paths;
+    for (const roles role : all_roles) {
+        paths.push_back(role_path(role_name(role)));
+    }
+    answer found;
+    found.body = collection_resource(roles_path(), "RoleCollection", "Roles Collection", paths);
+    return found;
+}
+
+answer show_role(const std::string& name) {
+    const auto role = find_role(name);
+    if (!role) {
+        return not_found_answer("Role", name);
+    }
+    answer found;
+    found.body = role_body(*role);
+    return found;
+}
+
+}  // namespace
+
+void add_account_routes(route_table& routes, password_access_control& access) {
+    using request_pointer = std::shared_ptr<call>;
+    routes.add("GET", account_service, privileges::login,
+               [&access](const request_pointer& request) {
+                   answer found;
+                   found.body = account_service_body(access);
+                   request->respond(std::move(found));
+               });
+    routes.add(
+        "PATCH", account_service, privileges::configure_users,
+        [&access](const request_pointer& request) { change_account_service(access, request); });
+    routes.add("GET", accounts_path(), privileges::login,
+               [&access](const request_pointer& request) { list_accounts_for(access, request); });
+    // Redfish has two paths for adding to a collection.
+    for (const std::string& path : {accounts_path(), account_path("Members")}) {
+        routes.add("POST", path, privileges::configure_users,
+                   [&access](const request_pointer& request) { create_account(access, request); });
+    }
+    const std::string one_account = account_path("{}");
+    routes.add("GET", one_account, privileges::configure_self,
+               [&access](const request_pointer& request) { show_account(access, request); });
+    routes.add("PATCH", one_account, privileges::configure_self,
+               [&access](const request_pointer& request) { change_account(access, request); });
+    routes.add("DELETE", one_account, privileges::configure_users,
+               [&access](const request_pointer& request) { delete_account(access, request); });
+    routes.add("GET", roles_path(), privileges::login,
+               [](const request_pointer& request) { request->respond(list_roles()); });
+    routes.add("GET", role_path("{}"), privileges::login, [](const request_pointer& request) {
+        request->respond(show_role(request->parameters.at(0)));
+    });
+}
+
+}  // namespace dp_redfish
