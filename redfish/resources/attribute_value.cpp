@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "batch/batch_list_info.hpp"
 #include "redfish/resources/resource_json.hpp"
 #include "service_api/registry_value.hpp"
 #include "support/decimal.hpp"
@@ -56,7 +57,9 @@ bool is_same_value(const server_setting& setting, const std::string& a,
             return true;
         }
     }
-    return a == *b;
+    // Values that were read have the terse form of lists.
+    return a == *b ||
+           (dp::batch_list_info::is_full_form(a) && dp::batch_list_info().tersify(a) == *b);
 }
 
 }  // namespace dp_redfish

@@ -12,6 +12,7 @@
 #include "redfish/resources/resource_paths.hpp"
 #include "redfish/resources/schemas.hpp"
 #include "tests/support/process.hpp"
+#include "tests/support/program.hpp"
 #include "tests/support/redfish_exchange.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/support/shown_server.hpp"
@@ -73,6 +74,27 @@ class redfish_crawl {
     std::vector<std::string> waiting_;
 };
 
+// Why texts of resources are not valid for their schemas; empty if they are. `is_checked` is false
+// when this machine cannot check them.
+std::string problems_of(const std::vector<std::string>& texts, bool& is_checked) {
+    const std::string schemas = test::data_file("redfish/json-schema/Bios.json");
+    std::vector<std::string> arguments{
+        std::string(DP_SOURCE_DIR) + "/tests/support/validate_redfish.py",
+        std::filesystem::path(schemas).parent_path().string()};
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        arguments.push_back(test::root() + "/" + std::to_string(i) + ".json");
+        test::write_file(arguments.back(), texts[i]);
+    }
+    const std::string python = "/usr/bin/python3";
+    const auto result =
+        test::run_process(python, test::argument_list(python, arguments), [] { return true; });
+    constexpr int not_installed = 77;
+    constexpr int no_python = 127;
+    is_checked = result.exit_code != not_installed && result.exit_code != no_python &&
+                 test::missing_data("redfish/json-schema/Bios.json").empty();
+    return result.exit_code == 0 ? "" : result.out + result.err + "(invalid)";
+}
+
 class all_resources : public testing::Test {
   protected:
     all_resources()
@@ -123,22 +145,12 @@ TEST_F(all_resources, are_valid_for_their_schemas) {
     crawl.texts.push_back(test::send(service, "PATCH", dp_redfish::resource_paths::bios_settings,
                                      R"({"Attributes": {"Delay": 7, "NoSuch": 1}})")
                               .text);
-    std::vector<std::string> arguments{
-        std::string(DP_SOURCE_DIR) + "/tests/support/validate_redfish.py",
-        std::filesystem::path(test::data_file(folder + "Bios.json")).parent_path().string()};
-    for (std::size_t i = 0; i < crawl.texts.size(); ++i) {
-        arguments.push_back(test::root() + "/" + std::to_string(i) + ".json");
-        test::write_file(arguments.back(), crawl.texts[i]);
+    bool is_checked = false;
+    const std::string problems = problems_of(crawl.texts, is_checked);
+    if (!is_checked) {
+        GTEST_SKIP() << "needs python3-jsonschema";
     }
-    const std::string python = "/usr/bin/python3";
-    const auto result =
-        test::run_process(python, test::argument_list(python, arguments), [] { return true; });
-    constexpr int not_installed = 77;
-    constexpr int no_python = 127;
-    if (result.exit_code == not_installed || result.exit_code == no_python) {
-        GTEST_SKIP() << "python3-jsonschema is not installed";
-    }
-    EXPECT_EQ(result.exit_code, 0) << result.out << result.err;
+    EXPECT_EQ(problems, "");
 }
 
 TEST_F(all_resources, have_schemas_that_exist) {
@@ -169,6 +181,96 @@ TEST_F(all_resources, name_a_history_entry_the_same_when_older_ones_are_dropped)
 TEST_F(all_resources, say_when_the_settings_service_does_not_run) {
     const auto response = test::get(service, dp_redfish::resource_paths::manager);
     EXPECT_EQ(response.body.find("Status")->find("Health")->text, "Critical");
+}
+
+// --- a server that was installed with a registry
+
+class installed_registry : public testing::TestWithParam<const char*> {
+  protected:
+    // The registry, or nothing if this machine does not have it.
+    static std::string file() {
+        const std::string name = GetParam();
+        return name.starts_with('/') ? std::string(DP_SOURCE_DIR) + name : test::data_file(name);
+    }
+
+    void SetUp() override {
+        if (!std::filesystem::exists(file())) {
+            GTEST_SKIP() << file() << " does not exist";
+        }
+        test::clean_root();
+        for (const char* const tool : {"dpspy", "sysvpd"}) {
+            std::filesystem::create_symlink(test::program_path(tool),
+                                            test::root() + "/bin/" + tool);
+        }
+        const auto installed = test::run_program("dp-server", {"install", "--registry", file()});
+        ASSERT_EQ(installed.exit_code, 0) << installed.err;
+        dp_redfish::add_server_routes(routes, model, {"1.0"});
+        source = dp_support::parse_json(test::read_file(file())).root;
+        for (const auto& attribute : source.find("RegistryEntries")->find("Attributes")->items) {
+            // A template has no passwords.
+            if (attribute.find("Type")->text != "Password") {
+                attributes.push_back(attribute);
+            }
+        }
+    }
+
+    json_value source;
+    std::vector<json_value> attributes;
+    dp_redfish::server_model model;
+    dp_redfish::route_table routes;
+    test::fixed_access access;
+    dp_redfish::gateway service{routes, access};
+};
+
+INSTANTIATE_TEST_SUITE_P(all, installed_registry,
+                         testing::Values("/examples/registry/server.registry.json",
+                                         "server-a.registry.json"),
+                         [](const auto& tested) {
+                             return "of_file_" + std::to_string(tested.index);
+                         });
+
+std::string text_of(const json_value* value) {
+    return value == nullptr ? "(none)" : to_text(*value, dp_support::json_layout::one_line);
+}
+
+TEST_P(installed_registry, is_served_as_it_was_installed) {
+    const std::string id = source.find("Id")->text;
+    const auto served = test::get(service, "/redfish/v1/Registries/" + id + '/' + id);
+    ASSERT_EQ(served.status, 200U);
+    const auto* const before = source.find("RegistryEntries");
+    const auto* const after = served.body.find("RegistryEntries");
+    EXPECT_EQ(text_of(after->find("Menus")), text_of(before->find("Menus")));
+    ASSERT_EQ(after->find("Attributes")->items.size(), attributes.size());
+    for (std::size_t i = 0; i < attributes.size(); ++i) {
+        EXPECT_EQ(text_of(&after->find("Attributes")->items[i]), text_of(&attributes[i]));
+    }
+    EXPECT_EQ(text_of(after->find("Dependencies")), text_of(before->find("Dependencies")));
+}
+
+TEST_P(installed_registry, types_every_value_as_the_registry_does) {
+    const auto bios = test::get(service, dp_redfish::resource_paths::bios);
+    ASSERT_EQ(bios.status, 200U);
+    const auto* const values = bios.body.find("Attributes");
+    ASSERT_EQ(values->items.size(), attributes.size());
+    for (const auto& attribute : attributes) {
+        const auto* const current = attribute.find("CurrentValue");
+        const auto* const value = current != nullptr ? current : attribute.find("DefaultValue");
+        // The order of a list is shown in its terse form.
+        if (value != nullptr && value->kind != json_kind::null && !value->text.starts_with('[')) {
+            EXPECT_EQ(text_of(values->find(attribute.find("AttributeName")->text)), text_of(value))
+                << attribute.find("AttributeName")->text;
+        }
+    }
+}
+
+TEST_P(installed_registry, is_valid_with_all_resources) {
+    const redfish_crawl crawl(service);
+    bool is_checked = false;
+    const std::string problems = problems_of(crawl.texts, is_checked);
+    if (!is_checked) {
+        GTEST_SKIP() << "needs python3-jsonschema and DMTF's schemas";
+    }
+    EXPECT_EQ(problems, "");
 }
 
 }  // namespace

@@ -206,6 +206,16 @@ TEST_F(bios_resources, does_not_need_the_service_for_values_that_are_pending) {
               200U);
 }
 
+TEST_F(bios_resources, recognises_the_order_of_a_list_in_both_of_its_forms) {
+    shown_server::set_pending({{"Boot.Order", "[value='HDD',order='2'],[value='PXE',order='1']"}});
+    EXPECT_EQ(pending("Order"), "\"PXE,HDD\"");
+    EXPECT_EQ(patch(R"({"Attributes": {"Order": "PXE,HDD"}})").status, 200U);
+    EXPECT_EQ(patch(R"({"Attributes":
+                        {"Order": "[value='HDD',order='2'],[value='PXE',order='1']"}})")
+                  .status,
+              200U);
+}
+
 TEST_F(bios_resources, is_unavailable_without_the_settings_service) {
     const auto response = patch(R"({"Attributes": {"Delay": 10}})");
     EXPECT_EQ(response.status, 503U);
