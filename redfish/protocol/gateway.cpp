@@ -264,8 +264,10 @@ class exchange : public std::enable_shared_from_this<exchange> {
             answer result = error_answer(
                 status::unauthorized,
                 {{who.state == states::refused ? "AccessUnauthorized" : "NoValidSession"}});
-            // A client that has sessions is not to ask its user for a password.
-            if (request_->header("X-Auth-Token").empty()) {
+            // A client that has sessions is not to ask its user for a password, nor is a browser
+            // whose page sent the request.
+            const std::string_view mode = request_->header("Sec-Fetch-Mode");
+            if (request_->header("X-Auth-Token").empty() && (mode.empty() || mode == "navigate")) {
                 result.headers["WWW-Authenticate"] = "Basic realm=\"Redfish\"";
             }
             return send(std::move(result));

@@ -127,6 +127,14 @@ TEST_F(gateway_test, does_not_ask_for_a_password_when_the_client_has_a_token) {
     EXPECT_EQ(response.header("WWW-Authenticate"), "");
 }
 
+TEST_F(gateway_test, does_not_let_a_browser_ask_for_a_page_that_fetches) {
+    be_nobody();
+    EXPECT_EQ(get_with("/redfish/v1/Items", "Sec-Fetch-Mode", "cors").header("WWW-Authenticate"),
+              "");
+    EXPECT_NE(
+        get_with("/redfish/v1/Items", "Sec-Fetch-Mode", "navigate").header("WWW-Authenticate"), "");
+}
+
 TEST_F(gateway_test, says_nothing_about_paths_to_those_who_are_not_logged_in) {
     be_nobody();
     EXPECT_EQ(get("/redfish/v1/Missing").status, 401U);

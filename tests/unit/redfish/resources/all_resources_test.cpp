@@ -9,8 +9,11 @@
 #include <vector>
 
 #include "redfish/model/server_model.hpp"
+#include "redfish/resources/account_routes.hpp"
 #include "redfish/resources/resource_paths.hpp"
 #include "redfish/resources/schemas.hpp"
+#include "redfish/resources/session_routes.hpp"
+#include "tests/support/access_routes.hpp"
 #include "tests/support/process.hpp"
 #include "tests/support/program.hpp"
 #include "tests/support/redfish_exchange.hpp"
@@ -181,6 +184,39 @@ TEST_F(all_resources, name_a_history_entry_the_same_when_older_ones_are_dropped)
 TEST_F(all_resources, say_when_the_settings_service_does_not_run) {
     const auto response = test::get(service, dp_redfish::resource_paths::manager);
     EXPECT_EQ(response.body.find("Status")->find("Health")->text, "Critical");
+}
+
+// --- with sessions and accounts, without a server
+
+class whole_service : public test::access_routes {
+  protected:
+    void SetUp() override {
+        access_routes::SetUp();
+        dp_redfish::add_server_routes(routes, model, {"1.0"});
+        add_session_routes(routes, *access);
+        add_account_routes(routes, *access);
+    }
+
+    dp_redfish::server_model model;
+    test::fixed_access admitted;
+    dp_redfish::gateway gateway{routes, admitted};
+};
+
+TEST_F(whole_service, has_every_resource_that_it_refers_to) {
+    const auto login = test::send(gateway, "POST", dp_redfish::resource_paths::sessions,
+                                  R"({"UserName": "eve", "Password": "eve's password"})");
+    ASSERT_EQ(login.status, 201U) << login.text;
+    const redfish_crawl crawl(gateway);
+    EXPECT_EQ(crawl.broken, std::set<std::string>());
+    EXPECT_EQ(crawl.misnamed, std::set<std::string>());
+    EXPECT_TRUE(crawl.seen.contains(login.header("Location"))) << login.header("Location");
+    EXPECT_TRUE(crawl.seen.contains("/redfish/v1/AccountService/Accounts/eve"));
+    bool is_checked = false;
+    const std::string problems = problems_of(crawl.texts, is_checked);
+    if (!is_checked) {
+        GTEST_SKIP() << "needs python3-jsonschema and DMTF's schemas";
+    }
+    EXPECT_EQ(problems, "");
 }
 
 // --- a server that was installed with a registry
