@@ -41,6 +41,19 @@ struct http_request {
     }
 };
 
+/// The way of a body without a known end, as of server-sent events, to the client. Its functions
+/// may be called from any thread.
+class body_stream {
+  public:
+    virtual ~body_stream() = default;
+
+    /// Sends more of the body, later. False: the client is gone, or reads too slowly and is closed.
+    virtual bool write(std::string piece) = 0;
+
+    /// Ends the body. So does the destruction of the last pointer to this object.
+    virtual void end() = 0;
+};
+
 /// What `http_server` sends for a request. It adds Content-Length, Date and what the connection
 /// needs, compresses the body if the client accepts that, and sends no body for HEAD.
 struct http_response {
@@ -48,6 +61,9 @@ struct http_response {
     header_fields headers;
     std::shared_ptr<const std::string>
         body;  ///< shared, so that a large text is kept once; null: none
+    /// Set for a body that is sent piece by piece; `body` is unused then. Called once, on the
+    /// server's thread, when the header is on its way, and not for HEAD.
+    std::function<void(std::shared_ptr<body_stream>)> start_stream{};
 };
 
 /// Sends the response of one request. To be called once, from any thread. When the client is gone,
