@@ -16,6 +16,7 @@
 #include "redfish/model/registry_resource.hpp"
 #include "redfish/model/setting_names.hpp"
 #include "service_api/attribute_description.hpp"
+#include "service_api/fnv1a_64.hpp"
 #include "service_api/stored_values.hpp"
 #include "service_api/values_seal.hpp"
 #include "support/json.hpp"
@@ -146,6 +147,14 @@ bool belongs_to(const attribute_registry& registry, const std::vector<collection
     return total == registry.attributes.size();
 }
 
+void set_registry_text(settings_catalog& catalog, const json_value& resource) {
+    std::string text = to_text(resource, dp_support::json_layout::one_line);
+    dp_service::fnv1a_64 hash;
+    hash.add(text);
+    catalog.version = hash.str();
+    catalog.registry_text = std::make_shared<const std::string>(std::move(text));
+}
+
 void use_registry(settings_catalog& catalog, attribute_registry registry, json_value root) {
     std::unordered_set<std::uint32_t> with_flag_maps;
     for (const auto& map : registry.maps) {
@@ -171,8 +180,7 @@ void use_registry(settings_catalog& catalog, attribute_registry registry, json_v
     root = installed_registry(std::move(root));
     catalog.registry_id = root.find("Id")->text;
     catalog.registry_language = root.find("Language")->text;
-    catalog.registry_text =
-        std::make_shared<const std::string>(to_text(root, dp_support::json_layout::one_line));
+    set_registry_text(catalog, root);
     catalog.registry = std::make_shared<const attribute_registry>(std::move(registry));
 }
 
@@ -197,8 +205,7 @@ result<std::shared_ptr<const settings_catalog>> read_catalog() {
     }
     name_settings(*catalog);
     catalog->registry_id = template_registry_id;
-    catalog->registry_text = std::make_shared<const std::string>(
-        to_text(registry_of_template(*catalog), dp_support::json_layout::one_line));
+    set_registry_text(*catalog, registry_of_template(*catalog));
     return std::shared_ptr<const settings_catalog>(std::move(catalog));
 }
 

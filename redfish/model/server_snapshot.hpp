@@ -44,6 +44,7 @@ struct settings_catalog {
     std::string registry_language = "en";
     /// The AttributeRegistry resource: the one of the server, or one made from the template.
     std::shared_ptr<const std::string> registry_text;
+    std::string version;  ///< of what describes the settings: a hash of the registry's text
 };
 
 /// What the server's files contained at one moment. Never changes; any thread may read it.

@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "redfish/protocol/call.hpp"
-#include "redfish/protocol/etag.hpp"
 #include "redfish/protocol/messages.hpp"
 #include "redfish/protocol/request_body.hpp"
 #include "redfish/resources/attribute_value.hpp"
+#include "redfish/resources/bios_etags.hpp"
 #include "redfish/resources/resource_json.hpp"
 #include "redfish/resources/resource_paths.hpp"
 #include "redfish/resources/schemas.hpp"
@@ -53,12 +53,6 @@ json_value settings_object(const server_snapshot& server) {
     return settings;
 }
 
-// The ETag of the resource of current values: it also has the time when they were applied.
-std::string etag_of_current(const server_snapshot& server) {
-    return etag_of_version(server.current_version + '-' +
-                           std::to_string(server.state_of(watched_file::current_values).written));
-}
-
 json_value bios_json(const server_snapshot& server) {
     json_value body = start_resource(resource_paths::bios, "Bios", "Bios", "BIOS, current values");
     const std::string etag = etag_of_current(server);
@@ -79,7 +73,7 @@ json_value bios_json(const server_snapshot& server) {
 json_value bios_settings_json(const server_snapshot& server) {
     json_value body =
         start_resource(resource_paths::bios_settings, "Bios", "Settings", "BIOS, pending values");
-    body.set("@odata.etag", etag_of_version(server.pending_version));
+    body.set("@odata.etag", etag_of_pending(server));
     body.set("Description", "The values that take effect when the server starts again");
     body.set("AttributeRegistry", server.catalog->registry_id);
     body.set("Attributes", attributes_json(*server.catalog, server.pending));
@@ -133,7 +127,7 @@ answer settings_answer_with(const snapshot_pointer& now, const std::vector<messa
         }
         append_member(result.body, "@Message.ExtendedInfo", std::move(list));
     }
-    result.etag = etag_of_version(now->pending_version);
+    result.etag = etag_of_pending(*now);
     return result;
 }
 
@@ -284,8 +278,7 @@ void add_bios_routes(route_table& routes, server_model& model) {
                    });
     };
     add_get(resource_paths::bios, bios_json, etag_of_current);
-    add_get(resource_paths::bios_settings, bios_settings_json,
-            [](const server_snapshot& server) { return etag_of_version(server.pending_version); });
+    add_get(resource_paths::bios_settings, bios_settings_json, etag_of_pending);
     routes.add("PATCH", resource_paths::bios_settings, privileges::configure_components,
                [&model](const std::shared_ptr<call>& request) { patch_settings(model, request); });
     const std::string actions = std::string(resource_paths::bios) + "/Actions/";

@@ -6,10 +6,13 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 
 #include "redfish/protocol/etag.hpp"
+#include "redfish/protocol/request_body.hpp"
 #include "redfish/resources/attribute_value.hpp"
+#include "redfish/resources/bios_etags.hpp"
 #include "redfish/resources/service_answer.hpp"
 #include "redfish/resources/settings_change.hpp"
 #include "service_api/service_status.hpp"
@@ -30,21 +33,26 @@ bool is_done(const settings_client::change& command) {
     return command.status == dp::command_status::success;
 }
 
+// Positions of settings by their full names.
+std::unordered_map<std::string_view, std::size_t> positions_in(const settings_catalog& catalog) {
+    std::unordered_map<std::string_view, std::size_t> positions;
+    positions.reserve(catalog.settings.size());
+    for (std::size_t i = 0; i < catalog.settings.size(); ++i) {
+        positions.emplace(catalog.settings[i].full_name, i);
+    }
+    return positions;
+}
+
 // Whether the values of a change are the pending ones.
 bool is_pending(const server_snapshot& now, const settings_change& change) {
-    for (std::size_t i = 0; i < change.commands.size(); ++i) {
-        const auto& full_name = change.commands[i].name;
-        const auto& settings = now.catalog->settings;
-        const auto found = std::find_if(
-            settings.begin(), settings.end(),
-            [&](const server_setting& setting) { return setting.full_name == full_name; });
-        if (found == settings.end() ||
-            !is_same_value(*found, change.commands[i].value,
-                           now.pending[static_cast<std::size_t>(found - settings.begin())])) {
-            return false;
-        }
-    }
-    return true;
+    const auto positions = positions_in(*now.catalog);
+    return std::all_of(change.commands.begin(), change.commands.end(),
+                       [&](const settings_client::change& command) {
+                           const auto found = positions.find(command.name);
+                           return found != positions.end() &&
+                                  is_same_value(now.catalog->settings[found->second], command.value,
+                                                now.pending[found->second]);
+                       });
 }
 
 // One PATCH.
@@ -74,7 +82,7 @@ class settings_update {
         }
         const std::string& version = server->pending_version;
         const std::string_view condition = request_.request->header("If-Match");
-        if (!condition.empty() && !lists_etag(condition, etag_of_version(version))) {
+        if (!condition.empty() && !lists_etag(condition, etag_of_pending(*server))) {
             return error_answer(condition_failed, {{"PreconditionFailed"}});
         }
         settings_change change = plan_change(*server, *request_.document.find("Attributes"));
@@ -119,15 +127,17 @@ class settings_update {
             return unavailable_answer("The values were changed, but cannot be read.");
         }
         std::vector<message> notes{{"Success"}};
-        const auto& settings = before.catalog->settings;
+        const auto positions = positions_in(*before.catalog);
         for (const auto& record : outcome.dependent) {
-            const auto found = std::find_if(
-                settings.begin(), settings.end(),
-                [&](const server_setting& setting) { return setting.full_name == record.target; });
-            if (found != settings.end() && !found->is_secret) {
+            const auto found = positions.find(record.target);
+            if (found == positions.end()) {
+                continue;
+            }
+            const server_setting& setting = before.catalog->settings[found->second];
+            if (!setting.is_secret) {
                 notes.push_back({"PropertyValueModified",
-                                 {found->name, record.value.value_or("")},
-                                 "/Attributes/" + found->name,
+                                 {setting.name, record.value.value_or("")},
+                                 "/Attributes" + pointer_segment(setting.name),
                                  record.cause.empty() ? "" : "Because " + record.cause + '.'});
             }
         }
