@@ -334,6 +334,9 @@ int serve(settings chosen) {
     wait_for_end(signals, chosen, source, server);
     alarm(patience_seconds);
     server.stop();
+    // Requests that it no longer waits for use the routes.
+    model.stop();
+    (*access)->stop();
     log_line("stopped");
     return done;
 }

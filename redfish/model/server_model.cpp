@@ -18,7 +18,13 @@ namespace dp_redfish {
 server_model::server_model() : is_ending_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 server_model::~server_model() {
+    stop();
+}
+
+void server_model::stop() {
     static_cast<void>(eventfd_write(is_ending_.get(), 1));
+    changes_.stop();  // first: changes wait for reads
+    library_.stop();
 }
 
 // The latest snapshot, if no file changed since.

@@ -19,7 +19,7 @@ class server_model {
   public:
     /// Starts both threads; reads nothing yet.
     server_model();
-    /// Withdraws a request that the settings service has not started; waits for one that it has.
+    /// `stop`.
     ~server_model();
     server_model(const server_model&) = delete;
     server_model& operator=(const server_model&) = delete;
@@ -40,6 +40,11 @@ class server_model {
 
     /// Adds a job after those that wait. False if too many wait: then it is dropped.
     bool change(change_job job);
+
+    /// Ends the threads: withdraws a request that the settings service has not started, waits for
+    /// one that it has, and drops what waits. To be called before what requests use ends, such as
+    /// the routes.
+    void stop();
 
     /// Whether a settings service takes requests now. Does not wait.
     static bool has_settings_service();

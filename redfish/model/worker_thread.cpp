@@ -8,6 +8,10 @@ worker_thread::worker_thread(std::size_t most_waiting)
     : most_waiting_(most_waiting), thread_([this] { run(); }) {}
 
 worker_thread::~worker_thread() {
+    stop();
+}
+
+void worker_thread::stop() {
     std::deque<job> dropped;  // destroyed without the lock: a job may do anything when it is
     {
         const std::lock_guard lock(mutex_);
@@ -15,7 +19,9 @@ worker_thread::~worker_thread() {
         dropped.swap(jobs_);
     }
     has_work_.notify_one();
-    thread_.join();
+    if (thread_.joinable()) {
+        thread_.join();
+    }
 }
 
 bool worker_thread::post(job added) {

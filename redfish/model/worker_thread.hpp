@@ -17,13 +17,16 @@ class worker_thread {
 
     /// Starts the thread. At most `most_waiting` jobs wait, in addition to the one that runs.
     explicit worker_thread(std::size_t most_waiting);
-    /// Finishes the job that runs, and drops the others.
+    /// `stop`.
     ~worker_thread();
     worker_thread(const worker_thread&) = delete;
     worker_thread& operator=(const worker_thread&) = delete;
 
     /// Adds a job, from any thread. False when too many wait: then it is dropped.
     bool post(job added);
+
+    /// Finishes the job that runs, drops the others, and takes no more. Not for jobs.
+    void stop();
 
   private:
     void run();

@@ -213,7 +213,6 @@ class exchange : public std::enable_shared_from_this<exchange> {
         }
         if (request.path.starts_with("/redfish")) {
             response.headers.try_emplace("OData-Version", "4.0");
-            response.headers.try_emplace("Cache-Control", "no-cache");
         }
         response.body = std::move(result.text);
         return response;

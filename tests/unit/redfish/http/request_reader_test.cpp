@@ -13,7 +13,7 @@ namespace {
 
 using dp_redfish::http_limits;
 using dp_redfish::request_reader;
-using states = request_reader::states;
+using reader_states = request_reader::states;
 
 const std::string post_in_chunks =
     "POST /a%20b?c=d HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/json\r\n"
@@ -22,7 +22,7 @@ const std::string post_in_chunks =
 /// The status with which the text is refused; 0 when it is not.
 unsigned status_of(const std::string& text, const http_limits& limits = {}) {
     request_reader reader(limits);
-    return reader.append(text) == states::refused ? reader.why().status : 0;
+    return reader.append(text) == reader_states::refused ? reader.why().status : 0;
 }
 
 /// A request with these lines after the first.
@@ -34,7 +34,7 @@ TEST(request_reader, reads_a_request_without_a_body) {
     request_reader reader({});
     EXPECT_FALSE(reader.has_begun());
     ASSERT_EQ(reader.append(test::get_request("/redfish/v1?$top=1", "accept: a\r\nACCEPT: b\r\n")),
-              states::complete);
+              reader_states::complete);
     EXPECT_TRUE(reader.keeps_alive());
     EXPECT_FALSE(reader.is_http_1_0());
     EXPECT_EQ(reader.authority(), "localhost");
@@ -49,15 +49,16 @@ TEST(request_reader, reads_a_request_without_a_body) {
 
 TEST(request_reader, reads_a_body_with_a_length) {
     request_reader reader({});
-    ASSERT_EQ(reader.append(test::body_request("PATCH", "/", "{\"a\":1}")), states::complete);
+    ASSERT_EQ(reader.append(test::body_request("PATCH", "/", "{\"a\":1}")),
+              reader_states::complete);
     EXPECT_EQ(reader.take()->body, "{\"a\":1}");
-    EXPECT_EQ(reader.next(), states::header);
+    EXPECT_EQ(reader.next(), reader_states::header);
     EXPECT_FALSE(reader.has_begun());
 }
 
 TEST(request_reader, joins_the_chunks_of_a_body_and_ignores_its_trailer) {
     request_reader reader({});
-    ASSERT_EQ(reader.append(post_in_chunks), states::complete);
+    ASSERT_EQ(reader.append(post_in_chunks), reader_states::complete);
     const auto request = reader.take();
     EXPECT_EQ(request->body, "hello world");
     EXPECT_EQ(request->path, "/a b");
@@ -70,22 +71,23 @@ TEST(request_reader, reads_each_prefix_as_incomplete_and_the_rest_later) {
           post_in_chunks}) {
         for (std::size_t length = 0; length < text.size(); ++length) {
             request_reader reader({});
-            const states state = reader.append(text.substr(0, length));
-            EXPECT_TRUE(state == states::header || state == states::body) << text.substr(0, length);
+            const reader_states state = reader.append(text.substr(0, length));
+            EXPECT_TRUE(state == reader_states::header || state == reader_states::body)
+                << text.substr(0, length);
             EXPECT_EQ(reader.has_begun(), length > 0);
-            EXPECT_EQ(reader.append(text.substr(length)), states::complete) << length;
+            EXPECT_EQ(reader.append(text.substr(length)), reader_states::complete) << length;
         }
     }
 }
 
 TEST(request_reader, reads_byte_by_byte) {
     request_reader reader({});
-    states state = states::header;
+    reader_states state = reader_states::header;
     for (const char c : post_in_chunks) {
-        ASSERT_NE(state, states::complete);
+        ASSERT_NE(state, reader_states::complete);
         state = reader.append(std::string(1, c));
     }
-    EXPECT_EQ(state, states::complete);
+    EXPECT_EQ(state, reader_states::complete);
     EXPECT_EQ(reader.take()->body, "hello world");
 }
 
@@ -93,13 +95,13 @@ TEST(request_reader, keeps_later_requests_until_they_are_asked_for) {
     request_reader reader({});
     ASSERT_EQ(reader.append(post_in_chunks + test::body_request("PUT", "/2", "two") + "\r\n" +
                             test::get_request("/3") + "GET /4"),
-              states::complete);
+              reader_states::complete);
     EXPECT_EQ(reader.take()->body, "hello world");
-    ASSERT_EQ(reader.next(), states::complete);
+    ASSERT_EQ(reader.next(), reader_states::complete);
     EXPECT_EQ(reader.take()->body, "two");
-    ASSERT_EQ(reader.next(), states::complete);
+    ASSERT_EQ(reader.next(), reader_states::complete);
     EXPECT_EQ(reader.take()->path, "/3");
-    EXPECT_EQ(reader.next(), states::header);
+    EXPECT_EQ(reader.next(), reader_states::header);
     EXPECT_TRUE(reader.has_begun());
 }
 
@@ -107,10 +109,10 @@ TEST(request_reader, reports_who_waits_to_send_the_body) {
     request_reader reader({});
     EXPECT_EQ(reader.append("PATCH / HTTP/1.1\r\nHost: localhost\r\nContent-Length: 2\r\n"
                             "Expect: 100-Continue\r\n\r\n"),
-              states::body);
+              reader_states::body);
     EXPECT_TRUE(reader.waits_to_continue());
     EXPECT_EQ(reader.head().method, "PATCH");
-    EXPECT_EQ(reader.append("{}"), states::complete);
+    EXPECT_EQ(reader.append("{}"), reader_states::complete);
     EXPECT_EQ(status_of_lines("Host: localhost\r\nContent-Length: 2\r\nExpect: 200-ok\r\n"), 417U);
 }
 
@@ -119,7 +121,7 @@ TEST(request_reader, knows_when_the_connection_ends) {
     closing.append(test::get_request("/", "Connection: close\r\n"));
     EXPECT_FALSE(closing.keeps_alive());
     request_reader old({});
-    ASSERT_EQ(old.append("GET / HTTP/1.0\r\nHost: localhost\r\n\r\n"), states::complete);
+    ASSERT_EQ(old.append("GET / HTTP/1.0\r\nHost: localhost\r\n\r\n"), reader_states::complete);
     EXPECT_FALSE(old.keeps_alive());
     EXPECT_TRUE(old.is_http_1_0());
     request_reader old_kept({});
@@ -130,7 +132,7 @@ TEST(request_reader, knows_when_the_connection_ends) {
 TEST(request_reader, takes_the_host_of_the_target) {
     request_reader reader({});
     ASSERT_EQ(reader.append("GET http://other:81/a HTTP/1.1\r\nHost: localhost\r\n\r\n"),
-              states::complete);
+              reader_states::complete);
     EXPECT_EQ(reader.authority(), "other:81");
 }
 
@@ -248,18 +250,18 @@ TEST(request_reader, limits_what_is_in_the_body_beside_the_data) {
     for (const std::string& body :
          {"1;" + std::string(100'000, 'a'), "0\r\nA: " + std::string(100'000, 'a')}) {
         request_reader reader({});
-        states state = reader.append(head);
-        for (std::size_t i = 0; i < body.size() && state == states::body; i += 1000) {
+        reader_states state = reader.append(head);
+        for (std::size_t i = 0; i < body.size() && state == reader_states::body; i += 1000) {
             state = reader.append(body.substr(i, 1000));
         }
-        EXPECT_EQ(state, states::refused);
+        EXPECT_EQ(state, reader_states::refused);
     }
 }
 
 TEST(request_reader, reads_a_large_body_that_arrives_at_once) {
     request_reader reader({});
     const std::string body(1'000'000, 'a');
-    ASSERT_EQ(reader.append(test::body_request("POST", "/", body)), states::complete);
+    ASSERT_EQ(reader.append(test::body_request("POST", "/", body)), reader_states::complete);
     EXPECT_EQ(reader.take()->body, body);
 }
 
@@ -297,11 +299,15 @@ TEST(request_reader, survives_changed_requests) {
             pieces.append(text.substr(i, 7));
         }
         // What is not complete may be refused earlier or later.
-        ASSERT_EQ(whole.state() == states::complete, pieces.state() == states::complete) << text;
-        if (whole.state() == states::complete) {
+        ASSERT_EQ(whole.state() == reader_states::complete,
+                  pieces.state() == reader_states::complete)
+            << text;
+        if (whole.state() == reader_states::complete) {
             ASSERT_EQ(whole.take()->body, pieces.take()->body) << text;
-            ASSERT_EQ(whole.next() == states::complete, pieces.next() == states::complete) << text;
-        } else if (whole.state() == states::refused) {
+            ASSERT_EQ(whole.next() == reader_states::complete,
+                      pieces.next() == reader_states::complete)
+                << text;
+        } else if (whole.state() == reader_states::refused) {
             ASSERT_GE(whole.why().status, 400U);
         }
     }

@@ -57,4 +57,11 @@ TEST(worker_thread, frees_the_jobs_that_wait_at_its_end) {
     EXPECT_EQ(kept.use_count(), 1);
 }
 
+TEST(worker_thread, takes_no_jobs_after_its_end) {
+    worker_thread worker(10);
+    worker.stop();
+    worker.stop();
+    EXPECT_FALSE(worker.post([] {}));
+}
+
 }  // namespace

@@ -22,7 +22,7 @@ using dp_redfish::privileges;
 using dp_redfish::roles;
 using dp_redfish::route_table;
 using dp_support::json_value;
-using states = dp_redfish::access_control::decision::states;
+using access_states = dp_redfish::access_control::decision::states;
 using test::redfish_response;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -121,7 +121,7 @@ TEST_F(gateway_test, asks_for_a_login) {
 }
 
 TEST_F(gateway_test, does_not_ask_for_a_password_when_the_client_has_a_token) {
-    access.next.state = states::refused;
+    access.next.state = access_states::refused;
     const auto response = get_with("/redfish/v1/Items", "X-Auth-Token", "expired");
     EXPECT_EQ(response.status, 401U);
     EXPECT_EQ(response.header("WWW-Authenticate"), "");
@@ -153,7 +153,7 @@ TEST_F(gateway_test, refuses_what_a_role_may_not_do) {
 }
 
 TEST_F(gateway_test, is_unavailable_while_nobody_can_be_identified) {
-    access.next.state = states::unavailable;
+    access.next.state = access_states::unavailable;
     const auto response = get("/redfish/v1/Items");
     EXPECT_EQ(response.status, 503U);
     EXPECT_NE(response.header("Retry-After"), "");
