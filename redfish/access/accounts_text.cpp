@@ -127,7 +127,7 @@ class accounts_text_reader {
         seconds(value, "lockout_duration", 0, policy.lockout_duration);
         seconds(value, "lockout_reset_after", 0, policy.lockout_reset_after);
         if (!policy.is_consistent()) {
-            fail(value, "\"lockout_reset_after\" must not exceed \"lockout_duration\"");
+            fail(value, R"("lockout_reset_after" must not exceed "lockout_duration")");
         }
     }
 

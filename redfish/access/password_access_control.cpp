@@ -11,7 +11,7 @@
 namespace dp_redfish {
 
 dp_support::result<std::unique_ptr<password_access_control>> password_access_control::start(
-    options chosen) {
+    const options& chosen) {
     digest cache_key{};
     if (!chosen.environment.fill_random(cache_key)) {
         return dp_support::failure{"the system has no random numbers", EIO};
@@ -242,7 +242,7 @@ password_access_control::states password_access_control::check_external(
 void password_access_control::log_in(
     const std::string& user, secret_text password, const std::string& peer,
     const std::string& context,
-    std::function<void(login_problem, login_session, secret_text token)> done) {
+    const std::function<void(login_problem, login_session, secret_text token)>& done) {
     const digest credentials = known_credentials_.digest_of(user, password.view());
     const auto attempt = std::make_shared<const login_attempt>(
         login_attempt{user, std::move(password), peer, "session", credentials});

@@ -54,7 +54,8 @@ class password_access_control final : public access_control {
 
     /// Reads the accounts and starts the thread. Failure, with the reason for a person, when the
     /// accounts file is missing or cannot be used; it is never changed then.
-    static dp_support::result<std::unique_ptr<password_access_control>> start(options chosen);
+    static dp_support::result<std::unique_ptr<password_access_control>> start(
+        const options& chosen);
 
     void identify(std::shared_ptr<const http_request> request,
                   std::function<void(decision)> done) override;
@@ -69,7 +70,7 @@ class password_access_control final : public access_control {
     /// Checks name and password and opens a session. Calls `done` once, from any thread.
     void log_in(const std::string& user, secret_text password, const std::string& peer,
                 const std::string& context,
-                std::function<void(login_problem, login_session, secret_text token)> done);
+                const std::function<void(login_problem, login_session, secret_text token)>& done);
 
     /// Answers those who wait with "unavailable" and ends the thread. Call it before what they use
     /// ends, such as the routes.

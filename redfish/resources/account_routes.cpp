@@ -507,6 +507,7 @@ void delete_account(password_access_control& access, const std::shared_ptr<call>
 
 answer list_roles() {
     std::vector<std::string> paths;
+    paths.reserve(all_roles.size());
     for (const roles role : all_roles) {
         paths.push_back(role_path(role_name(role)));
     }
