@@ -22,8 +22,11 @@
 #include "platform/posix/posix_log.hpp"
 #include "platform/sysipc/application_log.hpp"
 #include "redfish/access/access_environment.hpp"
+#include "redfish/access/add_account.hpp"
 #include "redfish/access/first_account.hpp"
+#include "redfish/access/pam_accounts.hpp"
 #include "redfish/access/password_access_control.hpp"
+#include "redfish/access/role_names.hpp"
 #include "redfish/http/http_server.hpp"
 #include "redfish/http/tls_certificate.hpp"
 #include "redfish/model/server_model.hpp"
@@ -69,6 +72,13 @@ struct settings {
     unsigned requests = 128;
     unsigned body_size = 4096;  // KiB
     bool allows_root = false;
+    std::string added_account;
+    std::string added_role;
+    std::string pam_helper;
+    std::string pam_service;
+    std::vector<std::string> pam_administrators;
+    std::vector<std::string> pam_operators;
+    std::vector<std::string> pam_readers;
 };
 
 int fail(const std::string& problem) {
@@ -254,6 +264,47 @@ std::string error_text(unsigned status, const std::string& reason) {
                                dp_support::json_layout::one_line);
 }
 
+// The users of the operating system who may log in; null: none.
+std::shared_ptr<dp_redfish::external_accounts> external_accounts_of(const settings& chosen) {
+    using dp_redfish::roles;
+    if (chosen.pam_helper.empty()) {
+        return nullptr;
+    }
+    dp_redfish::pam_accounts::options options;
+    options.helper = chosen.pam_helper;
+    options.service = chosen.pam_service;
+    const std::array<std::pair<const std::vector<std::string>&, roles>, 3> groups{
+        {{chosen.pam_administrators, roles::administrator},
+         {chosen.pam_operators, roles::operator_role},
+         {chosen.pam_readers, roles::read_only}}};
+    for (const auto& [names, role] : groups) {
+        for (const std::string& name : names) {
+            options.groups.emplace_back(name, role);
+        }
+    }
+    return std::make_shared<dp_redfish::pam_accounts>(std::move(options));
+}
+
+// Adds an account to the file of accounts, and is all that the process then does.
+int add_account(const settings& chosen) {
+    struct stat folder {};
+    // Root may do this for the user of the service, whose folder it is.
+    if (stat(chosen.state_folder.c_str(), &folder) != 0) {
+        if (const auto prepared = prepare_state_folder(chosen.state_folder); !prepared) {
+            return fail(prepared.reason());
+        }
+    }
+    const auto role = dp_redfish::find_role(chosen.added_role);
+    const auto password = dp_redfish::read_new_password(STDIN_FILENO, STDERR_FILENO);
+    if (!role || !password) {
+        return fail(role ? password.reason() : "there is no role '" + chosen.added_role + "'");
+    }
+    const auto added =
+        dp_redfish::add_account(chosen.accounts, chosen.added_account, *role, *password,
+                                dp_redfish::access_environment::of_system());
+    return added ? done : fail(added.reason());
+}
+
 result<std::unique_ptr<dp_redfish::password_access_control>> start_access(const settings& chosen) {
     const auto environment = dp_redfish::access_environment::of_system();
     const auto is_new = dp_redfish::make_first_account(chosen.accounts, environment);
@@ -269,7 +320,8 @@ result<std::unique_ptr<dp_redfish::password_access_control>> start_access(const 
     options.accounts_path = chosen.accounts;
     options.log = log_line;
     options.environment = environment;
-    return dp_redfish::password_access_control::start(std::move(options));
+    options.external = external_accounts_of(chosen);
+    return dp_redfish::password_access_control::start(options);
 }
 
 dp_redfish::http_options server_options(const settings& chosen) {
@@ -291,13 +343,9 @@ int serve(settings chosen) {
             "does not run as root, because it talks to the network; run it as a user who can read "
             "the settings (see --read-group of dp_settingsd), or add --allow-root");
     }
-    umask(S_IRWXG | S_IRWXO);
     const sigset_t signals = block_signals();
     if (const auto prepared = prepare_state_folder(chosen.state_folder); !prepared) {
         return fail(prepared.reason());
-    }
-    if (chosen.accounts.empty()) {
-        chosen.accounts = chosen.state_folder + "/accounts.json";
     }
     const certificate_source source(chosen);
     auto options = server_options(chosen);
@@ -383,6 +431,28 @@ int run(int argc, char** argv) {
                        {1, 1048576}, {.value_name = "NUMBER", .show_default = true});
     program.add_flag("--allow-root", chosen.allows_root,
                      "Run as root too, as for a try on a workstation");
+    program.add_option("--add-account", chosen.added_account,
+                       "Add an account to the file of accounts, or give it another password and "
+                       "role, and end. The password is asked for, or read from standard input",
+                       {.value_name = "NAME"});
+    program.add_option(
+        "--role", chosen.added_role, "The role of that account",
+        {.value_name = "ROLE", .choices = {"Administrator", "Operator", "ReadOnly"}});
+    program.add_option("--pam-helper", chosen.pam_helper,
+                       "Let users of the operating system log in: dp_redfish_auth, or a socket "
+                       "behind which it is started",
+                       {.value_name = "FILE"});
+    program.add_option("--pam-service", chosen.pam_service,
+                       "The service whose rules PAM applies; for a helper that is not a socket",
+                       {.value_name = "NAME"});
+    program.add_option("--pam-administrators", chosen.pam_administrators,
+                       "The group whose members have the role Administrator; may be given several "
+                       "times",
+                       {.value_name = "GROUP"});
+    program.add_option("--pam-operators", chosen.pam_operators, "The same for the role Operator",
+                       {.value_name = "GROUP"});
+    program.add_option("--pam-readers", chosen.pam_readers, "The same for the role ReadOnly",
+                       {.value_name = "GROUP"});
     program.set_footer(
         "The first start makes the account 'admin', whose password is then in a file of the state\n"
         "folder; the file's name is printed.\n"
@@ -395,6 +465,17 @@ int run(int argc, char** argv) {
     if (chosen.certificate.empty() && !chosen.key.empty()) {
         fail("--key needs --certificate");
         return dp_support::exit_code::wrong_usage;
+    }
+    if (chosen.added_account.empty() != chosen.added_role.empty()) {
+        fail("--add-account and --role belong together");
+        return dp_support::exit_code::wrong_usage;
+    }
+    umask(S_IRWXG | S_IRWXO);
+    if (chosen.accounts.empty()) {
+        chosen.accounts = chosen.state_folder + "/accounts.json";
+    }
+    if (!chosen.added_account.empty()) {
+        return add_account(chosen);
     }
     dp_platform::log_defaults log;
     log.sink = "stderr";
