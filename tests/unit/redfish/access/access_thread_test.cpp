@@ -9,16 +9,16 @@
 namespace {
 
 using dp_redfish::access_thread;
-using run_modes = access_thread::run_modes;
+using thread_modes = access_thread::run_modes;
 
 TEST(access_thread, does_the_pieces_in_their_order_on_one_thread) {
     std::string order;
     std::promise<std::thread::id> done;
     access_thread thread(10);
     for (const char c : {'a', 'b', 'c'}) {
-        EXPECT_TRUE(thread.add([&order, c](run_modes) { order += c; }));
+        EXPECT_TRUE(thread.add([&order, c](thread_modes) { order += c; }));
     }
-    EXPECT_TRUE(thread.add([&](run_modes) { done.set_value(std::this_thread::get_id()); }));
+    EXPECT_TRUE(thread.add([&](thread_modes) { done.set_value(std::this_thread::get_id()); }));
     EXPECT_NE(done.get_future().get(), std::this_thread::get_id());
     EXPECT_EQ(order, "abc");
 }
@@ -27,14 +27,14 @@ TEST(access_thread, a_full_queue_takes_nothing) {
     std::promise<void> started;
     std::promise<void> may_end;
     access_thread thread(2);
-    EXPECT_TRUE(thread.add([&](run_modes) {
+    EXPECT_TRUE(thread.add([&](thread_modes) {
         started.set_value();
         may_end.get_future().wait();
     }));
     started.get_future().wait();
-    EXPECT_TRUE(thread.add([](run_modes) {}));
-    EXPECT_TRUE(thread.add([](run_modes) {}));
-    EXPECT_FALSE(thread.add([](run_modes) { ADD_FAILURE() << "was not taken"; }));
+    EXPECT_TRUE(thread.add([](thread_modes) {}));
+    EXPECT_TRUE(thread.add([](thread_modes) {}));
+    EXPECT_FALSE(thread.add([](thread_modes) { ADD_FAILURE() << "was not taken"; }));
     may_end.set_value();
 }
 
@@ -44,11 +44,11 @@ TEST(access_thread, each_piece_is_called_once_also_at_the_end) {
     {
         access_thread thread(1000);
         for (int i = 0; i < 1000; ++i) {
-            thread.add([&](run_modes mode) {
+            thread.add([&](thread_modes mode) {
                 ++called;
                 // Once the end has begun, nothing more is run.
-                EXPECT_TRUE(mode == run_modes::cancel || !was_cancelled);
-                was_cancelled = mode == run_modes::cancel;
+                EXPECT_TRUE(mode == thread_modes::cancel || !was_cancelled);
+                was_cancelled = mode == thread_modes::cancel;
             });
         }
     }
@@ -58,7 +58,7 @@ TEST(access_thread, each_piece_is_called_once_also_at_the_end) {
 TEST(access_thread, takes_nothing_after_its_end) {
     access_thread thread(10);
     thread.stop();
-    EXPECT_FALSE(thread.add([](run_modes) { ADD_FAILURE() << "was not taken"; }));
+    EXPECT_FALSE(thread.add([](thread_modes) { ADD_FAILURE() << "was not taken"; }));
     thread.stop();
 }
 

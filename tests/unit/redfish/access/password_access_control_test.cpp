@@ -21,7 +21,7 @@ using dp_redfish::password_access_control;
 using dp_redfish::roles;
 using dp_redfish::secret_text;
 using decision = dp_redfish::access_control::decision;
-using states = decision::states;
+using decision_states = decision::states;
 using login_problem = password_access_control::login_problem;
 using std::chrono::seconds;
 
@@ -120,13 +120,13 @@ class password_access_control_test : public testing::Test {
 
 TEST_F(password_access_control_test, a_request_without_credentials_is_nobodys) {
     const decision made = identify(request_with("", ""));
-    EXPECT_EQ(made.state, states::known);
+    EXPECT_EQ(made.state, decision_states::known);
     EXPECT_FALSE(made.caller.is_logged_in());
 }
 
 TEST_F(password_access_control_test, name_and_password_identify_a_user) {
     const decision made = with_basic("eve", "eve's password");
-    EXPECT_EQ(made.state, states::known);
+    EXPECT_EQ(made.state, decision_states::known);
     EXPECT_EQ(made.caller.user, "eve");
     EXPECT_EQ(made.caller.role, roles::operator_role);
     EXPECT_EQ(made.caller.session_id, "");
@@ -135,11 +135,11 @@ TEST_F(password_access_control_test, name_and_password_identify_a_user) {
 
 TEST_F(password_access_control_test,
        wrong_credentials_are_refused_and_logged_without_the_password) {
-    EXPECT_EQ(with_basic("eve", "wrong pass").state, states::refused);
-    EXPECT_EQ(with_basic("eve", "").state, states::refused);
-    EXPECT_EQ(with_basic("nobody", "wrong pass").state, states::refused);
-    EXPECT_EQ(with_basic("", "wrong pass").state, states::refused);
-    EXPECT_EQ(with_basic("a\\b", "wrong pass").state, states::refused);
+    EXPECT_EQ(with_basic("eve", "wrong pass").state, decision_states::refused);
+    EXPECT_EQ(with_basic("eve", "").state, decision_states::refused);
+    EXPECT_EQ(with_basic("nobody", "wrong pass").state, decision_states::refused);
+    EXPECT_EQ(with_basic("", "wrong pass").state, decision_states::refused);
+    EXPECT_EQ(with_basic("a\\b", "wrong pass").state, decision_states::refused);
     EXPECT_EQ(lines.count("login failed user=\"eve\""), 2U);
     EXPECT_EQ(lines.count("reason=\"no such account\""), 1U);
     EXPECT_EQ(lines.count("reason=\"not a user name\""), 2U);
@@ -152,7 +152,7 @@ TEST_F(password_access_control_test, malformed_fields_are_refused) {
          {std::string("Basic"), std::string("Bearer x"), std::string("Basic \xFF\x01"),
           std::string(100'000, 'A'), "Basic " + std::string(100'000, 'A'), "Basic " + base64("eve"),
           std::string("Basic YTpi, Basic YTpi")}) {
-        EXPECT_EQ(identify(request_with("Authorization", value)).state, states::refused);
+        EXPECT_EQ(identify(request_with("Authorization", value)).state, decision_states::refused);
     }
     EXPECT_EQ(lines.count("malformed Authorization"), 7U);
 }
@@ -160,7 +160,7 @@ TEST_F(password_access_control_test, malformed_fields_are_refused) {
 TEST_F(password_access_control_test, tokens_of_no_session_are_refused) {
     for (const std::string& token : {std::string(), std::string("x"), std::string("\0\xFF\n", 3),
                                      std::string(64, '0'), std::string(1 << 20, 'a')}) {
-        EXPECT_EQ(with_token(token).state, states::refused);
+        EXPECT_EQ(with_token(token).state, decision_states::refused);
     }
     EXPECT_EQ(lines.count("unknown session token from=192.0.2.7"), 5U);
 }
@@ -169,13 +169,13 @@ TEST_F(password_access_control_test, a_login_opens_a_session_for_its_token) {
     const login opened = log_in("eve", "eve's password");
     ASSERT_EQ(opened.problem, login_problem::none);
     const decision made = with_token(opened.token);
-    EXPECT_EQ(made.state, states::known);
+    EXPECT_EQ(made.state, decision_states::known);
     EXPECT_EQ(made.caller.user, "eve");
     EXPECT_EQ(made.caller.role, roles::operator_role);
     EXPECT_EQ(made.caller.session_id, opened.id);
     EXPECT_EQ(lines.count(opened.token), 0U);
     access->sessions().end(opened.id, "done");
-    EXPECT_EQ(with_token(opened.token).state, states::refused);
+    EXPECT_EQ(with_token(opened.token).state, decision_states::refused);
 }
 
 TEST_F(password_access_control_test, the_token_counts_when_there_is_a_password_too) {
@@ -184,7 +184,7 @@ TEST_F(password_access_control_test, the_token_counts_when_there_is_a_password_t
     request->headers["Authorization"] = "Basic " + base64("admin:admin password");
     EXPECT_EQ(identify(request).caller.user, "eve");
     request->headers["X-Auth-Token"] = "stolen";
-    EXPECT_EQ(identify(request).state, states::refused);
+    EXPECT_EQ(identify(request).state, decision_states::refused);
 }
 
 TEST_F(password_access_control_test, a_login_can_fail_in_each_way) {
@@ -199,28 +199,29 @@ TEST_F(password_access_control_test, a_login_can_fail_in_each_way) {
 TEST_F(password_access_control_test, failures_lock_an_account_for_the_right_password_too) {
     for (const char* const user : {"eve", "nobody"}) {
         for (int i = 0; i < 5; ++i) {
-            EXPECT_EQ(with_basic(user, "wrong " + std::to_string(i)).state, states::refused);
+            EXPECT_EQ(with_basic(user, "wrong " + std::to_string(i)).state,
+                      decision_states::refused);
         }
         EXPECT_TRUE(access->is_locked(user));
     }
-    EXPECT_EQ(with_basic("eve", "eve's password").state, states::refused);
+    EXPECT_EQ(with_basic("eve", "eve's password").state, decision_states::refused);
     EXPECT_EQ(log_in("eve", "eve's password").problem, login_problem::refused);
-    EXPECT_EQ(with_basic("admin", "admin password").state, states::known);
+    EXPECT_EQ(with_basic("admin", "admin password").state, decision_states::known);
     EXPECT_EQ(lines.count("too many failed logins, now locked"), 2U);
     EXPECT_EQ(lines.count("locked after failed logins"), 2U);
     steps.advance(seconds(300));
-    EXPECT_EQ(with_basic("eve", "eve's password").state, states::known);
+    EXPECT_EQ(with_basic("eve", "eve's password").state, decision_states::known);
 }
 
 TEST_F(password_access_control_test,
        a_locked_user_keeps_the_sessions_but_not_remembered_passwords) {
     const login opened = log_in("eve", "eve's password");
-    EXPECT_EQ(with_basic("eve", "eve's password").state, states::known);
+    EXPECT_EQ(with_basic("eve", "eve's password").state, decision_states::known);
     for (int i = 0; i < 5; ++i) {
         with_basic("eve", "wrong");
     }
-    EXPECT_EQ(with_token(opened.token).state, states::known);
-    EXPECT_EQ(with_basic("eve", "eve's password").state, states::refused);
+    EXPECT_EQ(with_token(opened.token).state, decision_states::known);
+    EXPECT_EQ(with_basic("eve", "eve's password").state, decision_states::refused);
 }
 
 TEST_F(password_access_control_test, a_login_forgets_earlier_failures) {
@@ -230,43 +231,43 @@ TEST_F(password_access_control_test, a_login_forgets_earlier_failures) {
         }
         // Otherwise the remembered credentials would answer.
         steps.advance(seconds(60));
-        EXPECT_EQ(with_basic("eve", "eve's password").state, states::known);
+        EXPECT_EQ(with_basic("eve", "eve's password").state, decision_states::known);
     }
 }
 
 TEST_F(password_access_control_test, a_password_that_was_right_is_remembered_for_a_minute) {
-    EXPECT_EQ(with_basic("eve", "eve's password").state, states::known);
+    EXPECT_EQ(with_basic("eve", "eve's password").state, decision_states::known);
     steps.advance(seconds(59));
-    EXPECT_EQ(with_basic("eve", "eve's password").state, states::known);
+    EXPECT_EQ(with_basic("eve", "eve's password").state, decision_states::known);
     EXPECT_EQ(lines.count("login user=\"eve\""), 1U);
     steps.advance(seconds(1));
-    EXPECT_EQ(with_basic("eve", "eve's password").state, states::known);
+    EXPECT_EQ(with_basic("eve", "eve's password").state, decision_states::known);
     EXPECT_EQ(lines.count("login user=\"eve\""), 2U);
 }
 
 TEST_F(password_access_control_test, a_remembered_password_ends_with_the_account) {
-    EXPECT_EQ(with_basic("eve", "eve's password").state, states::known);
+    EXPECT_EQ(with_basic("eve", "eve's password").state, decision_states::known);
     on_access_thread([&] { access->accounts().change("admin", "eve", {nullptr, {}, false}, {}); });
-    EXPECT_EQ(with_basic("eve", "eve's password").state, states::refused);
+    EXPECT_EQ(with_basic("eve", "eve's password").state, decision_states::refused);
     EXPECT_EQ(lines.count("reason=\"account disabled\""), 1U);
     on_access_thread([&] { access->accounts().remove("admin", "eve", {}); });
-    EXPECT_EQ(with_basic("eve", "eve's password").state, states::refused);
+    EXPECT_EQ(with_basic("eve", "eve's password").state, decision_states::refused);
 }
 
 TEST_F(password_access_control_test, a_password_that_another_process_changed_counts_at_once) {
     const login opened = log_in("eve", "eve's password");
-    EXPECT_EQ(with_basic("eve", "eve's password").state, states::known);
+    EXPECT_EQ(with_basic("eve", "eve's password").state, decision_states::known);
     put("eve", roles::operator_role, "another password");
-    EXPECT_EQ(with_token(opened.token).state, states::refused);
-    EXPECT_EQ(with_basic("eve", "eve's password").state, states::refused);
-    EXPECT_EQ(with_basic("eve", "another password").state, states::known);
+    EXPECT_EQ(with_token(opened.token).state, decision_states::refused);
+    EXPECT_EQ(with_basic("eve", "eve's password").state, decision_states::refused);
+    EXPECT_EQ(with_basic("eve", "another password").state, decision_states::known);
 }
 
 TEST_F(password_access_control_test, a_file_damaged_while_it_runs_changes_nothing) {
     const login opened = log_in("eve", "eve's password");
     test::write_file(path, "damaged");
-    EXPECT_EQ(with_token(opened.token).state, states::known);
-    EXPECT_EQ(with_basic("admin", "admin password").state, states::known);
+    EXPECT_EQ(with_token(opened.token).state, decision_states::known);
+    EXPECT_EQ(with_basic("admin", "admin password").state, decision_states::known);
     EXPECT_EQ(lines.count("the accounts stay as they were"), 1U);
     EXPECT_EQ(test::read_file(path), "damaged");
 }
@@ -298,10 +299,10 @@ TEST_F(password_access_control_test, a_full_queue_is_answered_as_unavailable) {
     access->identify(right, [&](decision made) { first.set_value(std::move(made)); });
     // Waits for the check of the first, which needs no room in the queue.
     access->identify(right, [&](decision made) { same.set_value(std::move(made)); });
-    EXPECT_EQ(with_basic("admin", "admin password").state, states::unavailable);
+    EXPECT_EQ(with_basic("admin", "admin password").state, decision_states::unavailable);
     EXPECT_EQ(log_in("admin", "admin password").problem, login_problem::unavailable);
     may_end.set_value();
-    EXPECT_EQ(first.get_future().get().state, states::known);
+    EXPECT_EQ(first.get_future().get().state, decision_states::known);
     EXPECT_EQ(same.get_future().get().caller.user, "eve");
     EXPECT_EQ(lines.count("login user=\"eve\""), 1U);
 }
@@ -319,7 +320,7 @@ TEST_F(password_access_control_test, who_waits_at_the_end_gets_an_answer) {
         access->identify(
             request_with("Authorization", "Basic " + base64("eve:" + std::to_string(i % 5))),
             [&](const decision& made) {
-                EXPECT_NE(made.state, states::known);
+                EXPECT_NE(made.state, decision_states::known);
                 ++answers;
             });
         access->log_in(
@@ -349,11 +350,11 @@ TEST_F(password_access_control_test, several_threads_can_use_it) {
             const auto token = request_with("X-Auth-Token", std::string(64, 'f'));
             for (int round = 0; round < rounds; ++round) {
                 access->identify(right, [&](const decision& made) {
-                    EXPECT_NE(made.state, states::unavailable);
+                    EXPECT_NE(made.state, decision_states::unavailable);
                     ++answers;
                 });
                 access->identify(token, [&](const decision& made) {
-                    EXPECT_EQ(made.state, states::refused);
+                    EXPECT_EQ(made.state, decision_states::refused);
                     ++answers;
                 });
                 access->log_in(user, secret_text(password), {}, {},
