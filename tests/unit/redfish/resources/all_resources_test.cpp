@@ -156,6 +156,22 @@ TEST_F(all_resources, are_valid_for_their_schemas) {
     EXPECT_EQ(problems, "");
 }
 
+TEST_F(all_resources, can_be_discovered_without_a_login) {
+    access.next.caller = {};
+    EXPECT_EQ(test::get(service, "/redfish").text, R"({"v1":"/redfish/v1/"})");
+    EXPECT_EQ(
+        test::get(service, "/redfish/v1/odata").body.find("value")->items[0].find("url")->text,
+        "/redfish/v1/");
+    const auto metadata = test::get(service, "/redfish/v1/$metadata");
+    EXPECT_EQ(metadata.status, 200U);
+    EXPECT_EQ(metadata.header("Content-Type"), "application/xml");
+    for (const auto& schema : dp_redfish::used_schemas()) {
+        EXPECT_NE(metadata.text.find("Namespace=\"" + std::string(schema.name) + '"'),
+                  std::string::npos)
+            << schema.name;
+    }
+}
+
 TEST_F(all_resources, have_schemas_that_exist) {
     const std::string folder = "redfish/json-schema/";
     if (const std::string reason = test::missing_data(folder + "Bios.json"); !reason.empty()) {
