@@ -172,7 +172,7 @@ result<std::shared_ptr<const tls_certificate>> tls_certificate::load(
 
 result<std::string> tls_certificate::make_self_signed(const std::vector<std::string>& names,
                                                       std::time_t now) {
-    const key_pointer key(EVP_EC_gen("P-256"));
+    const key_pointer key(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256"));
     const x509_pointer certificate(X509_new());
     const std::string what = "cannot make a certificate";
     if (!key || !certificate || names.empty()) {
