@@ -171,6 +171,7 @@ std::vector<external_accounts::external_account> pam_accounts::list() {
         }
     }
     std::vector<external_account> accounts;
+    accounts.reserve(found.size());
     for (const auto& [name, role] : found) {
         accounts.push_back({name, role});
     }

@@ -74,6 +74,7 @@ int converse(int count, const pam_message** messages, pam_response** responses, 
         return PAM_CONV_ERR;
     }
     const auto size = static_cast<std::size_t>(count);
+    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): freed by PAM
     auto* const answers = static_cast<pam_response*>(std::calloc(size, sizeof(pam_response)));
     if (answers == nullptr) {
         return PAM_BUF_ERR;

@@ -112,7 +112,7 @@ answer login_refused(const http_request& request) {
                             "many failed logins."}});
     // A browser would ask for name and password in a window of its own when a page logs in.
     if (request.header("Sec-Fetch-Mode").empty()) {
-        refused.headers["WWW-Authenticate"] = "Basic realm=\"Redfish\", charset=\"UTF-8\"";
+        refused.headers["WWW-Authenticate"] = R"(Basic realm="Redfish", charset="UTF-8")";
     }
     return refused;
 }
