@@ -337,7 +337,7 @@ dp_redfish::http_options server_options(const settings& chosen) {
     return options;
 }
 
-int serve(settings chosen) {
+int serve(const settings& chosen) {
     if (geteuid() == 0 && !chosen.allows_root) {
         return fail(
             "does not run as root, because it talks to the network; run it as a user who can read "
@@ -482,7 +482,7 @@ int run(int argc, char** argv) {
     if (!dp_platform::configure_log(log)) {
         return fail("cannot open the log");
     }
-    return serve(std::move(chosen));
+    return serve(chosen);
 }
 
 }  // namespace
