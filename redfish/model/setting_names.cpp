@@ -43,7 +43,7 @@ void name_settings(settings_catalog& catalog) {
         const dp_attribute& attribute = setting.attribute->get();
         std::string name = attribute.id;
         if (is_shared.contains(attribute.id)) {
-            name = std::string(attribute.cfg) + '_' + name;
+            name.insert(0, std::string(attribute.cfg) + '_');
         }
         if (!setting.instance.empty()) {
             name += '_' + setting.instance;

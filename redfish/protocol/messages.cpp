@@ -411,17 +411,15 @@ constexpr std::array base_messages = std::to_array<base_message>({
      "Warning", "Correct the request body and resubmit the request if it failed."},
 });
 
-const base_message* find_message(std::string_view id) {
-    const auto* const found = std::lower_bound(
-        base_messages.begin(), base_messages.end(), id,
-        [](const base_message& m, std::string_view wanted) { return m.id < wanted; });
-    return found != base_messages.end() && found->id == id ? found : nullptr;
-}
-
 // The message with that id, or GeneralError.
 const base_message& message_named(std::string_view id) {
-    const base_message* const found = find_message(id);
-    return found == nullptr ? *find_message("GeneralError") : *found;
+    const auto find = [](std::string_view wanted) {
+        return std::lower_bound(
+            base_messages.begin(), base_messages.end(), wanted,
+            [](const base_message& m, std::string_view named) { return m.id < named; });
+    };
+    const auto found = find(id);
+    return found != base_messages.end() && found->id == id ? *found : *find("GeneralError");
 }
 
 // The text with its placeholders replaced; one without an argument is replaced by nothing.

@@ -1,5 +1,6 @@
 #include "redfish/protocol/query_options.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <set>
@@ -156,12 +157,9 @@ std::variant<query_options, answer> read_query(const query_parameters& query) {
 }
 
 bool has_query_options(const query_parameters& query) {
-    for (const auto& [name, value] : query) {
-        if (name.starts_with('$') || name == "only") {
-            return true;
-        }
-    }
-    return false;
+    return std::any_of(query.begin(), query.end(), [](const auto& parameter) {
+        return parameter.first.starts_with('$') || parameter.first == "only";
+    });
 }
 
 }  // namespace dp_redfish

@@ -22,7 +22,6 @@ namespace dp_redfish {
 namespace {
 
 using dp_service::settings_client;
-using dp_support::json_value;
 
 constexpr unsigned changes_refused = 400;
 constexpr unsigned condition_failed = 412;
