@@ -439,8 +439,8 @@ int run(int argc, char** argv) {
         "--role", chosen.added_role, "The role of that account",
         {.value_name = "ROLE", .choices = {"Administrator", "Operator", "ReadOnly"}});
     program.add_option("--pam-helper", chosen.pam_helper,
-                       "Let users of the operating system log in: dp_redfish_auth, or a socket "
-                       "behind which it is started",
+                       "Let users of the operating system log in: dp_redfish_auth, or the socket "
+                       "of another process that starts it",
                        {.value_name = "FILE"});
     program.add_option("--pam-service", chosen.pam_service,
                        "The service whose rules PAM applies; for a helper that is not a socket",

@@ -23,7 +23,7 @@ class credential_cache {
     credential_cache(const access_environment& environment, const digest& key)
         : now_(environment.steady_now), key_(key) {}
 
-    /// What stands for a user name and a password here.
+    /// What is kept of a user name and a password.
     [[nodiscard]] digest digest_of(std::string_view user, std::string_view password) const;
 
     /// Whether these were right less than `lifetime` ago.

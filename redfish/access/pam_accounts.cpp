@@ -52,7 +52,7 @@ bool get_entry(Get get, const std::string& name, Entry& entry, std::vector<char>
     return false;
 }
 
-// A helper that was started, or the process behind a socket. Ends a started one.
+// A helper that was started, or the process at the other end of a socket. Ends a started one.
 class auth_helper {
   public:
     auth_helper() = default;

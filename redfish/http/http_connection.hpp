@@ -27,7 +27,7 @@ class http_connection : public std::enable_shared_from_this<http_connection> {
   public:
     using clock = std::chrono::steady_clock;
 
-    /// How easily the server may close it to make room for another.
+    /// How easily the server may close it in favour of another.
     enum class uses : std::uint8_t {
         idle,       ///< waits for the next request
         beginning,  ///< has not sent a whole request

@@ -112,7 +112,7 @@ std::variant<std::string, message> batch_value(const server_setting& setting,
         return message{"PropertyValueFormatError",
                        {written(setting, value), setting.name},
                        attribute_pointer(setting.name),
-                       "A value contains neither a line end nor a null character."};
+                       "A value contains neither a newline nor a null character."};
     }
     if (value.text.size() > longest_value) {
         return message{"StringValueTooLong",

@@ -49,9 +49,8 @@ void show_changes(const std::vector<dp_service::change_record>& changes, report&
     for (const auto& change : changes) {
         const auto by = change.requested_by();
         rows.add({change.time, by.transaction, by.client.empty() ? "-" : by.client,
-                  by.id.empty() ? "-" : by.id, change.target,
-                  value_text(reading_of(change.before)), value_text(reading_of(change.value)),
-                  change.cause.empty() ? "-" : change.cause});
+                  by.id.empty() ? "-" : by.id, change.target, value_text(reading_of(change.before)),
+                  value_text(reading_of(change.value)), change.cause.empty() ? "-" : change.cause});
         list.push_back(json_value::object({{"time", change.time},
                                            {"transaction", by.transaction},
                                            {"id", by.id},
@@ -115,7 +114,8 @@ void add_history(command_line& program, invocation& request) {
          .details =
              "The settings service records every change that it makes: the time, the\n"
              "transaction, the client that requested it, an identifier that no other transaction\n"
-             "has, the setting, its value before and its new value; \"-\" means that there was none, or that the instance was deleted. A\n"
+             "has, the setting, its value before and its new value; \"-\" means that there was "
+             "none, or that the instance was deleted. A\n"
              "value that changed because others did has the cause. NAME is a collection, an "
              "attribute with or without its collection, or\n"
              "one instance. It need not exist any longer.\n"

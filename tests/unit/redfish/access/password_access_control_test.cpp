@@ -297,7 +297,7 @@ TEST_F(password_access_control_test, a_full_queue_is_answered_as_unavailable) {
     std::promise<decision> same;
     const auto right = request_with("Authorization", "Basic " + base64("eve:eve's password"));
     access->identify(right, [&](decision made) { first.set_value(std::move(made)); });
-    // Waits for the check of the first, which needs no room in the queue.
+    // Waits for the check of the first, which needs no place in the queue.
     access->identify(right, [&](decision made) { same.set_value(std::move(made)); });
     EXPECT_EQ(with_basic("admin", "admin password").state, decision_states::unavailable);
     EXPECT_EQ(log_in("admin", "admin password").problem, login_problem::unavailable);

@@ -108,7 +108,7 @@ TEST_F(session_store_test, the_number_of_sessions_is_limited_for_each_user_and_a
     EXPECT_EQ(open("b").problem, open_problem::none);
     EXPECT_EQ(open("c").problem, open_problem::too_many);
     EXPECT_EQ(sessions.list().size(), 6U);
-    // Those that timed out make room.
+    // Those that timed out do not count.
     steps.advance(seconds(1800));
     EXPECT_EQ(open("a").problem, open_problem::none);
     EXPECT_EQ(sessions.list().size(), 1U);
