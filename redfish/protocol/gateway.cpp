@@ -549,7 +549,9 @@ class exchange : public std::enable_shared_from_this<exchange> {
 }  // namespace
 
 void gateway::handle(std::shared_ptr<const http_request> request, send_response respond) {
-    std::make_shared<exchange>(routes_, std::move(request), std::move(respond))->start(access_);
+    const auto started =
+        std::make_shared<exchange>(routes_, std::move(request), std::move(respond));
+    started->start(access_);
 }
 
 }  // namespace dp_redfish
