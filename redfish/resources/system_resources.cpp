@@ -48,6 +48,9 @@ json_value system_json(const server_snapshot& server) {
     managers.push_back(reference(resource_paths::manager));
     body.set("Links", json_value::object(
                           {{"ManagedBy", std::move(managers)}, {"ManagedBy@odata.count", 1}}));
+    // There is nothing to override; some clients take a server without the member for a faulty one.
+    body.set("Boot", json_value::object({{"BootSourceOverrideEnabled", "Disabled"},
+                                         {"BootSourceOverrideTarget", "None"}}));
     body.set("Actions", json_value::object(
                             {{"#ComputerSystem.Reset",
                               json_value::object({{"target", std::string(resource_paths::system) +

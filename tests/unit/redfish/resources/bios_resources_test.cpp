@@ -287,6 +287,13 @@ TEST_F(bios_resources, refuses_actions_that_it_does_not_have) {
     EXPECT_EQ(post("/redfish/v1/Systems/system/Bios/Actions/Bios.ResetBios").status, 503U);
 }
 
+TEST_F(bios_resources, overrides_no_boot_device) {
+    const auto system = get(dp_redfish::resource_paths::system);
+    const json_value* const boot = system.body.find("Boot");
+    ASSERT_NE(boot, nullptr);
+    EXPECT_EQ(boot->find("BootSourceOverrideEnabled")->text, "Disabled");
+}
+
 TEST_F(bios_resources, makes_pending_values_current_by_a_reset_of_the_system) {
     start_service();
     ASSERT_EQ(patch(R"({"Attributes": {"Delay": 60}})").status, 200U);
