@@ -40,7 +40,7 @@ first=$!
 wait "$first" || fail "the first demo"
 for log in first second; do
   for wanted in 'dp_settingsd: ready' 'is not one of' 'pending until the server restarts' \
-    'TIME *TRANSACTION *CLIENT *SETTING *FROM *TO' 'plugin .*  settings_changed ' 'plugin .*  server_restarted ' \
+    'TIME *TRANSACTION *CLIENT *ID *SETTING *FROM *TO' 'plugin .*  settings_changed ' 'plugin .*  server_restarted ' \
     'plugin .*  bios_updated ' 'service  server_restarted ' 'service  bios_updated ' \
     'dpctl: refused: pipe is not supported' '12 *Fan *Fan failure' \
     '6  another BIOS build is installed' 'stopped; the scratch folder is removed'; do
