@@ -195,8 +195,10 @@ sigset_t block_signals() {
 class certificate_source {
   public:
     explicit certificate_source(const settings& chosen)
-        : certificate_(chosen.certificate), key_(chosen.key), names_(host_names(chosen)) {
-        is_own_ = certificate_.empty();
+        : certificate_(chosen.certificate),
+          key_(chosen.key),
+          names_(host_names(chosen)),
+          is_own_(certificate_.empty()) {
         if (is_own_) {
             certificate_ = chosen.state_folder + "/certificate.pem";
         }
@@ -223,7 +225,7 @@ class certificate_source {
     std::string certificate_;
     std::string key_;
     std::vector<std::string> names_;
-    bool is_own_ = false;
+    bool is_own_;
 };
 
 void reload_certificate(const certificate_source& source, dp_redfish::http_server& server) {

@@ -9,7 +9,7 @@ namespace dp_redfish {
 digest credential_cache::digest_of(std::string_view user, std::string_view password) const {
     // User names do not contain zero bytes, so the text is unambiguous.
     secret_text both(user.size() + 1 + password.size());
-    const auto after_user = std::copy(user.begin(), user.end(), both.data());
+    auto* const after_user = std::copy(user.begin(), user.end(), both.data());
     std::copy(password.begin(), password.end(), after_user + 1);
     return keyed_digest(key_, both.view());
 }

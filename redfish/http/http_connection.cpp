@@ -134,10 +134,10 @@ class http_connection::stream_end : public body_stream {
     stream_end& operator=(const stream_end&) = delete;
 
     bool write(std::string piece) override {
-        return is_open_ && entrance_->post([owner = owner_, piece = std::move(piece)](
-                                               server_context& /*server*/) mutable {
+        return is_open_ && entrance_->post([owner = owner_,
+                                            piece = std::move(piece)](server_context& /*server*/) {
             if (const auto connection = owner.lock()) {
-                connection->stream_piece(std::move(piece));
+                connection->stream_piece(piece);
             }
         });
     }
@@ -547,7 +547,7 @@ void http_connection::watch_stream() {
         });
 }
 
-void http_connection::stream_piece(std::string piece) {
+void http_connection::stream_piece(const std::string& piece) {
     if (state_ != states::streaming || stream_is_ending_ || piece.empty()) {
         return;
     }

@@ -93,7 +93,7 @@ class http_connection : public std::enable_shared_from_this<http_connection> {
     void sent();
     void send_stream();
     void watch_stream();
-    void stream_piece(std::string piece);
+    void stream_piece(const std::string& piece);
     void end_stream();
     void flush_stream();
     void end();

@@ -70,7 +70,7 @@ class http_server::running_server {
                            options().address};
         }
         if (options().certificate != nullptr) {
-            if (const auto used = use_certificate(*options().certificate); !used) {
+            if (auto used = use_certificate(*options().certificate); !used) {
                 return used;
             }
         }

@@ -179,7 +179,7 @@ class request_reader::parser_state {
         return true;
     }
 
-    refusal refusal_of(const boost::beast::error_code& error) const {
+    [[nodiscard]] refusal refusal_of(const boost::beast::error_code& error) const {
         if (error == http::error::header_limit) {
             return {431, "The header of the request is too large."};
         }

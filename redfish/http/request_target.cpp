@@ -70,7 +70,7 @@ std::string_view take_until(std::string_view& text, char end) {
 }
 
 result<std::string> decoded_path(std::string_view text) {
-    const auto path = percent_decoded(text, false, "/\\");
+    auto path = percent_decoded(text, false, "/\\");
     if (!path) {
         return path;
     }

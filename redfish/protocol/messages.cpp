@@ -418,7 +418,7 @@ const base_message& message_named(std::string_view id) {
             base_messages.begin(), base_messages.end(), wanted,
             [](const base_message& m, std::string_view named) { return m.id < named; });
     };
-    const auto found = find(id);
+    const auto* const found = find(id);
     return found != base_messages.end() && found->id == id ? *found : *find("GeneralError");
 }
 
