@@ -94,6 +94,7 @@ TEST_F(server_model_test, lets_readers_pass_a_change_that_waits) {
     shown_server::set_pending({{"Boot.Mode", "Legacy"}});
     EXPECT_EQ(value(model.read_now(), "Mode"), "Legacy");
     release.set_value();
+    model.stop();  // the thread uses the promises
 }
 
 TEST_F(server_model_test, refuses_changes_when_too_many_wait) {
