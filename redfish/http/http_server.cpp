@@ -158,7 +158,7 @@ class http_server::running_server {
     // Without descriptors the connection remains in the queue; another that ends gives one back.
     void on_accept_failure(const error_code& error) {
         context_.log("cannot accept a connection: " + error.message());
-        make_room();
+        close_least_needed();
         accept_pause_.expires_after(pause_after_failure);
         accept_pause_.async_wait([this](const error_code& cancelled) {
             if (!cancelled && !context_.is_stopping) {
@@ -171,7 +171,7 @@ class http_server::running_server {
         error_code ignored;
         socket.set_option(asio::ip::tcp::no_delay(true), ignored);
         bool is_refused = false;
-        if (count_served() >= options().limits.connections && !make_room()) {
+        if (count_served() >= options().limits.connections && !close_least_needed()) {
             is_refused = context_.connections.size() < options().limits.connections + most_refused;
             if (!is_refused) {
                 return;
@@ -196,7 +196,7 @@ class http_server::running_server {
     }
 
     // Closes the connection that is needed least. False: all are needed.
-    bool make_room() {
+    bool close_least_needed() {
         const auto is_older = [](const http_connection* a, const http_connection* b) {
             return b == nullptr || a->since() < b->since();
         };

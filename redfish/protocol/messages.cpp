@@ -13,7 +13,7 @@ using dp_support::json_value;
 constexpr std::string_view base_version = "1.22.1";
 constexpr std::string_view base_prefix = "Base.1.22.";
 
-// A message as the Base registry defines it. Its placeholders are %1, %2, ...
+// A message as DMTF's Base registry defines it, word for word. Its placeholders are %1, %2, ...
 struct base_message {
     std::string_view id;
     std::string_view description;

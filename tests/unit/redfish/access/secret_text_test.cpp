@@ -17,7 +17,7 @@ TEST(secret_text, has_its_bytes_also_zero_ones) {
     EXPECT_EQ(text.c_str()[9], '\0');
 }
 
-TEST(secret_text, a_moved_one_leaves_nothing_behind) {
+TEST(secret_text, is_empty_after_it_was_moved) {
     secret_text from(std::string_view("short"));
     const secret_text to(std::move(from));
     EXPECT_EQ(to.view(), "short");
