@@ -69,8 +69,8 @@ void password_access_control::identify(std::shared_ptr<const http_request> reque
             return;
         }
         // Another process changed the accounts, which may end the session.
-        const bool is_added = post([this, request, done](access_thread::run_modes mode) {
-            if (mode == access_thread::run_modes::cancel) {
+        const bool is_added = post([this, request, done](worker_thread::modes mode) {
+            if (mode == worker_thread::modes::cancel) {
                 done({states::unavailable, {}});
                 return;
             }
@@ -142,9 +142,9 @@ void password_access_control::decide_by_password(const http_request& request,
     };
     const auto attempt = std::make_shared<const login_attempt>(login_attempt{
         std::move(read->user), std::move(read->password), request.peer, "Basic", credentials});
-    const bool is_added = post([this, attempt, answer_all](access_thread::run_modes mode) {
+    const bool is_added = post([this, attempt, answer_all](worker_thread::modes mode) {
         decision made{states::unavailable, {}};
-        if (mode == access_thread::run_modes::run) {
+        if (mode == worker_thread::modes::run) {
             made.state = check(*attempt);
             if (made.state == states::known) {
                 made.caller = identity_of(attempt->user);
@@ -246,9 +246,9 @@ void password_access_control::log_in(
     const digest credentials = known_credentials_.digest_of(user, password.view());
     const auto attempt = std::make_shared<const login_attempt>(
         login_attempt{user, std::move(password), peer, "session", credentials});
-    const bool is_added = post([this, attempt, context, done](access_thread::run_modes mode) {
+    const bool is_added = post([this, attempt, context, done](worker_thread::modes mode) {
         const states state =
-            mode == access_thread::run_modes::run ? check(*attempt) : states::unavailable;
+            mode == worker_thread::modes::run ? check(*attempt) : states::unavailable;
         if (state != states::known) {
             done(state == states::refused ? login_problem::refused : login_problem::unavailable, {},
                  {});

@@ -14,7 +14,6 @@
 
 #include "redfish/access/access_control.hpp"
 #include "redfish/access/access_environment.hpp"
-#include "redfish/access/access_thread.hpp"
 #include "redfish/access/account_store.hpp"
 #include "redfish/access/audit_log.hpp"
 #include "redfish/access/credential_cache.hpp"
@@ -23,6 +22,7 @@
 #include "redfish/access/lockout.hpp"
 #include "redfish/access/secret_text.hpp"
 #include "redfish/access/session_store.hpp"
+#include "redfish/threads/worker_thread.hpp"
 #include "support/result.hpp"
 
 namespace dp_redfish {
@@ -77,7 +77,7 @@ class password_access_control final : public access_control {
     void stop() { thread_.stop(); }
 
     /// Does `piece` on the thread that changes accounts. False when too much waits there.
-    bool post(access_thread::work piece) { return thread_.add(std::move(piece)); }
+    bool post(worker_thread::job piece) { return thread_.post(std::move(piece)); }
 
     /// Its functions that change or refresh accounts are for `post`.
     account_store& accounts() { return accounts_; }
@@ -129,7 +129,7 @@ class password_access_control final : public access_control {
     // Who waits for the same credentials to be checked.
     std::mutex waiting_mutex_;
     std::map<digest, std::vector<std::function<void(decision)>>> waiting_;
-    access_thread thread_;  // last: it uses the others
+    worker_thread thread_;  // last: it uses the others
 };
 
 }  // namespace dp_redfish

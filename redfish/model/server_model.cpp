@@ -43,7 +43,10 @@ void server_model::read(snapshot_taker take) {
     }
     // Shared: a job that is not taken must still answer.
     const auto taker = std::make_shared<snapshot_taker>(std::move(take));
-    const bool is_posted = library_.post([this, taker] {
+    const bool is_posted = library_.post([this, taker](worker_thread::modes mode) {
+        if (mode == worker_thread::modes::cancel) {
+            return;
+        }
         snapshot_pointer snapshot = fresh_snapshot();
         if (snapshot == nullptr) {
             if (auto read = reader_.read(latest_)) {
@@ -67,13 +70,17 @@ snapshot_pointer server_model::read_now() {
 }
 
 bool server_model::change(change_job job) {
-    return changes_.post([job = std::move(job), cancel = is_ending_.get()] {
-        constexpr std::chrono::seconds longest_wait{30};
-        dp_service::settings_client client;
-        client.start_timeout = longest_wait;
-        client.cancel_descriptor = cancel;
-        job(client);
-    });
+    return changes_.post(
+        [job = std::move(job), cancel = is_ending_.get()](worker_thread::modes mode) {
+            if (mode == worker_thread::modes::cancel) {
+                return;
+            }
+            constexpr std::chrono::seconds longest_wait{30};
+            dp_service::settings_client client;
+            client.start_timeout = longest_wait;
+            client.cancel_descriptor = cancel;
+            job(client);
+        });
 }
 
 bool server_model::has_settings_service() {

@@ -6,7 +6,7 @@
 
 #include "redfish/model/server_reader.hpp"
 #include "redfish/model/server_snapshot.hpp"
-#include "redfish/model/worker_thread.hpp"
+#include "redfish/threads/worker_thread.hpp"
 #include "service_api/settings_client.hpp"
 #include "support/file_descriptor.hpp"
 

@@ -54,10 +54,9 @@ answer change_refused_answer(account_problem problem, const std::string& name) {
 
 void answer_from_access_thread(password_access_control& access,
                                const std::shared_ptr<call>& request, std::function<answer()> work) {
-    const bool is_added =
-        access.post([request, work = std::move(work)](access_thread::run_modes mode) {
-            request->respond(mode == access_thread::run_modes::run ? work() : try_again_answer());
-        });
+    const bool is_added = access.post([request, work = std::move(work)](worker_thread::modes mode) {
+        request->respond(mode == worker_thread::modes::run ? work() : try_again_answer());
+    });
     if (!is_added) {
         request->respond(try_again_answer());
     }

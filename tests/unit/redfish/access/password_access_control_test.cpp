@@ -16,10 +16,10 @@
 
 namespace {
 
-using dp_redfish::access_thread;
 using dp_redfish::password_access_control;
 using dp_redfish::roles;
 using dp_redfish::secret_text;
+using dp_redfish::worker_thread;
 using decision = dp_redfish::access_control::decision;
 using decision_states = decision::states;
 using login_problem = password_access_control::login_problem;
@@ -105,7 +105,7 @@ class password_access_control_test : public testing::Test {
     template <class Work>
     void on_access_thread(Work work) {
         std::promise<void> done;
-        ASSERT_TRUE(access->post([&](access_thread::run_modes) {
+        ASSERT_TRUE(access->post([&](worker_thread::modes) {
             work();
             done.set_value();
         }));
@@ -288,7 +288,7 @@ TEST_F(password_access_control_test, a_full_queue_is_answered_as_unavailable) {
     start(1);
     std::promise<void> started;
     std::promise<void> may_end;
-    ASSERT_TRUE(access->post([&](access_thread::run_modes) {
+    ASSERT_TRUE(access->post([&](worker_thread::modes) {
         started.set_value();
         may_end.get_future().wait();
     }));
@@ -310,7 +310,7 @@ TEST_F(password_access_control_test, a_full_queue_is_answered_as_unavailable) {
 TEST_F(password_access_control_test, who_waits_at_the_end_gets_an_answer) {
     std::promise<void> started;
     std::promise<void> may_end;
-    access->post([&](access_thread::run_modes) {
+    access->post([&](worker_thread::modes) {
         started.set_value();
         may_end.get_future().wait();
     });
@@ -363,8 +363,8 @@ TEST_F(password_access_control_test, several_threads_can_use_it) {
                                    access->sessions().end(opened.id, "done");
                                    ++answers;
                                });
-                access->post([&](access_thread::run_modes mode) {
-                    if (mode == access_thread::run_modes::run) {
+                access->post([&](worker_thread::modes mode) {
+                    if (mode == worker_thread::modes::run) {
                         access->accounts().change(
                             "admin", "eve",
                             {nullptr, round % 2 == 0 ? roles::read_only : roles::operator_role},

@@ -1,26 +1,34 @@
-#include "redfish/model/worker_thread.hpp"
+#include "redfish/threads/worker_thread.hpp"
 
 #include <utility>
 
 namespace dp_redfish {
+namespace {
+
+void do_job(const worker_thread::job& job, worker_thread::modes mode) {
+    try {
+        job(mode);
+    } catch (...) {  // NOLINT(bugprone-empty-catch): whoever waits for the job sees it dropped
+    }
+}
+
+}  // namespace
 
 worker_thread::worker_thread(std::size_t most_waiting)
     : most_waiting_(most_waiting), thread_([this] { run(); }) {}
 
-worker_thread::~worker_thread() {
-    stop();
-}
-
 void worker_thread::stop() {
-    std::deque<job> dropped;  // destroyed without the lock: a job may do anything when it is
     {
         const std::lock_guard lock(mutex_);
         is_ending_ = true;
-        dropped.swap(jobs_);
     }
-    has_work_.notify_one();
+    has_work_.notify_all();
     if (thread_.joinable()) {
         thread_.join();
+    }
+    // Nothing is added any more.
+    for (const job& waiting : std::exchange(jobs_, {})) {
+        do_job(waiting, modes::cancel);
     }
 }
 
@@ -48,10 +56,7 @@ void worker_thread::run() {
             next = std::move(jobs_.front());
             jobs_.pop_front();
         }
-        try {
-            next();
-        } catch (...) {  // NOLINT(bugprone-empty-catch): whoever waits for the job sees it dropped
-        }
+        do_job(next, modes::run);
     }
 }
 

@@ -1,5 +1,5 @@
-#ifndef DP_REDFISH_MODEL_WORKER_THREAD_HPP
-#define DP_REDFISH_MODEL_WORKER_THREAD_HPP
+#ifndef DP_REDFISH_THREADS_WORKER_THREAD_HPP
+#define DP_REDFISH_THREADS_WORKER_THREAD_HPP
 
 #include <condition_variable>
 #include <cstddef>
@@ -13,19 +13,25 @@ namespace dp_redfish {
 /// A thread that does jobs in their order. What a job throws is dropped with the job.
 class worker_thread {
   public:
-    using job = std::function<void()>;
+    enum class modes : bool {
+        run,
+        cancel,  ///< the thread has ended: answer without doing the job
+    };
+    using job = std::function<void(modes)>;
 
     /// Starts the thread. At most `most_waiting` jobs wait, in addition to the one that runs.
+    /// Throws std::system_error when there can be no thread.
     explicit worker_thread(std::size_t most_waiting);
     /// `stop`.
-    ~worker_thread();
+    ~worker_thread() { stop(); }
     worker_thread(const worker_thread&) = delete;
     worker_thread& operator=(const worker_thread&) = delete;
 
-    /// Adds a job, from any thread. False when too many wait: then it is dropped.
+    /// Adds a job, from any thread. False when too many wait or the thread ends: then it is dropped
+    /// and not called.
     bool post(job added);
 
-    /// Finishes the job that runs, drops the others, and takes no more. Not for jobs.
+    /// Waits for the job that runs, cancels the others, and takes no more. Not for jobs.
     void stop();
 
   private:
