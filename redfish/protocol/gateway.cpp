@@ -14,11 +14,13 @@
 #include "redfish/access/identity.hpp"
 #include "redfish/protocol/call.hpp"
 #include "redfish/protocol/etag.hpp"
+#include "redfish/protocol/http_status.hpp"
 #include "redfish/protocol/messages.hpp"
 #include "redfish/protocol/query_options.hpp"
 #include "redfish/protocol/reference_expansion.hpp"
 #include "redfish/protocol/request_body.hpp"
 #include "redfish/protocol/selection.hpp"
+#include "redfish/protocol/standard_answers.hpp"
 #include "support/json.hpp"
 
 namespace dp_redfish {
@@ -28,25 +30,10 @@ using dp_support::json_kind;
 using dp_support::json_layout;
 using dp_support::json_value;
 
-namespace status {
-constexpr unsigned ok = 200;
-constexpr unsigned not_modified = 304;
-constexpr unsigned bad_request = 400;
-constexpr unsigned unauthorized = 401;
-constexpr unsigned forbidden = 403;
-constexpr unsigned not_found = 404;
-constexpr unsigned method_not_allowed = 405;
-constexpr unsigned not_acceptable = 406;
-constexpr unsigned precondition_failed = 412;
-constexpr unsigned internal_error = 500;
-constexpr unsigned not_implemented = 501;
-constexpr unsigned unavailable = 503;
-}  // namespace status
-
 constexpr const char* json_type = "application/json";
 
 answer internal_error() {
-    return error_answer(status::internal_error, {{"InternalError"}});
+    return error_answer(http_status::internal_error, {{"InternalError"}});
 }
 
 bool is_known_method(std::string_view method) {
@@ -229,7 +216,7 @@ class exchange : public std::enable_shared_from_this<exchange> {
         if (version.empty() || version == "4.0") {
             return true;
         }
-        send(error_answer(status::precondition_failed,
+        send(error_answer(http_status::precondition_failed,
                           {{"HeaderInvalid", {"OData-Version"}, {}, "The version is 4.0."}}));
         return false;
     }
@@ -253,15 +240,11 @@ class exchange : public std::enable_shared_from_this<exchange> {
         using states = access_control::decision::states;
         const bool is_needed = match_.found == nullptr || match_.found->needed != privileges::none;
         if (who.state == states::unavailable) {
-            constexpr const char* pause = "5";
-            answer result =
-                error_answer(status::unavailable, {{"ServiceTemporarilyUnavailable", {pause}}});
-            result.headers["Retry-After"] = pause;
-            return send(std::move(result));
+            return send(unavailable_answer({}));
         }
         if (is_needed && (who.state == states::refused || !who.caller.is_logged_in())) {
             answer result = error_answer(
-                status::unauthorized,
+                http_status::unauthorized,
                 {{who.state == states::refused ? "AccessUnauthorized" : "NoValidSession"}});
             // A client that has sessions is not to ask its user for a password, nor is a browser
             // whose page sent the request.
@@ -278,7 +261,7 @@ class exchange : public std::enable_shared_from_this<exchange> {
             return;
         }
         if (!may(*match_.found)) {
-            return send(error_answer(status::forbidden, {{"InsufficientPrivilege"}}));
+            return send(error_answer(http_status::forbidden, {{"InsufficientPrivilege"}}));
         }
         run();
     }
@@ -294,11 +277,13 @@ class exchange : public std::enable_shared_from_this<exchange> {
             return true;
         }
         if (!is_known_method(request_->method)) {
-            send(error_answer(status::not_implemented, {{"OperationNotAllowed"}}));
+            send(error_answer(http_status::not_implemented, {{"OperationNotAllowed"}}));
         } else if (match_.allowed.empty()) {
-            send(error_answer(status::not_found, {{"ResourceMissingAtURI", {request_->path}}}));
+            send(
+                error_answer(http_status::not_found, {{"ResourceMissingAtURI", {request_->path}}}));
         } else {
-            answer result = error_answer(status::method_not_allowed, {{"OperationNotAllowed"}});
+            answer result =
+                error_answer(http_status::method_not_allowed, {{"OperationNotAllowed"}});
             result.headers["Allow"] = joined(match_.allowed);
             send(std::move(result));
         }
@@ -310,7 +295,7 @@ class exchange : public std::enable_shared_from_this<exchange> {
             return run_get();
         }
         if (has_query_options(request_->query)) {
-            return send(error_answer(status::bad_request, {{"QueryNotSupportedOnOperation"}}));
+            return send(error_answer(http_status::bad_request, {{"QueryNotSupportedOnOperation"}}));
         }
         if (request_->method != "DELETE") {
             auto body = read_request_body(*request_);
@@ -337,9 +322,9 @@ class exchange : public std::enable_shared_from_this<exchange> {
     void check_conditions() {
         fetch(request_->path, [self = shared_from_this()](answer result) {
             guarded(self->reply_, [&] {
-                if (result.status == status::ok && !self->meets_conditions(etag_of(result))) {
+                if (result.status == http_status::ok && !self->meets_conditions(etag_of(result))) {
                     return self->send(
-                        error_answer(status::precondition_failed, {{"PreconditionFailed"}}));
+                        error_answer(http_status::precondition_failed, {{"PreconditionFailed"}}));
                 }
                 self->run_change();
             });
@@ -378,7 +363,7 @@ class exchange : public std::enable_shared_from_this<exchange> {
         inner->is_secure = request_->is_secure;
         auto found = routes_.find("GET", path);
         if (found.found == nullptr || !may(*found.found)) {
-            return done(error_answer(status::not_found, {{"ResourceMissingAtURI", {path}}}));
+            return done(error_answer(http_status::not_found, {{"ResourceMissingAtURI", {path}}}));
         }
         run_operation(*found.found, inner, caller_, std::move(found.parameters), json_value(),
                       std::move(done));
@@ -397,12 +382,12 @@ class exchange : public std::enable_shared_from_this<exchange> {
     }
 
     void take_resource(answer result) {
-        if (result.status != status::ok || !is_json(result)) {
+        if (result.status != http_status::ok || !is_json(result)) {
             return finish(std::move(result));
         }
         if (!accepts_json(request_->header("Accept"))) {
             return send(error_answer(
-                status::not_acceptable,
+                http_status::not_acceptable,
                 {{"HeaderInvalid", {"Accept"}, {}, "The resource is available as JSON."}}));
         }
         const json_value* const members = result.body.find("Members");
@@ -425,7 +410,7 @@ class exchange : public std::enable_shared_from_this<exchange> {
         const json_value* const members = resource_->find("Members");
         const bool is_collection = members != nullptr && members->kind == json_kind::array;
         if ((query_.only || query_.top || query_.skip) && !is_collection) {
-            return send(error_answer(status::bad_request, {{"QueryNotSupportedOnResource"}}));
+            return send(error_answer(http_status::bad_request, {{"QueryNotSupportedOnResource"}}));
         }
         if (query_.only && members->items.size() == 1) {
             const json_value* const id = members->items.front().find("@odata.id");
@@ -445,7 +430,7 @@ class exchange : public std::enable_shared_from_this<exchange> {
                                         std::function<void(json_value)> done) {
                 self->fetch(path, [done = std::move(done)](answer fetched) {
                     json_value body;
-                    if (fetched.status == status::ok && is_json(fetched)) {
+                    if (fetched.status == http_status::ok && is_json(fetched)) {
                         body = fetched.text == nullptr ? std::move(fetched.body)
                                                        : dp_support::parse_json(*fetched.text).root;
                     }
@@ -458,7 +443,7 @@ class exchange : public std::enable_shared_from_this<exchange> {
     void fetch_only_member(const std::string& path) {
         fetch(path, [self = shared_from_this()](answer fetched) {
             guarded(self->reply_, [&] {
-                if (fetched.status == status::ok && !self->query_.selected.empty()) {
+                if (fetched.status == http_status::ok && !self->query_.selected.empty()) {
                     if (fetched.text != nullptr) {
                         fetched.body = dp_support::parse_json(*fetched.text).root;
                         fetched.text.reset();
@@ -518,7 +503,7 @@ class exchange : public std::enable_shared_from_this<exchange> {
 
     // Answers a GET.
     void finish(answer result) {
-        if (result.status == status::ok) {
+        if (result.status == http_status::ok) {
             result.headers.try_emplace("Allow", joined(match_.allowed));
             if (result.text != nullptr || result.body.kind != json_kind::null) {
                 if (auto link = link_to_schema_of(result.body); !link.empty()) {
@@ -526,7 +511,7 @@ class exchange : public std::enable_shared_from_this<exchange> {
                 }
                 const std::string_view known = request_->header("If-None-Match");
                 if (lists_etag(known, etag_of(result)) && !known.empty()) {
-                    result.status = status::not_modified;
+                    result.status = http_status::not_modified;
                     result.text.reset();
                     result.body = {};
                 }

@@ -6,21 +6,20 @@
 #include <set>
 #include <string_view>
 
+#include "redfish/protocol/http_status.hpp"
 #include "redfish/protocol/messages.hpp"
 #include "support/decimal.hpp"
 
 namespace dp_redfish {
 namespace {
 
-constexpr unsigned query_is_wrong = 400;
-constexpr unsigned query_is_not_implemented = 501;
-
 answer wrong_format(const std::string& name, const std::string& value) {
-    return error_answer(query_is_wrong, {{"QueryParameterValueFormatError", {value, name}}});
+    return error_answer(http_status::bad_request,
+                        {{"QueryParameterValueFormatError", {value, name}}});
 }
 
 answer out_of_range(const std::string& name, const std::string& value, std::string range) {
-    return error_answer(query_is_wrong,
+    return error_answer(http_status::bad_request,
                         {{"QueryParameterOutOfRange", {value, name, std::move(range)}}});
 }
 
@@ -30,7 +29,8 @@ std::variant<std::size_t, answer> read_count(const std::string& name, const std:
     const std::string_view digits =
         value.starts_with('-') ? std::string_view(value).substr(1) : std::string_view(value);
     if (!dp_support::decimal::is_digits(digits)) {
-        return error_answer(query_is_wrong, {{"QueryParameterValueTypeError", {value, name}}});
+        return error_answer(http_status::bad_request,
+                            {{"QueryParameterValueTypeError", {value, name}}});
     }
     const auto number = dp_support::decimal::parse<std::uint32_t>(value);
     if (!number || *number > greatest) {
@@ -99,17 +99,18 @@ class query_reader {
                 continue;
             }
             if (!known.insert(name).second) {
-                return error_answer(query_is_wrong, {{"QueryCombinationInvalid",
-                                                      {},
-                                                      {},
-                                                      "The parameter " + name + " is repeated."}});
+                return error_answer(http_status::bad_request,
+                                    {{"QueryCombinationInvalid",
+                                      {},
+                                      {},
+                                      "The parameter " + name + " is repeated."}});
             }
             if (auto error = take(name, value)) {
                 return *std::move(error);
             }
         }
         if (options_.only && (options_.expanded || options_.top || options_.skip)) {
-            return error_answer(query_is_wrong, {{"QueryCombinationInvalid"}});
+            return error_answer(http_status::bad_request, {{"QueryCombinationInvalid"}});
         }
         return std::move(options_);
     }
@@ -144,7 +145,7 @@ class query_reader {
             options_.selected = *std::move(names);
             return std::nullopt;
         }
-        return error_answer(query_is_not_implemented, {{"QueryParameterUnsupported", {name}}});
+        return error_answer(http_status::not_implemented, {{"QueryParameterUnsupported", {name}}});
     }
 
     query_options options_;

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "redfish/protocol/http_status.hpp"
 #include "redfish/protocol/messages.hpp"
 #include "support/ascii_case.hpp"
 
@@ -52,36 +53,36 @@ std::variant<json_value, answer> read_request_body(const http_request& request) 
     }
     const std::string type = media_type_in(request.header("Content-Type"));
     if (!type.empty() && type != "application/json") {
-        constexpr unsigned unsupported_media_type = 415;
-        return error_answer(unsupported_media_type,
+        return error_answer(http_status::unsupported_media_type,
                             {{"HeaderInvalid",
                               {"Content-Type"},
                               {},
                               "The body of a request is of the type application/json."}});
     }
-    constexpr unsigned bad_request = 400;
     auto document = dp_support::parse_json(text);
     if (!document.error.empty()) {
         const std::size_t end = std::min(document.error_offset, text.size());
         const auto line =
             1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end), '\n');
-        return error_answer(bad_request, {{"MalformedJSON",
-                                           {},
-                                           {},
-                                           "Line " + std::to_string(line) + ", byte " +
-                                               std::to_string(end) + ": " + document.error + '.'}});
+        return error_answer(http_status::bad_request,
+                            {{"MalformedJSON",
+                              {},
+                              {},
+                              "Line " + std::to_string(line) + ", byte " + std::to_string(end) +
+                                  ": " + document.error + '.'}});
     }
     if (document.root.kind != json_kind::object) {
-        return error_answer(bad_request, {{"UnrecognizedRequestBody",
-                                           {},
-                                           {},
-                                           "The body is " + kind_name(document.root.kind) +
-                                               " instead of an object."}});
+        return error_answer(
+            http_status::bad_request,
+            {{"UnrecognizedRequestBody",
+              {},
+              {},
+              "The body is " + kind_name(document.root.kind) + " instead of an object."}});
     }
     std::vector<message> repeated;
     find_repeated(document.root, "", repeated);
     if (!repeated.empty()) {
-        return error_answer(bad_request, repeated);
+        return error_answer(http_status::bad_request, repeated);
     }
     return std::move(document.root);
 }

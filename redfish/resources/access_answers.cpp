@@ -2,30 +2,27 @@
 
 #include <utility>
 
+#include "redfish/protocol/http_status.hpp"
 #include "redfish/protocol/messages.hpp"
 
 namespace dp_redfish {
 
 const char* const last_administrator_reason =
     "It is the last enabled account with the role Administrator.";
-answer try_again_answer() {
-    answer busy = error_answer(503, {{"ServiceTemporarilyUnavailable", {"1"}}});
-    busy.headers["Retry-After"] = "1";
-    return busy;
-}
 
-answer not_found_answer(const std::string& type, const std::string& name) {
-    return error_answer(404, {{"ResourceNotFound", {type, name}}});
+answer try_again_answer() {
+    return unavailable_answer({}, "1");
 }
 
 answer not_allowed_answer() {
-    return error_answer(403, {{"InsufficientPrivilege"}});
+    return error_answer(http_status::forbidden, {{"InsufficientPrivilege"}});
 }
 
-answer no_content_answer() {
-    answer done;
-    done.status = 204;
-    return done;
+answer nothing_changed_answer(std::vector<message> problems) {
+    if (problems.empty()) {
+        problems.push_back({"NoOperation"});
+    }
+    return error_answer(http_status::bad_request, problems);
 }
 
 answer change_refused_answer(account_problem problem, const std::string& name) {
@@ -34,22 +31,22 @@ answer change_refused_answer(account_problem problem, const std::string& name) {
             return not_found_answer("ManagerAccount", name);
         case account_problem::name_taken:
             return error_answer(
-                409,
+                http_status::conflict,
                 {{"ResourceAlreadyExists", {"ManagerAccount", "UserName", name}, "/UserName"}});
         case account_problem::too_many_accounts:
-            return error_answer(400, {{"CreateLimitReachedForResource"}});
+            return error_answer(http_status::bad_request, {{"CreateLimitReachedForResource"}});
         case account_problem::precondition_failed:
-            return error_answer(412, {{"PreconditionFailed"}});
+            return error_answer(http_status::precondition_failed, {{"PreconditionFailed"}});
         case account_problem::no_space:
-            return error_answer(507, {{"InsufficientStorage"}});
+            return error_answer(http_status::insufficient_storage, {{"InsufficientStorage"}});
         case account_problem::last_administrator:
-            return error_answer(409,
+            return error_answer(http_status::conflict,
                                 {{"ResourceCannotBeDeleted", {}, {}, last_administrator_reason}});
         case account_problem::none:
         case account_problem::failed:
             break;
     }
-    return error_answer(500, {{"InternalError"}});
+    return error_answer(http_status::internal_error, {{"InternalError"}});
 }
 
 void answer_from_access_thread(password_access_control& access,

@@ -4,21 +4,23 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "redfish/access/account_store.hpp"
 #include "redfish/access/password_access_control.hpp"
 #include "redfish/protocol/call.hpp"
+#include "redfish/protocol/messages.hpp"
+#include "redfish/protocol/standard_answers.hpp"
 
 namespace dp_redfish {
 
 /// 503 with Retry-After.
 answer try_again_answer();
-/// 404 for a resource that a collection does not have.
-answer not_found_answer(const std::string& type, const std::string& name);
 /// 403.
 answer not_allowed_answer();
-/// 204.
-answer no_content_answer();
+
+/// 400 for a PATCH that changes nothing: because of `problems`, or because it asks for nothing.
+answer nothing_changed_answer(std::vector<message> problems);
 
 /// The answer to a change that was not made; `problem` is not none.
 answer change_refused_answer(account_problem problem, const std::string& name);

@@ -17,6 +17,7 @@
 #include "redfish/access/secret_text.hpp"
 #include "redfish/access/text_rules.hpp"
 #include "redfish/protocol/etag.hpp"
+#include "redfish/protocol/http_status.hpp"
 #include "redfish/protocol/messages.hpp"
 #include "redfish/resources/access_answers.hpp"
 #include "redfish/resources/request_members.hpp"
@@ -252,8 +253,7 @@ void change_account_service(password_access_control& access, const std::shared_p
                        "SupportedAccountTypes", "Accounts", "Roles", "Actions", "Oem"});
     members.unknown();
     if (!members.errors().empty() || (!threshold && !duration && !reset_after)) {
-        request->respond(members.all().empty() ? error_answer(400, {{"NoOperation"}})
-                                               : error_answer(400, members.all()));
+        request->respond(nothing_changed_answer(members.all()));
         return;
     }
     answer_from_access_thread(
@@ -273,12 +273,13 @@ void change_account_service(password_access_control& access, const std::shared_p
                         duration ? "AccountLockoutDuration" : "AccountLockoutCounterResetAfter";
                     const std::string other =
                         duration ? "AccountLockoutCounterResetAfter" : "AccountLockoutDuration";
-                    conflict = error_answer(
-                        400, {{"PropertyValueConflict",
-                               {property, other},
-                               "/" + property,
-                               "AccountLockoutCounterResetAfter must not be greater than "
-                               "AccountLockoutDuration."}});
+                    conflict =
+                        error_answer(http_status::bad_request,
+                                     {{"PropertyValueConflict",
+                                       {property, other},
+                                       "/" + property,
+                                       "AccountLockoutCounterResetAfter must not be greater than "
+                                       "AccountLockoutDuration."}});
                     return false;
                 });
             if (conflict) {
@@ -369,7 +370,7 @@ void create_account(password_access_control& access, const std::shared_ptr<call>
     const std::string user(name.value_or(""));
     wipe_password(request->document);
     if (!problems.empty()) {
-        request->respond(error_answer(400, problems));
+        request->respond(error_answer(http_status::bad_request, problems));
         return;
     }
     answer_from_access_thread(access, request, [&access, request, user, wanted]() -> answer {
@@ -384,7 +385,7 @@ void create_account(password_access_control& access, const std::shared_ptr<call>
             return change_refused_answer(problem, user);
         }
         answer done = account_answer(access, *made);
-        done.status = 201;
+        done.status = http_status::created;
         done.headers["Location"] = account_path(user);
         return done;
     });
@@ -415,8 +416,7 @@ void change_external_account(password_access_control& access,
             for (message& problem : problems) {
                 problem.reason = external_reason;
             }
-            return error_answer(
-                400, problems.empty() ? std::vector<message>{{"NoOperation"}} : problems);
+            return nothing_changed_answer(std::move(problems));
         }
         access.unlock(request->caller.user, user);
         answer done = account_answer(access, *found);
@@ -461,8 +461,7 @@ void change_account(password_access_control& access, const std::shared_ptr<call>
     members.unknown();
     wipe_password(request->document);
     if (!members.errors().empty() || !wanted->has_settings) {
-        request->respond(members.all().empty() ? error_answer(400, {{"NoOperation"}})
-                                               : error_answer(400, members.all()));
+        request->respond(nothing_changed_answer(members.all()));
         return;
     }
     answer_from_access_thread(access, request, [&access, request, wanted, members]() -> answer {
@@ -475,10 +474,11 @@ void change_account(password_access_control& access, const std::shared_ptr<call>
         if (problem == account_problem::last_administrator) {
             const bool is_role = wanted->role && *wanted->role != roles::administrator;
             const std::string property = is_role ? "RoleId" : "Enabled";
-            return error_answer(409, {{"PropertyValueExternalConflict",
-                                       {property, is_role ? role_name(*wanted->role) : "false"},
-                                       "/" + property,
-                                       last_administrator_reason}});
+            return error_answer(http_status::conflict,
+                                {{"PropertyValueExternalConflict",
+                                  {property, is_role ? role_name(*wanted->role) : "false"},
+                                  "/" + property,
+                                  last_administrator_reason}});
         }
         const auto changed = access.accounts().find(user);
         if (problem != account_problem::none || !changed) {
@@ -498,7 +498,8 @@ void delete_account(password_access_control& access, const std::shared_ptr<call>
         const account_problem problem =
             access.accounts().remove(request->caller.user, user, precondition_of(access, request));
         if (problem == account_problem::no_such_account && find_external(access, user)) {
-            return error_answer(409, {{"ResourceCannotBeDeleted", {}, {}, external_reason}});
+            return error_answer(http_status::conflict,
+                                {{"ResourceCannotBeDeleted", {}, {}, external_reason}});
         }
         return problem == account_problem::none ? no_content_answer()
                                                 : change_refused_answer(problem, user);

@@ -10,10 +10,13 @@
 #include <vector>
 
 #include "redfish/protocol/call.hpp"
+#include "redfish/protocol/http_status.hpp"
 #include "redfish/protocol/messages.hpp"
 #include "redfish/protocol/request_body.hpp"
+#include "redfish/protocol/standard_answers.hpp"
 #include "redfish/resources/attribute_value.hpp"
 #include "redfish/resources/bios_etags.hpp"
+#include "redfish/resources/model_answers.hpp"
 #include "redfish/resources/resource_json.hpp"
 #include "redfish/resources/resource_paths.hpp"
 #include "redfish/resources/schemas.hpp"
@@ -29,10 +32,6 @@ namespace {
 using dp_service::settings_client;
 using dp_support::json_kind;
 using dp_support::json_value;
-
-constexpr unsigned request_is_wrong = 400;
-constexpr unsigned reset_failed = 500;
-constexpr unsigned without_content = 204;
 
 constexpr std::int64_t nanoseconds_in_a_second = 1'000'000'000;
 
@@ -190,17 +189,15 @@ void add_problems_of_values(const server_snapshot* server, const json_value& doc
 
 void patch_settings(server_model& model, const std::shared_ptr<call>& request) {
     auto problems = problems_of_patch(request->document);
-    const bool is_posted = model.change(
+    answer_from_service(
+        model, request,
         [&model, request, problems = std::move(problems)](settings_client& client) mutable {
             if (!problems.empty()) {
                 add_problems_of_values(model.read_now().get(), request->document, problems);
-                return request->respond(error_answer(request_is_wrong, problems));
+                return error_answer(http_status::bad_request, problems);
             }
-            update_settings(model, client, *request, settings_answer_with);
+            return update_settings(model, client, *request, settings_answer_with);
         });
-    if (!is_posted) {
-        request->respond(unavailable_answer("Too many requests wait for the settings service."));
-    }
 }
 
 // --- actions
@@ -213,7 +210,7 @@ bool has_no_parameters(const call& request, const std::string& action) {
             {"ActionParameterUnknown", {action, member.name}, pointer_segment(member.name)});
     }
     if (!problems.empty()) {
-        request.respond(error_answer(request_is_wrong, problems));
+        request.respond(error_answer(http_status::bad_request, problems));
     }
     return problems.empty();
 }
@@ -224,14 +221,11 @@ answer reset_settings(server_model& model, settings_client& client) {
         return unavailable_answer("The server's values cannot be read.");
     }
     settings_change change = plan_reset(*server);
-    answer done;
-    done.status = without_content;
     if (change.commands.empty()) {
-        return done;
+        return no_content_answer();
     }
     const auto outcome = client.change_settings(change.commands);
-    if (outcome.state != settings_client::states::answered ||
-        outcome.status != dp::command_status::success) {
+    if (!was_done(outcome)) {
         return service_failure(outcome);
     }
     std::vector<message> problems;
@@ -246,19 +240,17 @@ answer reset_settings(server_model& model, settings_client& client) {
                                                command.value, command.reason));
         }
     }
-    return problems.empty() ? done : error_answer(reset_failed, problems);
+    return problems.empty() ? no_content_answer()
+                            : error_answer(http_status::internal_error, problems);
 }
 
 void reset_bios(server_model& model, const std::shared_ptr<call>& request) {
     if (!has_no_parameters(*request, "Bios.ResetBios")) {
         return;
     }
-    const bool is_posted = model.change([&model, request](settings_client& client) {
-        request->respond(reset_settings(model, client));
+    answer_from_service(model, request, [&model](settings_client& client) {
+        return reset_settings(model, client);
     });
-    if (!is_posted) {
-        request->respond(unavailable_answer("Too many requests wait for the settings service."));
-    }
 }
 
 }  // namespace
@@ -269,12 +261,11 @@ void add_bios_routes(route_table& routes, server_model& model) {
         const auto resource = std::make_shared<written_resource>(write);
         routes.add("GET", path, privileges::login,
                    [&model, resource, etag](const std::shared_ptr<call>& request) {
-                       model.read([request, resource, etag](const snapshot_pointer& server) {
-                           request->respond(
-                               server == nullptr
-                                   ? unavailable_answer("The server's values cannot be read.")
-                                   : written_answer(resource->text_of(server), etag(*server)));
-                       });
+                       answer_from_snapshot(model, request, "The server's values",
+                                            [resource, etag](const snapshot_pointer& server) {
+                                                return written_answer(resource->text_of(server),
+                                                                      etag(*server));
+                                            });
                    });
     };
     add_get(resource_paths::bios, bios_json, etag_of_current);
@@ -285,11 +276,12 @@ void add_bios_routes(route_table& routes, server_model& model) {
     routes.add("POST", actions + "Bios.ResetBios", privileges::configure_components,
                [&model](const std::shared_ptr<call>& request) { reset_bios(model, request); });
     // The settings service keeps no passwords.
-    routes.add("POST", actions + "Bios.ChangePassword", privileges::configure_components,
-               [](const std::shared_ptr<call>& request) {
-                   request->respond(error_answer(
-                       request_is_wrong, {{"ActionNotSupported", {"Bios.ChangePassword"}}}));
-               });
+    routes.add(
+        "POST", actions + "Bios.ChangePassword", privileges::configure_components,
+        [](const std::shared_ptr<call>& request) {
+            request->respond(error_answer(http_status::bad_request,
+                                          {{"ActionNotSupported", {"Bios.ChangePassword"}}}));
+        });
 }
 
 }  // namespace dp_redfish

@@ -10,6 +10,8 @@
 
 #include "redfish/protocol/call.hpp"
 #include "redfish/protocol/messages.hpp"
+#include "redfish/protocol/standard_answers.hpp"
+#include "redfish/resources/model_answers.hpp"
 #include "redfish/resources/resource_json.hpp"
 #include "redfish/resources/resource_paths.hpp"
 #include "redfish/resources/schemas.hpp"
@@ -23,8 +25,6 @@ namespace {
 
 using dp_service::change_record;
 using dp_support::json_value;
-
-constexpr unsigned entry_not_found = 404;
 
 std::string in_double_quotes(const std::optional<std::string>& value) {
     return value ? '"' + *value + '"' : "no value";
@@ -96,7 +96,7 @@ answer entry_answer(const server_snapshot& server, const std::string& wanted) {
             return {.body = entry_json((*server.history)[i], wanted)};
         }
     }
-    return error_answer(entry_not_found, {{"ResourceNotFound", {"LogEntry", wanted}}});
+    return not_found_answer("LogEntry", wanted);
 }
 
 json_value log_service_json() {
@@ -126,19 +126,16 @@ void add_log_routes(route_table& routes, server_model& model) {
                });
     routes.add("GET", resource_paths::change_log_entries, privileges::login,
                [&model](const std::shared_ptr<call>& request) {
-                   model.read([request](const snapshot_pointer& server) {
-                       request->respond(server == nullptr
-                                            ? unavailable_answer("The history cannot be read.")
-                                            : entries_answer(*server));
-                   });
+                   answer_from_snapshot(
+                       model, request, "The history",
+                       [](const snapshot_pointer& server) { return entries_answer(*server); });
                });
     routes.add("GET", std::string(resource_paths::change_log_entries) + "/{}", privileges::login,
                [&model](const std::shared_ptr<call>& request) {
-                   model.read([request](const snapshot_pointer& server) {
-                       request->respond(server == nullptr
-                                            ? unavailable_answer("The history cannot be read.")
-                                            : entry_answer(*server, request->parameters.front()));
-                   });
+                   answer_from_snapshot(
+                       model, request, "The history", [request](const snapshot_pointer& server) {
+                           return entry_answer(*server, request->parameters.front());
+                       });
                });
 }
 

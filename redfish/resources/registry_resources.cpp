@@ -8,6 +8,8 @@
 #include "redfish/model/registry_resource.hpp"
 #include "redfish/protocol/call.hpp"
 #include "redfish/protocol/messages.hpp"
+#include "redfish/protocol/standard_answers.hpp"
+#include "redfish/resources/model_answers.hpp"
 #include "redfish/resources/resource_json.hpp"
 #include "redfish/resources/resource_paths.hpp"
 #include "redfish/resources/schemas.hpp"
@@ -18,8 +20,6 @@ namespace dp_redfish {
 namespace {
 
 using dp_support::json_value;
-
-constexpr unsigned registry_not_found = 404;
 
 // The Base registry's file, and the registry in it.
 constexpr const char* base_segment = "Base.1.22.1";
@@ -48,20 +48,6 @@ std::string segment_of(const server_snapshot& server) {
     return registry_segment(server.catalog->registry_id);
 }
 
-// Runs `make` with a snapshot and answers what it returns.
-template <class Make>
-void answer_from_snapshot(server_model& model, const std::shared_ptr<call>& request, Make make) {
-    model.read([request, make](const snapshot_pointer& server) {
-        request->respond(server == nullptr
-                             ? unavailable_answer("The server's registry cannot be read.")
-                             : make(*request, *server));
-    });
-}
-
-answer not_found(const std::string& type, const std::string& name) {
-    return error_answer(registry_not_found, {{"ResourceNotFound", {type, name}}});
-}
-
 answer answer_files(const call& /*request*/, const server_snapshot& server) {
     return {.body = collection_resource(resource_paths::registries, "MessageRegistryFileCollection",
                                         "Registries",
@@ -79,7 +65,7 @@ answer answer_file(const call& request, const server_snapshot& server) {
                     wanted, server.catalog->registry_id, "BIOS Attribute Registry",
                     server.catalog->registry_language, registry_path(server.catalog->registry_id))};
     }
-    return not_found("MessageRegistryFile", wanted);
+    return not_found_answer("MessageRegistryFile", wanted);
 }
 
 answer answer_registry(const call& request, const server_snapshot& server) {
@@ -96,7 +82,7 @@ answer answer_registry(const call& request, const server_snapshot& server) {
         result.headers["Link"] = schema_link("AttributeRegistry");
         return result;
     }
-    return not_found("Registry", wanted);
+    return not_found_answer("Registry", wanted);
 }
 
 }  // namespace
@@ -106,7 +92,10 @@ void add_registry_routes(route_table& routes, server_model& model) {
                          answer (*make)(const call&, const server_snapshot&)) {
         routes.add("GET", pattern, privileges::login,
                    [&model, make](const std::shared_ptr<call>& request) {
-                       answer_from_snapshot(model, request, make);
+                       answer_from_snapshot(model, request, "The server's registry",
+                                            [request, make](const snapshot_pointer& server) {
+                                                return make(*request, *server);
+                                            });
                    });
     };
     add(resource_paths::registries, answer_files);

@@ -10,6 +10,7 @@
 #include "redfish/protocol/call.hpp"
 #include "redfish/protocol/messages.hpp"
 #include "redfish/protocol/query_options.hpp"
+#include "redfish/protocol/standard_answers.hpp"
 #include "redfish/resources/resource_json.hpp"
 #include "redfish/resources/resource_paths.hpp"
 #include "redfish/resources/schemas.hpp"
@@ -21,7 +22,6 @@ namespace {
 using dp_support::json_value;
 
 constexpr const char* redfish_version = "1.22.0";
-constexpr unsigned schema_not_found = 404;
 
 // The resources that the root refers to.
 struct root_member {
@@ -145,8 +145,7 @@ void answer_schema_file(const std::shared_ptr<call>& request) {
             return request->respond({.body = schema_file_json(schema)});
         }
     }
-    request->respond(error_answer(
-        schema_not_found, {{"ResourceNotFound", {"JsonSchemaFile", request->parameters.front()}}}));
+    request->respond(not_found_answer("JsonSchemaFile", request->parameters.front()));
 }
 
 json_value schema_files_json() {

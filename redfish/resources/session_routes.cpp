@@ -10,6 +10,7 @@
 
 #include "redfish/access/role_names.hpp"
 #include "redfish/access/text_rules.hpp"
+#include "redfish/protocol/http_status.hpp"
 #include "redfish/protocol/messages.hpp"
 #include "redfish/resources/access_answers.hpp"
 #include "redfish/resources/request_members.hpp"
@@ -69,8 +70,7 @@ void change_session_service(password_access_control& access, const std::shared_p
                        "Oem"});
     members.unknown();
     if (!timeout) {
-        request->respond(members.all().empty() ? error_answer(400, {{"NoOperation"}})
-                                               : error_answer(400, members.all()));
+        request->respond(nothing_changed_answer(members.all()));
         return;
     }
     answer_from_access_thread(
@@ -104,12 +104,12 @@ answer list_sessions(password_access_control& access, const identity& caller) {
 }
 
 answer login_refused(const http_request& request) {
-    answer refused =
-        error_answer(401, {{"AccessUnauthorized",
-                            {},
-                            {},
-                            "The user name or the password is wrong, or there were too "
-                            "many failed logins."}});
+    answer refused = error_answer(http_status::unauthorized,
+                                  {{"AccessUnauthorized",
+                                    {},
+                                    {},
+                                    "The user name or the password is wrong, or there were too "
+                                    "many failed logins."}});
     // A browser would ask for name and password in a window of its own when a page logs in.
     if (request.header("Sec-Fetch-Mode").empty()) {
         refused.headers["WWW-Authenticate"] = R"(Basic realm="Redfish", charset="UTF-8")";
@@ -137,35 +137,35 @@ void create_session(password_access_control& access, const std::shared_ptr<call>
     members.ignore({"Id", "Name", "Description", "SessionType", "Roles"});
     members.unknown();
     if (const auto problems = members.all(); !problems.empty()) {
-        request->respond(error_answer(400, problems));
+        request->respond(error_answer(http_status::bad_request, problems));
         return;
     }
-    access.log_in(std::string(*user), std::move(password), request->request->peer,
-                  std::string(context),
-                  [request](password_access_control::login_problem problem,
-                            const login_session& made, const secret_text& token) {
-                      using problems = password_access_control::login_problem;
-                      answer done;
-                      switch (problem) {
-                          case problems::none:
-                              done.status = 201;
-                              done.body = session_body(made);
-                              done.headers["Location"] = session_path(made.id);
-                              done.headers["X-Auth-Token"] = std::string(token.view());
-                              break;
-                          case problems::refused:
-                              done = login_refused(*request->request);
-                              break;
-                          case problems::too_many_sessions:
-                              done = error_answer(503, {{"SessionLimitExceeded"}});
-                              done.headers["Retry-After"] = "30";
-                              break;
-                          case problems::unavailable:
-                              done = try_again_answer();
-                              break;
-                      }
-                      request->respond(std::move(done));
-                  });
+    access.log_in(
+        std::string(*user), std::move(password), request->request->peer, std::string(context),
+        [request](password_access_control::login_problem problem, const login_session& made,
+                  const secret_text& token) {
+            using problems = password_access_control::login_problem;
+            answer done;
+            switch (problem) {
+                case problems::none:
+                    done.status = http_status::created;
+                    done.body = session_body(made);
+                    done.headers["Location"] = session_path(made.id);
+                    done.headers["X-Auth-Token"] = std::string(token.view());
+                    break;
+                case problems::refused:
+                    done = login_refused(*request->request);
+                    break;
+                case problems::too_many_sessions:
+                    done = error_answer(http_status::unavailable, {{"SessionLimitExceeded"}});
+                    done.headers["Retry-After"] = "30";
+                    break;
+                case problems::unavailable:
+                    done = try_again_answer();
+                    break;
+            }
+            request->respond(std::move(done));
+        });
 }
 
 // The session that a request is about, or the answer when the caller may not see it.

@@ -10,7 +10,9 @@
 #include <utility>
 
 #include "redfish/protocol/etag.hpp"
+#include "redfish/protocol/http_status.hpp"
 #include "redfish/protocol/request_body.hpp"
+#include "redfish/protocol/standard_answers.hpp"
 #include "redfish/resources/attribute_value.hpp"
 #include "redfish/resources/bios_etags.hpp"
 #include "redfish/resources/service_answer.hpp"
@@ -22,11 +24,6 @@ namespace dp_redfish {
 namespace {
 
 using dp_service::settings_client;
-
-constexpr unsigned changes_refused = 400;
-constexpr unsigned condition_failed = 412;
-constexpr unsigned change_failed = 500;
-constexpr unsigned storage_failed = 507;
 
 bool is_done(const settings_client::change& command) {
     return command.status == dp::command_status::success;
@@ -82,11 +79,11 @@ class settings_update {
         const std::string& version = server->pending_version;
         const std::string_view condition = request_.request->header("If-Match");
         if (!condition.empty() && !lists_etag(condition, etag_of_pending(*server))) {
-            return error_answer(condition_failed, {{"PreconditionFailed"}});
+            return error_answer(http_status::precondition_failed, {{"PreconditionFailed"}});
         }
         settings_change change = plan_change(*server, *request_.document.find("Attributes"));
         if (!change.problems.empty()) {
-            return error_answer(changes_refused, change.problems);
+            return error_answer(http_status::bad_request, change.problems);
         }
         if (change.commands.empty()) {
             return answer_with_(server, {});
@@ -100,9 +97,7 @@ class settings_update {
         if (outcome.state == settings_client::states::unanswered) {
             return answer_unknown(change, outcome);
         }
-        const bool is_answered = outcome.state == settings_client::states::answered &&
-                                 outcome.status == dp::command_status::success;
-        if (!is_answered) {
+        if (!was_done(outcome)) {
             return service_failure(outcome);
         }
         if (std::all_of(change.commands.begin(), change.commands.end(), is_done)) {
@@ -146,7 +141,7 @@ class settings_update {
     // The service refused something that was checked here: takes the rest back.
     [[nodiscard]] answer answer_partial(const server_snapshot& before, settings_change& change) {
         std::vector<message> problems;
-        unsigned status = changes_refused;
+        unsigned status = http_status::bad_request;
         for (std::size_t i = 0; i < change.commands.size(); ++i) {
             const auto& command = change.commands[i];
             if (is_done(command)) {
@@ -156,9 +151,10 @@ class settings_update {
                                                before.catalog->settings[change.settings[i]],
                                                command.value, command.reason));
             if (command.status == dp_service::service_status::not_persisted) {
-                status = storage_failed;
-            } else if (problems.back().id == "PropertyNotUpdated" && status != storage_failed) {
-                status = change_failed;
+                status = http_status::insufficient_storage;
+            } else if (problems.back().id == "PropertyNotUpdated" &&
+                       status != http_status::insufficient_storage) {
+                status = http_status::internal_error;
             }
         }
         auto undo = undo_commands(before, change);
@@ -172,7 +168,7 @@ class settings_update {
                      {},
                      {},
                      "The other values were changed and could not be changed back."});
-                status = change_failed;
+                status = http_status::internal_error;
             }
         }
         return error_answer(status, problems);
@@ -186,9 +182,9 @@ class settings_update {
 
 }  // namespace
 
-void update_settings(server_model& model, settings_client& client, const call& request,
-                     const settings_answer& answer_with) {
-    request.respond(settings_update(model, client, request, answer_with).run());
+answer update_settings(server_model& model, settings_client& client, const call& request,
+                       const settings_answer& answer_with) {
+    return settings_update(model, client, request, answer_with).run();
 }
 
 }  // namespace dp_redfish

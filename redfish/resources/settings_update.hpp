@@ -17,13 +17,13 @@ using settings_answer =
     std::function<answer(const snapshot_pointer& now, const std::vector<message>& notes)>;
 
 /// Does a PATCH of the pending values, whose body is valid but for the values in "Attributes", and
-/// answers it. All values get into the file, or none. Waits for the settings service: to be called
-/// on the thread of changes.
+/// returns its answer. All values get into the file, or none. Waits for the settings service: to be
+/// called on the thread of changes.
 ///
 /// The change is made only to the values that it was checked with. With If-Match, these are the
 /// values that the client knows; otherwise the change is checked again when others are faster.
-void update_settings(server_model& model, dp_service::settings_client& client, const call& request,
-                     const settings_answer& answer_with);
+answer update_settings(server_model& model, dp_service::settings_client& client,
+                       const call& request, const settings_answer& answer_with);
 
 }  // namespace dp_redfish
 

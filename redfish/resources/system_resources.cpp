@@ -8,8 +8,11 @@
 #include <vector>
 
 #include "redfish/protocol/call.hpp"
+#include "redfish/protocol/http_status.hpp"
 #include "redfish/protocol/messages.hpp"
 #include "redfish/protocol/request_body.hpp"
+#include "redfish/protocol/standard_answers.hpp"
+#include "redfish/resources/model_answers.hpp"
 #include "redfish/resources/resource_json.hpp"
 #include "redfish/resources/resource_paths.hpp"
 #include "redfish/resources/service_answer.hpp"
@@ -90,21 +93,13 @@ std::vector<message> problems_of_reset(const json_value& document) {
 }
 
 void reset_system(server_model& model, const std::shared_ptr<call>& request) {
-    constexpr unsigned bad_reset = 400;
-    constexpr unsigned was_reset = 204;
     if (const auto problems = problems_of_reset(request->document); !problems.empty()) {
-        return request->respond(error_answer(bad_reset, problems));
+        return request->respond(error_answer(http_status::bad_request, problems));
     }
-    const bool is_posted = model.change([request](settings_client& client) {
+    answer_from_service(model, request, [](settings_client& client) {
         const auto outcome = client.restart();
-        const bool is_done = outcome.state == settings_client::states::answered &&
-                             outcome.status == dp::command_status::success;
-        request->respond(is_done ? answer{.status = was_reset, .body = {}}
-                                 : service_failure(outcome));
+        return was_done(outcome) ? no_content_answer() : service_failure(outcome);
     });
-    if (!is_posted) {
-        request->respond(unavailable_answer("Too many requests wait for the settings service."));
-    }
 }
 
 }  // namespace
@@ -116,15 +111,13 @@ void add_system_routes(route_table& routes, server_model& model) {
                                          resource_paths::systems, "ComputerSystemCollection",
                                          "Servers", {resource_paths::system})});
                });
-    routes.add(
-        "GET", resource_paths::system, privileges::login,
-        [&model](const std::shared_ptr<call>& request) {
-            model.read([request](const snapshot_pointer& server) {
-                request->respond(server == nullptr
-                                     ? unavailable_answer("The server's values cannot be read.")
-                                     : answer{.body = system_json(*server)});
-            });
-        });
+    routes.add("GET", resource_paths::system, privileges::login,
+               [&model](const std::shared_ptr<call>& request) {
+                   answer_from_snapshot(model, request, "The server's values",
+                                        [](const snapshot_pointer& server) {
+                                            return answer{.body = system_json(*server)};
+                                        });
+               });
     routes.add("POST", std::string(resource_paths::system) + "/Actions/ComputerSystem.Reset",
                privileges::configure_components,
                [&model](const std::shared_ptr<call>& request) { reset_system(model, request); });

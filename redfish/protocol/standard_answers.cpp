@@ -1,0 +1,23 @@
+#include "redfish/protocol/standard_answers.hpp"
+
+#include "redfish/protocol/http_status.hpp"
+#include "redfish/protocol/messages.hpp"
+
+namespace dp_redfish {
+
+answer no_content_answer() {
+    return {.status = http_status::no_content, .body = {}};
+}
+
+answer not_found_answer(const std::string& type, const std::string& name) {
+    return error_answer(http_status::not_found, {{"ResourceNotFound", {type, name}}});
+}
+
+answer unavailable_answer(const std::string& reason, const std::string& pause) {
+    answer result = error_answer(http_status::unavailable,
+                                 {{"ServiceTemporarilyUnavailable", {pause}, {}, reason}});
+    result.headers["Retry-After"] = pause;
+    return result;
+}
+
+}  // namespace dp_redfish
