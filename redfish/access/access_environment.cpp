@@ -5,8 +5,9 @@
 
 #include <cerrno>
 #include <cstring>
-#include <string_view>
 #include <vector>
+
+#include "support/hexadecimal.hpp"
 
 namespace dp_redfish {
 
@@ -31,17 +32,11 @@ access_environment access_environment::of_system() {
 
 dp_support::result<std::string> random_digits(const access_environment& environment,
                                               std::size_t count) {
-    constexpr std::string_view digits = "0123456789abcdef";
     std::vector<unsigned char> bytes(count);
     if (!environment.fill_random(bytes)) {
         return dp_support::failure{"the system has no random numbers", EIO};
     }
-    std::string text;
-    text.reserve(2 * count);
-    for (const unsigned char byte : bytes) {
-        text += digits[byte >> 4U];
-        text += digits[byte & 15U];
-    }
+    std::string text = dp_support::hexadecimal_digits(bytes);
     explicit_bzero(bytes.data(), bytes.size());
     return text;
 }

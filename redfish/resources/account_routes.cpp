@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -23,6 +24,7 @@
 #include "redfish/resources/request_members.hpp"
 #include "redfish/resources/resource_json.hpp"
 #include "redfish/resources/resource_paths.hpp"
+#include "support/hexadecimal.hpp"
 #include "support/json.hpp"
 
 namespace dp_redfish {
@@ -109,14 +111,8 @@ std::string account_etag(const account& shown, bool is_locked) {
     const digest state =
         sha256(shown.name + '\n' + role_name(shown.role) + '\n' + (shown.enabled ? 'e' : 'd') +
                (is_locked ? 'l' : 'u') + '\n' + shown.password_hash);
-    constexpr std::string_view digits = "0123456789abcdef";
     constexpr std::size_t most_bytes = 8;
-    std::string version;
-    for (std::size_t i = 0; i < most_bytes; ++i) {
-        version += digits[state[i] >> 4U];
-        version += digits[state[i] & 15U];
-    }
-    return etag_of_version(version);
+    return etag_of_version(dp_support::hexadecimal_digits(std::span(state).first(most_bytes)));
 }
 
 constexpr const char* external_reason = "The operating system keeps this account.";

@@ -9,6 +9,7 @@
 #include "platform/fm/message_formatter.hpp"
 #include "platform/sysipc/message.hpp"
 #include "service_api/service_alerts.hpp"
+#include "support/hexadecimal.hpp"
 
 namespace dpctl {
 namespace {
@@ -60,16 +61,6 @@ std::string meaning_of(fm::command::alerts alert) {
     return {};
 }
 
-std::string hexadecimal(const unsigned char* bytes, std::size_t count) {
-    constexpr const char* digits = "0123456789abcdef";
-    std::string text;
-    for (std::size_t i = 0; i < count; ++i) {
-        text += digits[bytes[i] >> 4U];
-        text += digits[bytes[i] & 0xFU];
-    }
-    return text;
-}
-
 // A message of neither formatter.
 void decode_other(const sysipc::message& content, alert_text& alert) {
     alert.from = "source " + std::to_string(content.source());
@@ -84,7 +75,7 @@ void decode_other(const sysipc::message& content, alert_text& alert) {
     } else if (alert.kind == dp::application_alert::plain_kind && count == 1) {
         alert.value = parameters[0];
     } else {
-        alert.payload = hexadecimal(parameters, count);
+        alert.payload = dp_support::hexadecimal_digits({parameters, count});
     }
 }
 

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/hexadecimal.hpp"
 #include "support/utf8.hpp"
 
 namespace dpctl {
@@ -22,14 +23,8 @@ json_value digits_of(const json_value& value) {
     if (!has_other_bytes(value)) {
         return {};
     }
-    std::string digits;
-    digits.reserve(2 * value.text.size());
-    for (const char c : value.text) {
-        const auto byte = static_cast<unsigned char>(c);
-        digits += "0123456789abcdef"[byte >> 4U];
-        digits += "0123456789abcdef"[byte & 0xFU];
-    }
-    return digits;
+    return dp_support::hexadecimal_digits(
+        {reinterpret_cast<const unsigned char*>(value.text.data()), value.text.size()});
 }
 
 json_value list_of_digits(const json_value& list) {
