@@ -20,9 +20,17 @@ bool has_administrator(const account_data& data) {
 }
 
 account* find_account(account_data& data, std::string_view name) {
-    const auto found = std::find_if(data.accounts.begin(), data.accounts.end(),
-                                    [&](const account& one) { return one.name == name; });
-    return found == data.accounts.end() ? nullptr : &*found;
+    const account* const found = data.find(name);
+    return found == nullptr ? nullptr : data.accounts.data() + (found - data.accounts.data());
+}
+
+// Whether there is an account, and the one that a client wants to change.
+account_problem check_account(const account* found, const account_store::precondition& expected) {
+    if (found == nullptr) {
+        return account_problem::no_such_account;
+    }
+    return expected && !expected(*found) ? account_problem::precondition_failed
+                                         : account_problem::none;
 }
 
 }  // namespace
@@ -40,6 +48,11 @@ std::optional<account> account_store::find(std::string_view name) const {
     const std::lock_guard lock(mutex_);
     const account* const found = data_.find(name);
     return found == nullptr ? std::nullopt : std::optional(*found);
+}
+
+account_data account_store::copy() const {
+    const std::lock_guard lock(mutex_);
+    return data_;
 }
 
 std::vector<account> account_store::list() const {
@@ -128,11 +141,7 @@ account_problem account_store::edit(const std::function<account_problem(account_
         // What is there now may be worth more than what would replace it.
         return report({"the accounts file cannot be read", 0});
     }
-    account_data data;
-    {
-        const std::lock_guard guard(mutex_);
-        data = data_;
-    }
+    account_data data = copy();
     const account_problem problem = edit(data);
     if (problem != account_problem::none) {
         return problem;
@@ -186,11 +195,8 @@ account_problem account_store::change(std::string_view by, std::string_view name
     bool changes_file = false;
     const auto apply = [&](account_data& data) {
         account* const found = find_account(data, name);
-        if (found == nullptr) {
-            return account_problem::no_such_account;
-        }
-        if (expected && !expected(*found)) {
-            return account_problem::precondition_failed;
+        if (const auto wrong = check_account(found, expected); wrong != account_problem::none) {
+            return wrong;
         }
         const bool had_administrator = has_administrator(data);
         if (!hash.empty()) {
@@ -215,11 +221,7 @@ account_problem account_store::change(std::string_view by, std::string_view name
     {
         // A change to what is there already writes no file.
         refresh();
-        account_data trial;
-        {
-            const std::lock_guard guard(mutex_);
-            trial = data_;
-        }
+        account_data trial = copy();
         problem = apply(trial);
     }
     if (problem == account_problem::none && changes_file) {
@@ -245,11 +247,8 @@ account_problem account_store::remove(std::string_view by, std::string_view name
                                       const precondition& expected) {
     const account_problem problem = edit([&](account_data& data) {
         account* const found = find_account(data, name);
-        if (found == nullptr) {
-            return account_problem::no_such_account;
-        }
-        if (expected && !expected(*found)) {
-            return account_problem::precondition_failed;
+        if (const auto wrong = check_account(found, expected); wrong != account_problem::none) {
+            return wrong;
         }
         const bool had_administrator = has_administrator(data);
         data.accounts.erase(data.accounts.begin() + (found - data.accounts.data()));

@@ -92,6 +92,7 @@ class account_store {
                                   const std::function<bool(access_policy&)>& edit);
 
   private:
+    [[nodiscard]] account_data copy() const;
     account_problem edit(const std::function<account_problem(account_data&)>& edit);
     [[nodiscard]] account_problem report(const dp_support::failure& why) const;
     void adopt(account_data data, const accounts_file::version& version);

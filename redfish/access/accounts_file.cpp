@@ -6,12 +6,12 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <thread>
 #include <utility>
 
+#include "common/io_loops.hpp"
 #include "redfish/access/accounts_text.hpp"
 #include "redfish/access/secret_text.hpp"
 #include "support/folder_of.hpp"
@@ -99,22 +99,9 @@ dp_support::result<accounts_file::content> accounts_file::read() const {
         return folder.error();
     }
     std::string text;
-    std::array<char, 16384> part{};
-    for (;;) {
-        const ssize_t count = ::read(file.get(), part.data(), part.size());
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count < 0) {
-            return system_failure("read", path_, errno);
-        }
-        if (count == 0) {
-            break;
-        }
-        text.append(part.data(), static_cast<std::size_t>(count));
-        if (text.size() > greatest_accounts_file) {
-            return failure{path_ + ": is larger than 1 MiB", EFBIG};
-        }
+    if (!dp::read_all(file.get(), greatest_accounts_file, text)) {
+        return errno == EFBIG ? failure{path_ + ": is larger than 1 MiB", EFBIG}
+                              : system_failure("read", path_, errno);
     }
     auto data = read_accounts_text(text);
     if (!data) {

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <utility>
 
+#include "common/io_loops.hpp"
 #include "redfish/access/account_store.hpp"
 #include "redfish/access/accounts_file.hpp"
 #include "redfish/access/audit_log.hpp"
@@ -59,10 +60,7 @@ dp_support::result<secret_text> read_line(int in) {
     std::size_t length = 0;
     for (;;) {
         char c = 0;
-        const ssize_t count = read(in, &c, 1);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
+        const ssize_t count = dp::read_some(in, &c, 1);
         if (count < 0) {
             return dp_support::failure{
                 std::string("cannot read the password: ") + std::strerror(errno), errno};

@@ -2,13 +2,13 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
 
+#include "common/io_loops.hpp"
 #include "support/standard_descriptors.hpp"
 
 // dp_redfish_auth: asks PAM whether a password is right, for dp_redfishd, which must not run as
@@ -35,10 +35,7 @@ bool read_question(question& asked) {
     std::size_t size = 0;
     for (;;) {
         const ssize_t count =
-            read(STDIN_FILENO, asked.bytes.data() + size, asked.bytes.size() - size);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
+            dp::read_some(STDIN_FILENO, asked.bytes.data() + size, asked.bytes.size() - size);
         if (count < 0) {
             return false;
         }
