@@ -19,6 +19,7 @@
 #include "service_api/fnv1a_64.hpp"
 #include "service_api/stored_values.hpp"
 #include "service_api/values_seal.hpp"
+#include "support/complete_lines.hpp"
 #include "support/json.hpp"
 #include "support/read_file.hpp"
 #include "transactions/command_status.hpp"
@@ -248,13 +249,12 @@ result<value_list> read_values(const settings_catalog& catalog, watched_file fil
 std::vector<dp_service::change_record> read_history() {
     std::vector<dp_service::change_record> records;
     const auto text = dp_support::read_file(path_of(watched_file::history), history_limit);
-    std::string_view rest = text ? std::string_view(*text) : std::string_view();
-    for (auto end = rest.find('\n'); end != std::string_view::npos; end = rest.find('\n')) {
-        if (auto record = dp_service::change_record::parse(std::string(rest.substr(0, end)))) {
-            records.push_back(*std::move(record));
-        }
-        rest.remove_prefix(end + 1);
-    }
+    dp_support::for_each_complete_line(
+        text ? std::string_view(*text) : std::string_view(), [&](std::string_view line) {
+            if (auto record = dp_service::change_record::parse(std::string(line))) {
+                records.push_back(*std::move(record));
+            }
+        });
     return records;
 }
 
@@ -301,8 +301,14 @@ result<snapshot_pointer> read_once(const snapshot_pointer& previous, const file_
         dp_service::values_seal::version_of(path_of(watched_file::pending_values)).value_or("");
     made->current_version =
         dp_service::values_seal::version_of(path_of(watched_file::current_values)).value_or("");
-    auto pending = read_values(*made->catalog, watched_file::pending_values);
-    auto current = read_values(*made->catalog, watched_file::current_values);
+    const auto values_of = [&](watched_file file,
+                               value_list server_snapshot::*values) -> result<value_list> {
+        const bool is_known = previous != nullptr && previous->catalog == made->catalog &&
+                              has_same(file, states, previous);
+        return is_known ? (*previous).*values : read_values(*made->catalog, file);
+    };
+    auto pending = values_of(watched_file::pending_values, &server_snapshot::pending);
+    auto current = values_of(watched_file::current_values, &server_snapshot::current);
     if (!pending || !current) {
         return not_read("values");
     }
@@ -312,7 +318,9 @@ result<snapshot_pointer> read_once(const snapshot_pointer& previous, const file_
         has_same(watched_file::history, states, previous)
             ? previous->history
             : std::make_shared<const std::vector<dp_service::change_record>>(read_history());
-    made->product_data = read_product_data();
+    made->product_data = has_same(watched_file::vital_product_data, states, previous)
+                             ? previous->product_data
+                             : read_product_data();
     return snapshot_pointer(std::move(made));
 }
 

@@ -4,7 +4,7 @@
 #include <iterator>
 #include <utility>
 
-#include "tools/dpctl/system/complete_lines.hpp"
+#include "support/complete_lines.hpp"
 
 namespace dpctl {
 namespace {
@@ -20,13 +20,14 @@ bool begins_with_name(std::string_view text, std::string_view name) {
 
 change_list read_changes(std::string_view text) {
     change_list result;
-    result.is_incomplete = for_each_complete_line(text, [&result](std::string_view line) {
-        if (auto change = change_record::parse(std::string(line))) {
-            result.changes.push_back(std::move(*change));
-        } else if (!line.empty()) {
-            ++result.foreign_lines;
-        }
-    });
+    result.is_incomplete =
+        dp_support::for_each_complete_line(text, [&result](std::string_view line) {
+            if (auto change = change_record::parse(std::string(line))) {
+                result.changes.push_back(std::move(*change));
+            } else if (!line.empty()) {
+                ++result.foreign_lines;
+            }
+        });
     return result;
 }
 

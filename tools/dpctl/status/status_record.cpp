@@ -2,9 +2,9 @@
 
 #include <charconv>
 
+#include "support/complete_lines.hpp"
 #include "support/decimal.hpp"
 #include "tools/dpctl/status/status_reason.hpp"
-#include "tools/dpctl/system/complete_lines.hpp"
 
 namespace dpctl {
 namespace {
@@ -130,13 +130,14 @@ std::optional<status_record> status_record::parse(std::string_view line) {
 
 status_records read_records(std::string_view text) {
     status_records result;
-    result.is_incomplete = for_each_complete_line(text, [&result](std::string_view line) {
-        if (auto record = status_record::parse(line)) {
-            result.records.push_back(std::move(*record));
-        } else if (!line.empty()) {
-            ++result.foreign_lines;
-        }
-    });
+    result.is_incomplete =
+        dp_support::for_each_complete_line(text, [&result](std::string_view line) {
+            if (auto record = status_record::parse(line)) {
+                result.records.push_back(std::move(*record));
+            } else if (!line.empty()) {
+                ++result.foreign_lines;
+            }
+        });
     return result;
 }
 

@@ -1,4 +1,4 @@
-#include "tools/dpctl/system/complete_lines.hpp"
+#include "support/complete_lines.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@ struct lines_and_rest {
 
 lines_and_rest take_from(std::string_view text) {
     lines_and_rest result{};
-    result.is_incomplete = dpctl::for_each_complete_line(
+    result.is_incomplete = dp_support::for_each_complete_line(
         text, [&result](std::string_view line) { result.lines.emplace_back(line); });
     return result;
 }

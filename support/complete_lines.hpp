@@ -1,10 +1,10 @@
-#ifndef DP_TOOLS_DPCTL_SYSTEM_COMPLETE_LINES_HPP
-#define DP_TOOLS_DPCTL_SYSTEM_COMPLETE_LINES_HPP
+#ifndef DP_SUPPORT_COMPLETE_LINES_HPP
+#define DP_SUPPORT_COMPLETE_LINES_HPP
 
 #include <cstddef>
 #include <string_view>
 
-namespace dpctl {
+namespace dp_support {
 
 /// Calls `take` with each line of `text` that ends with a newline, without the newline. Returns
 /// whether an incomplete last line is left.
@@ -17,6 +17,6 @@ bool for_each_complete_line(std::string_view text, Take take) {
     return !text.empty();
 }
 
-}  // namespace dpctl
+}  // namespace dp_support
 
 #endif
