@@ -536,15 +536,20 @@ void http_connection::watch_stream() {
     transport_->read_some(
         boost::asio::buffer(input_),
         [self = shared_from_this()](const error_code& error, std::size_t /*count*/) {
-            if (self->state_ == states::closed) {
-                return;
-            }
-            if (error) {
-                self->close();
-                return;
-            }
-            self->watch_stream();
+            self->drop_input(error, &http_connection::watch_stream);
         });
+}
+
+// Drops what was read; `read_more` reads on, unless the client is gone.
+void http_connection::drop_input(const error_code& error, void (http_connection::*read_more)()) {
+    if (state_ == states::closed) {
+        return;
+    }
+    if (error) {
+        close();
+        return;
+    }
+    (this->*read_more)();
 }
 
 void http_connection::stream_piece(const std::string& piece) {
@@ -617,14 +622,7 @@ void http_connection::discard() {
     transport_->socket().async_read_some(
         boost::asio::buffer(input_),
         [self = shared_from_this()](const error_code& error, std::size_t /*count*/) {
-            if (self->state_ == states::closed) {
-                return;
-            }
-            if (error) {
-                self->close();
-                return;
-            }
-            self->discard();
+            self->drop_input(error, &http_connection::discard);
         });
 }
 

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <boost/asio/steady_timer.hpp>
+#include <boost/system/error_code.hpp>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -93,6 +94,7 @@ class http_connection : public std::enable_shared_from_this<http_connection> {
     void sent();
     void send_stream();
     void watch_stream();
+    void drop_input(const boost::system::error_code& error, void (http_connection::*read_more)());
     void stream_piece(const std::string& piece);
     void end_stream();
     void flush_stream();
