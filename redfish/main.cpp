@@ -171,9 +171,7 @@ result<std::string> service_uuid(const std::string& state_folder) {
     for (const std::size_t place : {8U, 13U, 18U, 23U}) {
         digits->insert(place, "-");
     }
-    dp_support::staged_file file(path, dp_support::staged_file::durable, S_IRUSR | S_IWUSR);
-    file.out() << *digits << '\n';
-    const auto written = file.complete().and_then([&] { return file.replace(); });
+    const auto written = dp_support::write_private_file(path, *digits + '\n');
     return written ? digits : result<std::string>(written.error());
 }
 

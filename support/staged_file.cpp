@@ -92,4 +92,10 @@ result<> staged_file::replace() {
     return {};
 }
 
+result<> write_private_file(const std::string& path, std::string_view content) {
+    staged_file file(path, staged_file::durable, S_IRUSR | S_IWUSR);
+    file.out() << content;
+    return file.complete().and_then([&] { return file.replace(); });
+}
+
 }  // namespace dp_support

@@ -6,6 +6,7 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
 
 #include "support/descriptor_output.hpp"
 #include "support/file_descriptor.hpp"
@@ -77,6 +78,10 @@ class staged_file {
     result<> outcome_;
     bool in_place_ = false;
 };
+
+/// Replaces the file `path` by `content`, durably, with mode 0600. The code of a failure is a value
+/// of errno.
+result<> write_private_file(const std::string& path, std::string_view content);
 
 }  // namespace dp_support
 

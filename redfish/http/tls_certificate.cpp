@@ -136,12 +136,6 @@ int select_protocol(SSL* /*connection*/, const unsigned char** out, unsigned cha
     return SSL_TLSEXT_ERR_OK;
 }
 
-result<> write_private_file(const std::string& file, const std::string& text) {
-    dp_support::staged_file staged(file, dp_support::staged_file::durable, S_IRUSR | S_IWUSR);
-    staged.out() << text;
-    return staged.complete().and_then([&] { return staged.replace(); });
-}
-
 }  // namespace
 
 tls_certificate::tls_certificate(std::string chain, std::string key)
@@ -219,7 +213,7 @@ result<std::shared_ptr<const tls_certificate>> tls_certificate::load_or_make(
     if (!text) {
         return text.error();
     }
-    if (const auto written = write_private_file(file, *text); !written) {
+    if (const auto written = dp_support::write_private_file(file, *text); !written) {
         return written.error();
     }
     return load(file, file);

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 
@@ -139,6 +140,17 @@ TEST_F(staged_file_test, several_processes_may_stage_the_same_file) {
     struct stat info {};
     ASSERT_EQ(stat(path.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 07777, 0640U);
+}
+
+TEST_F(staged_file_test, a_private_file_is_for_its_owner_alone) {
+    test::write_file(path, "old");
+    const auto written = dp_support::write_private_file(path, "new");
+    ASSERT_TRUE(written) << written.reason();
+    EXPECT_EQ(test::read_file(path), "new");
+    struct stat info {};
+    ASSERT_EQ(stat(path.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0600U);
+    EXPECT_EQ(dp_support::write_private_file(path + "/missing/file", "").code(), ENOTDIR);
 }
 
 }  // namespace
