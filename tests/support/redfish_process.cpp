@@ -1,47 +1,13 @@
 #include "tests/support/redfish_process.hpp"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <chrono>
 #include <cstddef>
 #include <cstdlib>
-#include <stdexcept>
 
 #include "support/ascii_case.hpp"
-#include "tests/support/eventually.hpp"
 #include "tests/support/process.hpp"
-#include "tests/support/program.hpp"
 #include "tests/support/scratch_files.hpp"
 
 namespace test {
-namespace {
-
-std::string redfish_log_file() {
-    return root() + "/redfish.log";
-}
-
-// The process's first line, without its newline; empty when it ends without one.
-std::string first_line(int descriptor) {
-    std::string line;
-    for (;;) {
-        pollfd entry{descriptor, POLLIN, 0};
-        char c = 0;
-        constexpr auto wait = std::chrono::milliseconds(patience).count();
-        if (poll(&entry, 1, static_cast<int>(wait)) <= 0 || read(descriptor, &c, 1) != 1) {
-            return "";
-        }
-        if (c == '\n') {
-            return line;
-        }
-        line += c;
-    }
-}
-
-}  // namespace
-
 std::string curl_answer::field(const std::string& name) const {
     const std::string lower = dp_support::lower_case(head);
     const std::string begin = "\r\n" + dp_support::lower_case(name) + ": ";
@@ -53,67 +19,9 @@ std::string curl_answer::field(const std::string& name) const {
     return head.substr(value, head.find("\r\n", value) - value);
 }
 
-redfish_process::~redfish_process() {
-    if (pid_ > 0) {
-        stop(SIGKILL);
-    }
-}
-
-bool redfish_process::start() {
-    if (pid_ > 0) {
-        throw std::logic_error("dp_redfishd is already running");
-    }
-    std::vector<std::string> words = {"--port", "0", "--state-folder", state(""), "--allow-root"};
-    words.insert(words.end(), options.begin(), options.end());
-    const pipe_ends ready = make_pipe();
-    const std::string program = program_path("dp_redfishd");
-    const std::string log_name = redfish_log_file();
-    const argument_list arguments("dp_redfishd", words);
-    pid_ = fork();
-    if (pid_ == 0) {
-        const int log = open(log_name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-        dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
-        dup2(ready.write_end, STDOUT_FILENO);
-        dup2(log, STDERR_FILENO);
-        execv(program.c_str(), arguments.data());
-        _exit(127);
-    }
-    close(ready.write_end);
-    out_ = ready.read_end;
-    static const std::string begin = "dp_redfishd: ready ";
-    const std::string line = first_line(out_);
-    if (line.rfind(begin, 0) != 0) {
-        return false;
-    }
-    url_ = line.substr(begin.size());
-    return true;
-}
-
-void redfish_process::send(int signal) const {
-    kill(pid_, signal);
-}
-
-int redfish_process::wait() {
-    int status = 0;
-    const bool ended = eventually([&] { return waitpid(pid_, &status, WNOHANG) == pid_; });
-    if (!ended) {
-        kill(pid_, SIGKILL);
-        waitpid(pid_, &status, 0);
-    }
-    pid_ = 0;
-    close(out_);
-    out_ = -1;
-    return ended ? exit_code_of(status) : -1;
-}
-
-int redfish_process::stop(int signal) {
-    send(signal);
-    return wait();
-}
-
-std::string redfish_process::log() {
-    return read_file(redfish_log_file());
-}
+redfish_process::redfish_process()
+    : daemon_process("dp_redfishd", "redfish",
+                     {"--port", "0", "--state-folder", state(""), "--allow-root"}) {}
 
 std::string redfish_process::state(const std::string& name) {
     return root() + "/redfish" + (name.empty() ? "" : "/" + name);
@@ -133,7 +41,7 @@ curl_answer redfish_process::curl(const std::string& path,
                                       "--dump-header", head_file,      "--write-out",
                                       "\n%{http_code}"};
     words.insert(words.end(), arguments.begin(), arguments.end());
-    words.push_back(url_ + path);
+    words.push_back(url() + path);
     const auto ran = run_process("/usr/bin/curl", argument_list("curl", words), [] {
         // The relocatable library and a proxy are not for curl.
         for (const char* const name : {"LD_LIBRARY_PATH", "http_proxy", "https_proxy"}) {

@@ -1,28 +1,22 @@
 #ifndef DP_TESTS_SUPPORT_SERVICE_PROCESS_HPP
 #define DP_TESTS_SUPPORT_SERVICE_PROCESS_HPP
 
-#include <sys/types.h>
-
-#include <csignal>
 #include <string>
 #include <vector>
 
 #include "bios/template_info.hpp"
+#include "tests/support/daemon_process.hpp"
 
 namespace test {
 
 /// dp_settingsd as a process, and the files of the server that it serves below $DP_ROOT. The test's
 /// own process, linked with the relocatable library, may use the C API at the same time. There is
-/// one at a time. Waiting for the service ends after `patience`.
-class service_process {
+/// one at a time.
+class service_process : public daemon_process {
   public:
     /// Empties the scratch folder and writes the files of a server that was never started: symlinks
     /// to the outside tools, and the sample template with the build id "B1".
     service_process();
-    /// Kills the service if it is still running.
-    ~service_process();
-    service_process(const service_process&) = delete;
-    service_process& operator=(const service_process&) = delete;
 
     /// Replaces the compressed template and the build id. Call it only while no service runs.
     static void install(const std::vector<template_info>& infos, const std::string& build_id);
@@ -30,33 +24,8 @@ class service_process {
     /// Writes the files of a BIOS update.
     static void place_update(const std::vector<template_info>& infos, const std::string& build_id);
 
-    /// Options of the service's command line, for the next start.
-    std::vector<std::string> options;
-
-    /// Starts the service and waits until it is ready. False when it ended instead; see `wait` and
-    /// `log` for the reason.
-    bool start();
-
-    /// Starts the service without waiting.
-    void launch();
-    /// Starts it with closed standard input, output and error; it cannot report that it is ready.
-    void launch_without_streams();
-    /// Waits for its "ready" line; false when it ended without one.
-    bool wait_until_ready();
-
-    /// Sends a signal to the service.
-    void send(int signal) const;
-    /// Waits until the service ends. Returns its exit code, or 128 plus the number of the signal
-    /// that ended it; -1 when it had to be killed.
-    int wait();
-    /// `send` and `wait`.
-    int stop(int signal = SIGTERM);
-
-    [[nodiscard]] bool is_running() const { return pid_ > 0; }
-    [[nodiscard]] pid_t pid() const { return pid_; }
-
     /// The service's standard error since the last start: its log.
-    [[nodiscard]] static std::string log();
+    [[nodiscard]] static std::string log() { return log_of("service"); }
 
     /// Removes an earlier result and writes a batch as clients do.
     static void write_batch(const std::string& text);
@@ -76,12 +45,6 @@ class service_process {
     static std::string result() { return path("/tmp/dp/batch.out"); }
     static std::string pending() { return path("/var/dp/uefi_settings.txt"); }
     static std::string current() { return path("/var/dp/uefi_current.txt"); }
-
-  private:
-    void launch(bool with_streams);
-
-    pid_t pid_ = 0;
-    int out_ = -1;
 };
 
 }  // namespace test
