@@ -55,9 +55,10 @@ _LINE = re.compile(r'^\d+ \S+ \S+ set (\S+) "((?:[^"\\]|\\.)*)" ""\s*$')
 
 
 class ScratchServer:
-    """`build` is a build folder with programs and libraries."""
+    """`build` is a build folder with programs and libraries; `registry_file` the registry of the
+    server, which is installed with it; without it, the server has a small template alone."""
 
-    def __init__(self, build, root=None):
+    def __init__(self, build, root=None, registry_file=None):
         self._build = os.path.abspath(build)
         self._base = tempfile.mkdtemp(prefix="dp-proof-", dir=root or MEMORY)
         self.root = os.path.join(self._base, "root")
@@ -74,10 +75,13 @@ class ScratchServer:
         os.makedirs(os.path.join(self.root, "tmp"))
         for tool in ("dpspy", "sysvpd"):
             os.symlink(self.program(tool), os.path.join(self.root, "bin", tool))
-        self.template = self._compile("registry", registry())
-        self.update_template = self._compile("update", registry(version="2"))
-        self.check(self.run("dp-server", "install", "--template", self.template, "--settings",
-                            self.template + ".values", "--build-id", "B1"))
+        if registry_file is None:
+            self.template = self._compile("registry", registry())
+            self.update_template = self._compile("update", registry(version="2"))
+            self.check(self.run("dp-server", "install", "--template", self.template, "--settings",
+                                self.template + ".values", "--build-id", "B1"))
+        else:
+            self.check(self.run("dp-server", "install", "--registry", registry_file))
         # The first start completes the files.
         self.start()
         self.stop()
