@@ -50,7 +50,7 @@ std::string chunk_of(std::string_view piece) {
 
 // An error object of Redfish without extended information.
 std::string plain_error_text(const std::string& reason) {
-    std::string text = R"({"error":{"code":"Base.1.18.GeneralError","message":")";
+    std::string text = R"({"error":{"code":"Base.1.22.GeneralError","message":")";
     for (const char c : reason) {
         if (c == '"' || c == '\\') {
             text += '\\';

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 
+#include "redfish/protocol/field_text.hpp"
 #include "service_api/fnv1a_64.hpp"
 
 namespace dp_redfish {
@@ -9,13 +10,6 @@ namespace {
 
 std::string_view without_weakness(std::string_view etag) {
     return etag.starts_with("W/") ? etag.substr(2) : etag;
-}
-
-std::string_view without_spaces_around(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(" \t");
-    return first == std::string_view::npos
-               ? std::string_view()
-               : text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
 }  // namespace

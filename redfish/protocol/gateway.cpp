@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "redfish/access/identity.hpp"
+#include "redfish/protocol/accepted_type.hpp"
 #include "redfish/protocol/call.hpp"
 #include "redfish/protocol/etag.hpp"
 #include "redfish/protocol/http_status.hpp"
@@ -68,13 +69,6 @@ std::string percent_encoded(std::string_view text) {
         }
     }
     return result;
-}
-
-// Whether a client that sent this Accept field takes JSON.
-bool accepts_json(std::string_view field) {
-    return field.empty() || field.find("*/*") != std::string_view::npos ||
-           field.find("application/*") != std::string_view::npos ||
-           field.find("json") != std::string_view::npos;
 }
 
 // The member of an object, to be changed, or null.
@@ -164,9 +158,6 @@ class exchange : public std::enable_shared_from_this<exchange> {
 
     void start(access_control& access) {
         guarded(reply_, [&] {
-            if (!has_known_version()) {
-                return;
-            }
             match_ = routes_.find(request_->method, request_->path);
             if (is_open()) {
                 return run();
@@ -193,7 +184,11 @@ class exchange : public std::enable_shared_from_this<exchange> {
                 std::make_shared<const std::string>(to_text(result.body, json_layout::one_line));
         }
         if (result.text != nullptr) {
-            response.headers.try_emplace("Content-Type", json_type);
+            std::string& type =
+                response.headers.try_emplace("Content-Type", json_type).first->second;
+            if (accepted_type(request.header("Accept"), type).wants_utf8) {
+                type += ";charset=utf-8";
+            }
         }
         if (!result.etag.empty()) {
             response.headers.try_emplace("ETag", std::move(result.etag));
@@ -246,12 +241,7 @@ class exchange : public std::enable_shared_from_this<exchange> {
             answer result = error_answer(
                 http_status::unauthorized,
                 {{who.state == states::refused ? "AccessUnauthorized" : "NoValidSession"}});
-            // A client that has sessions is not to ask its user for a password, nor is a browser
-            // whose page sent the request.
-            const std::string_view mode = request_->header("Sec-Fetch-Mode");
-            if (request_->header("X-Auth-Token").empty() && (mode.empty() || mode == "navigate")) {
-                result.headers["WWW-Authenticate"] = "Basic realm=\"Redfish\"";
-            }
+            add_challenge(result, *request_);
             return send(std::move(result));
         }
         if (who.state == states::known) {
@@ -291,6 +281,9 @@ class exchange : public std::enable_shared_from_this<exchange> {
     }
 
     void run() {
+        if (!has_known_version()) {
+            return;
+        }
         if (is_get()) {
             return run_get();
         }
@@ -304,11 +297,22 @@ class exchange : public std::enable_shared_from_this<exchange> {
             }
             document_ = std::get<json_value>(std::move(body));
         }
+        if (request_->method == "PATCH" && !asks_for_a_change()) {
+            return send(error_answer(http_status::bad_request,
+                                     {{document_.items.empty() ? "EmptyJSON" : "NoOperation"}}));
+        }
         if (request_->method != "POST" &&
             (!request_->header("If-Match").empty() || !request_->header("If-None-Match").empty())) {
             return check_conditions();
         }
         run_change();
+    }
+
+    // Whether a PATCH has more than annotations of OData, which are ignored.
+    [[nodiscard]] bool asks_for_a_change() const {
+        return std::any_of(
+            document_.items.begin(), document_.items.end(),
+            [](const json_value& member) { return !member.name.starts_with("@odata."); });
     }
 
     void run_change() {
@@ -385,7 +389,7 @@ class exchange : public std::enable_shared_from_this<exchange> {
         if (result.status != http_status::ok || !is_json(result)) {
             return finish(std::move(result));
         }
-        if (!accepts_json(request_->header("Accept"))) {
+        if (!accepted_type(request_->header("Accept"), json_type).is_accepted) {
             return send(error_answer(
                 http_status::not_acceptable,
                 {{"HeaderInvalid", {"Accept"}, {}, "The resource is available as JSON."}}));

@@ -118,6 +118,9 @@ class query_reader {
   private:
     std::optional<answer> take(const std::string& name, const std::string& value) {
         if (name == "only") {
+            if (!value.empty()) {
+                return wrong_format(name, value);
+            }
             options_.only = true;
             return std::nullopt;
         }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "redfish/protocol/http_status.hpp"
+#include "redfish/protocol/media_type.hpp"
 #include "redfish/protocol/messages.hpp"
 #include "support/ascii_case.hpp"
 
@@ -18,11 +19,13 @@ using dp_support::json_value;
 // Of very many repeated members, only the first ones are reported.
 constexpr std::size_t most_repeated_members = 100;
 
-// The media type in a header field, without its parameters: "application/json".
-std::string media_type_in(std::string_view field) {
-    field = field.substr(0, field.find(';'));
-    const std::size_t last = field.find_last_not_of(" \t");
-    return dp_support::lower_case(field.substr(0, last == std::string_view::npos ? 0 : last + 1));
+// Whether a body of this Content-Type can be read. One that is missing is taken for JSON.
+bool is_json_type(std::string_view field) {
+    const media_type type(field);
+    const std::string_view charset = type.parameter("charset");
+    return type.name.empty() ||
+           (type.name == "application/json" &&
+            (charset.empty() || dp_support::equal_ignoring_case(charset, "utf-8")));
 }
 
 void find_repeated(const json_value& value, const std::string& pointer,
@@ -51,13 +54,12 @@ std::variant<json_value, answer> read_request_body(const http_request& request) 
     if (text.empty() && request.method == "POST") {
         return json_value::object();
     }
-    const std::string type = media_type_in(request.header("Content-Type"));
-    if (!type.empty() && type != "application/json") {
+    if (!is_json_type(request.header("Content-Type"))) {
         return error_answer(http_status::unsupported_media_type,
                             {{"HeaderInvalid",
                               {"Content-Type"},
                               {},
-                              "The body of a request is of the type application/json."}});
+                              "The body of a request is application/json, in UTF-8."}});
     }
     auto document = dp_support::parse_json(text);
     if (!document.error.empty()) {

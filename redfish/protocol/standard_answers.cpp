@@ -1,5 +1,7 @@
 #include "redfish/protocol/standard_answers.hpp"
 
+#include <string_view>
+
 #include "redfish/protocol/http_status.hpp"
 #include "redfish/protocol/messages.hpp"
 
@@ -18,6 +20,13 @@ answer unavailable_answer(const std::string& reason, const std::string& pause) {
                                  {{"ServiceTemporarilyUnavailable", {pause}, {}, reason}});
     result.headers["Retry-After"] = pause;
     return result;
+}
+
+void add_challenge(answer& refused, const http_request& request) {
+    const std::string_view mode = request.header("Sec-Fetch-Mode");
+    if (mode.empty() || mode == "navigate") {
+        refused.headers["WWW-Authenticate"] = R"(Basic realm="Redfish", charset="UTF-8")";
+    }
 }
 
 }  // namespace dp_redfish

@@ -19,6 +19,10 @@ answer not_found_answer(const std::string& type, const std::string& name);
 /// empty.
 answer unavailable_answer(const std::string& reason, const std::string& pause = "5");
 
+/// Adds the WWW-Authenticate that a 401 has. A browser whose page sent the request gets none: it
+/// would ask for name and password in a window of its own.
+void add_challenge(answer& refused, const http_request& request);
+
 }  // namespace dp_redfish
 
 #endif

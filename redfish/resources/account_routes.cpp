@@ -132,6 +132,7 @@ answer account_answer(const password_access_control& access, const account& show
     answer found;
     found.body = account_body(shown, is_locked);
     found.etag = account_etag(shown, is_locked);
+    found.body.set("@odata.etag", found.etag);
     return found;
 }
 

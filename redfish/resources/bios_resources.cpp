@@ -137,13 +137,11 @@ std::vector<message> problems_of_patch(const json_value& document) {
     constexpr std::array<std::string_view, 6> fixed{
         "Id", "Name", "Description", "AttributeRegistry", "Actions", "Links"};
     std::vector<message> problems;
-    bool has_anything = false;
     for (const auto& member : document.items) {
         const std::string pointer = pointer_segment(member.name);
         if (member.name.starts_with("@odata.")) {
             continue;
         }
-        has_anything = true;
         if (member.name == "Attributes") {
             if (member.kind != json_kind::object) {
                 problems.push_back(
@@ -169,9 +167,7 @@ std::vector<message> problems_of_patch(const json_value& document) {
             problems.push_back({"PropertyUnknown", {member.name}, pointer});
         }
     }
-    if (!has_anything) {
-        problems.push_back({document.items.empty() ? "EmptyJSON" : "NoOperation"});
-    } else if (problems.empty() && document.find("Attributes") == nullptr) {
+    if (problems.empty() && document.find("Attributes") == nullptr) {
         problems.push_back({"NoOperation"});
     }
     return problems;

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <utility>
 
+#include "redfish/protocol/request_body.hpp"
+
 namespace dp_redfish {
 namespace {
 
@@ -91,8 +93,7 @@ void request_members::read_only(std::initializer_list<std::string_view> names) {
     for (const std::string_view name : names) {
         if (any(name) != nullptr) {
             not_settable_.push_back(
-                {std::string(name),
-                 {"PropertyNotWritable", {std::string(name)}, "/" + std::string(name)}});
+                {"PropertyNotWritable", {std::string(name)}, "/" + std::string(name)});
         }
     }
 }
@@ -115,25 +116,26 @@ void request_members::unknown() {
     for (const json_value& member : body_.items) {
         if (!member.name.starts_with("@odata.") && !known_.contains(member.name)) {
             not_settable_.push_back(
-                {member.name, {"PropertyUnknown", {member.name}, "/" + member.name}});
+                {"PropertyUnknown", {member.name}, pointer_segment(member.name)});
         }
     }
 }
 
 std::vector<message> request_members::all() const {
     std::vector<message> messages = errors_;
-    for (const auto& member : not_settable_) {
-        messages.push_back(member.why);
-    }
+    messages.insert(messages.end(), not_settable_.begin(), not_settable_.end());
     return messages;
 }
 
 void annotate(json_value& resource, const request_members& members) {
-    for (const auto& member : members.not_settable()) {
-        json_value list = json_value::array();
-        list.push_back(message_json(member.why));
-        resource.set(member.name + "@Message.ExtendedInfo", std::move(list));
+    if (members.not_settable().empty()) {
+        return;
     }
+    json_value list = json_value::array();
+    for (const message& why : members.not_settable()) {
+        list.push_back(message_json(why));
+    }
+    resource.set("@Message.ExtendedInfo", std::move(list));
 }
 
 }  // namespace dp_redfish

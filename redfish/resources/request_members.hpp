@@ -49,14 +49,8 @@ class request_members {
 
     /// Why the request as a whole cannot be done.
     [[nodiscard]] const std::vector<message>& errors() const { return errors_; }
-    /// Members that cannot be set, each with its message. A change does the others.
-    struct not_settable_member {
-        std::string name;
-        message why;
-    };
-    [[nodiscard]] const std::vector<not_settable_member>& not_settable() const {
-        return not_settable_;
-    }
+    /// Members that cannot be set. A change does the others.
+    [[nodiscard]] const std::vector<message>& not_settable() const { return not_settable_; }
     /// All messages, for a request that is refused.
     [[nodiscard]] std::vector<message> all() const;
 
@@ -66,10 +60,10 @@ class request_members {
     const dp_support::json_value& body_;
     std::set<std::string, std::less<>> known_;
     std::vector<message> errors_;
-    std::vector<not_settable_member> not_settable_;
+    std::vector<message> not_settable_;
 };
 
-/// Adds "NAME@Message.ExtendedInfo" to the resource for each member that was not set.
+/// Adds "@Message.ExtendedInfo" to the resource, with a message for each member that was not set.
 void annotate(dp_support::json_value& resource, const request_members& members);
 
 }  // namespace dp_redfish

@@ -110,10 +110,7 @@ answer login_refused(const http_request& request) {
                                     {},
                                     "The user name or the password is wrong, or there were too "
                                     "many failed logins."}});
-    // A browser would ask for name and password in a window of its own when a page logs in.
-    if (request.header("Sec-Fetch-Mode").empty()) {
-        refused.headers["WWW-Authenticate"] = R"(Basic realm="Redfish", charset="UTF-8")";
-    }
+    add_challenge(refused, request);
     return refused;
 }
 

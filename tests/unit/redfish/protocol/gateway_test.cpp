@@ -120,11 +120,37 @@ TEST_F(gateway_test, asks_for_a_login) {
     EXPECT_THAT(response.messages(), ElementsAre("NoValidSession"));
 }
 
-TEST_F(gateway_test, does_not_ask_for_a_password_when_the_client_has_a_token) {
+TEST_F(gateway_test, names_the_way_to_log_in_also_to_a_client_with_an_expired_token) {
     access.next.state = access_states::refused;
     const auto response = get_with("/redfish/v1/Items", "X-Auth-Token", "expired");
     EXPECT_EQ(response.status, 401U);
-    EXPECT_EQ(response.header("WWW-Authenticate"), "");
+    EXPECT_THAT(response.header("WWW-Authenticate"), HasSubstr("Basic"));
+}
+
+TEST_F(gateway_test, looks_at_the_login_before_other_fields) {
+    be_nobody();
+    EXPECT_EQ(get_with("/redfish/v1/Items", "OData-Version", "4.1").status, 401U);
+    EXPECT_EQ(get_with("/redfish/v1/Items", "If-None-Match", "*").status, 401U);
+    EXPECT_EQ(get_with("/redfish/v1/", "OData-Version", "4.1").status, 412U);
+}
+
+TEST_F(gateway_test, refuses_a_patch_that_asks_for_nothing) {
+    const auto messages = [&](const char* body) {
+        return test::send(service, "PATCH", "/redfish/v1/Items/1", body).messages();
+    };
+    EXPECT_THAT(messages("{}"), ElementsAre("EmptyJSON"));
+    EXPECT_THAT(messages(R"({"@odata.id": "/redfish/v1/Items/1"})"), ElementsAre("NoOperation"));
+    EXPECT_EQ(changed_, "");
+}
+
+TEST_F(gateway_test, names_the_character_set_if_the_client_asks_for_it) {
+    const auto type = [&](const char* accept) {
+        return get_with("/redfish/v1/Items", "Accept", accept).header("Content-Type");
+    };
+    EXPECT_EQ(get("/redfish/v1/Items").header("Content-Type"), "application/json");
+    EXPECT_EQ(type("application/json"), "application/json");
+    EXPECT_EQ(type("application/json;charset=utf-8"), "application/json;charset=utf-8");
+    EXPECT_EQ(type("text/html, */*; charset=UTF-8"), "application/json;charset=utf-8");
 }
 
 TEST_F(gateway_test, does_not_let_a_browser_ask_for_a_page_that_fetches) {

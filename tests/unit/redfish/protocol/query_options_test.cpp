@@ -75,6 +75,7 @@ TEST(read_query, refuses_wrong_values) {
     EXPECT_EQ(bad({{"$select", "a,,b"}}).second, "QueryParameterValueFormatError");
     EXPECT_EQ(bad({{"$top", "1"}, {"$top", "2"}}).second, "QueryCombinationInvalid");
     EXPECT_EQ(bad({{"only", ""}, {"$expand", "."}}).second, "QueryCombinationInvalid");
+    EXPECT_EQ(bad({{"only", "x"}}).second, "QueryParameterValueFormatError");
 }
 
 }  // namespace

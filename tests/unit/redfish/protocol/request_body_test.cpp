@@ -42,6 +42,7 @@ TEST(read_request_body, accepts_an_object) {
 
 TEST(read_request_body, refuses_another_media_type) {
     EXPECT_EQ(verdict(with_body("{}", "text/plain")).first, 415U);
+    EXPECT_EQ(verdict(with_body("{}", "application/json;charset=latin1")).first, 415U);
     EXPECT_EQ(verdict(with_body("a=b", "application/x-www-form-urlencoded")).first, 415U);
 }
 

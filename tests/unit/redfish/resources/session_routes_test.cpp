@@ -148,8 +148,6 @@ TEST_F(session_routes, a_timeout_out_of_range_is_refused) {
             ask("PATCH", service, "admin", std::string(R"({"SessionTimeout": )") + value + "}");
         EXPECT_EQ(message_ids(refused), "PropertyValueTypeError") << value;
     }
-    EXPECT_EQ(message_ids(ask("PATCH", service, "admin", "{}")), "NoOperation");
-    EXPECT_EQ(message_ids(ask("PATCH", service, "admin", R"({"@odata.id": "/x"})")), "NoOperation");
     EXPECT_EQ(message_ids(ask("PATCH", service, "admin", R"({"Id": "x", "King": 1})")),
               "PropertyNotWritable PropertyUnknown");
 }
@@ -158,7 +156,7 @@ TEST_F(session_routes, members_that_cannot_be_set_are_annotated_when_others_are)
     const answer changed = ask("PATCH", service, "admin", R"({"SessionTimeout": 61, "King": 1})");
     EXPECT_EQ(changed.status, 200U);
     EXPECT_EQ(member(changed, "SessionTimeout").integer, 61);
-    EXPECT_EQ(member(changed, "King@Message.ExtendedInfo").items.size(), 1U);
+    EXPECT_EQ(member(changed, "@Message.ExtendedInfo").items.size(), 1U);
 }
 
 TEST_F(session_routes, on_a_full_disk_the_timeout_stays) {
