@@ -34,7 +34,7 @@ reported=$(../tree/dev demo --registry r.json 2>/dev/null)
 
 # Wrong arguments are refused before anything is built.
 rm -f "$scratch/built"
-for arguments in 'demo --nonsense' 'shell --nonsense' 'docs now' 'fuzz ten' 'fuzz 0' 'fuzz --help' 'fuzz 1 2' 'coverage now' 'kills x' 'many now' 'mutate x' 'valgrind no_tests' 'lint --nonsense' \
+for arguments in 'demo --nonsense' 'shell --nonsense' 'docs now' 'fuzz ten' 'fuzz 0' 'fuzz --help' 'fuzz 1 2' 'coverage now' 'kills x' 'many now' 'mutate x' 'fleet x' 'fleet 0' 'valgrind no_tests' 'lint --nonsense' \
   'lint --changed --nonsense' 'abi --nonsense' 'abi --update now' 'size now' 'package amd64' 'nonsense' ''; do
   status=0
   # shellcheck disable=SC2086 # they are several words
