@@ -21,10 +21,10 @@ def missing():
     return ""
 
 
-def _redirect(folder):
+def _environment(folder):
     """The environment: Ansible keeps its files in the folder."""
     return client_environment(ANSIBLE_HOME=folder, ANSIBLE_LOCAL_TEMP=folder,
-                              ANSIBLE_COLLECTIONS_PATHS=UNPACKED, ANSIBLE_NOCOLOR="1",
+                              ANSIBLE_COLLECTIONS_PATHS=UNPACKED, ANSIBLE_NOCOLOR="1", ANSIBLE_PIPELINING="1",
                               LC_ALL="C.UTF-8")
 
 
@@ -53,6 +53,6 @@ def play(playbook, inventory, folder, *options, forks=20, bound=1800):
     """Runs the playbook in its own folder."""
     run = subprocess.run(
         [PLAYBOOK, "-i", inventory, "--forks", str(forks), os.path.basename(playbook), *options],
-        cwd=os.path.dirname(playbook), env=_redirect(folder), text=True, check=False,
+        cwd=os.path.dirname(playbook), env=_environment(folder), text=True, check=False,
         stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=bound)
     return Outcome(run)
