@@ -15,6 +15,9 @@ struct access_policy {
 
     /// From its last use until a session ends.
     std::chrono::seconds session_timeout{1800};
+    /// Whether a session ends `absolute_timeout` after its login also when it is used.
+    bool has_absolute_timeout = false;
+    std::chrono::seconds absolute_timeout{greatest_time};
     /// Failed logins after which an account is locked; 0: never.
     std::int64_t lockout_threshold = 5;
     /// For how long it is locked; zero: never.

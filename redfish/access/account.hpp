@@ -18,6 +18,8 @@ struct account {
     roles role = roles::read_only;
     bool enabled = true;
     std::string password_hash;  ///< of crypt(3)
+    /// The user can do nothing but change the password.
+    bool must_change_password = false;
 };
 
 /// What the accounts file contains.

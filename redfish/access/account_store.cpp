@@ -50,6 +50,12 @@ std::optional<account> account_store::find(std::string_view name) const {
     return found == nullptr ? std::nullopt : std::optional(*found);
 }
 
+bool account_store::must_change_password(std::string_view name) const {
+    const std::lock_guard lock(mutex_);
+    const account* const found = data_.find(name);
+    return found != nullptr && found->must_change_password;
+}
+
 account_data account_store::copy() const {
     const std::lock_guard lock(mutex_);
     return data_;
@@ -97,7 +103,8 @@ bool account_store::refresh() {
 }
 
 // Takes over what the file has now, and ends what rested on the old state of an account.
-void account_store::adopt(account_data data, const accounts_file::version& version) {
+void account_store::adopt(account_data data, const accounts_file::version& version,
+                          const std::string& kept_session) {
     account_data before;
     {
         const std::lock_guard lock(mutex_);
@@ -106,22 +113,23 @@ void account_store::adopt(account_data data, const accounts_file::version& versi
         is_readable_ = true;
         data = data_;
     }
-    to_tell_.sessions.set_timeout(data.policy.session_timeout);
+    to_tell_.sessions.set_timeouts(data.policy);
     for (const account& old : before.accounts) {
         const account* const now = data.find(old.name);
-        const char* const reason = now == nullptr                            ? "account deleted"
-                                   : !now->enabled                           ? "account disabled"
-                                   : now->password_hash != old.password_hash ? "password changed"
-                                   : now->role != old.role                   ? "role changed"
-                                                                             : nullptr;
+        const bool has_other_password = now == nullptr || now->password_hash != old.password_hash;
+        const char* const reason = now == nullptr          ? "account deleted"
+                                   : !now->enabled         ? "account disabled"
+                                   : now->role != old.role ? "role changed"
+                                   : has_other_password    ? "password changed"
+                                                           : nullptr;
         if (reason != nullptr) {
-            const bool has_other_password =
-                now == nullptr || now->password_hash != old.password_hash;
+            const bool is_password_alone = now != nullptr && now->enabled && now->role == old.role;
             if (has_other_password && old.name == first_account_name) {
                 remove_first_password(file_.path());
             }
             to_tell_.known_credentials.forget(old.name);
-            to_tell_.sessions.end_all(old.name, reason);
+            to_tell_.sessions.end_all(old.name, reason,
+                                      is_password_alone ? kept_session : std::string());
         }
     }
 }
@@ -132,7 +140,8 @@ account_problem account_store::report(const dp_support::failure& why) const {
     return is_full ? account_problem::no_space : account_problem::failed;
 }
 
-account_problem account_store::edit(const std::function<account_problem(account_data&)>& edit) {
+account_problem account_store::edit(const std::function<account_problem(account_data&)>& edit,
+                                    const std::string& kept_session) {
     const auto lock = file_.lock(accounts_lock_patience);
     if (!lock) {
         return report(lock.error());
@@ -150,12 +159,13 @@ account_problem account_store::edit(const std::function<account_problem(account_
     if (!written.outcome && !written.is_in_place) {
         return report(written.outcome.error());
     }
-    adopt(std::move(data), written.now);
+    adopt(std::move(data), written.now, kept_session);
     return written.outcome ? account_problem::none : report(written.outcome.error());
 }
 
 account_problem account_store::create(std::string_view by, const std::string& name, roles role,
-                                      bool enabled, const secret_text& password) {
+                                      bool enabled, const secret_text& password,
+                                      bool must_change_password) {
     // Before the lock, which others wait for.
     auto hash = hash_password(password, environment_, hash_cost_);
     if (!hash) {
@@ -168,7 +178,7 @@ account_problem account_store::create(std::string_view by, const std::string& na
         if (data.accounts.size() >= account_data::accounts_limit) {
             return account_problem::too_many_accounts;
         }
-        data.accounts.push_back({name, role, enabled, *hash});
+        data.accounts.push_back({name, role, enabled, *hash, must_change_password});
         return account_problem::none;
     });
     if (problem == account_problem::none) {
@@ -201,7 +211,13 @@ account_problem account_store::change(std::string_view by, std::string_view name
         const bool had_administrator = has_administrator(data);
         if (!hash.empty()) {
             found->password_hash = hash;
+            found->must_change_password = false;
             add("password");
+        }
+        const bool must_change = change.must_change_password.value_or(found->must_change_password);
+        if (must_change != found->must_change_password) {
+            found->must_change_password = must_change;
+            add(must_change ? "must change the password" : "need not change the password");
         }
         if (change.role && *change.role != found->role) {
             found->role = *change.role;
@@ -226,7 +242,7 @@ account_problem account_store::change(std::string_view by, std::string_view name
     }
     if (problem == account_problem::none && changes_file) {
         what.clear();
-        problem = edit(apply);
+        problem = edit(apply, change.kept_session);
     }
     if (problem != account_problem::none) {
         return problem;

@@ -58,6 +58,8 @@ class account_store {
 
     /// The account with this name; nothing when there is none.
     [[nodiscard]] std::optional<account> find(std::string_view name) const;
+    /// Whether there is an account with this name whose password must be changed.
+    [[nodiscard]] bool must_change_password(std::string_view name) const;
     /// All accounts, in the file's order.
     [[nodiscard]] std::vector<account> list() const;
     [[nodiscard]] access_policy policy() const;
@@ -78,11 +80,15 @@ class account_store {
         std::optional<roles> role{};
         std::optional<bool> enabled{};
         bool unlock = false;
+        /// Without it, a new password makes it false.
+        std::optional<bool> must_change_password{};
+        /// The session of the user who changes the own password, which goes on; empty: none.
+        std::string kept_session{};
     };
 
     /// @param by  the user who asks for the change, for the log
     account_problem create(std::string_view by, const std::string& name, roles role, bool enabled,
-                           const secret_text& password);
+                           const secret_text& password, bool must_change_password = false);
     account_problem change(std::string_view by, std::string_view name, const account_change& change,
                            const precondition& expected);
     account_problem remove(std::string_view by, std::string_view name,
@@ -93,9 +99,11 @@ class account_store {
 
   private:
     [[nodiscard]] account_data copy() const;
-    account_problem edit(const std::function<account_problem(account_data&)>& edit);
+    account_problem edit(const std::function<account_problem(account_data&)>& edit,
+                         const std::string& kept_session = {});
     [[nodiscard]] account_problem report(const dp_support::failure& why) const;
-    void adopt(account_data data, const accounts_file::version& version);
+    void adopt(account_data data, const accounts_file::version& version,
+               const std::string& kept_session = {});
     [[nodiscard]] dp_support::result<std::string> hash(const secret_text& password) const;
 
     accounts_file file_;

@@ -115,10 +115,15 @@ class accounts_text_reader {
     }
 
     void read_policy(const json_value& value, access_policy& policy) {
-        if (!is_object(value, {"session_timeout", "lockout_threshold", "lockout_duration",
-                               "lockout_reset_after"})) {
+        if (!is_object(value, {"session_timeout", "absolute_session_timeout",
+                               "absolute_session_timeout_enabled", "lockout_threshold",
+                               "lockout_duration", "lockout_reset_after"})) {
             return;
         }
+        policy.has_absolute_timeout =
+            truth(value, "absolute_session_timeout_enabled", policy.has_absolute_timeout);
+        seconds(value, "absolute_session_timeout", access_policy::least_session_timeout,
+                policy.absolute_timeout);
         seconds(value, "session_timeout", access_policy::least_session_timeout,
                 policy.session_timeout);
         policy.lockout_threshold =
@@ -131,6 +136,17 @@ class accounts_text_reader {
         }
     }
 
+    bool truth(const json_value& object, std::string_view name, bool otherwise) {
+        const json_value* const value = object.find(name);
+        if (value == nullptr) {
+            return otherwise;
+        }
+        if (value->kind != json_kind::boolean) {
+            fail(*value, quoted_for_log(name) + " must be true or false");
+        }
+        return value->truth;
+    }
+
     std::string text(const json_value& object, std::string_view name) {
         const json_value* const value = object.find(name);
         if (value == nullptr || value->kind != json_kind::text) {
@@ -141,7 +157,8 @@ class accounts_text_reader {
     }
 
     void read_account(const json_value& value, account_data& data) {
-        if (!is_object(value, {"name", "role", "enabled", "password"})) {
+        if (!is_object(value,
+                       {"name", "role", "enabled", "password", "password_change_required"})) {
             return;
         }
         account added;
@@ -157,12 +174,9 @@ class accounts_text_reader {
         if (!problem_ && !known_role) {
             fail(value, "there is no role " + quoted_for_log(role));
         }
-        if (const json_value* const enabled = value.find("enabled"); enabled != nullptr) {
-            if (enabled->kind != json_kind::boolean) {
-                fail(*enabled, "\"enabled\" must be true or false");
-            }
-            added.enabled = enabled->truth;
-        }
+        added.enabled = truth(value, "enabled", added.enabled);
+        added.must_change_password =
+            truth(value, "password_change_required", added.must_change_password);
         added.password_hash = text(value, "password");
         if (!problem_ && !is_password_hash(added.password_hash)) {
             fail(value, "\"password\" must be a yescrypt hash of crypt(3)");
@@ -186,22 +200,32 @@ dp_support::result<account_data> read_accounts_text(std::string_view text) {
 std::string write_accounts_text(const account_data& data) {
     json_value accounts = json_value::array();
     for (const account& one : data.accounts) {
-        accounts.push_back(json_value::object({{"name", one.name},
+        json_value entry = json_value::object({{"name", one.name},
                                                {"role", role_name(one.role)},
                                                {"enabled", one.enabled},
-                                               {"password", one.password_hash}}));
+                                               {"password", one.password_hash}});
+        if (one.must_change_password) {
+            entry.set("password_change_required", true);
+        }
+        accounts.push_back(std::move(entry));
     }
     const access_policy& policy = data.policy;
-    return to_text(
-               json_value::object(
-                   {{"format", accounts_format},
-                    {"policy", json_value::object(
-                                   {{"session_timeout", policy.session_timeout.count()},
-                                    {"lockout_threshold", policy.lockout_threshold},
-                                    {"lockout_duration", policy.lockout_duration.count()},
-                                    {"lockout_reset_after", policy.lockout_reset_after.count()}})},
-                    {"accounts", std::move(accounts)}}),
-               dp_support::json_layout::indented) +
+    json_value rules =
+        json_value::object({{"session_timeout", policy.session_timeout.count()},
+                            {"lockout_threshold", policy.lockout_threshold},
+                            {"lockout_duration", policy.lockout_duration.count()},
+                            {"lockout_reset_after", policy.lockout_reset_after.count()}});
+    // What has its default is left out: programs before this member refuse the file otherwise.
+    if (policy.has_absolute_timeout != access_policy().has_absolute_timeout) {
+        rules.set("absolute_session_timeout_enabled", policy.has_absolute_timeout);
+    }
+    if (policy.absolute_timeout != access_policy().absolute_timeout) {
+        rules.set("absolute_session_timeout", policy.absolute_timeout.count());
+    }
+    return to_text(json_value::object({{"format", accounts_format},
+                                       {"policy", std::move(rules)},
+                                       {"accounts", std::move(accounts)}}),
+                   dp_support::json_layout::indented) +
            "\n";
 }
 

@@ -18,4 +18,8 @@ bool has_privilege(roles role, privileges needed) {
     return false;
 }
 
+std::string account_path(const std::string& user) {
+    return "/redfish/v1/AccountService/Accounts/" + user;
+}
+
 }  // namespace dp_redfish

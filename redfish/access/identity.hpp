@@ -24,12 +24,17 @@ struct identity {
     std::string user;  ///< empty: nobody is logged in
     roles role = roles::read_only;
     std::string session_id;  ///< empty: the request has its own user name and password
+    /// The user can do nothing but change the password.
+    bool must_change_password = false;
 
     [[nodiscard]] bool is_logged_in() const { return !user.empty(); }
 };
 
 /// Whether a user with this role has the privilege.
 bool has_privilege(roles role, privileges needed);
+
+/// The path of a user's account.
+std::string account_path(const std::string& user);
 
 }  // namespace dp_redfish
 

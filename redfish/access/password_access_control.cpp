@@ -48,7 +48,8 @@ password_access_control::password_access_control(const options& chosen, const di
 identity password_access_control::identity_of(const std::string& user) const {
     // An account that was just deleted can do nothing more.
     if (const auto found = accounts_.find(user)) {
-        return found->enabled ? identity{user, found->role, {}} : identity{};
+        return found->enabled ? identity{user, found->role, {}, found->must_change_password}
+                              : identity{};
     }
     const std::lock_guard lock(external_roles_mutex_);
     const auto external = external_roles_.find(user);
@@ -98,7 +99,8 @@ void password_access_control::decide_by_token(const http_request& request, const
         done({states::refused, {}});
         return;
     }
-    done({states::known, {found->user, found->role, found->id}});
+    done({states::known,
+          {found->user, found->role, found->id, accounts_.must_change_password(found->user)}});
 }
 
 void password_access_control::decide_by_password(const http_request& request,
@@ -237,6 +239,22 @@ password_access_control::states password_access_control::check_external(
     failures_.clear(attempt.user);
     known_credentials_.remember(attempt.user, attempt.credentials);
     return states::known;
+}
+
+password_access_control::login_problem password_access_control::check_again(const std::string& user,
+                                                                            secret_text password,
+                                                                            const std::string& peer,
+                                                                            const char* by) {
+    const digest credentials = known_credentials_.digest_of(user, password.view());
+    switch (check({user, std::move(password), peer, by, credentials})) {
+        case states::known:
+            return login_problem::none;
+        case states::refused:
+            return login_problem::refused;
+        case states::unavailable:
+            break;
+    }
+    return login_problem::unavailable;
 }
 
 void password_access_control::log_in(

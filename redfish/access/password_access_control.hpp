@@ -88,6 +88,12 @@ class password_access_control final : public access_control {
         return failures_.is_locked(user, accounts_.policy());
     }
     void unlock(std::string_view by, const std::string& user);
+
+    /// Whether this is the password of a user who is logged in already. A wrong one counts as a
+    /// failed login. To be used in `post`.
+    /// @param by  for the log
+    login_problem check_again(const std::string& user, secret_text password,
+                              const std::string& peer, const char* by);
     audit_log& log() { return log_; }
 
     /// The accounts besides those of the file; null: none. To be used in `post`.

@@ -12,8 +12,15 @@ std::uint64_t session_store::index_of(const digest& token) {
     return index;
 }
 
-bool session_store::is_over(const entry& of) const {
-    return environment_.steady_now() - of.last_use >= timeout_;
+// Why a session has ended, for the log; null: it has not.
+const char* session_store::why_over(const entry& of) const {
+    const auto now = environment_.steady_now();
+    if (now - of.last_use >= policy_.session_timeout) {
+        return "not used for too long";
+    }
+    return policy_.has_absolute_timeout && now - of.opened >= policy_.absolute_timeout
+               ? "open for too long"
+               : nullptr;
 }
 
 session_store::entries::iterator session_store::erase(entries::iterator at,
@@ -23,9 +30,10 @@ session_store::entries::iterator session_store::erase(entries::iterator at,
     return sessions_.erase(at);
 }
 
-void session_store::end_those_not_used() {
+void session_store::end_those_that_timed_out() {
     for (auto it = sessions_.begin(); it != sessions_.end();) {
-        it = is_over(it->second) ? erase(it, "not used for too long") : std::next(it);
+        const char* const reason = why_over(it->second);
+        it = reason != nullptr ? erase(it, reason) : std::next(it);
     }
 }
 
@@ -43,7 +51,7 @@ session_store::opened session_store::open(login_session wanted) {
     wipe(*token);
 
     const std::lock_guard lock(mutex_);
-    end_those_not_used();
+    end_those_that_timed_out();
     const auto of_user = std::count_if(sessions_.begin(), sessions_.end(), [&](const auto& other) {
         return other.second.shown.user == wanted.user;
     });
@@ -53,7 +61,8 @@ session_store::opened session_store::open(login_session wanted) {
     }
     wanted.id = *id;
     wanted.created = environment_.wall_now();
-    entry added{wanted, sha256(result.token.view()), environment_.steady_now(), ++logins_};
+    const auto now = environment_.steady_now();
+    entry added{wanted, sha256(result.token.view()), now, now, ++logins_};
     const std::uint64_t index = index_of(added.token);
     // Random numbers that repeat are none.
     if (sessions_.contains(wanted.id) || !ids_.emplace(index, wanted.id).second) {
@@ -76,8 +85,8 @@ std::optional<login_session> session_store::use(std::string_view token) {
     if (found == sessions_.end() || !equal_in_constant_time(found->second.token, of_token)) {
         return std::nullopt;
     }
-    if (is_over(found->second)) {
-        erase(found, "not used for too long");
+    if (const char* const reason = why_over(found->second); reason != nullptr) {
+        erase(found, reason);
         return std::nullopt;
     }
     found->second.last_use = environment_.steady_now();
@@ -90,8 +99,8 @@ std::optional<login_session> session_store::find(std::string_view id) {
     if (found == sessions_.end()) {
         return std::nullopt;
     }
-    if (is_over(found->second)) {
-        erase(found, "not used for too long");
+    if (const char* const reason = why_over(found->second); reason != nullptr) {
+        erase(found, reason);
         return std::nullopt;
     }
     return found->second.shown;
@@ -99,7 +108,7 @@ std::optional<login_session> session_store::find(std::string_view id) {
 
 std::vector<login_session> session_store::list() {
     const std::lock_guard lock(mutex_);
-    end_those_not_used();
+    end_those_that_timed_out();
     std::vector<const entry*> ordered;
     ordered.reserve(sessions_.size());
     for (const auto& [id, one] : sessions_) {
@@ -121,21 +130,22 @@ bool session_store::end(std::string_view id, std::string_view reason) {
     if (found == sessions_.end()) {
         return false;
     }
-    const bool was_over = is_over(found->second);
-    erase(found, was_over ? "not used for too long" : reason);
-    return !was_over;
+    const char* const earlier = why_over(found->second);
+    erase(found, earlier != nullptr ? earlier : reason);
+    return earlier == nullptr;
 }
 
-void session_store::end_all(std::string_view user, std::string_view reason) {
+void session_store::end_all(std::string_view user, std::string_view reason, std::string_view kept) {
     const std::lock_guard lock(mutex_);
     for (auto it = sessions_.begin(); it != sessions_.end();) {
-        it = it->second.shown.user == user ? erase(it, reason) : std::next(it);
+        const bool ends = it->second.shown.user == user && it->first != kept;
+        it = ends ? erase(it, reason) : std::next(it);
     }
 }
 
-void session_store::set_timeout(std::chrono::seconds timeout) {
+void session_store::set_timeouts(const access_policy& policy) {
     const std::lock_guard lock(mutex_);
-    timeout_ = timeout;
+    policy_ = policy;
 }
 
 }  // namespace dp_redfish

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "redfish/access/access_environment.hpp"
+#include "redfish/access/access_policy.hpp"
 #include "redfish/access/audit_log.hpp"
 #include "redfish/access/digest.hpp"
 #include "redfish/access/identity.hpp"
@@ -68,31 +69,32 @@ class session_store {
     /// @param reason  for the log
     bool end(std::string_view id, std::string_view reason);
 
-    /// Ends all sessions of a user.
-    void end_all(std::string_view user, std::string_view reason);
+    /// Ends all sessions of a user, except the one with the id `kept`.
+    void end_all(std::string_view user, std::string_view reason, std::string_view kept = {});
 
-    /// Sets the time-out of all sessions, also of those that are open.
-    void set_timeout(std::chrono::seconds timeout);
+    /// Sets the time-outs of all sessions, also of those that are open.
+    void set_timeouts(const access_policy& policy);
 
   private:
     struct entry {
         login_session shown;
         digest token;
         std::chrono::steady_clock::time_point last_use;
+        std::chrono::steady_clock::time_point opened;
         std::uint64_t number = 0;  // of the login
     };
     using entries = std::map<std::string, entry, std::less<>>;
 
     static std::uint64_t index_of(const digest& token);
-    [[nodiscard]] bool is_over(const entry& of) const;
+    [[nodiscard]] const char* why_over(const entry& of) const;
     entries::iterator erase(entries::iterator at, std::string_view reason);
-    void end_those_not_used();
+    void end_those_that_timed_out();
 
     access_environment environment_;
     audit_log& log_;
     limits most_;
     std::mutex mutex_;
-    std::chrono::seconds timeout_{1800};
+    access_policy policy_;
     std::uint64_t logins_ = 0;
     entries sessions_;  // by id
     // From the first bytes of a token's digest to the session's id. A client cannot choose a

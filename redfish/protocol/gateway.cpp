@@ -251,14 +251,15 @@ class exchange : public std::enable_shared_from_this<exchange> {
             return;
         }
         if (!may(*match_.found)) {
-            return send(error_answer(http_status::forbidden, {{"InsufficientPrivilege"}}));
+            return send(not_allowed_answer(caller_));
         }
         run();
     }
 
     [[nodiscard]] bool may(const route& wanted) const {
         return wanted.needed == privileges::none ||
-               (caller_.is_logged_in() && has_privilege(caller_.role, wanted.needed));
+               (caller_.is_logged_in() && has_privilege(caller_.role, wanted.needed) &&
+                (wanted.is_for_password_change || !caller_.must_change_password));
     }
 
     // Whether there is an operation; otherwise answers.

@@ -57,6 +57,10 @@ constexpr std::array base_messages = std::to_array<base_message>({
      "the known parameters.",
      "The action %1 was submitted with the invalid parameter %2.", "ss", "Warning",
      "Correct the invalid action parameter and resubmit the request if the operation failed."},
+    {"ActionParameterValueError", "Indicates that a parameter was given an invalid value.",
+     "The value for the parameter %1 in the action %2 is invalid.", "ss", "Warning",
+     "Correct the value for the parameter in the request body and resubmit the request if the "
+     "operation failed."},
     {"ActionParameterValueFormatError",
      "Indicates that a parameter was given the correct value type but the format of the value is "
      "not supported.",

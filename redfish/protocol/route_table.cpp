@@ -33,8 +33,10 @@ std::optional<std::vector<std::string>> match_path(std::string_view pattern,
 
 }  // namespace
 
-void route_table::add(std::string method, std::string pattern, privileges needed, operation run) {
-    routes_.push_back({std::move(method), std::move(pattern), needed, std::move(run)});
+void route_table::add(std::string method, std::string pattern, privileges needed, operation run,
+                      bool is_for_password_change) {
+    routes_.push_back(
+        {std::move(method), std::move(pattern), needed, std::move(run), is_for_password_change});
 }
 
 route_table::match route_table::find(std::string_view method, std::string_view path) const {

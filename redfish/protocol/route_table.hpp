@@ -15,12 +15,20 @@ struct route {
     std::string pattern;  ///< "/redfish/v1/Systems/{}/Bios"; "{}" is one segment, any text
     privileges needed;
     operation run;
+    /// Whether it is also for users who must change their password first.
+    bool is_for_password_change = false;
 };
+
+/// For `route_table::add`.
+inline constexpr bool for_password_change = true;
 
 /// The operations of the service. Filled at start, then read only.
 class route_table {
   public:
-    void add(std::string method, std::string pattern, privileges needed, operation run);
+    void add(std::string method, std::string pattern, privileges needed, operation run,
+             bool is_for_password_change = false);
+
+    [[nodiscard]] const std::vector<route>& routes() const { return routes_; }
 
     /// What was found for a path.
     struct match {

@@ -22,6 +22,14 @@ answer unavailable_answer(const std::string& reason, const std::string& pause) {
     return result;
 }
 
+answer not_allowed_answer(const identity& caller) {
+    if (caller.must_change_password) {
+        return error_answer(http_status::forbidden,
+                            {{"PasswordChangeRequired", {account_path(caller.user)}}});
+    }
+    return error_answer(http_status::forbidden, {{"InsufficientPrivilege"}});
+}
+
 void add_challenge(answer& refused, const http_request& request) {
     const std::string_view mode = request.header("Sec-Fetch-Mode");
     if (mode.empty() || mode == "navigate") {

@@ -19,6 +19,10 @@ answer not_found_answer(const std::string& type, const std::string& name);
 /// empty.
 answer unavailable_answer(const std::string& reason, const std::string& pause = "5");
 
+/// 403 for what the caller may not do: because of the role, or because the password must be changed
+/// first.
+answer not_allowed_answer(const identity& caller);
+
 /// Adds the WWW-Authenticate that a 401 has. A browser whose page sent the request gets none: it
 /// would ask for name and password in a window of its own.
 void add_challenge(answer& refused, const http_request& request);

@@ -14,10 +14,6 @@ answer try_again_answer() {
     return unavailable_answer({}, "1");
 }
 
-answer not_allowed_answer() {
-    return error_answer(http_status::forbidden, {{"InsufficientPrivilege"}});
-}
-
 answer nothing_changed_answer(std::vector<message> problems) {
     if (problems.empty()) {
         problems.push_back({"NoOperation"});

@@ -16,9 +16,6 @@ namespace dp_redfish {
 
 /// 503 with Retry-After.
 answer try_again_answer();
-/// 403.
-answer not_allowed_answer();
-
 /// 400 for a PATCH that changes nothing: because of `problems`, or because it asks for nothing.
 answer nothing_changed_answer(std::vector<message> problems);
 

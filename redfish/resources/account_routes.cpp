@@ -20,6 +20,7 @@
 #include "redfish/protocol/etag.hpp"
 #include "redfish/protocol/http_status.hpp"
 #include "redfish/protocol/messages.hpp"
+#include "redfish/protocol/request_body.hpp"
 #include "redfish/resources/access_answers.hpp"
 #include "redfish/resources/request_members.hpp"
 #include "redfish/resources/resource_json.hpp"
@@ -39,8 +40,10 @@ std::string accounts_path() {
     return std::string(account_service) + "/Accounts";
 }
 
-std::string account_path(const std::string& name) {
-    return accounts_path() + '/' + name;
+constexpr const char* change_password_action = "ManagerAccount.ChangePassword";
+
+std::string change_password_path(const std::string& name) {
+    return account_path(name) + "/Actions/" + change_password_action;
 }
 
 std::string roles_path() {
@@ -89,9 +92,16 @@ json_value account_body(const account& shown, bool is_locked) {
          {"RoleId", role},
          {"Enabled", shown.enabled},
          {"Locked", is_locked},
-         {"PasswordChangeRequired", false},
+         {"PasswordChangeRequired", shown.must_change_password},
          {"AccountTypes", std::vector<std::string>{"Redfish"}},
          {"Links", json_value::object({{"Role", reference(role_path(role))}})}}));
+    // Others are those of the operating system.
+    if (!shown.password_hash.empty()) {
+        body.set("Actions",
+                 json_value::object(
+                     {{std::string("#") + change_password_action,
+                       json_value::object({{"target", change_password_path(shown.name)}})}}));
+    }
     return body;
 }
 
@@ -110,7 +120,8 @@ json_value role_body(roles role) {
 std::string account_etag(const account& shown, bool is_locked) {
     const digest state =
         sha256(shown.name + '\n' + role_name(shown.role) + '\n' + (shown.enabled ? 'e' : 'd') +
-               (is_locked ? 'l' : 'u') + '\n' + shown.password_hash);
+               (is_locked ? 'l' : 'u') + (shown.must_change_password ? 'c' : 'k') + '\n' +
+               shown.password_hash);
     constexpr std::size_t most_bytes = 8;
     return etag_of_version(dp_support::hexadecimal_digits(std::span(state).first(most_bytes)));
 }
@@ -146,7 +157,7 @@ account_store::precondition precondition_of(password_access_control& access,
 }
 
 bool may_administer(const identity& caller) {
-    return has_privilege(caller.role, privileges::configure_users);
+    return !caller.must_change_password && has_privilege(caller.role, privileges::configure_users);
 }
 
 // What the body of a request wants an account to be.
@@ -155,6 +166,7 @@ struct wanted_account {
     std::optional<roles> role{};
     std::optional<bool> enabled{};
     bool unlock = false;
+    std::optional<bool> must_change_password{};
     bool has_settings = false;  // also those that have that value anyway
 };
 
@@ -171,29 +183,33 @@ bool takes_only_false(request_members& members, std::string_view name) {
     return value.has_value();
 }
 
+// What is wrong with a new password; `wrong_characters` is the message about its characters.
+std::optional<message> problem_of_password(std::string_view password, message wrong_characters) {
+    switch (check_new_password(password)) {
+        case password_problem::length:
+            return message{"PasswordIncorrectLength",
+                           {},
+                           {},
+                           "It must have " + std::to_string(least_password_length) + " to " +
+                               std::to_string(greatest_password_length) + " characters."};
+        case password_problem::characters:
+            wrong_characters.reason = "It must be UTF-8 without control characters.";
+            return wrong_characters;
+        case password_problem::none:
+            break;
+    }
+    return std::nullopt;
+}
+
 void read_password(request_members& members, wanted_account& wanted) {
     const auto password = members.secret("Password");
     if (!password) {
         return;
     }
-    switch (check_new_password(*password)) {
-        case password_problem::length:
-            members.wrong("Password",
-                          {"PasswordIncorrectLength",
-                           {},
-                           {},
-                           "It must have " + std::to_string(least_password_length) + " to " +
-                               std::to_string(greatest_password_length) + " characters."});
-            break;
-        case password_problem::characters:
-            members.wrong("Password", {"PropertyValueError",
-                                       {"Password"},
-                                       {},
-                                       "It must be UTF-8 without control characters."});
-            break;
-        case password_problem::none:
-            wanted.password.emplace(*password);
-            break;
+    if (auto problem = problem_of_password(*password, {"PropertyValueError", {"Password"}})) {
+        members.wrong("Password", *std::move(problem));
+    } else {
+        wanted.password.emplace(*password);
     }
 }
 
@@ -208,7 +224,7 @@ wanted_account read_account(request_members& members) {
     }
     wanted.enabled = members.boolean("Enabled");
     wanted.unlock = takes_only_false(members, "Locked");
-    const bool has_change_required = takes_only_false(members, "PasswordChangeRequired");
+    wanted.must_change_password = members.boolean("PasswordChangeRequired");
     const json_value* const types = members.any("AccountTypes");
     if (types != nullptr) {
         const bool is_redfish =
@@ -222,14 +238,14 @@ wanted_account read_account(request_members& members) {
         }
     }
     wanted.has_settings = wanted.password || wanted.role || wanted.enabled || wanted.unlock ||
-                          has_change_required || types != nullptr;
+                          wanted.must_change_password || types != nullptr;
     return wanted;
 }
 
 // After the password was copied, which is not to remain in the parsed body.
 void wipe_password(json_value& document) {
     for (json_value& member : document.items) {
-        if (member.name == "Password") {
+        if (member.name.find("Password") != std::string::npos) {
             wipe(member.text);
         }
     }
@@ -329,7 +345,7 @@ void list_accounts_for(password_access_control& access, const std::shared_ptr<ca
 void show_account(password_access_control& access, const std::shared_ptr<call>& request) {
     const std::string& name = request->parameters.at(0);
     if (!may_administer(request->caller) && request->caller.user != name) {
-        request->respond(not_allowed_answer());
+        request->respond(not_allowed_answer(request->caller));
         return;
     }
     const auto found = access.accounts().find(name);
@@ -374,9 +390,9 @@ void create_account(password_access_control& access, const std::shared_ptr<call>
         if (find_external(access, user)) {
             return change_refused_answer(account_problem::name_taken, user);
         }
-        const account_problem problem =
-            access.accounts().create(request->caller.user, user, *wanted->role,
-                                     wanted->enabled.value_or(true), *wanted->password);
+        const account_problem problem = access.accounts().create(
+            request->caller.user, user, *wanted->role, wanted->enabled.value_or(true),
+            *wanted->password, wanted->must_change_password.value_or(false));
         const auto made = access.accounts().find(user);
         if (problem != account_problem::none || !made) {
             return change_refused_answer(problem, user);
@@ -432,7 +448,7 @@ void change_account(password_access_control& access, const std::shared_ptr<call>
                 return one.name != "Password" && !one.name.starts_with("@odata.");
             });
         if (request->caller.user != name || is_for_administrators) {
-            request->respond(not_allowed_answer());
+            request->respond(not_allowed_answer(request->caller));
             return;
         }
     }
@@ -463,11 +479,11 @@ void change_account(password_access_control& access, const std::shared_ptr<call>
     }
     answer_from_access_thread(access, request, [&access, request, wanted, members]() -> answer {
         const std::string& user = request->parameters.at(0);
-        const account_problem problem =
-            access.accounts().change(request->caller.user, user,
-                                     {wanted->password ? &*wanted->password : nullptr, wanted->role,
-                                      wanted->enabled, wanted->unlock},
-                                     precondition_of(access, request));
+        const account_problem problem = access.accounts().change(
+            request->caller.user, user,
+            {wanted->password ? &*wanted->password : nullptr, wanted->role, wanted->enabled,
+             wanted->unlock, wanted->must_change_password, request->caller.session_id},
+            precondition_of(access, request));
         if (problem == account_problem::last_administrator) {
             const bool is_role = wanted->role && *wanted->role != roles::administrator;
             const std::string property = is_role ? "RoleId" : "Enabled";
@@ -486,6 +502,97 @@ void change_account(password_access_control& access, const std::shared_ptr<call>
         answer done = account_answer(access, *changed);
         annotate(done.body, members);
         return done;
+    });
+}
+
+// The parameters of ManagerAccount.ChangePassword.
+struct password_change {
+    secret_text password{};
+    secret_text callers_password{};
+    std::vector<message> problems{};
+};
+
+password_change read_password_change(const json_value& document) {
+    password_change wanted;
+    const auto take = [&](const char* name) {
+        const json_value* const member = document.find(name);
+        if (member == nullptr) {
+            wanted.problems.push_back(
+                {"ActionParameterMissing", {change_password_action, name}, pointer_segment(name)});
+        } else if (member->kind != json_kind::text) {
+            wanted.problems.push_back({"ActionParameterValueTypeError",
+                                       {"(not shown)", name, change_password_action},
+                                       pointer_segment(name)});
+        } else {
+            return std::optional<std::string_view>(member->text);
+        }
+        return std::optional<std::string_view>();
+    };
+    if (const auto password = take("NewPassword")) {
+        auto problem = problem_of_password(
+            *password, {"ActionParameterValueError", {"NewPassword", change_password_action}});
+        if (problem) {
+            problem->related_property = "/NewPassword";
+            wanted.problems.push_back(*std::move(problem));
+        }
+        wanted.password = secret_text(*password);
+    }
+    wanted.callers_password = secret_text(take("SessionAccountPassword").value_or(""));
+    for (const json_value& member : document.items) {
+        if (member.name != "NewPassword" && member.name != "SessionAccountPassword") {
+            wanted.problems.push_back({"ActionParameterUnknown",
+                                       {change_password_action, member.name},
+                                       pointer_segment(member.name)});
+        }
+    }
+    return wanted;
+}
+
+// The caller proves again who it is: a stolen session alone changes no password this way.
+answer change_password(password_access_control& access, const call& request,
+                       password_change& wanted) {
+    using problems = password_access_control::login_problem;
+    const std::string& user = request.parameters.at(0);
+    switch (access.check_again(request.caller.user, std::move(wanted.callers_password),
+                               request.request->peer, "ChangePassword")) {
+        case problems::none:
+            break;
+        case problems::refused:
+            return error_answer(http_status::bad_request,
+                                {{"ActionParameterValueError",
+                                  {"SessionAccountPassword", change_password_action},
+                                  "/SessionAccountPassword",
+                                  "It is not the password of the account that sent the request, or "
+                                  "there were too many failed logins."}});
+        default:
+            return try_again_answer();
+    }
+    const account_problem problem = access.accounts().change(
+        request.caller.user, user, {&wanted.password, {}, {}, false, {}, request.caller.session_id},
+        {});
+    if (problem == account_problem::no_such_account && find_external(access, user)) {
+        return error_answer(
+            http_status::bad_request,
+            {{"ActionNotSupported", {change_password_action}, {}, external_reason}});
+    }
+    return problem == account_problem::none ? no_content_answer()
+                                            : change_refused_answer(problem, user);
+}
+
+void start_password_change(password_access_control& access, const std::shared_ptr<call>& request) {
+    const std::string& user = request->parameters.at(0);
+    if (!may_administer(request->caller) && request->caller.user != user) {
+        request->respond(not_allowed_answer(request->caller));
+        return;
+    }
+    const auto wanted = std::make_shared<password_change>(read_password_change(request->document));
+    wipe_password(request->document);
+    if (!wanted->problems.empty()) {
+        request->respond(error_answer(http_status::bad_request, wanted->problems));
+        return;
+    }
+    answer_from_access_thread(access, request, [&access, request, wanted] {
+        return change_password(access, *request, *wanted);
     });
 }
 
@@ -540,15 +647,23 @@ void add_account_routes(route_table& routes, password_access_control& access) {
     routes.add("GET", accounts_path(), privileges::login,
                [&access](const request_pointer& request) { list_accounts_for(access, request); });
     // Redfish has two paths for adding to a collection.
-    for (const std::string& path : {accounts_path(), account_path("Members")}) {
+    for (const std::string& path : {accounts_path(), accounts_path() + "/Members"}) {
         routes.add("POST", path, privileges::configure_users,
                    [&access](const request_pointer& request) { create_account(access, request); });
     }
     const std::string one_account = account_path("{}");
-    routes.add("GET", one_account, privileges::configure_self,
-               [&access](const request_pointer& request) { show_account(access, request); });
-    routes.add("PATCH", one_account, privileges::configure_self,
-               [&access](const request_pointer& request) { change_account(access, request); });
+    routes.add(
+        "GET", one_account, privileges::configure_self,
+        [&access](const request_pointer& request) { show_account(access, request); },
+        for_password_change);
+    routes.add(
+        "PATCH", one_account, privileges::configure_self,
+        [&access](const request_pointer& request) { change_account(access, request); },
+        for_password_change);
+    routes.add(
+        "POST", change_password_path("{}"), privileges::configure_self,
+        [&access](const request_pointer& request) { start_password_change(access, request); },
+        for_password_change);
     routes.add("DELETE", one_account, privileges::configure_users,
                [&access](const request_pointer& request) { delete_account(access, request); });
     routes.add("GET", roles_path(), privileges::login,

@@ -37,6 +37,8 @@ json_value session_service_body(const access_policy& policy) {
          {"Status", json_value::object({{"State", "Enabled"}, {"Health", "OK"}})},
          {"ServiceEnabled", true},
          {"SessionTimeout", policy.session_timeout.count()},
+         {"AbsoluteSessionTimeoutEnabled", policy.has_absolute_timeout},
+         {"AbsoluteSessionTimeout", policy.absolute_timeout.count()},
          {"Sessions", reference(resource_paths::sessions)}}));
     return body;
 }
@@ -58,26 +60,35 @@ json_value session_body(const login_session& shown) {
 }
 
 bool may_see(const identity& caller, const login_session& shown) {
-    return caller.user == shown.user || has_privilege(caller.role, privileges::configure_manager);
+    return caller.user == shown.user || (!caller.must_change_password &&
+                                         has_privilege(caller.role, privileges::configure_manager));
 }
 
 void change_session_service(password_access_control& access, const std::shared_ptr<call>& request) {
     request_members members(request->document);
     const auto timeout = members.integer("SessionTimeout", access_policy::least_session_timeout,
                                          access_policy::greatest_time);
-    members.read_only({"Id", "Name", "Description", "Status", "ServiceEnabled", "Sessions",
-                       "AbsoluteSessionTimeout", "AbsoluteSessionTimeoutEnabled", "Actions",
-                       "Oem"});
+    const auto absolute =
+        members.integer("AbsoluteSessionTimeout", access_policy::least_session_timeout,
+                        access_policy::greatest_time);
+    const auto has_absolute = members.boolean("AbsoluteSessionTimeoutEnabled");
+    members.read_only(
+        {"Id", "Name", "Description", "Status", "ServiceEnabled", "Sessions", "Actions", "Oem"});
     members.unknown();
-    if (!timeout) {
+    if (!members.errors().empty() || (!timeout && !absolute && !has_absolute)) {
         request->respond(nothing_changed_answer(members.all()));
         return;
     }
     answer_from_access_thread(
-        access, request, [&access, request, timeout = *timeout, members]() -> answer {
+        access, request, [&access, request, timeout, absolute, has_absolute, members]() -> answer {
             const account_problem problem =
                 access.accounts().change_policy(request->caller.user, [&](access_policy& policy) {
-                    policy.session_timeout = std::chrono::seconds(timeout);
+                    policy.session_timeout =
+                        std::chrono::seconds(timeout.value_or(policy.session_timeout.count()));
+                    policy.absolute_timeout =
+                        std::chrono::seconds(absolute.value_or(policy.absolute_timeout.count()));
+                    policy.has_absolute_timeout =
+                        has_absolute.value_or(policy.has_absolute_timeout);
                     return true;
                 });
             if (problem != account_problem::none) {
@@ -139,8 +150,8 @@ void create_session(password_access_control& access, const std::shared_ptr<call>
     }
     access.log_in(
         std::string(*user), std::move(password), request->request->peer, std::string(context),
-        [request](password_access_control::login_problem problem, const login_session& made,
-                  const secret_text& token) {
+        [&access, request](password_access_control::login_problem problem,
+                           const login_session& made, const secret_text& token) {
             using problems = password_access_control::login_problem;
             answer done;
             switch (problem) {
@@ -149,6 +160,12 @@ void create_session(password_access_control& access, const std::shared_ptr<call>
                     done.body = session_body(made);
                     done.headers["Location"] = session_path(made.id);
                     done.headers["X-Auth-Token"] = std::string(token.view());
+                    if (access.accounts().must_change_password(made.user)) {
+                        json_value messages = json_value::array();
+                        messages.push_back(
+                            message_json({"PasswordChangeRequired", {account_path(made.user)}}));
+                        done.body.set("@Message.ExtendedInfo", std::move(messages));
+                    }
                     break;
                 case problems::refused:
                     done = login_refused(*request->request);
@@ -178,7 +195,7 @@ session_or_refusal wanted_session(password_access_control& access, const call& r
         return {std::nullopt, not_found_answer("Session", id)};
     }
     if (!may_see(request.caller, *found)) {
-        return {std::nullopt, not_allowed_answer()};
+        return {std::nullopt, not_allowed_answer(request.caller)};
     }
     return {std::move(found)};
 }
@@ -207,25 +224,29 @@ void add_session_routes(route_table& routes, password_access_control& access) {
             create_session(access, request);
         });
     }
-    routes.add("GET", session_path("{}"), privileges::configure_self,
-               [&access](const std::shared_ptr<call>& request) {
-                   auto wanted = wanted_session(access, *request);
-                   if (wanted.found) {
-                       wanted.refusal.body = session_body(*wanted.found);
-                   }
-                   request->respond(std::move(wanted.refusal));
-               });
-    routes.add("DELETE", session_path("{}"), privileges::configure_self,
-               [&access](const std::shared_ptr<call>& request) {
-                   auto wanted = wanted_session(access, *request);
-                   if (wanted.found) {
-                       const std::string reason = "ended by " + request->caller.user;
-                       wanted.refusal = access.sessions().end(wanted.found->id, reason)
-                                            ? no_content_answer()
-                                            : not_found_answer("Session", wanted.found->id);
-                   }
-                   request->respond(std::move(wanted.refusal));
-               });
+    routes.add(
+        "GET", session_path("{}"), privileges::configure_self,
+        [&access](const std::shared_ptr<call>& request) {
+            auto wanted = wanted_session(access, *request);
+            if (wanted.found) {
+                wanted.refusal.body = session_body(*wanted.found);
+            }
+            request->respond(std::move(wanted.refusal));
+        },
+        for_password_change);
+    routes.add(
+        "DELETE", session_path("{}"), privileges::configure_self,
+        [&access](const std::shared_ptr<call>& request) {
+            auto wanted = wanted_session(access, *request);
+            if (wanted.found) {
+                const std::string reason = "ended by " + request->caller.user;
+                wanted.refusal = access.sessions().end(wanted.found->id, reason)
+                                     ? no_content_answer()
+                                     : not_found_answer("Session", wanted.found->id);
+            }
+            request->respond(std::move(wanted.refusal));
+        },
+        for_password_change);
 }
 
 }  // namespace dp_redfish

@@ -42,7 +42,8 @@ class access_routes : public testing::Test {
 
     dp_redfish::identity caller(const std::string& user) {
         const auto found = access->accounts().find(user);
-        return found ? dp_redfish::identity{user, found->role, {}} : dp_redfish::identity{};
+        return found ? dp_redfish::identity{user, found->role, {}, found->must_change_password}
+                     : dp_redfish::identity{};
     }
 
     /// The answer to a request of `user`; status 403 when the route needs a privilege that the user
@@ -57,7 +58,8 @@ class access_routes : public testing::Test {
         }
         const auto needed = match.found->needed;
         if (needed != dp_redfish::privileges::none &&
-            (!who.is_logged_in() || !has_privilege(who.role, needed))) {
+            (!who.is_logged_in() || !has_privilege(who.role, needed) ||
+             (who.must_change_password && !match.found->is_for_password_change))) {
             return {.status = 403, .body = {}};
         }
         auto request = std::make_shared<dp_redfish::http_request>();

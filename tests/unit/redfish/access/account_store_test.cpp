@@ -47,6 +47,9 @@ class account_store_test : public testing::Test {
     std::string open_session(const std::string& user) {
         return sessions.open({{}, user, roles::operator_role, {}, {}, {}}).made.id;
     }
+    account_problem require_change(const std::string& name, bool required) {
+        return store.change("root", name, {nullptr, {}, {}, false, required}, {});
+    }
     bool has_password(const std::string& name, std::string_view password) {
         return *dp_redfish::matches_hash(secret_text(password), store.find(name)->password_hash);
     }
@@ -264,6 +267,47 @@ TEST_F(account_store_test, a_file_that_cannot_be_used_is_a_failure_at_start) {
     const auto loaded = store.load();
     ASSERT_FALSE(loaded);
     EXPECT_NE(loaded.reason().find("line 1"), std::string::npos) << loaded.reason();
+}
+
+TEST_F(account_store_test, a_password_that_must_be_changed_is_in_the_file_until_it_is) {
+    EXPECT_FALSE(store.must_change_password("eve"));
+    EXPECT_FALSE(store.must_change_password("nobody"));
+    ASSERT_EQ(require_change("eve", true), account_problem::none);
+    EXPECT_TRUE(store.must_change_password("eve"));
+    EXPECT_TRUE(on_disk().find("eve")->must_change_password);
+    EXPECT_EQ(lines.count("must change the password"), 1U);
+    ASSERT_EQ(set_role("eve", roles::read_only), account_problem::none);
+    EXPECT_TRUE(store.must_change_password("eve"));
+    ASSERT_EQ(set_password("eve", "password 2"), account_problem::none);
+    EXPECT_FALSE(store.must_change_password("eve"));
+    EXPECT_FALSE(on_disk().find("eve")->must_change_password);
+    ASSERT_EQ(require_change("eve", true), account_problem::none);
+    ASSERT_EQ(require_change("eve", false), account_problem::none);
+    EXPECT_FALSE(store.must_change_password("eve"));
+}
+
+TEST_F(account_store_test, a_new_password_can_require_another_one) {
+    const secret_text password(std::string_view("password 2"));
+    ASSERT_EQ(store.change("root", "eve", {&password, {}, {}, false, true}, {}),
+              account_problem::none);
+    EXPECT_TRUE(store.must_change_password("eve"));
+    ASSERT_EQ(store.create("root", "bob", roles::read_only, true, password, true),
+              account_problem::none);
+    EXPECT_TRUE(on_disk().find("bob")->must_change_password);
+}
+
+TEST_F(account_store_test, the_session_that_changes_its_own_password_goes_on) {
+    const std::string kept = open_session("eve");
+    const std::string other = open_session("eve");
+    const secret_text password(std::string_view("password 2"));
+    ASSERT_EQ(store.change("eve", "eve", {&password, {}, {}, false, {}, kept}, {}),
+              account_problem::none);
+    EXPECT_TRUE(sessions.find(kept));
+    EXPECT_FALSE(sessions.find(other));
+    // A session has the role of its login.
+    ASSERT_EQ(store.change("eve", "eve", {&password, roles::read_only, {}, false, {}, kept}, {}),
+              account_problem::none);
+    EXPECT_FALSE(sessions.find(kept));
 }
 
 }  // namespace

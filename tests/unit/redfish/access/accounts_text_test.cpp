@@ -104,6 +104,22 @@ TEST(accounts_text, a_policy_out_of_range_is_refused) {
     EXPECT_EQ(with_policy("1"), "line 1: must be an object");
 }
 
+TEST(accounts_text, has_later_members_only_when_they_differ_from_their_defaults) {
+    dp_redfish::account_data data;
+    data.accounts.push_back({"admin", roles::administrator, true, sample_hash});
+    EXPECT_EQ(write_accounts_text(data).find("password_change_required"), std::string::npos);
+    EXPECT_EQ(write_accounts_text(data).find("absolute"), std::string::npos);
+    data.accounts[0].must_change_password = true;
+    data.policy.has_absolute_timeout = true;
+    data.policy.absolute_timeout = std::chrono::seconds(3600);
+    const auto read = read_accounts_text(write_accounts_text(data));
+    ASSERT_TRUE(read) << read.reason();
+    EXPECT_TRUE(read->accounts[0].must_change_password);
+    EXPECT_EQ(read->policy, data.policy);
+    EXPECT_EQ(problem_of(account_with(valid_account("a") + R"(, "password_change_required": 1)")),
+              "line 2: \"password_change_required\" must be true or false");
+}
+
 TEST(accounts_text, more_accounts_than_the_limit_are_refused) {
     std::string accounts;
     for (std::size_t i = 0; i <= dp_redfish::account_data::accounts_limit; ++i) {

@@ -93,7 +93,7 @@ TEST_F(session_store_test, looking_at_a_session_is_no_use) {
 
 TEST_F(session_store_test, another_timeout_counts_for_open_sessions) {
     const auto opened = open("a");
-    sessions.set_timeout(seconds(30));
+    sessions.set_timeouts({.session_timeout = seconds(30)});
     steps.advance(seconds(29));
     EXPECT_TRUE(sessions.use(opened.token.view()));
     steps.advance(seconds(30));
@@ -150,6 +150,28 @@ TEST_F(session_store_test, without_random_numbers_there_is_no_session) {
     EXPECT_TRUE(sessions.list().empty());
 }
 
+TEST_F(session_store_test, a_session_in_use_ends_when_it_was_open_for_too_long) {
+    sessions.set_timeouts({.session_timeout = seconds(60),
+                           .has_absolute_timeout = true,
+                           .absolute_timeout = seconds(100)});
+    const auto opened = sessions.open({{}, "a", roles::read_only, {}, {}, {}});
+    steps.advance(seconds(50));
+    EXPECT_TRUE(sessions.use(opened.token.view()));
+    steps.advance(seconds(49));
+    EXPECT_TRUE(sessions.use(opened.token.view()));
+    steps.advance(seconds(1));
+    EXPECT_FALSE(sessions.use(opened.token.view()));
+    EXPECT_EQ(lines.count("reason=\"open for too long\""), 1U);
+}
+
+TEST_F(session_store_test, one_session_of_a_user_can_be_kept) {
+    const auto kept = sessions.open({{}, "a", roles::read_only, {}, {}, {}});
+    const auto other = sessions.open({{}, "a", roles::read_only, {}, {}, {}});
+    sessions.end_all("a", "password changed", kept.made.id);
+    EXPECT_TRUE(sessions.find(kept.made.id));
+    EXPECT_FALSE(sessions.find(other.made.id));
+}
+
 TEST_F(session_store_test, random_numbers_that_repeat_open_no_second_session) {
     auto environment = steps.environment();
     environment.fill_random = [](std::span<unsigned char> bytes) {
@@ -172,7 +194,7 @@ TEST_F(session_store_test, several_threads_can_use_it) {
                 const auto opened = shared.open({{}, user, roles::read_only, {}, {}, {}});
                 EXPECT_TRUE(shared.use(opened.token.view()));
                 shared.list();
-                shared.set_timeout(seconds(60 + round));
+                shared.set_timeouts({.session_timeout = seconds(60 + round)});
                 EXPECT_TRUE(shared.end(opened.made.id, "done"));
                 EXPECT_FALSE(shared.use(opened.token.view()));
             }

@@ -159,6 +159,24 @@ TEST_F(session_routes, members_that_cannot_be_set_are_annotated_when_others_are)
     EXPECT_EQ(member(changed, "@Message.ExtendedInfo").items.size(), 1U);
 }
 
+TEST_F(session_routes, an_administrator_limits_the_time_of_all_sessions) {
+    const answer shown = ask("GET", service, "bob");
+    EXPECT_FALSE(member(shown, "AbsoluteSessionTimeoutEnabled").truth);
+    EXPECT_EQ(member(shown, "AbsoluteSessionTimeout").integer, 86400);
+    const answer changed =
+        ask("PATCH", service, "admin",
+            R"({"AbsoluteSessionTimeout": 60, "AbsoluteSessionTimeoutEnabled": true})");
+    EXPECT_EQ(changed.status, 200U);
+    EXPECT_EQ(member(changed, "AbsoluteSessionTimeout").integer, 60);
+    EXPECT_EQ(member(changed, "SessionTimeout").integer, 1800);
+    ASSERT_EQ(log_in("eve").status, 201U);
+    steps.advance(std::chrono::seconds(60));
+    EXPECT_TRUE(access->sessions().list().empty());
+    EXPECT_EQ(message_ids(ask("PATCH", service, "admin",
+                              R"({"AbsoluteSessionTimeout": 29, "SessionTimeout": 86401})")),
+              "PropertyValueOutOfRange PropertyValueOutOfRange");
+}
+
 TEST_F(session_routes, on_a_full_disk_the_timeout_stays) {
     const test::file_size_limit full(10);
     const answer refused = ask("PATCH", service, "admin", R"({"SessionTimeout": 60})");
