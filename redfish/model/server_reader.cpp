@@ -19,7 +19,6 @@
 #include "service_api/fnv1a_64.hpp"
 #include "service_api/stored_values.hpp"
 #include "service_api/values_seal.hpp"
-#include "support/complete_lines.hpp"
 #include "support/json.hpp"
 #include "support/read_file.hpp"
 #include "transactions/command_status.hpp"
@@ -246,16 +245,9 @@ result<value_list> read_values(const settings_catalog& catalog, watched_file fil
 
 // --- the rest
 
-std::vector<dp_service::change_record> read_history() {
-    std::vector<dp_service::change_record> records;
+change_log read_history() {
     const auto text = dp_support::read_file(path_of(watched_file::history), history_limit);
-    dp_support::for_each_complete_line(
-        text ? std::string_view(*text) : std::string_view(), [&](std::string_view line) {
-            if (auto record = dp_service::change_record::parse(std::string(line))) {
-                records.push_back(*std::move(record));
-            }
-        });
-    return records;
+    return change_log::parse(text ? std::string_view(*text) : std::string_view());
 }
 
 std::map<std::string, std::string> read_product_data() {
@@ -314,10 +306,9 @@ result<snapshot_pointer> read_once(const snapshot_pointer& previous, const file_
     }
     made->pending = *std::move(pending);
     made->current = *std::move(current);
-    made->history =
-        has_same(watched_file::history, states, previous)
-            ? previous->history
-            : std::make_shared<const std::vector<dp_service::change_record>>(read_history());
+    made->history = has_same(watched_file::history, states, previous)
+                        ? previous->history
+                        : std::make_shared<const change_log>(read_history());
     made->product_data = has_same(watched_file::vital_product_data, states, previous)
                              ? previous->product_data
                              : read_product_data();

@@ -10,10 +10,10 @@
 #include <unordered_map>
 #include <vector>
 
+#include "redfish/model/change_log.hpp"
 #include "redfish/model/watched_files.hpp"
 #include "service_api/attribute_copy.hpp"
 #include "service_api/attribute_registry.hpp"
-#include "service_api/change_record.hpp"
 
 namespace dp_redfish {
 
@@ -33,7 +33,8 @@ struct server_setting {
 /// The settings of a server and what describes them. Never changes.
 struct settings_catalog {
     std::vector<server_setting> settings;
-    std::unordered_map<std::string, std::size_t> by_name;  ///< positions in `settings`
+    std::unordered_map<std::string, std::size_t> by_name;       ///< positions in `settings`
+    std::unordered_map<std::string, std::size_t> by_full_name;  ///< the same
     /// Which settings there are depends on the values, because an attribute has very many
     /// instances.
     bool depends_on_values = false;
@@ -66,7 +67,7 @@ struct server_snapshot {
     /// @}
 
     /// The changes that the settings service made, oldest first.
-    std::shared_ptr<const std::vector<dp_service::change_record>> history;
+    std::shared_ptr<const change_log> history;
 
     /// The server's vital product data.
     std::map<std::string, std::string> product_data;

@@ -38,9 +38,12 @@ void name_settings(settings_catalog& catalog) {
     }
     catalog.by_name.clear();
     catalog.by_name.reserve(catalog.settings.size());
+    catalog.by_full_name.clear();
+    catalog.by_full_name.reserve(catalog.settings.size());
     for (std::size_t i = 0; i < catalog.settings.size(); ++i) {
         server_setting& setting = catalog.settings[i];
         const dp_attribute& attribute = setting.attribute->get();
+        catalog.by_full_name.try_emplace(setting.full_name, i);
         std::string name = attribute.id;
         if (is_shared.contains(attribute.id)) {
             name.insert(0, std::string(attribute.cfg) + '_');

@@ -4,9 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <utility>
-#include <vector>
 
 #include "redfish/protocol/call.hpp"
 #include "redfish/protocol/messages.hpp"
@@ -17,7 +15,6 @@
 #include "redfish/resources/schemas.hpp"
 #include "redfish/resources/service_answer.hpp"
 #include "service_api/change_record.hpp"
-#include "service_api/fnv1a_64.hpp"
 #include "support/json.hpp"
 
 namespace dp_redfish {
@@ -30,10 +27,21 @@ std::string in_double_quotes(const std::optional<std::string>& value) {
     return value ? '"' + *value + '"' : "no value";
 }
 
+// Whether the values of a change may be shown. Those of attributes that the server no longer has
+// may have been secrets.
+bool may_show_values(const settings_catalog& catalog, const change_record& record) {
+    const auto found = catalog.by_full_name.find(record.target);
+    return found != catalog.by_full_name.end() && !catalog.settings[found->second].is_secret;
+}
+
 // What happened, for a person.
-std::string text_of_change(const change_record& record) {
-    if (record.who == change_record::by_service) {
+std::string text_of_change(const settings_catalog& catalog, const change_record& record) {
+    // The service reports about itself.
+    if (record.who == change_record::by_service || record.target.starts_with('(')) {
         return record.target + ' ' + record.value.value_or("");
+    }
+    if (!may_show_values(catalog, record)) {
+        return record.target + (record.value ? " was changed" : " was deleted");
     }
     std::string text = record.target + ": " + in_double_quotes(record.value) + ", was " +
                        in_double_quotes(record.before);
@@ -43,29 +51,15 @@ std::string text_of_change(const change_record& record) {
     return text;
 }
 
-// Ids that remain when older records are dropped from the history: hashes of the records, with a
-// number for equal ones.
-std::vector<std::string> entry_ids(const std::vector<change_record>& records) {
-    std::vector<std::string> ids;
-    ids.reserve(records.size());
-    std::unordered_map<std::string, std::size_t> count;
-    for (const auto& record : records) {
-        dp_service::fnv1a_64 hash;
-        hash.add(record.line());
-        std::string id = hash.str();
-        const std::size_t number = ++count[id];
-        ids.push_back(number == 1 ? id : id + '-' + std::to_string(number));
-    }
-    return ids;
-}
-
-json_value entry_json(const change_record& record, const std::string& id) {
+json_value entry_json(const server_snapshot& server, std::size_t position) {
+    const change_record& record = server.history->records()[position];
+    const std::string& id = server.history->ids()[position];
     json_value body = start_resource(std::string(resource_paths::change_log_entries) + '/' + id,
                                      "LogEntry", id, "Change");
     body.set("EntryType", "Event");
     body.set("Severity", "OK");
     body.set("Created", record.time);
-    body.set("Message", text_of_change(record));
+    body.set("Message", text_of_change(*server.catalog, record));
     if (const auto by = record.requested_by(); !by.client.empty()) {
         body.set("Originator", by.client);
         body.set("OriginatorType", "Client");
@@ -79,22 +73,19 @@ answer entries_answer(const server_snapshot& server) {
     json_value body = collection_resource(resource_paths::change_log_entries, "LogEntryCollection",
                                           "Changes of settings", {});
     json_value list = json_value::array();
-    const auto ids = entry_ids(*server.history);
-    list.items.reserve(ids.size());
-    for (std::size_t i = 0; i < ids.size(); ++i) {
-        list.push_back(entry_json((*server.history)[i], ids[i]));
+    const std::size_t count = server.history->ids().size();
+    list.items.reserve(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        list.push_back(entry_json(server, i));
     }
-    body.set("Members@odata.count", ids.size());
+    body.set("Members@odata.count", count);
     body.set("Members", std::move(list));
     return {.body = std::move(body)};
 }
 
 answer entry_answer(const server_snapshot& server, const std::string& wanted) {
-    const auto ids = entry_ids(*server.history);
-    for (std::size_t i = 0; i < ids.size(); ++i) {
-        if (ids[i] == wanted) {
-            return {.body = entry_json((*server.history)[i], wanted)};
-        }
+    if (const auto found = server.history->find(wanted)) {
+        return {.body = entry_json(server, *found)};
     }
     return not_found_answer("LogEntry", wanted);
 }

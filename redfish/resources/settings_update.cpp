@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 
 #include "redfish/protocol/etag.hpp"
@@ -29,19 +28,9 @@ bool is_done(const settings_client::change& command) {
     return command.status == dp::command_status::success;
 }
 
-// Positions of settings by their full names.
-std::unordered_map<std::string_view, std::size_t> positions_in(const settings_catalog& catalog) {
-    std::unordered_map<std::string_view, std::size_t> positions;
-    positions.reserve(catalog.settings.size());
-    for (std::size_t i = 0; i < catalog.settings.size(); ++i) {
-        positions.emplace(catalog.settings[i].full_name, i);
-    }
-    return positions;
-}
-
 // Whether the values of a change are the pending ones.
 bool is_pending(const server_snapshot& now, const settings_change& change) {
-    const auto positions = positions_in(*now.catalog);
+    const auto& positions = now.catalog->by_full_name;
     return std::all_of(change.commands.begin(), change.commands.end(),
                        [&](const settings_client::change& command) {
                            const auto found = positions.find(command.name);
@@ -121,7 +110,7 @@ class settings_update {
             return unavailable_answer("The values were changed, but cannot be read.");
         }
         std::vector<message> notes{{"Success"}};
-        const auto positions = positions_in(*before.catalog);
+        const auto& positions = before.catalog->by_full_name;
         for (const auto& record : outcome.dependent) {
             const auto found = positions.find(record.target);
             if (found == positions.end()) {

@@ -80,7 +80,7 @@ TEST_F(server_model_test, has_nothing_without_files) {
     ASSERT_NE(server, nullptr);
     EXPECT_TRUE(server->catalog->settings.empty());
     EXPECT_EQ(server->pending_version, "");
-    EXPECT_TRUE(server->history->empty());
+    EXPECT_TRUE(server->history->is_empty());
 }
 
 TEST_F(server_model_test, lets_readers_pass_a_change_that_waits) {
