@@ -16,6 +16,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstddef>
+#include <ctime>
 #include <utility>
 
 #include "support/read_file.hpp"
@@ -28,10 +29,10 @@ using dp_support::failure;
 using dp_support::result;
 
 constexpr std::size_t most_of_pem_file = std::size_t{1} << 20U;
-constexpr long seconds_of_hour = 3600;
-constexpr int valid_days = 825;
-constexpr long seconds_of_day = 86400;
-constexpr long renewal_time = 30 * seconds_of_day;
+constexpr std::time_t seconds_of_hour = 3600;
+constexpr std::time_t valid_days = 825;
+constexpr std::time_t seconds_of_day = 86400;
+constexpr std::time_t renewal_time = 30 * seconds_of_day;
 
 template <auto Free>
 struct openssl_free {
@@ -81,6 +82,15 @@ std::time_t expiry_of(const X509& certificate) {
         return 0;
     }
     return timegm(&parts);
+}
+
+// Through a text, because OpenSSL may have been compiled with another size of time_t.
+bool set_time(ASN1_TIME* target, std::time_t time) {
+    std::tm parts{};
+    std::array<char, sizeof "20380119031407Z"> text{};
+    return gmtime_r(&time, &parts) != nullptr &&
+           std::strftime(text.data(), text.size(), "%Y%m%d%H%M%SZ", &parts) > 0 &&
+           ASN1_TIME_set_string_X509(target, text.data()) == 1;
 }
 
 bool is_ip_address(const std::string& name) {
@@ -174,11 +184,11 @@ result<std::string> tls_certificate::make_self_signed(const std::vector<std::str
     }
     X509& made = *certificate;
     constexpr long version_3 = 2;
-    std::time_t start = now - seconds_of_hour;
+    const std::time_t start = now - seconds_of_hour;
     const bool is_complete =
         X509_set_version(&made, version_3) == 1 && set_random_serial(made) &&
-        X509_time_adj_ex(X509_getm_notBefore(&made), 0, 0, &start) != nullptr &&
-        X509_time_adj_ex(X509_getm_notAfter(&made), valid_days, 0, &start) != nullptr &&
+        set_time(X509_getm_notBefore(&made), start) &&
+        set_time(X509_getm_notAfter(&made), start + valid_days * seconds_of_day) &&
         set_names(made, names.front()) && X509_set_pubkey(&made, key.get()) == 1 &&
         add_extension(made, NID_subject_alt_name, alternative_names(names)) &&
         add_extension(made, NID_basic_constraints, "critical,CA:FALSE") &&

@@ -112,6 +112,14 @@ TEST_F(tls_certificate_files, are_replaced_before_they_expire) {
     EXPECT_GT((*loaded)->expiry(), std::time(nullptr) + year);
 }
 
+TEST_F(tls_certificate_files, expire_at_the_right_time_also_after_2038) {
+    constexpr std::time_t some_time_of_2040 = 2'220'000'000;
+    test::write_file(path("c.pem"), made(some_time_of_2040));
+    const auto loaded = tls_certificate::load(path("c.pem"), path("c.pem"));
+    ASSERT_TRUE(loaded) << loaded.reason();
+    EXPECT_EQ((*loaded)->expiry(), some_time_of_2040 - 3600 + 825 * 86400);
+}
+
 TEST_F(tls_certificate_files, are_not_replaced_when_they_are_broken) {
     test::write_file(path("c.pem"), "broken");
     EXPECT_FALSE(tls_certificate::load_or_make(path("c.pem"), all_names, std::time(nullptr)));
