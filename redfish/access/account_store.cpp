@@ -40,7 +40,7 @@ dp_support::result<> account_store::load() {
     if (!content) {
         return content.error();
     }
-    adopt(std::move(content->data), content->read);
+    adopt(content->data, content->read);
     return {};
 }
 
@@ -98,20 +98,19 @@ bool account_store::refresh() {
         not_readable_ = present;
         return false;
     }
-    adopt(std::move(content->data), content->read);
+    adopt(content->data, content->read);
     return true;
 }
 
 // Takes over what the file has now, and ends what rested on the old state of an account.
-void account_store::adopt(account_data data, const accounts_file::version& version,
+void account_store::adopt(const account_data& data, const accounts_file::version& version,
                           const std::string& kept_session) {
-    account_data before;
+    account_data before = data;
     {
         const std::lock_guard lock(mutex_);
-        before = std::exchange(data_, std::move(data));
+        std::swap(data_, before);
         read_ = version;
         is_readable_ = true;
-        data = data_;
     }
     to_tell_.sessions.set_timeouts(data.policy);
     for (const account& old : before.accounts) {
@@ -159,7 +158,7 @@ account_problem account_store::edit(const std::function<account_problem(account_
     if (!written.outcome && !written.is_in_place) {
         return report(written.outcome.error());
     }
-    adopt(std::move(data), written.now, kept_session);
+    adopt(data, written.now, kept_session);
     return written.outcome ? account_problem::none : report(written.outcome.error());
 }
 

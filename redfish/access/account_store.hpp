@@ -102,7 +102,7 @@ class account_store {
     account_problem edit(const std::function<account_problem(account_data&)>& edit,
                          const std::string& kept_session = {});
     [[nodiscard]] account_problem report(const dp_support::failure& why) const;
-    void adopt(account_data data, const accounts_file::version& version,
+    void adopt(const account_data& data, const accounts_file::version& version,
                const std::string& kept_session = {});
     [[nodiscard]] dp_support::result<std::string> hash(const secret_text& password) const;
 

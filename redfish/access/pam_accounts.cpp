@@ -216,9 +216,13 @@ result<bool> pam_accounts::check(const std::string& user, const secret_text& pas
     }
     struct stat info {};
     auth_helper helper;
-    const bool is_socket = stat(chosen_.helper.c_str(), &info) == 0 && S_ISSOCK(info.st_mode);
-    const auto started = is_socket ? connect_to(chosen_.helper, helper)
-                                   : start_program(chosen_.helper, chosen_.service, helper);
+    // Not every posix_spawn reports a missing program: one that forks cannot.
+    if (stat(chosen_.helper.c_str(), &info) != 0) {
+        return dp_support::system_failure("start", chosen_.helper, errno);
+    }
+    const auto started = S_ISSOCK(info.st_mode)
+                             ? connect_to(chosen_.helper, helper)
+                             : start_program(chosen_.helper, chosen_.service, helper);
     if (!started) {
         return started.error();
     }
