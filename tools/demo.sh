@@ -2,7 +2,7 @@
 # Demonstrates everything with real processes in a scratch folder: compiles a registry, starts the settings
 # service, and lists, reads, changes and resets the BIOS attributes of a simulated server, while a listener
 # receives the alerts. Also shows the status of a batch, the change history, the vetter of command lines, and
-# the event categories.
+# the event categories, and ends with a Redfish service and curl as its client.
 #
 # usage: demo.sh BUILD_DIR [--registry FILE]
 set -euo pipefail
@@ -43,9 +43,13 @@ scratch=$(mktemp -d -t dp-demo.XXXXXX)
 service=
 background=
 listener=
+redfish=
 clean_up() {
   local status=$?
   trap - EXIT
+  if [ -n "$redfish" ] && kill "$redfish" 2>/dev/null; then
+    wait "$redfish" 2>/dev/null || true
+  fi
   if [ -n "$background" ] && kill "$background" 2>/dev/null; then
     wait "$background" 2>/dev/null || true
   fi
@@ -240,6 +244,7 @@ run dpctl collections
 title "Reset a collection to its defaults"
 run dpctl reset "$collection"
 run dpctl get "$first"
+run dp-server restart
 
 title "The alerts that the listener received"
 prompt "kill -TERM $listener"
@@ -260,6 +265,65 @@ title "The event categories, which another component of the controller writes"
 mkdir -p "$scratch/tmp/DS"
 cp "$source_dir/examples/registry/event_categories.cfg" "$scratch/tmp/DS/uim_ras_category_mapping.cfg"
 run dpctl categories
+
+title "Serve the settings to Redfish clients (a fourth process)"
+# The service makes a certificate of its own. Here it needs an account; a password is never a parameter.
+(umask 077 && head -c 15 /dev/urandom | base64 >"$scratch/password")
+prompt "dp_redfishd --add-account demo --role Administrator <password"
+dp_redfishd --add-account demo --role Administrator <"$scratch/password" || fail "no account was added"
+redfish_options=(--port 0)
+[ "$(id -u)" -ne 0 ] || redfish_options+=(--allow-root)
+prompt "$(quoted dp_redfishd "${redfish_options[@]}") &"
+dp_redfishd "${redfish_options[@]}" >"$scratch/redfish.ready" 2>"$scratch/redfish.log" &
+redfish=$!
+await "$redfish" 'dp_redfishd: ready' "$scratch/redfish.ready" ||
+  fail "the Redfish service did not become ready: $(cat "$scratch/redfish.log")"
+cat "$scratch/redfish.ready"
+url=$(sed -n 's/^dp_redfishd: ready //p' "$scratch/redfish.ready")
+bios=$url/redfish/v1/Systems/system/Bios
+(umask 077 && printf 'machine 127.0.0.1 login demo password %s\n' "$(cat "$scratch/password")" >"$scratch/netrc")
+cat >"$scratch/client" <<END
+cacert = $scratch/var/lib/dp_redfish/certificate.pem
+netrc-file = $scratch/netrc
+fail-with-body
+no-progress-meter
+noproxy = *
+END
+
+title "Read, change and restart with curl, which checks the certificate and logs in"
+# A setting under its name in Redfish, and a value other than its pending one, of the same type.
+pending=$(curl --config client "$bios/Settings") || fail "no pending values: $pending"
+attribute=
+while read -r name new; do
+  now=$(jq -c --arg name "${name#*.}" '.Attributes[$name]' <<<"$pending")
+  case $now in
+    null) continue ;;
+    true) value=false ;;
+    false) value=true ;;
+    \"*) value=$(jq -n --arg new "$new" '$new') ;;
+    *) value=$new ;;
+  esac
+  attribute=${name#*.}
+  break
+done < <(dpctl show --json "${assignments[@]%%=*}" | jq -r "$choose | .[] | \"\(.name) \(.new)\"")
+[ -n "$attribute" ] || fail "Redfish has none of the settings that were changed before"
+run curl --config client "$bios/Settings?\$select=Attributes/$attribute"
+echo
+run curl --config client --request PATCH --output answer --write-out '%{http_code}\n' \
+  --json "{\"Attributes\": {\"$attribute\": $value}}" "$bios/Settings"
+run curl --config client "$bios/Settings?\$select=Attributes/$attribute"
+echo
+run curl --config client "$bios?\$select=Attributes/$attribute"
+echo
+run curl --config client --output answer --write-out '%{http_code}\n' --json '{"ResetType": "GracefulRestart"}' \
+  "$url/redfish/v1/Systems/system/Actions/ComputerSystem.Reset"
+run curl --config client "$bios?\$select=Attributes/$attribute"
+echo
+run dpctl history --last 1
+prompt "kill -TERM $redfish"
+kill -TERM "$redfish"
+wait "$redfish" || fail "the Redfish service did not stop cleanly"
+redfish=
 
 title "Stop the service"
 prompt "kill -TERM $service"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # A shell in which dpctl works: installs a simulated server in a scratch folder, starts the settings service
-# for it, and runs bash with the environment that the programs need. Without a terminal, bash runs the
+# and the Redfish service for it, and runs bash with the environment that the programs need. Without a terminal, bash runs the
 # commands from standard input, and its exit code is that of the last one.
 #
 # When the shell ends, is killed, or its terminal closes, a second process stops everything that was started
@@ -101,12 +101,26 @@ dp-server install --registry "$registry" --skip-unfit >"$scratch/installed" 2>"$
   fail "no server was installed: $(cat "$scratch/remarks")"
 dp_settingsd >"$scratch/ready" 2>"$scratch/service.log" {alive}>&- &
 service=$!
-for _ in $(seq 1200); do
-  ! grep -qs ready "$scratch/ready" || break
-  kill -0 "$service" 2>/dev/null || break
-  sleep 0.05
-done
-grep -qs ready "$scratch/ready" || fail "the settings service did not start: $(cat "$scratch/service.log")"
+# An account with a password that nobody chose.
+(umask 077 && head -c 15 /dev/urandom | base64 >"$scratch/password")
+dp_redfishd --add-account admin --role Administrator <"$scratch/password" 2>"$scratch/redfish.log" {alive}>&- ||
+  fail "the Redfish service has no account: $(cat "$scratch/redfish.log")"
+redfish_options=(--port 0)
+[ "$(id -u)" -ne 0 ] || redfish_options+=(--allow-root)
+dp_redfishd "${redfish_options[@]}" >"$scratch/redfish.ready" 2>"$scratch/redfish.log" {alive}>&- &
+redfish=$!
+# await NAME PROCESS READY LOG: until the process has written its ready line.
+await() {
+  for _ in $(seq 1200); do
+    ! grep -qs ready "$3" || return 0
+    kill -0 "$2" 2>/dev/null || break
+    sleep 0.05
+  done
+  fail "the $1 service did not start: $(cat "$4")"
+}
+await settings "$service" "$scratch/ready" "$scratch/service.log"
+await Redfish "$redfish" "$scratch/redfish.ready" "$scratch/redfish.log"
+url=$(sed -n 's/^dp_redfishd: ready //p' "$scratch/redfish.ready")
 
 # An attribute that can be changed, and another value for it.
 example=$(jq -r '.RegistryEntries | [.Dependencies[]?.Dependency.MapToAttribute] as $dependent
@@ -135,6 +149,10 @@ full=$(awk -v end=".$name" '$4 == "set" && (end == "." || substr($5, length($5) 
   dpctl alerts &          alerts as they arrive
   dpctl --help, dp-server --help
 END
+  echo
+  echo "The setup page is $url/, and the Redfish service $url/redfish/v1. The user is admin,"
+  echo "the password is in $scratch/password, and the certificate is"
+  echo "$scratch/var/lib/dp_redfish/certificate.pem."
   echo
 } >&2
 

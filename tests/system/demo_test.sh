@@ -43,9 +43,19 @@ for log in first second; do
     'TIME *TRANSACTION *CLIENT *ID *SETTING *FROM *TO' 'plugin .*  settings_changed ' 'plugin .*  server_restarted ' \
     'plugin .*  bios_updated ' 'service  server_restarted ' 'service  bios_updated ' \
     'dpctl: refused: pipe is not supported' '12 *Fan *Fan failure' \
-    '6  another BIOS build is installed' 'stopped; the scratch folder is removed'; do
+    '6  another BIOS build is installed' 'dp_redfishd: ready https://127' '^200$' '^204$' \
+    'program=.*dp_redfishd' 'stopped; the scratch folder is removed'; do
     grep -q "$wanted" "$scratch/$log.log" || fail "the $log demo does not show: $wanted"
   done
+done
+# Redfish shows the change as pending and, after the restart, as current.
+for log in first second; do
+  mapfile -t values < <(sed -n 's/.*"Attributes":\({[^{}]*}\)}$/\1/p' "$scratch/$log.log")
+  [ ${#values[@]} -eq 4 ] || fail "the $log demo does not show 4 values with Redfish: ${values[*]}"
+  if [ "${values[0]}" != "${values[2]}" ] || [ "${values[1]}" != "${values[3]}" ] ||
+    [ "${values[0]}" = "${values[1]}" ]; then
+    fail "the $log demo shows the values ${values[*]}"
+  fi
 done
 first_prefix=$(queue_prefix first)
 second_prefix=$(queue_prefix second)

@@ -101,6 +101,18 @@ def commands_of_standard_input(shells):
         fail(f"{tried}: {result.stdout}{result.stderr}")
 
 
+def the_page_and_its_password(shells):
+    """curl reaches the Redfish service with what the greeting says."""
+    result = shells.run('curl --silent --show-error --noproxy "*" --cacert "$DP_ROOT/var/lib/dp_redfish/certificate.pem" '
+                        '--user "admin:$(cat "$DP_ROOT/password")" '
+                        '"$(sed -n "s/^dp_redfishd: ready //p" "$DP_ROOT/redfish.ready")/redfish/v1/Systems"\n')
+    greeting = re.search(r"^The setup page is (https://127\.0\.0\.1:\d+)/, and the Redfish service \1/redfish/v1\. The user "
+                         r"is admin,\nthe password is in (/\S+)/password, and the certificate is\n"
+                         r"\2/var/lib/dp_redfish/certificate\.pem\.$", result.stderr, re.MULTILINE)
+    if not greeting or '"/redfish/v1/Systems/system"' not in result.stdout:
+        fail(f"the Redfish service: {result.stdout}{result.stderr}")
+
+
 def a_registry_and_wrong_usage(shells):
     registry = f"{shells.folder}/r.json"
     with open(registry, "w", encoding="utf-8") as file:
@@ -157,6 +169,7 @@ def main(source, build):
     with tempfile.TemporaryDirectory() as folder:
         shells = Shells(source, build, os.path.realpath(folder))
         commands_of_standard_input(shells)
+        the_page_and_its_password(shells)
         a_registry_and_wrong_usage(shells)
         for sent in (signal.SIGTERM, signal.SIGKILL):
             killed(shells, sent)
