@@ -18,7 +18,7 @@ std::shared_ptr<const std::string> compressed_texts::find(
 void compressed_texts::add(const std::shared_ptr<const std::string>& text,
                            std::shared_ptr<const std::string> compressed) {
     std::erase_if(entries_, [](const entry& kept) { return kept.text.expired(); });
-    if (text->size() < least_size) {
+    if (text.use_count() < 2) {
         return;
     }
     if (entries_.size() == most_texts) {

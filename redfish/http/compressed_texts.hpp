@@ -8,18 +8,16 @@
 
 namespace dp_redfish {
 
-/// The compressed forms of large texts that are sent again and again, such as a registry. Forgets a
-/// text when nobody else has it any more.
+/// The compressed forms of texts that are sent again and again, such as a registry. Forgets a text
+/// when nobody else has it any more.
 class compressed_texts {
   public:
-    /// Shorter texts are not kept: they are compressed quickly.
-    static constexpr std::size_t least_size = 65536;
-
     /// The compressed form of this very object; null if it is not kept.
     [[nodiscard]] std::shared_ptr<const std::string> find(
         const std::shared_ptr<const std::string>& text) const;
 
-    /// Keeps `compressed` as the form of `text` if that is long enough.
+    /// Keeps `compressed` as the form of `text`, unless nobody but the caller has that text: then
+    /// it is not sent again.
     void add(const std::shared_ptr<const std::string>& text,
              std::shared_ptr<const std::string> compressed);
 

@@ -7,6 +7,7 @@
 
 #include "redfish/model/registry_resource.hpp"
 #include "redfish/protocol/call.hpp"
+#include "redfish/protocol/etag.hpp"
 #include "redfish/protocol/messages.hpp"
 #include "redfish/protocol/standard_answers.hpp"
 #include "redfish/resources/model_answers.hpp"
@@ -79,6 +80,7 @@ answer answer_registry(const call& request, const server_snapshot& server) {
     if (file == wanted && wanted == segment_of(server)) {
         answer result;
         result.text = server.catalog->registry_text;
+        result.etag = etag_of_version(server.catalog->version);
         result.headers["Link"] = schema_link("AttributeRegistry");
         return result;
     }
