@@ -27,6 +27,7 @@
 #include "redfish/access/pam_accounts.hpp"
 #include "redfish/access/password_access_control.hpp"
 #include "redfish/access/role_names.hpp"
+#include "redfish/events/event_service.hpp"
 #include "redfish/http/http_server.hpp"
 #include "redfish/http/tls_certificate.hpp"
 #include "redfish/model/server_model.hpp"
@@ -35,6 +36,7 @@
 #include "redfish/protocol/route_table.hpp"
 #include "redfish/resources/account_routes.hpp"
 #include "redfish/resources/all_resources.hpp"
+#include "redfish/resources/event_resources.hpp"
 #include "redfish/resources/session_routes.hpp"
 #include "support/command_line.hpp"
 #include "support/json.hpp"
@@ -337,6 +339,20 @@ dp_redfish::http_options server_options(const settings& chosen) {
     return options;
 }
 
+dp_redfish::event_service::options event_options(dp_redfish::password_access_control& access,
+                                                 dp_redfish::server_model& model) {
+    dp_redfish::event_service::options options;
+    options.admission_of = [&access](const dp_redfish::identity& client) {
+        return access.admission_of(client);
+    };
+    options.refresh = [&model] { model.read([](const dp_redfish::snapshot_pointer&) {}); };
+    options.has_settings_service = dp_redfish::server_model::has_settings_service;
+    if (auto digits = dp_redfish::random_digits(dp_redfish::access_environment::of_system(), 4)) {
+        options.origin = *std::move(digits);
+    }
+    return options;
+}
+
 int serve(const settings& chosen) {
     if (geteuid() == 0 && !chosen.allows_root) {
         return fail(
@@ -365,8 +381,11 @@ int serve(const settings& chosen) {
         return fail(access.reason());
     }
     dp_redfish::server_model model;
+    dp_redfish::event_service events(event_options(**access, model));
+    model.set_observer([&events](const dp_redfish::snapshot_pointer& now) { events.observe(now); });
     dp_redfish::route_table routes;
     dp_redfish::add_server_routes(routes, model, {.version = DP_VERSION, .uuid = *uuid});
+    dp_redfish::add_event_routes(routes, model, events);
     dp_redfish::add_session_routes(routes, **access);
     dp_redfish::add_account_routes(routes, **access);
     dp_redfish::gateway gateway(routes, **access);
@@ -384,6 +403,7 @@ int serve(const settings& chosen) {
     server.stop();
     // Requests that it no longer waits for use the routes.
     model.stop();
+    events.stop();
     (*access)->stop();
     log_line("stopped");
     return done;

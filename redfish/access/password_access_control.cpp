@@ -56,6 +56,28 @@ identity password_access_control::identity_of(const std::string& user) const {
     return external != external_roles_.end() ? identity{user, external->second, {}} : identity{};
 }
 
+std::function<bool()> password_access_control::admission_of(const identity& client) {
+    const auto known = accounts_.find(client.user);
+    const std::string hash = known ? known->password_hash : std::string();
+    return [this, client, hash] {
+        if (!accounts_.is_current()) {
+            // Another process changed the accounts. What that means is known at the next call.
+            post([this](worker_thread::modes mode) {
+                if (mode == worker_thread::modes::run) {
+                    accounts_.refresh();
+                }
+            });
+        }
+        if (!client.session_id.empty()) {
+            return sessions_.find(client.session_id).has_value();
+        }
+        const identity now = identity_of(client.user);
+        const auto account = accounts_.find(client.user);
+        return now.is_logged_in() && now.role == client.role &&
+               (account ? account->password_hash : std::string()) == hash;
+    };
+}
+
 void password_access_control::unlock(std::string_view by, const std::string& user) {
     failures_.clear(user);
     log_.account_changed(user, by, "unlocked");

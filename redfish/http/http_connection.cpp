@@ -7,6 +7,7 @@
 #include <boost/system/error_code.hpp>
 #include <ctime>
 #include <exception>
+#include <functional>
 #include <string_view>
 #include <utility>
 
@@ -153,13 +154,21 @@ class http_connection::stream_end : public body_stream {
         });
     }
 
-    // The client is gone.
-    void break_off() { is_open_ = false; }
+    void on_close(std::function<void()> closed) override { closed_ = std::move(closed); }
+
+    // The connection is closed.
+    void break_off() {
+        is_open_ = false;
+        if (const auto closed = std::exchange(closed_, nullptr)) {
+            closed();
+        }
+    }
 
   private:
     std::shared_ptr<server_entrance> entrance_;
     std::weak_ptr<http_connection> owner_;
     std::atomic<bool> is_open_ = true;
+    std::function<void()> closed_;  // used on the server's thread
 };
 
 http_connection::http_connection(server_context& server, std::shared_ptr<server_entrance> entrance,

@@ -52,6 +52,10 @@ class body_stream {
 
     /// Ends the body. So does the destruction of the last pointer to this object.
     virtual void end() = 0;
+
+    /// Has `closed` called once on the server's thread when the connection is closed, for whatever
+    /// reason. To be called in `http_response::start_stream`; once.
+    virtual void on_close(std::function<void()> closed) = 0;
 };
 
 /// What `http_server` sends for a request. It adds Content-Length, Date and what the connection

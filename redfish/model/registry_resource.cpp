@@ -1,6 +1,7 @@
 #include "redfish/model/registry_resource.hpp"
 
 #include <algorithm>
+#include <array>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -113,7 +114,12 @@ std::string registry_segment(const std::string& id) {
         '_');
     // Neither a segment without a meaning nor one that another registry has.
     const bool is_plain = segment.find_first_not_of('.') != std::string::npos;
-    return is_plain && !segment.starts_with("Base.") ? segment : "BiosAttributeRegistry" + segment;
+    constexpr std::array<std::string_view, 4> taken{"Base.", "ResourceEvent.", "SettingsEvents.",
+                                                    "TaskEvent."};
+    const bool is_taken = std::any_of(taken.begin(), taken.end(), [&](std::string_view prefix) {
+        return segment.starts_with(prefix);
+    });
+    return is_plain && !is_taken ? segment : "BiosAttributeRegistry" + segment;
 }
 
 std::string registry_path(const std::string& id) {

@@ -51,8 +51,13 @@ void server_model::read(snapshot_taker take) {
         if (snapshot == nullptr) {
             if (auto read = reader_.read(latest_)) {
                 snapshot = *std::move(read);
-                const std::lock_guard lock(mutex_);
-                latest_ = snapshot;
+                {
+                    const std::lock_guard lock(mutex_);
+                    latest_ = snapshot;
+                }
+                if (observer_) {
+                    observer_(snapshot);
+                }
             }
         }
         (*taker)(std::move(snapshot));

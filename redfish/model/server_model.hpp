@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <mutex>
+#include <utility>
 
 #include "redfish/model/server_reader.hpp"
 #include "redfish/model/server_snapshot.hpp"
@@ -23,6 +24,12 @@ class server_model {
     ~server_model();
     server_model(const server_model&) = delete;
     server_model& operator=(const server_model&) = delete;
+
+    /// Has `observer` called with each new snapshot, on the library's thread. To be set before
+    /// anything is read; empty: nobody.
+    void set_observer(std::function<void(const snapshot_pointer&)> observer) {
+        observer_ = std::move(observer);
+    }
 
     /// Called with what the files contain; null when they could not be read. Anything that was
     /// written before `read` was called is in it.
@@ -58,6 +65,7 @@ class server_model {
     dp_support::file_descriptor is_ending_;  // readable at the end
     std::mutex mutex_;
     snapshot_pointer latest_;
+    std::function<void(const snapshot_pointer&)> observer_;
     server_reader reader_;  // used by the library's thread
     // Last: their destructors end the use of everything above. Changes also wait for reads.
     worker_thread library_{most_waiting_reads};

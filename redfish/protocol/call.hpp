@@ -23,6 +23,8 @@ struct answer {
     std::shared_ptr<const std::string> text{};
     /// The resource's ETag, with its quotes. Empty: made from the body.
     std::string etag{};
+    /// As in `http_response`; there is no body and no text then.
+    std::function<void(std::shared_ptr<body_stream>)> start_stream{};
 };
 
 /// A request whose sender was admitted, on its way to an answer. An operation keeps the pointer to

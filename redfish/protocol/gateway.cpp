@@ -197,6 +197,7 @@ class exchange : public std::enable_shared_from_this<exchange> {
             response.headers.try_emplace("OData-Version", "4.0");
         }
         response.body = std::move(result.text);
+        response.start_stream = std::move(result.start_stream);
         return response;
     }
 
@@ -375,6 +376,13 @@ class exchange : public std::enable_shared_from_this<exchange> {
     }
 
     void run_get() {
+        if (match_.found->kind == route::kinds::stream) {
+            return run_operation(*match_.found, request_, caller_, match_.parameters, json_value(),
+                                 [self = shared_from_this()](answer result) {
+                                     guarded(self->reply_,
+                                             [&] { self->finish(std::move(result)); });
+                                 });
+        }
         auto query = read_query(request_->query);
         if (auto* const error = std::get_if<answer>(&query)) {
             return send(std::move(*error));

@@ -114,6 +114,14 @@ constexpr std::array base_messages = std::to_array<base_message>({
      "The request body submitted contained an empty JSON object and the service is unable to "
      "process it.",
      "", "Warning", "Add properties in the JSON object and resubmit the request."},
+    {"EventSubscriptionLimitExceeded",
+     "Indicates that an event subscription establishment was requested but the operation failed "
+     "due to the number of simultaneous connections exceeding the limit of the implementation.",
+     "The event subscription failed due to the number of simultaneous subscriptions exceeding the "
+     "limit of the implementation.",
+     "", "Critical",
+     "Reduce the number of other subscriptions before trying to establish the event subscription "
+     "or increase the limit of simultaneous subscriptions, if supported."},
     {"GeneralError",
      "Indicates that a general error has occurred.  Use in `@Message.ExtendedInfo` is discouraged. "
      " When used in `@Message.ExtendedInfo`, implementations are expected to include a "
@@ -426,8 +434,13 @@ const base_message& message_named(std::string_view id) {
     return found != base_messages.end() && found->id == id ? *found : *find("GeneralError");
 }
 
-// The text with its placeholders replaced; one without an argument is replaced by nothing.
-std::string with_arguments(std::string_view text, const std::vector<std::string>& arguments) {
+std::string full_id(const base_message& known) {
+    return std::string(base_prefix) + std::string(known.id);
+}
+
+}  // namespace
+
+std::string message_text(std::string_view text, const std::vector<std::string>& arguments) {
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const bool is_placeholder =
@@ -442,15 +455,9 @@ std::string with_arguments(std::string_view text, const std::vector<std::string>
     return result;
 }
 
-std::string full_id(const base_message& known) {
-    return std::string(base_prefix) + std::string(known.id);
-}
-
-}  // namespace
-
 json_value message_json(const message& text) {
     const base_message& known = message_named(text.id);
-    std::string words = with_arguments(known.text, text.arguments);
+    std::string words = message_text(known.text, text.arguments);
     if (!text.reason.empty()) {
         words += ' ';
         words += text.reason;

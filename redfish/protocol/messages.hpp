@@ -26,6 +26,10 @@ struct message {
 /// program: it becomes "GeneralError".
 dp_support::json_value message_json(const message& text);
 
+/// The text of a message with its placeholders, %1, %2, ..., replaced by arguments; those without
+/// an argument by nothing.
+std::string message_text(std::string_view text, const std::vector<std::string>& arguments);
+
 /// An error with extended information. With one message, its id is the code of the error; with
 /// several, the code is "GeneralError".
 answer error_answer(unsigned status, const std::vector<message>& messages);

@@ -39,6 +39,17 @@ void route_table::add(std::string method, std::string pattern, privileges needed
         {std::move(method), std::move(pattern), needed, std::move(run), is_for_password_change});
 }
 
+void route_table::add_stream(std::string pattern, privileges needed, operation run) {
+    add("GET", std::move(pattern), needed, std::move(run));
+    routes_.back().kind = route::kinds::stream;
+}
+
+void route_table::add_refusal(std::string method, std::string pattern, privileges needed,
+                              operation run) {
+    add(std::move(method), std::move(pattern), needed, std::move(run));
+    routes_.back().kind = route::kinds::refusal;
+}
+
 route_table::match route_table::find(std::string_view method, std::string_view path) const {
     if (path.size() > 1 && path.ends_with('/')) {
         path.remove_suffix(1);
@@ -49,7 +60,9 @@ route_table::match route_table::find(std::string_view method, std::string_view p
         if (!parameters) {
             continue;
         }
-        result.allowed.push_back(candidate.method);
+        if (candidate.kind != route::kinds::refusal) {
+            result.allowed.push_back(candidate.method);
+        }
         if (candidate.method == "GET") {
             result.allowed.emplace_back("HEAD");
         }

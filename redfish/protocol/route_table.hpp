@@ -1,6 +1,7 @@
 #ifndef DP_REDFISH_PROTOCOL_ROUTE_TABLE_HPP
 #define DP_REDFISH_PROTOCOL_ROUTE_TABLE_HPP
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,6 +18,13 @@ struct route {
     operation run;
     /// Whether it is also for users who must change their password first.
     bool is_for_password_change = false;
+
+    enum class kinds : std::uint8_t {
+        resource,
+        stream,   ///< GET of a stream, whose operation reads the query itself
+        refusal,  ///< says why there is no such method; the method is not in "Allow"
+    };
+    kinds kind = kinds::resource;
 };
 
 /// For `route_table::add`.
@@ -27,6 +35,11 @@ class route_table {
   public:
     void add(std::string method, std::string pattern, privileges needed, operation run,
              bool is_for_password_change = false);
+    /// See `route::kinds`.
+    /// @{
+    void add_stream(std::string pattern, privileges needed, operation run);
+    void add_refusal(std::string method, std::string pattern, privileges needed, operation run);
+    /// @}
 
     [[nodiscard]] const std::vector<route>& routes() const { return routes_; }
 

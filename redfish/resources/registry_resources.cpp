@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "redfish/events/event_registries.hpp"
 #include "redfish/model/registry_resource.hpp"
 #include "redfish/protocol/call.hpp"
 #include "redfish/protocol/etag.hpp"
@@ -29,6 +30,16 @@ std::string file_path(const std::string& segment) {
     return std::string(resource_paths::registries) + '/' + segment;
 }
 
+// The registry of events with this id; null when there is none.
+const event_registry* events_named(const std::string& id) {
+    for (const auto& registry : event_registries()) {
+        if (registry.id() == id) {
+            return &registry;
+        }
+    }
+    return nullptr;
+}
+
 json_value registry_file_json(const std::string& segment, const std::string& registry,
                               const std::string& name, const std::string& language,
                               const std::string& uri) {
@@ -38,7 +49,8 @@ json_value registry_file_json(const std::string& segment, const std::string& reg
     json_value locations = json_value::array();
     json_value& location =
         locations.items.emplace_back(json_value::object({{"Language", language}, {"Uri", uri}}));
-    if (segment == base_segment) {
+    const event_registry* const events = events_named(segment);
+    if (segment == base_segment || (events != nullptr && events->owner == "DMTF")) {
         location.set("PublicationUri", "http://redfish.dmtf.org/registries/" + segment + ".json");
     }
     body.set("Location", std::move(locations));
@@ -50,15 +62,23 @@ std::string segment_of(const server_snapshot& server) {
 }
 
 answer answer_files(const call& /*request*/, const server_snapshot& server) {
+    std::vector<std::string> paths{file_path(base_segment), file_path(segment_of(server))};
+    for (const auto& registry : event_registries()) {
+        paths.push_back(file_path(registry.id()));
+    }
     return {.body = collection_resource(resource_paths::registries, "MessageRegistryFileCollection",
-                                        "Registries",
-                                        {file_path(base_segment), file_path(segment_of(server))})};
+                                        "Registries", paths)};
 }
 
 answer answer_file(const call& request, const server_snapshot& server) {
     const std::string& wanted = request.parameters.front();
     if (wanted == base_segment) {
         return {.body = registry_file_json(wanted, "Base.1.22", "Base Message Registry", "en",
+                                           file_path(wanted) + '/' + wanted)};
+    }
+    if (const auto* const events = events_named(wanted)) {
+        return {.body = registry_file_json(wanted, wanted.substr(0, wanted.rfind('.')),
+                                           std::string(events->name), "en",
                                            file_path(wanted) + '/' + wanted)};
     }
     if (wanted == segment_of(server)) {
@@ -74,6 +94,11 @@ answer answer_registry(const call& request, const server_snapshot& server) {
     const std::string& wanted = request.parameters[1];
     if (file == wanted && wanted == base_segment) {
         answer result{.body = base_registry()};
+        result.body.set("@odata.id", file_path(wanted) + '/' + wanted);
+        return result;
+    }
+    if (const auto* const events = events_named(wanted); events != nullptr && file == wanted) {
+        answer result{.body = event_registry_json(*events)};
         result.body.set("@odata.id", file_path(wanted) + '/' + wanted);
         return result;
     }

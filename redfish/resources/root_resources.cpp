@@ -37,6 +37,7 @@ constexpr std::array root_members = std::to_array<root_member>({
     {"Registries", resource_paths::registries},
     {"JsonSchemas", resource_paths::json_schemas},
     {"Tasks", resource_paths::task_service},
+    {"EventService", resource_paths::event_service},
 });
 
 json_value protocol_features() {

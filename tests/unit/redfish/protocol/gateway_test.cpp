@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <new>
 #include <stdexcept>
@@ -343,6 +344,66 @@ TEST_F(gateway_test, answers_when_an_operation_fails) {
         EXPECT_THAT(response.messages(), ElementsAre("InternalError")) << how;
     }
     EXPECT_EQ(test::send(service, "POST", "/redfish/v1/Fail/twice", "{}").status, 204U);
+}
+
+// --- streams and refusals
+
+class gateway_streams : public testing::Test {
+  protected:
+    gateway_streams() {
+        routes.add_stream(
+            "/redfish/v1/Stream", privileges::login, [this](const std::shared_ptr<call>& request) {
+                query = request->request->query;
+                answer opened;
+                opened.headers["Content-Type"] = "text/event-stream";
+                opened.start_stream = [this](const std::shared_ptr<dp_redfish::body_stream>&) {
+                    has_started = true;
+                };
+                request->respond(std::move(opened));
+            });
+        routes.add_refusal("POST", "/redfish/v1/Stream", privileges::login,
+                           [](const std::shared_ptr<call>& request) {
+                               request->respond(dp_redfish::error_answer(
+                                   405, {{"OperationNotAllowed", {}, {}, "Why not."}}));
+                           });
+    }
+
+    std::vector<std::pair<std::string, std::string>> query;
+    bool has_started = false;
+    route_table routes;
+    test::fixed_access access;
+    gateway service{routes, access};
+};
+
+TEST_F(gateway_streams, leave_the_query_to_their_operation) {
+    auto request = test::request_of("GET", "/redfish/v1/Stream?$filter=x");
+    request.headers["Accept"] = "text/event-stream";
+    request.headers["If-None-Match"] = "*";
+    std::function<void(std::shared_ptr<dp_redfish::body_stream>)> start;
+    service.handle(std::make_shared<const dp_redfish::http_request>(std::move(request)),
+                   [&](dp_redfish::http_response response) {
+                       EXPECT_EQ(response.status, 200U);
+                       EXPECT_EQ(response.headers.at("Allow"), "GET, HEAD");
+                       EXPECT_EQ(response.body, nullptr);
+                       start = response.start_stream;
+                   });
+    EXPECT_THAT(query, ElementsAre(std::pair<std::string, std::string>("$filter", "x")));
+    ASSERT_TRUE(start);
+    start(nullptr);
+    EXPECT_TRUE(has_started);
+}
+
+TEST_F(gateway_streams, need_a_login) {
+    access.next.caller = {};
+    EXPECT_EQ(test::get(service, "/redfish/v1/Stream").status, 401U);
+}
+
+TEST_F(gateway_streams, explain_methods_that_are_not_allowed) {
+    const auto refused = test::send(service, "POST", "/redfish/v1/Stream", "{}");
+    EXPECT_EQ(refused.status, 405U);
+    EXPECT_THAT(refused.text, HasSubstr("Why not."));
+    EXPECT_EQ(test::send(service, "PATCH", "/redfish/v1/Stream", "{}").header("Allow"),
+              "GET, HEAD");
 }
 
 }  // namespace

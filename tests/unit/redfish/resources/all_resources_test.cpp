@@ -10,6 +10,7 @@
 
 #include "redfish/model/server_model.hpp"
 #include "redfish/resources/account_routes.hpp"
+#include "redfish/resources/event_resources.hpp"
 #include "redfish/resources/resource_paths.hpp"
 #include "redfish/resources/schemas.hpp"
 #include "redfish/resources/session_routes.hpp"
@@ -111,10 +112,12 @@ class all_resources : public testing::Test {
             "<dp_settingsd> 2026-11-22T15:25:10+01:00   (BIOS)   \"updated\"\n");
         dp_redfish::add_server_routes(routes, model,
                                       {"1.0", "92384634-2938-2342-8820-489239905423"});
+        dp_redfish::add_event_routes(routes, model, events);
     }
 
     test::shown_server files;
     dp_redfish::server_model model;
+    dp_redfish::event_service events{{}};
     dp_redfish::route_table routes;
     test::fixed_access access;
     dp_redfish::gateway service{routes, access};
@@ -209,11 +212,13 @@ class whole_service : public test::access_routes {
     void SetUp() override {
         access_routes::SetUp();
         dp_redfish::add_server_routes(routes, model, {"1.0"});
+        dp_redfish::add_event_routes(routes, model, events);
         add_session_routes(routes, *access);
         add_account_routes(routes, *access);
     }
 
     dp_redfish::server_model model;
+    dp_redfish::event_service events{{}};
     test::fixed_access admitted;
     dp_redfish::gateway gateway{routes, admitted};
 };
@@ -257,6 +262,7 @@ class installed_registry : public testing::TestWithParam<const char*> {
         const auto installed = test::run_program("dp-server", {"install", "--registry", file()});
         ASSERT_EQ(installed.exit_code, 0) << installed.err;
         dp_redfish::add_server_routes(routes, model, {"1.0"});
+        dp_redfish::add_event_routes(routes, model, events);
         source = dp_support::parse_json(test::read_file(file())).root;
         for (const auto& attribute : source.find("RegistryEntries")->find("Attributes")->items) {
             // A template has no passwords.
@@ -269,6 +275,7 @@ class installed_registry : public testing::TestWithParam<const char*> {
     json_value source;
     std::vector<json_value> attributes;
     dp_redfish::server_model model;
+    dp_redfish::event_service events{{}};
     dp_redfish::route_table routes;
     test::fixed_access access;
     dp_redfish::gateway service{routes, access};
