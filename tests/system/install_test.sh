@@ -235,6 +235,18 @@ check_prefix() {
   [ "$count" -ge 6 ] || fail "only $count programs were installed in $1"
 }
 check_prefix "$prefix"
+# The Redfish service is a component of its own, which needs only the library.
+if [ -e "$build_dir/bin/dp_redfishd" ]; then
+  redfish_prefix=$scratch/redfish
+  cmake --install "$build_dir" --prefix "$redfish_prefix" --component redfish >"$scratch/install.log"
+  (cd "$redfish_prefix" && find . -type f | sort) >"$scratch/out"
+  printf './%s\n' bin/dp_redfishd libexec/dp_redfish_auth share/man/man8/dp_redfish_auth.8 \
+    share/man/man8/dp_redfishd.8 | cmp - "$scratch/out" || fail "the component redfish: $(cat "$scratch/out")"
+  cmp "$redfish_prefix/bin/dp_redfishd" "$prefix/bin/dp_redfishd" || fail "no dp_redfishd was installed"
+  # What is not a question is answered with no.
+  [ "$(env -u LD_LIBRARY_PATH "$prefix/libexec/dp_redfish_auth" </dev/null)" = 0 ] ||
+    fail "dp_redfish_auth does not start"
+fi
 odd_prefix="$scratch/an odd prefix+/x"
 cmake --install "$build_dir" --prefix "$odd_prefix" >"$scratch/install.log"
 check_prefix "$odd_prefix"
