@@ -1,6 +1,6 @@
-# What makes a build for tests fast: precompiled headers, and sources that are compiled several as
-# one. The library itself is always compiled one source at a time, so that the tests run the code that
-# is shipped. Packages, and what clang-tidy checks, are built without any of it.
+# What makes a build fast: precompiled headers, and sources that are compiled several as one. The
+# library itself is always compiled one source at a time. The Debian packages are built as what is
+# tested, with all of it; what clang-tidy checks is built without.
 
 # The standard headers that most sources include. Not <iostream>, which would initialise the standard
 # streams in every source.

@@ -11,18 +11,23 @@ here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
-cp "$packages"/*.deb "$here/first_run.sh" "$scratch"
+cp "$packages"/*.deb "$here/first_run.sh" "$here/first_redfish_run.sh" "$scratch"
 rm -f "$scratch"/*-dbgsym_*.deb
 
-# systemd's rating of the unit, from 0 (not exposed) to 100; the same for every architecture.
+# What the first runs need beyond the packages. Of systemd, the emulated system gets only the part that makes
+# users.
+others=openssl
 unit_hooks=()
 if [ "$architecture" = "$(dpkg --print-architecture)" ]; then
+  others+=' systemd'
+  # systemd's rating of the units, from 0 (not exposed) to 100; the same for every architecture.
   # shellcheck disable=SC2016 # the hooks expand $1
   unit_hooks=(
-    --customize-hook='chroot "$1" apt-get -qq -y -o Dpkg::Use-Pty=0 install --no-install-recommends systemd'
-    --customize-hook='chroot "$1" systemd-analyze verify --man=no dp_settingsd.service'
-    --customize-hook='chroot "$1" systemd-analyze security --offline=true --threshold=20 --no-pager dp_settingsd.service >"$1/unit" || { cat "$1/unit"; exit 1; }'
+    --customize-hook='chroot "$1" systemd-analyze verify --man=no dp_settingsd.service dp_redfishd.service dp_redfish_auth.socket dp_redfish_auth@.service'
+    --customize-hook='chroot "$1" systemd-analyze security --offline=true --threshold=20 --no-pager dp_settingsd.service dp_redfishd.service dp_redfish_auth@.service >"$1/units" || { cat "$1/units"; exit 1; }'
   )
+else
+  others+=' systemd-standalone-sysusers'
 fi
 
 # shellcheck disable=SC2016 # the hooks expand $1
@@ -30,8 +35,10 @@ mmdebstrap --quiet --variant=minbase --architectures="$architecture" --format=nu
   --skip=chroot/mount/proc,chroot/mount/sys \
   --customize-hook='mkdir "$1/packages"' \
   --customize-hook="sync-in $scratch /packages" \
-  --customize-hook='chroot "$1" sh -c "apt-get -qq -y -o Dpkg::Use-Pty=0 install --no-install-recommends /packages/*.deb"' \
+  --customize-hook="chroot \"\$1\" sh -c 'apt-get -qq -y -o Dpkg::Use-Pty=0 install --no-install-recommends /packages/*.deb $others'" \
   --customize-hook='chroot "$1" sh /packages/first_run.sh' \
+  --customize-hook='chroot "$1" sh /packages/first_redfish_run.sh' \
   "${unit_hooks[@]}" \
-  --customize-hook='chroot "$1" apt-get -qq -y -o Dpkg::Use-Pty=0 purge dp-common-tools libdp-common1' \
+  --customize-hook='chroot "$1" apt-get -qq -y -o Dpkg::Use-Pty=0 purge dp-redfish dp-common-tools libdp-common1' \
+  --customize-hook='[ ! -e "$1/var/lib/dp_redfish" ]' \
   bookworm - "deb $mirror bookworm main"
