@@ -101,11 +101,13 @@ pending() {
   dpctl get System.HardwareClock
 }
 
-# Nobody can read the settings before dp_settingsd lets a group do so.
+# Nobody can read the settings before dp_settingsd lets a group do so, and the service says so.
 [ -z "$(as_service cat /var/dp/uefi_settings.txt 2>/dev/null)" ] || fail "everybody can read the settings"
+start_redfish_service
+ask 503 "$tester" GET "$bios"
+grep -q 'cannot read .*--read-group' redfish.log || fail "the log does not say what is missing"
 
 start_settings_service "$examples/dp_settingsd-readers.conf"
-start_redfish_service
 before=$(pending)
 case $before in
   *=Utc) new=LocalTime ;;

@@ -31,6 +31,7 @@
 #include "redfish/http/http_server.hpp"
 #include "redfish/http/tls_certificate.hpp"
 #include "redfish/model/server_model.hpp"
+#include "redfish/model/watched_files.hpp"
 #include "redfish/protocol/gateway.hpp"
 #include "redfish/protocol/messages.hpp"
 #include "redfish/protocol/route_table.hpp"
@@ -394,6 +395,11 @@ int serve(const settings& chosen) {
         return fail(started.reason());
     }
     const bool is_ipv6 = chosen.address.find(':') != std::string::npos;
+    // It serves nevertheless: dp_settingsd may give it the rights later.
+    if (const auto rights = dp_redfish::check_rights_to_read(); !rights) {
+        log_error(rights.reason() +
+                  "; its user is neither that of dp_settingsd nor in its --read-group");
+    }
     // Programs that start the service wait for this line.
     std::cout << "dp_redfishd: ready " << (chosen.is_plain ? "http" : "https") << "://"
               << (is_ipv6 ? "[" + chosen.address + "]" : chosen.address) << ":" << server.port()

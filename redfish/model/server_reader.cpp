@@ -274,6 +274,10 @@ bool has_same(watched_file file, const file_states& states, const snapshot_point
 result<snapshot_pointer> read_once(const snapshot_pointer& previous, const file_states& states) {
     auto made = std::make_shared<server_snapshot>();
     made->states = states;
+    // The library would find a server without attributes.
+    if (const auto rights = check_rights_to_read(); !rights) {
+        return rights.error();
+    }
     dp_api_uninitialize();
     if (dp_api_initialize() != 0) {
         return not_read("attributes");

@@ -1,6 +1,10 @@
 #include "redfish/model/watched_files.hpp"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 
 #include "common/fixed_paths.hpp"
 #include "service_api/server_paths.hpp"
@@ -55,6 +59,22 @@ file_states watched_file_states() {
         states[i] = state_of_file(paths[i].c_str());
     }
     return states;
+}
+
+dp_support::result<> check_rights_to_read() {
+    const auto check = [](const std::string& path) -> dp_support::result<> {
+        if (faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) != 0 && errno == EACCES) {
+            return dp_support::system_failure("read", path, EACCES);
+        }
+        return {};
+    };
+    for (std::size_t i = 0; i < watched_file_count; ++i) {
+        if (auto checked = check(path_of(static_cast<watched_file>(i))); !checked) {
+            return checked;
+        }
+    }
+    // The library reads the expanded template there.
+    return check(dp::fixed_paths::uefi_info.str());
 }
 
 }  // namespace dp_redfish

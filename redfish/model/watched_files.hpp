@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 
+#include "support/result.hpp"
+
 namespace dp_redfish {
 
 /// The files that what the service shows is read from.
@@ -40,6 +42,9 @@ using file_states = std::array<file_state, watched_file_count>;
 
 /// The files as they are now. Costs a system call each.
 file_states watched_file_states();
+
+/// Fails, with the path, when this user may not read one of the files, nor see whether it is there.
+dp_support::result<> check_rights_to_read();
 
 }  // namespace dp_redfish
 
