@@ -81,9 +81,13 @@ dp_support::result<> service_loop::begin() {
 
 dp_support::result<> service_loop::begin_files() {
     const std::string folder = dp_service::server_paths::exchange_folder.str();
-    return prepare_private_folder(folder, service_.readers()).and_then([&] {
+    auto begun = prepare_private_folder(folder, service_.readers()).and_then([&] {
         return files_watch_.begin(folder);
     });
+    if (begun && files_watch_.is_polling()) {
+        log_line("no inotify instance is left; looks for batch files four times a second");
+    }
+    return begun;
 }
 
 // The watch begins before the socket is there, so that its removal is always noticed.

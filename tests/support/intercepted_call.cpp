@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <mqueue.h>
 #include <poll.h>
+#include <sys/inotify.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -95,6 +96,11 @@ int fcntl(int descriptor, int command, ...) {
 FILE* fdopen(int descriptor, const char* mode) noexcept {
     static auto* const call = test::original(fdopen, "fdopen");
     return test::answer(test::libc_call::fdopen) != 0 ? nullptr : call(descriptor, mode);
+}
+
+int inotify_init1(int flags) noexcept {
+    static auto* const call = test::original(inotify_init1, "inotify_init1");
+    return test::answer(test::libc_call::inotify_init1) != 0 ? -1 : call(flags);
 }
 
 int mq_getattr(mqd_t queue, mq_attr* attributes) noexcept {

@@ -11,6 +11,7 @@ enum class libc_call {
     clock_gettime,
     fcntl,
     fdopen,
+    inotify_init1,
     mq_getattr,
     mq_open,
     mq_receive,

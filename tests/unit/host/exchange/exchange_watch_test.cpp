@@ -6,10 +6,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <ctime>
 #include <filesystem>
 
 #include "support/file_descriptor.hpp"
+#include "tests/support/intercepted_call.hpp"
 #include "tests/support/test_platform.hpp"
 
 namespace {
@@ -21,9 +24,15 @@ class exchange_watch_test : public testing::Test {
         ASSERT_TRUE(watch.begin(folder));
     }
 
-    bool has_events() {
+    bool has_events(int timeout_ms = 0) {
         pollfd entry{watch.descriptor(), POLLIN, 0};
-        return poll(&entry, 1, 0) == 1;
+        return poll(&entry, 1, timeout_ms) == 1;
+    }
+
+    static void set_age(const std::string& path, std::time_t seconds) {
+        const timespec written{std::time(nullptr) - seconds, 0};
+        const timespec times[] = {written, written};
+        ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
     }
 
     std::string folder = test::root() + "/tmp/dp";
@@ -109,6 +118,53 @@ TEST_F(exchange_watch_test, a_folder_that_is_removed_is_an_event) {
     EXPECT_TRUE(watch.read_events());
     ASSERT_EQ(std::rename(folder.c_str(), (folder + "2").c_str()), 0);
     EXPECT_FALSE(watch.read_events());
+}
+
+TEST_F(exchange_watch_test, polls_when_the_user_has_no_inotify_instance_left) {
+    EXPECT_FALSE(watch.is_polling());
+    {
+        const test::intercepted_call used_up(test::libc_call::inotify_init1, EMFILE);
+        ASSERT_TRUE(watch.begin(folder));
+        EXPECT_TRUE(watch.is_polling());
+    }
+    constexpr int patience_ms = 10'000;
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_TRUE(has_events(patience_ms));
+        EXPECT_TRUE(watch.read_events());
+        EXPECT_FALSE(has_events()) << "the pause begins again";
+    }
+    ASSERT_TRUE(watch.begin(folder));
+    EXPECT_FALSE(watch.is_polling()) << "one is free again";
+    const test::intercepted_call not_there(test::libc_call::inotify_init1, ENOSYS);
+    EXPECT_FALSE(watch.begin(folder));
+}
+
+TEST_F(exchange_watch_test, a_polled_file_is_complete_when_it_was_not_written_for_a_while) {
+    ASSERT_TRUE(watch.begin_polling(folder));
+    EXPECT_FALSE(watch.is_complete("batch"));
+    test::write_file(file, "");
+    set_age(file, 0);
+    EXPECT_FALSE(watch.is_complete("batch"));
+    set_age(file, 3);
+    EXPECT_TRUE(watch.is_complete("batch"));
+    watch.forget("batch");
+    std::filesystem::remove(file);
+    EXPECT_FALSE(watch.is_complete("batch"));
+}
+
+TEST_F(exchange_watch_test, a_polled_folder_that_is_removed_or_replaced_is_noticed) {
+    ASSERT_TRUE(watch.begin_polling(folder));
+    EXPECT_TRUE(watch.read_events());
+    ASSERT_EQ(std::rename(folder.c_str(), (folder + "2").c_str()), 0);
+    EXPECT_FALSE(watch.read_events());
+    ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
+    EXPECT_FALSE(watch.read_events()) << "another one";
+    ASSERT_TRUE(watch.begin_polling(folder));
+    EXPECT_TRUE(watch.read_events());
+    std::filesystem::remove_all(folder);
+    EXPECT_FALSE(watch.begin_polling(folder));
+    test::write_file(folder, "a file");
+    EXPECT_FALSE(watch.begin_polling(folder));
 }
 
 }  // namespace
