@@ -7,7 +7,7 @@ fail() {
   exit 1
 }
 
-for program in $(dpkg -L dp-common-tools | sed -n 's,^/usr/bin/,,p'); do
+for program in $(dpkg -L dp-common-tools dp-redfish | sed -n 's,^/usr/bin/,,p'); do
   ls /usr/share/man/man?/"$program".?.gz >/dev/null || fail "$program has no man page"
   "$program" --help >/dev/null || fail "$program does not start"
 done
