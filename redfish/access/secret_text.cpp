@@ -5,11 +5,6 @@
 
 namespace dp_redfish {
 
-void wipe(std::string& text) {
-    explicit_bzero(text.data(), text.size());
-    text.clear();
-}
-
 secret_text::secret_text(std::size_t size)
     : bytes_(std::make_unique<char[]>(size + 1)), size_(size) {}
 

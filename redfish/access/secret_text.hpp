@@ -7,11 +7,11 @@
 #include <string_view>
 #include <utility>
 
+#include "support/wiped_memory.hpp"
+
 namespace dp_redfish {
 
-/// Overwrites the bytes of `text`, also where the compiler sees no reader of them, and makes it
-/// empty.
-void wipe(std::string& text);
+using dp_support::wipe;
 
 /// A password or a token. Its bytes are overwritten when it ends. It can be moved, not copied.
 class secret_text {

@@ -5,6 +5,7 @@
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/system/error_code.hpp>
+#include <cstring>
 #include <ctime>
 #include <exception>
 #include <functional>
@@ -13,6 +14,7 @@
 
 #include "redfish/http/response_head.hpp"
 #include "support/ascii_case.hpp"
+#include "support/wiped_memory.hpp"
 
 namespace dp_redfish {
 namespace {
@@ -319,6 +321,7 @@ void http_connection::read() {
                                   return;
                               }
                               self->reader_.append(std::string_view(self->input_.data(), count));
+                              explicit_bzero(self->input_.data(), count);
                               self->advance();
                           });
 }
@@ -500,7 +503,8 @@ void http_connection::send_next() {
                               self->close();
                               return;
                           }
-                          self->head_.clear();
+                          // It may have a token.
+                          dp_support::wipe(self->head_);
                           self->position_ += size;
                           self->send_next();
                       });
@@ -508,6 +512,9 @@ void http_connection::send_next() {
 
 void http_connection::sent() {
     log_answer(position_);
+    for (auto& [name, value] : response_.headers) {
+        dp_support::wipe(value);
+    }
     response_ = {};
     body_.reset();
     request_.reset();

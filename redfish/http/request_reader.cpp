@@ -8,17 +8,32 @@
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/string_body.hpp>
 #include <cstddef>
+#include <cstring>
 #include <optional>
 #include <utility>
 
 #include "redfish/http/request_target.hpp"
 #include "support/ascii_case.hpp"
 #include "support/decimal.hpp"
+#include "support/wiped_memory.hpp"
 
 namespace dp_redfish {
 namespace {
 
 namespace http = boost::beast::http;
+using dp_support::wiping_allocator;
+
+// Requests have passwords and tokens.
+using wiped_string = std::basic_string<char, std::char_traits<char>, wiping_allocator<char>>;
+using wiped_body = http::basic_string_body<char, std::char_traits<char>, wiping_allocator<char>>;
+
+void wipe_and_delete(http_request* request) {
+    for (auto& [name, value] : request->headers) {
+        dp_support::wipe(value);
+    }
+    dp_support::wipe(request->body);
+    delete request;
+}
 
 // Fields that mean something else to each program when they occur twice.
 constexpr std::array<std::string_view, 11> unique_fields = {
@@ -60,7 +75,7 @@ class request_reader::parser_state {
 
     void restart() {
         state = states::header;
-        request = std::make_shared<http_request>();
+        request = std::shared_ptr<http_request>(new http_request, wipe_and_delete);
         authority.clear();
         line_is_checked_ = false;
         waits_to_continue = false;
@@ -113,7 +128,11 @@ class request_reader::parser_state {
 
     void take_over(std::string_view bytes) {
         if (position_ > 0) {
-            received_.erase(0, position_);
+            const std::size_t rest = received_.size() - position_;
+            std::copy_n(received_.begin() + static_cast<std::ptrdiff_t>(position_), rest,
+                        received_.begin());
+            explicit_bzero(received_.data() + rest, position_);
+            received_.resize(rest);
             position_ = 0;
         }
         received_.append(bytes);
@@ -124,7 +143,11 @@ class request_reader::parser_state {
     }
     [[nodiscard]] bool keeps_alive() const { return parser_->keep_alive(); }
     [[nodiscard]] bool is_http_1_0() const { return parser_->get().version() == 10; }
-    void move_body() { request->body = std::move(parser_->get().body()); }
+    void move_body() {
+        auto& body = parser_->get().body();
+        request->body.assign(body.data(), body.size());
+        body = {};
+    }
 
     states state = states::header;
     std::shared_ptr<http_request> request;
@@ -133,7 +156,7 @@ class request_reader::parser_state {
     refusal why;
 
   private:
-    using base_parser = http::request_parser<http::string_body>;
+    using base_parser = http::request_parser<wiped_body, wiping_allocator<char>>;
 
     [[nodiscard]] std::string_view unread() const {
         return std::string_view(received_).substr(position_);
@@ -144,7 +167,7 @@ class request_reader::parser_state {
     void refuse(refusal reason) {
         state = states::refused;
         why = std::move(reason);
-        received_.clear();
+        received_ = {};
         position_ = 0;
     }
 
@@ -198,16 +221,17 @@ class request_reader::parser_state {
         std::size_t count = 0;
         for (const auto& field : message.base()) {
             const std::string name(field.name_string());
-            const std::string value(field.value());
+            std::string value(field.value());
             if (++count > limits_.fields) {
                 return refusal{431, "The request has too many header fields."};
             }
-            const auto [place, is_new] = request->headers.emplace(name, value);
+            const auto [place, is_new] = request->headers.try_emplace(name, std::move(value));
             if (!is_new) {
                 if (is_unique_field(name)) {
                     return refusal{400, "The field " + name + " occurs twice."};
                 }
-                place->second += ", " + value;
+                place->second += ", ";
+                place->second.append(field.value().data(), field.value().size());
             }
         }
         request->method = std::string(message.method_string());
@@ -265,7 +289,7 @@ class request_reader::parser_state {
 
     http_limits limits_;
     std::optional<base_parser> parser_;
-    std::string received_;
+    wiped_string received_;
     std::size_t position_ = 0;  // of the first byte in received_ that was not parsed
     std::size_t empty_lines_ = 0;
     bool is_chunked_ = false;

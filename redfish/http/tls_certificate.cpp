@@ -233,7 +233,7 @@ result<> tls_certificate::install(ssl_ctx_st& context) const {
     ERR_clear_error();
     SSL_CTX_set_default_passwd_cb(&context, no_passphrase);
     SSL_CTX_set_options(&context, SSL_OP_NO_COMPRESSION | SSL_OP_NO_RENEGOTIATION |
-                                      SSL_OP_CIPHER_SERVER_PREFERENCE);
+                                      SSL_OP_CLEANSE_PLAINTEXT | SSL_OP_CIPHER_SERVER_PREFERENCE);
     SSL_CTX_set_session_cache_mode(&context, SSL_SESS_CACHE_OFF);
     SSL_CTX_set_alpn_select_cb(&context, select_protocol, nullptr);
     // Those of TLS 1.3 are good as they are.
