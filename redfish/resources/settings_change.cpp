@@ -122,6 +122,13 @@ std::variant<std::string, message> batch_value(const server_setting& setting,
     return value.text;
 }
 
+// Whether the message for a status says all that the status does.
+bool is_told_by_message(std::int32_t status) {
+    return status == service_status::read_only || status == service_status::too_short ||
+           status == service_status::too_long || status == service_status::not_a_number ||
+           status == service_status::bad_instance;
+}
+
 // The status that the settings service would give the value, without dependencies.
 std::int32_t check_alone(const server_setting& setting, const std::string& value) {
     dp_attribute attribute = setting.attribute->get();
@@ -278,7 +285,10 @@ settings_change plan_reset(const server_snapshot& server) {
         const bool is_fixed =
             dp_service::is_read_only(attribute) && !setting.is_read_only_by_dependency;
         const bool is_absent_instance = !setting.instance.empty() && !pending;
-        if (is_fixed || setting.is_secret || is_absent_instance) {
+        // Its default is that of no server, as of an asset tag or an address.
+        const bool identifies_server =
+            setting.index && server.catalog->registry->attributes[*setting.index].is_system_unique;
+        if (is_fixed || setting.is_secret || is_absent_instance || identifies_server) {
             continue;
         }
         if (dp_service::is_removed_by_default(attribute)) {
@@ -315,11 +325,12 @@ message refusal_message(std::int32_t status, const server_setting& setting,
                         const std::string& value, const std::string& reason) {
     const dp_attribute& attribute = setting.attribute->get();
     const std::string shown = setting.is_secret ? hidden_value : value;
-    message refusal{
-        "PropertyNotUpdated",
-        {setting.name},
-        attribute_pointer(setting.name),
-        sentence(reason.empty() ? dp_service::service_status::explanation(status) : reason)};
+    message refusal{"PropertyNotUpdated",
+                    {setting.name},
+                    attribute_pointer(setting.name),
+                    sentence(reason.empty() && !is_told_by_message(status)
+                                 ? service_status::explanation(status, "the value")
+                                 : reason)};
     switch (status) {
         case service_status::not_a_choice:
             refusal.id = "PropertyValueNotInList";

@@ -320,7 +320,9 @@ const char* const sample_registry =
   {"AttributeName": "Turbo", "Type": "Boolean", "DefaultValue": true},
   {"AttributeName": "Limit", "Type": "Integer", "LowerBound": 0, "UpperBound": 100,
    "DefaultValue": 5},
-  {"AttributeName": "Secret", "Type": "Password"}],
+  {"AttributeName": "Secret", "Type": "Password"},
+  {"AttributeName": "Asset", "Type": "String", "DefaultValue": "", "MaxLength": 20,
+   "IsSystemUniqueProperty": true}],
  "Dependencies": [
   {"DependencyFor": "Limit", "Type": "Map", "Dependency": {"MapFrom": [{"MapFromAttribute":
    "Profile", "MapFromCondition": "NEQ", "MapFromProperty": "CurrentValue", "MapFromValue":
@@ -335,11 +337,13 @@ class bios_resources_with_registry : public bios_resources {
         : bios_resources({test::choice("Main", "Profile", "Fast", "Fast,Custom"),
                           test::choice("Main", "Turbo", "True", "False,True"),
                           test::number("Main", "Limit", "5", 0, 100, 1),
-                          test::text("Main", "Secret", "", 0, 20, "")},
+                          test::text("Main", "Secret", "", 0, 20, ""),
+                          test::text("Main", "Asset", "", 0, 20, "")},
                          {{"Main.Profile", "Fast"},
                           {"Main.Turbo", "True"},
                           {"Main.Limit", "5"},
-                          {"Main.Secret", "hunter2"}}) {
+                          {"Main.Secret", "hunter2"},
+                          {"Main.Asset", "A-17"}}) {
         shown_server::set_registry(sample_registry);
         start_service();
     }
@@ -368,6 +372,13 @@ TEST_F(bios_resources_with_registry, refuses_what_a_dependency_forbids) {
 TEST_F(bios_resources_with_registry, accepts_what_other_values_of_the_batch_permit) {
     EXPECT_EQ(patch(R"({"Attributes": {"Limit": 10, "Profile": "Custom"}})").status, 200U);
     EXPECT_EQ(pending("Limit"), "10");
+}
+
+TEST_F(bios_resources_with_registry, a_reset_keeps_what_identifies_the_server) {
+    ASSERT_EQ(patch(R"({"Attributes": {"Asset": "A-18", "Turbo": false}})").status, 200U);
+    EXPECT_EQ(post("/redfish/v1/Systems/system/Bios/Actions/Bios.ResetBios").status, 204U);
+    EXPECT_EQ(pending("Turbo"), "true");
+    EXPECT_EQ(pending("Asset"), "\"A-18\"");
 }
 
 TEST_F(bios_resources_with_registry, never_shows_a_password) {
