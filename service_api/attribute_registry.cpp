@@ -613,6 +613,16 @@ bool attribute_registry::belongs_to(const std::vector<std::string>& template_nam
                       });
 }
 
+bool attribute_registry::has_attributes(std::vector<std::string_view> template_names) const {
+    std::vector<std::string_view> own(attributes.size());
+    std::transform(
+        attributes.begin(), attributes.end(), own.begin(),
+        [](const registry_attribute& attribute) -> std::string_view { return attribute.name; });
+    std::sort(own.begin(), own.end());
+    std::sort(template_names.begin(), template_names.end());
+    return own == template_names;
+}
+
 dp_support::result<attribute_registry> read_attribute_registry(const json_value& root) {
     return registry_reader().read(root);
 }

@@ -140,6 +140,10 @@ struct attribute_registry {
     /// order.
     [[nodiscard]] bool belongs_to(const std::vector<std::string>& template_names) const;
 
+    /// The same for clients, to which the C API shows the records by collection: whether there are
+    /// as many attributes of each name, in any order.
+    [[nodiscard]] bool has_attributes(std::vector<std::string_view> template_names) const;
+
     std::unordered_map<std::string, std::optional<std::uint32_t>> index;  ///< for `find`
 };
 

@@ -6,7 +6,6 @@
 #include <optional>
 #include <span>
 #include <string_view>
-#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <variant>
@@ -128,23 +127,15 @@ void add_settings(settings_catalog& catalog, const collection& of) {
     }
 }
 
-// Whether the registry has the attributes of the template, each as often.
 bool belongs_to(const attribute_registry& registry, const std::vector<collection>& collections) {
-    std::unordered_map<std::string_view, std::ptrdiff_t> count;
-    for (const auto& attribute : registry.attributes) {
-        ++count[attribute.name];
-    }
-    std::size_t total = 0;
+    std::vector<std::string_view> names;
+    names.reserve(registry.attributes.size());
     for (const auto& of : collections) {
         for (const auto& attribute : of.attributes) {
-            ++total;
-            const auto known = count.find(attribute->get().id);
-            if (known == count.end() || known->second-- == 0) {
-                return false;
-            }
+            names.emplace_back(attribute->get().id);
         }
     }
-    return total == registry.attributes.size();
+    return registry.has_attributes(std::move(names));
 }
 
 void set_registry_text(settings_catalog& catalog, const json_value& resource) {

@@ -125,6 +125,9 @@ TEST(attribute_registry, finds_attributes_whose_name_is_unique) {
     EXPECT_TRUE(read->belongs_to({"A", "B", "A"}));
     EXPECT_FALSE(read->belongs_to({"A", "B"}));
     EXPECT_FALSE(read->belongs_to({"B", "A", "A"}));
+    EXPECT_TRUE(read->has_attributes({"B", "A", "A"}));
+    EXPECT_FALSE(read->has_attributes({"A", "B"}));
+    EXPECT_FALSE(read->has_attributes({"A", "B", "B"}));
 }
 
 TEST(attribute_registry, converts_the_texts_of_settings) {

@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <stdexcept>
-#include <unordered_map>
+#include <string_view>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -71,29 +71,21 @@ registry_state::registry_state(attribute_registry registry, catalog& names)
     rules_ = std::make_unique<dp_service::registry_dependencies>(*registry_);
 }
 
-// Whether the registry has the attributes of the template, each as often.
 bool registry_state::has_attributes_of(catalog& names) {
-    std::unordered_map<std::string_view, std::ptrdiff_t> count;
-    for (const auto& attribute : registry_->attributes) {
-        ++count[attribute.name];
-    }
+    std::vector<std::string_view> template_names;
+    template_names.reserve(registry_->attributes.size());
     setting_names_.assign(registry_->attributes.size(), {});
-    std::size_t total = 0;
     for (const auto& name : names.collections()) {
         const auto found = names.find_collection(name);
         const auto* const view = std::get<const collection_view*>(found);
         for (const auto& attribute : view->attributes()) {
-            ++total;
-            const auto known = count.find(attribute.id);
-            if (known == count.end() || known->second-- == 0) {
-                return false;
-            }
+            template_names.emplace_back(attribute.id);
             if (const auto index = registry_->find(attribute.id)) {
                 setting_names_[*index] = setting_ref{view, &attribute, {}}.name();
             }
         }
     }
-    return total == registry_->attributes.size();
+    return registry_->has_attributes(std::move(template_names));
 }
 
 void registry_state::load_pending_values(session& service) {
