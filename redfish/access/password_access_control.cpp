@@ -68,12 +68,9 @@ std::function<bool()> password_access_control::admission_of(const identity& clie
                 }
             });
         }
-        if (!client.session_id.empty()) {
-            return sessions_.find(client.session_id).has_value();
-        }
         const identity now = identity_of(client.user);
         const auto account = accounts_.find(client.user);
-        return now.is_logged_in() && now.role == client.role &&
+        return now.is_logged_in() && !now.must_change_password && now.role == client.role &&
                (account ? account->password_hash : std::string()) == hash;
     };
 }

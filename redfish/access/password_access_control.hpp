@@ -97,8 +97,9 @@ class password_access_control final : public access_control {
     audit_log& log() { return log_; }
 
     /// Tells, each time it is called, whether a client that was admitted just now still is: its
-    /// session goes on; without a session, its account may log in with the same password and role.
-    /// For clients that keep a connection open. From any thread; does not block.
+    /// account may log in with the same password and role. The end of its session alone does not
+    /// end what it opened, as DSP0266 has it. For clients that keep a connection open. From any
+    /// thread; does not block.
     [[nodiscard]] std::function<bool()> admission_of(const identity& client);
 
     /// The accounts besides those of the file; null: none. To be used in `post`.

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "redfish/events/event_registries.hpp"
+#include "redfish/protocol/accepted_type.hpp"
 #include "redfish/protocol/call.hpp"
 #include "redfish/protocol/http_status.hpp"
 #include "redfish/protocol/messages.hpp"
@@ -71,13 +72,6 @@ json_value event_service_json() {
 
 // --- the stream
 
-// Whether a client that sent this Accept field takes server-sent events.
-bool accepts_events(std::string_view field) {
-    return field.empty() || field.find("*/*") != std::string_view::npos ||
-           field.find("text/*") != std::string_view::npos ||
-           field.find("text/event-stream") != std::string_view::npos;
-}
-
 // What a client wants to get, or the answer to a query that is wrong.
 struct wanted_events {
     bool is_right = true;
@@ -126,15 +120,19 @@ wanted_events read_stream_query(const http_request& request) {
     return wanted;
 }
 
-answer stream_head() {
+constexpr const char* stream_type = "text/event-stream";
+
+answer stream_head(const accepted_type& accepted) {
     answer head;
-    head.headers["Content-Type"] = "text/event-stream";
+    head.headers["Content-Type"] =
+        std::string(stream_type) + (accepted.wants_utf8 ? ";charset=utf-8" : "");
     return head;
 }
 
 void open_stream(server_model& model, event_service& events, const std::shared_ptr<call>& request) {
     const http_request& asked = *request->request;
-    if (!accepts_events(asked.header("Accept"))) {
+    const accepted_type accepted(asked.header("Accept"), stream_type);
+    if (!accepted.is_accepted) {
         return request->respond(error_answer(
             http_status::not_acceptable,
             {{"HeaderInvalid", {"Accept"}, {}, "The stream is available as text/event-stream."}}));
@@ -144,12 +142,12 @@ void open_stream(server_model& model, event_service& events, const std::shared_p
         return request->respond(std::move(wanted->refusal));
     }
     if (asked.method == "HEAD") {
-        return request->respond(stream_head());
+        return request->respond(stream_head(accepted));
     }
     // What is in the history now is not new to the client.
     answer_from_snapshot(
         model, request, "The server's history",
-        [&events, request, wanted](const snapshot_pointer& server) {
+        [&events, request, wanted, accepted](const snapshot_pointer& server) {
             events.start_watching(server);
             auto reserved = events.reserve(
                 {{}, request->caller, request->request->peer, wanted->filter_text}, wanted->filter,
@@ -160,7 +158,7 @@ void open_stream(server_model& model, event_service& events, const std::shared_p
                 refused.headers["Retry-After"] = "30";
                 return refused;
             }
-            answer opened = stream_head();
+            answer opened = stream_head(accepted);
             opened.start_stream = [&events, reserved](std::shared_ptr<body_stream> stream) {
                 events.begin(reserved, std::move(stream));
             };

@@ -15,13 +15,14 @@ import re
 import socket
 import ssl
 import sys
+import time
 import traceback
 import warnings
 import xml.etree.ElementTree
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "support"))
 # pylint: disable=wrong-import-position # the folder must be known first
-from redfish_server import BIOS, REGISTRY, RESET, ROOT, SETTINGS, SYSTEM, Answer, require, run_test
+from redfish_server import BIOS, BOUND, REGISTRY, RESET, ROOT, SETTINGS, SYSTEM, Answer, require, run_test
 
 METADATA = ROOT + "$metadata"
 ODATA = ROOT + "odata"
@@ -30,10 +31,12 @@ SESSIONS = SESSION_SERVICE + "/Sessions"
 ACCOUNT_SERVICE = ROOT + "AccountService"
 ACCOUNTS = ACCOUNT_SERVICE + "/Accounts"
 ROLES = ACCOUNT_SERVICE + "/Roles"
+EVENTS = ROOT + "EventService"
+SUBSCRIPTIONS = EVENTS + "/Subscriptions"
 OPEN = ("/redfish", ROOT, "/redfish/v1", ODATA, METADATA)
 PROTECTED = (ROOT + "Systems", SYSTEM, BIOS, SETTINGS, ROOT + "Managers", SESSION_SERVICE, SESSIONS,
              ACCOUNT_SERVICE, ACCOUNTS, ROLES, ROOT + "Registries", ROOT + "JsonSchemas",
-             ROOT + "TaskService")
+             ROOT + "TaskService", EVENTS, SUBSCRIPTIONS)
 NOBODY = {"Authorization": None}
 DATA = []  # the folder
 NUMBERS = itertools.count()  # of accounts
@@ -412,6 +415,65 @@ def rule_wrong_credentials_are_not_repeated(client):
     expect("Wrong-secret-1" not in client.server.redfish_log(), "the log")
     expect(token not in client.server.redfish_log(), "the log")
     expect(client.server.password not in client.server.redfish_log(), "the log")
+
+
+# --- events
+
+def open_stream(client, **headers):
+    """The response of a new stream, which ends when it is closed, and the path of its subscription."""
+    before = set(references(client.get(SUBSCRIPTIONS).json()))
+    connection = client.server.connect(BOUND)
+    fields = {**client.server.basic(), **headers}
+    connection.request("GET", client.get(EVENTS).json()["ServerSentEventUri"],
+                       headers={name: value for name, value in fields.items() if value})
+    response = connection.getresponse()  # it takes the connection over, which is not kept alive
+    new = []
+    if response.status == 200:
+        response.readline()  # it is open
+        new = sorted(set(references(client.get(SUBSCRIPTIONS).json())) - before)
+        expect(len(new) == 1, new)
+    return response, new[0] if new else None
+
+
+def has_ended(client, path):
+    deadline = time.monotonic() + BOUND
+    while client.get(path).status == 200 and time.monotonic() < deadline:
+        time.sleep(0.05)
+    return client.get(path).status == 404
+
+
+def rule_events_come_as_a_stream(client):
+    for accept in ("text/event-stream", "text/event-stream;charset=utf-8"):
+        response, path = open_stream(client, Accept=accept)
+        expect(response.status == 200, response.status)
+        expect(response.headers["Content-Type"] == accept, response.headers)
+        shown = client.get(path).json()
+        expect(isinstance(shown["Context"], str) and shown["SubscriptionType"] == "SSE", shown)
+        sent = client.ask("POST", EVENTS + "/Actions/EventService.SubmitTestEvent",
+                          {"MessageId": "Base.1.22.Success"})
+        expect(sent.status == 204, sent)
+        line = b""
+        while not line.startswith(b"data:"):
+            line = response.readline()
+            expect(line, "the stream ended")
+        expect("Events" in json.loads(line[5:]), line)
+        response.close()
+        expect(has_ended(client, path), path)
+    answer = client.get(client.get(EVENTS).json()["ServerSentEventUri"], Accept="application/json")
+    expect(answer.status == 406 and is_error(answer), answer)
+
+
+def rule_a_stream_ends_with_its_subscription_and_not_with_the_session(client):
+    session = client.log_in()
+    response, path = open_stream(client, **{"Authorization": None,
+                                            "X-Auth-Token": session.headers["X-Auth-Token"]})
+    expect(client.ask("DELETE", session.headers["Location"]).status == 204, session)
+    time.sleep(2)  # those that may no longer are looked for each second
+    expect(client.get(path).status == 200, path)
+    expect(client.ask("DELETE", path).status == 204, path)
+    while response.readline():
+        pass
+    expect(client.get(path).status == 404, path)
 
 
 # --- accounts

@@ -335,6 +335,31 @@ TEST_F(password_access_control_test, who_waits_at_the_end_gets_an_answer) {
     EXPECT_EQ(answers, 20);
 }
 
+TEST_F(password_access_control_test, an_admission_outlives_the_session_but_not_the_account) {
+    const secret_text password(std::string_view("another password"));
+    const std::vector<dp_redfish::account_store::account_change> changes{
+        {&password},
+        {nullptr, roles::read_only},
+        {nullptr, {}, false},
+        {nullptr, {}, {}, false, true}};
+    for (const auto& change : changes) {
+        put("carol", roles::operator_role, "carol's password");
+        access->accounts().refresh();
+        const auto session =
+            access->sessions().open({{}, "carol", roles::operator_role, {}, {}, {}}).made;
+        const auto is_admitted = access->admission_of({"carol", roles::operator_role, session.id});
+        EXPECT_TRUE(is_admitted());
+        access->sessions().end(session.id, "done");
+        EXPECT_TRUE(is_admitted());
+        ASSERT_EQ(access->accounts().change("admin", "carol", change, {}),
+                  dp_redfish::account_problem::none);
+        EXPECT_FALSE(is_admitted());
+        ASSERT_EQ(access->accounts().remove("admin", "carol", {}),
+                  dp_redfish::account_problem::none);
+        EXPECT_FALSE(is_admitted());
+    }
+}
+
 TEST_F(password_access_control_test, several_threads_can_use_it) {
     constexpr int threads_count = 4;
     constexpr int rounds = 20;
