@@ -3,8 +3,9 @@
 
 Compares the Redfish service with nginx, which serves the same bytes as static files: requests a second and the
 99th percentile of their times, for the BIOS resource and the attribute registry, plain, compressed, and not
-modified; with a session and with Basic authentication, which nginx does without. Both use one thread, TLS
-1.3, the same key and connections that stay open. The two run in turn; the ratios are those within each round.
+modified; with a session and with Basic authentication, which nginx does without. And with Python's web server,
+with which mock-ups of Redfish services are often served, for the plain form. All use TLS 1.3, the same key,
+connections that stay open, and one processor. They run in turn; the ratios are those within each round.
 """
 
 import argparse
@@ -98,6 +99,45 @@ class Nginx:
         self.process.wait(timeout=START_S)
 
 
+PYTHON_SERVER = """
+import functools, http.server, ssl, sys
+
+class Handler(http.server.SimpleHTTPRequestHandler):
+    protocol_version = "HTTP/1.1"
+    disable_nagle_algorithm = True
+
+    def log_message(self, *_):
+        pass
+
+server = http.server.ThreadingHTTPServer(
+    ("127.0.0.1", 0), functools.partial(Handler, directory=sys.argv[1]))
+context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+context.load_cert_chain(sys.argv[2])
+server.socket = context.wrap_socket(server.socket, server_side=True)
+print(server.server_port, flush=True)
+server.serve_forever()
+"""
+
+
+class PythonServer:
+    """Python's own web server as a process, with the files of a folder."""
+
+    def __init__(self, folder, certificate):
+        # pylint: disable=consider-using-with # it runs until `stop`
+        self.process = subprocess.Popen(
+            [sys.executable, "-c", PYTHON_SERVER, folder, certificate], env=client_environment(),
+            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
+            preexec_fn=lambda: pin(os.getpid(), 0))
+        line = self.process.stdout.readline()
+        require(line, "Python's web server did not start")
+        self.port = int(line)
+
+    def stop(self):
+        self.process.kill()
+        self.process.wait()
+        self.process.stdout.close()
+
+
 class Target:
     """What one kind of request goes to."""
 
@@ -183,21 +223,24 @@ class Comparison:
                    f"{ratio} | {statistics.median(target.percentiles):.2f} ms |")
 
 
-def compare(server, nginx, files, paths):
+def compare(server, nginx, python, files, paths):
     session = ["X-Auth-Token: " + log_in(server)]
     basic = [f"{name}: {value}" for name, value in server.basic().items()]
     for what, path in paths.items():
         for form in ("plain", "compressed", "not modified"):
             name = "/" + next(name for name in files if name.startswith(what.split()[0]))
-            yield Comparison(f"{what}, {len(files[name[1:]]):,} bytes", form, {
-                "nginx": Target(nginx.port, name, []),
-                "dp_redfishd, session": Target(server.port, path, list(session)),
-                "dp_redfishd, Basic": Target(server.port, path, list(basic))}, server.certificate)
+            targets = {"nginx": Target(nginx.port, name, []),
+                       "dp_redfishd, session": Target(server.port, path, list(session)),
+                       "dp_redfishd, Basic": Target(server.port, path, list(basic))}
+            if form == "plain":
+                targets["Python's http.server"] = Target(python.port, name, [])
+            yield Comparison(f"{what}, {len(files[name[1:]]):,} bytes", form, targets,
+                             server.certificate)
 
 
 def run(options):
     server = RedfishServer(options.build, registry_file=options.registry)
-    nginx = None
+    nginx = python = None
     folder = tempfile.mkdtemp(prefix="dp-redfish-bench.")
     try:
         server.start()
@@ -206,9 +249,10 @@ def run(options):
         paths = {"Bios": BIOS, "registry": registry_path(server)}
         files = {what + ".json": server.ask("GET", path).body for what, path in paths.items()}
         nginx = Nginx(folder, server.certificate, files)
+        python = PythonServer(os.path.join(folder, "files"), server.certificate)
         time.sleep(1)
         require(nginx.process.poll() is None, "nginx did not start")
-        comparisons = list(compare(server, nginx, files, paths))
+        comparisons = list(compare(server, nginx, python, files, paths))
         for number in range(options.rounds):
             for comparison in comparisons:
                 comparison.measure(options, number % 2 == 1)
@@ -219,8 +263,9 @@ def run(options):
         for comparison in comparisons:
             print("\n".join(comparison.lines()))
     finally:
-        if nginx is not None:
-            nginx.stop()
+        for peer in (nginx, python):
+            if peer is not None:
+                peer.stop()
         server.close()
         shutil.rmtree(folder, ignore_errors=True)
 
