@@ -1,33 +1,25 @@
 #ifndef DP_HOST_PROCESS_SERVICE_LOG_HPP
 #define DP_HOST_PROCESS_SERVICE_LOG_HPP
 
-#include <cstdint>
-#include <string>
-
 #include "host/process/text_of.hpp"
-#include "platform/sysipc/application_log.hpp"
+#include "support/process_log.hpp"
 
 namespace dp_host {
 
-/// Appends a line to the process's log when there is one and its level mask has `level`.
-template <class... Parts>
-void append_to_log(std::uint32_t level, const char* tag, const Parts&... parts) {
-    auto* const streams = sysipc::application_log::app_streams;
-    if (streams != nullptr && (streams->mask() & level) != 0) {
-        streams->append(tag, text_of(' ', parts...));
-    }
-}
-
-/// An ordinary line.
+/// An ordinary line, of the texts of `parts`.
 template <class... Parts>
 void log_line(const Parts&... parts) {
-    append_to_log(sysipc::event_log::log_level::log, "LOG", parts...);
+    if (dp_support::is_logged(sysipc::event_log::log_level::log)) {
+        dp_support::log_line(text_of(parts...));
+    }
 }
 
 /// An error line.
 template <class... Parts>
 void log_error(const Parts&... parts) {
-    append_to_log(sysipc::event_log::log_level::error, "ERR", "***ERROR*** ", parts...);
+    if (dp_support::is_logged(sysipc::event_log::log_level::error)) {
+        dp_support::log_error(text_of(parts...));
+    }
 }
 
 }  // namespace dp_host
