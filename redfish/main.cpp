@@ -248,6 +248,8 @@ int serve(const service_options& chosen) {
     if (const auto started = server.start(); !started) {
         return fail(started.reason());
     }
+    // The first client does not wait for it.
+    model.read([](const dp_redfish::snapshot_pointer&) {});
     const bool is_ipv6 = chosen.address.find(':') != std::string::npos;
     // It serves nevertheless: dp_settingsd may give it the rights later.
     if (const auto rights = dp_redfish::check_rights_to_read(); !rights) {

@@ -25,10 +25,10 @@ class wiping_allocator {
 
     wiping_allocator() = default;
     template <class Other>
-    wiping_allocator(const wiping_allocator<Other>& /*other*/) {}  // NOLINT(*-explicit-*)
+    wiping_allocator(const wiping_allocator<Other>& /*other*/) {}
 
-    T* allocate(std::size_t count) { return std::allocator<T>().allocate(count); }
-    void deallocate(T* memory, std::size_t count) {
+    static T* allocate(std::size_t count) { return std::allocator<T>().allocate(count); }
+    static void deallocate(T* memory, std::size_t count) {
         explicit_bzero(static_cast<void*>(memory), count * sizeof(T));
         std::allocator<T>().deallocate(memory, count);
     }
