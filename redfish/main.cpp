@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <ctime>
 #include <iostream>
 #include <memory>
@@ -194,13 +195,11 @@ dp_redfish::http_options server_options(const service_options& chosen) {
     return options;
 }
 
-dp_redfish::event_service::options event_options(dp_redfish::password_access_control& access,
-                                                 dp_redfish::server_model& model) {
+dp_redfish::event_service::options event_options(dp_redfish::password_access_control& access) {
     dp_redfish::event_service::options options;
     options.admission_of = [&access](const dp_redfish::identity& client) {
         return access.admission_of(client);
     };
-    options.refresh = [&model] { model.read([](const dp_redfish::snapshot_pointer&) {}); };
     options.has_settings_service = dp_redfish::server_model::has_settings_service;
     if (auto digits = dp_redfish::random_digits(dp_redfish::access_environment::of_system(), 4)) {
         options.origin = *std::move(digits);
@@ -235,8 +234,8 @@ int serve(const service_options& chosen) {
     if (!access) {
         return fail(access.reason());
     }
-    dp_redfish::server_model model;
-    dp_redfish::event_service events(event_options(**access, model));
+    dp_redfish::event_service events(event_options(**access));
+    dp_redfish::server_model model({.watches_files = true, .log = log_line});
     model.set_observer([&events](const dp_redfish::snapshot_pointer& now) { events.observe(now); });
     dp_redfish::route_table routes;
     dp_redfish::add_server_routes(routes, model, {.version = DP_VERSION, .uuid = *uuid});
@@ -263,9 +262,14 @@ int serve(const service_options& chosen) {
     wait_for_end(signals, chosen, source, server);
     alarm(patience_seconds);
     server.stop();
+    events.stop();
+    if (model.is_blocked()) {
+        // The library waits for as long as another process has a file locked.
+        log_line("stopped while a file of the server is locked");
+        std::_Exit(done);
+    }
     // Requests that it no longer waits for use the routes.
     model.stop();
-    events.stop();
     (*access)->stop();
     log_line("stopped");
     return done;

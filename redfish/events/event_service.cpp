@@ -231,9 +231,6 @@ void event_service::tick(clock::time_point now) {
         }
     }
     watch_settings_service();
-    if (options_.refresh) {
-        options_.refresh();
-    }
     const std::lock_guard lock(mutex_);
     send(log_.add(detector_.settle(now)));
     for (auto& each : streams_) {

@@ -41,9 +41,6 @@ class event_service {
         /// Whether the settings service runs. Called about once a second while there are streams.
         /// Empty: not watched.
         std::function<bool()> has_settings_service{};
-        /// Has the server's files read if they changed, which leads to `observe`. Called about once
-        /// a second while there are streams. Empty: nobody.
-        std::function<void()> refresh{};
         /// Random letters and digits: see `event_log`.
         std::string origin = "0";
         /// False: `tick` is called by the owner.

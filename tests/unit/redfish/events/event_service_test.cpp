@@ -184,16 +184,6 @@ TEST_F(event_service_test, reports_when_the_settings_service_ends_and_starts) {
                             "ResourceStatusChangedOK /redfish/v1/Managers/bmc OK"));
 }
 
-TEST_F(event_service_test, has_the_files_read_while_there_are_streams) {
-    int refreshed = 0;
-    auto options = stepped();
-    options.refresh = [&] { ++refreshed; };
-    event_service service(options);
-    const auto stream = open(service);
-    service.tick(now);
-    EXPECT_EQ(refreshed, 1);
-}
-
 TEST_F(event_service_test, sends_what_changed_in_the_files) {
     const shown_server::values values{{"Boot.Mode", "UEFI"}};
     const shown_server files(test::sample_template(), values, values);

@@ -1,15 +1,22 @@
 #include "redfish/model/server_model.hpp"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <chrono>
 #include <future>
+#include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "common/file_locks.hpp"
 #include "support/json.hpp"
 #include "tests/support/applying_service.hpp"
+#include "tests/support/child_process.hpp"
+#include "tests/support/eventually.hpp"
 #include "tests/support/shown_server.hpp"
 
 namespace {
@@ -112,6 +119,112 @@ TEST_F(server_model_test, knows_whether_the_settings_service_runs) {
     EXPECT_FALSE(server_model::has_settings_service());
     const test::applying_service service({});
     EXPECT_TRUE(server_model::has_settings_service());
+}
+
+// --- files that another process keeps locked
+
+// Takes the exclusive lock on a file, and keeps it until the parent says something.
+int keep_lock(const std::string& path, const test::child_process::parent_channel& parent) {
+    const int file = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    parent.send(file_lock_write(file) == 0 ? '1' : '0');
+    return parent.receive() == '\0' ? 1 : 0;
+}
+
+class locked_files : public testing::Test {
+  protected:
+    static server_model::options impatient() {
+        server_model::options options;
+        options.patience = std::chrono::milliseconds(20);
+        options.long_patience = std::chrono::milliseconds(60);
+        return options;
+    }
+
+    // Waits as a GET does.
+    static snapshot_pointer get(server_model& model) {
+        std::promise<snapshot_pointer> taken;
+        model.read([&](snapshot_pointer server) { taken.set_value(std::move(server)); });
+        return taken.get_future().get();
+    }
+
+    static std::string delay(const snapshot_pointer& server) {
+        return *server->pending[server->catalog->by_name.at("Delay")];
+    }
+
+    shown_server files{test::sample_template(), {{"Boot.Delay", "5"}}, {}};
+    std::vector<std::string> lines;
+};
+
+TEST_F(locked_files, do_not_delay_readers) {
+    auto options = impatient();
+    std::mutex mutex;
+    options.log = [&](const std::string& line) {
+        const std::lock_guard lock(mutex);
+        lines.push_back(line);
+    };
+    server_model model(options);
+    const auto first = get(model);
+    shown_server::set_pending({{"Boot.Delay", "10"}});
+    test::child_process other(
+        [](const auto& parent) { return keep_lock(shown_server::pending_path(), parent); });
+    ASSERT_EQ(other.receive(), '1');
+    EXPECT_EQ(get(model), first) << "what the file contained last";
+    EXPECT_TRUE(model.is_blocked());
+    EXPECT_EQ(get(model), first);
+    EXPECT_EQ(model.read_now(), nullptr) << "a change needs what it contains now";
+    other.send('x');
+    EXPECT_TRUE(test::eventually([&] { return delay(get(model)) == "10"; }));
+    EXPECT_FALSE(model.is_blocked());
+    EXPECT_EQ(lines.size(), 2U);
+}
+
+TEST_F(locked_files, are_unavailable_when_they_were_never_read) {
+    server_model model(impatient());
+    test::child_process other(
+        [](const auto& parent) { return keep_lock(shown_server::pending_path(), parent); });
+    ASSERT_EQ(other.receive(), '1');
+    EXPECT_EQ(get(model), nullptr);
+    other.send('x');
+    EXPECT_TRUE(test::eventually([&] { return get(model) != nullptr; }));
+}
+
+// --- watching
+
+TEST_F(locked_files, are_read_again_as_soon_as_they_change) {
+    auto options = impatient();
+    options.watches_files = true;
+    server_model model(options);
+    std::promise<std::string> seen;
+    get(model);
+    model.set_observer([&, has_seen = false](const snapshot_pointer& server) mutable {
+        if (!std::exchange(has_seen, true)) {
+            seen.set_value(delay(server));
+        }
+    });
+    shown_server::set_pending({{"Boot.Delay", "10"}});
+    auto value = seen.get_future();
+    ASSERT_EQ(value.wait_for(test::patience), std::future_status::ready);
+    EXPECT_EQ(value.get(), "10");
+    model.stop();
+}
+
+TEST_F(locked_files, are_polled_when_the_kernel_cannot_watch_them) {
+    auto options = impatient();
+    options.watches_files = true;
+    options.kernel.create = [] {
+        errno = EMFILE;
+        return -1;
+    };
+    server_model model(options);
+    std::promise<void> seen;
+    get(model);
+    model.set_observer([&, has_seen = false](const snapshot_pointer& /*server*/) mutable {
+        if (!std::exchange(has_seen, true)) {
+            seen.set_value();
+        }
+    });
+    shown_server::set_pending({{"Boot.Delay", "10"}});
+    EXPECT_EQ(seen.get_future().wait_for(test::patience), std::future_status::ready);
+    model.stop();
 }
 
 }  // namespace
