@@ -18,6 +18,7 @@ rm -f "$scratch"/*-dbgsym_*.deb
 # users.
 others=openssl
 unit_hooks=()
+emulated=
 if [ "$architecture" = "$(dpkg --print-architecture)" ]; then
   others+=' systemd'
   # systemd's rating of the units, from 0 (not exposed) to 100, is at most what docs/target.md states; it is
@@ -29,6 +30,7 @@ if [ "$architecture" = "$(dpkg --print-architecture)" ]; then
   )
 else
   others+=' systemd-standalone-sysusers'
+  emulated=emulated
 fi
 
 # shellcheck disable=SC2016 # the hooks expand $1
@@ -38,7 +40,7 @@ mmdebstrap --quiet --variant=minbase --architectures="$architecture" --format=nu
   --customize-hook="sync-in $scratch /packages" \
   --customize-hook="chroot \"\$1\" sh -c 'apt-get -qq -y -o Dpkg::Use-Pty=0 install --no-install-recommends /packages/*.deb $others'" \
   --customize-hook='chroot "$1" sh /packages/first_run.sh' \
-  --customize-hook='chroot "$1" sh /packages/first_redfish_run.sh' \
+  --customize-hook="chroot \"\$1\" sh /packages/first_redfish_run.sh $emulated" \
   "${unit_hooks[@]}" \
   --customize-hook='chroot "$1" apt-get -qq -y -o Dpkg::Use-Pty=0 purge dp-redfish dp-common-tools libdp-common1' \
   --customize-hook='[ ! -e "$1/var/lib/dp_redfish" ]' \

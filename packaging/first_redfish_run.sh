@@ -1,4 +1,6 @@
 #!/bin/sh
+# usage: first_redfish_run.sh [emulated]
+#
 # dp_redfishd with the command line, the user, the groups and the rights that its unit gives it, and a client
 # that trusts its certificate; runs after first_run.sh inside the system with the packages, where systemd does
 # not run. Needs openssl.
@@ -32,6 +34,11 @@ setting() {
 user=$(setting User)
 group=$(setting Group)
 groups=$(setting SupplementaryGroups | tr ' ' ,)
+# An emulator does not tell dp_settingsd the supplementary groups of a client.
+if [ "${1:-}" = emulated ]; then
+  groups=$groups,$group
+  group=dp_clients
+fi
 state=/var/lib/$(setting StateDirectory)
 without_capabilities='--bounding-set=-all --inh-caps=-all --no-new-privs'
 # shellcheck disable=SC2086 # the options are words
@@ -48,7 +55,7 @@ await() {
   done
 }
 
-install -d -o "$user" -g "$group" -m "$(setting StateDirectoryMode)" "$state"
+install -d -o "$user" -g "$(setting Group)" -m "$(setting StateDirectoryMode)" "$state"
 echo 'first run, first password' | as_service "$(setting ExecStart)" --add-account tester --role Administrator ||
   fail "no account was added"
 [ "$(stat -c '%U %a' "$state/accounts.json")" = "$user 600" ] || fail "the accounts are not private"

@@ -26,13 +26,17 @@ std::string program_of(pid_t pid) {
     return program.empty() ? "?" : program;
 }
 
+// None when the kernel does not report them.
 std::vector<gid_t> groups_of(int fd) {
     std::vector<gid_t> groups(32);
     for (;;) {
         auto size = static_cast<socklen_t>(groups.size() * sizeof(gid_t));
-        const int got = getsockopt(fd, SOL_SOCKET, SO_PEERGROUPS, groups.data(), &size);
-        groups.resize(got == 0 || errno == ERANGE ? size / sizeof(gid_t) : 0);
-        if (got == 0 || errno != ERANGE) {
+        const bool is_whole = getsockopt(fd, SOL_SOCKET, SO_PEERGROUPS, groups.data(), &size) == 0;
+        const std::size_t count = size / sizeof(gid_t);
+        // An emulator asks for more room without saying how much.
+        const bool needs_room = !is_whole && errno == ERANGE && count > groups.size();
+        groups.resize(is_whole || needs_room ? count : 0);
+        if (!needs_room) {
             return groups;
         }
     }
