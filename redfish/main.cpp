@@ -27,6 +27,7 @@
 #include "redfish/http/http_server.hpp"
 #include "redfish/model/server_model.hpp"
 #include "redfish/model/watched_files.hpp"
+#include "redfish/page/page_routes.hpp"
 #include "redfish/program/certificate_source.hpp"
 #include "redfish/program/service_options.hpp"
 #include "redfish/program/state_folder.hpp"
@@ -242,6 +243,7 @@ int serve(const service_options& chosen) {
     dp_redfish::add_event_routes(routes, model, events);
     dp_redfish::add_session_routes(routes, **access);
     dp_redfish::add_account_routes(routes, **access);
+    dp_redfish::add_page_routes(routes);
     dp_redfish::gateway gateway(routes, **access);
     dp_redfish::http_server server(std::move(options), gateway);
     if (const auto started = server.start(); !started) {
