@@ -24,6 +24,7 @@
 #include "redfish/access/password_access_control.hpp"
 #include "redfish/access/role_names.hpp"
 #include "redfish/events/event_service.hpp"
+#include "redfish/events/service_event.hpp"
 #include "redfish/http/http_server.hpp"
 #include "redfish/model/server_model.hpp"
 #include "redfish/model/watched_files.hpp"
@@ -37,7 +38,10 @@
 #include "redfish/resources/account_routes.hpp"
 #include "redfish/resources/all_resources.hpp"
 #include "redfish/resources/event_resources.hpp"
+#include "redfish/resources/resource_json.hpp"
 #include "redfish/resources/session_routes.hpp"
+#include "redfish/resources/task_resources.hpp"
+#include "redfish/resources/task_store.hpp"
 #include "support/json.hpp"
 #include "support/process_log.hpp"
 #include "support/program_main.hpp"
@@ -208,6 +212,17 @@ dp_redfish::event_service::options event_options(dp_redfish::password_access_con
     return options;
 }
 
+// Tasks are reported as events.
+dp_redfish::task_store::options task_options(dp_redfish::event_service& events) {
+    dp_redfish::task_store::options options;
+    options.report = [&events](const char* message, const dp_redfish::deferred_task& task) {
+        events.publish(dp_redfish::make_event("TaskEvent", message, {std::to_string(task.id)},
+                                              dp_redfish::task_path(task), "Task",
+                                              dp_redfish::time_text(std::time(nullptr))));
+    };
+    return options;
+}
+
 int serve(const service_options& chosen) {
     if (geteuid() == 0 && !chosen.allows_root) {
         return fail(
@@ -236,15 +251,17 @@ int serve(const service_options& chosen) {
         return fail(access.reason());
     }
     dp_redfish::event_service events(event_options(**access));
+    dp_redfish::task_store tasks(task_options(events));
     dp_redfish::server_model model({.watches_files = true, .log = log_line});
     model.set_observer([&events](const dp_redfish::snapshot_pointer& now) { events.observe(now); });
     dp_redfish::route_table routes;
     dp_redfish::add_server_routes(routes, model, {.version = DP_VERSION, .uuid = *uuid});
     dp_redfish::add_event_routes(routes, model, events);
+    dp_redfish::add_task_routes(routes, tasks);
     dp_redfish::add_session_routes(routes, **access);
     dp_redfish::add_account_routes(routes, **access);
     dp_redfish::add_page_routes(routes);
-    dp_redfish::gateway gateway(routes, **access);
+    dp_redfish::gateway gateway(routes, **access, &tasks);
     dp_redfish::http_server server(std::move(options), gateway);
     if (const auto started = server.start(); !started) {
         return fail(started.reason());

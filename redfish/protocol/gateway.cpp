@@ -14,6 +14,7 @@
 #include "redfish/access/identity.hpp"
 #include "redfish/protocol/accepted_type.hpp"
 #include "redfish/protocol/call.hpp"
+#include "redfish/protocol/deferred_operations.hpp"
 #include "redfish/protocol/etag.hpp"
 #include "redfish/protocol/http_status.hpp"
 #include "redfish/protocol/messages.hpp"
@@ -148,9 +149,10 @@ void run_operation(const route& found, const std::shared_ptr<const http_request>
 // One request, from the first check to its answer.
 class exchange : public std::enable_shared_from_this<exchange> {
   public:
-    exchange(const route_table& routes, std::shared_ptr<const http_request> request,
-             send_response respond)
+    exchange(const route_table& routes, deferred_operations* deferred,
+             std::shared_ptr<const http_request> request, send_response respond)
         : routes_(routes),
+          deferred_(deferred),
           request_(std::move(request)),
           reply_([respond = std::move(respond), request = request_](answer result) {
               respond(response_of(*request, std::move(result)));
@@ -318,9 +320,23 @@ class exchange : public std::enable_shared_from_this<exchange> {
     }
 
     void run_change() {
+        if (deferred_ != nullptr && match_.found->may_be_deferred &&
+            prefers_deferred(request_->header("Prefer"))) {
+            return run_deferred();
+        }
         run_operation(
             *match_.found, request_, caller_, match_.parameters, std::move(document_),
             [self = shared_from_this()](answer result) { self->send(std::move(result)); });
+    }
+
+    // Answers now, and runs the operation then.
+    void run_deferred() {
+        auto begun = deferred_->begin(caller_, *request_);
+        send(std::move(begun.accepted));
+        if (begun.finish) {
+            run_operation(*match_.found, request_, caller_, match_.parameters, std::move(document_),
+                          std::move(begun.finish));
+        }
     }
 
     // Compares the ETags of the request with that of the resource. An operation whose change must
@@ -534,6 +550,7 @@ class exchange : public std::enable_shared_from_this<exchange> {
     }
 
     const route_table& routes_;
+    deferred_operations* deferred_;
     std::shared_ptr<const http_request> request_;
     reply reply_;
     route_table::match match_;
@@ -548,7 +565,7 @@ class exchange : public std::enable_shared_from_this<exchange> {
 
 void gateway::handle(std::shared_ptr<const http_request> request, send_response respond) {
     const auto started =
-        std::make_shared<exchange>(routes_, std::move(request), std::move(respond));
+        std::make_shared<exchange>(routes_, deferred_, std::move(request), std::move(respond));
     started->start(access_);
 }
 

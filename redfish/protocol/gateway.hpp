@@ -6,6 +6,7 @@
 
 #include "redfish/access/access_control.hpp"
 #include "redfish/http/http_message.hpp"
+#include "redfish/protocol/deferred_operations.hpp"
 #include "redfish/protocol/route_table.hpp"
 
 namespace dp_redfish {
@@ -22,13 +23,16 @@ class gateway final : public http_handler {
 
     /// Both must outlive the gateway, and the gateway all requests. The table must not change any
     /// more.
-    gateway(const route_table& routes, access_control& access) : routes_(routes), access_(access) {}
+    gateway(const route_table& routes, access_control& access,
+            deferred_operations* deferred = nullptr)
+        : routes_(routes), access_(access), deferred_(deferred) {}
 
     void handle(std::shared_ptr<const http_request> request, send_response respond) override;
 
   private:
     const route_table& routes_;
     access_control& access_;
+    deferred_operations* deferred_;  // not owned; null: no operation is deferred
 };
 
 }  // namespace dp_redfish

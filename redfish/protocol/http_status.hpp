@@ -6,6 +6,7 @@ namespace dp_redfish::http_status {
 
 inline constexpr unsigned ok = 200;
 inline constexpr unsigned created = 201;
+inline constexpr unsigned accepted = 202;
 inline constexpr unsigned no_content = 204;
 inline constexpr unsigned not_modified = 304;
 inline constexpr unsigned bad_request = 400;

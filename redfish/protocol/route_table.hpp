@@ -25,6 +25,8 @@ struct route {
         refusal,  ///< says why there is no such method; the method is not in "Allow"
     };
     kinds kind = kinds::resource;
+    /// Whether it may take long, so that a client can ask for an answer before it is done.
+    bool may_be_deferred = false;
 };
 
 /// For `route_table::add`.
@@ -35,6 +37,8 @@ class route_table {
   public:
     void add(std::string method, std::string pattern, privileges needed, operation run,
              bool is_for_password_change = false);
+    /// Sets `route::may_be_deferred` of the operation that was added last.
+    void let_be_deferred() { routes_.back().may_be_deferred = true; }
     /// See `route::kinds`.
     /// @{
     void add_stream(std::string pattern, privileges needed, operation run);

@@ -6,7 +6,6 @@
 #include "redfish/resources/registry_resources.hpp"
 #include "redfish/resources/root_resources.hpp"
 #include "redfish/resources/system_resources.hpp"
-#include "redfish/resources/task_resources.hpp"
 
 namespace dp_redfish {
 
@@ -17,7 +16,6 @@ void add_server_routes(route_table& routes, server_model& model, const service_i
     add_log_routes(routes, model);
     add_manager_routes(routes, info);
     add_registry_routes(routes, model);
-    add_task_routes(routes);
 }
 
 }  // namespace dp_redfish

@@ -268,9 +268,11 @@ void add_bios_routes(route_table& routes, server_model& model) {
     add_get(resource_paths::bios_settings, bios_settings_json, etag_of_pending);
     routes.add("PATCH", resource_paths::bios_settings, privileges::configure_components,
                [&model](const std::shared_ptr<call>& request) { patch_settings(model, request); });
+    routes.let_be_deferred();
     const std::string actions = std::string(resource_paths::bios) + "/Actions/";
     routes.add("POST", actions + "Bios.ResetBios", privileges::configure_components,
                [&model](const std::shared_ptr<call>& request) { reset_bios(model, request); });
+    routes.let_be_deferred();
     // The settings service keeps no passwords.
     routes.add(
         "POST", actions + "Bios.ChangePassword", privileges::configure_components,

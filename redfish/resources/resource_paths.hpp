@@ -19,6 +19,7 @@ inline constexpr const char* registries = "/redfish/v1/Registries";
 inline constexpr const char* json_schemas = "/redfish/v1/JsonSchemas";
 inline constexpr const char* task_service = "/redfish/v1/TaskService";
 inline constexpr const char* tasks = "/redfish/v1/TaskService/Tasks";
+inline constexpr const char* task_monitors = "/redfish/v1/TaskService/TaskMonitors";
 inline constexpr const char* event_service = "/redfish/v1/EventService";
 inline constexpr const char* event_stream = "/redfish/v1/EventService/SSE";
 inline constexpr const char* event_subscriptions = "/redfish/v1/EventService/Subscriptions";

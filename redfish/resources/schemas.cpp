@@ -37,6 +37,7 @@ constexpr std::array all_schemas = std::to_array<used_schema>({
     {"SessionCollection", ""},
     {"SessionService", "v1_2_0"},
     {"Settings", "v1_4_0"},
+    {"Task", "v1_7_4"},
     {"TaskCollection", ""},
     {"TaskService", "v1_3_0"},
 });

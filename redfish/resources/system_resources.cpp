@@ -121,6 +121,7 @@ void add_system_routes(route_table& routes, server_model& model) {
     routes.add("POST", std::string(resource_paths::system) + "/Actions/ComputerSystem.Reset",
                privileges::configure_components,
                [&model](const std::shared_ptr<call>& request) { reset_system(model, request); });
+    routes.let_be_deferred();
 }
 
 }  // namespace dp_redfish

@@ -4,19 +4,24 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "redfish/model/server_model.hpp"
+#include "redfish/protocol/messages.hpp"
 #include "redfish/resources/account_routes.hpp"
 #include "redfish/resources/event_resources.hpp"
 #include "redfish/resources/resource_paths.hpp"
 #include "redfish/resources/schemas.hpp"
 #include "redfish/resources/session_routes.hpp"
+#include "redfish/resources/task_resources.hpp"
+#include "redfish/resources/task_store.hpp"
 #include "tests/support/access_routes.hpp"
 #include "tests/support/process.hpp"
 #include "tests/support/program.hpp"
+#include "tests/support/recorded_stream.hpp"
 #include "tests/support/redfish_exchange.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/support/shown_server.hpp"
@@ -113,11 +118,13 @@ class all_resources : public testing::Test {
         dp_redfish::add_server_routes(routes, model,
                                       {"1.0", "92384634-2938-2342-8820-489239905423"});
         dp_redfish::add_event_routes(routes, model, events);
+        dp_redfish::add_task_routes(routes, tasks);
     }
 
     test::shown_server files;
     dp_redfish::server_model model;
     dp_redfish::event_service events{{}};
+    dp_redfish::task_store tasks;
     dp_redfish::route_table routes;
     test::fixed_access access;
     dp_redfish::gateway service{routes, access};
@@ -145,7 +152,22 @@ TEST_F(all_resources, are_valid_for_their_schemas) {
     if (const std::string reason = test::missing_data(folder + "Bios.json"); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
+    const dp_redfish::identity admin{"admin", dp_redfish::roles::administrator, {}};
+    const auto request = test::request_of("PATCH", dp_redfish::resource_paths::bios_settings);
+    const auto begun = tasks.begin(admin, request);
+    tasks.begin(admin, request).finish(dp_redfish::error_answer(400, {{"PropertyUnknown", {"A"}}}));
+    const auto stream = std::make_shared<test::recorded_stream>();
+    events.begin(events.reserve({{}, admin, "192.0.2.7", {}}, {}, "unknown"), stream);
+    events.publish(dp_redfish::make_event("SettingsEvents", "PendingValueChanged", {"A", "1", "2"},
+                                          dp_redfish::resource_paths::bios_settings, "Bios",
+                                          "2026-11-22T15:25:09+01:00"));
     redfish_crawl crawl(service);
+    EXPECT_TRUE(crawl.seen.contains("/redfish/v1/EventService/Subscriptions/1"));
+    EXPECT_TRUE(crawl.seen.contains("/redfish/v1/TaskService/Tasks/2"));
+    ASSERT_EQ(stream->payloads().size(), 2U);
+    for (const auto& payload : stream->payloads()) {
+        crawl.texts.push_back(to_text(payload, dp_support::json_layout::one_line));
+    }
     crawl.texts.push_back(test::get(service, "/redfish/v1?$expand=*($levels=3)").text);
     crawl.texts.push_back(test::get(service, "/redfish/v1/Missing").text);
     crawl.texts.push_back(test::send(service, "PATCH", dp_redfish::resource_paths::bios_settings,
@@ -213,12 +235,14 @@ class whole_service : public test::access_routes {
         access_routes::SetUp();
         dp_redfish::add_server_routes(routes, model, {"1.0"});
         dp_redfish::add_event_routes(routes, model, events);
+        dp_redfish::add_task_routes(routes, tasks);
         add_session_routes(routes, *access);
         add_account_routes(routes, *access);
     }
 
     dp_redfish::server_model model;
     dp_redfish::event_service events{{}};
+    dp_redfish::task_store tasks;
     test::fixed_access admitted;
     dp_redfish::gateway gateway{routes, admitted};
 };
@@ -263,6 +287,7 @@ class installed_registry : public testing::TestWithParam<const char*> {
         ASSERT_EQ(installed.exit_code, 0) << installed.err;
         dp_redfish::add_server_routes(routes, model, {"1.0"});
         dp_redfish::add_event_routes(routes, model, events);
+        dp_redfish::add_task_routes(routes, tasks);
         source = dp_support::parse_json(test::read_file(file())).root;
         for (const auto& attribute : source.find("RegistryEntries")->find("Attributes")->items) {
             // A template has no passwords.
@@ -276,6 +301,7 @@ class installed_registry : public testing::TestWithParam<const char*> {
     std::vector<json_value> attributes;
     dp_redfish::server_model model;
     dp_redfish::event_service events{{}};
+    dp_redfish::task_store tasks;
     dp_redfish::route_table routes;
     test::fixed_access access;
     dp_redfish::gateway service{routes, access};
