@@ -7,13 +7,16 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <future>
 #include <iterator>
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
+#include <vector>
 
 #include "redfish/model/watched_files.hpp"
 #include "service_api/server_paths.hpp"
