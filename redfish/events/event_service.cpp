@@ -33,6 +33,16 @@ service_event gap_event() {
     return event;
 }
 
+// What a stream begins with when events that its client missed are lost. It is no event of the log,
+// so the client's next request asks for all again.
+event_log::entries gap_entry() {
+    auto gap = std::make_shared<logged_event>();
+    gap->id = "gap";
+    gap->event = gap_event();
+    gap->json = to_text(event_json(gap->event, gap->id), dp_support::json_layout::one_line);
+    return {gap};
+}
+
 }  // namespace
 
 event_service::reservation::~reservation() {
@@ -122,13 +132,7 @@ void event_service::begin(const std::shared_ptr<reservation>& reserved,
             auto missed = log_.after(reserved->last_id_);
             if (!missed) {
                 missed = log_.all();
-                auto gap = std::make_shared<logged_event>();
-                // Of no event, so that the client asks for all again.
-                gap->id = "gap";
-                gap->event = gap_event();
-                gap->json =
-                    to_text(event_json(gap->event, gap->id), dp_support::json_layout::one_line);
-                for (auto& text : stream_texts({std::move(gap)}, {})) {
+                for (auto& text : stream_texts(gap_entry(), {})) {
                     stream->write(std::move(text));
                 }
             }

@@ -200,9 +200,9 @@ answer subscriptions_answer(const event_service& events, const identity& caller)
 // The stream that a request names, if its caller may see it.
 std::optional<event_service::stream_info> wanted_stream(const event_service& events,
                                                         const call& request) {
-    for (auto& stream : events.streams()) {
+    for (const auto& stream : events.streams()) {
         if (stream.id == request.parameters.front() && may_see_stream(request.caller, stream)) {
-            return std::move(stream);
+            return stream;
         }
     }
     return std::nullopt;
