@@ -5,17 +5,17 @@ import { makeValueInput } from "./value_input.js";
 
 export class SettingRow {
   #settings;
-  #mayChange;
+  #lockReason;
   #input;
   #parts;
 
   /** `onEdit(setting, value)` and `onUndo(setting)`, which takes back an edit or otherwise a saved
-   * change, are called when the user does so. `mayChange()` is
-   * why nothing can be changed at all, or an empty text. */
-  constructor(setting, settings, { onEdit, onUndo, mayChange }) {
+   * change, are called when the user does so. `lockReason()` is why the user may change nothing, or an
+   * empty text. */
+  constructor(setting, settings, { onEdit, onUndo, lockReason }) {
     this.setting = setting;
     this.#settings = settings;
-    this.#mayChange = mayChange;
+    this.#lockReason = lockReason;
     this.#input = makeValueInput(setting, (value) => onEdit(setting, value));
     const id = newId("setting");
     const text = (part, className, tag = "p") => element(tag, { class: className, id: `${id}-${part}` });
@@ -117,10 +117,10 @@ export class SettingRow {
       step: settings.property(setting, "ScalarIncrement"),
     });
     const menu = setting.menu;
-    const nobody = this.#mayChange();
+    const lockReason = this.#lockReason();
     const locked = settings.lockedBecause(setting) ||
       (menu.isReadOnly ? "The menu is read-only" : menu.isGray ? "The menu is not available" : "");
-    control.disabled = nobody !== "" || locked !== "";
+    control.disabled = lockReason !== "" || locked !== "";
     const described = [
       this.#show("help", settings.property(setting, "HelpText") || ""),
       this.#show("warning", settings.property(setting, "WarningText") || ""),
@@ -138,7 +138,7 @@ export class SettingRow {
     control.setAttribute("aria-invalid", String(isWrong));
     const mayTakeBack = isEdited || (settings.isPending(setting) && !control.disabled &&
       !settings.dependent.has(setting.name) && setting.type !== "Password");
-    this.#parts.undo.hidden = !mayTakeBack || nobody !== "";
+    this.#parts.undo.hidden = !mayTakeBack || lockReason !== "";
     setText(this.#parts.undo.querySelector("span"), isEdited ? "Undo" : "Take back");
     this.#parts.undo.setAttribute("aria-label",
       `${isEdited ? "Undo" : "Take back"} the change of ${settings.displayName(setting)}`);

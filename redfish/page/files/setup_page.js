@@ -34,7 +34,9 @@ export class SetupPage {
   #history;
   #system = null;
   #tags = { pending: "", current: "" };
-  #lockReason = "";
+  #lockReason = ""; // why the user may change nothing; empty: the user may
+  #registryId = "";
+  #editsToKeep = []; // until the settings of another registry are shown
   #serviceProblem = "";
   #updating = null;
   #isSaving = false;
@@ -131,7 +133,7 @@ export class SetupPage {
 
   #addTools() {
     const tool = (label, symbol, act, isForChanges) => element("li", {},
-      button(label, { class: "quiet", disabled: isForChanges && this.#mayChange() !== "",
+      button(label, { class: "quiet", disabled: isForChanges && this.#lockReason !== "",
         onclick: () => {
           this.#openSidebar(false);
           this.#act(act);
@@ -181,10 +183,6 @@ export class SetupPage {
     this.#banner("role", "info", this.#lockReason);
   }
 
-  #mayChange() {
-    return this.#lockReason;
-  }
-
   async #readServer() {
     const [system, current, pending] = await Promise.all([
       this.#api.get(SYSTEM),
@@ -194,7 +192,7 @@ export class SetupPage {
     this.#system = system;
     setText(at("server-name"), system.BiosVersion ? `BIOS ${system.BiosVersion}` : String(system.Name ?? ""));
     const id = String(pending.body.AttributeRegistry ?? "");
-    if (this.#settings === null || this.registryId !== id || !this.#hasSameSettings(pending.body.Attributes)) {
+    if (this.#settings === null || this.#registryId !== id || !this.#hasSameSettings(pending.body.Attributes)) {
       await this.#readRegistry(id);
     }
     this.#take({ pending, current });
@@ -214,9 +212,9 @@ export class SetupPage {
     }
     const edits = this.#settings === null ? [] : [...this.#settings.edits];
     this.#settings = new Settings(readRegistry(await this.#api.get(address)));
-    this.registryId = id;
+    this.#registryId = id;
     this.#menus = null;
-    this.editsToKeep = edits;
+    this.#editsToKeep = edits;
   }
 
   // Takes what the service has. Returns the settings that others changed.
@@ -230,8 +228,8 @@ export class SetupPage {
     if (this.#menus === null) {
       this.#menus = buildMenus(this.#settings);
       this.#menuView.build(this.#menus);
-      this.#settings.editAll(this.editsToKeep.filter(([name]) => this.#settings.byName.has(name)));
-      this.editsToKeep = [];
+      this.#settings.editAll(this.#editsToKeep.filter(([name]) => this.#settings.byName.has(name)));
+      this.#editsToKeep = [];
     }
     this.#showChanges();
     return changed;
@@ -266,7 +264,7 @@ export class SetupPage {
       this.#api.get(MANAGER),
     ]);
     this.#showService(manager);
-    const isOther = pending !== null && (String(pending.body.AttributeRegistry ?? "") !== this.registryId ||
+    const isOther = pending !== null && (String(pending.body.AttributeRegistry ?? "") !== this.#registryId ||
       !this.#hasSameSettings(pending.body.Attributes));
     if (isOther) {
       await this.#readServer();
@@ -411,7 +409,7 @@ export class SetupPage {
     this.#view = new SettingsView(at("view"), this.#settings, {
       onEdit: (setting, value) => this.#edit(setting, value),
       onUndo: (setting) => this.#undo(setting),
-      mayChange: () => this.#mayChange(),
+      lockReason: () => this.#lockReason,
     });
     let count = null;
     let menu = null;
@@ -438,7 +436,7 @@ export class SetupPage {
     this.#menuView.count((setting) => settings.isChanged(setting));
     const edits = settings.edits.size;
     const pending = settings.list.filter((setting) => settings.isPending(setting)).length;
-    const isLocked = this.#mayChange() !== "";
+    const isLocked = this.#lockReason !== "";
     at("save-bar").hidden = edits === 0 && pending === 0;
     setText(at("save-count"), edits > 0 ? `${plural(edits, "change")} not saved`
       : `${plural(pending, "saved change")} in effect after a restart`);
