@@ -33,7 +33,7 @@ std::vector<gid_t> groups_of(int fd) {
         auto size = static_cast<socklen_t>(groups.size() * sizeof(gid_t));
         const bool is_whole = getsockopt(fd, SOL_SOCKET, SO_PEERGROUPS, groups.data(), &size) == 0;
         const std::size_t count = size / sizeof(gid_t);
-        // An emulator asks for more room without saying how much.
+        // An emulator asks for more space without saying how much.
         const bool needs_room = !is_whole && errno == ERANGE && count > groups.size();
         groups.resize(is_whole || needs_room ? count : 0);
         if (!needs_room) {

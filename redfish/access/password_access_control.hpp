@@ -96,7 +96,7 @@ class password_access_control final : public access_control {
                               const std::string& peer, const char* by);
     audit_log& log() { return log_; }
 
-    /// Tells, each time it is called, whether a client that was admitted just now still is: its
+    /// A function that returns whether a client that was admitted just now still is: whether its
     /// account may log in with the same password and role. The end of its session alone does not
     /// end what it opened, as DSP0266 has it. For clients that keep a connection open. From any
     /// thread; does not block.

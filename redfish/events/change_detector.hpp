@@ -22,7 +22,7 @@ class change_detector {
   public:
     using clock = std::chrono::steady_clock;
 
-    /// How long the history may be behind the values: the settings service writes it after them.
+    /// How long after the values the history may be written: the settings service writes it second.
     static constexpr std::chrono::seconds history_delay{2};
 
     /// Begins with `now`. Returns the events of the newest records of its history, at most `most`.

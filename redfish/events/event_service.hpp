@@ -35,7 +35,7 @@ class event_service {
         /// After this time without an event, a comment is sent, so that proxies keep the connection
         /// and clients notice when it is lost.
         std::chrono::seconds keep_alive{15};
-        /// Makes the function that tells whether a client that was admitted still is. That is
+        /// Makes the function that returns whether a client that was admitted still is. That is
         /// called about once a second for each stream. Empty: all are.
         std::function<std::function<bool()>(const identity&)> admission_of{};
         /// Whether the settings service runs. Called about once a second while there are streams.

@@ -2,7 +2,7 @@
 
 import { button, element, plural, setText } from "./dom.js";
 
-/** The part of the address that leads to a menu. */
+/** The fragment of the address of a menu. */
 export function menuAddress(path) {
   return `#/menu/${encodeURIComponent(path)}`;
 }
