@@ -134,8 +134,8 @@ class locked_files : public testing::Test {
   protected:
     static server_model::options impatient() {
         server_model::options options;
-        options.patience = std::chrono::milliseconds(20);
-        options.long_patience = std::chrono::milliseconds(60);
+        options.patience = std::chrono::milliseconds(100);
+        options.long_patience = std::chrono::milliseconds(1000);
         return options;
     }
 
@@ -144,6 +144,13 @@ class locked_files : public testing::Test {
         std::promise<snapshot_pointer> taken;
         model.read([&](snapshot_pointer server) { taken.set_value(std::move(server)); });
         return taken.get_future().get();
+    }
+
+    // The first snapshot, also when reading takes longer than a reader waits.
+    static snapshot_pointer get_first(server_model& model) {
+        snapshot_pointer first;
+        test::eventually([&] { return (first = get(model)) != nullptr; });
+        return first;
     }
 
     static std::string delay(const snapshot_pointer& server) {
@@ -162,13 +169,15 @@ TEST_F(locked_files, do_not_delay_readers) {
         lines.push_back(line);
     };
     server_model model(options);
-    const auto first = get(model);
+    const auto first = get_first(model);
+    ASSERT_NE(first, nullptr);
     shown_server::set_pending({{"Boot.Delay", "10"}});
     test::child_process other(
         [](const auto& parent) { return keep_lock(shown_server::pending_path(), parent); });
     ASSERT_EQ(other.receive(), '1');
     EXPECT_EQ(get(model), first) << "what the file contained last";
-    EXPECT_TRUE(model.is_blocked());
+    // A reader waits from its call on, which is before the reading began.
+    EXPECT_TRUE(test::eventually([&] { return model.is_blocked(); }));
     EXPECT_EQ(get(model), first);
     EXPECT_EQ(model.read_now(), nullptr) << "a change needs what it contains now";
     other.send('x');
@@ -194,7 +203,7 @@ TEST_F(locked_files, are_read_again_as_soon_as_they_change) {
     options.watches_files = true;
     server_model model(options);
     std::promise<std::string> seen;
-    get(model);
+    get_first(model);
     model.set_observer([&, has_seen = false](const snapshot_pointer& server) mutable {
         if (!std::exchange(has_seen, true)) {
             seen.set_value(delay(server));
@@ -216,7 +225,7 @@ TEST_F(locked_files, are_polled_when_the_kernel_cannot_watch_them) {
     };
     server_model model(options);
     std::promise<void> seen;
-    get(model);
+    get_first(model);
     model.set_observer([&, has_seen = false](const snapshot_pointer& /*server*/) mutable {
         if (!std::exchange(has_seen, true)) {
             seen.set_value();
