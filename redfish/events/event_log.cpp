@@ -12,10 +12,9 @@ constexpr std::size_t most_in_a_payload = 100;
 // One Event of Redfish, as a server-sent event. The ids have only digits, letters, '-' and '_'.
 std::string payload(const event_log::entries& events, std::size_t first, std::size_t end) {
     const std::string& id = events[end - 1]->id;
-    std::string text =
-        "id: " + id + "\ndata: {\"@odata.type\":\"" + odata_type("Event") + "\",\"Id\":\"" + id +
-        "\",\"Name\":\"Event\",\"Events@odata.count\":" + std::to_string(end - first) +
-        ",\"Events\":[";
+    std::string text = "id: " + id + "\n" + R"(data: {"@odata.type":")" + odata_type("Event") +
+                       R"(","Id":")" + id + R"(","Name":"Event","Events@odata.count":)" +
+                       std::to_string(end - first) + R"(,"Events":[)";
     for (std::size_t i = first; i < end; ++i) {
         text += i == first ? "" : ",";
         text += events[i]->json;
