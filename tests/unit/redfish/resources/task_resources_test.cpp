@@ -44,11 +44,11 @@ class task_resources : public testing::Test {
 
     void be(const std::string& user, roles role) { access.next.caller = {user, role, {}}; }
 
-    std::shared_ptr<call> running;
     dp_redfish::task_store tasks;
     dp_redfish::route_table routes;
     test::fixed_access access;
     dp_redfish::gateway service{routes, access, &tasks};
+    std::shared_ptr<call> running;  // ended first: an operation that is dropped ends its task
 };
 
 TEST_F(task_resources, let_a_client_fetch_the_answer_later) {
