@@ -82,8 +82,9 @@ END
   printf '0 0 t set A.B "1" ""\n' |
     LD_BIND_NOW=1 LD_LIBRARY_PATH=$scratch/board:$libdir "$where/check_batch" >"$scratch/out" ||
     fail "check_batch does not run with a board's platform library"
-  LD_TRACE_LOADED_OBJECTS=1 LD_LIBRARY_PATH=$scratch/board:$libdir "$where/check_batch" |
-    grep -qF "$scratch/board/libdp_platform.so.1" || fail "the board's platform library is not used"
+  LD_TRACE_LOADED_OBJECTS=1 LD_LIBRARY_PATH=$scratch/board:$libdir "$where/check_batch" >"$scratch/out"
+  grep -qF "$scratch/board/libdp_platform.so.1" "$scratch/out" ||
+    fail "the board's platform library is not used: $(cat "$scratch/out")"
 }
 
 package=(-DCMAKE_PREFIX_PATH="$prefix")
