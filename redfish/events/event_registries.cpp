@@ -2,16 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <string>
-#include <utility>
 
 namespace dp_redfish {
 namespace {
 
-using dp_support::json_value;
-
 // DMTF's messages, word for word. All lists are sorted by id.
-constexpr std::array resource_messages = std::to_array<event_message>({
+constexpr std::array resource_messages = std::to_array<registry_message>({
     {"ResourceChanged",
      "Indicates that one or more resource properties have changed.  This is not used whenever "
      "there is another event message for that specific change, such as when only the state has "
@@ -26,7 +22,7 @@ constexpr std::array resource_messages = std::to_array<event_message>({
      "", "OK", "None."},
 });
 
-constexpr std::array task_messages = std::to_array<event_message>({
+constexpr std::array task_messages = std::to_array<registry_message>({
     {"TaskAborted", "A task has completed with errors.",
      "The task with Id '%1' has completed with errors.", "s", "Critical", "None."},
     {"TaskCancelled", "A task was cancelled.",
@@ -40,7 +36,7 @@ constexpr std::array task_messages = std::to_array<event_message>({
      "None."},
 });
 
-constexpr std::array settings_messages = std::to_array<event_message>({
+constexpr std::array settings_messages = std::to_array<registry_message>({
     {"BiosUpdated", "Indicates that the BIOS was updated, and that the server restarted with it.",
      "The BIOS was updated from build '%1' to build '%2'.", "ss", "OK",
      "Read the attribute registry again."},
@@ -54,73 +50,27 @@ constexpr std::array settings_messages = std::to_array<event_message>({
      "The server restarted: pending values are current.", "", "OK", "None."},
 });
 
-constexpr std::array all_registries = std::to_array<event_registry>({
-    {"ResourceEvent", "1.4.3", "Resource Event Message Registry", "DMTF", resource_messages},
-    {"SettingsEvents", "1.0.0", "Settings Event Message Registry", "dp_redfishd",
-     settings_messages},
-    {"TaskEvent", "1.0.5", "Task Event Message Registry", "DMTF", task_messages},
-});
+constexpr std::string_view purpose = "The messages that this service uses";
 
-json_value message_entry(const event_message& known) {
-    json_value types = json_value::array();
-    for (const char type : known.arguments) {
-        types.push_back(type == 'n' ? "number" : "string");
-    }
-    json_value entry = json_value::object({{"Description", known.description},
-                                           {"Message", known.text},
-                                           {"Severity", known.severity},
-                                           {"MessageSeverity", known.severity},
-                                           {"NumberOfArgs", known.arguments.size()}});
-    if (!types.items.empty()) {
-        entry.set("ParamTypes", std::move(types));
-    }
-    entry.set("Resolution", known.resolution);
-    return entry;
-}
+constexpr std::array all_registries = std::to_array<message_registry>({
+    {"ResourceEvent", "1.4.3", "Resource Event Message Registry", purpose, "DMTF",
+     resource_messages},
+    {"SettingsEvents", "1.0.0", "Settings Event Message Registry", purpose, "dp_redfishd",
+     settings_messages},
+    {"TaskEvent", "1.0.5", "Task Event Message Registry", purpose, "DMTF", task_messages},
+});
 
 }  // namespace
 
-std::string event_registry::id() const {
-    return std::string(prefix) + '.' + std::string(version);
-}
-
-std::string event_registry::message_id(std::string_view message) const {
-    return std::string(prefix) + '.' + std::string(version.substr(0, version.rfind('.'))) + '.' +
-           std::string(message);
-}
-
-const event_message* event_registry::find(std::string_view message) const {
-    const auto found =
-        std::lower_bound(messages.begin(), messages.end(), message,
-                         [](const event_message& m, std::string_view id) { return m.id < id; });
-    return found != messages.end() && found->id == message ? &*found : nullptr;
-}
-
-std::span<const event_registry> event_registries() {
+std::span<const message_registry> event_registries() {
     return all_registries;
 }
 
-const event_registry* event_registry_named(std::string_view prefix) {
+const message_registry* event_registry_named(std::string_view prefix) {
     const auto* const found =
         std::find_if(all_registries.begin(), all_registries.end(),
-                     [&](const event_registry& each) { return each.prefix == prefix; });
+                     [&](const message_registry& each) { return each.prefix == prefix; });
     return found == all_registries.end() ? nullptr : found;
-}
-
-json_value event_registry_json(const event_registry& registry) {
-    json_value messages = json_value::object();
-    for (const auto& known : registry.messages) {
-        messages.set(known.id, message_entry(known));
-    }
-    return json_value::object({{"@odata.type", "#MessageRegistry.v1_7_0.MessageRegistry"},
-                               {"Id", registry.id()},
-                               {"Name", registry.name},
-                               {"Description", "The messages that this service uses"},
-                               {"Language", "en"},
-                               {"RegistryPrefix", registry.prefix},
-                               {"RegistryVersion", registry.version},
-                               {"OwningEntity", registry.owner},
-                               {"Messages", std::move(messages)}});
 }
 
 }  // namespace dp_redfish

@@ -17,8 +17,8 @@ service_event make_event(std::string_view registry, std::string_view message,
                          std::vector<std::string> arguments, std::string origin,
                          std::string resource_type, std::string time) {
     service_event made;
-    const event_registry* const known = event_registry_named(registry);
-    const event_message* const text = known == nullptr ? nullptr : known->find(message);
+    const message_registry* const known = event_registry_named(registry);
+    const registry_message* const text = known == nullptr ? nullptr : known->find(message);
     if (text != nullptr) {
         made.message_id = known->message_id(message);
         made.text = message_text(text->text, arguments);

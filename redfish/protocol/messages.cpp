@@ -1,30 +1,18 @@
 #include "redfish/protocol/messages.hpp"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <utility>
+
+#include "redfish/protocol/message_registry.hpp"
 
 namespace dp_redfish {
 namespace {
 
 using dp_support::json_value;
 
-constexpr std::string_view base_version = "1.22.1";
-constexpr std::string_view base_prefix = "Base.1.22.";
-
-// A message as DMTF's Base registry defines it, word for word. Its placeholders are %1, %2, ...
-struct base_message {
-    std::string_view id;
-    std::string_view description;
-    std::string_view text;
-    std::string_view arguments;  // a letter for each: s for a string, n for a number
-    std::string_view severity;
-    std::string_view resolution;
-};
-
-// Sorted by id.
-constexpr std::array base_messages = std::to_array<base_message>({
+// As DMTF's Base registry defines them, word for word. Sorted by id.
+constexpr std::array base_messages = std::to_array<registry_message>({
     {"AccessUnauthorized", "Indicates that the request did not contain valid credentials.",
      "Unauthorized.", "", "Critical", "Resubmit the request with valid credentials."},
     {"AccountModified", "Indicates that the account was successfully modified.",
@@ -423,19 +411,17 @@ constexpr std::array base_messages = std::to_array<base_message>({
      "Warning", "Correct the request body and resubmit the request if it failed."},
 });
 
-// The message with that id, or GeneralError.
-const base_message& message_named(std::string_view id) {
-    const auto find = [](std::string_view wanted) {
-        return std::lower_bound(
-            base_messages.begin(), base_messages.end(), wanted,
-            [](const base_message& m, std::string_view named) { return m.id < named; });
-    };
-    const auto* const found = find(id);
-    return found != base_messages.end() && found->id == id ? *found : *find("GeneralError");
-}
+constexpr message_registry dmtf_base{"Base",
+                                     "1.22.1",
+                                     "Base Message Registry",
+                                     "The messages of the Base registry that this service uses",
+                                     "DMTF",
+                                     base_messages};
 
-std::string full_id(const base_message& known) {
-    return std::string(base_prefix) + std::string(known.id);
+// The message with that id, or GeneralError.
+const registry_message& message_named(std::string_view id) {
+    const registry_message* const found = dmtf_base.find(id);
+    return found != nullptr ? *found : *dmtf_base.find("GeneralError");
 }
 
 }  // namespace
@@ -456,14 +442,14 @@ std::string message_text(std::string_view text, const std::vector<std::string>& 
 }
 
 json_value message_json(const message& text) {
-    const base_message& known = message_named(text.id);
+    const registry_message& known = message_named(text.id);
     std::string words = message_text(known.text, text.arguments);
     if (!text.reason.empty()) {
         words += ' ';
         words += text.reason;
     }
     json_value result = json_value::object({{"@odata.type", "#Message.v1_3_0.Message"},
-                                            {"MessageId", full_id(known)},
+                                            {"MessageId", dmtf_base.message_id(known.id)},
                                             {"Message", std::move(words)},
                                             {"MessageArgs", json_value(text.arguments)},
                                             {"MessageSeverity", known.severity},
@@ -484,8 +470,8 @@ answer error_answer(unsigned status, const std::vector<message>& messages) {
         error.set("code", *list.items.front().find("MessageId"));
         error.set("message", *list.items.front().find("Message"));
     } else {
-        const base_message& general = message_named("GeneralError");
-        error.set("code", full_id(general));
+        const registry_message& general = message_named("GeneralError");
+        error.set("code", dmtf_base.message_id(general.id));
         error.set("message", general.text);
     }
     error.set("@Message.ExtendedInfo", std::move(list));
@@ -493,34 +479,7 @@ answer error_answer(unsigned status, const std::vector<message>& messages) {
 }
 
 json_value base_registry() {
-    json_value messages = json_value::object();
-    for (const auto& known : base_messages) {
-        json_value types = json_value::array();
-        for (const char type : known.arguments) {
-            types.push_back(type == 'n' ? "number" : "string");
-        }
-        json_value entry = json_value::object({{"Description", known.description},
-                                               {"Message", known.text},
-                                               {"Severity", known.severity},
-                                               {"MessageSeverity", known.severity},
-                                               {"NumberOfArgs", known.arguments.size()}});
-        if (!types.items.empty()) {
-            entry.set("ParamTypes", std::move(types));
-        }
-        entry.set("Resolution", known.resolution);
-        messages.set(known.id, std::move(entry));
-    }
-    return json_value::object({{"@odata.type", "#MessageRegistry.v1_7_0.MessageRegistry"},
-                               {"Id", "Base." + std::string(base_version)},
-                               {"Name", "Base Message Registry"},
-                               {"Description",
-                                "The messages of the Base registry that this "
-                                "service uses"},
-                               {"Language", "en"},
-                               {"RegistryPrefix", "Base"},
-                               {"RegistryVersion", base_version},
-                               {"OwningEntity", "DMTF"},
-                               {"Messages", std::move(messages)}});
+    return message_registry_json(dmtf_base);
 }
 
 }  // namespace dp_redfish

@@ -9,6 +9,7 @@
 #include "redfish/model/registry_resource.hpp"
 #include "redfish/protocol/call.hpp"
 #include "redfish/protocol/etag.hpp"
+#include "redfish/protocol/message_registry.hpp"
 #include "redfish/protocol/messages.hpp"
 #include "redfish/protocol/standard_answers.hpp"
 #include "redfish/resources/model_answers.hpp"
@@ -31,7 +32,7 @@ std::string file_path(const std::string& segment) {
 }
 
 // The registry of events with this id; null when there is none.
-const event_registry* events_named(const std::string& id) {
+const message_registry* events_named(const std::string& id) {
     for (const auto& registry : event_registries()) {
         if (registry.id() == id) {
             return &registry;
@@ -49,7 +50,7 @@ json_value registry_file_json(const std::string& segment, const std::string& reg
     json_value locations = json_value::array();
     json_value& location =
         locations.items.emplace_back(json_value::object({{"Language", language}, {"Uri", uri}}));
-    const event_registry* const events = events_named(segment);
+    const message_registry* const events = events_named(segment);
     if (segment == base_segment || (events != nullptr && events->owner == "DMTF")) {
         location.set("PublicationUri", "http://redfish.dmtf.org/registries/" + segment + ".json");
     }
@@ -98,7 +99,7 @@ answer answer_registry(const call& request, const server_snapshot& server) {
         return result;
     }
     if (const auto* const events = events_named(wanted); events != nullptr && file == wanted) {
-        answer result{.body = event_registry_json(*events)};
+        answer result{.body = message_registry_json(*events)};
         result.body.set("@odata.id", file_path(wanted) + '/' + wanted);
         return result;
     }
