@@ -23,6 +23,7 @@ import time
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
 # pylint: disable=wrong-import-position # the folder must be known first
 import ansible
+from process_memory import proportional_kib
 from redfish_server import BIOS, RESET, SETTINGS, SOURCE, Broken, require, skip
 
 EXAMPLE = os.path.join(SOURCE, "examples", "fleet")
@@ -30,15 +31,6 @@ PLAYBOOK = os.path.join(EXAMPLE, "fleet.yml")
 
 # With more servers, what one of them does is not tried again.
 MOST_FOR_DETAILS = 10
-
-
-def proportional_kib(process):
-    """The memory of a process, with its part of what it shares."""
-    with open(f"/proc/{process}/smaps_rollup", encoding="ascii") as file:
-        for line in file:
-            if line.startswith("Pss:"):
-                return int(line.split()[1])
-    raise Broken(f"no Pss of process {process}")
 
 
 class Fleet:

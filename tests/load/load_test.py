@@ -23,6 +23,7 @@ import time
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
 # pylint: disable=wrong-import-position # the folder must be known first
+from process_memory import proportional_kib
 from redfish_server import BIOS, SETTINGS, Broken, RedfishServer, require
 
 CHANGES = 0.1  # of the requests
@@ -43,14 +44,6 @@ def registry(clients):
                     "Value": [{"ValueName": value} for value in ("Enabled", "Disabled")],
                     "DefaultValue": "Enabled"} for number in range(150)]
     return json.dumps({"RegistryEntries": {"Attributes": attributes}, "RegistryVersion": "1.0.0"})
-
-
-def proportional_kib(process):
-    with open(f"/proc/{process}/smaps_rollup", encoding="ascii") as file:
-        for line in file:
-            if line.startswith("Pss:"):
-                return int(line.split()[1])
-    raise Broken(f"no Pss of process {process}")
 
 
 class Counts:
