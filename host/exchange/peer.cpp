@@ -34,9 +34,9 @@ std::vector<gid_t> groups_of(int fd) {
         const bool is_whole = getsockopt(fd, SOL_SOCKET, SO_PEERGROUPS, groups.data(), &size) == 0;
         const std::size_t count = size / sizeof(gid_t);
         // An emulator asks for more space without saying how much.
-        const bool needs_room = !is_whole && errno == ERANGE && count > groups.size();
-        groups.resize(is_whole || needs_room ? count : 0);
-        if (!needs_room) {
+        const bool is_too_small = !is_whole && errno == ERANGE && count > groups.size();
+        groups.resize(is_whole || is_too_small ? count : 0);
+        if (!is_too_small) {
             return groups;
         }
     }

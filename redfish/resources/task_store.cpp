@@ -43,7 +43,7 @@ task_store::begun_operation task_store::begin(const identity& caller, const http
     auto task = std::make_shared<deferred_task>();
     {
         const std::lock_guard lock(mutex_);
-        if (!make_room()) {
+        if (!evict_if_full()) {
             return {unavailable_answer("There are too many tasks."), {}};
         }
         task->id = ++last_id_;
@@ -90,8 +90,8 @@ void task_store::forget_old_ones() {
     });
 }
 
-// Whether there can be one more task; forgets the one that was done first if needed.
-bool task_store::make_room() {
+// Whether there can be one more task; removes the one that was done first if needed.
+bool task_store::evict_if_full() {
     forget_old_ones();
     if (tasks_.size() < options_.most) {
         return true;

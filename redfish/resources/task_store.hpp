@@ -63,7 +63,7 @@ class task_store final : public deferred_operations {
 
     void finish(std::uint64_t id, answer result);
     void forget_old_ones();
-    [[nodiscard]] bool make_room();
+    [[nodiscard]] bool evict_if_full();
     void report(const char* message, const deferred_task& task) const;
 
     options options_;
