@@ -4,14 +4,12 @@
 #include <sys/stat.h>
 #include <sys/timerfd.h>
 
-#include <array>
 #include <cerrno>
-#include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <ctime>
 
 #include "common/io_loops.hpp"
+#include "support/inotify_events.hpp"
 
 namespace dp_host {
 namespace {
@@ -100,27 +98,17 @@ bool exchange_watch::read_events() {
 }
 
 bool exchange_watch::read_notifications() {
-    alignas(inotify_event) std::array<char, 4096> buffer{};
     bool is_there = true;
-    for (;;) {
-        const ssize_t count = dp::read_some(notify_.get(), buffer.data(), buffer.size());
-        if (count <= 0) {
-            return is_there;
-        }
-        inotify_event event{};
-        for (std::size_t at = 0; at < static_cast<std::size_t>(count);
-             at += sizeof event + event.len) {
-            std::memcpy(&event, buffer.data() + at, sizeof event);
+    dp_support::read_inotify_events(
+        notify_.get(), [&](const inotify_event& event, const char* name) {
             is_there = is_there && (event.mask & folder_disappeared) == 0;
-            // The name is padded with null bytes.
-            const std::string name = event.len > 0 ? buffer.data() + at + sizeof event : "";
             if ((event.mask & completed) == 0) {
                 complete_.erase(name);
             } else if (complete_.size() < most_names) {
                 complete_.insert(name);
             }
-        }
-    }
+        });
+    return is_there;
 }
 
 }  // namespace dp_host

@@ -1,17 +1,14 @@
 #include "redfish/model/file_watch.hpp"
 
 #include <sys/inotify.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <climits>
-#include <cstddef>
 #include <cstring>
 #include <utility>
 
 #include "support/folder_of.hpp"
+#include "support/inotify_events.hpp"
 
 namespace dp_redfish {
 namespace {
@@ -76,20 +73,9 @@ void file_watch::repair() {
 
 bool file_watch::take_changes() {
     bool has_changed = false;
-    alignas(inotify_event) std::array<char, 16 * (sizeof(inotify_event) + NAME_MAX + 1)> buffer{};
-    for (;;) {
-        const ssize_t count = read(instance_.get(), buffer.data(), buffer.size());
-        if (count <= 0) {
-            return has_changed;
-        }
-        for (std::size_t at = 0; at + sizeof(inotify_event) <= static_cast<std::size_t>(count);) {
-            inotify_event event{};
-            std::memcpy(&event, &buffer.at(at), sizeof event);
-            const char* const name = event.len == 0 ? "" : &buffer.at(at + sizeof event);
-            at += sizeof event + event.len;
-            if ((event.mask & IN_Q_OVERFLOW) != 0) {
-                has_changed = true;
-            }
+    dp_support::read_inotify_events(
+        instance_.get(), [&](const inotify_event& event, const char* name) {
+            has_changed = has_changed || (event.mask & IN_Q_OVERFLOW) != 0;
             for (auto& [path, state] : folders_) {
                 if (state.watch != event.wd) {
                     continue;
@@ -102,8 +88,8 @@ bool file_watch::take_changes() {
                     state.watch = -1;
                 }
             }
-        }
-    }
+        });
+    return has_changed;
 }
 
 }  // namespace dp_redfish
