@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <ctime>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -218,7 +217,7 @@ dp_redfish::task_store::options task_options(dp_redfish::event_service& events) 
     options.report = [&events](const char* message, const dp_redfish::deferred_task& task) {
         events.publish(dp_redfish::make_event("TaskEvent", message, {std::to_string(task.id)},
                                               dp_redfish::task_path(task), "Task",
-                                              dp_redfish::time_text(std::time(nullptr))));
+                                              dp_redfish::time_now_text()));
     };
     return options;
 }

@@ -1,7 +1,6 @@
 #include "redfish/events/change_detector.hpp"
 
 #include <algorithm>
-#include <ctime>
 #include <utility>
 
 #include "redfish/model/registry_resource.hpp"
@@ -13,10 +12,6 @@ namespace dp_redfish {
 namespace {
 
 using dp_service::change_record;
-
-std::string time_now() {
-    return time_text(std::time(nullptr));
-}
 
 // A value as a message's argument.
 std::string argument_of(const server_setting& setting, const std::optional<std::string>& value) {
@@ -100,7 +95,7 @@ std::vector<service_event> change_detector::observe(snapshot_pointer now, clock:
         } else if (!last_->history->is_empty()) {
             // The history is another one, or much was dropped at once.
             last_record_ = last_->history->ids().back();
-            events.push_back(settings_changed(time_now()));
+            events.push_back(settings_changed(time_now_text()));
         }
     }
     add_update(*before, events);
@@ -146,11 +141,11 @@ void change_detector::add_update(const server_snapshot& before,
     const std::string build = build_of(*last_);
     if (build != build_of(before)) {
         events.push_back(make_event("SettingsEvents", "BiosUpdated", {build_of(before), build},
-                                    resource_paths::bios, "Bios", time_now()));
+                                    resource_paths::bios, "Bios", time_now_text()));
     }
     if (before.catalog->version != last_->catalog->version) {
         events.push_back(resource_changed(registry_path(last_->catalog->registry_id),
-                                          "AttributeRegistry", time_now()));
+                                          "AttributeRegistry", time_now_text()));
     }
 }
 
@@ -175,9 +170,9 @@ void change_detector::add_restart(const server_snapshot& before,
     }
     if (has_restarted || !has_changed) {
         events.push_back(make_event("SettingsEvents", "ServerRestarted", {}, resource_paths::system,
-                                    "ComputerSystem", time_now()));
+                                    "ComputerSystem", time_now_text()));
     } else {
-        events.push_back(resource_changed(resource_paths::bios, "Bios", time_now()));
+        events.push_back(resource_changed(resource_paths::bios, "Bios", time_now_text()));
     }
 }
 
@@ -187,7 +182,7 @@ void change_detector::compare_pending(const server_snapshot& before,
     if (before.catalog != last_->catalog) {
         // The positions are not those of the same settings.
         if (before.catalog->version != last_->catalog->version) {
-            events.push_back(settings_changed(time_now()));
+            events.push_back(settings_changed(time_now_text()));
         }
         return;
     }
@@ -216,7 +211,7 @@ std::vector<service_event> change_detector::settle(clock::time_point time) {
         }
         const server_setting& setting = last_->catalog->settings[it->first];
         service_event event =
-            value_event(setting, it->second.before, last_->pending[it->first], time_now());
+            value_event(setting, it->second.before, last_->pending[it->first], time_now_text());
         event.group = "(values)";
         events.push_back(std::move(event));
         it = unsettled_.erase(it);

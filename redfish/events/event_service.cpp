@@ -1,7 +1,6 @@
 #include "redfish/events/event_service.hpp"
 
 #include <algorithm>
-#include <ctime>
 #include <utility>
 
 #include "redfish/resources/resource_json.hpp"
@@ -15,10 +14,6 @@ constexpr std::chrono::seconds tick_time{1};
 // The first bytes of a stream: how long a client waits before it connects again.
 constexpr const char* first_text = "retry: 3000\n\n";
 constexpr const char* keep_alive_text = ": keep-alive\n\n";
-
-std::string time_now_text() {
-    return time_text(std::time(nullptr));
-}
 
 // To a client that may have missed events.
 service_event gap_event() {

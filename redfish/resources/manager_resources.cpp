@@ -1,6 +1,5 @@
 #include "redfish/resources/manager_resources.hpp"
 
-#include <ctime>
 #include <memory>
 #include <string>
 #include <utility>
@@ -28,7 +27,7 @@ json_value status_of_manager() {
          {"MessageArgs", *text.find("MessageArgs")},
          {"Message", "The settings service does not run: values can be read, not changed."},
          {"Severity", "Critical"},
-         {"Timestamp", time_text(std::time(nullptr))}}));
+         {"Timestamp", time_now_text()}}));
     return json_value::object(
         {{"State", "Enabled"}, {"Health", "Critical"}, {"Conditions", std::move(conditions)}});
 }

@@ -52,4 +52,8 @@ std::string time_text(std::int64_t seconds_since_1970) {
     return text.data();
 }
 
+std::string time_now_text() {
+    return time_text(std::time(nullptr));
+}
+
 }  // namespace dp_redfish

@@ -28,6 +28,8 @@ void append_member(dp_support::json_value& object, std::string_view name,
 
 /// A time in the form of Redfish, in UTC: "2026-11-22T14:25:09Z".
 std::string time_text(std::int64_t seconds_since_1970);
+/// The present time in that form.
+std::string time_now_text();
 
 }  // namespace dp_redfish
 

@@ -1,7 +1,6 @@
 #include "redfish/resources/task_resources.hpp"
 
 #include <cstdint>
-#include <ctime>
 #include <functional>
 #include <memory>
 #include <string>
@@ -27,7 +26,7 @@ json_value task_service_json() {
     body.set("Description", "Operations that clients do not wait for");
     body.set("ServiceEnabled", true);
     body.set("Status", json_value::object({{"State", "Enabled"}, {"Health", "OK"}}));
-    body.set("DateTime", time_text(std::time(nullptr)));
+    body.set("DateTime", time_now_text());
     body.set("CompletedTaskOverWritePolicy", "Oldest");
     body.set("LifeCycleEventOnTaskStateChange", true);
     body.set("TaskAutoDeleteTimeoutMinutes",
