@@ -287,14 +287,15 @@ void server_model::watch() {
         // While a change settles, further ones need not be counted.
         const bool is_settling = refresh_at != never;
         const int ready = poll(sources.data(), is_settling ? 1 : sources.size(), timeout);
+        // Before what woke this thread is looked at: what comes later wakes it again.
+        eventfd_t ignored = 0;
+        static_cast<void>(eventfd_read(wake_.get(), &ignored));
         {
             const std::lock_guard lock(mutex_);
             if (has_stopped_changes_) {
                 return;
             }
         }
-        eventfd_t ignored = 0;
-        static_cast<void>(eventfd_read(wake_.get(), &ignored));
         give_up_waiting();
         if (files == nullptr) {
             continue;

@@ -115,6 +115,13 @@ TEST_F(server_model_test, refuses_changes_when_too_many_wait) {
     release.set_value();
 }
 
+TEST_F(server_model_test, ends_at_whatever_moment_it_is_stopped) {
+    for (int i = 0; i < 1000; ++i) {
+        server_model stopped;
+        stopped.read([](const snapshot_pointer& /*server*/) {});
+    }
+}
+
 TEST_F(server_model_test, knows_whether_the_settings_service_runs) {
     EXPECT_FALSE(server_model::has_settings_service());
     const test::applying_service service({});
