@@ -122,6 +122,14 @@ std::variant<std::string, message> batch_value(const server_setting& setting,
     return value.text;
 }
 
+// Whether the resource shows the requested value already.
+bool is_shown(const server_setting& setting, const json_value& value,
+              const std::optional<std::string>& pending) {
+    const json_value shown = attribute_json(setting, pending);
+    constexpr auto layout = dp_support::json_layout::one_line;
+    return shown.kind == value.kind && to_text(shown, layout) == to_text(value, layout);
+}
+
 // Whether the message for a status says all that the status does.
 bool is_told_by_message(std::int32_t status) {
     return status == service_status::read_only || status == service_status::too_short ||
@@ -198,7 +206,10 @@ class change_planner {
         const server_setting& setting = catalog_.settings[known->second];
         auto value = batch_value(setting, member);
         if (auto* const problem = std::get_if<message>(&value)) {
-            plan_.problems.push_back(std::move(*problem));
+            // A client may send back all that it read: null too, and a text that is no number.
+            if (!is_shown(setting, member, server_.pending[known->second])) {
+                plan_.problems.push_back(std::move(*problem));
+            }
             return;
         }
         requested_value wanted{known->second, std::get<std::string>(std::move(value)), false};

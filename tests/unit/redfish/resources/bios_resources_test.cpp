@@ -206,6 +206,18 @@ TEST_F(bios_resources, does_not_need_the_service_for_values_that_are_pending) {
               200U);
 }
 
+TEST_F(bios_resources, accepts_what_it_shows) {
+    shown_server::set_pending({{"Boot.Mode", "UEFI"}, {"Boot.Delay", "soon"}});
+    const auto shown = get(dp_redfish::resource_paths::bios_settings);
+    const std::string all =
+        to_text(*shown.body.find("Attributes"), dp_support::json_layout::one_line);
+    EXPECT_THAT(all, HasSubstr("null"));
+    EXPECT_THAT(all, HasSubstr("soon"));
+    EXPECT_EQ(patch(R"({"Attributes": )" + all + "}").status, 200U);
+    EXPECT_THAT(patch(R"({"Attributes": {"Mode": null, "Delay": "later"}})").messages(),
+                ElementsAre("PropertyValueTypeError", "PropertyValueTypeError"));
+}
+
 TEST_F(bios_resources, recognises_the_order_of_a_list_in_both_of_its_forms) {
     shown_server::set_pending({{"Boot.Order", "[value='HDD',order='2'],[value='PXE',order='1']"}});
     EXPECT_EQ(pending("Order"), "\"PXE,HDD\"");
@@ -384,6 +396,7 @@ TEST_F(bios_resources_with_registry, a_reset_keeps_what_identifies_the_server) {
 TEST_F(bios_resources_with_registry, never_shows_a_password) {
     EXPECT_EQ(pending("Secret"), "null");
     EXPECT_EQ(current("Secret"), "null");
+    EXPECT_EQ(patch(R"({"Attributes": {"Secret": null}})").status, 200U) << "remains as it is";
     const auto response = patch(R"({"Attributes": {"Secret": "a very long pass phrase, indeed"}})");
     EXPECT_THAT(response.messages(), ElementsAre("StringValueTooLong"));
     EXPECT_EQ(response.text.find("pass phrase"), std::string::npos);
