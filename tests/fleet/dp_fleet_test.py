@@ -12,22 +12,10 @@ import signal
 import subprocess
 import sys
 import tempfile
-import time
 
-PATIENCE_S = 120
-
-
-def fail(text):
-    print(f"FAILED: {text}")
-    sys.exit(1)
-
-
-def until(what, condition):
-    end = time.monotonic() + PATIENCE_S
-    while not condition():
-        if time.monotonic() > end:
-            fail(f"timed out waiting for {what}")
-        time.sleep(0.05)
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+# pylint: disable=wrong-import-position # the folder must be known first
+from waiting import PATIENCE_S, fail, until
 
 
 class Starter:

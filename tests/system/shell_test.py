@@ -13,25 +13,10 @@ import signal
 import subprocess
 import sys
 import tempfile
-import time
 
-PATIENCE_S = 120
-
-
-def fail(text):
-    print(f"FAILED: {text}")
-    sys.exit(1)
-
-
-def until(what, condition):
-    """Waits until the condition has a value that counts as true, and returns that."""
-    end = time.monotonic() + PATIENCE_S
-    while time.monotonic() < end:
-        found = condition()
-        if found:
-            return found
-        time.sleep(0.05)
-    fail(f"timed out waiting for {what}")
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+# pylint: disable=wrong-import-position # the folder must be known first
+from waiting import PATIENCE_S, fail, until
 
 
 class Shells:
