@@ -13,6 +13,8 @@ constexpr std::string_view separator = "   ";
 constexpr std::string_view before_key = "was ";
 constexpr std::string_view cause_key = "because ";
 constexpr std::string_view id_key = ",id=";
+constexpr std::string_view on_behalf_of_key = ",for=";
+constexpr std::string_view program_key = ",program=";
 
 std::string quoted_field(const std::string& text) {
     return dp::add_quotes(dp::add_backslash(text));
@@ -85,9 +87,18 @@ change_record::requester change_record::requested_by() const {
         return {who, {}, {}};
     }
     const std::size_t id_end = std::min(who.find(',', id_begin + 1), who.size());
-    return {who.substr(0, id_begin),
-            who.substr(id_begin + id_key.size(), id_end - id_begin - id_key.size()),
-            who.substr(std::min(id_end + 1, who.size()))};
+    requester by{who.substr(0, id_begin),
+                 who.substr(id_begin + id_key.size(), id_end - id_begin - id_key.size()),
+                 who.substr(std::min(id_end + 1, who.size()))};
+    // Paths that earlier versions wrote may contain the words of the other parts.
+    const std::size_t begin = by.client.find(on_behalf_of_key);
+    const std::size_t end = by.client.find(program_key);
+    if (begin < end && end != std::string::npos) {
+        by.on_behalf_of = by.client.substr(begin + on_behalf_of_key.size(),
+                                           end - begin - on_behalf_of_key.size());
+        by.client.erase(begin, end - begin);
+    }
+    return by;
 }
 
 std::string change_record::line() const {

@@ -33,7 +33,7 @@ struct change_record {
     /// The transaction's name, which is its identifier without "<" and ">", then ",id=ID" with an
     /// identifier that no other transaction has, then who requested it: for a request of the socket
     /// ",uid=UID,gid=GID,pid=PID,program=PATH" of the client, for a batch file ",uid=UID" of its
-    /// owner.
+    /// owner. Before ",program=" is ",for=NAME" if the client named a person for whom it acts.
     std::string who;
     std::string time;                     ///< local time: "2026-11-22T15:25:09+01:00"
     std::string target;                   ///< CONFIGURATION.SETTING[.INSTANCE]
@@ -45,7 +45,9 @@ struct change_record {
     struct requester {
         std::string transaction;  ///< its name
         std::string id;           ///< that no other transaction has
-        std::string client;       ///< "uid=0,gid=0,pid=17,program=/usr/bin/dpctl"
+        /// "uid=0,gid=0,pid=17,program=/usr/bin/dpctl", as the kernel knows it
+        std::string client;
+        std::string on_behalf_of{};  ///< the person for whom the client said that it acts
     };
     /// Splits `who`.
     [[nodiscard]] requester requested_by() const;

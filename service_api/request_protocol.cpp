@@ -9,6 +9,7 @@ namespace {
 
 constexpr std::string_view protocol_version = "dp1";
 constexpr std::string_view planned_on_key = "pending=";
+constexpr std::string_view on_behalf_of_key = "for=";
 
 // The words of a line, of which the last one may be followed by nothing else. Lines with empty
 // words, which two spaces in a row make, are not valid.
@@ -46,6 +47,16 @@ bool is_printable_word(std::string_view word) {
     return !word.empty();
 }
 
+// Takes the value of a word KEY=VALUE into `value`. False when the word has another key, or when
+// `value` is there already.
+bool take_value(std::string_view word, std::string_view key, std::string& value) {
+    if (!value.empty() || !word.starts_with(key)) {
+        return false;
+    }
+    value = word.substr(key.size());
+    return true;
+}
+
 struct message_form {
     message::kinds kind;
     std::string_view word;
@@ -63,6 +74,11 @@ constexpr std::array<message_form, 6> message_forms{{
 
 }  // namespace
 
+bool is_person(std::string_view name) {
+    return name.size() <= longest_person && is_printable_word(name) &&
+           name.find(',') == std::string_view::npos;
+}
+
 std::string request_header::line() const {
     std::string text(protocol_version);
     text += ' ' + kind + ' ' + std::to_string(length);
@@ -70,6 +86,11 @@ std::string request_header::line() const {
         text += ' ';
         text += planned_on_key;
         text += planned_on;
+    }
+    if (!on_behalf_of.empty()) {
+        text += ' ';
+        text += on_behalf_of_key;
+        text += on_behalf_of;
     }
     return text;
 }
@@ -86,13 +107,13 @@ std::optional<request_header> request_header::parse(std::string_view line) {
         return std::nullopt;
     }
     header.length = *length;
-    if (!words.is_at_end()) {
+    while (!words.is_at_end()) {
         const std::string_view word = words.next();
-        if (word.substr(0, planned_on_key.size()) != planned_on_key || !words.is_at_end()) {
-            return std::nullopt;
-        }
-        header.planned_on = word.substr(planned_on_key.size());
-        if (!is_printable_word(header.planned_on)) {
+        const bool is_valid = take_value(word, planned_on_key, header.planned_on)
+                                  ? is_printable_word(header.planned_on)
+                                  : take_value(word, on_behalf_of_key, header.on_behalf_of) &&
+                                        is_person(header.on_behalf_of);
+        if (!is_valid) {
             return std::nullopt;
         }
     }

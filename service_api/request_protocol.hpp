@@ -12,7 +12,7 @@
 /// newline at the end:
 ///
 ///     client                              service
-///     dp1 batch 35 pending=0123abcd
+///     dp1 batch 35 pending=0123abcd for=eve
 ///     (35 bytes)
 ///                                         waiting 2
 ///                                         waiting 1
@@ -53,6 +53,13 @@ inline constexpr std::size_t longest_line = 256;
 inline constexpr std::size_t largest_request = std::size_t{16} * 1024 * 1024;
 /// @}
 
+/// The name of a person for whom a client acts has at most this many bytes.
+inline constexpr std::size_t longest_person = 64;
+
+/// Whether `name` can be the name of such a person: 1 to 64 printable ASCII characters, none of
+/// them a space or a comma.
+bool is_person(std::string_view name);
+
 /// What a client sends at its turn, without the newline.
 inline constexpr std::string_view go = "go";
 
@@ -62,7 +69,10 @@ struct request_header {
     std::size_t length = 0;  ///< of the text that follows, in bytes
     /// The version of the pending values that the request was planned on: if they have another one
     /// by now, the service refuses the request. Empty: any version.
-    std::string planned_on;
+    std::string planned_on{};
+    /// The person for whom the client says that it acts, recorded as its claim: `is_person`. Empty:
+    /// it names nobody.
+    std::string on_behalf_of{};
 
     /// The line, without a newline.
     [[nodiscard]] std::string line() const;

@@ -414,6 +414,14 @@ settings_client::result settings_client::send(std::string_view kind, const std::
     header.kind = kind;
     header.length = text.size();
     header.planned_on = planned_on;
+    header.on_behalf_of = on_behalf_of;
+    if (!on_behalf_of.empty() && !request_protocol::is_person(on_behalf_of)) {
+        return {states::refused,
+                service_status::malformed_line,
+                {},
+                "the name of the person who asks is too long or has characters that it cannot have",
+                {}};
+    }
     if (text.size() > request_protocol::largest_request) {
         return {states::refused, service_status::over_limit, {}, "the request is too large", {}};
     }

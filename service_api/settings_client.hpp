@@ -71,6 +71,12 @@ class settings_client {
     /// The socket. Default: that of the board's service.
     std::string socket_path = server_paths::request_socket.str();
 
+    /// The person for whom this client acts, if it acts for one: a name as
+    /// `request_protocol::is_person` describes. The history has it beside the client itself, as
+    /// what the client said. With another name, requests are refused here, with
+    /// `service_status::malformed_line`, and nothing is sent.
+    std::string on_behalf_of{};
+
     /// How long to wait until the request starts, and from then on for its answer.
     /// @{
     std::chrono::milliseconds start_timeout{60'000};

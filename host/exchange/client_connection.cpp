@@ -56,7 +56,7 @@ void client_connection::handle(short events, std::size_t space_left, clock::time
     } else if (state_ == states::offered) {
         refuse(dp_service::service_status::over_limit, "the client did not answer in time", now);
     } else {
-        log_error("gave up a client that does not read its answer: ", client_.str());
+        log_error("gave up a client that does not read its answer: ", requester());
         state_ = states::closed;
     }
 }
@@ -159,7 +159,7 @@ void client_connection::answer(std::int32_t status, const std::string& text,
 
 void client_connection::refuse(std::int32_t status, const std::string& reason,
                                clock::time_point now) {
-    log_error("refused a request of ", client_.str(), ": ", reason);
+    log_error("refused a request of ", requester(), ": ", reason);
     end(message::kinds::refused, status, reason, now);
 }
 

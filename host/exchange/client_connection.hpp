@@ -41,6 +41,10 @@ class client_connection {
     [[nodiscard]] states state() const { return state_; }
     [[nodiscard]] const peer& client() const { return client_; }
 
+    /// Who made the request, one word for history and log: the client, and for whom it says that it
+    /// acts.
+    [[nodiscard]] std::string requester() const { return client_.str(header_.on_behalf_of); }
+
     /// The events to wait for, and when `handle` is to be called without any.
     [[nodiscard]] short interest() const;
     [[nodiscard]] std::optional<clock::time_point> deadline() const;

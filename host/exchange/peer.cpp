@@ -20,10 +20,7 @@ std::string program_of(pid_t pid) {
     std::array<char, longest_program> path{};
     const ssize_t count =
         readlink(text_of("/proc/", pid, "/exe").c_str(), path.data(), path.size());
-    std::string program(path.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-    std::replace_if(
-        program.begin(), program.end(), [](char c) { return c <= ' ' || c > '~'; }, '?');
-    return program.empty() ? "?" : program;
+    return program_word({path.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))});
 }
 
 // None when the kernel does not report them.
@@ -44,12 +41,19 @@ std::vector<gid_t> groups_of(int fd) {
 
 }  // namespace
 
-std::string peer::str() const {
-    return text_of("uid=", uid, ",gid=", gid, ",pid=", pid, ",program=", program);
+std::string peer::str(const std::string& on_behalf_of) const {
+    return text_of("uid=", uid, ",gid=", gid, ",pid=", pid,
+                   on_behalf_of.empty() ? "" : ",for=", on_behalf_of, ",program=", program);
 }
 
 bool peer::is_in_group(gid_t group) const {
     return gid == group || std::find(groups.begin(), groups.end(), group) != groups.end();
+}
+
+std::string program_word(std::string path) {
+    std::replace_if(
+        path.begin(), path.end(), [](char c) { return c <= ' ' || c > '~' || c == ','; }, '?');
+    return path.empty() ? "?" : path;
 }
 
 dp_support::result<peer> peer_of(int fd) {

@@ -54,11 +54,11 @@ void request_exchange::execute(client_connection& client) {
     } else if (requested == kind::batch) {
         run(client);
     } else if (requested == kind::restart) {
-        log_line("restart requested by ", client.client().str());
+        log_line("restart requested by ", client.requester());
         answer_with(client, service_.restart());
     } else if (requested == kind::update) {
-        log_line("BIOS update requested by ", client.client().str());
-        answer_with(client, service_.update(client.client().str()));
+        log_line("BIOS update requested by ", client.requester());
+        answer_with(client, service_.update(client.requester()));
     } else if (requested == kind::plan_update) {
         answer_with(client, service_.plan_update());
     } else if (requested == kind::pending_version) {
@@ -72,7 +72,7 @@ void request_exchange::run(client_connection& client) {
     dp_support::checked_istringstream text(client.take_text());
     dp_support::checked_ostringstream answer;
     batch_observer observer;
-    observer.client = client.client().str();
+    observer.client = client.requester();
     observer.on_progress = [&](std::uint32_t done, std::uint32_t total) {
         client.report_progress(done, total, clock::now());
         socket_.exchange(true);

@@ -63,6 +63,9 @@ json_value entry_json(const server_snapshot& server, std::size_t position) {
     if (const auto by = record.requested_by(); !by.client.empty()) {
         body.set("Originator", by.client);
         body.set("OriginatorType", "Client");
+        if (!by.on_behalf_of.empty()) {
+            body.set("Username", by.on_behalf_of);
+        }
     }
     body.set("Links",
              json_value::object({{"OriginOfCondition", reference(resource_paths::bios_settings)}}));

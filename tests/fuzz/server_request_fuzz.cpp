@@ -30,7 +30,8 @@ void check_lines(fuzzing::input in) {
             const auto again = protocol::request_header::parse(header->line());
             fuzzing::require(again && again->kind == header->kind &&
                                  again->length == header->length &&
-                                 again->planned_on == header->planned_on,
+                                 again->planned_on == header->planned_on &&
+                                 again->on_behalf_of == header->on_behalf_of,
                              "a header that is written is read back");
         }
         if (const auto message = protocol::message::parse(line)) {

@@ -34,6 +34,11 @@ class applying_service {
 
     [[nodiscard]] int batches() const { return batches_; }
     [[nodiscard]] int restarts() const { return restarts_; }
+    /// The person for whom the last request was made.
+    [[nodiscard]] std::string last_on_behalf_of() const {
+        const std::lock_guard lock(mutex_);
+        return last_on_behalf_of_;
+    }
 
     /// Changes a value as another client does.
     void set(const std::string& name, const std::string& value) {
@@ -48,6 +53,10 @@ class applying_service {
         std::string text;
         if (!peer.take_request(header, text)) {
             return;
+        }
+        {
+            const std::lock_guard lock(mutex_);
+            last_on_behalf_of_ = header.on_behalf_of;
         }
         if (auto call = std::exchange(before_next_request, nullptr)) {
             call();
@@ -106,6 +115,8 @@ class applying_service {
     }
 
     shown_server::values values_;
+    mutable std::mutex mutex_;
+    std::string last_on_behalf_of_;
     std::atomic<int> batches_ = 0;
     std::atomic<int> restarts_ = 0;
     fake_request_service socket_;  // last: its thread uses the others

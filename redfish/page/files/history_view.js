@@ -20,6 +20,12 @@ function shownClient(text) {
   return parts.join(", ") || text;
 }
 
+// Who made the change: the person, if the client named one, and the client.
+function shownOriginator(entry) {
+  const client = shownClient(String(entry.Originator ?? ""));
+  return entry.Username ? `${entry.Username} with ${client}` : client;
+}
+
 function row(entry) {
   const time = element("time", {}, shownTime(entry.Created));
   time.dateTime = String(entry.Created ?? "");
@@ -27,7 +33,7 @@ function row(entry) {
     element("td", { class: "history-time" }, time),
     element("td", { class: "history-text" }, String(entry.Message ?? "")),
     element("td", { class: "history-client", title: String(entry.Originator ?? "") },
-      shownClient(String(entry.Originator ?? ""))));
+      shownOriginator(entry)));
 }
 
 export class HistoryView {

@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "service_api/change_record.hpp"
 #include "service_api/service_status.hpp"
 #include "service_api/settings_client.hpp"
 #include "tests/support/eventually.hpp"
@@ -51,6 +52,23 @@ TEST_F(dp_settingsd_requests, changes_settings_and_names_the_client_in_history_a
                             ",pid=" + std::to_string(getpid()) + ",program=";
     EXPECT_THAT(test::read_file(path("/var/dp/history")), HasSubstr(who));
     EXPECT_THAT(service_process::log(), HasSubstr(who));
+}
+
+TEST_F(dp_settingsd_requests, names_the_person_for_whom_a_client_acts_in_history_and_log) {
+    start();
+    client portal;
+    portal.on_behalf_of = "eve";
+    std::vector<client::change> changes{{"Boot.Mode", "Legacy"}};
+    EXPECT_EQ(portal.change_settings(changes).state, states::answered);
+    EXPECT_EQ(portal.restart().status, 0);
+    const std::string who = ",pid=" + std::to_string(getpid()) + ",for=eve,program=";
+    const std::string history = test::read_file(path("/var/dp/history"));
+    const auto record = dp_service::change_record::parse(history.substr(0, history.find('\n')));
+    ASSERT_TRUE(record);
+    EXPECT_EQ(record->requested_by().on_behalf_of, "eve");
+    EXPECT_THAT(record->requested_by().client, HasSubstr(",pid=" + std::to_string(getpid())));
+    EXPECT_THAT(service_process::log(), HasSubstr(who));
+    EXPECT_THAT(service_process::log(), HasSubstr("restart requested by uid="));
 }
 
 TEST_F(dp_settingsd_requests, reports_each_refused_command) {

@@ -68,14 +68,23 @@ TEST(change_record_test, parse_gives_back_the_value_before_and_the_cause) {
 TEST(change_record_test, names_the_parts_of_its_requester) {
     const auto parts = [](const char* who) {
         const auto requester = change_record{who, time_text, "A.B", "x"}.requested_by();
-        return requester.transaction + '|' + requester.id + '|' + requester.client;
+        return requester.transaction + '|' + requester.id + '|' + requester.client + '|' +
+               requester.on_behalf_of;
     };
-    EXPECT_EQ(parts("cim-0"), "cim-0||");
+    EXPECT_EQ(parts("cim-0"), "cim-0|||");
     EXPECT_EQ(parts("t,id=0123,uid=0,gid=0,pid=1,program=/x"),
-              "t|0123|uid=0,gid=0,pid=1,program=/x");
-    EXPECT_EQ(parts("a,id=1,uid=7,id=0123,uid=0"), "a,id=1,uid=7|0123|uid=0");
-    EXPECT_EQ(parts("t,id=0123"), "t|0123|");
-    EXPECT_EQ(parts(",id="), "||");
+              "t|0123|uid=0,gid=0,pid=1,program=/x|");
+    EXPECT_EQ(parts("t,id=0123,uid=0,gid=0,pid=1,for=eve,program=/x"),
+              "t|0123|uid=0,gid=0,pid=1,program=/x|eve");
+    EXPECT_EQ(parts("a,id=1,uid=7,id=0123,uid=0"), "a,id=1,uid=7|0123|uid=0|");
+    EXPECT_EQ(parts("a,id=1,uid=7,for=eve,program=/x,id=0123,uid=0,gid=0,pid=1,program=/y"),
+              "a,id=1,uid=7,for=eve,program=/x|0123|uid=0,gid=0,pid=1,program=/y|");
+    EXPECT_EQ(parts("t,id=0123"), "t|0123||");
+    EXPECT_EQ(parts(",id="), "|||");
+    // Paths with commas are in the lines of earlier versions only.
+    EXPECT_EQ(parts("t,id=0123,uid=0,gid=0,pid=1,program=/x,for=eve,program=/y"),
+              "t|0123|uid=0,gid=0,pid=1,program=/x,for=eve,program=/y|");
+    EXPECT_EQ(parts("t,id=0123,uid=0,for=eve"), "t|0123|uid=0,for=eve|");
 }
 
 TEST(change_record_test, parse_reads_the_lines_of_earlier_versions) {

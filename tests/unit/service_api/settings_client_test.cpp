@@ -68,6 +68,28 @@ TEST_F(settings_client_test, sends_a_batch_and_returns_the_outcome_of_each_chang
     EXPECT_EQ(changes[1].stored, "");
 }
 
+TEST_F(settings_client_test, names_the_person_for_whom_it_acts) {
+    request_header header;
+    const fake_request_service service([&](service_end& peer) {
+        std::string text;
+        if (peer.take_request(header, text)) {
+            peer.answer(0, "");
+        }
+    });
+    EXPECT_EQ(settings.restart().state, states::answered);
+    EXPECT_EQ(header.on_behalf_of, "");
+    settings.on_behalf_of = "eve@example.org";
+    EXPECT_EQ(settings.restart().state, states::answered);
+    EXPECT_EQ(header.on_behalf_of, "eve@example.org");
+    for (const char* const name : {"eve x", "eve,uid=0", "eve\n"}) {
+        settings.on_behalf_of = name;
+        const auto answer = settings.restart();
+        EXPECT_EQ(answer.state, states::refused) << name;
+        EXPECT_EQ(answer.status, dp_service::service_status::malformed_line);
+    }
+    EXPECT_EQ(service.handled(), 2);
+}
+
 TEST_F(settings_client_test, returns_the_reason_of_a_refused_change) {
     outcome_of("62 1 t set Boot.Mode \"x\" \"read-only because A is \\\"b\\\"\" \n");
     EXPECT_EQ(changes[0].status, 62);

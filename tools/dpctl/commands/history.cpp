@@ -31,6 +31,14 @@ reading reading_of(const std::optional<std::string>& value) {
     return {value.has_value(), false, value.value_or("")};
 }
 
+// The client, after the person for whom it said that it acts.
+std::string client_text(const dp_service::change_record::requester& by) {
+    if (by.client.empty()) {
+        return "-";
+    }
+    return by.on_behalf_of.empty() ? by.client : by.on_behalf_of + " with " + by.client;
+}
+
 void show_changes(const std::vector<dp_service::change_record>& changes, report& rep) {
     constexpr std::size_t least_transaction = 11;
     constexpr std::size_t least_client = 16;
@@ -48,13 +56,14 @@ void show_changes(const std::vector<dp_service::change_record>& changes, report&
     auto& list = rep.document().set("changes", json_value::array());
     for (const auto& change : changes) {
         const auto by = change.requested_by();
-        rows.add({change.time, by.transaction, by.client.empty() ? "-" : by.client,
-                  by.id.empty() ? "-" : by.id, change.target, value_text(reading_of(change.before)),
+        rows.add({change.time, by.transaction, client_text(by), by.id.empty() ? "-" : by.id,
+                  change.target, value_text(reading_of(change.before)),
                   value_text(reading_of(change.value)), change.cause.empty() ? "-" : change.cause});
         list.push_back(json_value::object({{"time", change.time},
                                            {"transaction", by.transaction},
                                            {"id", by.id},
                                            {"client", by.client},
+                                           {"on_behalf_of", by.on_behalf_of},
                                            {"name", change.target},
                                            {"previous", value_json(reading_of(change.before))},
                                            {"value", value_json(reading_of(change.value))},
@@ -116,7 +125,11 @@ void add_history(command_line& program, invocation& request) {
              "transaction, the client that requested it, an identifier that no other transaction\n"
              "has, the setting, its value before and its new value; \"-\" means that there was "
              "none, or that the instance was deleted. A\n"
-             "value that changed because others did has the cause. NAME is a collection, an "
+             "value that changed because others did has the cause. A client may name a person "
+             "for\n"
+             "whom it acts, as the Redfish service does: \"eve with uid=...\". The kernel knows "
+             "the\n"
+             "client, only the client knows the person. NAME is a collection, an "
              "attribute with or without its collection, or\n"
              "one instance. It need not exist any longer.\n"
              "On a terminal the columns are fitted to its width; elsewhere nothing is shortened.\n",

@@ -203,12 +203,26 @@ TEST_F(dpctl_history, lists_changes_with_the_newest_last) {
     ASSERT_EQ(document["changes"].size(), 2U);
     EXPECT_EQ(document["changes"][0],
               json::parse(R"({"time": "2023-11-14T22:13:20+01:00", "transaction": "cim-0",
-                  "id": "01ab", "client": "uid=0", "name": "Boot.Label", "previous": "y",
+                  "id": "01ab", "client": "uid=0", "on_behalf_of": "", "name": "Boot.Label",
+                  "previous": "y",
                   "value": "", "cause": "Tag is \"a\""})"));
     EXPECT_EQ(document["changes"][1],
               json::parse(R"({"time": "Tue Nov 14 22:13:58 2023", "transaction": "cim-1",
-                  "id": "", "client": "", "name": "Ports.Speed.2", "previous": null,
+                  "id": "", "client": "", "on_behalf_of": "", "name": "Ports.Speed.2",
+                  "previous": null,
                   "value": null, "cause": ""})"));
+}
+
+TEST_F(dpctl_history, names_the_person_for_whom_a_client_acted) {
+    const change_record set{"client-7,id=01ab,uid=9,gid=9,pid=7,for=eve,program=/usr/sbin/portal",
+                            "2023-11-14T22:13:20+01:00", "Boot.Tag", "x", "y"};
+    test::write_file(history_, set.line() + '\n');
+    EXPECT_THAT(dpctl({"history"}).out,
+                testing::HasSubstr(
+                    "  client-7     eve with uid=9,gid=9,pid=7,program=/usr/sbin/portal  01ab  "));
+    const json change = dpctl_json({"history"})["changes"].at(0);
+    EXPECT_EQ(change["client"], "uid=9,gid=9,pid=7,program=/usr/sbin/portal");
+    EXPECT_EQ(change["on_behalf_of"], "eve");
 }
 
 TEST_F(dpctl_history, reports_ignored_lines) {

@@ -120,6 +120,13 @@ TEST_F(client_connection_test, a_request_that_does_not_fit_is_refused) {
     EXPECT_EQ(received().substr(0, 11), "refused 61 ");
 }
 
+TEST_F(client_connection_test, knows_for_whom_the_client_acts) {
+    EXPECT_EQ(connection->requester(), "uid=0,gid=0,pid=0,program=?");
+    send("dp1 restart 0 for=eve\n");
+    connection->handle(POLLIN, much_space, now);
+    EXPECT_EQ(connection->requester(), "uid=0,gid=0,pid=0,for=eve,program=?");
+}
+
 TEST_F(client_connection_test, reports_each_position_once) {
     send("dp1 restart 0\n");
     connection->handle(POLLIN, much_space, now);

@@ -25,8 +25,15 @@ TEST(peer, is_identified_by_the_kernel) {
 TEST(peer, is_one_word) {
     const dp_host::peer somebody{1, 2, 3, {4}, "/usr/bin/dpctl"};
     EXPECT_EQ(somebody.str(), "uid=1,gid=2,pid=3,program=/usr/bin/dpctl");
+    EXPECT_EQ(somebody.str("eve"), "uid=1,gid=2,pid=3,for=eve,program=/usr/bin/dpctl");
     EXPECT_TRUE(somebody.is_in_group(4));
     EXPECT_FALSE(somebody.is_in_group(5));
+}
+
+TEST(peer, has_a_program_that_is_no_other_part_of_the_word) {
+    EXPECT_EQ(dp_host::program_word("/x,id=1,uid=0"), "/x?id=1?uid=0");
+    EXPECT_EQ(dp_host::program_word("/a b\n\xC3\x7F"), "/a?b???");
+    EXPECT_EQ(dp_host::program_word(""), "?");
 }
 
 TEST(peer, is_not_found_without_a_socket) {

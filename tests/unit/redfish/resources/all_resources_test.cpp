@@ -110,7 +110,7 @@ class all_resources : public testing::Test {
         : files(test::sample_template(), {{"Boot.Mode", "UEFI"}, {"Ports.Speed.1", "10"}},
                 {{"Boot.Mode", "Legacy"}}) {
         test::shown_server::set_history(
-            "<c-1,id=7,uid=0,gid=0,pid=1,program=/usr/bin/x> 2026-11-22T15:25:09+01:00   "
+            "<c-1,id=7,uid=0,gid=0,pid=1,for=eve,program=/usr/bin/x> 2026-11-22T15:25:09+01:00   "
             "Boot.Mode   \"UEFI\"   was \"Legacy\"   because \"Label is \\\"x\\\"\"\n"
             "<c-1,id=7> 2026-11-22T15:25:09+01:00   Boot.Label   was \"a\"\n"
             "<c-1,id=7> 2026-11-22T15:25:09+01:00   Boot.Label   was \"a\"\n"
@@ -220,6 +220,16 @@ TEST_F(all_resources, name_a_history_entry_the_same_when_older_ones_are_dropped)
     ASSERT_EQ(after.body.find("Members")->items.size(), 1U);
     EXPECT_EQ(after.body.find("Members")->items[0].find("Id")->text, last.find("Id")->text);
     EXPECT_EQ(last.find("Message")->text, "(BIOS) updated");
+}
+
+TEST_F(all_resources, name_client_and_user_of_a_history_entry) {
+    const auto log =
+        test::get(service, "/redfish/v1/Systems/system/LogServices/Changes/Entries").body;
+    const json_value& by_user = log.find("Members")->items[0];
+    EXPECT_EQ(by_user.find("Originator")->text, "uid=0,gid=0,pid=1,program=/usr/bin/x");
+    EXPECT_EQ(by_user.find("OriginatorType")->text, "Client");
+    EXPECT_EQ(by_user.find("Username")->text, "eve");
+    EXPECT_EQ(log.find("Members")->items[1].find("Username"), nullptr);
 }
 
 TEST_F(all_resources, say_when_the_settings_service_does_not_run) {

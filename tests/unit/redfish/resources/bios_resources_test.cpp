@@ -51,6 +51,8 @@ class bios_resources : public testing::Test {
         return test::send(gateway_, "POST", path, body);
     }
 
+    void log_in(const std::string& user) { access_.next.caller.user = user; }
+
     // A value of the pending or the current ones, as JSON text.
     std::string value(const std::string& path, const std::string& name) {
         const auto response = get(path);
@@ -304,6 +306,18 @@ TEST_F(bios_resources, overrides_no_boot_device) {
     const json_value* const boot = system.body.find("Boot");
     ASSERT_NE(boot, nullptr);
     EXPECT_EQ(boot->find("BootSourceOverrideEnabled")->text, "Disabled");
+}
+
+TEST_F(bios_resources, tells_the_settings_service_which_user_asked) {
+    start_service();
+    ASSERT_EQ(patch(R"({"Attributes": {"Delay": 60}})").status, 200U);
+    EXPECT_EQ(service->last_on_behalf_of(), "admin");
+    log_in("eve");
+    EXPECT_EQ(post("/redfish/v1/Systems/system/Actions/ComputerSystem.Reset",
+                   R"({"ResetType": "ForceRestart"})")
+                  .status,
+              204U);
+    EXPECT_EQ(service->last_on_behalf_of(), "eve");
 }
 
 TEST_F(bios_resources, makes_pending_values_current_by_a_reset_of_the_system) {
