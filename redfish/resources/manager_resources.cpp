@@ -39,7 +39,11 @@ json_value manager_json(const service_info& info) {
     if (!info.uuid.empty()) {
         body.set("ServiceEntryPointUUID", info.uuid);
     }
+    // It answers.
+    body.set("PowerState", "On");
     body.set("Status", status_of_manager());
+    // Clients look for logs here too.
+    body.set("LogServices", reference(resource_paths::log_services));
     json_value servers = json_value::array();
     servers.push_back(reference(resource_paths::system));
     body.set("Links", json_value::object({{"ManagerForServers", std::move(servers)},

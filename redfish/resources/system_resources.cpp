@@ -4,6 +4,7 @@
 #include <array>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "redfish/protocol/request_body.hpp"
 #include "redfish/protocol/standard_answers.hpp"
 #include "redfish/resources/model_answers.hpp"
+#include "redfish/resources/request_members.hpp"
 #include "redfish/resources/resource_json.hpp"
 #include "redfish/resources/resource_paths.hpp"
 #include "redfish/resources/service_answer.hpp"
@@ -36,6 +38,24 @@ json_value list_of_reset_types() {
     return {std::vector<std::string>(reset_types.begin(), reset_types.end())};
 }
 
+// The members of Boot and the one value that each has: there is nothing to override. Some clients
+// take a server without the members for a faulty one.
+struct boot_member {
+    const char* name;
+    const char* value;
+};
+constexpr std::array<boot_member, 2> boot_members{
+    {{"BootSourceOverrideEnabled", "Disabled"}, {"BootSourceOverrideTarget", "None"}}};
+
+json_value boot_json() {
+    json_value body = json_value::object();
+    for (const auto& [name, value] : boot_members) {
+        body.set(name, value);
+        body.set(std::string(name) + "@Redfish.AllowableValues", std::vector<std::string>{value});
+    }
+    return body;
+}
+
 json_value system_json(const server_snapshot& server) {
     json_value body = start_resource(resource_paths::system, "ComputerSystem", "system", "Server");
     body.set("SystemType", "Physical");
@@ -51,9 +71,7 @@ json_value system_json(const server_snapshot& server) {
     managers.push_back(reference(resource_paths::manager));
     body.set("Links", json_value::object(
                           {{"ManagedBy", std::move(managers)}, {"ManagedBy@odata.count", 1}}));
-    // There is nothing to override; some clients take a server without the member for a faulty one.
-    body.set("Boot", json_value::object({{"BootSourceOverrideEnabled", "Disabled"},
-                                         {"BootSourceOverrideTarget", "None"}}));
+    body.set("Boot", boot_json());
     body.set("Actions", json_value::object(
                             {{"#ComputerSystem.Reset",
                               json_value::object({{"target", std::string(resource_paths::system) +
@@ -61,6 +79,56 @@ json_value system_json(const server_snapshot& server) {
                                                   {"ResetType@Redfish.AllowableValues",
                                                    list_of_reset_types()}})}}));
     return body;
+}
+
+std::vector<message> problems_of_boot(const json_value& boot) {
+    request_members members(boot);
+    for (const auto& [name, value] : boot_members) {
+        const auto wanted = members.text(name);
+        if (wanted && *wanted != value) {
+            members.wrong(name, {"PropertyValueNotInList",
+                                 {std::string(*wanted), name},
+                                 {},
+                                 std::string("Allowed: ") + value + '.'});
+        }
+    }
+    members.unknown();
+    auto problems = members.all();
+    for (message& problem : problems) {
+        problem.related_property = "/Boot" + problem.related_property;
+    }
+    return problems;
+}
+
+// What is wrong with a PATCH of the system. Right is only what asks for the values that it has.
+std::vector<message> problems_of_system_patch(const json_value& document) {
+    request_members members(document);
+    const json_value* const boot = members.any("Boot");
+    members.read_only({"Id", "Name", "SystemType", "PowerState", "BiosVersion", "Status", "Bios",
+                       "LogServices", "Links", "Actions"});
+    members.unknown();
+    auto problems = members.all();
+    if (boot != nullptr && boot->kind != json_kind::object) {
+        problems.push_back({"PropertyValueTypeError",
+                            {to_text(*boot, dp_support::json_layout::one_line), "Boot"},
+                            "/Boot"});
+    } else if (boot != nullptr) {
+        const auto of_boot = problems_of_boot(*boot);
+        problems.insert(problems.end(), of_boot.begin(), of_boot.end());
+    }
+    if (problems.empty() && (boot == nullptr || boot->items.empty())) {
+        problems.push_back({"NoOperation"});
+    }
+    return problems;
+}
+
+void patch_system(server_model& model, const std::shared_ptr<call>& request) {
+    if (const auto problems = problems_of_system_patch(request->document); !problems.empty()) {
+        return request->respond(error_answer(http_status::bad_request, problems));
+    }
+    answer_from_snapshot(model, request, "The server's values", [](const snapshot_pointer& server) {
+        return answer{.body = system_json(*server)};
+    });
 }
 
 std::vector<message> problems_of_reset(const json_value& document) {
@@ -118,6 +186,8 @@ void add_system_routes(route_table& routes, server_model& model) {
                                             return answer{.body = system_json(*server)};
                                         });
                });
+    routes.add("PATCH", resource_paths::system, privileges::configure_components,
+               [&model](const std::shared_ptr<call>& request) { patch_system(model, request); });
     routes.add("POST", std::string(resource_paths::system) + "/Actions/ComputerSystem.Reset",
                privileges::configure_components,
                [&model](const std::shared_ptr<call>& request) { reset_system(model, request); });

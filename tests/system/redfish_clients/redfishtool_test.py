@@ -38,6 +38,51 @@ class Tool:
         return run.stdout + run.stderr
 
 
+def check_accounts(tool):
+    made = tool.json("AccountService", "adduser", "eve", "first-7-tests", "ReadOnly")
+    require((made["UserName"], made["RoleId"]) == ("eve", "ReadOnly"), f"adduser: {made}")
+    for action, expected in ((("disable",), {"Enabled": False}), (("enable",), {"Enabled": True}),
+                             (("unlock",), {"Locked": False}),
+                             (("setRoleId", "Operator"), {"RoleId": "Operator"})):
+        shown = tool.json("AccountService", "useradmin", "eve", *action)
+        require(shown == expected, f"useradmin eve {action}: {shown}")
+    run = tool.run("AccountService", "setpassword", "eve", "second-7-tests")
+    require(run.returncode == 0, f"setpassword: {run}")
+    seen = tool.json("-u", "eve", "-p", "second-7-tests", "AccountService", "Accounts", "-mUserName:eve")
+    require(seen["RoleId"] == "Operator", f"eve with the new password: {seen}")
+    run = tool.run("AccountService", "deleteuser", "eve")
+    require(run.returncode == 0, f"deleteuser: {run}")
+    names = {member["UserName"] for member in tool.json("AccountService", "Accounts", "list")["Members"]}
+    require("eve" not in names, f"deleteuser left eve: {names}")
+
+
+def check_sessions(tool):
+    made = tool.json("SessionService", "login")
+    listed = {member["Id"] for member in tool.json("SessionService", "Sessions", "list")["Members"]}
+    require(made["SessionId"] in listed, f"login: {made}, {listed}")
+    run = tool.run("-t", made["X-Auth-Token"], "SessionService", "logout", "-i", made["SessionId"],
+                   auth="Session")
+    require(run.returncode == 0, f"logout: {run}")
+    require(tool.json("SessionService", "setSessionTimeout", "600") == {"SessionTimeout": 600}, "timeout")
+
+
+def check_system_and_manager(tool):
+    run = tool.run("Systems", "setBootOverride", "Disabled")
+    require(run.returncode == 0, f"an override that is disabled: {run}")
+    problem = tool.refused("Systems", "setBootOverride", "Once", "Pxe")
+    require("not supported" in problem, f"an override: {problem}")
+    tool.refused("Systems", "setAssetTag", "x")
+    logs = tool.json("Managers", "Logs", "list")
+    require(logs["Members@odata.count"] == 1, f"logs of the manager: {logs}")
+
+
+def check_task(tool):
+    run = tool.run("-H", '{"Prefer": "respond-async"}', "raw", "PATCH", SETTINGS, "-d",
+                   json.dumps({"Attributes": {"PostDelay": 30}}))
+    require(run.returncode == 0, f"a task: {run}")
+    require(tool.json("raw", "GET", SETTINGS)["Attributes"]["PostDelay"] == 30, "not pending after a task")
+
+
 def test(server):
     tool = Tool(server)
     for auth in ("Basic", "Session"):
@@ -66,6 +111,10 @@ def test(server):
     defaults = tool.json("raw", "GET", SETTINGS)["Attributes"]
     require((defaults["PostDelay"], defaults["SrIov"]) == (0, True), f"no defaults: {defaults}")
     tool.refused("raw", "GET", BIOS + "/Nothing")
+    check_task(tool)
+    check_system_and_manager(tool)
+    check_accounts(tool)
+    check_sessions(tool)
 
 
 if __name__ == "__main__":

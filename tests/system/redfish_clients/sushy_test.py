@@ -13,7 +13,7 @@ import tempfile
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "support"))
 # pylint: disable=wrong-import-position # the folder must be known first
-from redfish_server import SYSTEM, client_environment, require, run_test, skip
+from redfish_server import SETTINGS, SYSTEM, client_environment, require, run_test, skip
 
 
 def import_sushy(folder):
@@ -33,18 +33,68 @@ def import_sushy(folder):
     return sushy
 
 
+def check_boot(sushy, system):
+    none = sushy.BOOT_SOURCE_TARGET_NONE
+    require(system.get_allowed_system_boot_source_values() == {none}, "another boot device is allowed")
+    require(system.boot.enabled == sushy.BOOT_SOURCE_ENABLED_DISABLED and system.boot.mode is None,
+            f"Boot: {system.json['Boot']}")
+    system.set_system_boot_options(none, sushy.BOOT_SOURCE_ENABLED_DISABLED)
+    try:
+        system.set_system_boot_options(enabled=sushy.BOOT_SOURCE_ENABLED_ONCE)
+    except sushy.exceptions.BadRequestError as error:
+        require("BootSourceOverrideEnabled" in str(error), f"an override: {error}")
+    else:
+        require(False, "accepted an override of the boot device")
+
+
+def check_services(sushy, connected):
+    manager, = connected.get_manager_collection().get_members()
+    require(manager.manager_type == sushy.MANAGER_TYPE_BMC and manager.firmware_version, f"{manager.json}")
+    require([one.path for one in connected.get_system().managers] == [manager.path], "another manager")
+    service = connected.get_session_service()
+    names = {session.username for session in service.sessions.get_members()}
+    require(service.session_timeout > 0 and names == {"admin"}, f"sessions: {names}")
+    tasks = connected.get_task_service()
+    require(tasks.service_enabled and tasks.tasks.summary == {}, f"tasks: {tasks.json}")
+    events = connected.get_event_service()
+    require(events.service_enabled, f"events: {events.json}")
+    require(events.subscriptions.get_members() == [], "there are subscriptions")
+    events.submit_test_event("7", "2026-11-22T15:25:09+01:00", "Other", "A test", [],
+                             "Base.1.22.Success", SYSTEM, "OK")
+
+
+def check_task(sushy, connected, server):
+    # pylint: disable=protected-access # sushy itself never asks for a task
+    connection = connected._conn
+    accepted = connection.patch(SETTINGS, data={"Attributes": {"PostDelay": 35}},
+                                headers={"Prefer": "respond-async"})
+    require(accepted.status_code == 202, f"no task: {accepted}")
+    monitor = sushy.taskmonitor.TaskMonitor(connection, accepted.headers["Location"])
+    monitor.wait(60)
+    require(monitor.response.status_code == 200, f"the task's answer: {monitor.response}")
+    require(server.attributes(SETTINGS)["PostDelay"] == 35, "not pending after a task")
+
+
+def check_lost_session(connected, server):
+    for session in connected.get_session_service().sessions.get_members():
+        require(server.ask("DELETE", session.path).status == 204, f"{session.path} was not ended")
+    connected.get_system(SYSTEM).bios.refresh(force=True)
+
+
 def test(sushy, server):
     # It must trust the service's certificate, and no other.
     connected = sushy.Sushy(server.url + "/redfish/v1", username=server.user,
                             password=server.password, verify=server.certificate)
     system = connected.get_system(SYSTEM)
+    check_boot(sushy, system)
+    check_services(sushy, connected)
     bios = system.bios
     require(bios.attributes["PostDelay"] == 0 and bios.attributes["SrIov"] is True,
             f"attributes: {bios.attributes}")
 
     bios.set_attribute("HardwareClock", "LocalTime")
     wanted = {"PostDelay": 25, "SrIov": False}
-    bios.set_attributes(wanted)
+    bios.set_attributes(wanted, apply_time=sushy.APPLY_TIME_ON_RESET)
     bios.refresh(force=True)
     wanted["HardwareClock"] = "LocalTime"
     require(wanted.items() <= bios.pending_attributes.items(), f"not pending: {wanted}")
@@ -77,6 +127,14 @@ def test(sushy, server):
             require(next(iter(refused)) in str(error), f"{refused} is not named: {error}")
         else:
             require(False, f"accepted: {refused}")
+    try:
+        bios.set_attributes({"PostDelay": 5}, apply_time=sushy.APPLY_TIME_IMMEDIATE)
+    except sushy.exceptions.BadRequestError as error:
+        require("OnReset" in str(error), f"another time: {error}")
+    else:
+        require(False, "accepted another time")
+    check_task(sushy, connected, server)
+    check_lost_session(connected, server)
 
 
 def main(build):

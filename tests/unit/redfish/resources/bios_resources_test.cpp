@@ -47,6 +47,9 @@ class bios_resources : public testing::Test {
     redfish_response patch(const std::string& body, const std::string& etag = {}) {
         return test::send(gateway_, "PATCH", dp_redfish::resource_paths::bios_settings, body, etag);
     }
+    redfish_response patch_system(const std::string& body) {
+        return test::send(gateway_, "PATCH", dp_redfish::resource_paths::system, body);
+    }
     redfish_response post(const std::string& path, const std::string& body = "{}") {
         return test::send(gateway_, "POST", path, body);
     }
@@ -306,6 +309,22 @@ TEST_F(bios_resources, overrides_no_boot_device) {
     const json_value* const boot = system.body.find("Boot");
     ASSERT_NE(boot, nullptr);
     EXPECT_EQ(boot->find("BootSourceOverrideEnabled")->text, "Disabled");
+    EXPECT_EQ(boot->find("BootSourceOverrideTarget@Redfish.AllowableValues")->items[0].text,
+              "None");
+
+    const auto as_it_is = patch_system(R"({"Boot": {"BootSourceOverrideEnabled": "Disabled"}})");
+    EXPECT_EQ(as_it_is.status, 200U) << as_it_is.text;
+    EXPECT_EQ(as_it_is.body.find("Id")->text, "system");
+    const auto refused = patch_system(
+        R"({"Boot": {"BootSourceOverrideEnabled": "Once", "BootSourceOverrideTarget": 1, "x": 1}})");
+    EXPECT_EQ(refused.status, 400U);
+    EXPECT_THAT(refused.messages(),
+                ElementsAre("PropertyValueNotInList", "PropertyValueTypeError", "PropertyUnknown"));
+    EXPECT_THAT(refused.text, HasSubstr("/Boot/BootSourceOverrideEnabled"));
+    EXPECT_THAT(patch_system(R"({"Name": "x", "AssetTag": "y"})").messages(),
+                ElementsAre("PropertyNotWritable", "PropertyUnknown"));
+    EXPECT_THAT(patch_system(R"({"Boot": 1})").messages(), ElementsAre("PropertyValueTypeError"));
+    EXPECT_THAT(patch_system(R"({"Boot": {}})").messages(), ElementsAre("NoOperation"));
 }
 
 TEST_F(bios_resources, tells_the_settings_service_which_user_asked) {

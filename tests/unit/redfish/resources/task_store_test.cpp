@@ -55,6 +55,7 @@ TEST_F(task_store_test, keeps_the_answer_of_an_operation) {
     EXPECT_FALSE(tasks->find("1")->is_done);
     EXPECT_EQ(task_monitor_answer(*tasks->find("1")).headers.at("Location"),
               task_monitor_path(*tasks->find("1")));
+    EXPECT_FALSE(task_monitor_answer(*tasks->find("1")).headers.contains("Retry-After"));
     finish({.status = 204, .body = {}});
     EXPECT_EQ(task_monitor_answer(*tasks->find("1")).status, 204U);
     EXPECT_EQ(task_json(*tasks->find("1")).find("TaskState")->text, "Completed");
