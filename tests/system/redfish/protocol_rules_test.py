@@ -152,7 +152,7 @@ def rule_unknown_methods_are_refused(client):
         for method in ("OPTIONS", "TRACE", "CONNECT"):
             expect(client.ask(method, path).status in (400, 405, 501), (method, path))
     for method, path in (("DELETE", ROOT), ("POST", ROOT), ("PATCH", ROOT), ("DELETE", SYSTEM),
-                         ("PATCH", SYSTEM), ("PUT", SETTINGS), ("PATCH", BIOS), ("POST", ROLES),
+                         ("PATCH", ROOT + "Managers/bmc"), ("PUT", SETTINGS), ("PATCH", BIOS), ("POST", ROLES),
                          ("PATCH", SESSIONS), ("PATCH", ACCOUNTS), ("DELETE", ACCOUNTS),
                          ("PATCH", ROLES + "/ReadOnly"), ("DELETE", ROLES + "/ReadOnly"),
                          ("GET", RESET)):
