@@ -44,7 +44,7 @@ for log in first second; do
     'plugin .*  bios_updated ' 'service  server_restarted ' 'service  bios_updated ' \
     'dpctl: refused: pipe is not supported' '12 *Fan *Fan failure' \
     '6  another BIOS build is installed' 'dp_redfishd: ready https://127' '^200$' '^204$' \
-    'program=.*dp_redfishd' 'stopped; the scratch folder is removed'; do
+    'demo with uid=.*program=.*dp_redfishd' 'stopped; the scratch folder is removed'; do
     grep -q "$wanted" "$scratch/$log.log" || fail "the $log demo does not show: $wanted"
   done
 done
