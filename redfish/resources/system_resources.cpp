@@ -4,7 +4,6 @@
 #include <array>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
