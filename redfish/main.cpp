@@ -32,8 +32,8 @@
 #include "redfish/program/service_options.hpp"
 #include "redfish/program/state_folder.hpp"
 #include "redfish/protocol/gateway.hpp"
-#include "redfish/protocol/messages.hpp"
 #include "redfish/protocol/route_table.hpp"
+#include "redfish/protocol/standard_answers.hpp"
 #include "redfish/resources/account_routes.hpp"
 #include "redfish/resources/all_resources.hpp"
 #include "redfish/resources/event_resources.hpp"
@@ -41,7 +41,6 @@
 #include "redfish/resources/session_routes.hpp"
 #include "redfish/resources/task_resources.hpp"
 #include "redfish/resources/task_store.hpp"
-#include "support/json.hpp"
 #include "support/process_log.hpp"
 #include "support/program_main.hpp"
 
@@ -113,18 +112,6 @@ void wait_for_end(const sigset_t& signals, const service_options& chosen,
     }
 }
 
-std::string error_text(unsigned status, const std::string& reason) {
-    dp_redfish::message text{"GeneralError"};
-    if (status == 503) {
-        text = {"ServiceTemporarilyUnavailable", {"1"}};
-    } else if (status >= 500) {
-        text = {"InternalError"};
-    }
-    text.reason = reason;
-    return dp_support::to_text(dp_redfish::error_answer(status, {text}).body,
-                               dp_support::json_layout::one_line);
-}
-
 // The users of the operating system who may log in; null: none.
 std::shared_ptr<dp_redfish::external_accounts> external_accounts_of(const service_options& chosen) {
     using dp_redfish::roles;
@@ -194,7 +181,7 @@ dp_redfish::http_options server_options(const service_options& chosen) {
     options.limits.connections = chosen.connections;
     options.limits.requests = chosen.requests;
     options.limits.body = std::size_t{chosen.body_size} * 1024;
-    options.error_text = error_text;
+    options.error_text = dp_redfish::refusal_text;
     options.log = log_request;
     return options;
 }

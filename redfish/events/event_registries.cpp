@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "redfish/protocol/messages.hpp"
+
 namespace dp_redfish {
 namespace {
 
@@ -52,25 +54,33 @@ constexpr std::array settings_messages = std::to_array<registry_message>({
 
 constexpr std::string_view purpose = "The messages that this service uses";
 
-constexpr std::array all_registries = std::to_array<message_registry>({
-    {"ResourceEvent", "1.4.3", "Resource Event Message Registry", purpose, "DMTF",
-     resource_messages},
-    {"SettingsEvents", "1.0.0", "Settings Event Message Registry", purpose, "dp_redfishd",
-     settings_messages},
-    {"TaskEvent", "1.0.5", "Task Event Message Registry", purpose, "DMTF", task_messages},
-});
+constexpr message_registry resource_events{
+    "ResourceEvent", "1.4.3", "Resource Event Message Registry",
+    purpose,         "DMTF",  resource_messages};
+constexpr message_registry settings_events{
+    "SettingsEvents", "1.0.0",       "Settings Event Message Registry",
+    purpose,          "dp_redfishd", settings_messages};
+constexpr message_registry task_events{"TaskEvent", "1.0.5", "Task Event Message Registry",
+                                       purpose,     "DMTF",  task_messages};
+
+const std::array<message_registry, 4>& all_registries() {
+    static const std::array<message_registry, 4> all{base_registry(), resource_events,
+                                                     settings_events, task_events};
+    return all;
+}
 
 }  // namespace
 
 std::span<const message_registry> event_registries() {
-    return all_registries;
+    return all_registries();
 }
 
 const message_registry* event_registry_named(std::string_view prefix) {
+    const auto& all = all_registries();
     const auto* const found =
-        std::find_if(all_registries.begin(), all_registries.end(),
+        std::find_if(all.begin(), all.end(),
                      [&](const message_registry& each) { return each.prefix == prefix; });
-    return found == all_registries.end() ? nullptr : found;
+    return found == all.end() ? nullptr : found;
 }
 
 }  // namespace dp_redfish

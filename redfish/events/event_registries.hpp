@@ -8,8 +8,8 @@
 
 namespace dp_redfish {
 
-/// The registries of the messages that events have: DMTF's and the service's own, "SettingsEvents",
-/// sorted by prefix.
+/// The registries of the messages that answers and events have: DMTF's, of which "Base" is that of
+/// answers and of some events, and the service's own, "SettingsEvents". Sorted by prefix.
 std::span<const message_registry> event_registries();
 
 /// Null when there is none with this prefix.

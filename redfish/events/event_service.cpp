@@ -17,15 +17,8 @@ constexpr const char* keep_alive_text = ": keep-alive\n\n";
 
 // To a client that may have missed events.
 service_event gap_event() {
-    service_event event;
-    event.message_id = "Base.1.22.EventBufferExceeded";
-    event.text = "Undelivered events may have been lost due to exceeding the event buffer.";
-    event.severity = "Warning";
-    event.resolution = "None.";
-    event.origin = resource_paths::event_service;
-    event.resource_type = "EventService";
-    event.time = time_now_text();
-    return event;
+    return make_event("Base", "EventBufferExceeded", {}, resource_paths::event_service,
+                      "EventService", time_now_text());
 }
 
 // What a stream begins with when events that its client missed are lost. It is no event of the log,

@@ -51,29 +51,18 @@ std::string chunk_of(std::string_view piece) {
     return size + "\r\n" + std::string(piece) + "\r\n";
 }
 
-// An error object of Redfish without extended information.
-std::string plain_error_text(const std::string& reason) {
-    std::string text = R"({"error":{"code":"Base.1.22.GeneralError","message":")";
-    for (const char c : reason) {
-        if (c == '"' || c == '\\') {
-            text += '\\';
-        }
-        text += static_cast<unsigned char>(c) < 0x20 ? ' ' : c;
-    }
-    return text + "\"}}";
-}
-
 http_response refusal_response(const http_options& options, const refusal& why) {
     http_response response;
     response.status = why.status;
-    response.headers["Content-Type"] = "application/json";
     response.headers["OData-Version"] = "4.0";
     if (why.status == 503) {
         response.headers["Retry-After"] = "1";
     }
-    response.body = std::make_shared<const std::string>(
-        options.error_text ? options.error_text(why.status, why.reason)
-                           : plain_error_text(why.reason));
+    if (options.error_text) {
+        response.headers["Content-Type"] = "application/json";
+        response.body =
+            std::make_shared<const std::string>(options.error_text(why.status, why.reason));
+    }
     return response;
 }
 

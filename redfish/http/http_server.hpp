@@ -23,7 +23,7 @@ struct http_options {
     std::vector<std::string> host_names;  ///< beside localhost, 127.0.0.1, [::1] and the address
     http_limits limits;
     /// The body, JSON, of an answer that the server gives itself. Called on the server's thread.
-    /// Empty: an error object of Redfish without extended information.
+    /// Empty: these answers have no body.
     std::function<std::string(unsigned status, const std::string& reason)> error_text;
     /// Takes a line about each request and each connection that failed. Has no query, header or
     /// body of a request. Called on the server's thread. Empty: nobody wants them.

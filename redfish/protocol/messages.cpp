@@ -4,8 +4,6 @@
 #include <cstddef>
 #include <utility>
 
-#include "redfish/protocol/message_registry.hpp"
-
 namespace dp_redfish {
 namespace {
 
@@ -102,6 +100,11 @@ constexpr std::array base_messages = std::to_array<registry_message>({
      "The request body submitted contained an empty JSON object and the service is unable to "
      "process it.",
      "", "Warning", "Add properties in the JSON object and resubmit the request."},
+    {"EventBufferExceeded",
+     "Indicates undelivered events may have been lost due to a lack of buffer space in the "
+     "service.",
+     "Undelivered events may have been lost due to exceeding the event buffer.", "", "Warning",
+     "None."},
     {"EventSubscriptionLimitExceeded",
      "Indicates that an event subscription establishment was requested but the operation failed "
      "due to the number of simultaneous connections exceeding the limit of the implementation.",
@@ -478,8 +481,8 @@ answer error_answer(unsigned status, const std::vector<message>& messages) {
     return {status, json_value::object({{"error", std::move(error)}})};
 }
 
-json_value base_registry() {
-    return message_registry_json(dmtf_base);
+const message_registry& base_registry() {
+    return dmtf_base;
 }
 
 }  // namespace dp_redfish

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "redfish/protocol/call.hpp"
+#include "redfish/protocol/message_registry.hpp"
 #include "support/json.hpp"
 
 namespace dp_redfish {
@@ -35,7 +36,7 @@ std::string message_text(std::string_view text, const std::vector<std::string>& 
 answer error_answer(unsigned status, const std::vector<message>& messages);
 
 /// The Base registry with the messages that the service uses.
-dp_support::json_value base_registry();
+const message_registry& base_registry();
 
 }  // namespace dp_redfish
 

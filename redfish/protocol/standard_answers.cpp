@@ -4,6 +4,7 @@
 
 #include "redfish/protocol/http_status.hpp"
 #include "redfish/protocol/messages.hpp"
+#include "support/json.hpp"
 
 namespace dp_redfish {
 
@@ -20,6 +21,17 @@ answer unavailable_answer(const std::string& reason, const std::string& pause) {
                                  {{"ServiceTemporarilyUnavailable", {pause}, {}, reason}});
     result.headers["Retry-After"] = pause;
     return result;
+}
+
+std::string refusal_text(unsigned status, const std::string& reason) {
+    message text{"GeneralError"};
+    if (status == http_status::unavailable) {
+        text = {"ServiceTemporarilyUnavailable", {"1"}};
+    } else if (status >= http_status::internal_error) {
+        text = {"InternalError"};
+    }
+    text.reason = reason;
+    return to_text(error_answer(status, {text}).body, dp_support::json_layout::one_line);
 }
 
 answer not_allowed_answer(const identity& caller) {

@@ -19,6 +19,10 @@ answer not_found_answer(const std::string& type, const std::string& name);
 /// empty.
 answer unavailable_answer(const std::string& reason, const std::string& pause = "5");
 
+/// The body, as text, of an answer that the server gives before a request reaches an operation: a
+/// general error, or one that fits the status. `reason` is a sentence for a person.
+std::string refusal_text(unsigned status, const std::string& reason);
+
 /// 403 for what the caller may not do: because of the role, or because the password must be changed
 /// first.
 answer not_allowed_answer(const identity& caller);

@@ -10,7 +10,6 @@
 #include "redfish/protocol/call.hpp"
 #include "redfish/protocol/etag.hpp"
 #include "redfish/protocol/message_registry.hpp"
-#include "redfish/protocol/messages.hpp"
 #include "redfish/protocol/standard_answers.hpp"
 #include "redfish/resources/model_answers.hpp"
 #include "redfish/resources/resource_json.hpp"
@@ -24,15 +23,12 @@ namespace {
 
 using dp_support::json_value;
 
-// The Base registry's file, and the registry in it.
-constexpr const char* base_segment = "Base.1.22.1";
-
 std::string file_path(const std::string& segment) {
     return std::string(resource_paths::registries) + '/' + segment;
 }
 
-// The registry of events with this id; null when there is none.
-const message_registry* events_named(const std::string& id) {
+// The registry of messages with this id; null when there is none.
+const message_registry* messages_named(const std::string& id) {
     for (const auto& registry : event_registries()) {
         if (registry.id() == id) {
             return &registry;
@@ -50,8 +46,8 @@ json_value registry_file_json(const std::string& segment, const std::string& reg
     json_value locations = json_value::array();
     json_value& location =
         locations.items.emplace_back(json_value::object({{"Language", language}, {"Uri", uri}}));
-    const message_registry* const events = events_named(segment);
-    if (segment == base_segment || (events != nullptr && events->owner == "DMTF")) {
+    const message_registry* const messages = messages_named(segment);
+    if (messages != nullptr && messages->owner == "DMTF") {
         location.set("PublicationUri", "http://redfish.dmtf.org/registries/" + segment + ".json");
     }
     body.set("Location", std::move(locations));
@@ -63,7 +59,7 @@ std::string segment_of(const server_snapshot& server) {
 }
 
 answer answer_files(const call& /*request*/, const server_snapshot& server) {
-    std::vector<std::string> paths{file_path(base_segment), file_path(segment_of(server))};
+    std::vector<std::string> paths{file_path(segment_of(server))};
     for (const auto& registry : event_registries()) {
         paths.push_back(file_path(registry.id()));
     }
@@ -73,13 +69,9 @@ answer answer_files(const call& /*request*/, const server_snapshot& server) {
 
 answer answer_file(const call& request, const server_snapshot& server) {
     const std::string& wanted = request.parameters.front();
-    if (wanted == base_segment) {
-        return {.body = registry_file_json(wanted, "Base.1.22", "Base Message Registry", "en",
-                                           file_path(wanted) + '/' + wanted)};
-    }
-    if (const auto* const events = events_named(wanted)) {
+    if (const auto* const messages = messages_named(wanted)) {
         return {.body = registry_file_json(wanted, wanted.substr(0, wanted.rfind('.')),
-                                           std::string(events->name), "en",
+                                           std::string(messages->name), "en",
                                            file_path(wanted) + '/' + wanted)};
     }
     if (wanted == segment_of(server)) {
@@ -93,13 +85,9 @@ answer answer_file(const call& request, const server_snapshot& server) {
 answer answer_registry(const call& request, const server_snapshot& server) {
     const std::string& file = request.parameters[0];
     const std::string& wanted = request.parameters[1];
-    if (file == wanted && wanted == base_segment) {
-        answer result{.body = base_registry()};
-        result.body.set("@odata.id", file_path(wanted) + '/' + wanted);
-        return result;
-    }
-    if (const auto* const events = events_named(wanted); events != nullptr && file == wanted) {
-        answer result{.body = message_registry_json(*events)};
+    if (const auto* const messages = messages_named(wanted);
+        messages != nullptr && file == wanted) {
+        answer result{.body = message_registry_json(*messages)};
         result.body.set("@odata.id", file_path(wanted) + '/' + wanted);
         return result;
     }

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "redfish/events/event_registries.hpp"
 #include "redfish/model/server_model.hpp"
 #include "tests/support/recorded_stream.hpp"
 #include "tests/support/shown_server.hpp"
@@ -137,6 +138,10 @@ TEST_F(event_service_test, says_when_a_client_may_have_missed_events) {
     const auto all = open(service, "eve", "unknown");
     EXPECT_THAT(all->events(), ElementsAre("EventBufferExceeded", "ServerRestarted"));
     EXPECT_EQ(stream->text().find("unknown"), std::string::npos);
+    EXPECT_NE(stream->text().find(
+                  R"("MessageId":")" +
+                  dp_redfish::event_registry_named("Base")->message_id("EventBufferExceeded")),
+              std::string::npos);
 }
 
 TEST_F(event_service_test, keeps_streams_alive_that_have_no_events) {

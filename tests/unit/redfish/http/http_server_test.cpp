@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "redfish/protocol/standard_answers.hpp"
 #include "tests/support/eventually.hpp"
 #include "tests/support/rounds.hpp"
 #include "tests/support/scratch_files.hpp"
@@ -293,6 +294,7 @@ TEST_F(http_server_test, compresses_what_is_large_for_clients_that_take_it) {
 }
 
 TEST_F(http_server_test, answers_malformed_requests_with_json_and_closes) {
+    options.error_text = dp_redfish::refusal_text;
     const auto port = start();
     for (const char* const text :
          {"nonsense\r\n\r\n", "GET / HTTP/1.1\r\n\r\n",
@@ -317,6 +319,12 @@ TEST_F(http_server_test, lets_the_owner_write_the_text_of_its_errors) {
     };
     raw_client client(start());
     EXPECT_THAT(client.ask("nonsense\r\n\r\n").body, testing::StartsWith("400: The request is"));
+}
+
+TEST_F(http_server_test, answers_without_a_body_when_nobody_writes_the_text_of_its_errors) {
+    const auto answer = raw_client(start()).ask("nonsense\r\n\r\n");
+    EXPECT_EQ(answer.status, 400U);
+    EXPECT_EQ(answer.body, "");
 }
 
 TEST_F(http_server_test, refuses_foreign_hosts_and_origins) {

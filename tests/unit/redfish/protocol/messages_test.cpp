@@ -47,7 +47,7 @@ TEST(base_registry, has_the_messages_of_the_published_one) {
         GTEST_SKIP() << reason;
     }
     const auto published = dp_support::parse_json(test::read_file(test::data_file(name))).root;
-    const auto registry = dp_redfish::base_registry();
+    const auto registry = message_registry_json(dp_redfish::base_registry());
     const auto* const messages = registry.find("Messages");
     EXPECT_GT(messages->items.size(), 50U);
     for (const auto& entry : messages->items) {
