@@ -1,5 +1,6 @@
 #include "redfish/events/event_log.hpp"
 
+#include <string_view>
 #include <utility>
 
 #include "redfish/resources/schemas.hpp"
@@ -17,7 +18,8 @@ std::string payload(const event_log::entries& events, std::size_t first, std::si
                        std::to_string(end - first) + R"(,"Events":[)";
     for (std::size_t i = first; i < end; ++i) {
         text += i == first ? "" : ",";
-        text += events[i]->json;
+        text += R"({"MemberId":")" + std::to_string(i - first) + R"(",)";
+        text += std::string_view(events[i]->json).substr(1);
     }
     return text + "]}\n\n";
 }

@@ -18,7 +18,7 @@ namespace dp_redfish {
 struct logged_event {
     std::string id;
     service_event event;
-    std::string json;  ///< the member of "Events"
+    std::string json;  ///< see `event_json`
 };
 
 /// The latest events, so that a client that was away gets what it missed. An event of a change

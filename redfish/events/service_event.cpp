@@ -34,10 +34,8 @@ service_event make_event(std::string_view registry, std::string_view message,
 
 json_value event_json(const service_event& event, const std::string& id) {
     // The schema requires a type, which means nothing any more.
-    json_value body = json_value::object({{"EventType", "Other"},
-                                          {"MemberId", id},
-                                          {"EventId", id},
-                                          {"MessageId", event.message_id}});
+    json_value body = json_value::object(
+        {{"EventType", "Other"}, {"EventId", id}, {"MessageId", event.message_id}});
     if (!event.text.empty()) {
         body.set("Message", event.text);
     }

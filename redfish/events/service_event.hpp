@@ -35,7 +35,8 @@ service_event make_event(std::string_view registry, std::string_view message,
                          std::vector<std::string> arguments, std::string origin,
                          std::string resource_type, std::string time);
 
-/// The event as a member of "Events". `id` differs from that of all other events.
+/// The event as a member of "Events", without its "MemberId", which is its position there. `id`
+/// differs from that of all other events.
 dp_support::json_value event_json(const service_event& event, const std::string& id);
 
 }  // namespace dp_redfish

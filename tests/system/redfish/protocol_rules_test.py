@@ -456,7 +456,9 @@ def rule_events_come_as_a_stream(client):
         while not line.startswith(b"data:"):
             line = response.readline()
             expect(line, "the stream ended")
-        expect("Events" in json.loads(line[5:]), line)
+        events = json.loads(line[5:])["Events"]
+        expect([event["MemberId"] for event in events] == [str(i) for i in range(len(events))],
+               events)
         response.close()
         expect(has_ended(client, path), path)
     answer = client.get(client.get(EVENTS).json()["ServerSentEventUri"], Accept="application/json")

@@ -82,8 +82,13 @@ TEST(stream_texts, sends_the_events_of_a_group_together) {
     EXPECT_EQ(texts[0].substr(texts[0].size() - 2), "\n\n");
     const auto first = dp_support::parse_json(texts[0].substr(13)).root;
     EXPECT_EQ(first.find("Id")->text, "r2");
-    EXPECT_EQ(first.find("Events")->items.size(), 2U);
+    const auto& events = first.find("Events")->items;
+    ASSERT_EQ(events.size(), 2U);
     EXPECT_EQ(first.find("Events@odata.count")->integer, 2);
+    EXPECT_EQ(events[0].find("MemberId")->text, "0");
+    EXPECT_EQ(events[0].find("EventId")->text, "r1");
+    EXPECT_EQ(events[1].find("MemberId")->text, "1");
+    EXPECT_EQ(events[1].find("EventId")->text, "r2");
 }
 
 TEST(stream_texts, bounds_the_size_of_one_text) {
