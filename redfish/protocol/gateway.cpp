@@ -39,8 +39,9 @@ answer internal_error() {
 }
 
 bool is_known_method(std::string_view method) {
-    constexpr std::array<std::string_view, 7> known{"GET",   "HEAD",   "POST",   "PUT",
-                                                    "PATCH", "DELETE", "OPTIONS"};
+    // CONNECT has no path.
+    constexpr std::array<std::string_view, 8> known{"GET",   "HEAD",   "POST",    "PUT",
+                                                    "PATCH", "DELETE", "OPTIONS", "TRACE"};
     return std::find(known.begin(), known.end(), method) != known.end();
 }
 
@@ -304,6 +305,11 @@ class exchange : public std::enable_shared_from_this<exchange> {
         if (request_->method == "PATCH" && !asks_for_a_change()) {
             return send(error_answer(http_status::bad_request,
                                      {{document_.items.empty() ? "EmptyJSON" : "NoOperation"}}));
+        }
+        // Who may not change a resource need not know its ETag.
+        if (match_.found->is_allowed &&
+            !match_.found->is_allowed(caller_, match_.parameters, document_)) {
+            return send(not_allowed_answer(caller_));
         }
         if (request_->method != "POST" &&
             (!request_->header("If-Match").empty() || !request_->header("If-None-Match").empty())) {

@@ -2,11 +2,15 @@
 #define DP_REDFISH_PROTOCOL_ROUTE_TABLE_HPP
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "redfish/access/identity.hpp"
 #include "redfish/protocol/call.hpp"
+#include "support/json.hpp"
 
 namespace dp_redfish {
 
@@ -25,6 +29,11 @@ struct route {
         refusal,  ///< says why there is no such method; the method is not in "Allow"
     };
     kinds kind = kinds::resource;
+    /// What else than the privilege decides whether the caller may do it: who it is, the open
+    /// segments of the path, the members of the body. Empty: nothing.
+    std::function<bool(const identity& caller, const std::vector<std::string>& parameters,
+                       const dp_support::json_value& document)>
+        is_allowed{};
     /// Whether it may take long, so that a client can ask for an answer before it is done.
     bool may_be_deferred = false;
 };
@@ -39,6 +48,10 @@ class route_table {
              bool is_for_password_change = false);
     /// Sets `route::may_be_deferred` of the operation that was added last.
     void let_be_deferred() { routes_.back().may_be_deferred = true; }
+    /// Sets `route::is_allowed` of that operation.
+    void allow_only(decltype(route::is_allowed) is_allowed) {
+        routes_.back().is_allowed = std::move(is_allowed);
+    }
     /// See `route::kinds`.
     /// @{
     void add_stream(std::string pattern, privileges needed, operation run);

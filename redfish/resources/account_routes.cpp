@@ -438,20 +438,19 @@ void change_external_account(password_access_control& access,
     });
 }
 
+// The privilege ConfigureSelf is for the own password alone.
+bool may_change_account(const identity& caller, const std::vector<std::string>& parameters,
+                        const json_value& document) {
+    return may_administer(caller) ||
+           (caller.user == parameters.at(0) &&
+            std::all_of(document.items.begin(), document.items.end(), [](const json_value& one) {
+                return one.name == "Password" || one.name.starts_with("@odata.");
+            }));
+}
+
 void change_account(password_access_control& access, const std::shared_ptr<call>& request) {
     const std::string& name = request->parameters.at(0);
     const json_value& document = request->document;
-    if (!may_administer(request->caller)) {
-        // The privilege ConfigureSelf is for the own password alone.
-        const bool is_for_administrators =
-            std::any_of(document.items.begin(), document.items.end(), [](const json_value& one) {
-                return one.name != "Password" && !one.name.starts_with("@odata.");
-            });
-        if (request->caller.user != name || is_for_administrators) {
-            request->respond(not_allowed_answer(request->caller));
-            return;
-        }
-    }
     if (!access.accounts().find(name)) {
         change_external_account(access, request);
         return;
@@ -660,6 +659,7 @@ void add_account_routes(route_table& routes, password_access_control& access) {
         "PATCH", one_account, privileges::configure_self,
         [&access](const request_pointer& request) { change_account(access, request); },
         for_password_change);
+    routes.allow_only(may_change_account);
     routes.add(
         "POST", change_password_path("{}"), privileges::configure_self,
         [&access](const request_pointer& request) { start_password_change(access, request); },

@@ -12,6 +12,7 @@
 #include "redfish/access/add_account.hpp"
 #include "redfish/access/password_access_control.hpp"
 #include "redfish/protocol/route_table.hpp"
+#include "redfish/protocol/standard_answers.hpp"
 #include "support/json.hpp"
 #include "tests/support/scratch_files.hpp"
 #include "tests/support/stepped_access.hpp"
@@ -47,7 +48,7 @@ class access_routes : public testing::Test {
     }
 
     /// The answer to a request of `user`; status 403 when the route needs a privilege that the user
-    /// does not have, 404 when there is no route.
+    /// does not have or allows only others, 404 when there is no route.
     dp_redfish::answer ask(const std::string& method, const std::string& target,
                            const std::string& user, const std::string& body = "{}",
                            const dp_redfish::header_fields& headers = {}) {
@@ -62,6 +63,10 @@ class access_routes : public testing::Test {
              (who.must_change_password && !match.found->is_for_password_change))) {
             return {.status = 403, .body = {}};
         }
+        const auto document = dp_support::parse_json(body).root;
+        if (match.found->is_allowed && !match.found->is_allowed(who, match.parameters, document)) {
+            return not_allowed_answer(who);
+        }
         auto request = std::make_shared<dp_redfish::http_request>();
         request->method = method;
         request->path = target;
@@ -71,7 +76,7 @@ class access_routes : public testing::Test {
         sent->request = request;
         sent->caller = who;
         sent->parameters = match.parameters;
-        sent->document = dp_support::parse_json(body).root;
+        sent->document = document;
         std::promise<dp_redfish::answer> made;
         sent->respond = [&](dp_redfish::answer one) { made.set_value(std::move(one)); };
         match.found->run(sent);

@@ -501,6 +501,7 @@ def rule_users_do_what_their_privileges_allow(client):
     user = client.basic(name, password)
     for answer in (client.ask("PATCH", other, {"Password": "Password-y"}, **user),
                    client.ask("PATCH", path, {"RoleId": "Administrator"}, **user),
+                   client.ask("PATCH", path, {"RoleId": "Administrator"}, If_Match='"none"', **user),
                    client.ask("GET", other, **user),
                    client.ask("DELETE", path, **user),
                    client.ask("POST", ACCOUNTS, {"UserName": "z"}, **user),

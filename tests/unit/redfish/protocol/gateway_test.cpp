@@ -194,6 +194,7 @@ TEST_F(gateway_test, reports_missing_resources_and_methods) {
         test::exchange(service, test::request_of("DELETE", "/redfish/v1/Items/1"));
     EXPECT_EQ(response.status, 405U);
     EXPECT_EQ(response.header("Allow"), "GET, HEAD, PATCH");
+    EXPECT_EQ(test::exchange(service, test::request_of("TRACE", "/redfish/v1/Items")).status, 405U);
     EXPECT_EQ(test::exchange(service, test::request_of("BREW", "/redfish/v1/Items")).status, 501U);
     EXPECT_EQ(test::exchange(service, test::request_of("BREW", "/redfish/v1/No")).status, 501U);
 }
@@ -252,6 +253,21 @@ TEST_F(gateway_test, changes_only_what_the_client_knows) {
     EXPECT_EQ(test::send(service, "PATCH", "/redfish/v1/Items/1", "{\"a\":1}", etag).status, 204U);
     EXPECT_EQ(test::send(service, "PATCH", "/redfish/v1/Items/1", "{\"a\":2}", "*").status, 204U);
     EXPECT_EQ(changed_, "{\"a\":2}");
+}
+
+TEST_F(gateway_test, checks_who_may_change_a_resource_before_its_etag) {
+    add("GET", "/redfish/v1/Own/{}", privileges::login, R"({"Id":"x"})");
+    add("PATCH", "/redfish/v1/Own/{}", privileges::login, "{}");
+    routes.allow_only([](const dp_redfish::identity& caller,
+                         const std::vector<std::string>& parameters, const json_value& document) {
+        return caller.is_logged_in() && parameters.at(0) == "1" && document.find("a") != nullptr;
+    });
+    const auto patch = [this](const std::string& item, const std::string& body) {
+        return test::send(service, "PATCH", "/redfish/v1/Own/" + item, body, "\"x\"");
+    };
+    EXPECT_EQ(patch("1", R"({"a":1})").status, 412U);
+    EXPECT_EQ(patch("2", R"({"a":1})").status, 403U);
+    EXPECT_THAT(patch("1", R"({"b":1})").messages(), ElementsAre("InsufficientPrivilege"));
 }
 
 // --- queries
