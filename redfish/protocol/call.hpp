@@ -35,6 +35,9 @@ struct call {
     std::vector<std::string> parameters;  ///< the segments of the path that a route leaves open
     dp_support::json_value document;      ///< the body of POST, PATCH, PUT: a JSON object
     std::function<void(answer)> respond;  ///< to be called once, from any thread
+    /// Called when the operation begins, before it has effects. False: it was cancelled, and must
+    /// have none; there is nobody to answer then. Empty: it cannot be cancelled.
+    std::function<bool()> begin{};
 };
 
 /// What a route does. Called on the server's thread or on one of `access_control`, also for several

@@ -15,14 +15,15 @@ class deferred_operations {
   public:
     virtual ~deferred_operations() = default;
 
-    struct begun_operation {
-        answer accepted;  ///< the answer to the request, or why it is not done
+    struct accepted_operation {
+        answer answer_now;  ///< the answer to the request, or why it is not done
         /// Takes the operation's own answer, once, from any thread. Empty: it is not to be done.
         std::function<void(answer)> finish;
+        std::function<bool()> begin{};  ///< see `call::begin`
     };
 
-    /// Begins an operation. From any thread.
-    virtual begun_operation begin(const identity& caller, const http_request& request) = 0;
+    /// Accepts an operation. From any thread.
+    virtual accepted_operation accept(const identity& caller, const http_request& request) = 0;
 };
 
 /// Whether a client with this Prefer field wants to be answered before the operation is done (RFC

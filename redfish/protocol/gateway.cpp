@@ -134,7 +134,7 @@ void guarded(reply& to, Step step) {
 // Runs a route's operation.
 void run_operation(const route& found, const std::shared_ptr<const http_request>& request,
                    identity caller, std::vector<std::string> parameters, json_value document,
-                   std::function<void(answer)> done) {
+                   std::function<void(answer)> done, std::function<bool()> begin = {}) {
     const auto to = std::make_shared<reply>(std::move(done));
     guarded(*to, [&] {
         auto made = std::make_shared<call>();
@@ -143,6 +143,7 @@ void run_operation(const route& found, const std::shared_ptr<const http_request>
         made->parameters = std::move(parameters);
         made->document = std::move(document);
         made->respond = [to](answer result) { to->send(std::move(result)); };
+        made->begin = std::move(begin);
         found.run(std::move(made));
     });
 }
@@ -337,11 +338,11 @@ class exchange : public std::enable_shared_from_this<exchange> {
 
     // Answers now, and runs the operation then.
     void run_deferred() {
-        auto begun = deferred_->begin(caller_, *request_);
-        send(std::move(begun.accepted));
-        if (begun.finish) {
+        auto accepted = deferred_->accept(caller_, *request_);
+        send(std::move(accepted.answer_now));
+        if (accepted.finish) {
             run_operation(*match_.found, request_, caller_, match_.parameters, std::move(document_),
-                          std::move(begun.finish));
+                          std::move(accepted.finish), std::move(accepted.begin));
         }
     }
 

@@ -8,6 +8,9 @@ void answer_from_service(server_model& model, const std::shared_ptr<call>& reque
                          std::function<answer(dp_service::settings_client&)> work) {
     const bool is_posted =
         model.change([request, work = std::move(work)](dp_service::settings_client& client) {
+            if (request->begin && !request->begin()) {
+                return;
+            }
             // The settings service sees one client: this process.
             client.on_behalf_of = request->caller.user;
             request->respond(work(client));

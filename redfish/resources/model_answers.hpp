@@ -27,7 +27,7 @@ void answer_from_snapshot(server_model& model, const std::shared_ptr<call>& requ
 }
 
 /// Answers with what `work` returns on the thread that waits for the settings service; 503 when too
-/// many requests wait there.
+/// many requests wait there. Until then a deferred operation can be cancelled.
 void answer_from_service(server_model& model, const std::shared_ptr<call>& request,
                          std::function<answer(dp_service::settings_client&)> work);
 

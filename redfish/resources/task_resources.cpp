@@ -64,13 +64,17 @@ answer task_answer(task_store& tasks, const call& request,
 
 answer remove_task(task_store& tasks, const call& request) {
     return task_answer(tasks, request, [&](const deferred_task& task) {
-        if (!task.is_done) {
-            return error_answer(
-                http_status::conflict,
-                {{"ResourceInUse", {}, {}, "An operation that has begun cannot be cancelled."}});
-        }
         const std::string id = std::to_string(task.id);
-        return tasks.remove(id) ? no_content_answer() : not_found_answer("Task", id);
+        if (tasks.remove(id)) {
+            return no_content_answer();
+        }
+        return tasks.find(id) == nullptr
+                   ? not_found_answer("Task", id)
+                   : error_answer(http_status::conflict,
+                                  {{"ResourceInUse",
+                                    {},
+                                    {},
+                                    "An operation that has begun cannot be cancelled."}});
     });
 }
 

@@ -33,13 +33,18 @@ json_value messages_of(const answer& result) {
     return messages;
 }
 
+bool has_ended(const deferred_task& task) {
+    return task.state == deferred_task::states::done;
+}
+
 bool has_failed(const deferred_task& task) {
     return task.result.status >= http_status::bad_request;
 }
 
 }  // namespace
 
-task_store::begun_operation task_store::begin(const identity& caller, const http_request& request) {
+task_store::accepted_operation task_store::accept(const identity& caller,
+                                                  const http_request& request) {
     auto task = std::make_shared<deferred_task>();
     {
         const std::lock_guard lock(mutex_);
@@ -49,14 +54,31 @@ task_store::begun_operation task_store::begin(const identity& caller, const http
         task->id = ++last_id_;
         task->owner = caller;
         task->name = request.method + ' ' + request.path;
-        task->started = std::time(nullptr);
         tasks_[task->id] = {task, {}};
     }
-    report("TaskStarted", *task);
     answer accepted = task_monitor_answer(*task);
     accepted.headers["Preference-Applied"] = "respond-async";
     return {std::move(accepted),
-            [this, id = task->id](answer result) { finish(id, std::move(result)); }};
+            [this, id = task->id](answer result) { finish(id, std::move(result)); },
+            [this, id = task->id] { return begin(id); }};
+}
+
+// Whether the task was not cancelled before.
+bool task_store::begin(std::uint64_t id) {
+    auto running = std::make_shared<deferred_task>();
+    {
+        const std::lock_guard lock(mutex_);
+        const auto found = tasks_.find(id);
+        if (found == tasks_.end()) {
+            return false;
+        }
+        *running = *found->second.task;
+        running->state = deferred_task::states::running;
+        running->started = std::time(nullptr);
+        found->second.task = running;
+    }
+    report("TaskStarted", *running);
+    return true;
 }
 
 void task_store::finish(std::uint64_t id, answer result) {
@@ -68,8 +90,12 @@ void task_store::finish(std::uint64_t id, answer result) {
             return;
         }
         *done = *found->second.task;
-        done->is_done = true;
         done->ended = std::time(nullptr);
+        // An operation that failed before it waited for anything never began.
+        if (done->state == deferred_task::states::pending) {
+            done->started = done->ended;
+        }
+        done->state = deferred_task::states::done;
         done->result = std::move(result);
         found->second = {done, options_.now()};
     }
@@ -86,7 +112,7 @@ void task_store::report(const char* message, const deferred_task& task) const {
 void task_store::forget_old_ones() {
     const auto now = options_.now();
     std::erase_if(tasks_, [&](const auto& each) {
-        return each.second.task->is_done && now - each.second.ended >= options_.kept;
+        return has_ended(*each.second.task) && now - each.second.ended >= options_.kept;
     });
 }
 
@@ -97,12 +123,12 @@ bool task_store::evict_if_full() {
         return true;
     }
     const auto is_first = [](const auto& a, const auto& b) {
-        const bool a_is_done = a.second.task->is_done;
-        const bool b_is_done = b.second.task->is_done;
+        const bool a_is_done = has_ended(*a.second.task);
+        const bool b_is_done = has_ended(*b.second.task);
         return a_is_done != b_is_done ? a_is_done : a.second.ended < b.second.ended;
     };
     const auto first = std::min_element(tasks_.begin(), tasks_.end(), is_first);
-    if (first == tasks_.end() || !first->second.task->is_done) {
+    if (first == tasks_.end() || !has_ended(*first->second.task)) {
         return false;
     }
     tasks_.erase(first);
@@ -129,17 +155,19 @@ task_pointer task_store::find(const std::string& id) {
 }
 
 bool task_store::remove(const std::string& id) {
-    const task_pointer task = find(id);
-    if (task == nullptr || !task->is_done) {
-        return false;
-    }
+    const auto number = dp_support::decimal::parse<std::uint64_t>(id);
+    task_pointer task;
     {
         const std::lock_guard lock(mutex_);
-        if (tasks_.erase(task->id) == 0) {
+        forget_old_ones();
+        const auto found = number ? tasks_.find(*number) : tasks_.end();
+        if (found == tasks_.end() || found->second.task->state == deferred_task::states::running) {
             return false;
         }
+        task = found->second.task;
+        tasks_.erase(found);
     }
-    report("TaskRemoved", *task);
+    report(has_ended(*task) ? "TaskRemoved" : "TaskCancelled", *task);
     return true;
 }
 
@@ -154,12 +182,19 @@ std::string task_monitor_path(const deferred_task& task) {
 json_value task_json(const deferred_task& task) {
     json_value body = start_resource(task_path(task), "Task", std::to_string(task.id), task.name);
     body.set("TaskMonitor", task_monitor_path(task));
-    body.set("StartTime", time_text(task.started));
     body.set("HidePayload", true);
-    if (!task.is_done) {
-        body.set("TaskState", "Running");
+    if (task.state == deferred_task::states::pending) {
+        body.set("TaskState", "Pending");
         body.set("TaskStatus", "OK");
         body.set("PercentComplete", 0);
+        body.set("Messages", json_value::array());
+        return body;
+    }
+    body.set("StartTime", time_text(task.started));
+    if (task.state == deferred_task::states::running) {
+        // How much of it is done is not known.
+        body.set("TaskState", "Running");
+        body.set("TaskStatus", "OK");
         body.set("Messages", json_value::array());
         return body;
     }
@@ -172,7 +207,7 @@ json_value task_json(const deferred_task& task) {
 }
 
 answer task_monitor_answer(const deferred_task& task) {
-    if (task.is_done) {
+    if (has_ended(task)) {
         return task.result;
     }
     answer accepted{.status = http_status::accepted, .body = task_json(task)};

@@ -26,7 +26,8 @@ struct deferred_task {
     std::string name;          ///< "PATCH /redfish/v1/Systems/system/Bios/Settings"
     std::int64_t started = 0;  ///< seconds since 1970
     std::int64_t ended = 0;    ///< the same
-    bool is_done = false;
+    enum class states : std::uint8_t { pending, running, done };
+    states state = states::pending;
     answer result{};  ///< the operation's own answer, when it is done
 };
 
@@ -46,13 +47,14 @@ class task_store final : public deferred_operations {
     task_store() : task_store(options{}) {}
     explicit task_store(options chosen) : options_(std::move(chosen)) {}
 
-    begun_operation begin(const identity& caller, const http_request& request) override;
+    accepted_operation accept(const identity& caller, const http_request& request) override;
 
     /// All tasks, the oldest first.
     std::vector<task_pointer> list();
     /// Null when there is none with this id.
     task_pointer find(const std::string& id);
-    /// Removes a task that is done; false when it is not done, or when there is none.
+    /// Removes a task. One that did not begin is thereby cancelled. False when it is running, or
+    /// when there is none.
     bool remove(const std::string& id);
 
   private:
@@ -61,6 +63,7 @@ class task_store final : public deferred_operations {
         std::chrono::steady_clock::time_point ended;
     };
 
+    bool begin(std::uint64_t id);
     void finish(std::uint64_t id, answer result);
     void forget_old_ones();
     [[nodiscard]] bool evict_if_full();

@@ -154,8 +154,10 @@ TEST_F(all_resources, are_valid_for_their_schemas) {
     }
     const dp_redfish::identity admin{"admin", dp_redfish::roles::administrator, {}};
     const auto request = test::request_of("PATCH", dp_redfish::resource_paths::bios_settings);
-    const auto begun = tasks.begin(admin, request);
-    tasks.begin(admin, request).finish(dp_redfish::error_answer(400, {{"PropertyUnknown", {"A"}}}));
+    const auto waiting = tasks.accept(admin, request);
+    tasks.accept(admin, request).begin();
+    tasks.accept(admin, request)
+        .finish(dp_redfish::error_answer(400, {{"PropertyUnknown", {"A"}}}));
     const auto stream = std::make_shared<test::recorded_stream>();
     events.begin(events.reserve({{}, admin, "192.0.2.7", {}}, {}, "unknown"), stream);
     events.publish(dp_redfish::make_event("SettingsEvents", "PendingValueChanged", {"A", "1", "2"},

@@ -25,7 +25,7 @@ class task_resources : public testing::Test {
     task_resources() {
         add_task_routes(routes, tasks);
         routes.add("PATCH", "/redfish/v1/Slow", dp_redfish::privileges::login,
-                   [this](const std::shared_ptr<call>& request) { running = request; });
+                   [this](const std::shared_ptr<call>& request) { waiting = request; });
         routes.let_be_deferred();
         routes.add("POST", "/redfish/v1/Fast", dp_redfish::privileges::login,
                    [](const std::shared_ptr<call>& request) {
@@ -48,21 +48,22 @@ class task_resources : public testing::Test {
     dp_redfish::route_table routes;
     test::fixed_access access;
     dp_redfish::gateway service{routes, access, &tasks};
-    std::shared_ptr<call> running;  // ended first: an operation that is dropped ends its task
+    std::shared_ptr<call> waiting;  // ended first: an operation that is dropped ends its task
 };
 
 TEST_F(task_resources, let_a_client_fetch_the_answer_later) {
     const auto accepted = ask("PATCH", "/redfish/v1/Slow", "respond-async");
     EXPECT_EQ(accepted.status, 202U);
     EXPECT_EQ(accepted.header("Preference-Applied"), "respond-async");
-    EXPECT_EQ(accepted.body.find("TaskState")->text, "Running");
+    EXPECT_EQ(accepted.body.find("TaskState")->text, "Pending");
+    EXPECT_TRUE(waiting->begin());
     const std::string monitor = accepted.header("Location");
     const std::string task = accepted.body.find("@odata.id")->text;
     EXPECT_EQ(test::get(service, monitor).status, 202U);
     EXPECT_EQ(
         test::get(service, paths::tasks).body.find("Members")->items.at(0).find("@odata.id")->text,
         task);
-    running->respond(dp_redfish::error_answer(400, {{"PropertyUnknown", {"A"}, "/A"}}));
+    waiting->respond(dp_redfish::error_answer(400, {{"PropertyUnknown", {"A"}, "/A"}}));
     const auto done = test::get(service, monitor);
     EXPECT_EQ(done.status, 400U);
     EXPECT_THAT(done.messages(), ElementsAre("PropertyUnknown"));
@@ -86,12 +87,29 @@ TEST_F(task_resources, are_seen_by_their_owner_and_by_administrators) {
     EXPECT_EQ(test::get(service, paths::tasks).body.find("Members")->items.size(), 0U);
     be("admin", roles::administrator);
     EXPECT_EQ(test::get(service, monitor).status, 202U);
-    EXPECT_EQ(test::send(service, "DELETE", monitor, "").status, 409U);
+}
+
+TEST_F(task_resources, are_cancelled_until_their_operation_begins) {
+    for (const bool is_monitor : {false, true}) {
+        const auto accepted = ask("PATCH", "/redfish/v1/Slow", "respond-async");
+        const std::string task = accepted.body.find("@odata.id")->text;
+        const std::string monitor = accepted.header("Location");
+        EXPECT_EQ(test::send(service, "DELETE", is_monitor ? monitor : task, "").status, 204U);
+        EXPECT_FALSE(waiting->begin());
+        EXPECT_EQ(test::get(service, task).status, 404U);
+        EXPECT_EQ(test::get(service, monitor).status, 404U);
+    }
+    const auto accepted = ask("PATCH", "/redfish/v1/Slow", "respond-async");
+    EXPECT_TRUE(waiting->begin());
+    const auto refused = test::send(service, "DELETE", accepted.header("Location"), "");
+    EXPECT_EQ(refused.status, 409U);
+    EXPECT_THAT(refused.messages(), ElementsAre("ResourceInUse"));
+    EXPECT_EQ(test::get(service, accepted.header("Location")).status, 202U);
 }
 
 TEST_F(task_resources, end_when_their_operation_is_dropped) {
     const auto accepted = ask("PATCH", "/redfish/v1/Slow", "respond-async");
-    running.reset();
+    waiting.reset();
     EXPECT_EQ(test::get(service, accepted.header("Location")).status, 500U);
 }
 

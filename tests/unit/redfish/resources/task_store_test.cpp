@@ -34,13 +34,22 @@ class task_store_test : public testing::Test {
         tasks = std::make_unique<task_store>(std::move(options));
     }
 
-    std::function<void(answer)> begin() {
+    // Accepts an operation; its number, from 1 on, is the task's.
+    dp_redfish::deferred_operations::accepted_operation accept() {
         dp_redfish::http_request request;
         request.method = "POST";
         request.path = "/x";
-        auto begun = tasks->begin({"eve", roles::operator_role, {}}, request);
-        status = begun.accepted.status;
-        return begun.finish;
+        return tasks->accept({"eve", roles::operator_role, {}}, request);
+    }
+
+    // An operation that runs; what takes its answer.
+    std::function<void(answer)> begin() {
+        auto accepted = accept();
+        status = accepted.answer_now.status;
+        if (accepted.begin) {
+            EXPECT_TRUE(accepted.begin());
+        }
+        return accepted.finish;
     }
 
     std::chrono::steady_clock::time_point now{};
@@ -52,7 +61,7 @@ class task_store_test : public testing::Test {
 TEST_F(task_store_test, keeps_the_answer_of_an_operation) {
     const auto finish = begin();
     EXPECT_EQ(status, 202U);
-    EXPECT_FALSE(tasks->find("1")->is_done);
+    EXPECT_EQ(tasks->find("1")->state, deferred_task::states::running);
     EXPECT_EQ(task_monitor_answer(*tasks->find("1")).headers.at("Location"),
               task_monitor_path(*tasks->find("1")));
     EXPECT_FALSE(task_monitor_answer(*tasks->find("1")).headers.contains("Retry-After"));
@@ -91,7 +100,31 @@ TEST_F(task_store_test, has_a_limit_for_which_done_tasks_give_way) {
     EXPECT_NE(tasks->find("1"), nullptr);
 }
 
-TEST_F(task_store_test, removes_only_tasks_that_are_done) {
+TEST_F(task_store_test, shows_an_operation_that_waits_as_pending) {
+    const auto accepted = accept();
+    const auto waiting = task_json(*tasks->find("1"));
+    EXPECT_EQ(waiting.find("TaskState")->text, "Pending");
+    EXPECT_EQ(waiting.find("PercentComplete")->integer, 0);
+    EXPECT_EQ(waiting.find("StartTime"), nullptr);
+    EXPECT_THAT(reported, ElementsAre());
+    EXPECT_TRUE(accepted.begin());
+    const auto running = task_json(*tasks->find("1"));
+    EXPECT_EQ(running.find("TaskState")->text, "Running");
+    EXPECT_EQ(running.find("PercentComplete"), nullptr);
+    EXPECT_NE(running.find("StartTime"), nullptr);
+    EXPECT_THAT(reported, ElementsAre("TaskStarted 1"));
+}
+
+TEST_F(task_store_test, cancels_an_operation_that_did_not_begin) {
+    const auto accepted = accept();
+    EXPECT_TRUE(tasks->remove("1"));
+    EXPECT_FALSE(accepted.begin());
+    accepted.finish({});
+    EXPECT_EQ(tasks->find("1"), nullptr);
+    EXPECT_THAT(reported, ElementsAre("TaskCancelled 1"));
+}
+
+TEST_F(task_store_test, does_not_remove_an_operation_that_runs) {
     const auto finish = begin();
     EXPECT_FALSE(tasks->remove("1"));
     finish({});
