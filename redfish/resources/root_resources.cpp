@@ -106,7 +106,11 @@ std::string metadata_text() {
     for (const auto& schema : used_schemas()) {
         const std::string name(schema.name);
         std::vector<std::string> namespaces{name};
-        if (!schema.version.empty()) {
+        if (name == "AttributeRegistry") {
+            for (const auto& version : attribute_registry_versions()) {
+                namespaces.push_back(name + '.' + version);
+            }
+        } else if (!schema.version.empty()) {
             namespaces.push_back(name + '.' + std::string(schema.version));
         }
         include(name + "_v1.xml", namespaces);

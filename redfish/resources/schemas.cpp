@@ -61,6 +61,20 @@ std::span<const used_schema> used_schemas() {
     return all_schemas;
 }
 
+std::vector<std::string> attribute_registry_versions() {
+    // By the minor version: the last correction.
+    constexpr std::array<int, 6> last_corrections{14, 13, 11, 9, 0, 0};
+    std::vector<std::string> versions;
+    int minor = 0;
+    for (const int last : last_corrections) {
+        for (int correction = 0; correction <= last; ++correction) {
+            versions.push_back("v1_" + std::to_string(minor) + '_' + std::to_string(correction));
+        }
+        ++minor;
+    }
+    return versions;
+}
+
 std::string odata_type(std::string_view schema) {
     return '#' + versioned_name(schema) + '.' + std::string(schema);
 }

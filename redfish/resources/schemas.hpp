@@ -4,6 +4,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace dp_redfish {
 
@@ -15,6 +16,9 @@ struct used_schema {
 
 /// All of them, sorted by name.
 std::span<const used_schema> used_schemas();
+
+/// The versions of the schema AttributeRegistry, of which an installed registry has any: "v1_3_6".
+std::vector<std::string> attribute_registry_versions();
 
 /// "@odata.type" of a resource of this schema: "#Bios.v1_2_3.Bios". The schema is one of
 /// `used_schemas`.

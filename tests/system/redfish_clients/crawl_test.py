@@ -40,6 +40,18 @@ def is_registry(document):
     return "RegistryEntries" in document or "Messages" in document and "RegistryPrefix" in document
 
 
+def namespaces(value):
+    """The namespaces of the types in a document."""
+    if isinstance(value, list):
+        for item in value:
+            yield from namespaces(item)
+    elif isinstance(value, dict):
+        if isinstance(value.get("@odata.type"), str):
+            yield value["@odata.type"].rpartition(".")[0][1:]
+        for item in value.values():
+            yield from namespaces(item)
+
+
 class Crawl:
     def __init__(self, server, schemas):
         self._server = server
@@ -47,7 +59,7 @@ class Crawl:
         self._connection = server.connect()
         self._validators = {}
         self.documents = {}  # by path
-        self.types = set()  # of resources
+        self.types = set()  # namespaces
         self.targets = set()  # of actions
         self.fragments = set()
         self.problems = []
@@ -130,14 +142,39 @@ class Crawl:
         if path in UNVERSIONED:
             return document
         self.validate(path, document)
+        self.types |= set(namespaces(document))
         if is_registry(document):
             self.check_headers(path, answer, document)
             return document
-        self.types.add(document.get("@odata.type", "#").rpartition(".")[0][1:])
         if document.get("@odata.id", "").rstrip("/") != path.split("?")[0].rstrip("/"):
             self.note(path, f"has the @odata.id {document.get('@odata.id')}")
         self.check_headers(path, answer, document)
+        self.check_definition(path, answer, document)
+        self.check_actions(path, document)
         return document
+
+    def check_definition(self, path, answer, document):
+        """The path, the Id and the methods are those of the schema."""
+        name = document.get("@odata.type", "#.").rpartition(".")[2]
+        definition = self._schemas.load(f"{validate_redfish.BASE}{name}.json")["definitions"][name]
+        if path != SETTINGS:  # it has the path that @Redfish.Settings names
+            place = path.partition("?")[0]
+            pattern = next((pattern for pattern in definition.get("uris", [])
+                            if re.fullmatch(re.sub(r"\{\w+\}", "[^/]+", pattern), place)), None)
+            if pattern is None:
+                self.note(path, f"not one of {definition.get('uris')}")
+            elif pattern.endswith("}") and document.get("Id") != place.rpartition("/")[2]:
+                self.note(path, f"has the Id {document.get('Id')}")
+        allow = answer.headers.get("Allow", "").split(", ")
+        for method, member in (("POST", "insertable"), ("PATCH", "updatable"), ("PUT", "updatable"),
+                               ("DELETE", "deletable")):
+            if method in allow and not definition.get(member):
+                self.note(path, f"allows {method}, and is not {member}")
+
+    def check_actions(self, path, document):
+        for name, action in document.get("Actions", {}).items():
+            if action.get("target") != f"{path}/Actions/{name[1:]}":
+                self.note(path, f"{name} has the target {action.get('target')}")
 
     def check_headers(self, path, answer, document):
         allow = [word.strip() for word in answer.headers.get("Allow", "").split(",")]
