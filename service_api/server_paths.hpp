@@ -47,7 +47,9 @@ inline constexpr dp::fixed_path process_status{"/tmp/dp/status"};
 /// oldest lines replaces it. Readers skip a last line without a newline: it is being written.
 inline constexpr dp::fixed_path history{"/var/dp/history"};
 
-/// The server's vital product data, one KEY=VALUE a line; UEFIID is the BIOS's build id.
+/// The server's vital product data, one KEY=VALUE a line; UEFIID is the BIOS's build id. What
+/// identifies the server has the keys AssetTag, HostName, Manufacturer, Model, PartNumber, SKU,
+/// SerialNumber and UUID; each may be missing.
 inline constexpr dp::fixed_path vital_product_data{"/var/dp/vpd.txt"};
 
 }  // namespace dp_service::server_paths

@@ -20,6 +20,7 @@
 #include "service_api/values_seal.hpp"
 #include "support/json.hpp"
 #include "support/read_file.hpp"
+#include "support/utf8.hpp"
 #include "transactions/command_status.hpp"
 #include "transactions/operations.hpp"
 
@@ -249,7 +250,8 @@ std::map<std::string, std::string> read_product_data() {
     while (!rest.empty()) {
         const std::size_t end = std::min(rest.find('\n'), rest.size());
         const std::string_view line = rest.substr(0, end);
-        if (const auto equals = line.find('='); equals != std::string_view::npos) {
+        const auto equals = line.find('=');
+        if (equals != std::string_view::npos && dp_support::utf8::count_characters(line)) {
             data.try_emplace(std::string(line.substr(0, equals)), line.substr(equals + 1));
         }
         rest.remove_prefix(std::min(end + 1, rest.size()));

@@ -69,7 +69,7 @@ struct server_snapshot {
     /// The changes that the settings service made, oldest first.
     std::shared_ptr<const change_log> history;
 
-    /// The server's vital product data.
+    /// The server's vital product data, by key; only what is UTF-8.
     std::map<std::string, std::string> product_data;
 
     [[nodiscard]] const file_state& state_of(watched_file file) const {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -55,14 +56,42 @@ json_value boot_json() {
     return body;
 }
 
+bool is_uuid(std::string_view text) {
+    constexpr std::string_view form = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
+    return text.size() == form.size() &&
+           std::equal(text.begin(), text.end(), form.begin(), [](char c, char like) {
+               const bool is_digit =
+                   (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+               return like == 'x' ? is_digit : c == like;
+           });
+}
+
+// Members with what identifies the server, which are keys of its product data. UUID is another.
+constexpr std::array<const char*, 7> identity_members{
+    "AssetTag", "HostName", "Manufacturer", "Model", "PartNumber", "SKU", "SerialNumber"};
+
+void add_identity(const std::map<std::string, std::string>& product_data, json_value& system) {
+    const auto add = [&](const char* member, const char* key) {
+        const auto found = product_data.find(key);
+        if (found != product_data.end() && !found->second.empty()) {
+            system.set(member, found->second);
+        }
+    };
+    for (const char* const name : identity_members) {
+        add(name, name);
+    }
+    add("BiosVersion", "UEFIID");
+    if (const auto found = product_data.find("UUID");
+        found != product_data.end() && is_uuid(found->second)) {
+        system.set("UUID", found->second);
+    }
+}
+
 json_value system_json(const server_snapshot& server) {
     json_value body = start_resource(resource_paths::system, "ComputerSystem", "system", "Server");
+    add_identity(server.product_data, body);
     body.set("SystemType", "Physical");
     body.set("PowerState", "On");
-    const auto build = server.product_data.find("UEFIID");
-    if (build != server.product_data.end()) {
-        body.set("BiosVersion", build->second);
-    }
     body.set("Status", json_value::object({{"State", "Enabled"}, {"Health", "OK"}}));
     body.set("Bios", reference(resource_paths::bios));
     body.set("LogServices", reference(resource_paths::log_services));
@@ -104,7 +133,10 @@ std::vector<message> problems_of_system_patch(const json_value& document) {
     request_members members(document);
     const json_value* const boot = members.any("Boot");
     members.read_only({"Id", "Name", "SystemType", "PowerState", "BiosVersion", "Status", "Bios",
-                       "LogServices", "Links", "Actions"});
+                       "LogServices", "Links", "Actions", "UUID"});
+    for (const char* const name : identity_members) {
+        members.read_only({name});
+    }
     members.unknown();
     auto problems = members.all();
     if (boot != nullptr && boot->kind != json_kind::object) {

@@ -5,6 +5,7 @@ Starts two servers with tools/dp-fleet, ends them in every way, and checks that 
 what it does when a server ends by itself, and with wrong usage.
 """
 
+import glob
 import os
 import re
 import resource
@@ -41,9 +42,22 @@ class Starter:
         identifiers = re.findall(r"redfish_uuid: (\S+)", text)
         if len(set(addresses)) != 2 or len(set(identifiers)) != 2:
             fail(f"the inventory is {text}")
+        for number, identifier in enumerate(identifiers, 1):
+            self.check_identity(number, identifier)
         if os.stat(line.split()[3]).st_mode & 0o077:
             fail("others can read the inventory")
         return fleet
+
+    def check_identity(self, number, identifier):
+        """What the Redfish service shows of a server is in its product data."""
+        found = glob.glob(f"{self.folder}/*/node-00{number}/var/dp/vpd.txt")
+        if len(found) != 1:
+            fail(f"product data: {found}")
+        with open(found[0], encoding="utf-8") as file:
+            data = dict(line.rstrip("\n").split("=", 1) for line in file)
+        if (data.get("UUID"), data.get("HostName")) != (identifier, f"node-00{number}") or \
+                not data.get("UEFIID") or not data.get("SerialNumber"):
+            fail(f"node-00{number} {identifier} has the product data {data}")
 
     def processes(self, program=""):
         found = []

@@ -321,8 +321,8 @@ TEST_F(bios_resources, overrides_no_boot_device) {
     EXPECT_THAT(refused.messages(),
                 ElementsAre("PropertyValueNotInList", "PropertyValueTypeError", "PropertyUnknown"));
     EXPECT_THAT(refused.text, HasSubstr("/Boot/BootSourceOverrideEnabled"));
-    EXPECT_THAT(patch_system(R"({"Name": "x", "AssetTag": "y"})").messages(),
-                ElementsAre("PropertyNotWritable", "PropertyUnknown"));
+    EXPECT_THAT(patch_system(R"({"Name": "x", "AssetTag": "y", "z": 1})").messages(),
+                ElementsAre("PropertyNotWritable", "PropertyNotWritable", "PropertyUnknown"));
     EXPECT_THAT(patch_system(R"({"Boot": 1})").messages(), ElementsAre("PropertyValueTypeError"));
     EXPECT_THAT(patch_system(R"({"Boot": {}})").messages(), ElementsAre("NoOperation"));
 }
@@ -337,6 +337,33 @@ TEST_F(bios_resources, tells_the_settings_service_which_user_asked) {
                   .status,
               204U);
     EXPECT_EQ(service->last_on_behalf_of(), "eve");
+}
+
+TEST_F(bios_resources, show_what_identifies_the_server) {
+    const auto shown = [this](const char* name) {
+        const auto system = get(dp_redfish::resource_paths::system);
+        const json_value* const found = system.body.find(name);
+        return found == nullptr ? "(none)" : found->text;
+    };
+    EXPECT_EQ(shown("BiosVersion"), "B1");
+    for (const char* const name : {"UUID", "HostName", "SerialNumber", "Model"}) {
+        EXPECT_EQ(shown(name), "(none)") << name;
+    }
+    const std::string file = test::root() + "/var/dp/vpd.txt";
+    test::write_file(file,
+                     "UEFIID=B2\nUUID=4c4c4544-0042-4a10-8031-B4C04F4D4D32\nHostName=node-001\n"
+                     "AssetTag=\nSerialNumber=A=1\nModel=\xff\nManufacturer=M\303\274ller\n"
+                     "SKU=S\nPartNumber=P\nOther=x\n");
+    EXPECT_EQ(shown("BiosVersion"), "B2");
+    EXPECT_EQ(shown("UUID"), "4c4c4544-0042-4a10-8031-B4C04F4D4D32");
+    EXPECT_EQ(shown("HostName"), "node-001");
+    EXPECT_EQ(shown("AssetTag"), "(none)") << "an empty text is no tag";
+    EXPECT_EQ(shown("SerialNumber"), "A=1");
+    EXPECT_EQ(shown("Model"), "(none)") << "not UTF-8";
+    EXPECT_EQ(shown("Manufacturer"), "M\303\274ller");
+    EXPECT_EQ(shown("Other"), "(none)");
+    test::write_file(file, "UUID=4c4c4544-0042-4a10-8031-B4C04F4D4D3\n");
+    EXPECT_EQ(shown("UUID"), "(none)") << "not a UUID";
 }
 
 TEST_F(bios_resources, makes_pending_values_current_by_a_reset_of_the_system) {
