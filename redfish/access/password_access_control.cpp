@@ -164,18 +164,26 @@ void password_access_control::decide_by_password(const http_request& request,
     const auto attempt = std::make_shared<const login_attempt>(login_attempt{
         std::move(read->user), std::move(read->password), request.peer, "Basic", credentials});
     const bool is_added = post([this, attempt, answer_all](worker_thread::modes mode) {
-        decision made{states::unavailable, {}};
-        if (mode == worker_thread::modes::run) {
-            made.state = check(*attempt);
-            if (made.state == states::known) {
-                made.caller = identity_of(attempt->user);
-                log_.login(attempt->user, attempt->peer, attempt->by);
-            }
-        }
-        answer_all(made);
+        answer_all(mode == worker_thread::modes::run ? decide(*attempt)
+                                                     : decision{states::unavailable, {}});
     });
     if (!is_added) {
         answer_all({states::unavailable, {}});
+    }
+}
+
+// Never throws: who waits for these credentials would wait for ever, and all who come later.
+password_access_control::decision password_access_control::decide(
+    const login_attempt& attempt) noexcept {
+    try {
+        decision made{check(attempt), {}};
+        if (made.state == states::known) {
+            made.caller = identity_of(attempt.user);
+            log_.login(attempt.user, attempt.peer, attempt.by);
+        }
+        return made;
+    } catch (...) {  // as when memory runs out
+        return {states::unavailable, {}};
     }
 }
 

@@ -122,6 +122,7 @@ class password_access_control final : public access_control {
                          const std::function<void(decision)>& done);
     void decide_by_password(const http_request& request, std::string_view authorization,
                             const std::function<void(decision)>& done);
+    [[nodiscard]] decision decide(const login_attempt& attempt) noexcept;
     [[nodiscard]] states check(const login_attempt& attempt);
     [[nodiscard]] states check_external(const login_attempt& attempt);
     states refuse(const login_attempt& attempt, bool has_account, const char* reason);

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <future>
+#include <new>
 #include <optional>
 #include <string>
 #include <thread>
@@ -408,6 +409,28 @@ TEST_F(password_access_control_test, several_threads_can_use_it) {
         thread.join();
     }
     EXPECT_TRUE(test::eventually([&] { return answers == threads_count * rounds * 4; }));
+}
+
+TEST_F(password_access_control_test, a_check_that_fails_keeps_nobody_waiting) {
+    std::atomic<bool> fails = true;
+    auto started = password_access_control::start({path,
+                                                   [&](const std::string&) {
+                                                       if (fails) {
+                                                           throw std::bad_alloc();
+                                                       }
+                                                   },
+                                                   steps.environment(),
+                                                   1,
+                                                   256,
+                                                   {512, 2}});
+    ASSERT_TRUE(started) << started.reason();
+    access = std::move(*started);
+    EXPECT_EQ(with_basic("eve", "eve's password").state, decision_states::unavailable);
+    EXPECT_EQ(with_basic("bob", "no password").state, decision_states::unavailable);
+    fails = false;
+    EXPECT_EQ(with_basic("eve", "eve's password").state, decision_states::known);
+    EXPECT_EQ(with_basic("bob", "no password").state, decision_states::refused);
+    access->stop();
 }
 
 }  // namespace
