@@ -7,6 +7,7 @@
 #include <spawn.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/types.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -71,7 +72,7 @@ class auth_helper {
     pid_t child = -1;
 };
 
-result<> connect_to(const std::string& path, auth_helper& helper) {
+result<> connect_to(const std::string& path, int patience_ms, auth_helper& helper) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     if (path.size() >= sizeof address.sun_path) {
@@ -79,7 +80,11 @@ result<> connect_to(const std::string& path, auth_helper& helper) {
     }
     std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
     helper.connection = file_descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    // Without a limit, connecting waits for as long as the other process accepts nobody.
+    const timeval patience{patience_ms / 1000, (patience_ms % 1000) * 1000};
     if (!helper.connection.is_open() ||
+        setsockopt(helper.connection.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience) !=
+            0 ||
         connect(helper.connection.get(), reinterpret_cast<const sockaddr*>(&address),
                 sizeof address) != 0) {
         return dp_support::system_failure("connect to", path, errno);
@@ -98,6 +103,8 @@ result<> start_program(const std::string& path, const std::string& service, auth
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, of_child.get(), STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, of_child.get(), STDOUT_FILENO);
+    // The connections of clients, which are not closed when a program is executed.
+    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     // The signals that this process blocks or handles itself.
@@ -221,7 +228,7 @@ result<bool> pam_accounts::check(const std::string& user, const secret_text& pas
         return dp_support::system_failure("start", chosen_.helper, errno);
     }
     const auto started = S_ISSOCK(info.st_mode)
-                             ? connect_to(chosen_.helper, helper)
+                             ? connect_to(chosen_.helper, chosen_.patience_ms, helper)
                              : start_program(chosen_.helper, chosen_.service, helper);
     if (!started) {
         return started.error();

@@ -1,5 +1,6 @@
 #include "redfish/access/pam_accounts.hpp"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -49,6 +50,28 @@ TEST_F(pam_accounts_test, without_a_verdict_nothing_is_decided) {
     EXPECT_FALSE(check_with("cat > /dev/null; printf x"));
     // Much shorter than the helper would take.
     EXPECT_FALSE(check_with("exec sleep 1000", 20));
+}
+
+TEST_F(pam_accounts_test, a_program_gets_no_other_descriptors) {
+    // As a client's connection, which must end when the service closes it.
+    const dp_support::file_descriptor connection(fcntl(STDIN_FILENO, F_DUPFD, 100));
+    ASSERT_GE(connection.get(), 100);
+    const std::string path = "/proc/$$/fd/" + std::to_string(connection.get());
+    EXPECT_TRUE(*check_with("cat > /dev/null; test -e " + path + " && printf 0 || printf 1"));
+}
+
+TEST_F(pam_accounts_test, a_socket_that_accepts_nobody_is_given_up) {
+    const dp_support::file_descriptor listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    ASSERT_LT(helper.size(), sizeof address.sun_path);
+    std::memcpy(address.sun_path, helper.c_str(), helper.size() + 1);
+    const auto* const name = reinterpret_cast<const sockaddr*>(&address);
+    ASSERT_EQ(bind(listener.get(), name, sizeof address), 0);
+    ASSERT_EQ(listen(listener.get(), 0), 0);
+    const dp_support::file_descriptor other(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    ASSERT_EQ(connect(other.get(), name, sizeof address), 0);
+    EXPECT_FALSE(check(20));
 }
 
 TEST_F(pam_accounts_test, a_missing_program_is_a_failure) {
