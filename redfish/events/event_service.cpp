@@ -1,6 +1,7 @@
 #include "redfish/events/event_service.hpp"
 
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 
 #include "redfish/resources/resource_json.hpp"
@@ -10,6 +11,9 @@ namespace dp_redfish {
 namespace {
 
 constexpr std::chrono::seconds tick_time{1};
+
+// Of the events that a client missed. A connection with 1 MiB that waits to be sent is closed.
+constexpr std::size_t most_missed_bytes = std::size_t{512} * 1024;
 
 // The first bytes of a stream: how long a client waits before it connects again.
 constexpr const char* first_text = "retry: 3000\n\n";
@@ -29,6 +33,26 @@ event_log::entries gap_entry() {
     gap->event = gap_event();
     gap->json = to_text(event_json(gap->event, gap->id), dp_support::json_layout::one_line);
     return {gap};
+}
+
+// What a stream begins with: the events that its client missed, or the newest of them if they are
+// very long, after a note that there were more. `missed` has no value if they are not known.
+std::vector<std::string> missed_texts(const std::optional<event_log::entries>& missed,
+                                      const event_log& log, const event_filter& filter) {
+    std::vector<std::string> texts = stream_texts(missed ? *missed : log.all(), filter);
+    std::size_t first = texts.size();
+    for (std::size_t bytes = 0; first > 0; --first) {
+        bytes += texts[first - 1].size();
+        if (bytes > most_missed_bytes) {
+            break;
+        }
+    }
+    if (!missed || first > 0) {
+        texts.erase(texts.begin(), texts.begin() + static_cast<std::ptrdiff_t>(first));
+        const auto gap = stream_texts(gap_entry(), {});
+        texts.insert(texts.begin(), gap.begin(), gap.end());
+    }
+    return texts;
 }
 
 }  // namespace
@@ -84,7 +108,7 @@ std::shared_ptr<event_service::reservation> event_service::reserve(stream_info w
         is_admitted = options_.admission_of(wanted.client);
     }
     const std::lock_guard lock(mutex_);
-    const std::string user = wanted.client.user;
+    std::string user = wanted.client.user;
     const auto of_user =
         std::count(reserved_.begin(), reserved_.end(), user) +
         std::count_if(streams_.begin(), streams_.end(),
@@ -93,10 +117,13 @@ std::shared_ptr<event_service::reservation> event_service::reserve(stream_info w
         static_cast<std::size_t>(of_user) >= options_.most_of_one_user) {
         return nullptr;
     }
-    reserved_.push_back(user);
+    // Before the reservation, whose destructor would wait for the mutex.
+    reserved_.reserve(reserved_.size() + 1);
     wanted.id = std::to_string(++opened_);
-    return std::make_shared<reservation>(*this, std::move(wanted), std::move(is_admitted),
-                                         std::move(filter), std::move(last_id));
+    auto made = std::make_shared<reservation>(*this, std::move(wanted), std::move(is_admitted),
+                                              std::move(filter), std::move(last_id));
+    reserved_.push_back(std::move(user));
+    return made;
 }
 
 void event_service::give_back(const std::string& user) {
@@ -117,14 +144,8 @@ void event_service::begin(const std::shared_ptr<reservation>& reserved,
         }
         stream->write(first_text);
         if (!reserved->last_id_.empty()) {
-            auto missed = log_.after(reserved->last_id_);
-            if (!missed) {
-                missed = log_.all();
-                for (auto& text : stream_texts(gap_entry(), {})) {
-                    stream->write(std::move(text));
-                }
-            }
-            for (auto& text : stream_texts(*missed, reserved->filter_)) {
+            for (auto& text :
+                 missed_texts(log_.after(reserved->last_id_), log_, reserved->filter_)) {
                 stream->write(std::move(text));
             }
         }

@@ -130,6 +130,25 @@ TEST_F(event_service_test, sends_what_a_client_missed) {
     EXPECT_THAT(again->events(), ElementsAre("ServerRestarted", "ServerRestarted"));
 }
 
+TEST_F(event_service_test, sends_the_newest_of_very_long_events_that_a_client_missed) {
+    event_service service(stepped());
+    const auto before = open(service);
+    publish_restart(service);
+    const std::string first = before->ids().at(0);
+    before->close();
+    for (int i = 0; i < 200; ++i) {
+        service.publish(make_event("SettingsEvents", "PendingValueSet",
+                                   {std::to_string(i), std::string(4096, 'x')},
+                                   "/redfish/v1/Systems/system/Bios/Settings", "Bios", ""));
+    }
+    const auto stream = open(service, "eve", first);
+    const auto events = stream->events();
+    ASSERT_GT(events.size(), 10U);
+    EXPECT_EQ(events.front(), "EventBufferExceeded");
+    EXPECT_THAT(events.back(), testing::StartsWith("PendingValueSet 199 "));
+    EXPECT_LT(stream->text().size(), 600'000U) << "a connection with more is closed";
+}
+
 TEST_F(event_service_test, says_when_a_client_may_have_missed_events) {
     event_service service(stepped());
     publish_restart(service);
