@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -164,9 +165,7 @@ void server_model::read_files() {
                 has_reading_job_ = false;
                 return;
             }
-            in_work_.insert(in_work_.end(), std::make_move_iterator(waiting_.begin()),
-                            std::make_move_iterator(waiting_.end()));
-            waiting_.clear();
+            in_work_.swap(waiting_);  // which is empty here
             reading_since_ = clock::now();
         }
         snapshot_pointer snapshot = fresh_snapshot();
@@ -175,7 +174,7 @@ void server_model::read_files() {
             snapshot = read_snapshot();
         }
         waiting_reads done;
-        std::function<void(const snapshot_pointer&)> observer;
+        bool was_known_as_stuck = false;
         {
             const std::lock_guard lock(mutex_);
             if (snapshot != nullptr) {
@@ -183,13 +182,13 @@ void server_model::read_files() {
             }
             done.swap(in_work_);
             reading_since_ = {};
-            if (std::exchange(is_known_as_stuck_, false)) {
-                log("can read the server's files again");
-            }
-            observer = is_new && snapshot != nullptr ? observer_ : nullptr;
+            was_known_as_stuck = std::exchange(is_known_as_stuck_, false);
         }
-        if (observer) {
-            call_guarded([&] { observer(snapshot); });
+        if (was_known_as_stuck) {
+            call_guarded([&] { log("can read the server's files again"); });
+        }
+        if (is_new && snapshot != nullptr && observer_) {
+            call_guarded([&] { observer_(snapshot); });
         }
         for (const auto& each : done) {
             call_guarded([&] { each.take(snapshot); });
@@ -346,8 +345,9 @@ bool server_model::has_settings_service() {
     path.copy(address.sun_path, path.size());
     const dp_support::file_descriptor socket(
         ::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-    return socket.is_open() &&
-           connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    return socket.is_open() && (connect(socket.get(), reinterpret_cast<const sockaddr*>(&address),
+                                        sizeof address) == 0 ||
+                                errno == EAGAIN);  // many others wait for it
 }
 
 }  // namespace dp_redfish
