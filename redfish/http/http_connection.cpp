@@ -386,10 +386,11 @@ void http_connection::hand_over() {
         refuse({503, "The server is busy with other requests."});
         return;
     }
-    ++server_.running_requests;
     ++serial_;
     enter(states::answering, limits().answer_time);
     const auto slot = std::make_shared<answer_slot>(entrance_, weak_from_this(), serial_);
+    // From now on the slot takes it back.
+    ++server_.running_requests;
     try {
         server_.handler.handle(
             request_, [slot](http_response response) { slot->respond(std::move(response)); });

@@ -149,10 +149,19 @@ class http_server::running_server {
                 return;
             }
             if (!error) {
-                add(std::move(socket));
+                add_guarded(std::move(socket));
             }
             accept();
         });
+    }
+
+    // What one connection throws must not keep the next ones from being accepted.
+    void add_guarded(asio::ip::tcp::socket socket) {
+        try {
+            add(std::move(socket));
+        } catch (const std::exception& problem) {  // as when memory runs out
+            context_.log(std::string("cannot serve a connection: ") + problem.what());
+        }
     }
 
     // Without descriptors the connection remains in the queue; another that ends gives one back.
