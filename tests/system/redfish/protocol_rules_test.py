@@ -17,6 +17,7 @@ import ssl
 import sys
 import time
 import traceback
+import urllib.parse
 import warnings
 import xml.etree.ElementTree
 
@@ -297,6 +298,18 @@ def rule_queries_are_followed_or_refused(client):
                                "PowerState"} and "PowerState" in selected, selected)
     refused = client.ask("PATCH", SETTINGS + "?$select=Id", {"Attributes": {}})
     expect(refused.status == 400, refused)
+
+
+def rule_expand_follows_the_references_that_it_names(client):
+    for sign, subordinate, linked in (("*", True, True), (".", True, False), ("~", False, True)):
+        for levels in ("", "($levels=1)"):
+            query = urllib.parse.urlencode({"$expand": sign + levels})
+            root = client.get(ROOT + "?" + query).json()
+            for name, value in root.items():
+                if isinstance(value, dict) and "@odata.id" in value:
+                    expect((len(value) > 1) == subordinate, (query, name, value))
+            for name, value in root["Links"].items():
+                expect((len(value) > 1) == linked, (query, name, value))
 
 
 def rule_collections_count_all_members(client):
