@@ -54,6 +54,11 @@ class bios_resources : public testing::Test {
         return test::send(gateway_, "POST", path, body);
     }
 
+    // Runs the operation of a route for a request that was admitted.
+    void run(const char* method, const char* path, const std::shared_ptr<dp_redfish::call>& sent) {
+        routes_.find(method, path).found->run(sent);
+    }
+
     void log_in(const std::string& user) { access_.next.caller.user = user; }
 
     // A value of the pending or the current ones, as JSON text.
@@ -339,7 +344,22 @@ TEST_F(bios_resources, tells_the_settings_service_which_user_asked) {
     EXPECT_EQ(service->last_on_behalf_of(), "eve");
 }
 
-TEST_F(bios_resources, show_what_identifies_the_server) {
+TEST_F(bios_resources, changes_nothing_when_the_operation_was_cancelled_before_it_began) {
+    start_service();
+    bool is_answered = false;
+    const auto cancelled = std::make_shared<dp_redfish::call>();
+    cancelled->request = std::make_shared<dp_redfish::http_request>();
+    cancelled->document = dp_support::parse_json(R"({"Attributes": {"Delay": 60}})").root;
+    cancelled->respond = [&](const dp_redfish::answer&) { is_answered = true; };
+    cancelled->begin = [] { return false; };
+    run("PATCH", dp_redfish::resource_paths::bios_settings, cancelled);
+    // The next one, which is carried out after it.
+    ASSERT_EQ(patch(R"({"Attributes": {"Label": "net"}})").status, 200U);
+    EXPECT_FALSE(is_answered);
+    EXPECT_EQ(pending("Delay"), "5");
+}
+
+TEST_F(bios_resources, shows_what_identifies_the_server) {
     const auto shown = [this](const char* name) {
         const auto system = get(dp_redfish::resource_paths::system);
         const json_value* const found = system.body.find(name);
