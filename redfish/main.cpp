@@ -41,6 +41,7 @@
 #include "redfish/resources/session_routes.hpp"
 #include "redfish/resources/task_resources.hpp"
 #include "redfish/resources/task_store.hpp"
+#include "support/folder_of.hpp"
 #include "support/process_log.hpp"
 #include "support/program_main.hpp"
 
@@ -218,6 +219,10 @@ int serve(const service_options& chosen) {
     const sigset_t signals = block_signals();
     if (const auto prepared = prepare_state_folder(chosen.state_folder); !prepared) {
         return fail(prepared.reason());
+    }
+    for (const std::string& folder :
+         {chosen.state_folder, dp_support::folder_of(chosen.accounts)}) {
+        dp_redfish::remove_left_files(folder);
     }
     const certificate_source source(chosen);
     auto options = server_options(chosen);

@@ -7,12 +7,26 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "support/folder_of.hpp"
 #include "support/remove_or_set_aside.hpp"
 
 namespace dp_support {
+namespace {
+
+// Of temporary files with unique names; the last six characters differ.
+constexpr std::string_view unique_name = ".dp_XXXXXX";
+
+bool is_unique_name(const std::string& name) {
+    constexpr std::size_t fixed = unique_name.size() - 6;
+    return name.size() == unique_name.size() &&
+           name.compare(0, fixed, unique_name.substr(0, fixed)) == 0;
+}
+
+}  // namespace
 
 staged_file::staged_file(std::string path, durability how)
     : path_(std::move(path)), staged_path_(path_ + ".new"), durability_(how) {
@@ -28,7 +42,8 @@ staged_file::staged_file(std::string path, durability how)
 }
 
 staged_file::staged_file(std::string path, durability how, mode_t mode)
-    : path_(std::move(path)), staged_path_(folder_of(path_) + "/.dp_XXXXXX"), durability_(how) {
+    : path_(std::move(path)), staged_path_(folder_of(path_) + '/'), durability_(how) {
+    staged_path_ += unique_name;
     file_ = file_descriptor(mkostemp(staged_path_.data(), O_CLOEXEC));
     if (!file_.is_open()) {
         fail("create", staged_path_, errno);
@@ -90,6 +105,19 @@ result<> staged_file::replace() {
         }
     }
     return {};
+}
+
+void remove_staged_files(const std::string& folder) {
+    std::error_code error;
+    std::filesystem::directory_iterator each(folder, error);
+    for (; !error && each != std::filesystem::directory_iterator(); each.increment(error)) {
+        struct stat found {};
+        const std::string path = each->path().string();
+        if (is_unique_name(each->path().filename().string()) && lstat(path.c_str(), &found) == 0 &&
+            S_ISREG(found.st_mode) && (found.st_uid == geteuid() || found.st_uid == 0)) {
+            std::remove(path.c_str());
+        }
+    }
 }
 
 result<> write_private_file(const std::string& path, std::string_view content) {

@@ -79,6 +79,10 @@ class staged_file {
     bool in_place_ = false;
 };
 
+/// Removes the temporary files with unique names that killed processes left in a folder: those of
+/// this user and of root. Call it while nobody writes such a file there.
+void remove_staged_files(const std::string& folder);
+
 /// Replaces the file `path` by `content`, durably, with mode 0600. The code of a failure is a value
 /// of errno.
 result<> write_private_file(const std::string& path, std::string_view content);

@@ -14,10 +14,13 @@
 #include "redfish/access/accounts_file.hpp"
 #include "redfish/access/password_hash.hpp"
 #include "support/folder_of.hpp"
+#include "support/read_file.hpp"
 #include "support/staged_file.hpp"
 
 namespace dp_redfish {
 namespace {
+
+constexpr std::size_t greatest_first_password = 1024;
 
 dp_support::result<> write_first_password(const std::string& accounts_path,
                                           const secret_text& password) {
@@ -28,6 +31,28 @@ dp_support::result<> write_first_password(const std::string& accounts_path,
     return file.complete()
         .and_then([&] { return give_to_folder_owner(file.staged_path()); })
         .and_then([&] { return file.replace(); });
+}
+
+// Removes the file with the first password if that is no longer the password: whoever changed it
+// may have been killed before he removed the file.
+void remove_outdated_first_password(const accounts_file& file) {
+    const std::string path = first_password_path(file.path());
+    auto text = dp_support::read_file(path, greatest_first_password);
+    if (!text) {
+        return;
+    }
+    const secret_text password(std::string_view(*text).substr(0, text->find('\n')));
+    dp_support::wipe(*text);
+    const auto content = file.read();
+    if (!content) {
+        return;
+    }
+    const account* const first = content->data.find(first_account_name);
+    const auto matches =
+        first != nullptr ? matches_hash(password, first->password_hash) : dp_support::result(false);
+    if (matches && !*matches) {
+        remove_first_password(file.path());
+    }
 }
 
 }  // namespace
@@ -75,6 +100,7 @@ dp_support::result<bool> make_first_account(const std::string& accounts_path,
         return lock.error();
     }
     if (file.present_version() != accounts_file::version()) {
+        remove_outdated_first_password(file);
         return false;
     }
     const auto password = random_password(environment);

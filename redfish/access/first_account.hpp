@@ -25,6 +25,7 @@ dp_support::result<secret_text> random_password(const access_environment& enviro
 /// If there is nothing at `accounts_path`, makes the accounts file with the first account and
 /// writes its random password to `first_password_path`. Makes the folder, for this user alone, if
 /// it is missing. True when it made the account: the caller then reports where the password is.
+/// Otherwise removes the file of the first password if the account has another one.
 /// @param hash_cost  as in `hash_password`
 dp_support::result<bool> make_first_account(const std::string& accounts_path,
                                             const access_environment& environment,

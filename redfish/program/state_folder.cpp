@@ -1,5 +1,7 @@
 #include "redfish/program/state_folder.hpp"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,6 +11,7 @@
 #include <system_error>
 
 #include "redfish/access/access_environment.hpp"
+#include "support/file_descriptor.hpp"
 #include "support/read_file.hpp"
 #include "support/staged_file.hpp"
 
@@ -33,6 +36,15 @@ result<> prepare_state_folder(const std::string& path) {
         return failure{path + " is not a folder which only this user can change"};
     }
     return {};
+}
+
+void remove_left_files(const std::string& folder) {
+    const dp_support::file_descriptor handle(
+        open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    // Who changes the accounts holds this lock.
+    if (handle.is_open() && flock(handle.get(), LOCK_EX | LOCK_NB) == 0) {
+        dp_support::remove_staged_files(folder);
+    }
 }
 
 result<std::string> service_uuid(const std::string& state_folder) {

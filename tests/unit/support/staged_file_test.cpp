@@ -153,4 +153,20 @@ TEST_F(staged_file_test, a_private_file_is_for_its_owner_alone) {
     EXPECT_EQ(dp_support::write_private_file(path + "/missing/file", "").code(), ENOTDIR);
 }
 
+TEST_F(staged_file_test, what_killed_processes_left_is_removed) {
+    const std::string folder = test::root() + "/var/dp";
+    for (const char* const name :
+         {"/.dp_abc123", "/.dp_a", "/.dp_abc1234", "/dp_abc123", "/file"}) {
+        test::write_file(folder + name, "kept");
+    }
+    std::filesystem::create_directory(folder + "/.dp_folder");
+    dp_support::remove_staged_files(folder);
+    EXPECT_FALSE(fileexist(folder + "/.dp_abc123"));
+    for (const char* const name : {"/.dp_a", "/.dp_abc1234", "/dp_abc123", "/file"}) {
+        EXPECT_TRUE(fileexist(folder + name)) << name;
+    }
+    EXPECT_TRUE(std::filesystem::exists(folder + "/.dp_folder"));
+    dp_support::remove_staged_files(folder + "/none");
+}
+
 }  // namespace

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "redfish/access/accounts_file.hpp"
+#include "redfish/access/add_account.hpp"
 #include "redfish/access/password_hash.hpp"
 #include "tests/support/file_size_limit.hpp"
 #include "tests/support/scratch_files.hpp"
@@ -52,6 +53,20 @@ TEST_F(make_first_account_test, what_is_there_is_left_as_it_is) {
     ASSERT_TRUE(made);
     EXPECT_FALSE(*made);
     EXPECT_EQ(test::read_file(path), "damaged");
+    EXPECT_EQ(test::read_file(first_password_path(path)), "");
+}
+
+TEST_F(make_first_account_test, the_file_of_a_password_that_was_changed_is_removed) {
+    ASSERT_TRUE(*make_first_account(path, steps.environment(), 1));
+    const std::string password = test::read_file(first_password_path(path));
+    EXPECT_FALSE(*make_first_account(path, steps.environment(), 1));
+    EXPECT_EQ(test::read_file(first_password_path(path)), password) << "it is the password";
+    ASSERT_TRUE(add_account(path, "admin", dp_redfish::roles::administrator,
+                            secret_text(std::string_view("another password")), steps.environment(),
+                            1));
+    // As when the process was killed before it removed the file.
+    test::write_file(first_password_path(path), password);
+    EXPECT_FALSE(*make_first_account(path, steps.environment(), 1));
     EXPECT_EQ(test::read_file(first_password_path(path)), "");
 }
 
