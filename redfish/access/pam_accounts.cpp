@@ -81,7 +81,7 @@ result<> connect_to(const std::string& path, int patience_ms, auth_helper& helpe
     std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
     helper.connection = file_descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     // Without a limit, connecting waits for as long as the other process accepts nobody.
-    const timeval patience{patience_ms / 1000, (patience_ms % 1000) * 1000};
+    const timeval patience{patience_ms / 1000, static_cast<suseconds_t>(patience_ms % 1000) * 1000};
     if (!helper.connection.is_open() ||
         setsockopt(helper.connection.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience) !=
             0 ||

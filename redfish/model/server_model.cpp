@@ -323,13 +323,14 @@ snapshot_pointer server_model::read_now() {
 
 bool server_model::change(change_job job) {
     return changes_.post(
-        [job = std::move(job), cancel = is_ending_.get()](worker_thread::modes mode) {
+        [job = std::move(job), cancel = is_ending_.get(),
+         start_by = clock::now() + options_.change_patience](worker_thread::modes mode) {
             if (mode == worker_thread::modes::cancel) {
                 return;
             }
-            constexpr std::chrono::seconds longest_wait{30};
             dp_service::settings_client client;
-            client.start_timeout = longest_wait;
+            client.start_timeout = std::max(
+                std::chrono::duration_cast<milliseconds>(start_by - clock::now()), milliseconds(0));
             client.cancel_descriptor = cancel;
             job(client);
         });

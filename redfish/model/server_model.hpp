@@ -33,6 +33,9 @@ class server_model {
         /// The same for a reader that must not get old values, and for the first one, which also
         /// waits for the template to be expanded.
         std::chrono::milliseconds long_patience{30'000};
+        /// How long a change waits for others and for the settings service before it begins. Less
+        /// than a client waits for its answer: a change that was given up is not made later.
+        std::chrono::milliseconds change_patience{30'000};
         /// Whether the files are read again as soon as they change, and not only at the next read.
         bool watches_files = false;
         file_watch::kernel kernel = file_watch::kernel::of_system();
@@ -63,7 +66,8 @@ class server_model {
     /// The same for a change, which waits for it, and never gets what the files contained earlier.
     snapshot_pointer read_now();
 
-    /// A request to the settings service, on the thread that waits for it.
+    /// A request to the settings service, on the thread that waits for it. The client's
+    /// `start_timeout` is what remains of `options::change_patience`.
     using change_job = std::function<void(dp_service::settings_client&)>;
 
     /// Adds a job after those that wait. False if too many wait: then it is dropped.

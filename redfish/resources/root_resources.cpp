@@ -108,7 +108,7 @@ std::string metadata_text() {
         std::vector<std::string> namespaces{name};
         if (name == "AttributeRegistry") {
             for (const auto& version : attribute_registry_versions()) {
-                namespaces.push_back(name + '.' + version);
+                namespaces.push_back("AttributeRegistry." + version);
             }
         } else if (!schema.version.empty()) {
             namespaces.push_back(name + '.' + std::string(schema.version));

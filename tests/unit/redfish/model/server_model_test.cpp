@@ -120,6 +120,19 @@ TEST_F(server_model_test, refuses_changes_when_too_many_wait) {
     release.set_value();
 }
 
+TEST_F(server_model_test, does_not_begin_changes_that_waited_too_long) {
+    const test::applying_service service({});
+    server_model impatient({.change_patience = std::chrono::milliseconds(0)});
+    std::promise<dp_service::settings_client::states> outcome;
+    impatient.change([&](dp_service::settings_client& client) {
+        std::vector<dp_service::settings_client::change> commands{{"Boot.Mode", "Legacy"}};
+        outcome.set_value(client.change_settings(commands).state);
+    });
+    EXPECT_EQ(outcome.get_future().get(), dp_service::settings_client::states::withdrawn);
+    EXPECT_EQ(value(model.read_now(), "Mode"), "UEFI");
+    impatient.stop();  // the thread uses the promise
+}
+
 TEST_F(server_model_test, ends_at_whatever_moment_it_is_stopped) {
     for (int i = 0; i < 1000; ++i) {
         server_model stopped;
