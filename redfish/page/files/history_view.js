@@ -40,6 +40,11 @@ export class HistoryView {
   #api;
   #view;
   #body = element("tbody");
+  #table = element("div", { class: "table-frame", tabIndex: 0, role: "region", "aria-labelledby": "title" },
+    element("table", { class: "history" },
+      element("thead", {}, element("tr", {},
+        ...["Time", "Change", "Made by"].map((title) => element("th", { scope: "col" }, title)))),
+      this.#body));
   #older = button("Show older changes", { class: "more", onclick: () => this.#showOlder() });
   #note = element("p", { class: "muted" });
   #first = 0; // the index of the oldest entry that is shown
@@ -52,13 +57,9 @@ export class HistoryView {
   }
 
   async show() {
-    const head = ["Time", "Change", "Made by"].map((title) => element("th", { scope: "col" }, title));
-    this.#view.replaceChildren(
-      element("h1", { tabIndex: -1, id: "title" }, "History"),
-      this.#note,
-      element("div", { class: "table-frame", tabIndex: 0, role: "region", "aria-labelledby": "title" },
-        element("table", { class: "history" }, element("thead", {}, element("tr", {}, ...head)), this.#body)),
+    this.#view.replaceChildren(element("h1", { tabIndex: -1, id: "title" }, "History"), this.#note, this.#table,
       this.#older);
+    this.#table.hidden = true;
     this.#older.hidden = true;
     this.#note.textContent = "Reading…";
     await this.update();
@@ -77,7 +78,7 @@ export class HistoryView {
     const first = Math.max(0, total - PAGE);
     const { entries } = total === 0 ? { entries: [] } : await this.#read(first, PAGE);
     const newest = `${total} ${entries[entries.length - 1]?.["@odata.id"] ?? ""}`;
-    if (newest === this.#newest && this.#body.isConnected && this.#body.childElementCount > 0) {
+    if (newest === this.#newest && this.#body.isConnected && !this.#table.hidden) {
       return;
     }
     this.#newest = newest;
@@ -98,6 +99,7 @@ export class HistoryView {
   #showRest() {
     this.#note.textContent = this.#total === 0 ? "Nothing was changed yet."
       : `The newest ${this.#total - this.#first} of ${this.#total} changes.`;
+    this.#table.hidden = this.#total === 0;
     this.#older.hidden = this.#first === 0;
   }
 }

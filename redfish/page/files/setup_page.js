@@ -190,7 +190,7 @@ export class SetupPage {
       this.#api.getUnless(BIOS_SETTINGS, ""),
     ]);
     this.#system = system;
-    setText(at("server-name"), system.BiosVersion ? `BIOS ${system.BiosVersion}` : String(system.Name ?? ""));
+    this.#showServer();
     const id = String(pending.body.AttributeRegistry ?? "");
     if (this.#settings === null || this.#registryId !== id || !this.#hasSameSettings(pending.body.Attributes)) {
       await this.#readRegistry(id);
@@ -282,6 +282,17 @@ export class SetupPage {
     if (location.hash === HISTORY_ADDRESS) {
       await this.#history.update();
     }
+  }
+
+  #showServer() {
+    const { HostName, BiosVersion, Name } = this.#system;
+    const facts = [HostName, BiosVersion ? `BIOS ${BiosVersion}` : ""].filter(Boolean);
+    setText(at("server-name"), facts.join(" · ") || String(Name ?? ""));
+  }
+
+  // Of the browser's tab: with the server's name, where it has one.
+  #setTitle(text) {
+    document.title = `${text} – ${this.#system.HostName || "Server setup"}`;
   }
 
   #showService(manager) {
@@ -415,14 +426,14 @@ export class SetupPage {
     let menu = null;
     if (this.#isFinding()) {
       count = this.#view.showFound(this.#menus, at("search").value, at("filter").value);
-      document.title = "Search – Server setup";
+      this.#setTitle("Search");
     } else if (location.hash === HISTORY_ADDRESS) {
-      document.title = "History – Server setup";
+      this.#setTitle("History");
       this.#act(() => this.#history.show());
     } else {
       menu = this.#currentMenu();
       this.#view.showMenu(menu);
-      document.title = `${fullTitle(menu) || "Settings"} – Server setup`;
+      this.#setTitle(fullTitle(menu) || "Settings");
     }
     this.#menuView.select(menu);
     this.#showChanges();

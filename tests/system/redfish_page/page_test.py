@@ -106,6 +106,42 @@ class PageTests:
         browser.driver.refresh()
         browser.wait_for("#login-form")
 
+    def test_the_name_of_the_server_is_shown(self):
+        browser = self.browser
+        self.start()
+        browser.wait_for_text("#title", "Main")
+        require(browser.driver.title == "Main – Server setup", browser.driver.title)
+        path = os.path.join(self.server.root, "var/dp/vpd.txt")
+        with open(path, encoding="utf-8") as file:
+            text = file.read()
+        try:
+            with open(path, "a", encoding="utf-8") as file:
+                file.write("HostName=node-<b>7\n")
+            browser.driver.refresh()
+            browser.wait_for_text("#server-name", "node-<b>7 · BIOS ")
+            browser.wait_for_text("#title", "Main")
+            require(browser.driver.title == "Main – node-<b>7", browser.driver.title)
+        finally:
+            with open(path, "w", encoding="utf-8") as file:
+                file.write(text)
+
+    def test_a_history_without_changes_has_no_table(self):
+        browser = self.browser
+        path = os.path.join(self.server.root, "var/dp/history")
+        kept = path + ".kept"
+        if os.path.exists(path):
+            os.rename(path, kept)
+        try:
+            self.start("/#/history")
+            browser.wait_for_text("#view", "Nothing was changed yet.")
+            require(not browser.find(".history").is_displayed(), "there is a table")
+            self.change_elsewhere(Note="first")
+            browser.wait_for_text(".history", "first")
+            require("Nothing" not in browser.find("#view").text, browser.find("#view").text)
+        finally:
+            if os.path.exists(kept):
+                os.rename(kept, path)
+
     def test_all_edits_are_saved_by_one_request(self):
         browser = self.browser
         self.start()
