@@ -7,7 +7,7 @@ import { chooseFile, confirmAction, offerFile, showDialog } from "./dialogs.js";
 import { button, element, icon, plural, setText } from "./dom.js";
 import { HistoryView } from "./history_view.js";
 import { LiveUpdates } from "./live_updates.js";
-import { buildMenus, fullTitle, menusBelow } from "./menu_tree.js";
+import { buildMenus, menusBelow } from "./menu_tree.js";
 import { MenuView, menuAddress } from "./menu_view.js";
 import { sortMessages } from "./refusals.js";
 import { Settings } from "./settings.js";
@@ -433,7 +433,7 @@ export class SetupPage {
     } else {
       menu = this.#currentMenu();
       this.#view.showMenu(menu);
-      this.#setTitle(fullTitle(menu) || "Settings");
+      this.#setTitle(menu.title || "Settings");
     }
     this.#menuView.select(menu);
     this.#showChanges();
