@@ -14,8 +14,16 @@ export class Refusal extends Error {
       `The service answered with status ${answer.status}.`);
     this.status = answer.status;
     this.messages = messagesOf(answer.body);
+    const change = this.messages.find((message) => isMessage(message, "PasswordChangeRequired"));
+    /** The account whose password has to be changed before anything else; empty: there is none. */
+    this.accountToChange = this.status === 403 && change !== undefined ? String(change.MessageArgs?.[0] ?? "") : "";
     this.retryAfter = Number(answer.headers.get("Retry-After")) || 0;
   }
+}
+
+/** Whether nothing can be done before the user logs in again or changes the password. */
+export function needsLogin(problem) {
+  return problem instanceof Refusal && (problem.status === 401 || problem.accountToChange !== "");
 }
 
 /** The messages of an answer, of a resource or of an error. */
@@ -45,9 +53,11 @@ function localPath(address) {
 export class ApiClient {
   #session = null;
 
-  /** `onLogout` is called when the service no longer accepts the session. */
-  constructor(onLogout) {
+  /** `onLogout` is called when the service no longer accepts the session, and `onPasswordChange` with
+   * the path of the user's account when its password has to be changed first. */
+  constructor({ onLogout, onPasswordChange }) {
     this.onLogout = onLogout;
+    this.onPasswordChange = onPasswordChange;
     try {
       this.#session = JSON.parse(sessionStorage.getItem(SESSION_KEY));
     } catch {
@@ -118,7 +128,11 @@ export class ApiClient {
       this.onLogout();
     }
     if (answer.status >= 400) {
-      throw new Refusal(answer);
+      const refusal = new Refusal(answer);
+      if (refusal.accountToChange !== "" && token === this.#session?.token) {
+        this.onPasswordChange(refusal.accountToChange);
+      }
+      throw refusal;
     }
     return answer;
   }

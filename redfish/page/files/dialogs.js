@@ -33,6 +33,13 @@ export function showDialog({ title, content, actions, wide = false }) {
   });
 }
 
+/** Ends the dialogs that are open, as Escape does. */
+export function closeDialogs() {
+  document.querySelectorAll("dialog[open]").forEach((dialog) => {
+    dialog.dispatchEvent(new Event("cancel", { cancelable: true }));
+  });
+}
+
 /** Asks whether to do something that cannot be taken back. */
 export async function confirmAction({ title, content, label, kind = "danger" }) {
   const answer = await showDialog({

@@ -45,7 +45,9 @@ export class HistoryView {
       element("thead", {}, element("tr", {},
         ...["Time", "Change", "Made by"].map((title) => element("th", { scope: "col" }, title)))),
       this.#body));
-  #older = button("Show older changes", { class: "more", onclick: () => this.#showOlder() });
+  #older = button("Show older changes", { class: "more", onclick: () => {
+    this.#showOlder().catch(() => { this.#note.textContent = "The older changes could not be read."; });
+  } });
   #note = element("p", { class: "muted" });
   #first = 0; // the index of the oldest entry that is shown
   #total = 0;
@@ -62,7 +64,12 @@ export class HistoryView {
     this.#table.hidden = true;
     this.#older.hidden = true;
     this.#note.textContent = "Reading…";
-    await this.update();
+    try {
+      await this.update();
+    } catch (problem) {
+      this.#note.textContent = "The changes could not be read.";
+      throw problem;
+    }
   }
 
   // Entries from an index on, with their total number.

@@ -1,17 +1,26 @@
 // The setup page: logs in, then shows the setup.
 
 import { ApiClient, ConnectionProblem } from "./api_client.js";
+import { closeDialogs } from "./dialogs.js";
 import { SetupPage } from "./setup_page.js";
 
 const at = (id) => document.getElementById(id);
 
 let page = null;
+let accountPath = ""; // of the account whose password has to be changed
 
-function showLogin(reason = "") {
+// Shows one of the forms instead of the setup.
+function showForm(id) {
+  closeDialogs();
   at("setup").hidden = true;
   at("login").hidden = false;
-  at("login-form").hidden = false;
-  at("password-form").hidden = true;
+  for (const each of ["login-form", "password-form"]) {
+    at(each).hidden = each !== id;
+  }
+}
+
+function showLogin(reason = "") {
+  showForm("login-form");
   at("login-error").textContent = reason;
   at("login-password").value = "";
   document.title = "Log in – Server setup";
@@ -19,9 +28,24 @@ function showLogin(reason = "") {
   (user.value === "" ? user : at("login-password")).focus();
 }
 
-const api = new ApiClient(() => {
-  page?.pause();
-  showLogin("The session has ended. Log in again; changes that are not saved are kept.");
+function showPasswordChange(account) {
+  accountPath = account;
+  showForm("password-form");
+  at("password-error").textContent = "";
+  document.title = "New password – Server setup";
+  at("new-password").focus();
+}
+
+const api = new ApiClient({
+  onLogout: () => {
+    page?.pause();
+    showLogin(page?.hasEdits ? "The session has ended. Log in again; changes that are not saved are kept."
+      : "The session has ended. Log in again.");
+  },
+  onPasswordChange: (account) => {
+    page?.pause();
+    showPasswordChange(account);
+  },
 });
 
 async function showSetup() {
@@ -59,8 +83,6 @@ async function submit(button, error, act) {
   }
 }
 
-let accountPath = "";
-
 at("login-form").addEventListener("submit", (event) => {
   event.preventDefault();
   const user = at("login-user");
@@ -78,10 +100,7 @@ at("login-form").addEventListener("submit", (event) => {
       await showSetup();
       return;
     }
-    accountPath = account;
-    at("login-form").hidden = true;
-    at("password-form").hidden = false;
-    at("new-password").focus();
+    showPasswordChange(account);
   });
 });
 
@@ -104,6 +123,12 @@ at("password-form").addEventListener("submit", (event) => {
     await showSetup();
   });
 });
+
+at("password-cancel").addEventListener("click", () =>
+  submit(at("password-cancel"), at("password-error"), async () => {
+    await api.logOut();
+    showLogin();
+  }));
 
 if (api.session === null) {
   showLogin();

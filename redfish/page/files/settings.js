@@ -165,6 +165,16 @@ export class Settings {
     this.#evaluate();
   }
 
+  /** The service took these values, {name: value}: they are no longer edits, unless they were edited
+   * again. To be followed by `take`: the values that the service shows may be others, as of a password. */
+  forgetSaved(values) {
+    for (const [name, value] of Object.entries(values)) {
+      if (this.#edits.get(name) === value) {
+        this.#forget(name);
+      }
+    }
+  }
+
   /** The settings that dependencies change because of the edits, with the reason. */
   get dependent() {
     return this.#dependent;

@@ -24,6 +24,8 @@ export class SettingsView {
   #settings;
   #options;
   #rows = new Map();
+  #list = element("div", { class: "settings" });
+  #empty = element("p", { class: "muted" }, "This menu has no settings.");
 
   /** `view` is the element that is filled; `options` are those of the rows. */
   constructor(view, settings, options) {
@@ -55,18 +57,24 @@ export class SettingsView {
       element("li", {}, element("a", { href: menuAddress(inner.path) },
         element("span", { class: "card-title" }, inner.title),
         element("span", { class: "muted" }, this.#summary(inner)), icon("chevron")))));
-    const list = element("div", { class: "settings" });
-    this.#view.replaceChildren(...[trail, this.#title(menu.title || "Settings"), list, cards].filter(Boolean));
-    this.#fill(list, [{ menu, settings: orderedSettings(menu, this.#settings) }], false);
-    list.hidden = menu.settings.length === 0;
-    if (menu.settings.length === 0 && below.length === 0) {
-      this.#view.append(element("p", { class: "muted" }, "This menu has no settings."));
-    }
+    this.#view.replaceChildren(...[trail, this.#title(menu.title || "Settings"), this.#list, cards,
+      below.length === 0 ? this.#empty : null].filter(Boolean));
+    this.#fill([{ menu, settings: orderedSettings(menu, this.#settings) }], false);
+    this.#showEmpty();
+  }
+
+  // Nothing may be left to show: dependencies hide settings.
+  #showEmpty() {
+    const isEmpty = this.#list.querySelector(".more") === null &&
+      [...this.#rows.values()].every((row) => row.element.hidden);
+    this.#list.hidden = isEmpty;
+    this.#empty.hidden = !isEmpty;
   }
 
   #summary(menu) {
     const inside = menusBelow(menu);
-    const settings = inside.reduce((sum, { settings: own }) => sum + own.length, 0);
+    const settings = inside.reduce((sum, { settings: own }) =>
+      sum + own.filter((setting) => !this.#settings.isHidden(setting)).length, 0);
     const menus = inside.length - 1;
     return plural(settings, "setting") + (menus > 0 ? ` in ${plural(menus + 1, "menu")}` : "");
   }
@@ -86,17 +94,17 @@ export class SettingsView {
       .filter((group) => group.settings.length > 0);
     const count = groups.reduce((sum, group) => sum + group.settings.length, 0);
     const title = words.length > 0 ? "Search" : filter === "changed" ? "Changed settings" : "Not at default";
-    const list = element("div", { class: "settings" });
     this.#view.replaceChildren(this.#title(title),
       element("p", { class: "muted" }, count === 0 ? "No setting was found." : `${plural(count, "setting")} found.`),
-      list);
-    list.hidden = count === 0;
-    this.#fill(list, groups, true);
+      this.#list);
+    this.#fill(groups, true);
+    this.#showEmpty();
     return count;
   }
 
   // Adds the first rows of the groups to the list, and a button for more.
-  #fill(list, groups, hasTitles) {
+  #fill(groups, hasTitles) {
+    const list = this.#list;
     const items = groups.flatMap(({ menu, settings }) => settings.map((setting) => ({ menu, setting })));
     const label = element("span");
     const more = element("button", { type: "button", class: "more" }, label);
@@ -111,7 +119,7 @@ export class SettingsView {
           list.append(element("h2", { class: "group" },
             element("a", { href: menuAddress(menu.path) }, fullTitle(menu) || "Settings")));
         }
-        this.#addRow(list, setting);
+        this.#addRow(setting);
       }
       const left = items.length - next;
       setText(label, `Show ${Math.min(left, MOST_ROWS)} more of ${left}`);
@@ -129,14 +137,15 @@ export class SettingsView {
     addSome();
   }
 
-  #addRow(list, setting) {
+  #addRow(setting) {
     const row = new SettingRow(setting, this.#settings, this.#options);
     this.#rows.set(setting.name, row);
-    list.append(row.element);
+    this.#list.append(row.element);
   }
 
   /** Shows what the settings say now. */
   update() {
     this.#rows.forEach((row) => row.update());
+    this.#showEmpty();
   }
 }

@@ -1,6 +1,6 @@
 // The page after the login: reads the server, shows its settings, and saves what is edited.
 
-import { ConnectionProblem, Refusal, isMessage, messagesOf } from "./api_client.js";
+import { ConnectionProblem, Refusal, isMessage, messagesOf, needsLogin } from "./api_client.js";
 import { readRegistry } from "./attribute_registry.js";
 import { SIZE_LIMIT, exportState, parseState, planState } from "./desired_state.js";
 import { chooseFile, confirmAction, offerFile, showDialog } from "./dialogs.js";
@@ -57,16 +57,34 @@ export class SetupPage {
 
   // --- start and end
 
-  /** Reads the server and shows it; also after a new login. */
+  /** Reads the server and shows it; also after a new login. What cannot be read is read later. */
   async resume() {
     const { user, role } = this.#api.session;
     setText(at("user-name"), user);
     setText(at("user-role"), role);
-    await this.#readRole(role);
+    try {
+      await this.#readAll();
+    } catch (problem) {
+      if (needsLogin(problem)) {
+        return;
+      }
+      this.#banner("unread", "error", `The settings cannot be read yet. ${this.#reasonOf(problem)}`);
+    }
+    this.#live.start();
+  }
+
+  async #readAll() {
+    at("finder").hidden = this.#settings === null;
+    await this.#readRole(this.#api.session.role);
     await this.#readServer();
+    at("finder").hidden = false;
+    this.#banner("unread", "", "");
     this.#addTools();
     this.#route(false);
-    this.#live.start();
+  }
+
+  get hasEdits() {
+    return this.#settings !== null && this.#settings.edits.size > 0;
   }
 
   /** Ends what runs without the user; `resume` starts it again. */
@@ -86,17 +104,25 @@ export class SetupPage {
     const click = (id, act) => listen(at(id), "click", () => this.#act(act));
     listen(window, "hashchange", () => this.#route(true));
     listen(window, "beforeunload", (event) => {
-      if (this.#settings !== null && this.#settings.edits.size > 0) {
+      if (this.hasEdits) {
         event.preventDefault();
       }
     });
     listen(window, "keydown", (event) => {
       const isTyping = /^(INPUT|SELECT|TEXTAREA)$/.test(document.activeElement?.tagName ?? "");
-      if (event.key === "/" && !isTyping && document.querySelector("dialog[open]") === null) {
+      const hasModifier = event.ctrlKey || event.altKey || event.metaKey;
+      if (event.key === "/" && !hasModifier && !isTyping && document.querySelector("dialog[open]") === null) {
         event.preventDefault();
         at("search").focus();
       } else if (event.key === "Escape") {
         this.#openSidebar(false);
+      }
+    });
+    // The address does not change when a search is left for the menu where it began.
+    listen(document, "click", (event) => {
+      const address = event.target.closest?.("a[href^='#/']")?.getAttribute("href");
+      if (address !== undefined && address === location.hash) {
+        this.#route(true);
       }
     });
     listen(at("skip"), "click", (event) => {
@@ -133,7 +159,8 @@ export class SetupPage {
 
   #addTools() {
     const tool = (label, symbol, act, isForChanges) => element("li", {},
-      button(label, { class: "quiet", disabled: isForChanges && this.#lockReason !== "",
+      button(label, { class: "quiet",
+        disabled: this.#settings === null || (isForChanges && this.#lockReason !== ""),
         onclick: () => {
           this.#openSidebar(false);
           this.#act(act);
@@ -154,16 +181,18 @@ export class SetupPage {
     try {
       await act();
     } catch (problem) {
-      if (problem instanceof Refusal && problem.status === 401) {
-        return; // the login is shown
+      if (!needsLogin(problem)) { // which is shown then
+        this.#banner("problem", "error", this.#reasonOf(problem));
       }
-      const isExpected = problem instanceof Refusal || problem instanceof ConnectionProblem;
-      if (!isExpected) {
-        console.error(problem);
-      }
-      this.#banner("problem", "error", isExpected ? problem.message
-        : "Something went wrong in the page. Reload it.");
     }
+  }
+
+  #reasonOf(problem) {
+    if (problem instanceof Refusal || problem instanceof ConnectionProblem) {
+      return problem.message;
+    }
+    console.error(problem);
+    return "Something went wrong in the page. Reload it.";
   }
 
   // --- the server
@@ -175,7 +204,7 @@ export class SetupPage {
       const found = await this.#api.get(`/redfish/v1/AccountService/Roles/${encodeURIComponent(role)}`);
       mayChange = found.AssignedPrivileges.includes("ConfigureComponents");
     } catch (problem) {
-      if (problem instanceof ConnectionProblem || problem.status === 401) {
+      if (problem instanceof ConnectionProblem || needsLogin(problem)) {
         throw problem;
       }
     }
@@ -258,6 +287,9 @@ export class SetupPage {
   }
 
   async #updateOnce() {
+    if (this.#settings === null) {
+      await this.#readAll();
+    }
     const [pending, current, manager] = await Promise.all([
       this.#api.getUnless(BIOS_SETTINGS, this.#tags.pending),
       this.#api.getUnless(BIOS, this.#tags.current),
@@ -275,6 +307,10 @@ export class SetupPage {
         return; // the answer says what became of it
       }
       const changed = this.#take({ pending, current });
+      // Others may belong to the list now. It is left alone while the user works in it.
+      if (at("filter").value !== "all" && !at("view").contains(document.activeElement)) {
+        this.#show();
+      }
       if (changed.length > 0) {
         this.#announce(`${plural(changed.length, "saved value")} changed on the server.`);
       }
@@ -331,7 +367,7 @@ export class SetupPage {
       role: isUrgent ? "alert" : "status", tabIndex: -1 },
     element("p", {}, text), ...details);
     made.dataset.text = text;
-    if (id !== "role" && id !== "service") {
+    if (!["role", "service", "unread"].includes(id)) {
       made.append(button("Close", { class: "quiet small banner-close", onclick: () => {
         made.remove();
         this.#focusTitle();
@@ -381,7 +417,7 @@ export class SetupPage {
       }
     }
     // The first menu with settings.
-    return all.find(({ settings }) => settings.length > 0) ?? this.#menus;
+    return all.find(({ settings }) => settings.some((setting) => !this.#settings.isHidden(setting))) ?? this.#menus;
   }
 
   // Shows what the address says.
@@ -406,6 +442,9 @@ export class SetupPage {
   }
 
   #find() {
+    if (this.#settings === null) {
+      return;
+    }
     if (location.hash === HISTORY_ADDRESS) {
       history.replaceState(null, "", "#/");
       this.#markHistory();
@@ -426,7 +465,7 @@ export class SetupPage {
     let menu = null;
     if (this.#isFinding()) {
       count = this.#view.showFound(this.#menus, at("search").value, at("filter").value);
-      this.#setTitle("Search");
+      this.#setTitle(at("title").textContent);
     } else if (location.hash === HISTORY_ADDRESS) {
       this.#setTitle("History");
       this.#act(() => this.#history.show());
@@ -529,8 +568,12 @@ export class SetupPage {
     }
   }
 
-  async #save() {
+  // `isAgain`: the pending values had another version, but are those that the user saw.
+  async #save(isAgain = false) {
     const settings = this.#settings;
+    if (this.#isSaving) {
+      return;
+    }
     this.#clearBanners();
     const problems = settings.problems();
     if (problems.length > 0) {
@@ -551,11 +594,13 @@ export class SetupPage {
     } catch (problem) {
       this.#isSaving = false;
       this.#showChanges();
-      await this.#showRefusal(problem);
+      await this.#showRefusal(problem, isAgain);
+      this.#update().catch(() => {}); // what came meanwhile was left for later
       return;
     }
     this.#isSaving = false;
     settings.refusals.clear();
+    settings.forgetSaved(wanted);
     const hasValues = answer.status === 200 && answer.etag !== "" && answer.body?.Attributes !== undefined;
     this.#take({ pending: hasValues ? answer : await this.#api.getUnless(BIOS_SETTINGS, "") });
     this.#showSaved(Object.keys(wanted).length, messagesOf(answer.body));
@@ -574,15 +619,15 @@ export class SetupPage {
     banner.focus();
   }
 
-  async #showRefusal(problem) {
+  async #showRefusal(problem, isAgain) {
     if (!(problem instanceof Refusal)) {
       throw problem;
     }
     if (problem.status === 412) {
-      await this.#showConflict();
+      await this.#showConflict(isAgain);
       return;
     }
-    if (problem.status === 401) {
+    if (needsLogin(problem)) {
       return;
     }
     const { bySetting, others } = sortMessages(problem.messages, (name) => this.#settings.byName.has(name));
@@ -597,8 +642,12 @@ export class SetupPage {
   }
 
   // The pending values are not those that the user saw: reads them, and keeps the edits.
-  async #showConflict() {
+  async #showConflict(isAgain) {
     const changed = this.#take({ pending: await this.#api.getUnless(BIOS_SETTINGS, "") });
+    if (changed.length === 0 && this.hasEdits && !isAgain) {
+      await this.#save(true);
+      return;
+    }
     const own = changed.filter((name) => this.#settings.edits.has(name));
     const reasons = changed.map((name) => {
       const setting = this.#settings.byName.get(name);
@@ -609,7 +658,8 @@ export class SetupPage {
     });
     const left = this.#settings.edits.size;
     this.#banner("conflict", "warning",
-      `Nothing was saved yet: somebody else changed ${plural(changed.length, "setting")} meanwhile. ` +
+      `Nothing was saved yet: ${changed.length === 0 ? "the settings" : "somebody else"} changed ` +
+      `${changed.length === 0 ? "" : `${plural(changed.length, "setting")} `}meanwhile. ` +
       (left > 0 ? "Your changes are kept; look at them and save again." : "Your values are saved already."),
       [this.#reasonList(reasons)]).focus();
   }
@@ -708,6 +758,11 @@ export class SetupPage {
   #export() {
     const build = this.#identity.buildId.replace(/[^A-Za-z0-9.-]+/g, "_");
     offerFile(`settings${build === "" ? "" : `-${build}`}.json`, exportState(this.#settings, this.#identity));
+    const edits = this.#settings.edits.size;
+    if (edits > 0) {
+      this.#banner("result", "info", `The file has the saved values, without ${plural(edits, "change")} that ` +
+        `${edits === 1 ? "is" : "are"} not saved.`);
+    }
     this.#announce("The saved values were exported.");
   }
 
@@ -722,8 +777,15 @@ export class SetupPage {
       return;
     }
     let text;
+    let bytes;
     try {
-      text = new TextDecoder("utf-8", { fatal: true }).decode(await file.arrayBuffer());
+      bytes = await file.arrayBuffer();
+    } catch {
+      this.#banner("problem", "error", `${file.name} cannot be read.`).focus();
+      return;
+    }
+    try {
+      text = new TextDecoder("utf-8", { fatal: true }).decode(bytes);
     } catch {
       this.#banner("problem", "error", `${file.name} is not a UTF-8 text.`).focus();
       return;

@@ -59,6 +59,7 @@ def attributes():
     yield choice("Evil", "A", ("A", EVIL_CHOICE), menu="./Odd", DisplayName=EVIL_NAME, HelpText=EVIL_HELP)
     yield choice("InReadOnlyMenu", "A", ("A", "B"), menu="./ReadOnly")
     yield choice("InHiddenMenu", "A", ("A", "B"), menu="./Hidden")
+    yield choice("InEmptyMenu", "A", ("A", "B"), menu="./Empty", Hidden=True)
     yield choice("InNoMenu", "A", ("A", "B"), menu="")
     for i in range(BULK):
         yield integer(f"Bulk{i}", i % 50, 0, 100, menu=f"./Bulk/Group {i // 100}", HelpText=f"Number {i}.")

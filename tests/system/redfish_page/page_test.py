@@ -37,6 +37,44 @@ window.fetch = async (path, options = {}) => {
 };
 """
 
+# While sessionStorage has "refused", requests of paths that begin so fail.
+REFUSE = """
+const known = window.fetch;
+window.fetch = (path, options) => {
+  const refused = sessionStorage.getItem("refused");
+  return refused !== null && path.startsWith(refused)
+    ? Promise.resolve(new Response('{"error": {"@Message.ExtendedInfo": [{"Message": "Not now."}]}}', {status: 503}))
+    : known(path, options);
+};
+"""
+
+# The service shows no value of Note, as if it were a password.
+CONCEAL = """
+const known = window.fetch;
+window.fetch = async (path, options) => {
+  const answer = await known(path, options);
+  if (!/[/]Bios([/]Settings)?$/.test(path) || answer.status !== 200) {
+    return answer;
+  }
+  const body = await answer.json();
+  body.Attributes.Note = null;
+  return new Response(JSON.stringify(body), {status: 200, headers: answer.headers});
+};
+"""
+
+# The first PATCH has the tag of another version.
+STALE_TAG = """
+const known = window.fetch;
+let isFirst = true;
+window.fetch = (path, options) => {
+  if (options.method === "PATCH" && isFirst) {
+    isFirst = false;
+    options.headers["If-Match"] = '"other"';
+  }
+  return known(path, options);
+};
+"""
+
 
 class PageTests:
     def __init__(self, server, browser):
@@ -141,6 +179,87 @@ class PageTests:
         finally:
             if os.path.exists(kept):
                 os.rename(kept, path)
+
+    def test_what_cannot_be_read_at_first_is_read_later(self):
+        browser = self.browser
+        added = browser.driver.execute_cdp_cmd("Page.addScriptToEvaluateOnNewDocument", {"source": REFUSE})
+        try:
+            self.start()
+            browser.driver.execute_script("sessionStorage.setItem('refused', '/redfish/v1/Registries')")
+            browser.driver.refresh()
+            browser.wait_for_text("#banner-unread", "Not now.")
+            require(not browser.find("#finder").is_displayed(), "there is a search for nothing")
+            require(not browser.button("Export settings").is_enabled(), "there is nothing to export")
+            browser.driver.execute_script("sessionStorage.removeItem('refused')")
+            browser.wait_for_text("#title", "Main")
+            require(browser.find_all("#banner-unread") == [], "the message is still there")
+            require(browser.button("Export settings").is_enabled(), "nothing can be exported")
+            browser.wait_for_text("#live", "Live")
+        finally:
+            browser.driver.execute_cdp_cmd("Page.removeScriptToEvaluateOnNewDocument", added)
+
+    def test_a_session_that_ends_during_a_dialog_keeps_the_edits(self):
+        browser = self.browser
+        self.start()
+        browser.type("Delay", "12")
+        browser.click("Review")
+        browser.wait_for("dialog")
+        session = json.loads(browser.driver.execute_script("return sessionStorage.getItem('session')"))
+        require(self.server.ask("DELETE", session["path"]).status in (200, 204), "the session remains")
+        self.change_elsewhere(Note="meanwhile")
+        browser.wait_for_text("#login-error", "changes that are not saved are kept")
+        require(browser.find_all("dialog") == [], "the dialog is above the login")
+        browser.log_in()
+        browser.wait_for_text("#save-count", "1 change not saved")
+        self.saved()
+        require(self.pending("Delay", "Note") == [12, "meanwhile"], f"{self.pending('Delay', 'Note')}")
+
+    def test_a_saved_value_that_is_not_shown_is_no_longer_an_edit(self):
+        browser = self.browser
+        added = browser.driver.execute_cdp_cmd("Page.addScriptToEvaluateOnNewDocument", {"source": CONCEAL})
+        try:
+            self.start()
+            browser.type("Note", "open sesame")
+            self.saved()
+            require(self.pending("Note") == ["open sesame"], f"{self.pending('Note')}")
+            browser.wait("nothing is unsaved", lambda: "not saved" not in browser.find("#save-bar").text)
+        finally:
+            browser.driver.execute_cdp_cmd("Page.removeScriptToEvaluateOnNewDocument", added)
+
+    def test_another_version_of_the_same_values_is_saved_over(self):
+        browser = self.browser
+        self.start()
+        browser.driver.execute_script(STALE_TAG)
+        browser.type("Delay", "13")
+        self.saved()
+        require(len(self.patches()) == 2, f"{self.patches()}")
+        require(self.pending("Delay") == [13], "it was not saved")
+
+    def test_a_search_is_left_for_the_menu_where_it_began(self):
+        browser = self.browser
+        self.start("/#/menu/.%2FLong")
+        browser.wait_for_text("#title", "Long")
+        browser.find("#search").send_keys("Delay")
+        browser.wait_for_text("#title", "Search")
+        browser.find("#menus a[href='#/menu/.%2FLong']").click()
+        browser.wait_for_text("#title", "Long")
+        require(browser.find("#search").get_attribute("value") == "", "the search remains")
+
+    def test_a_menu_of_hidden_settings_is_empty(self):
+        browser = self.browser
+        self.start()
+        browser.show_menu("./Empty")
+        browser.wait_for_text("#view", "This menu has no settings.")
+        require(not browser.find(".settings").is_displayed(), "there is an empty list")
+
+    def test_a_list_of_changes_has_those_of_others(self):
+        browser = self.browser
+        self.start()
+        browser.find("#filter").find_element(By.CSS_SELECTOR, "[value=changed]").click()
+        browser.wait_for_text("#view", "No setting was found")
+        self.change_elsewhere(Delay=14)
+        browser.wait("the setting", lambda: browser.row("Delay").is_displayed())
+        browser.wait("the title", lambda: browser.driver.title.startswith("Changed settings"))
 
     def test_all_edits_are_saved_by_one_request(self):
         browser = self.browser
@@ -563,6 +682,14 @@ class PageTests:
         browser.wait_for_text("#title", "Main")
         browser.type("Delay", "30")
         self.saved()
+        # An administrator may ask for it at any time.
+        changed = self.server.ask("PATCH", "/redfish/v1/AccountService/Accounts/novice",
+                                  {"PasswordChangeRequired": True})
+        require(changed.status == 200, f"{changed}")
+        browser.driver.refresh()
+        browser.wait_for("#password-form")
+        browser.click("Log out")
+        browser.wait_for("#login-form")
 
     def test_the_files_have_the_headers_of_a_page(self):
         answer = self.server.ask("GET", "/", headers={"Authorization": ""})
