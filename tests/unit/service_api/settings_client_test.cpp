@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "service_api/service_status.hpp"
+#include "tests/support/eventually.hpp"
 #include "tests/support/fake_request_service.hpp"
 #include "tests/support/scratch_files.hpp"
 
@@ -87,6 +88,7 @@ TEST_F(settings_client_test, names_the_person_for_whom_it_acts) {
         EXPECT_EQ(answer.state, states::refused) << name;
         EXPECT_EQ(answer.status, dp_service::service_status::malformed_line);
     }
+    EXPECT_TRUE(test::eventually([&] { return service.handled() >= 2; }));
     EXPECT_EQ(service.handled(), 2);
 }
 
