@@ -3,15 +3,14 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <stdexcept>
 #include <utility>
 
 #include "service_api/server_paths.hpp"
+#include "tests/support/local_socket.hpp"
 
 namespace test {
 namespace {
@@ -70,40 +69,29 @@ void service_end::answer(int status, const std::string& text) const {
 }
 
 fake_request_service::fake_request_service(std::function<void(service_end&)> talk)
-    : talk_(std::move(talk)),
-      listener_(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
+    : talk_(std::move(talk)) {
     const std::string path = dp_service::server_paths::request_socket.str();
     const std::string folder = dp_service::server_paths::request_folder.str();
     std::filesystem::create_directories(folder);
     chmod(folder.c_str(), S_IRWXU);
     std::filesystem::remove(path);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path) {
-        throw std::length_error("the scratch folder's path is too long for a socket");
-    }
-    path.copy(address.sun_path, path.size());
-    if (bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        listen(listener_, 16) != 0) {
-        throw std::runtime_error("cannot listen on " + path);
-    }
+    listener_ = listen_at(path, 16, SOCK_NONBLOCK);
     thread_ = std::thread([this] { run(); });
 }
 
 fake_request_service::~fake_request_service() {
     stop_ = true;
     thread_.join();
-    close(listener_);
     std::filesystem::remove(dp_service::server_paths::request_socket.str());
 }
 
 void fake_request_service::run() {
     while (!stop_) {
-        pollfd entry{listener_, POLLIN, 0};
+        pollfd entry{listener_.get(), POLLIN, 0};
         if (poll(&entry, 1, 10) != 1) {
             continue;
         }
-        const int fd = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+        const int fd = accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC);
         if (fd != -1) {
             service_end connection(fd);
             talk_(connection);

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "service_api/request_protocol.hpp"
+#include "support/file_descriptor.hpp"
 
 namespace test {
 
@@ -52,7 +53,7 @@ class fake_request_service {
     void run();
 
     std::function<void(service_end&)> talk_;
-    int listener_;
+    dp_support::file_descriptor listener_;
     std::atomic<bool> stop_ = false;
     std::atomic<int> handled_ = 0;
     std::thread thread_;

@@ -3,15 +3,14 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <array>
-#include <cstring>
 #include <string>
 #include <thread>
 
 #include "support/file_descriptor.hpp"
+#include "tests/support/local_socket.hpp"
 #include "tests/support/scratch_files.hpp"
 
 namespace {
@@ -61,16 +60,8 @@ TEST_F(pam_accounts_test, a_program_gets_no_other_descriptors) {
 }
 
 TEST_F(pam_accounts_test, a_socket_that_accepts_nobody_is_given_up) {
-    const dp_support::file_descriptor listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    ASSERT_LT(helper.size(), sizeof address.sun_path);
-    std::memcpy(address.sun_path, helper.c_str(), helper.size() + 1);
-    const auto* const name = reinterpret_cast<const sockaddr*>(&address);
-    ASSERT_EQ(bind(listener.get(), name, sizeof address), 0);
-    ASSERT_EQ(listen(listener.get(), 0), 0);
-    const dp_support::file_descriptor other(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    ASSERT_EQ(connect(other.get(), name, sizeof address), 0);
+    const auto listener = test::listen_at(helper, 0);
+    const auto other = test::connect_to(helper);
     EXPECT_FALSE(check(20));
 }
 
@@ -81,13 +72,7 @@ TEST_F(pam_accounts_test, a_missing_program_is_a_failure) {
 }
 
 TEST_F(pam_accounts_test, a_socket_is_asked_instead) {
-    const dp_support::file_descriptor listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    ASSERT_LT(helper.size(), sizeof address.sun_path);
-    std::memcpy(address.sun_path, helper.c_str(), helper.size() + 1);
-    ASSERT_EQ(bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(listen(listener.get(), 1), 0);
+    const auto listener = test::listen_at(helper, 1);
     std::string asked;
     std::thread server([&] {
         const dp_support::file_descriptor client(accept(listener.get(), nullptr, nullptr));

@@ -3,8 +3,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 
 #include <cerrno>
 #include <chrono>
@@ -17,11 +15,11 @@
 
 #include "common/file_locks.hpp"
 #include "service_api/server_paths.hpp"
-#include "support/file_descriptor.hpp"
 #include "support/json.hpp"
 #include "tests/support/applying_service.hpp"
 #include "tests/support/child_process.hpp"
 #include "tests/support/eventually.hpp"
+#include "tests/support/local_socket.hpp"
 #include "tests/support/shown_server.hpp"
 
 namespace {
@@ -143,16 +141,8 @@ TEST_F(server_model_test, ends_at_whatever_moment_it_is_stopped) {
 TEST_F(server_model_test, takes_a_busy_settings_service_for_one_that_runs) {
     const std::string path = dp_service::server_paths::request_socket.str();
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-    const dp_support::file_descriptor listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    ASSERT_LT(path.size(), sizeof address.sun_path);
-    path.copy(address.sun_path, path.size());
-    const auto* const name = reinterpret_cast<const sockaddr*>(&address);
-    ASSERT_EQ(bind(listener.get(), name, sizeof address), 0);
-    ASSERT_EQ(listen(listener.get(), 0), 0);
-    const dp_support::file_descriptor other(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    ASSERT_EQ(connect(other.get(), name, sizeof address), 0);
+    const auto listener = test::listen_at(path, 0);
+    const auto other = test::connect_to(path);
     EXPECT_TRUE(server_model::has_settings_service());
 }
 
