@@ -657,9 +657,9 @@ export class SetupPage {
         : `is now ${value}`];
     });
     const left = this.#settings.edits.size;
-    this.#banner("conflict", "warning",
-      `Nothing was saved yet: ${changed.length === 0 ? "the settings" : "somebody else"} changed ` +
-      `${changed.length === 0 ? "" : `${plural(changed.length, "setting")} `}meanwhile. ` +
+    const event = changed.length === 0 ? "the settings changed"
+      : `somebody else changed ${plural(changed.length, "setting")}`;
+    this.#banner("conflict", "warning", `Nothing was saved yet: ${event} meanwhile. ` +
       (left > 0 ? "Your changes are kept; look at them and save again." : "Your values are saved already."),
       [this.#reasonList(reasons)]).focus();
   }
