@@ -75,3 +75,16 @@ class FaultControl:
         """The function and the descriptor of the last chosen call."""
         values = _LAYOUT.unpack(self._map[:])
         return values[10].rstrip(b"\0").decode(), values[8]
+
+
+def kill_points(calls, every, seed):
+    """The calls to kill at and how: before and after each `every`-th one, from one that the seed chooses."""
+    return [(at, action) for at in range(1 + seed % every, calls + 1, every)
+            for action in (KILL_BEFORE, KILL_AFTER)]
+
+
+def report_kills(kills, seconds):
+    """Prints what a test's kills came to. Returns its exit code."""
+    print(f"{kills.kills} kills, {kills.acknowledged} requests acknowledged, "
+          f"{len(kills.problems)} problems, {seconds:.0f} s")
+    return 1 if kills.problems or kills.kills == 0 else 0

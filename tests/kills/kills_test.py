@@ -20,7 +20,7 @@ import time
 FOLDER = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(os.path.dirname(FOLDER), "faults"))
 # pylint: disable=wrong-import-position # the folder must be known first
-from fault_control import FILE_KINDS, KILL_AFTER, KILL_BEFORE, FaultControl
+from fault_control import FILE_KINDS, KILL_BEFORE, FaultControl, kill_points, report_kills
 from scratch_server import Broken, ScratchServer, require
 
 # A client whose service was killed ends at the latest when it gives up waiting for the answer.
@@ -284,17 +284,13 @@ def main():
                 continue
             calls = kills.count(operation, side)
             before = kills.kills
-            offset = chosen.seed % chosen.every
-            for at in range(1 + offset, calls + 1, chosen.every):
-                for action in (KILL_BEFORE, KILL_AFTER):
-                    kills.run(operation, side, at, action)
+            for at, action in kill_points(calls, chosen.every, chosen.seed):
+                kills.run(operation, side, at, action)
             print(f"{operation}/{side}: {kills.kills - before} kills at {calls} calls", flush=True)
         kills.run_random(chosen.rounds, chosen.clients)
     finally:
         kills.close()
-    print(f"{kills.kills} kills, {kills.acknowledged} requests acknowledged, "
-          f"{len(kills.problems)} problems, {time.monotonic() - began:.0f} s")
-    return 1 if kills.problems or kills.kills == 0 else 0
+    return report_kills(kills, time.monotonic() - began)
 
 
 if __name__ == "__main__":

@@ -22,7 +22,7 @@ FOLDER = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(os.path.dirname(FOLDER), "support"))
 # pylint: disable=wrong-import-position # the folder must be known first
 from redfish_server import BOUND, SETTINGS, Broken, RedfishServer, require
-from fault_control import FILE_KINDS, KILL_AFTER, KILL_BEFORE, FaultControl
+from fault_control import FILE_KINDS, KILL_BEFORE, FaultControl, kill_points, report_kills
 
 ACCOUNTS = "/redfish/v1/AccountService/Accounts"
 STATE = "/var/lib/dp_redfish"
@@ -237,15 +237,12 @@ def main():
                 continue
             calls = kills.count(operation)
             before = kills.kills
-            for at in range(1 + chosen.seed % chosen.every, calls + 1, chosen.every):
-                for action in (KILL_BEFORE, KILL_AFTER):
-                    kills.run(operation, at, action)
+            for at, action in kill_points(calls, chosen.every, chosen.seed):
+                kills.run(operation, at, action)
             print(f"{operation}: {kills.kills - before} kills at {calls} calls", flush=True)
     finally:
         kills.close()
-    print(f"{kills.kills} kills, {kills.acknowledged} requests acknowledged, "
-          f"{len(kills.problems)} problems, {time.monotonic() - began:.0f} s")
-    return 1 if kills.problems or kills.kills == 0 else 0
+    return report_kills(kills, time.monotonic() - began)
 
 
 if __name__ == "__main__":
